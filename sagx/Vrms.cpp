@@ -1,0 +1,82 @@
+// From the three phase waveforms of the whole record to its RMS curves and dip boundaries, for the driver.
+// Every RMS value sums its cycle anew: a running sum would drift with the record's length and give other bits.
+#include "sagx/Vrms.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+/// The lowest phase at sample i; a phase replaces another only when it is strictly lower.
+float lowest_phase(const dq_dipx_rms& record, int i) {
+  float lowest = record.rmsa[i];
+  if (record.rmsb[i] < lowest) lowest = record.rmsb[i];
+  if (record.rmsc[i] < lowest) lowest = record.rmsc[i];
+  return lowest;
+}
+
+float largest(const float* values, int count) {
+  float max = 0;
+  for (int i = 0; i < count; i++) {
+    if (values[i] > max) max = values[i];
+  }
+  return max;
+}
+
+/// Fills `record.T0` with the samples at which the lowest phase crosses the threshold; returns how many there are.
+int find_crossings(dq_dipx_rms& record, int samples) {
+  if (samples < 1) return 0;
+  int crossings = 0;
+  float previous = lowest_phase(record, 0);
+  for (int i = 1; i < samples && crossings < DQ_BOUNDARY_CAPACITY; i++) {
+    const float current = lowest_phase(record, i);
+    const bool fall = current < record.ut && previous >= record.ut;
+    const bool rise = current >= record.ut && previous < record.ut;
+    if (fall || rise) record.T0[crossings++] = i;
+    previous = current;
+  }
+  return crossings;
+}
+
+/// Marks each recovery that is followed by another fall within ten cycles, and that fall, with 0: no crossing can lie
+/// at sample 0. The pairs are judged by what the search found, so a chain of short gaps joins a chain of dips.
+void merge_close_dips(dq_dipx_rms& record, int crossings) {
+  if (crossings <= 2) return;
+  const long long closest = 10LL * record.smprate;
+  for (int i = 1; i < crossings - 1; i += 2) {
+    if (record.T0[i + 1] - record.T0[i] < closest) record.T0[i] = record.T0[i + 1] = 0;
+  }
+}
+
+}  // namespace
+
+void Vrms_cal(float* rms, float* v, int smp, int len) {
+  if (rms == nullptr || v == nullptr || smp < 1) return;
+  for (int i = smp - 1; i < len; i++) {
+    float sum = 0;
+    for (int j = 0; j < smp; j++) sum += v[i - j] * v[i - j];
+    rms[i] = static_cast<float>(std::sqrt(static_cast<double>(sum / static_cast<float>(smp))));
+  }
+  std::fill_n(rms, smp - 1, rms[smp - 1]);
+}
+
+void rms_seg_pro(dq_dipx_rms* buf) {
+  if (buf == nullptr) return;
+  std::printf("smprate = %d smp_num = %d\r\n", buf->smprate, buf->smp_num);
+
+  const int samples = std::min(buf->smp_num, +DQ_RECORD_CAPACITY);
+  const int cycle = std::min(buf->smprate, +DQ_RECORD_CAPACITY);
+  Vrms_cal(buf->rmsa, buf->va, cycle, samples);
+  Vrms_cal(buf->rmsb, buf->vb, cycle, samples);
+  Vrms_cal(buf->rmsc, buf->vc, cycle, samples);
+
+  buf->ua_max = largest(buf->rmsa, samples);
+  buf->ub_max = largest(buf->rmsb, samples);
+  buf->uc_max = largest(buf->rmsc, samples);
+
+  const int crossings = find_crossings(*buf, samples);
+  merge_close_dips(*buf, crossings);
+  const int* end = std::copy_if(buf->T0, buf->T0 + crossings, buf->T, [](int position) { return position != 0; });
+  buf->evt_num = static_cast<int>(end - buf->T);
+}

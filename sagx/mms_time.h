@@ -1,0 +1,19 @@
+/* The millisecond clock of the timing figures. */
+#ifndef SAGX_MMS_TIME_H
+#define SAGX_MMS_TIME_H
+
+#include "dipx_dll.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Milliseconds of the monotonic clock as a 32-bit number. It wraps about every 49.7 days; a difference of two readings
+ * taken in 32-bit arithmetic stays right across one wrap. */
+DIPX_API int mms_get_ms_time(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

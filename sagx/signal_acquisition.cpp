@@ -1,0 +1,279 @@
+// The driver: takes one record from samples to analysed dips. It checks and copies the input, has the nominal voltage
+// and the dip boundaries found, cuts a window round each dip, turns away what cannot be measured, and brings the
+// results back to positions in the record. Everything it does is told to the host by lines alone; last_outcome keeps
+// the same for the command and the tests.
+#include "sagx/signal_acquisition.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "sagx/Vrms.h"
+#include "sagx/dipx_lib.h"
+#include "sagx/dipx_outcome.h"
+#include "sagx/dq_dipx.h"
+
+using sagx::DipOutcome;
+using sagx::RunOutcome;
+
+int sample_input_number = 0;
+int sample_input_smprate = 0;
+float* psample_input_va = nullptr;
+float* psample_input_vb = nullptr;
+float* psample_input_vc = nullptr;
+
+sagx::Outcome sagx::last_outcome;
+
+namespace {
+
+constexpr float cal_fn = 50.0F;  // nominal frequency, hertz
+constexpr int longest_record_cycles = 3000;
+constexpr unsigned longest_short_window_cycles = 500;
+
+/// Makes sure that `record` exists. The memory comes zeroed and untouched, so what a record does not need never becomes
+/// resident.
+template <typename Record>
+bool provide(Record*& record, const char* name) {
+  if (record != nullptr) {
+    std::printf("[ALLOC] %s reused: %p\r\n", name, static_cast<void*>(record));
+    return true;
+  }
+  record = static_cast<Record*>(std::calloc(1, sizeof(Record)));
+  if (record == nullptr) {
+    std::fprintf(stderr, "[ALLOC][FATAL] %s calloc(%zu) failed: errno=%d, %s\r\n", name, sizeof(Record), errno,
+                 std::strerror(errno));
+    return false;
+  }
+  std::printf("[ALLOC] %s ok: %p\r\n", name, static_cast<void*>(record));
+  return true;
+}
+
+bool provide_working_records() {
+  std::printf("[ALLOC] sizeof(dq_data)=%zu bytes, sizeof(dq_dipx_rms)=%zu bytes\r\n", sizeof(dq_data),
+              sizeof(dq_dipx_rms));
+  if (!provide(dq_data_buf, "dq_data_buf")) return false;
+  if (provide(dq_rms_buf, "dq_rms_buf")) return true;
+  std::free(dq_data_buf);
+  dq_data_buf = nullptr;
+  return false;
+}
+
+/// The limits that keep the working records from overflowing.
+RunOutcome check_limits(int smp, int n) {
+  if (smp > 128 || smp < 32) {
+    std::puts("采样率越限\r");
+    return RunOutcome::rate_out_of_range;
+  }
+  if (n > DQ_RECORD_CAPACITY) {
+    std::puts("sample_input_number1数据个数越限\r");
+    return RunOutcome::too_many_samples;
+  }
+  if (smp * longest_record_cycles < n) {
+    std::puts("sample_input_number2数据个数越限\r");
+    return RunOutcome::too_many_cycles;
+  }
+  return RunOutcome::searched;
+}
+
+void copy_samples(dq_dipx_rms& record, int smp, int n) {
+  if (n < 1) return;
+  std::copy_n(psample_input_va, n, record.va);
+  std::copy_n(psample_input_vb, n, record.vb);
+  std::copy_n(psample_input_vc, n, record.vc);
+  const double step = 0.02 / smp;
+  for (int i = 0; i < n; i++) record.t[i] = static_cast<float>(i * step);
+}
+
+/// Copies the input into the whole-record record once it is known to fit.
+RunOutcome take_samples(dq_dipx_rms& record, int smp, int n) {
+  const bool missing = psample_input_va == nullptr || psample_input_vb == nullptr || psample_input_vc == nullptr;
+  if (missing && n > 0) return RunOutcome::no_samples;
+  copy_samples(record, smp, n);
+  std::printf("[GUARD] smp=%d, n=%d, need(n>=2*smp)=%d\n", smp, n, 2 * smp);
+  std::printf("[GUARD] rms_buf=%p ua=%p ub=%p uc=%p\n", static_cast<void*>(&record), static_cast<void*>(record.va),
+              static_cast<void*>(record.vb), static_cast<void*>(record.vc));
+  if (smp < 1 || n < 2 * smp) {
+    std::fprintf(stderr, "[GUARD][FATAL] bad params: smp=%d n=%d (need n>=2*smp)\n", smp, n);
+    return RunOutcome::too_few_samples;
+  }
+  std::printf("[DBG] ua[0]=%.6f ua[%d]=%.6f | ub[0]=%.6f | uc[0]=%.6f\n", static_cast<double>(record.va[0]), smp - 1,
+              static_cast<double>(record.va[smp - 1]), static_cast<double>(record.vb[0]),
+              static_cast<double>(record.vc[0]));
+  return RunOutcome::searched;
+}
+
+/// The estimate of the nominal voltage, brought to a level that the analysis is made for. What stands in for a low and
+/// a high one are the two usual nominal voltages (a 100 V secondary's phase, a 380 V network's), not the bounds.
+float nominal_voltage(const dq_dipx_rms& record, int smp, int n) {
+  float un = 0;
+  dipx_cal_un(record.va, record.vb, record.vc, smp, n, &un);
+  if (un < sagx::lowest_plausible_voltage) un = static_cast<float>(57.74);
+  if (un > sagx::highest_plausible_voltage) un = 220.0F;
+  return un;
+}
+
+/// Boundaries of a record that does not begin in a steady state cannot be paired into dips.
+bool starts_disturbed(const dq_dipx_rms& record) {
+  const double low = 0.9 * record.un;
+  const double high = 1.1 * record.un;
+  const auto off = [=](float rms) { return rms < low || rms > high; };
+  int disturbed = 0;
+  for (int i = 0; i < 2 * record.smprate; i++) {
+    if (off(record.rmsa[i]) || off(record.rmsb[i]) || off(record.rmsc[i])) disturbed++;
+  }
+  return disturbed >= record.smprate / 4;
+}
+
+RunOutcome search_boundaries(int smp, int n) {
+  if (!provide_working_records()) return RunOutcome::no_memory;
+  std::memset(new_dipx_buf, 0, sizeof new_dipx_buf);
+  if (const auto limits = check_limits(smp, n); limits != RunOutcome::searched) return limits;
+  dq_dipx_rms& record = *dq_rms_buf;
+  if (const auto taken = take_samples(record, smp, n); taken != RunOutcome::searched) return taken;
+
+  record.un = nominal_voltage(record, smp, n);
+  record.f = cal_fn;
+  record.smp_num = n;
+  record.smprate = smp;
+  record.ut = static_cast<float>(0.9 * record.un);
+  rms_seg_pro(&record);
+  if (starts_disturbed(record)) {
+    record.evt_num = 0;
+    return RunOutcome::disturbed_start;
+  }
+  return RunOutcome::searched;
+}
+
+/// The stretch of the record round one dip: the dip and four cycles on either side.
+struct Window {
+  unsigned start;   ///< record position of its first sample
+  unsigned length;  ///< samples
+};
+
+void copy_window(const float* from, const Window& window, float* to) {
+  std::copy_n(from + window.start, window.length, to);
+}
+
+/// Depth of the dip's deepest point in its lowest phase, volts. Within a sample a later phase wins ties and NaN enters;
+/// along the window only a strictly lower value counts.
+float depth(const dq_data& data, const Window& window, float un) {
+  float deepest = 1.0e9F;
+  for (unsigned j = 0; j < window.length; j++) {
+    float lowest = data.rms_ua[j];
+    if (!(data.rms_ub[j] > lowest)) lowest = data.rms_ub[j];
+    if (!(data.rms_uc[j] > lowest)) lowest = data.rms_uc[j];
+    if (lowest < deepest) deepest = lowest;
+  }
+  return un - deepest;
+}
+
+void load_waveform(dq_data& data, const dq_dipx_rms& record, const Window& window) {
+  copy_window(record.va, window, data.Va);
+  copy_window(record.vb, window, data.Vb);
+  copy_window(record.vc, window, data.Vc);
+  const auto step = static_cast<float>(0.02 / record.smprate);
+  for (unsigned j = 0; j < window.length; j++) data.t[j] = static_cast<float>(j) * step;
+  data.num = window.length;
+  data.smp = static_cast<unsigned>(record.smprate);
+}
+
+void rebase(int (&positions)[DQ_LIST_CAPACITY], int count, unsigned offset) {
+  const int entries = std::min(count, +DQ_LIST_CAPACITY);
+  for (int j = 0; j < entries; j++) positions[j] += static_cast<int>(offset);
+}
+
+/// Seconds between two boundaries; 0 when they are in the wrong order.
+float duration(int from, int to, int smp) {
+  const auto seconds = static_cast<float>((to - from) * (0.02 / smp));
+  return seconds < 0 ? 0.0F : seconds;
+}
+
+/// Brings a long window's results to record positions. Threshold crossings stay in window positions by agreement with
+/// the hosts.
+void finish_long_window(dq_dipx_struct& dip, const Window& window) {
+  rebase(dip.Trms, dip.Trms_num, window.start);
+  rebase(dip.T, dip.T_num, window.start);
+  rebase(dip.order_min, dip.u_min_num, window.start);
+  const int boundaries = std::min(dip.Trms_num, +DQ_LIST_CAPACITY);
+  // Without a boundary there is nothing to measure between.
+  dip.hold_time_dq = boundaries < 1 ? 0.0F : duration(dip.Trms[0], dip.Trms[boundaries - 1], dip.smprate);
+}
+
+/// The same for a short window, whose minima carry their own positions.
+void finish_short_window(dq_dipx_struct& dip, const Window& window) {
+  rebase(dip.Trms, dip.Trms_num, window.start);
+  rebase(dip.T, dip.T_num, window.start);
+  rebase(dip.pos_u3_min, dip.u_min_num, window.start);
+  const int minima = std::clamp(dip.u_min_num, 0, +DQ_LIST_CAPACITY);
+  std::copy_n(dip.pos_u3_min, minima, dip.order_min);
+  dip.hold_time_dq = duration(dip.D[0], dip.D[1], dip.smprate);
+}
+
+/// Analyses the dip between two boundaries into its zeroed result.
+sagx::Dip analyse_dip(dq_dipx_rms& record, dq_data& data, dq_dipx_struct& dip, int fall, int recovery) {
+  dip.smprate = record.smprate;
+  dip.un = record.un;
+  dip.ut = record.ut;
+  dip.f = record.f;
+
+  const auto start = static_cast<unsigned>(fall);
+  const auto end = static_cast<unsigned>(recovery);
+  const auto smp = static_cast<unsigned>(record.smprate);
+  const unsigned margin = sagx::window_margin_cycles * smp;
+  const unsigned data_len = end - start + 2 * margin;
+  if (data_len > DQ_RECORD_CAPACITY) {
+    std::fputs("data_len err!!!", stdout);
+    return {DipOutcome::window_too_long};
+  }
+  if (start < margin || end + margin > static_cast<unsigned>(record.smp_num)) {
+    std::fputs("win err!!!", stdout);
+    return {DipOutcome::window_at_edge};
+  }
+  const Window window{start - margin, data_len};
+  std::printf("pos = %d data_len = %u\r\n", static_cast<int>(window.start), window.length);
+
+  copy_window(record.rmsa, window, data.rms_ua);
+  copy_window(record.rmsb, window, data.rms_ub);
+  copy_window(record.rmsc, window, data.rms_uc);
+  dip.ud = depth(data, window, dip.un);
+  const bool deep = 0.14 * dip.un < dip.ud;
+  if (!deep && end - start < 5 * smp) {
+    std::fputs("暂降深度不足14%\r\n", stdout);
+    return {DipOutcome::too_shallow};
+  }
+  load_waveform(data, record, window);
+  if (rms_bzc(&record) > 0.5) {
+    std::puts("有效值标准差越限\r");
+    return {DipOutcome::unstable};
+  }
+  if (window.length > longest_short_window_cycles * smp) {
+    finish_long_window(dip, window);
+    return {DipOutcome::analysed, true};
+  }
+  finish_short_window(dip, window);
+  return {DipOutcome::analysed, false};
+}
+
+}  // namespace
+
+bool sagx::search_dips() {
+  last_outcome = Outcome();
+  last_outcome.run = search_boundaries(sample_input_smprate, sample_input_number);
+  return last_outcome.run == RunOutcome::searched;
+}
+
+void dq_dipx_new(dipx_data_struct* /*dipx_data*/) {
+  const bool searched = sagx::search_dips();
+  if (!searched && sagx::last_outcome.run != RunOutcome::disturbed_start) return;
+
+  dq_dipx_rms& record = *dq_rms_buf;
+  const int dips = record.evt_num / 2;
+  std::printf("evt_num=%d\r\n", dips);
+  for (int i = 0; i < dips; i++) {
+    sagx::last_outcome.dips[i] =
+        analyse_dip(record, *dq_data_buf, new_dipx_buf[i], record.T[2 * i], record.T[2 * i + 1]);
+  }
+  if (searched) sagx::last_outcome.run = RunOutcome::analysed;
+}

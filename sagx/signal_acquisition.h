@@ -1,0 +1,30 @@
+/* The analysis driver and its input. */
+#ifndef SAGX_SIGNAL_ACQUISITION_H
+#define SAGX_SIGNAL_ACQUISITION_H
+
+#include "dipx_dll.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Input of the next analysis; set by dipx_fun and sagx_init_from_samples. The arrays are the host's. */
+extern DIPX_API int sample_input_number;  /* samples per phase */
+extern DIPX_API int sample_input_smprate; /* samples per cycle */
+extern DIPX_API float* psample_input_va;  /* volts */
+extern DIPX_API float* psample_input_vb;
+extern DIPX_API float* psample_input_vc;
+
+/*
+ * Analyses the input that is set and leaves the dips in new_dipx_buf and the whole record in dq_rms_buf (dq_dipx.h).
+ * Allocates the two working records on first use and keeps them. Accepts 32 to 128 samples per cycle and two to 3000
+ * cycles, at most 384000 samples; refuses other input with a line, dips it cannot analyse likewise. A refused run
+ * leaves zeroed results and dq_rms_buf->evt_num as it was. The argument is ignored and may be null.
+ */
+DIPX_API void dq_dipx_new(dipx_data_struct* dipx_data);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

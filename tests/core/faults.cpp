@@ -1,0 +1,52 @@
+#include "tests/core/faults.h"
+
+#include <cerrno>
+#include <cstddef>
+
+namespace {
+
+int callocs_until_failure = 0;  // 0: none fails
+bool clock_stands_in = false;
+timespec stand_in_time{};
+long stand_in_step_ms = 0;
+
+}  // namespace
+
+extern "C" {
+
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  if (callocs_until_failure > 0 && --callocs_until_failure == 0) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  return __real_calloc(count, size);
+}
+
+int __real_clock_gettime(clockid_t clock, timespec* now);
+int __wrap_clock_gettime(clockid_t clock, timespec* now) {
+  if (!clock_stands_in) return __real_clock_gettime(clock, now);
+  *now = stand_in_time;
+  stand_in_time.tv_nsec += stand_in_step_ms * 1000000;
+  stand_in_time.tv_sec += stand_in_time.tv_nsec / 1000000000;
+  stand_in_time.tv_nsec %= 1000000000;
+  return 0;
+}
+
+}  // extern "C"
+
+tests::FailingAllocation::FailingAllocation(int which) {
+  callocs_until_failure = which;
+}
+tests::FailingAllocation::~FailingAllocation() {
+  callocs_until_failure = 0;
+}
+
+tests::StandInClock::StandInClock(std::time_t seconds, long nanoseconds, long step_ms) {
+  clock_stands_in = true;
+  stand_in_time = {seconds, nanoseconds};
+  stand_in_step_ms = step_ms;
+}
+tests::StandInClock::~StandInClock() {
+  clock_stands_in = false;
+}

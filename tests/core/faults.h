@@ -1,0 +1,27 @@
+// Makes the system calls that the library depends on fail or answer as a test wants. The linker sends the library's
+// calls here (--wrap), see the build file.
+#pragma once
+
+#include <ctime>
+
+namespace tests {
+
+/// While it lives, the `which`-th calloc from now on (1 is the next one) fails with ENOMEM.
+class FailingAllocation {
+ public:
+  explicit FailingAllocation(int which);
+  FailingAllocation(const FailingAllocation&) = delete;
+  FailingAllocation& operator=(const FailingAllocation&) = delete;
+  ~FailingAllocation();
+};
+
+/// While it lives, the clock stands at a given time and moves on by `step_ms` after each reading.
+class StandInClock {
+ public:
+  StandInClock(std::time_t seconds, long nanoseconds, long step_ms = 0);
+  StandInClock(const StandInClock&) = delete;
+  StandInClock& operator=(const StandInClock&) = delete;
+  ~StandInClock();
+};
+
+}  // namespace tests

@@ -1,0 +1,64 @@
+// Records whose analysis can be worked out by hand.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+#include "dipx_dll.h"
+
+namespace tests {
+
+/// Samples of one phase of a sine, volts RMS.
+inline std::vector<float> sine(double rms, int smp, int samples, double degrees = 0) {
+  std::vector<float> wave(static_cast<std::size_t>(samples));
+  for (int i = 0; i < samples; i++) {
+    const double angle = 2 * std::numbers::pi * i / smp + degrees * std::numbers::pi / 180;
+    wave[static_cast<std::size_t>(i)] = static_cast<float>(rms * std::numbers::sqrt2 * std::sin(angle));
+  }
+  return wave;
+}
+
+/// Three phases held at a constant voltage: a square wave's magnitude. Its one-cycle RMS is that voltage to the last
+/// bit (squares of whole volts and their sums are exact), so crossings and levels are known without arithmetic.
+class LevelRecord {
+ public:
+  LevelRecord(int samples_per_cycle, int samples, float volts)
+      : smp(samples_per_cycle), phases{std::vector<float>(static_cast<std::size_t>(samples), volts), {}, {}} {
+    phases[1] = phases[2] = phases[0];
+  }
+
+  /// Phase `phase` stands at `volts` from sample `from` up to, not including, `to`.
+  LevelRecord& set(int phase, int from, int to, float volts) {
+    std::fill(phases[phase].begin() + from, phases[phase].begin() + to, volts);
+    return *this;
+  }
+
+  [[nodiscard]] int samples() const { return static_cast<int>(phases[0].size()); }
+
+  int smp;
+  std::vector<float> phases[3];
+};
+
+/// RMS of a cycle of which `changed` samples stand at `after` and the rest at `before`.
+inline float mixed_rms(int smp, int changed, float before, float after) {
+  const float sum = static_cast<float>(changed) * after * after + static_cast<float>(smp - changed) * before * before;
+  return std::sqrt(sum / static_cast<float>(smp));
+}
+
+/// Samples after a step from `before` down to `after` until the RMS first lies below `threshold`.
+inline int samples_until_below(int smp, float before, float after, float threshold) {
+  int changed = 1;
+  while (mixed_rms(smp, changed, before, after) >= threshold) changed++;
+  return changed - 1;
+}
+
+/// Samples after the step back from `during` to `after` until the RMS is at or above `threshold` again.
+inline int samples_until_back(int smp, float during, float after, float threshold) {
+  int changed = 1;
+  while (mixed_rms(smp, changed, during, after) < threshold) changed++;
+  return changed - 1;
+}
+
+}  // namespace tests

@@ -1,0 +1,14 @@
+#!/bin/sh
+# headers.sh PREFIX CC CXX: each installed header compiles on its own, as C11 and as C++ from 17 on, without a warning.
+set -eu
+include=$1/include
+cd "$include"
+count=0
+for header in dipx_dll.h sagx/*.h; do
+  for language in "$2 -x c -std=c11" "$3 -x c++ -std=c++17" "$3 -x c++ -std=c++20"; do
+    printf '#include <%s>\n#include <%s>\nint main(void) { return 0; }\n' "$header" "$header" |
+      $language -Wall -Wextra -pedantic -Werror -I"$include" -fsyntax-only -
+    count=$((count + 1))
+  done
+done
+[ "$count" -ge 18 ] || { echo "only $count compilations: headers are missing"; exit 1; }
