@@ -1,0 +1,213 @@
+#include "readers/comtrade_config.h"
+
+#include <cmath>
+#include <optional>
+
+#include "readers/text.h"
+
+namespace readers {
+namespace {
+
+using Fields = std::vector<std::string_view>;
+
+constexpr std::size_t kAnalogFields = 10;  // up to the value range; the transformer ratio came with 1999
+
+class ConfigParser {
+ public:
+  ConfigParser(const std::string& file, std::string_view content) : file_(file), lines_(content) {}
+
+  ComtradeConfig parse() {
+    read_identification();
+    read_channels();
+    read_line_frequency();
+    read_rates();
+    config_.start_time = read_time("the time of the first sample");
+    config_.trigger_time = read_time("the time of the trigger");
+    read_data_type();
+    return std::move(config_);  // what may follow (time factor, time zone) tells nothing about the samples
+  }
+
+ private:
+  /// The next line, which should hold `what`.
+  std::string_view next_line(const std::string& what) {
+    if (const auto line = lines_.next()) return *line;
+    throw ReadError(file_, "line " + std::to_string(lines_.number() + 1), "the file ends where " + what + " should be",
+                    "get the whole configuration file");
+  }
+
+  Fields next_fields(const std::string& what) { return split_fields(next_line(what), ','); }
+
+  [[noreturn]] void refuse_line(const std::string& cause, const std::string& cure = "correct the line") const {
+    throw ReadError(file_, "line " + std::to_string(lines_.number()), cause, cure);
+  }
+
+  void note(const std::string& sentence) {
+    config_.notes.push_back("Line " + std::to_string(lines_.number()) + " of the configuration file: " + sentence);
+  }
+
+  double finite_number(std::string_view field, const std::string& what) const {
+    const auto value = parse_number(field);
+    if (!value || !std::isfinite(*value)) refuse_line(what + " " + cited(field) + " is not a number");
+    return *value;
+  }
+
+  void read_identification() {
+    const Fields fields = next_fields("the station name");
+    config_.station = inert(fields[0]);
+    if (fields.size() > 1) config_.device = inert(fields[1]);
+
+    const std::string_view year = fields.size() > 2 ? fields[2] : "";
+    if (year.empty() || year == "1991") {
+      config_.revision = "1991";
+    } else if (year == "2013") {
+      config_.revision = "2013";
+    } else {
+      config_.revision = "1999";
+      if (year != "1999") note("revision year " + cited(year) + " is unknown; the rules of 1999 are used.");
+    }
+  }
+
+  /// The number in front of the letter that ends a count of channels: "12A".
+  std::size_t channel_count(std::string_view field, char letter) const {
+    std::optional<std::size_t> count;
+    if (!field.empty() && lower_case(field.substr(field.size() - 1))[0] == letter) {
+      count = parse_count(field.substr(0, field.size() - 1));
+    }
+    if (!count) {
+      refuse_line(cited(field) + " is not a count of " + (letter == 'a' ? "analog (A)" : "digital (D)") + " channels",
+                  "make sure that this is a COMTRADE configuration file with a line such as 6,4A,2D");
+    }
+    return *count;
+  }
+
+  void read_channels() {
+    const Fields counts = next_fields("the numbers of channels");
+    if (counts.size() < 3) {
+      refuse_line("total, analog and digital numbers of channels expected, found " + cited(counts[0]),
+                  "make sure that this is a COMTRADE configuration file with a line such as 6,4A,2D");
+    }
+    const std::size_t analogs = channel_count(counts[1], 'a');
+    config_.digitals = channel_count(counts[2], 'd');
+    if (parse_count(counts[0]) != analogs + config_.digitals) {
+      note("the total " + cited(counts[0]) + " is not the sum of " + std::to_string(analogs) + " analog and " +
+           std::to_string(config_.digitals) + " digital channels, which are used.");
+    }
+    if (analogs == 0) refuse_line("the record has no analog channels", "choose a record with voltages");
+
+    // Channels are added as their lines come, never reserved by the count: it may claim more than there is.
+    for (std::size_t i = 1; i <= analogs; ++i) read_analog_channel("analog channel " + position(i, analogs));
+    for (std::size_t i = 1; i <= config_.digitals; ++i) {
+      next_line("digital channel " + position(i, config_.digitals));
+    }
+  }
+
+  static std::string position(std::size_t i, std::size_t count) {
+    return std::to_string(i) + " of " + std::to_string(count);
+  }
+
+  void read_analog_channel(const std::string& what) {
+    const Fields fields = next_fields(what);
+    if (fields.size() < kAnalogFields) {
+      refuse_line(what + " has " + std::to_string(fields.size()) + " fields where at least " +
+                  std::to_string(kAnalogFields) + " belong");
+    }
+    AnalogChannel channel;
+    channel.description.name = inert(fields[1]);
+    channel.description.phase = inert(fields[2]);
+    channel.description.unit = inert(fields[4]);
+    channel.scale = finite_number(fields[5], what + ": the scale factor");
+    channel.offset = finite_number(fields[6], what + ": the offset");
+    if (fields.size() >= 13) {
+      channel.description.primary = parse_number(fields[10]).value_or(1);
+      channel.description.secondary = parse_number(fields[11]).value_or(1);
+      const std::string side = lower_case(fields[12]);
+      if (side == "p") channel.description.side = 'P';
+      if (side == "s") channel.description.side = 'S';
+    }
+    config_.analogs.push_back(std::move(channel));
+  }
+
+  void read_line_frequency() {
+    const std::string_view field = trimmed(next_line("the line frequency"));
+    const auto frequency = parse_number(field);
+    if (frequency && std::isfinite(*frequency) && *frequency > 0) {
+      config_.line_frequency = *frequency;
+    } else {
+      note("the line frequency " + cited(field) + " says nothing.");
+    }
+  }
+
+  void read_rates() {
+    const std::string_view field = next_line("the number of sampling rates");
+    const auto stated = parse_count(field);
+    if (!stated) refuse_line(cited(field) + " is not a number of sampling rates");
+    // With none stated the time stamps rule, and one line still follows for the number of samples.
+    const std::size_t sections = *stated == 0 ? 1 : *stated;
+    for (std::size_t i = 1; i <= sections; ++i) {
+      const std::string what = "sampling rate " + position(i, sections);
+      const Fields fields = next_fields(what);
+      if (fields.size() < 2) refuse_line(what + " needs a rate and the number of its last sample");
+      const double rate = finite_number(fields[0], what + ":");
+      if (rate < 0) refuse_line(what + " is negative");
+      add_rate_section(rate, last_sample(fields[1], what));
+    }
+  }
+
+  std::size_t last_sample(std::string_view field, const std::string& what) const {
+    constexpr double kMost = 9007199254740992;  // 2^53: whole numbers beyond are not exact
+    const double last = finite_number(field, what + ": the last sample");
+    if (last < 0 || last > kMost || last != std::floor(last)) {
+      refuse_line(what + ": the last sample " + cited(field) + " is not a sample number");
+    }
+    return static_cast<std::size_t>(last);
+  }
+
+  void add_rate_section(double rate, std::size_t end) {
+    const std::size_t before = config_.rates.empty() ? 0 : config_.rates.back().end;
+    if (end < before) {
+      refuse_line("this sampling rate ends with sample " + std::to_string(end) + ", but the one before with sample " +
+                      std::to_string(before),
+                  "correct the line: last samples are counted from the start of the record");
+    }
+    config_.rates.push_back({rate, end});
+  }
+
+  std::string read_time(const std::string& what) {
+    std::string time;
+    for (const std::string_view field : next_fields(what)) {
+      if (!time.empty() && !field.empty()) time += ' ';
+      time += inert(field);
+    }
+    return time;
+  }
+
+  void read_data_type() {
+    const std::string_view field = trimmed(next_line("the type of the data file"));
+    const std::string type = lower_case(field);
+    if (type == "ascii") {
+      config_.data_type = ComtradeConfig::DataType::kAscii;
+    } else if (type == "binary") {
+      config_.data_type = ComtradeConfig::DataType::kBinary;
+    } else if (type == "binary32" || type == "float32") {
+      refuse_line("data of type " + cited(field) + " are not read",
+                  "convert it to a .cfg/.dat pair with ASCII or BINARY data");
+    } else {
+      refuse_line(cited(field) + " is not a type of data", "correct the line to what the data are: ASCII or BINARY");
+    }
+  }
+
+  const std::string& file_;
+  Lines lines_;
+  ComtradeConfig config_;
+};
+
+}  // namespace
+
+ComtradeConfig parse_comtrade_config(const std::string& file, std::string_view content) {
+  if (is_utf16(content)) {
+    throw ReadError(file, "", "is text in 16-bit characters (UTF-16)", "save it as UTF-8 text");
+  }
+  return ConfigParser(file, without_file_marks(content)).parse();
+}
+
+}  // namespace readers

@@ -1,0 +1,85 @@
+#include "readers/open_record.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+#include "readers/comtrade.h"
+#include "readers/csv.h"
+#include "readers/file_access.h"
+#include "readers/text.h"
+
+namespace readers {
+namespace {
+
+constexpr const char* kReadable =
+    "what is read: COMTRADE pairs of .cfg and .dat files with ASCII or BINARY data, and CSV files (.csv, .tsv, .txt, "
+    "or - for standard input)";
+
+/// Why a file of a known but unread kind is refused and what helps, by its extension.
+struct Refusal {
+  std::string_view extension;
+  const char* cause;
+  const char* cure;
+};
+
+constexpr Refusal kRefusals[] = {
+    {".cff", "single-file COMTRADE records (.cff) are not read",
+     "convert it to a .cfg/.dat pair with ASCII or BINARY data"},
+    {".pqd", "PQDIF records are not read", "convert it to a COMTRADE .cfg/.dat pair with ASCII or BINARY data"},
+    {".pqdif", "PQDIF records are not read", "convert it to a COMTRADE .cfg/.dat pair with ASCII or BINARY data"},
+    {".hdr", "is the remarks file of a COMTRADE record", "name the .cfg file of the record"},
+    {".inf", "is the information file of a COMTRADE record", "name the .cfg file of the record"},
+};
+
+/// Whether a file of unknown kind may be a table: text whose first line has a separator.
+bool looks_like_table(std::string_view content) {
+  const auto is_binary = [](char c) {
+    return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\r' && c != '\n';
+  };
+  const std::string_view text = without_file_marks(content).substr(0, 4096);
+  if (std::any_of(text.begin(), text.end(), is_binary)) return false;
+  return text.substr(0, text.find('\n')).find_first_of(",;\t") != text.npos;
+}
+
+void note_missing_values(Record& record) {
+  std::size_t missing = 0;
+  std::string first;
+  for (std::size_t c = 0; c < record.channels.size(); ++c) {
+    const Channel& channel = record.channels[c];
+    for (std::size_t i = 0; i < channel.samples.size(); ++i) {
+      if (!std::isnan(channel.samples[i]) || missing++ > 0) continue;
+      first = "sample " + std::to_string(i + 1) + " of channel " + std::to_string(c + 1);
+      if (!channel.name.empty()) first.append(" ").append(cited(channel.name));
+    }
+  }
+  if (missing == 0) return;
+  record.notes.push_back(std::to_string(missing) + (missing == 1 ? " value is" : " values are") +
+                         " marked as missing, the first being " + first + ".");
+}
+
+Record read_by_kind(const std::string& path, const OpenOptions& options) {
+  if (path == "-") return read_csv("standard input", read_standard_input(), options.sampling_rate);
+
+  const std::string name = inert(path);
+  const std::string extension = extension_of(path);
+  if (extension == ".cfg" || extension == ".dat") return read_comtrade(path);
+
+  const std::string content = read_file(path);
+  for (const Refusal& refusal : kRefusals) {
+    if (extension == refusal.extension) throw ReadError(name, "", refusal.cause, refusal.cure);
+  }
+  const bool table = extension == ".csv" || extension == ".tsv" || extension == ".txt" || looks_like_table(content);
+  if (!table) throw ReadError(name, "", "is not a kind of record that is read", kReadable);
+  return read_csv(name, content, options.sampling_rate);
+}
+
+}  // namespace
+
+Record open_record(const std::string& path, const OpenOptions& options) {
+  Record record = read_by_kind(path, options);
+  note_missing_values(record);
+  return record;
+}
+
+}  // namespace readers

@@ -1,0 +1,53 @@
+// A waveform record as read from a file: channels of scaled samples with what the file says about them.
+// The reader library knows nothing of dips; programs other than the dipx command may use it as well.
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace readers {
+
+/// One analog channel. Text is valid UTF-8 without control characters, whatever the file held.
+struct Channel {
+  std::string name;
+  std::string phase;            ///< the file's phase field as it stands ("A", "L1", ...); empty when there is none
+  std::string unit;             ///< the file's unit as it stands ("V", "kV", "A", ...); empty when there is none
+  std::vector<double> samples;  ///< in `unit`; NaN where the file marks a value as missing
+  double primary = 1;           ///< transformer ratio as the file states it
+  double secondary = 1;
+  char side = 0;  ///< 'P' or 'S': samples are primary or secondary values; 0 when the file does not say
+};
+
+/// A stretch of the record with one sampling rate.
+struct RateSection {
+  double rate = 0;      ///< samples per second; 0 when the file leaves it to the time stamps
+  std::size_t end = 0;  ///< one past the section's last sample
+};
+
+struct Record {
+  std::string file;    ///< the name it was opened by; "standard input" for "-"
+  std::string format;  ///< for people: "COMTRADE 1999 BINARY", "CSV"
+  std::string station;
+  std::string device;
+  std::string start_time;          ///< as in the file, empty when there is none
+  std::string trigger_time;        ///< as in the file, empty when there is none
+  double line_frequency = 0;       ///< hertz; 0 when the file does not say
+  std::vector<RateSection> rates;  ///< in order; their last `end` is the record's length
+  std::vector<Channel> channels;   ///< analog channels, all of the same length
+  std::vector<std::string> notes;  ///< oddities a user should know of, one sentence each
+
+  /// Samples per channel.
+  [[nodiscard]] std::size_t length() const { return channels.empty() ? 0 : channels.front().samples.size(); }
+};
+
+/// Input that cannot be used: says which file, where in it, what is wrong and what helps.
+class ReadError : public std::runtime_error {
+ public:
+  ReadError(const std::string& file, const std::string& place, const std::string& cause, const std::string& cure)
+      : std::runtime_error(file + ": " + (place.empty() ? "" : place + ": ") + cause +
+                           (cure.empty() ? "" : "; " + cure)) {}
+};
+
+}  // namespace readers

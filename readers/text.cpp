@@ -1,0 +1,150 @@
+#include "readers/text.h"
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+
+namespace readers {
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
+constexpr std::string_view kBlanks = " \t";
+
+/// One character of UTF-8 text; `length` is 0 when the bytes are none.
+struct Character {
+  std::uint32_t code = 0;
+  std::size_t length = 0;
+};
+
+Character first_character(std::string_view bytes) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  const unsigned lead = byte(0);
+  if (lead < 0x80) return {lead, 1};
+
+  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+  if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length) return {};
+  std::uint32_t code = lead & (0xFFU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0U) != 0x80) return {};
+    code = code << 6 | (byte(i) & 0x3FU);
+  }
+  constexpr std::array<std::uint32_t, 5> kSmallest = {0, 0, 0x80, 0x800, 0x10000};
+  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+  if (code < kSmallest[length] || code > 0x10FFFF || surrogate) return {};
+  return {code, length};
+}
+
+bool breaks_or_tabs(std::uint32_t code) {
+  return (code >= 0x09 && code <= 0x0D) || code == 0x85 || code == 0x2028 || code == 0x2029;
+}
+
+/// Control characters, and those that turn the direction of writing and so can disguise what a name says.
+bool acts_on_display(std::uint32_t code) {
+  return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x200E || code == 0x200F ||
+         (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) || code == 0xFEFF;
+}
+
+}  // namespace
+
+std::string inert(std::string_view bytes) {
+  std::string text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const Character character = first_character(bytes);
+    if (character.length == 0) {
+      text += kReplacement;
+      bytes.remove_prefix(1);
+      continue;
+    }
+    if (breaks_or_tabs(character.code)) {
+      text += ' ';
+    } else if (!acts_on_display(character.code)) {
+      text += bytes.substr(0, character.length);
+    }
+    bytes.remove_prefix(character.length);
+  }
+  return text;
+}
+
+std::string cited(std::string_view piece) {
+  constexpr std::size_t kLongest = 40;
+  std::string text = inert(piece.substr(0, 8 * kLongest));  // enough bytes; the rest would be cut anyway
+  std::size_t characters = 0;
+  for (std::size_t i = 0; i < text.size(); i += first_character(std::string_view(text).substr(i)).length) {
+    if (++characters > kLongest) {
+      text.resize(i);
+      text += "...";
+      break;
+    }
+  }
+  return "'" + text + "'";
+}
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == text.npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string lower_case(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return lower;
+}
+
+std::string_view without_file_marks(std::string_view content) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  constexpr std::string_view kBehind("\r\n\x1A\0", 4);
+  if (content.starts_with(kByteOrderMark)) content.remove_prefix(kByteOrderMark.size());
+  return content.substr(0, content.find_last_not_of(kBehind) + 1);  // npos + 1 is 0: nothing but marks
+}
+
+bool is_utf16(std::string_view content) {
+  return content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF");
+}
+
+std::vector<std::string_view> split_fields(std::string_view line, char separator) {
+  std::vector<std::string_view> fields;
+  std::size_t start = 0;
+  for (std::size_t end = 0; end != line.npos; start = end + 1) {
+    end = line.find(separator, start);
+    fields.push_back(trimmed(line.substr(start, end == line.npos ? end : end - start)));
+  }
+  return fields;
+}
+
+std::optional<double> parse_number(std::string_view text) {
+  text = trimmed(text);
+  if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+std::optional<std::size_t> parse_count(std::string_view text) {
+  text = trimmed(text);
+  std::size_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+std::string number_text(double value) {
+  std::array<char, 32> digits;
+  return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
+}
+
+std::optional<std::string_view> Lines::next() {
+  if (rest_.empty()) return std::nullopt;
+  ++number_;
+  const std::size_t end = rest_.find(end_);
+  std::string_view line = rest_.substr(0, end);
+  rest_.remove_prefix(end == rest_.npos ? rest_.size() : end + 1);
+  while (line.ends_with('\r')) line.remove_suffix(1);  // CRLF, also when a copy has doubled the CR
+  return line;
+}
+
+}  // namespace readers

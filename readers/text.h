@@ -1,0 +1,65 @@
+// Reading the text of record files: lines, fields and numbers, and making such text safe to show.
+// Nothing here depends on the locale: a record means the same on every machine.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace readers {
+
+/// The text as valid UTF-8 that no terminal or report can stumble over: bytes that are not UTF-8 become U+FFFD,
+/// line breaks and tabs become blanks, other control and text-direction characters are dropped.
+std::string inert(std::string_view bytes);
+
+/// A piece of a file for use in a message: inert, shortened when long, in single quotation marks.
+std::string cited(std::string_view piece);
+
+/// Without blanks and tabs at both ends.
+std::string_view trimmed(std::string_view text);
+
+/// ASCII letters in lower case, all other bytes as they are.
+std::string lower_case(std::string_view text);
+
+/// File content without what is no part of its text: a UTF-8 byte order mark in front, line ends and the end-of-file
+/// mark 0x1A of old systems behind.
+std::string_view without_file_marks(std::string_view content);
+
+/// Text in 16-bit characters, as some programs save it, told by its byte order mark.
+bool is_utf16(std::string_view content);
+
+/// The fields between separators, trimmed; one empty field for an empty line. Knows no quotation marks.
+std::vector<std::string_view> split_fields(std::string_view line, char separator);
+
+/// The number that the whole of `text` (trimmed) writes, a leading plus sign allowed.
+std::optional<double> parse_number(std::string_view text);
+
+/// The count that the whole of `text` (trimmed) writes in digits.
+std::optional<std::size_t> parse_count(std::string_view text);
+
+/// The shortest digits that mean this number, for messages.
+std::string number_text(double value);
+
+/// Walks through text line by line. Ends of lines may be LF, CRLF or, where there is no LF at all, CR.
+class Lines {
+ public:
+  explicit Lines(std::string_view text) : rest_(text), end_(text.find('\n') == text.npos ? '\r' : '\n') {}
+
+  /// The next line without its end; nothing when the text is used up.
+  std::optional<std::string_view> next();
+
+  /// True when no line is left.
+  [[nodiscard]] bool at_end() const { return rest_.empty(); }
+
+  /// Number of the line that `next` gave last; the first is 1.
+  [[nodiscard]] std::size_t number() const { return number_; }
+
+ private:
+  std::string_view rest_;
+  char end_;
+  std::size_t number_ = 0;
+};
+
+}  // namespace readers

@@ -1,0 +1,489 @@
+#include "readers/voltage_set.h"
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "readers/text.h"
+
+namespace readers {
+namespace {
+
+constexpr std::string_view kSeparators = " _-.:/()[]'#";
+
+bool is_one_of(std::string_view word, std::initializer_list<std::string_view> words) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+bool is_letter(char c) {
+  return c >= 'a' && c <= 'z';
+}  // names are in lower case by then
+bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// --- units -----------------------------------------------------------------------------------------------------------
+
+/// Volts in one `unit`; nothing for a unit that is no voltage. No unit counts as volts.
+std::optional<double> volts_per(const std::string& unit) {
+  const std::string_view text = trimmed(unit);
+  const std::string small = lower_case(text);
+  if (is_one_of(small, {"", "v", "volt", "volts"})) return 1;
+  if (is_one_of(small, {"kv", "kilovolt", "kilovolts"})) return 1e3;
+  if (small == "mv") return text[0] == 'm' ? 1e-3 : 1e6;  // milli or mega: here the letter's case is the meaning
+  return std::nullopt;
+}
+
+// --- phases in names and phase fields --------------------------------------------------------------------------------
+
+/// What a letter or digit says as a phase: 0, 1, 2 for A, B, C; nothing for others.
+std::optional<std::size_t> phase_of(char c) {
+  switch (c) {
+    case 'a':
+    case '1':
+    case 'r':
+      return 0;
+    case 'b':
+    case '2':
+    case 's':
+      return 1;
+    case 'c':
+    case '3':
+    case 't':
+      return 2;
+    default:
+      return std::nullopt;
+  }
+}
+
+bool is_ground(char c) {
+  return c == 'n' || c == 'g' || c == 'e';
+}
+
+/// What a phase field says.
+struct PhaseField {
+  std::optional<std::size_t> phase;
+  bool other = false;  ///< neutral, zero sequence or two phases
+};
+
+PhaseField read_phase_field(const std::string& field) {
+  std::string text;
+  for (const char c : lower_case(field)) {
+    if (c != 'l' && kSeparators.find(c) == kSeparators.npos) text += c;  // L1, A-N
+  }
+  if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0'};
+  if (text.size() == 2 && phase_of(text[0])) {
+    if (is_ground(text[1])) return {phase_of(text[0]), false};
+    if (phase_of(text[1])) return {std::nullopt, true};
+  }
+  return {};
+}
+
+enum class Alphabet { kLetters, kOther };  // other: digits, or R S T
+
+/// A place in a name that may tell the phase.
+struct PhaseMark {
+  std::size_t position = 0;
+  std::size_t phase = 0;
+  Alphabet alphabet = Alphabet::kLetters;
+  bool after_quantity = false;  ///< right behind U, V, L or "phase", so that hardly anything else can be meant
+};
+
+/// The word that ends, separators left aside, in front of `position`.
+std::string_view word_before(std::string_view name, std::size_t position) {
+  const std::size_t last = position == 0 ? name.npos : name.find_last_not_of(kSeparators, position - 1);
+  if (last == name.npos) return {};
+  std::size_t first = last + 1;
+  while (first > 0 && is_letter(name[first - 1])) --first;
+  return name.substr(first, last + 1 - first);
+}
+
+/// Whether a word goes on behind `position` in a way that a phase letter does not: "Van" still is phase A.
+bool word_goes_on(std::string_view name, std::size_t position) {
+  const auto letter_at = [&](std::size_t i) { return i < name.size() && is_letter(name[i]); };
+  if (!letter_at(position + 1)) return false;
+  return !is_ground(name[position + 1]) || letter_at(position + 2);
+}
+
+bool beside_digit(std::string_view name, std::size_t position) {
+  return (position > 0 && is_digit(name[position - 1])) || (position + 1 < name.size() && is_digit(name[position + 1]));
+}
+
+/// All places of a name (in lower case) that may tell the phase.
+std::vector<PhaseMark> phase_marks(std::string_view name) {
+  std::vector<PhaseMark> marks;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const auto phase = phase_of(name[i]);
+    if (!phase) continue;
+    const bool after_quantity = is_one_of(word_before(name, i), {"u", "v", "ul", "vl", "l", "ph", "phase"});
+    const bool letter = name[i] <= 'c' && !is_digit(name[i]);
+    if (is_digit(name[i]) ? beside_digit(name, i) : word_goes_on(name, i)) continue;
+    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), digits and R, S, T stand for much else.
+    if (!letter && !after_quantity) continue;
+    marks.push_back({i, *phase, letter ? Alphabet::kLetters : Alphabet::kOther, after_quantity});
+  }
+  return marks;
+}
+
+/// A voltage between two phases: Uab, VL12, "Ua-Ub".
+bool names_two_phases(std::string_view name, const std::vector<PhaseMark>& marks) {
+  for (std::size_t i = 0; i + 1 < name.size(); ++i) {
+    const auto first = phase_of(name[i]);
+    const auto second = phase_of(name[i + 1]);
+    if (!first || !second || *first == *second || is_digit(name[i]) != is_digit(name[i + 1])) continue;
+    const char behind = i + 2 < name.size() ? name[i + 2] : ' ';
+    const bool ends = is_digit(name[i]) ? !is_digit(behind) : !is_letter(behind);
+    if (ends && is_one_of(word_before(name, i), {"u", "v", "ul", "vl"})) return true;
+  }
+  for (const PhaseMark& one : marks) {
+    for (const PhaseMark& other : marks) {
+      if (one.after_quantity && other.after_quantity && one.alphabet == other.alphabet && one.phase != other.phase) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+/// Whether a name without a unit is that of a voltage.
+bool sounds_like_voltage(std::string_view name, const std::vector<PhaseMark>& marks) {
+  constexpr std::string_view kVoltageInChinese = "\xE7\x94\xB5\xE5\x8E\x8B";
+  for (const std::string_view word : {std::string_view("volt"), std::string_view("spannung"), kVoltageInChinese}) {
+    if (name.find(word) != name.npos) return true;
+  }
+  for (std::size_t i = 0; i < name.size(); ++i) {  // a word of its own: "U Sig (a)", "V_L1"
+    const bool quantity = name[i] == 'u' || name[i] == 'v';
+    const bool starts = i == 0 || !is_letter(name[i - 1]);
+    if (quantity && starts && (i + 1 == name.size() || !is_letter(name[i + 1]))) return true;
+  }
+  return std::any_of(marks.begin(), marks.end(), [&](const PhaseMark& mark) {
+    return is_one_of(word_before(name, mark.position), {"u", "v", "ul", "vl"});
+  });
+}
+
+/// Phasor figures that some relays record beside the waveforms.
+bool is_computed(std::string_view name) {
+  std::size_t start = 0;
+  for (std::size_t i = 0; i <= name.size(); ++i) {
+    if (i < name.size() && is_letter(name[i])) continue;
+    if (is_one_of(name.substr(start, i - start), {"mag", "magnitude", "rms", "ang", "angle"})) return true;
+    start = i + 1;
+  }
+  return false;
+}
+
+// --- grouping --------------------------------------------------------------------------------------------------------
+
+/// A channel that may be part of a set.
+struct Candidate {
+  std::size_t channel = 0;
+  std::string name;  ///< in lower case
+  std::optional<std::size_t> field_phase;
+  std::vector<PhaseMark> marks;
+};
+
+/// One way to see a channel: as this phase of what goes by the name `rest`.
+struct Reading {
+  std::size_t channel = 0;
+  std::size_t phase = 0;
+  std::string rest;
+};
+
+constexpr char kPhasePlace = '\x01';  // stands where the phase was; names have no control characters
+
+Reading read_mark(const Candidate& candidate, const PhaseMark& mark) {
+  Reading reading{candidate.channel, mark.phase, candidate.name};
+  reading.rest[mark.position] = kPhasePlace;
+  return reading;
+}
+
+/// The text with each run of digits made one '0', so that running numbers in names do not matter.
+std::string without_numbers(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    if (!is_digit(c)) {
+      result += c;
+    } else if (result.empty() || result.back() != '0') {
+      result += '0';
+    }
+  }
+  return result;
+}
+
+/// The sets that readings complete are added to `sets`, their channels marked as taken.
+class SetCollector {
+ public:
+  explicit SetCollector(std::size_t channels) : taken_(channels, false) {}
+
+  [[nodiscard]] bool is_taken(std::size_t channel) const { return taken_[channel]; }
+
+  /// Makes sets of channels that differ in nothing but the phase. Several sets may go by one name: the first A belongs
+  /// to the first B and C, and so on, as long as there are equally many.
+  void add_matching(const std::vector<Reading>& readings) {
+    std::map<std::string, std::array<std::vector<std::size_t>, 3>> groups;
+    for (const Reading& reading : readings) {
+      if (!is_taken(reading.channel)) groups[reading.rest][reading.phase].push_back(reading.channel);
+    }
+    std::vector<std::array<std::size_t, 3>> found;
+    for (const auto& [rest, phases] : groups) {
+      if (phases[0].size() != phases[1].size() || phases[0].size() != phases[2].size()) continue;
+      for (std::size_t i = 0; i < phases[0].size(); ++i) found.push_back({phases[0][i], phases[1][i], phases[2][i]});
+    }
+    // Where a channel could go into several, its neighbours are the likelier company.
+    const auto rank = [](const std::array<std::size_t, 3>& set) {
+      const auto [first, last] = std::minmax({set[0], set[1], set[2]});
+      return std::pair(last - first, first);
+    };
+    std::sort(found.begin(), found.end(), [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
+    for (const auto& set : found) add(set);
+  }
+
+  void add(const std::array<std::size_t, 3>& set) {
+    if (std::any_of(set.begin(), set.end(), [&](std::size_t channel) { return is_taken(channel); })) return;
+    for (const std::size_t channel : set) taken_[channel] = true;
+    sets_.push_back({set, false});
+  }
+
+  std::vector<VoltageSet> in_file_order() && {
+    std::sort(sets_.begin(), sets_.end(), [](const VoltageSet& a, const VoltageSet& b) {
+      return *std::min_element(a.channels.begin(), a.channels.end()) <
+             *std::min_element(b.channels.begin(), b.channels.end());
+    });
+    return std::move(sets_);
+  }
+
+ private:
+  std::vector<bool> taken_;
+  std::vector<VoltageSet> sets_;
+};
+
+std::vector<Candidate> candidates_in(const Record& record) {
+  std::vector<Candidate> candidates;
+  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+    const Channel& channel = record.channels[i];
+    const PhaseField field = read_phase_field(channel.phase);
+    if (field.other || !volts_per(channel.unit)) continue;
+    Candidate candidate{i, lower_case(channel.name), field.phase, {}};
+    candidate.marks = phase_marks(candidate.name);
+    if (channel.unit.empty() && !sounds_like_voltage(candidate.name, candidate.marks)) continue;
+    if (names_two_phases(candidate.name, candidate.marks) || is_computed(candidate.name)) continue;
+    candidates.push_back(std::move(candidate));
+  }
+  return candidates;
+}
+
+/// As the phase fields say, whatever in the name agrees with them taken out.
+std::vector<Reading> readings_by_field(const std::vector<Candidate>& candidates) {
+  std::vector<Reading> readings;
+  for (const Candidate& candidate : candidates) {
+    if (!candidate.field_phase) continue;
+    readings.push_back({candidate.channel, *candidate.field_phase, candidate.name});
+    for (const PhaseMark& mark : candidate.marks) {
+      if (mark.phase == *candidate.field_phase) readings.push_back(read_mark(candidate, mark));
+    }
+  }
+  return readings;
+}
+
+/// As the names say, whatever the phase fields do: some programs fill them without care.
+std::vector<Reading> readings_by_name(const std::vector<Candidate>& candidates, Alphabet alphabet) {
+  std::vector<Reading> readings;
+  for (const Candidate& candidate : candidates) {
+    for (const PhaseMark& mark : candidate.marks) {
+      if (mark.alphabet == alphabet) readings.push_back(read_mark(candidate, mark));
+    }
+  }
+  return readings;
+}
+
+std::vector<Reading> readings_without_numbers(const std::vector<Candidate>& candidates) {
+  std::vector<Reading> readings;
+  for (const Candidate& candidate : candidates) {
+    for (const PhaseMark& mark : candidate.marks) {
+      if (mark.alphabet != Alphabet::kLetters || mark.phase != candidate.field_phase.value_or(mark.phase)) continue;
+      readings.push_back(read_mark(candidate, mark));
+      readings.back().rest = without_numbers(readings.back().rest);
+    }
+  }
+  return readings;
+}
+
+/// The phase of a channel whose name has no partners.
+std::optional<std::size_t> lone_phase(const Candidate& candidate) {
+  if (candidate.field_phase) return candidate.field_phase;
+  for (const PhaseMark& mark : candidate.marks) {
+    if (mark.after_quantity) return mark.phase;
+  }
+  return std::nullopt;
+}
+
+/// Makes sets of channels that follow each other as A, B, C in the file.
+void add_consecutive(const std::vector<Candidate>& candidates, SetCollector& collector) {
+  std::vector<std::size_t> run;
+  for (const Candidate& candidate : candidates) {
+    const auto phase = lone_phase(candidate);
+    if (!phase || collector.is_taken(candidate.channel)) continue;
+    if (*phase != run.size()) run.clear();
+    if (*phase == run.size()) run.push_back(candidate.channel);
+    if (run.size() < 3) continue;
+    collector.add({run[0], run[1], run[2]});
+    run.clear();
+  }
+}
+
+// --- live sets -------------------------------------------------------------------------------------------------------
+
+/// Root mean square of the values that are there, in volts; 0 when the channel is no voltage.
+double rms_volts(const Channel& channel) {
+  double sum = 0;
+  std::size_t count = 0;
+  for (const double value : channel.samples) {
+    if (!std::isfinite(value)) continue;
+    sum += value * value;
+    ++count;
+  }
+  return count == 0 ? 0 : volts_per(channel.unit).value_or(0) * std::sqrt(sum / static_cast<double>(count));
+}
+
+/// A set is live when none of its phases is zero throughout and the largest is no mere noise beside the record's
+/// largest. One phase may well be low: that is what a long dip looks like.
+void mark_live(const Record& record, std::vector<VoltageSet>& sets) {
+  constexpr double kNoise = 0.01;
+  std::vector<std::pair<double, double>> smallest_and_largest;
+  double largest = 0;
+  for (const VoltageSet& set : sets) {
+    const auto rms = [&](std::size_t phase) { return rms_volts(record.channels[set.channels[phase]]); };
+    smallest_and_largest.push_back(std::minmax({rms(0), rms(1), rms(2)}));
+    largest = std::max(largest, smallest_and_largest.back().second);
+  }
+  for (std::size_t i = 0; i < sets.size(); ++i) {
+    const auto [low, high] = smallest_and_largest[i];
+    sets[i].live = low > 0 && high >= kNoise * largest;
+  }
+}
+
+// --- sets and samples by name ----------------------------------------------------------------------------------------
+
+std::string channel_list(const Record& record) {
+  std::string list;
+  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+    const Channel& channel = record.channels[i];
+    if (i > 0) list += ", ";
+    list += std::to_string(i + 1) + " " + channel.name;
+    if (!channel.unit.empty()) list += " [" + channel.unit + "]";
+  }
+  return list;
+}
+
+[[noreturn]] void refuse_names(const Record& record, const std::string& cause) {
+  throw ReadError(record.file, "", cause, "choose three of the channels by name or number: " + channel_list(record));
+}
+
+/// Whether `text` names the channel; tables may spell its unit behind the name.
+bool is_named(const Channel& channel, std::string_view text) {
+  return text == channel.name || (!channel.unit.empty() && (text == channel.name + "_" + channel.unit ||
+                                                            text == channel.name + " [" + channel.unit + "]" ||
+                                                            text == channel.name + " (" + channel.unit + ")"));
+}
+
+std::size_t channel_named(const Record& record, std::string_view text) {
+  std::vector<std::size_t> exact;
+  std::vector<std::size_t> in_any_case;
+  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+    const Channel& channel = record.channels[i];
+    if (is_named(channel, text)) exact.push_back(i);
+    if (lower_case(channel.name) == lower_case(text)) in_any_case.push_back(i);
+  }
+  const std::vector<std::size_t>& found = exact.empty() ? in_any_case : exact;
+  if (found.size() == 1) return found[0];
+  if (found.size() > 1) {
+    refuse_names(record, std::to_string(found.size()) + " channels go by the name " + cited(text));
+  }
+  const auto number = parse_count(text);
+  if (number && *number >= 1 && *number <= record.channels.size()) return *number - 1;
+  refuse_names(record, "there is no channel " + cited(text));
+}
+
+/// Says which samples of `bad` are meant, up to three stretches of them.
+std::string stretches_text(const std::vector<bool>& bad) {
+  constexpr std::size_t kMost = 3;
+  std::string text;
+  std::size_t stretches = 0;
+  for (std::size_t i = 0; i < bad.size(); ++i) {
+    if (!bad[i]) continue;
+    std::size_t last = i;
+    while (last + 1 < bad.size() && bad[last + 1]) ++last;
+    if (++stretches <= kMost) {
+      text += (text.empty() ? "" : ", ") + std::to_string(i + 1);
+      if (last > i) text += " to " + std::to_string(last + 1);
+    }
+    i = last;
+  }
+  if (stretches > kMost) text += " and " + std::to_string(stretches - kMost) + " more stretches";
+  return text;
+}
+
+}  // namespace
+
+std::vector<VoltageSet> find_voltage_sets(const Record& record) {
+  const std::vector<Candidate> candidates = candidates_in(record);
+  SetCollector collector(record.channels.size());
+  collector.add_matching(readings_by_field(candidates));
+  collector.add_matching(readings_by_name(candidates, Alphabet::kLetters));
+  collector.add_matching(readings_by_name(candidates, Alphabet::kOther));
+  collector.add_matching(readings_without_numbers(candidates));
+  add_consecutive(candidates, collector);
+
+  std::vector<VoltageSet> sets = std::move(collector).in_file_order();
+  mark_live(record, sets);
+  return sets;
+}
+
+VoltageSet named_voltage_set(const Record& record, const std::string& names) {
+  const std::vector<std::string_view> parts = split_fields(names, ',');
+  if (parts.size() != 3) {
+    refuse_names(record, "three channels separated by commas are needed, not " + cited(names));
+  }
+  VoltageSet set;
+  for (std::size_t i = 0; i < 3; ++i) set.channels[i] = channel_named(record, parts[i]);
+  const auto& [a, b, c] = set.channels;
+  if (a == b || b == c || a == c) refuse_names(record, cited(names) + " names a channel twice");
+
+  std::vector<VoltageSet> sets = find_voltage_sets(record);
+  sets.push_back(set);
+  mark_live(record, sets);
+  return sets.back();
+}
+
+std::vector<float> volts(const Record& record, std::size_t channel) {
+  const Channel& source = record.channels.at(channel);
+  const std::string place = "channel " + cited(source.name);
+  const auto factor = volts_per(source.unit);
+  if (!factor) {
+    throw ReadError(record.file, place, "the unit " + cited(source.unit) + " is no voltage",
+                    "choose channels in V, kV, mV or MV");
+  }
+
+  std::vector<float> values;
+  values.reserve(source.samples.size());
+  std::vector<bool> bad(source.samples.size(), false);
+  for (std::size_t i = 0; i < source.samples.size(); ++i) {
+    const double value = source.samples[i] * *factor;
+    bad[i] = !(std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max()));
+    values.push_back(bad[i] ? 0.0F : static_cast<float>(value));
+  }
+  if (const auto count = std::count(bad.begin(), bad.end(), true); count > 0) {
+    throw ReadError(record.file, place,
+                    "missing or not finite: " + std::to_string(count) + " of " + std::to_string(bad.size()) +
+                        " values (" + (count == 1 ? "sample " : "samples ") + stretches_text(bad) + ")",
+                    "choose another channel, or a record without the gap");
+  }
+  return values;
+}
+
+}  // namespace readers

@@ -1,0 +1,322 @@
+#include "readers/csv.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/readers/scratch_folder.h"
+
+namespace readers {
+namespace {
+
+using Samples = std::vector<double>;
+using Strings = std::vector<std::string>;
+
+Strings names_of(const Record& record) {
+  Strings names;
+  for (const Channel& channel : record.channels) names.push_back(channel.name);
+  return names;
+}
+
+Strings units_of(const Record& record) {
+  Strings units;
+  for (const Channel& channel : record.channels) units.push_back(channel.unit);
+  return units;
+}
+
+std::string refusal(const std::string& content, double rate = 0) {
+  return refusal_of([&] { read_csv("t.csv", content, rate); });
+}
+
+// --- shape -----------------------------------------------------------------------------------------------------------
+
+TEST(CsvReader, ReadsNamesTimeAndSamples) {
+  const Record record = read_csv("t.csv", "t_s,v1_V,v2_V\n0.000,1.5,-2\n0.001,2.5,-3e1\n0.002,+3.5,0\n");
+  EXPECT_EQ(record.file, "t.csv");
+  EXPECT_EQ(record.format, "CSV");
+  EXPECT_EQ(names_of(record), (Strings{"v1", "v2"}));
+  EXPECT_EQ(units_of(record), (Strings{"V", "V"}));
+  EXPECT_EQ(record.channels[0].samples, (Samples{1.5, 2.5, 3.5}));
+  EXPECT_EQ(record.channels[1].samples, (Samples{-2, -30, 0}));
+  EXPECT_EQ(record.channels[0].phase, "");
+  EXPECT_EQ(record.line_frequency, 0);
+  ASSERT_EQ(record.rates.size(), 1U);
+  EXPECT_EQ(record.rates[0].rate, 1000);
+  EXPECT_EQ(record.rates[0].end, 3U);
+  EXPECT_TRUE(record.notes.empty());
+}
+
+TEST(CsvReader, DetectsTheSeparator) {
+  for (const char* content : {"t,Ua,Ub\n0,1,2\n1,3,4\n", "t;Ua;Ub\n0;1;2\n1;3;4\n", "t\tUa\tUb\n0\t1\t2\n1\t3\t4\n"}) {
+    const Record record = read_csv("t.csv", content);
+    EXPECT_EQ(names_of(record), (Strings{"Ua", "Ub"})) << content;
+    EXPECT_EQ(record.channels[1].samples, (Samples{2, 4})) << content;
+  }
+}
+
+TEST(CsvReader, LooksForTheSeparatorOutsideQuotes) {
+  const Record record = read_csv("t.csv", "\"t\",\"Ua; first\",\"Ub, \"\"second\"\"\"\n\"0\",\"1\",2\n1,3,4\n");
+  EXPECT_EQ(names_of(record), (Strings{"Ua; first", "Ub, \"second\""}));
+  EXPECT_EQ(record.channels[0].samples, (Samples{1, 3}));
+}
+
+TEST(CsvReader, KeepsEmptyCellsBetweenTabs) {
+  const Record record = read_csv("t.csv", "Ua\tUb\tUc\n\t2\t\n4\t\t6\n", 1000);
+  EXPECT_TRUE(std::isnan(record.channels[0].samples[0]));
+  EXPECT_EQ(record.channels[1].samples[0], 2);
+  EXPECT_TRUE(std::isnan(record.channels[2].samples[0]));
+  EXPECT_EQ(record.channels[2].samples[1], 6);
+}
+
+TEST(CsvReader, AcceptsAllEndsOfLinesAndBlankLines) {
+  for (const char* content : {"Ua,Ub\r\n1,2\r\n3,4\r\n", "Ua,Ub\r1,2\r3,4", "\nUa,Ub\n\n1,2\n\n\n3,4\n\n",
+                              "\xEF\xBB\xBFUa,Ub\n1,2\n3,4\n\x1A"}) {
+    const Record record = read_csv("t.csv", content, 50);
+    EXPECT_EQ(names_of(record), (Strings{"Ua", "Ub"})) << content;
+    EXPECT_EQ(record.channels[1].samples, (Samples{2, 4})) << content;
+  }
+}
+
+TEST(CsvReader, SkipsRemarksInFront) {
+  const Record record = read_csv("t.csv", "# made by hand; 3 kV\n  # second\n\nUa,Ub\n1,2\n", 50);
+  EXPECT_EQ(names_of(record), (Strings{"Ua", "Ub"}));
+  EXPECT_NE(refusal("# one\nUa,Ub\n1,2\n3,x\n", 50).find("line 4: "), std::string::npos);
+}
+
+TEST(CsvReader, NamesColumnsByTheirPlaceWhenNothingElseDoes) {
+  EXPECT_EQ(names_of(read_csv("t.csv", "1,2,3\n4,5,7\n", 50)), (Strings{"column 1", "column 2", "column 3"}));
+  EXPECT_EQ(names_of(read_csv("t.csv", "t,Ua,,Uc\n0,1,2,3\n1,4,5,6\n")), (Strings{"Ua", "column 3", "Uc"}));
+}
+
+TEST(CsvReader, LeavesOutTheBlankColumnBehindALastSeparator) {
+  EXPECT_EQ(names_of(read_csv("t.csv", "t,Ua,Ub,\n0,1,2,\n1,4,5,\n")), (Strings{"Ua", "Ub"}));
+}
+
+TEST(CsvReader, MakesNamesInert) {
+  EXPECT_EQ(names_of(read_csv("t.csv",
+                              "\xD3U\x1B"
+                              "a,Ub\n1,2\n",
+                              50)),
+            (Strings{"\xEF\xBF\xBDUa", "Ub"}));
+}
+
+TEST(CsvReader, GivesMissingValuesAsNaN) {
+  const Record record = read_csv("t.csv", "Ua,Ub\n,nan\nNaN, \n1,2\n", 50);
+  for (const Channel& channel : record.channels) {
+    EXPECT_TRUE(std::isnan(channel.samples[0]));
+    EXPECT_TRUE(std::isnan(channel.samples[1]));
+    EXPECT_FALSE(std::isnan(channel.samples[2]));
+  }
+}
+
+// --- units -----------------------------------------------------------------------------------------------------------
+
+TEST(CsvReader, TakesUnitsFromNames) {
+  const Record record =
+      read_csv("t.csv", "v1_V,Ua [kV],Ub (V),Uc/mV,phase_A_voltage,Ia_A,f [Hz],x [furlong]\n1,2,3,4,5,6,7,8\n", 50);
+  EXPECT_EQ(names_of(record), (Strings{"v1", "Ua", "Ub", "Uc", "phase_A_voltage", "Ia", "f", "x"}));
+  EXPECT_EQ(units_of(record), (Strings{"V", "kV", "V", "mV", "", "A", "Hz", "furlong"}));
+}
+
+TEST(CsvReader, DoesNotTakeAPhaseForAUnit) {
+  const Record record = read_csv("t.csv", "U_A,U (A),v_Ug_A,U [a],Ua_SUB_A_VT2\n1,2,3,4,5\n", 50);
+  EXPECT_EQ(names_of(record), (Strings{"U_A", "U (A)", "v_Ug_A", "U [a]", "Ua_SUB_A_VT2"}));
+  EXPECT_EQ(units_of(record), (Strings{"", "", "", "", ""}));
+}
+
+// --- time ------------------------------------------------------------------------------------------------------------
+
+TEST(CsvReader, FindsTheTimeByItsName) {
+  const std::vector<std::pair<std::string, double>> headings = {
+      {"t", 10},
+      {"T", 10},
+      {"t_s", 10},
+      {"time", 10},
+      {"Time (s)", 10},
+      {"timestamp", 10},
+      {"time_s", 10},
+      {"Zeit", 10},
+      {"Zeit [s]", 10},
+      {"t_ms", 10000},
+      {"time [ms]", 10000},
+      {"Zeit/ms", 10000},
+      {"time_us", 1e7},
+      {"t [\xC2\xB5s]", 1e7},
+  };
+  for (const auto& [heading, rate] : headings) {
+    const Record record = read_csv("t.csv", heading + ",Ua\n0,1\n0.1,2\n0.2,3\n");
+    EXPECT_EQ(record.rates[0].rate, rate) << heading;
+    EXPECT_EQ(names_of(record), Strings{"Ua"}) << heading;
+  }
+}
+
+TEST(CsvReader, FindsTheTimeInAnyColumn) {
+  const Record record = read_csv("t.csv", "Ua,t_ms\n5,0\n6,0.5\n");
+  EXPECT_EQ(record.rates[0].rate, 2000);
+  EXPECT_EQ(record.channels[0].samples, (Samples{5, 6}));
+}
+
+TEST(CsvReader, FindsTheTimeWithoutNames) {
+  const Record record = read_csv("t.csv", "0.00,1,2,3\n0.02,4,5,7\n0.04,8,9,10\n");
+  EXPECT_EQ(record.rates[0].rate, 50);
+  EXPECT_EQ(names_of(record), (Strings{"column 2", "column 3", "column 4"}));
+}
+
+TEST(CsvReader, TakesNoColumnForTheTimeWithoutNamesUnlessItRisesEvenly) {
+  EXPECT_EQ(read_csv("t.csv", "0.000,1,2,3\n0.020,4,5,7\n0.050,8,9,10\n", 50).channels.size(), 4U);
+  EXPECT_EQ(read_csv("t.csv", "0.04,1,2,3\n0.02,4,5,7\n0.00,8,9,10\n", 50).channels.size(), 4U);
+  EXPECT_EQ(read_csv("t.csv", "0.00,1,2\n0.02,4,5\n0.04,8,9\n", 50).channels.size(), 3U);
+}
+
+TEST(CsvReader, LeavesOutAColumnThatCountsTheSamples) {
+  const Record record = read_csv("t.csv", "1,10,20,30\n2,11,21,31\n3,12,22,32\n", 4000);
+  EXPECT_EQ(record.rates[0].rate, 4000);
+  EXPECT_EQ(names_of(record), (Strings{"column 2", "column 3", "column 4"}));
+  EXPECT_EQ(record.notes, Strings{"The first column counts the samples and was left out."});
+}
+
+TEST(CsvReader, TakesTheGivenRateWithoutTimes) {
+  EXPECT_EQ(read_csv("t.csv", "Ua,Ub\n1,2\n3,4\n", 12800).rates[0].rate, 12800);
+}
+
+TEST(CsvReader, AsksForTheRateWithoutTimes) {
+  const std::string expected =
+      "t.csv: no column holds the time, so the sampling rate is not known; give it with --rate (samples per second)";
+  EXPECT_EQ(refusal("Ua,Ub\n1,2\n3,4\n"), expected);
+  EXPECT_EQ(refusal("Ua,Ub\n1,2\n3,4\n", -5), expected);
+}
+
+TEST(CsvReader, PrefersTheTimesToAGivenRateAndSaysSo) {
+  const Record record = read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", 500);
+  EXPECT_EQ(record.rates[0].rate, 1000);
+  EXPECT_EQ(record.notes,
+            Strings{"The rate given (500 samples per second) was not used, as the times in the table make "
+                    "it 1000."});
+  EXPECT_TRUE(read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", 1000).notes.empty());
+}
+
+TEST(CsvReader, RoundsARateNextToAWholeNumber) {
+  EXPECT_EQ(read_csv("t.csv", "t,Ua\n0,1\n0.00015625,2\n0.0003125,3\n").rates[0].rate, 6400);
+  EXPECT_EQ(read_csv("t.csv", "t,Ua\n0.0000,1\n0.0003,2\n0.0007,3\n0.0010,4\n").rates[0].rate, 3000);
+  EXPECT_NEAR(read_csv("t.csv", "t,Ua\n0,1\n0.000999,2\n").rates[0].rate, 1001.001, 1e-3);
+}
+
+TEST(CsvReader, AllowsForTheRoundingOfWrittenTimes) {
+  std::string fixed = "t,Ua\n";
+  std::string shortest = "t,Ua\n";
+  std::string six_digits = "t,Ua\n";
+  char number[64];
+  for (int i = 0; i < 20000; ++i) {
+    const double time = i / 6400.0;
+    std::snprintf(number, sizeof number, "%.5f,1\n", time);
+    fixed += number;
+    std::snprintf(number, sizeof number, "%.17g,1\n", time);
+    shortest += number;
+    std::snprintf(number, sizeof number, "%g,1\n", time);
+    six_digits += number;
+  }
+  EXPECT_EQ(read_csv("t.csv", fixed).rates[0].rate, 6400);
+  EXPECT_EQ(read_csv("t.csv", shortest).rates[0].rate, 6400);
+  EXPECT_EQ(read_csv("t.csv", six_digits).rates[0].rate, 6400);
+}
+
+TEST(CsvReader, AllowsForTimesWrittenMoreCoarselyThanTheyStep) {
+  std::string table = "t_ms,Ua\n";
+  for (int i = 0; i < 6400; ++i) table += std::to_string(i * 1000 / 6400) + ",1\n";
+  EXPECT_NEAR(read_csv("t.csv", table).rates[0].rate, 6400, 7);
+}
+
+TEST(CsvReader, NamesTheLineWhereTheTimeJumps) {
+  EXPECT_EQ(
+      refusal("t,Ua\n0.000,1\n0.001,2\n0.002,3\n0.003,4\n1.000,5\n1.001,6\n"),
+      "t.csv: line 6: the time jumps from 0.003 to 1, unlike the steps elsewhere; cut the table there: samples must "
+      "follow at one rate");
+  EXPECT_EQ(refusal("t,Ua\n0.00000,1\n0.00100,2\n0.00200,3\n0.00310,4\n0.00410,5\n").substr(0, 15), "t.csv: line 5: ");
+}
+
+TEST(CsvReader, FindsALostRowWhateverTheRestOfTheTimesIs) {
+  std::string table = "t,Ua\n";
+  for (int i = 0; i < 1000; ++i) {
+    if (i != 700) table += std::to_string(0.00015625 * i) + ",1\n";  // six decimals
+  }
+  EXPECT_EQ(refusal(table).substr(0, 17), "t.csv: line 702: ");
+}
+
+TEST(CsvReader, RefusesTimesThatDoNotRise) {
+  EXPECT_EQ(refusal("t,Ua\n0,1\n0,2\n0,3\n"), "t.csv: line 3: the time does not rise; correct the column of times");
+  EXPECT_EQ(refusal("t,Ua\n2,1\n1,2\n0,3\n"), "t.csv: line 3: the time does not rise; correct the column of times");
+}
+
+TEST(CsvReader, RefusesTimesThatAreNoNumbers) {
+  for (const std::string time : {"12:00:01", "", "nan", "inf"}) {
+    EXPECT_EQ(refusal("t,Ua\n0,1\n" + time + ",2\n"),
+              "t.csv: line 3: '" + time +
+                  "' in column 1 is not a time; give the time as a number of seconds or milliseconds");
+  }
+}
+
+TEST(CsvReader, RefusesATimeInOtherUnits) {
+  EXPECT_EQ(refusal("time [h],Ua\n0,1\n1,2\n"), "t.csv: line 1: the time is in 'h'; give it in seconds (s), ms or us");
+}
+
+TEST(CsvReader, RefusesASingleTime) {
+  EXPECT_EQ(refusal("t,Ua\n0,1\n"),
+            "t.csv: line 2: a single row does not tell the sampling rate; choose a table with more rows");
+}
+
+// --- refusals --------------------------------------------------------------------------------------------------------
+
+TEST(CsvReader, RefusesARowWithAnotherNumberOfCells) {
+  EXPECT_EQ(refusal("Ua,Ub\n1,2\n3,4,5\n6,7\n", 50),
+            "t.csv: line 3: the row has 3 cells where 2 belong; correct or remove the row");
+  EXPECT_EQ(refusal("Ua,Ub\n1,2\n3", 50),
+            "t.csv: line 3: the row has 1 cells where 2 belong; correct or remove the row");
+}
+
+TEST(CsvReader, RefusesACellThatIsNoNumber) {
+  EXPECT_EQ(refusal("Ua,Ub\n1,2\n3,4 V\n", 50),
+            "t.csv: line 3: '4 V' in column 2 is not a number; correct the cell or leave it empty");
+  EXPECT_EQ(refusal("1,2\n3,x\n", 50),
+            "t.csv: line 2: 'x' in column 2 is not a number; correct the cell or leave it empty");
+  EXPECT_EQ(refusal("1,x\n3,4\n", 50),
+            "t.csv: line 1: 'x' in column 2 is not a number; correct the cell or leave it empty");
+}
+
+TEST(CsvReader, CountsLinesInsideQuotedCells) {
+  EXPECT_EQ(refusal("\"Ua\nleft\",Ub\n1,2\n3,x\n", 50).substr(0, 15), "t.csv: line 4: ");
+}
+
+TEST(CsvReader, ExplainsADecimalComma) {
+  const std::string rest = " has a decimal comma, which is not read; write numbers with a decimal point";
+  EXPECT_EQ(refusal("t;Ua\n0;1\n0,001;2,5\n"), "t.csv: line 3: '0,001' in column 1" + rest);
+  EXPECT_EQ(refusal("t;Ua\n0;1,5\n"), "t.csv: line 2: '1,5' in column 2" + rest);
+  EXPECT_EQ(refusal("1,5;2\n3;4\n", 50), "t.csv: line 1: '1,5' in column 1" + rest);
+  EXPECT_EQ(refusal("Ua,Ub\n\"1,5\",2\n", 50), "t.csv: line 2: '1,5' in column 1" + rest);
+}
+
+TEST(CsvReader, RefusesStrayQuotationMarks) {
+  const std::string rest =
+      "a quotation mark stands alone or in the middle of a cell; put cells that need quotation marks "
+      "in a pair of them";
+  EXPECT_EQ(refusal("Ua,Ub\n1,2\"3\n", 50), "t.csv: line 2: " + rest);
+  EXPECT_EQ(refusal("Ua,Ub\n1,\"2\n3,4\n", 50), "t.csv: line 3: " + rest);
+}
+
+TEST(CsvReader, RefusesATableWithoutRowsOrChannels) {
+  const std::string no_rows = "t.csv: has no rows of numbers; choose a table of samples";
+  EXPECT_EQ(refusal("", 50), no_rows);
+  EXPECT_EQ(refusal("# nothing\n", 50), no_rows);
+  EXPECT_EQ(refusal("t,Ua,Ub\n", 50), no_rows);
+  EXPECT_EQ(refusal("t\n0\n1\n"), "t.csv: has no column of samples; choose a table with a column per channel");
+}
+
+TEST(CsvReader, RefusesSixteenBitText) {
+  EXPECT_EQ(refusal("\xFF\xFEt", 50), "t.csv: is text in 16-bit characters (UTF-16); save it as UTF-8 text");
+}
+
+}  // namespace
+}  // namespace readers

@@ -1,0 +1,353 @@
+#include "readers/voltage_set.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/readers/scratch_folder.h"
+
+namespace readers {
+namespace {
+
+using Sets = std::vector<std::vector<std::size_t>>;
+
+Channel channel(const std::string& name, const std::string& unit = "V", const std::string& phase = "",
+                std::vector<double> samples = {100, -100}) {
+  Channel result;
+  result.name = name;
+  result.unit = unit;
+  result.phase = phase;
+  result.samples = std::move(samples);
+  return result;
+}
+
+Record record_of(std::vector<Channel> channels) {
+  Record record;
+  record.file = "r.cfg";
+  record.channels = std::move(channels);
+  return record;
+}
+
+Record record_named(const std::vector<std::string>& names, const std::string& unit) {
+  Record record = record_of({});
+  for (const std::string& name : names) record.channels.push_back(channel(name, unit));
+  return record;
+}
+
+/// The sets found, with channels counted from 1.
+Sets sets_in(const Record& record) {
+  Sets result;
+  for (const VoltageSet& set : find_voltage_sets(record)) {
+    result.push_back({set.channels[0] + 1, set.channels[1] + 1, set.channels[2] + 1});
+  }
+  return result;
+}
+
+Sets sets_named(const std::vector<std::string>& names, const std::string& unit = "V") {
+  return sets_in(record_named(names, unit));
+}
+
+const Sets kNone;
+const Sets kFirstThree = {{1, 2, 3}};
+
+// --- names -----------------------------------------------------------------------------------------------------------
+
+TEST(VoltageSets, AreFoundByManyWaysOfNaming) {
+  const std::vector<std::vector<std::string>> ways = {
+      {"Ua", "Ub", "Uc"},
+      {"UA_1", "UB_1", "UC_1"},
+      {"VA_GC1", "VB_GC1", "VC_GC1"},
+      {"LINE ULA", "LINE ULB", "LINE ULC"},
+      {"LINE_UL1", "LINE_UL2", "LINE_UL3"},
+      {"U Sig (a)", "U Sig (b)", "U Sig (c)"},
+      {"J2 -VA", "J2 -VB", "J2 -VC"},
+      {"Popular Va-g", "Popular Vb-g", "Popular Vc-g"},
+      {"Van", "Vbn", "Vcn"},
+      {"HCSA", "HCSB", "HCSC"},
+      {"v1", "v2", "v3"},
+      {"V_L1", "V_L2", "V_L3"},
+      {"L1", "L2", "L3"},
+      {"u_l1", "u_l2", "u_l3"},
+      {"VR", "VS", "VT"},
+      {"v_Ug_A", "v_Ug_B", "v_Ug_C"},
+      {"phase_A_voltage", "phase_B_voltage", "phase_C_voltage"},
+      {"F5-VA", "F6-VB", "F7-VC"},
+      {"1-500kV Ua", "2-500kV Ub", "3-500kV Uc"},
+      {"\xE7\x94\xB5\xE5\x8E\x8BUa", "\xE7\x94\xB5\xE5\x8E\x8BUb", "\xE7\x94\xB5\xE5\x8E\x8BUc"},
+      {"\xE7\x94\xB5\xE5\x8E\x8B"
+       "A\xE7\x9B\xB8",
+       "\xE7\x94\xB5\xE5\x8E\x8B"
+       "B\xE7\x9B\xB8",
+       "\xE7\x94\xB5\xE5\x8E\x8B"
+       "C\xE7\x9B\xB8"},
+  };
+  for (const auto& names : ways) EXPECT_EQ(sets_named(names), kFirstThree) << names[0];
+}
+
+TEST(VoltageSets, AreFoundByNameWithoutUnit) {
+  const std::vector<std::vector<std::string>> ways = {
+      {"Ua", "Ub", "Uc"},
+      {"VA", "VB", "VC"},
+      {"V1", "V2", "V3"},
+      {"u_l1", "u_l2", "u_l3"},
+      {"VL1", "VL2", "VL3"},
+      {"BUS1UA", "BUS1UB", "BUS1UC"},
+      {"Ua_SUB_A", "Ub_SUB_A", "Uc_SUB_A"},
+      {"U (A)", "U (B)", "U (C)"},
+      {"phase_A_voltage", "phase_B_voltage", "phase_C_voltage"},
+  };
+  for (const auto& names : ways) EXPECT_EQ(sets_named(names, ""), kFirstThree) << names[0];
+}
+
+TEST(VoltageSets, AreNotMadeOfOtherQuantitiesWithoutUnit) {
+  EXPECT_EQ(sets_named({"Ia", "Ib", "Ic"}, ""), kNone);
+  EXPECT_EQ(sets_named({"GEN_A", "GEN_B", "GEN_C"}, ""), kNone);
+  EXPECT_EQ(sets_named({"DC1", "DC2", "DC3"}, ""), kNone);
+}
+
+TEST(VoltageSets, AreMadeOfVoltagesOnly) {
+  for (const char* unit : {"V", "v", "kV", "KV", "mV", "MV", "volt", "Volts", " V "}) {
+    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kFirstThree) << unit;
+  }
+  for (const char* unit : {"A", "kA", "Hz", "VA", "-", "%"})
+    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kNone) << unit;
+}
+
+TEST(VoltageSets, AreGivenInTheOrderOfPhasesAndOfTheFile) {
+  EXPECT_EQ(sets_named({"Vc bus", "Vb bus", "Va bus", "Ua", "Ib", "Ub", "Uc"}), (Sets{{3, 2, 1}, {4, 6, 7}}));
+}
+
+TEST(VoltageSets, AreToldApartByTheRestOfTheName) {
+  EXPECT_EQ(sets_named({"Ua1", "Ua2", "Ub1", "Ub2", "Uc1", "Uc2"}), (Sets{{1, 3, 5}, {2, 4, 6}}));
+  EXPECT_EQ(sets_named({"Ua_SUB_A", "Ub_SUB_A", "Uc_SUB_A", "Ua_SUB_B", "Ub_SUB_B", "Uc_SUB_B"}),
+            (Sets{{1, 2, 3}, {4, 5, 6}}));
+  EXPECT_EQ(sets_named({"U1a", "U1b", "U1c", "U2a", "U2b", "U2c", "U3a", "U3b", "U3c"}),
+            (Sets{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}));
+}
+
+TEST(VoltageSets, OfOneNameAreTakenInTheirOrder) {
+  EXPECT_EQ(sets_named({"Ua", "Ub", "Uc", "Ua", "Ub", "Uc"}), (Sets{{1, 2, 3}, {4, 5, 6}}));
+}
+
+TEST(VoltageSets, AreMadeOfNeighboursWhenNamesHaveNothingInCommon) {
+  EXPECT_EQ(sets_named({"UA left", "UB middle", "UC right", "I", "VA x", "VB y", "VC z"}),
+            (Sets{{1, 2, 3}, {5, 6, 7}}));
+  EXPECT_EQ(sets_named({"UA left", "UC right", "UB middle"}), kNone);
+}
+
+TEST(VoltageSets, LeaveOutNeutralAndZeroSequence) {
+  EXPECT_EQ(sets_named({"Ua", "Un", "Ub", "3U0", "Uc", "3Uo"}), (Sets{{1, 3, 5}}));
+  Record record = record_named({"U x", "U x", "U x", "U x"}, "V");
+  record.channels[0].phase = "A";
+  record.channels[1].phase = "N";
+  record.channels[2].phase = "B";
+  record.channels[3].phase = "C";
+  EXPECT_EQ(sets_in(record), (Sets{{1, 3, 4}}));
+}
+
+TEST(VoltageSets, LeaveOutVoltagesBetweenPhases) {
+  EXPECT_EQ(sets_named({"Uab", "Ubc", "Uca"}), kNone);
+  EXPECT_EQ(sets_named({"VAB", "VBC", "VCA"}, ""), kNone);
+  EXPECT_EQ(sets_named({"U12", "U23", "U31"}), kNone);
+  EXPECT_EQ(sets_named({"L1-L2", "L2-L3", "L3-L1"}), kNone);
+  EXPECT_EQ(sets_named({"Ua-Ub", "Ub-Uc", "Uc-Ua"}), kNone);
+  EXPECT_EQ(sets_named({"Uab", "Ubc", "Uca", "Ua", "Ub", "Uc"}), (Sets{{4, 5, 6}}));
+
+  Record record = record_named({"Uab", "Ubc", "Uca"}, "V");
+  for (std::size_t i = 0; i < 3; ++i) record.channels[i].phase = std::string(1, static_cast<char>('A' + i));
+  EXPECT_EQ(sets_in(record), kNone) << "even where the phase field has a single letter";
+}
+
+TEST(VoltageSets, LeaveOutComputedFigures) {
+  EXPECT_EQ(sets_named({"Vag Mag", "Vbg Mag", "Vcg Mag"}), kNone);
+  EXPECT_EQ(sets_named({"Va RMS", "Vb RMS", "Vc RMS", "Va", "Vb", "Vc"}), (Sets{{4, 5, 6}}));
+}
+
+TEST(VoltageSets, NeedAllThreePhases) {
+  EXPECT_EQ(sets_named({"Ua", "Ub"}), kNone);
+  EXPECT_EQ(sets_named({"Ua", "Ub", "Ub"}), kNone);
+  EXPECT_EQ(sets_named({}), kNone);
+}
+
+// --- phase fields ----------------------------------------------------------------------------------------------------
+
+TEST(VoltageSets, AreFoundByThePhaseField) {
+  const std::vector<std::vector<std::string>> ways = {{"A", "B", "C"},       {"a", "b", "c"},      {"L1", "L2", "L3"},
+                                                      {"1", "2", "3"},       {"R", "S", "T"},      {"AN", "BN", "CN"},
+                                                      {"A-N", "B-N", "C-N"}, {"A-G", "B-G", "C-G"}};
+  for (const auto& phases : ways) {
+    const Record record =
+        record_of({channel("Bus", "V", phases[0]), channel("Bus", "V", phases[1]), channel("Bus", "V", phases[2])});
+    EXPECT_EQ(sets_in(record), kFirstThree) << phases[0];
+  }
+}
+
+TEST(VoltageSets, DropChannelsWhosePhaseFieldNamesTwoPhases) {
+  for (const auto& phases : std::vector<std::vector<std::string>>{
+           {"AB", "BC", "CA"}, {"L1-L2", "L2-L3", "L3-L1"}, {"12", "23", "31"}, {"RS", "ST", "TR"}}) {
+    const Record record =
+        record_of({channel("Ua", "V", phases[0]), channel("Ub", "V", phases[1]), channel("Uc", "V", phases[2])});
+    EXPECT_EQ(sets_in(record), kNone) << phases[0];
+  }
+}
+
+TEST(VoltageSets, GoByThePhaseFieldBeforeTheName) {
+  // Three lines called A, B and C, whose phases only the field tells.
+  Record record = record_of({});
+  for (const char* line : {"Line A", "Line B", "Line C"}) {
+    for (const char* phase : {"A", "B", "C"}) record.channels.push_back(channel(line, "V", phase));
+  }
+  EXPECT_EQ(sets_in(record), (Sets{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}));
+}
+
+TEST(VoltageSets, GoByTheNameWhereThePhaseFieldIsFilledWithoutCare) {
+  for (const auto& phases :
+       std::vector<std::vector<std::string>>{{"1", "1", "1"}, {"A", "B", "B"}, {"U1", "U2", "?"}}) {
+    const Record record =
+        record_of({channel("Ua", "V", phases[0]), channel("Ub", "V", phases[1]), channel("Uc", "V", phases[2])});
+    EXPECT_EQ(sets_in(record), kFirstThree) << phases[0];
+  }
+}
+
+// --- live ------------------------------------------------------------------------------------------------------------
+
+std::vector<bool> live_in(const Record& record) {
+  std::vector<bool> live;
+  for (const VoltageSet& set : find_voltage_sets(record)) live.push_back(set.live);
+  return live;
+}
+
+Record two_sets(double first, double second, const std::string& second_unit = "V") {
+  Record record = record_of({});
+  for (const char* name : {"Ua", "Ub", "Uc"}) record.channels.push_back(channel(name, "V", "", {first, -first}));
+  for (const char* name : {"Va", "Vb", "Vc"})
+    record.channels.push_back(channel(name, second_unit, "", {second, -second}));
+  return record;
+}
+
+TEST(LiveSets, AreMoreThanNoiseBesideTheLargest) {
+  EXPECT_EQ(live_in(two_sets(100, 100)), (std::vector<bool>{true, true}));
+  EXPECT_EQ(live_in(two_sets(100, 1.5)), (std::vector<bool>{true, true}));
+  EXPECT_EQ(live_in(two_sets(100, 0.5)), (std::vector<bool>{true, false}));
+  EXPECT_EQ(live_in(two_sets(0.5, 100)), (std::vector<bool>{false, true}));
+}
+
+TEST(LiveSets, AreComparedInVolts) {
+  EXPECT_EQ(live_in(two_sets(100, 0.1, "kV")), (std::vector<bool>{true, true}));
+  EXPECT_EQ(live_in(two_sets(100, 500, "mV")), (std::vector<bool>{true, false}));
+}
+
+TEST(LiveSets, HaveNoPhaseThatIsZeroThroughout) {
+  Record record = two_sets(100, 0);
+  EXPECT_EQ(live_in(record), (std::vector<bool>{true, false}));
+  record.channels[1].samples = {0, 0};
+  EXPECT_EQ(live_in(record), (std::vector<bool>{false, false}));
+}
+
+TEST(LiveSets, MayHaveAPhaseThatIsLostForMostOfTheRecord) {
+  Record record = two_sets(100, 100);
+  for (std::size_t i = 0; i < 6; ++i) record.channels[i].samples.resize(1000, i == 0 ? 0.001 : 100);
+  EXPECT_EQ(live_in(record), (std::vector<bool>{true, true}));
+}
+
+TEST(LiveSets, AreJudgedByTheValuesThatAreThere) {
+  Record record = two_sets(100, 100);
+  record.channels[0].samples[0] = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(live_in(record), (std::vector<bool>{true, true}));
+  record.channels[0].samples[1] = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(live_in(record), (std::vector<bool>{false, true}));
+}
+
+// --- sets named by the user ------------------------------------------------------------------------------------------
+
+class NamedSet : public testing::Test {
+ protected:
+  std::vector<std::size_t> named(const std::string& names) const {
+    const VoltageSet set = named_voltage_set(record, names);
+    return {set.channels[0] + 1, set.channels[1] + 1, set.channels[2] + 1};
+  }
+  std::string refusal(const std::string& names) const {
+    return refusal_of([&] { named(names); });
+  }
+
+  Record record = record_of({channel("Ua"), channel("ua"), channel("Ub"), channel("Uc", "kV"), channel("6", ""),
+                             channel("x", "A"), channel("x", "A")});
+  const std::string list =
+      "; choose three of the channels by name or number: 1 Ua [V], 2 ua [V], 3 Ub [V], 4 Uc [kV], 5 6, 6 x [A], 7 x "
+      "[A]";
+};
+
+TEST_F(NamedSet, IsFoundByExactName) {
+  EXPECT_EQ(named("Ua,Ub,Uc"), (std::vector<std::size_t>{1, 3, 4}));
+  EXPECT_EQ(named(" ua , Ub , Uc "), (std::vector<std::size_t>{2, 3, 4}));
+}
+
+TEST_F(NamedSet, IsFoundInAnyLetterCaseWhereOnlyOneFits) {
+  EXPECT_EQ(named("Ua,UB,uc"), (std::vector<std::size_t>{1, 3, 4}));
+}
+
+TEST_F(NamedSet, IsFoundByNumber) {
+  EXPECT_EQ(named("3,1,7"), (std::vector<std::size_t>{3, 1, 7}));
+  EXPECT_EQ(named("Ua,3,Uc"), (std::vector<std::size_t>{1, 3, 4}));
+  EXPECT_EQ(named("6,1,2"), (std::vector<std::size_t>{5, 1, 2})) << "a name comes before a number";
+}
+
+TEST_F(NamedSet, IsFoundByNameAndUnit) {
+  EXPECT_EQ(named("Ua_V,Ub [V],Uc (kV)"), (std::vector<std::size_t>{1, 3, 4}));
+}
+
+TEST_F(NamedSet, IsRefusedWithTheListOfChannels) {
+  EXPECT_EQ(refusal("Ua,Ub,Ud"), "r.cfg: there is no channel 'Ud'" + list);
+  EXPECT_EQ(refusal("Ua,Ub,0"), "r.cfg: there is no channel '0'" + list);
+  EXPECT_EQ(refusal("Ua,Ub,8"), "r.cfg: there is no channel '8'" + list);
+  EXPECT_EQ(refusal("UA,Ub,Uc"), "r.cfg: 2 channels go by the name 'UA'" + list);
+  EXPECT_EQ(refusal("Ua,Ub,x"), "r.cfg: 2 channels go by the name 'x'" + list);
+  EXPECT_EQ(refusal("Ua,Ub"), "r.cfg: three channels separated by commas are needed, not 'Ua,Ub'" + list);
+  EXPECT_EQ(refusal("Ua,Ub,1"), "r.cfg: 'Ua,Ub,1' names a channel twice" + list);
+}
+
+TEST_F(NamedSet, KnowsWhetherItIsLive) {
+  EXPECT_FALSE(named_voltage_set(two_sets(100, 0.5), "Va,Vb,Vc").live);
+  EXPECT_TRUE(named_voltage_set(two_sets(100, 0.5), "Ua,Vb,Uc").live);
+}
+
+// --- volts -----------------------------------------------------------------------------------------------------------
+
+TEST(Volts, AreScaledByTheUnit) {
+  const std::vector<std::pair<std::string, float>> units = {{"V", 2},       {"v", 2},     {"", 2},      {"Volt", 2},
+                                                            {"kV", 2000},   {"KV", 2000}, {"kv", 2000}, {"mV", 0.002F},
+                                                            {"mv", 0.002F}, {"MV", 2e6F}, {"Mv", 2e6F}};
+  for (const auto& [unit, expected] : units) {
+    EXPECT_EQ(volts(record_of({channel("Ua", unit, "", {2, -2})}), 0), (std::vector<float>{expected, -expected}))
+        << unit;
+  }
+}
+
+TEST(Volts, AreRefusedForAnotherUnit) {
+  const Record record = record_of({channel("Ia", "A")});
+  EXPECT_EQ(refusal_of([&] { volts(record, 0); }),
+            "r.cfg: channel 'Ia': the unit 'A' is no voltage; choose channels in V, kV, mV or MV");
+}
+
+TEST(Volts, NameTheSamplesThatAreMissing) {
+  const double missing = std::numeric_limits<double>::quiet_NaN();
+  const std::string cure = "; choose another channel, or a record without the gap";
+  const auto refusal = [&](std::vector<double> samples) {
+    const Record record = record_of({channel("Ua", "kV", "", std::move(samples))});
+    return refusal_of([&] { volts(record, 0); });
+  };
+  EXPECT_EQ(refusal({1, missing, 3}), "r.cfg: channel 'Ua': missing or not finite: 1 of 3 values (sample 2)" + cure);
+  EXPECT_EQ(refusal({missing, missing, 3, missing}),
+            "r.cfg: channel 'Ua': missing or not finite: 3 of 4 values (samples 1 to 2, 4)" + cure);
+  EXPECT_EQ(refusal({missing, 1, missing, 1, missing, 1, missing, 1, missing}),
+            "r.cfg: channel 'Ua': missing or not finite: 5 of 9 values (samples 1, 3, 5 and 2 more stretches)" + cure);
+  EXPECT_EQ(refusal({std::numeric_limits<double>::infinity(), 1e300}),
+            "r.cfg: channel 'Ua': missing or not finite: 2 of 2 values (samples 1 to 2)" + cure);
+}
+
+}  // namespace
+}  // namespace readers
