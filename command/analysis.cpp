@@ -1,0 +1,366 @@
+// How the command uses the library on one record: at a level that the library takes for what it is, first for the
+// boundaries of the whole record, then for each dip in a stretch of its own.
+#include "command/analysis.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <stdexcept>
+
+#include "command/library_lines.h"
+#include "command/refusal.h"
+#include "command/temporary_folder.h"
+#include "dipx_dll.h"
+#include "sagx/dipx_lib.h"
+#include "sagx/dipx_outcome.h"
+#include "sagx/dq_dipx.h"
+#include "sagx/signal_acquisition.h"
+
+namespace command {
+
+namespace {
+
+using Waveform = std::array<std::vector<float>, 3>;
+
+/// What a record outside the plausible levels is brought to: the phase voltage of a 100 V transformer secondary.
+constexpr double standard_level = 100 / 1.7320508075688772;
+
+/// The short-window analysis measures a gradual fall rightly when the fall lies exactly five cycles into its record.
+constexpr std::size_t cycles_before_fall = 5;
+/// One more than the window needs, so that the boundaries' moving by some samples does not cost the dip its place.
+constexpr std::size_t cycles_after_recovery = sagx::window_margin_cycles + 1;
+
+/// Rates this near to a whole number of samples per cycle count as whole; the line's own frequency varies by more.
+constexpr double rate_tolerance = 1e-4;
+
+double sampling_rate_of(const readers::Record& record) {
+  const double rate = record.rates.empty() ? 0 : record.rates.front().rate;
+  for (const auto& section : record.rates) {
+    if (section.rate != rate) {
+      throw Refusal(record.file,
+                    fmt::format("it changes its sampling rate ({:g} Hz, then {:g} Hz)", rate, section.rate),
+                    "cut out the part at one rate round the dip, or resample it");
+    }
+  }
+  if (!(rate > 0)) {
+    throw Refusal(record.file, "it states no sampling rate, only time stamps", "resample it to a constant rate");
+  }
+  return rate;
+}
+
+double line_frequency_of(const readers::Record& record, double given, std::vector<std::string>& notes) {
+  if (given > 0) return given;
+  if (record.line_frequency > 0) return record.line_frequency;
+  notes.emplace_back("The file does not state the line frequency; 50 Hz is assumed (--frequency tells otherwise).");
+  return 50;
+}
+
+int whole_samples_per_cycle(const readers::Record& record, double rate, double frequency) {
+  const double samples = rate / frequency;
+  const double whole = std::round(samples);
+  if (whole < 1 || whole > 1e6 || std::abs(samples - whole) > rate_tolerance * whole) {
+    throw Refusal(
+        record.file,
+        fmt::format("{:g} Hz is {:g} samples per cycle of {:g} Hz, not a whole number", rate, samples, frequency),
+        "resample it to a whole 32 to 128 samples per cycle");
+  }
+  return static_cast<int>(whole);
+}
+
+/// What brings the record to a plausible level; 1 when it has one.
+double level_factor(const readers::Record& record, const Waveform& volts, int samples_per_cycle) {
+  float level = 0;
+  const auto length = static_cast<int>(std::min<std::size_t>(volts[0].size(), DQ_RECORD_CAPACITY));
+  if (dipx_cal_un(volts[0].data(), volts[1].data(), volts[2].data(), samples_per_cycle, length, &level) != 0) return 1;
+  if (level >= sagx::lowest_plausible_voltage && level <= sagx::highest_plausible_voltage) return 1;
+  if (!(level > 0)) {
+    throw Refusal(record.file, "a phase has no voltage in its first two cycles",
+                  "choose other channels with --channels, or a record that begins before the dip");
+  }
+  return standard_level / level;
+}
+
+/// Makes a stretch of the waveform the library's next input. The waveform must outlive the analysis.
+void set_input(Waveform& waveform, int samples_per_cycle, const Stretch& stretch) {
+  sample_input_smprate = samples_per_cycle;
+  sample_input_number = static_cast<int>(std::min<std::size_t>(stretch.end - stretch.begin, DQ_RECORD_CAPACITY + 1));
+  psample_input_va = waveform[0].data() + stretch.begin;
+  psample_input_vb = waveform[1].data() + stretch.begin;
+  psample_input_vc = waveform[2].data() + stretch.begin;
+}
+
+[[noreturn]] void refuse(const std::string& file, const Analysis& analysis, sagx::RunOutcome outcome) {
+  switch (outcome) {
+    case sagx::RunOutcome::rate_out_of_range:
+      throw Refusal(file,
+                    fmt::format("its {:g} Hz are {} samples per cycle, outside 32 to 128", analysis.sampling_rate,
+                                analysis.samples_per_cycle),
+                    "resample it");
+    case sagx::RunOutcome::too_many_samples:
+      throw Refusal(file, "it holds more than 384000 samples", "cut out the part round the dip");
+    case sagx::RunOutcome::too_many_cycles:
+      throw Refusal(file, "it holds more than 3000 cycles", "cut out the part round the dip");
+    case sagx::RunOutcome::too_few_samples:
+      throw Refusal(file, "it is shorter than two cycles", "use a longer record");
+    case sagx::RunOutcome::disturbed_start:
+      throw Refusal(file,
+                    "its first two cycles are not steady (a phase is more than 10 % off the lowest phase's level)",
+                    "use a record that begins at least two cycles before the dip");
+    case sagx::RunOutcome::no_memory:
+      throw std::bad_alloc();
+    case sagx::RunOutcome::not_run:
+    case sagx::RunOutcome::no_samples:
+    case sagx::RunOutcome::searched:
+    case sagx::RunOutcome::analysed:
+      break;
+  }
+  throw std::logic_error("the analysis ended without a reason");
+}
+
+/// The lowest RMS of each phase over a dip, from the whole record's curves as the search left them.
+std::array<double, 3> lowest_rms(std::size_t begin, std::size_t end, double factor) {
+  std::array<double, 3> lowest{};
+  const std::array<const float*, 3> curves = {dq_rms_buf->rmsa, dq_rms_buf->rmsb, dq_rms_buf->rmsc};
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    lowest[phase] = static_cast<double>(*std::min_element(curves[phase] + begin, curves[phase] + end)) / factor;
+  }
+  return lowest;
+}
+
+/// The dips of the whole record, as the library's last search found them.
+std::vector<Dip> found_dips(double factor) {
+  const auto length = static_cast<std::size_t>(dq_rms_buf->smp_num);
+  std::vector<Dip> dips;
+  for (int i = 0; i < dq_rms_buf->evt_num; i += 2) {
+    Dip dip;
+    dip.start = static_cast<std::size_t>(dq_rms_buf->T[i]);
+    if (i + 1 < dq_rms_buf->evt_num) dip.end = static_cast<std::size_t>(dq_rms_buf->T[i + 1]);
+    dip.lowest = lowest_rms(dip.start, dip.end.value_or(length), factor);
+    dips.push_back(dip);
+  }
+  return dips;
+}
+
+/// Where the search gave up at its limit of crossings although the voltage falls below the threshold again.
+std::optional<std::size_t> unsearched_fall() {
+  if (dq_rms_buf->evt_num == 0 || dq_rms_buf->evt_num % 2 != 0) return std::nullopt;
+  for (int i = dq_rms_buf->T[dq_rms_buf->evt_num - 1] + 1; i < dq_rms_buf->smp_num; i++) {
+    if (std::min({dq_rms_buf->rmsa[i], dq_rms_buf->rmsb[i], dq_rms_buf->rmsc[i]}) < dq_rms_buf->ut) {
+      return static_cast<std::size_t>(i);
+    }
+  }
+  return std::nullopt;
+}
+
+/// Where a dip lies in a stretch: a pair of the boundaries that the library's last search found.
+struct Found {
+  int index;         ///< among the stretch's dips
+  std::size_t fall;  ///< record positions
+  std::size_t recovery;
+};
+
+/// The pair of the last search, made in `stretch`, that overlaps a dip of the whole record.
+std::optional<Found> found_again(const Dip& dip, const Stretch& stretch) {
+  for (int i = 0; i + 1 < dq_rms_buf->evt_num; i += 2) {
+    const auto fall = stretch.begin + static_cast<std::size_t>(dq_rms_buf->T[i]);
+    const auto recovery = stretch.begin + static_cast<std::size_t>(dq_rms_buf->T[i + 1]);
+    if (fall < *dip.end && recovery > dip.start) return Found{i / 2, fall, recovery};
+  }
+  return std::nullopt;
+}
+
+/// One dip's analysis in a stretch of its own.
+class LoneDip {
+ public:
+  /// `limits`: how far the stretch may reach, from the recovery before to the fall behind.
+  LoneDip(Dip& dip, Waveform& waveform, int samples_per_cycle, const Stretch& limits)
+      : dip_(dip), waveform_(waveform), samples_per_cycle_(samples_per_cycle), limits_(limits) {}
+
+  void analyse() {
+    place(dip_.start, *dip_.end);
+    settle();
+    if (dip_.obstacle != Obstacle::none) return;
+    set_input(waveform_, samples_per_cycle_, dip_.stretch);
+    dq_dipx_new(nullptr);
+    const auto found = found_again(dip_, dip_.stretch);
+    if (!found) throw std::logic_error("a dip was lost between search and analysis");
+    dip_.gradual_fall_doubtful = found->fall < dip_.stretch.begin + lead() && dip_.stretch.begin == limits_.begin;
+    dip_.obstacle = obstacle_of(sagx::last_outcome.dips[found->index].outcome, *found);
+  }
+
+ private:
+  [[nodiscard]] std::size_t cycles(std::size_t count) const {
+    return count * static_cast<std::size_t>(samples_per_cycle_);
+  }
+  [[nodiscard]] std::size_t lead() const { return cycles(cycles_before_fall); }
+
+  void place(std::size_t fall, std::size_t recovery) {
+    dip_.stretch.begin = fall < limits_.begin + lead() ? limits_.begin : fall - lead();
+    dip_.stretch.end = std::min(recovery + cycles(cycles_after_recovery), limits_.end);
+  }
+
+  /// Moves the stretch until the fall lies where it should by the stretch's own threshold, which rests on the stretch's
+  /// own first cycles and not on the record's.
+  void settle() {
+    constexpr int most_moves = 8;  // it may swing between two places a sample apart; either will do
+    for (int move = 0; move < most_moves; move++) {
+      const Stretch tried = dip_.stretch;
+      set_input(waveform_, samples_per_cycle_, tried);
+      if (!sagx::search_dips()) {
+        if (sagx::last_outcome.run == sagx::RunOutcome::no_memory) throw std::bad_alloc();
+        dip_.obstacle = Obstacle::unsteady_before;
+        return;
+      }
+      const auto found = found_again(dip_, tried);
+      if (!found) {
+        dip_.obstacle = Obstacle::not_found_again;
+        return;
+      }
+      place(found->fall, found->recovery);
+      if (dip_.stretch.begin == tried.begin && dip_.stretch.end == tried.end) return;
+      if (move + 1 == most_moves) dip_.stretch = tried;
+    }
+  }
+
+  [[nodiscard]] Obstacle obstacle_of(sagx::DipOutcome outcome, const Found& found) const {
+    switch (outcome) {
+      case sagx::DipOutcome::analysed:
+        return Obstacle::none;
+      case sagx::DipOutcome::too_shallow:
+        return Obstacle::too_shallow;
+      case sagx::DipOutcome::unstable:
+        return Obstacle::unstable;
+      case sagx::DipOutcome::window_too_long:
+        return Obstacle::too_long;
+      case sagx::DipOutcome::window_at_edge:
+        return found.fall < dip_.stretch.begin + cycles(sagx::window_margin_cycles) ? Obstacle::near_start
+                                                                                    : Obstacle::near_end;
+      case sagx::DipOutcome::not_reached:
+        break;
+    }
+    throw std::logic_error("a dip ended without an outcome");
+  }
+
+  Dip& dip_;
+  Waveform& waveform_;
+  int samples_per_cycle_;
+  Stretch limits_;
+};
+
+/// Analyses each recovered dip in a stretch of its own, between its neighbours.
+void analyse_each(std::vector<Dip>& dips, Waveform& waveform, int samples_per_cycle) {
+  for (std::size_t i = 0; i < dips.size(); i++) {
+    if (!dips[i].end) {
+      dips[i].obstacle = Obstacle::not_recovered;
+      continue;
+    }
+    const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? waveform[0].size() : dips[i + 1].start};
+    LoneDip(dips[i], waveform, samples_per_cycle, between).analyse();
+  }
+}
+
+/// The report that the library writes of the whole record.
+std::string library_report(const Waveform& waveform, int samples_per_cycle) {
+  const auto host = std::make_unique<dipx_data_struct>();
+  std::copy(waveform[0].begin(), waveform[0].end(), host->smp_va);
+  std::copy(waveform[1].begin(), waveform[1].end(), host->smp_vb);
+  std::copy(waveform[2].begin(), waveform[2].end(), host->smp_vc);
+  host->smp_rate = samples_per_cycle;
+  host->smp_len = static_cast<int>(waveform[0].size());
+  const TemporaryFolder folder;
+  dipx_fun(host.get());
+  std::ifstream file("dipx_result.txt", std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  if (bytes.empty()) throw std::runtime_error("the library could not write its report into the temporary folder");
+  return bytes;
+}
+
+}  // namespace
+
+ObstacleText describe(Obstacle obstacle) {
+  switch (obstacle) {
+    case Obstacle::none:
+      return {"none", "analysed"};
+    case Obstacle::not_recovered:
+      return {"not_recovered", "the voltage has not recovered by the end of the record"};
+    case Obstacle::near_start:
+      return {"near_start", "less than four cycles of record lie before it"};
+    case Obstacle::near_end:
+      return {"near_end", "less than four cycles of record lie behind it"};
+    case Obstacle::too_shallow:
+      return {"too_shallow", "less than 14 % deep and shorter than five cycles"};
+    case Obstacle::unstable:
+      return {"unstable", "the RMS fluctuates in more than half of the half-cycles round it"};
+    case Obstacle::too_long:
+      return {"too_long", "with four cycles on either side it is longer than 384000 samples"};
+    case Obstacle::unsteady_before:
+      return {"unsteady_before", "the voltage before it is not steady"};
+    case Obstacle::not_found_again:
+      return {"not_found_again", "against the level just before it, it does not fall below the threshold"};
+  }
+  throw std::logic_error("an obstacle without a description");
+}
+
+Analysis analyse(const readers::Record& record, const AnalysisOptions& options) {
+  Analysis analysis;
+  analysis.sampling_rate = sampling_rate_of(record);
+  analysis.line_frequency = line_frequency_of(record, options.line_frequency, analysis.notes);
+  analysis.samples_per_cycle = whole_samples_per_cycle(record, analysis.sampling_rate, analysis.line_frequency);
+
+  if (options.channels.empty()) {
+    const auto sets = readers::find_voltage_sets(record);
+    if (sets.empty()) {
+      throw readers::ReadError(record.file, "", "no three phase voltages found among its channels",
+                               "name them with --channels");
+    }
+    const auto live = std::find_if(sets.begin(), sets.end(), [](const auto& set) { return set.live; });
+    if (live == sets.end()) {
+      throw readers::ReadError(record.file, "", "its three phase voltages are dead", "name others with --channels");
+    }
+    analysis.channels = live->channels;
+    if (sets.size() > 1) {
+      analysis.notes.push_back(
+          fmt::format("The record holds {} sets of three phase voltages; this is set {} (--channels chooses another).",
+                      sets.size(), live - sets.begin() + 1));
+    }
+  } else {
+    try {
+      analysis.channels = readers::named_voltage_set(record, options.channels).channels;
+    } catch (const readers::ReadError& error) {
+      throw UnknownChannels(error.what());
+    }
+  }
+
+  Waveform waveform;
+  for (std::size_t phase = 0; phase < 3; phase++) waveform[phase] = readers::volts(record, analysis.channels[phase]);
+
+  const LibraryLines lines(options.trace);
+  analysis.level_factor = level_factor(record, waveform, analysis.samples_per_cycle);
+  if (analysis.level_factor != 1) {
+    for (auto& phase : waveform) {
+      for (float& sample : phase) sample = static_cast<float>(sample * analysis.level_factor);
+    }
+  }
+
+  set_input(waveform, analysis.samples_per_cycle, {0, waveform[0].size()});
+  if (!sagx::search_dips()) refuse(record.file, analysis, sagx::last_outcome.run);
+  analysis.pre_event_voltage = static_cast<double>(dq_rms_buf->un) / analysis.level_factor;
+  analysis.threshold = static_cast<double>(dq_rms_buf->ut) / analysis.level_factor;
+  analysis.dips = found_dips(analysis.level_factor);
+  if (const auto fall = unsearched_fall()) {
+    analysis.notes.push_back(fmt::format(
+        "The search ends after 30 crossings of the threshold; the voltage falls below it again at {:.4f} s. "
+        "Cut the record there to have the rest analysed.",
+        static_cast<double>(*fall) / analysis.sampling_rate));
+  }
+  analyse_each(analysis.dips, waveform, analysis.samples_per_cycle);
+  if (options.report) analysis.report = library_report(waveform, analysis.samples_per_cycle);
+  return analysis;
+}
+
+}  // namespace command

@@ -1,0 +1,90 @@
+#include "command/analysis_json.h"
+
+#include <nlohmann/json.hpp>
+
+namespace command {
+
+namespace {
+
+// Rises when a member changes its meaning or goes; new members do not raise it.
+constexpr int format_version = 1;
+
+using Json = nlohmann::ordered_json;
+
+Json position(std::size_t sample, const Analysis& analysis) {
+  return {{"sample", sample}, {"time_s", static_cast<double>(sample) / analysis.sampling_rate}};
+}
+
+Json voltages(const readers::Record& record, const Analysis& analysis) {
+  Json list = Json::array();
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const std::size_t channel = analysis.channels[phase];
+    list.push_back({{"phase", std::string(1, "ABC"[phase])},
+                    {"channel", channel + 1},
+                    {"name", record.channels[channel].name},
+                    {"unit", record.channels[channel].unit}});
+  }
+  return list;
+}
+
+Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
+  Json lowest = Json::array();
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    lowest.push_back({{"phase", std::string(1, "ABC"[phase])},
+                      {"voltage_v", dip.lowest[phase]},
+                      {"percent", 100 * dip.lowest[phase] / analysis.pre_event_voltage}});
+  }
+  Json json = {{"number", number}, {"start", position(dip.start, analysis)}, {"recovered", dip.end.has_value()}};
+  if (dip.end) {
+    const auto samples = static_cast<double>(*dip.end - dip.start);
+    json["end"] = position(*dip.end, analysis);
+    json["duration_s"] = samples / analysis.sampling_rate;
+    json["duration_cycles"] = samples / analysis.samples_per_cycle;
+  } else {
+    json["end"] = json["duration_s"] = json["duration_cycles"] = nullptr;
+  }
+  json["lowest_voltage"] = std::move(lowest);
+  json["analysed"] = dip.obstacle == Obstacle::none;
+  if (dip.obstacle == Obstacle::none) {
+    json["not_analysed"] = nullptr;
+  } else {
+    const auto text = describe(dip.obstacle);
+    json["not_analysed"] = {{"code", text.code}, {"reason", text.sentence}};
+  }
+  json["gradual_fall_doubtful"] = dip.gradual_fall_doubtful;
+  return json;
+}
+
+}  // namespace
+
+std::string json_of(const readers::Record& record, const Analysis& analysis) {
+  Json notes = record.notes;
+  for (const auto& note : analysis.notes) notes.push_back(note);
+  Json dips = Json::array();
+  for (std::size_t i = 0; i < analysis.dips.size(); i++) dips.push_back(dip_of(i + 1, analysis.dips[i], analysis));
+
+  const Json document = {{"format", "dipx analysis"},
+                         {"format_version", format_version},
+                         {"dipx_version", DIPX_VERSION},
+                         {"record",
+                          {{"file", record.file},
+                           {"format", record.format},
+                           {"station", record.station},
+                           {"device", record.device},
+                           {"start_time", record.start_time},
+                           {"trigger_time", record.trigger_time},
+                           {"samples", record.length()},
+                           {"sampling_rate_hz", analysis.sampling_rate},
+                           {"line_frequency_hz", analysis.line_frequency},
+                           {"samples_per_cycle", analysis.samples_per_cycle}}},
+                         {"voltages", voltages(record, analysis)},
+                         {"analysis_level_factor", analysis.level_factor},
+                         {"pre_event_voltage_v", analysis.pre_event_voltage},
+                         {"threshold_v", analysis.threshold},
+                         {"dips", std::move(dips)},
+                         {"notes", std::move(notes)}};
+  // A file name may hold any bytes; JSON may not.
+  return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace command

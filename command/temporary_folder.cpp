@@ -1,0 +1,23 @@
+#include "command/temporary_folder.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+namespace command {
+
+TemporaryFolder::TemporaryFolder() : before_(std::filesystem::current_path()) {
+  std::string name = std::filesystem::temp_directory_path() / "dipx-XXXXXX";
+  if (mkdtemp(name.data()) == nullptr) throw std::system_error(errno, std::generic_category(), name);
+  path_ = name;
+  std::filesystem::current_path(path_);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::current_path(before_, ignored);
+  std::filesystem::remove_all(path_, ignored);
+}
+
+}  // namespace command

@@ -1,0 +1,78 @@
+#include "command/whole_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+
+namespace command {
+
+namespace {
+
+/// The temporary file; removed again unless it was renamed.
+class Draft {
+ public:
+  explicit Draft(const std::filesystem::path& target) : name_(target.string() + ".XXXXXX") {
+    descriptor_ = mkostemp(name_.data(), O_CLOEXEC);
+  }
+  Draft(const Draft&) = delete;
+  Draft& operator=(const Draft&) = delete;
+  ~Draft() {
+    if (descriptor_ >= 0) {
+      close(descriptor_);
+      unlink(name_.c_str());
+    }
+  }
+
+  bool write(const std::string& bytes) const {
+    if (descriptor_ < 0) return false;
+    for (std::size_t done = 0; done < bytes.size();) {
+      const ssize_t count = ::write(descriptor_, bytes.data() + done, bytes.size() - done);
+      if (count < 0 && errno != EINTR) return false;
+      if (count > 0) done += static_cast<std::size_t>(count);
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    return fchmod(descriptor_, 0666 & ~mask) == 0 && fsync(descriptor_) == 0;
+  }
+
+  bool rename_to(const std::filesystem::path& target) {
+    if (std::rename(name_.c_str(), target.c_str()) != 0) return false;
+    close(descriptor_);
+    descriptor_ = -1;
+    return true;
+  }
+
+ private:
+  std::string name_;
+  int descriptor_;
+};
+
+}  // namespace
+
+void write_whole(const std::filesystem::path& file, const std::string& bytes) {
+  // Devices and pipes are written to; a rename would put a file in their place.
+  std::error_code ignored;
+  if (std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored) &&
+      !std::filesystem::is_directory(file, ignored)) {
+    std::FILE* stream = std::fopen(file.c_str(), "wb");
+    const bool opened = stream != nullptr;
+    const bool written = opened && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+    if (!(opened && std::fclose(stream) == 0 && written)) {
+      throw std::system_error(errno, std::generic_category(), file.string());
+    }
+    return;
+  }
+  // A link stays a link: what it points to is replaced.
+  const auto target = std::filesystem::is_symlink(file, ignored) ? std::filesystem::weakly_canonical(file) : file;
+  Draft draft(target);
+  if (!draft.write(bytes) || !draft.rename_to(target)) {
+    throw std::system_error(errno, std::generic_category(), file.string());
+  }
+}
+
+}  // namespace command

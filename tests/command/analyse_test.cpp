@@ -1,0 +1,525 @@
+// dipx analyse: what a user gets for records whose dips are known.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <numbers>
+
+#include "dipx_dll.h"
+#include "tests/command/dipx_command.h"
+#include "tests/core/printed_lines.h"
+#include "tests/core/working_folder.h"
+
+namespace {
+
+using nlohmann::json;
+using tests::bytes_of;
+using tests::dipx;
+
+constexpr const char* example = DIPX_EXAMPLES "/rte_00.cfg";
+
+/// A balanced three-phase sine that is lowered for a while in some phases.
+class Record {
+ public:
+  Record(double volts, double seconds, double samples_per_second = 6400, double hertz = 50)
+      : rate(samples_per_second),
+        frequency(hertz),
+        length(static_cast<int>(std::lround(seconds * samples_per_second))) {
+    for (int phase = 0; phase < 3; phase++) {
+      levels[phase].assign(static_cast<std::size_t>(length), volts);
+    }
+  }
+
+  /// Phases (as in "AC") stand at `volts` from `from` to `to` seconds.
+  Record& lower(const std::string& phases, double from, double to, double volts) {
+    for (const char phase : phases) {
+      for (int i = sample_at(from); i < std::min(sample_at(to), length); i++) {
+        levels[phase - 'A'][static_cast<std::size_t>(i)] = volts;
+      }
+    }
+    return *this;
+  }
+
+  [[nodiscard]] float value(int phase, int i) const {
+    const double angle = 2 * std::numbers::pi * (frequency * i / rate - phase / 3.0);
+    return static_cast<float>(levels[phase][static_cast<std::size_t>(i)] * std::numbers::sqrt2 * std::sin(angle));
+  }
+
+  void write_csv(const std::string& file) const {
+    std::ofstream out(file);
+    out << "t_s,Ua,Ub,Uc\n";
+    for (int i = 0; i < length; i++) {
+      char line[200];
+      std::snprintf(line, sizeof line, "%.8f,%.9g,%.9g,%.9g\n", i / rate, static_cast<double>(value(0, i)),
+                    static_cast<double>(value(1, i)), static_cast<double>(value(2, i)));
+      out << line;
+    }
+  }
+
+  /// A COMTRADE pair, ASCII, with the volts in the data multiplied by 1000 for a scale of 0.001.
+  void write_comtrade(const std::string& stem) const {
+    std::ofstream cfg(stem + ".cfg");
+    cfg << "Station,Device,1999\n3,3A,0D\n";
+    for (int phase = 0; phase < 3; phase++) {
+      cfg << phase + 1 << ",U"
+          << "abc"[phase] << ","
+          << "ABC"[phase] << ",,V,0.001,0,0,-9999999,9999999,1,1,P\n";
+    }
+    cfg << frequency << "\n1\n"
+        << rate << "," << length << "\n"
+        << "21/11/2026,10:00:00.000000\n21/11/2026,10:00:00.100000\nASCII\n1\n";
+    std::ofstream dat(stem + ".dat");
+    for (int i = 0; i < length; i++) {
+      dat << i + 1 << "," << std::lround(i / rate * 1e6);
+      for (int phase = 0; phase < 3; phase++) dat << "," << std::lround(value(phase, i) * 1000.0);
+      dat << "\n";
+    }
+  }
+
+  double rate;
+  double frequency;
+  int length;
+
+ private:
+  [[nodiscard]] int sample_at(double seconds) const { return static_cast<int>(std::lround(seconds * rate)); }
+  std::vector<double> levels[3];
+};
+
+class Analyse : public testing::Test {
+ protected:
+  static json analysed(const std::vector<std::string>& more, const std::string& file = "record.csv") {
+    std::vector<std::string> arguments = {"analyse", "--json", file};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const auto result = dipx(arguments);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    return json::parse(result.out);
+  }
+  static json analysed(const Record& record, const std::vector<std::string>& more = {}) {
+    record.write_csv("record.csv");
+    return analysed(more);
+  }
+  static std::string text(const Record& record) {
+    record.write_csv("record.csv");
+    const auto result = dipx({"analyse", "record.csv"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    return result.out;
+  }
+
+  tests::WorkingFolder folder;
+};
+
+constexpr double half_cycle = 0.01;
+
+TEST_F(Analyse, ShowsTheExamplesDip) {
+  const auto result = dipx({"analyse", example});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out, std::string(example) +
+                            "\n"
+                            "  COMTRADE 1999 BINARY, RTE DFR database, DATA_S2 record 0, 01/01/2000 00:00:00.000000\n"
+                            "  3.281 s: 21000 samples at 6400 Hz, 128 per cycle of 50 Hz\n"
+                            "  voltages v1, v2, v3\n"
+                            "  pre-event voltage 62.49 kV, dip threshold 56.24 kV\n"
+                            "  analysed at 0.000923971 times the recorded voltages; all voltages here are the recorded "
+                            "ones\n"
+                            "\n"
+                            "1 dip\n"
+                            "\n"
+                            "dip 1   0.2787 s to 0.5589 s, 280.2 ms, 14.01 cycles\n"
+                            "  lowest voltage   v1 18.19 kV (29.1 %), v2 63.78 kV (102.1 %), v3 21.55 kV (34.5 %)\n");
+}
+
+TEST_F(Analyse, ReadsTheExampleFromItsDatFileToo) {
+  EXPECT_EQ(json::parse(dipx({"analyse", "--json", DIPX_EXAMPLES "/rte_00.dat"}).out)["dips"],
+            json::parse(dipx({"analyse", "--json", example}).out)["dips"]);
+}
+
+TEST_F(Analyse, FindsADipOfKnownPlaceDepthAndPhase) {
+  const auto found = analysed(Record(230, 1).lower("B", 0.4, 0.5, 115));
+  ASSERT_EQ(found["dips"].size(), 1U);
+  const auto& dip = found["dips"][0];
+  EXPECT_NEAR(dip["start"]["time_s"], 0.4, half_cycle);
+  EXPECT_NEAR(dip["end"]["time_s"], 0.5, 2 * half_cycle) << "the one-cycle RMS recovers up to a cycle later";
+  EXPECT_NEAR(dip["lowest_voltage"][0]["voltage_v"], 230, 0.01);
+  EXPECT_NEAR(dip["lowest_voltage"][1]["voltage_v"], 115, 0.01);
+  EXPECT_NEAR(dip["lowest_voltage"][1]["percent"], 50, 0.01);
+  EXPECT_NEAR(dip["lowest_voltage"][2]["voltage_v"], 230, 0.01);
+  EXPECT_TRUE(dip["recovered"]);
+  EXPECT_TRUE(dip["analysed"]);
+  EXPECT_TRUE(dip["not_analysed"].is_null());
+  EXPECT_FALSE(dip["gradual_fall_doubtful"]);
+  EXPECT_NEAR(dip["duration_s"].get<double>(),
+              dip["end"]["time_s"].get<double>() - dip["start"]["time_s"].get<double>(), 1e-12);
+  EXPECT_NEAR(dip["duration_cycles"].get<double>() * 0.02, dip["duration_s"].get<double>(), 1e-9);
+}
+
+TEST_F(Analyse, TakesARecordOf50To400VoltAsItIs) {
+  for (const double volts : {51.0, 57.7, 230.0, 399.0}) {
+    EXPECT_EQ(analysed(Record(volts, 0.4))["analysis_level_factor"], 1.0) << volts;
+  }
+}
+
+TEST_F(Analyse, ScalesOtherLevelsForTheAnalysisAndBackForTheUser) {
+  for (const double volts : {0.001, 49.0, 401.0, 400000.0}) {
+    const auto found = analysed(Record(volts, 1).lower("A", 0.4, 0.5, 0.3 * volts));
+    EXPECT_NEAR(found["analysis_level_factor"].get<double>() * volts, 57.735, 0.001) << volts;
+    EXPECT_NEAR(found["pre_event_voltage_v"].get<double>() / volts, 1, 1e-6) << volts;
+    EXPECT_NEAR(found["threshold_v"].get<double>() / volts, 0.9, 1e-6) << volts;
+    ASSERT_EQ(found["dips"].size(), 1U) << volts;
+    EXPECT_NEAR(found["dips"][0]["lowest_voltage"][0]["voltage_v"].get<double>() / volts, 0.3, 1e-4) << volts;
+    EXPECT_TRUE(found["dips"][0]["analysed"]) << volts;
+  }
+}
+
+TEST_F(Analyse, SaysTheFactor) {
+  EXPECT_NE(text(Record(57735.026919, 0.4)).find("  analysed at 0.001 times the recorded voltages;"),
+            std::string::npos);
+  EXPECT_EQ(text(Record(230, 0.4)).find("analysed at"), std::string::npos);
+}
+
+TEST_F(Analyse, GivesEachOfSeveralDipsItsPlaceInTheWholeRecord) {
+  const auto found =
+      analysed(Record(230, 4).lower("A", 0.5, 0.6, 100).lower("B", 1.5, 1.7, 150).lower("ABC", 3.0, 3.3, 60));
+  ASSERT_EQ(found["dips"].size(), 3U);
+  const double starts[] = {0.5, 1.5, 3.0};
+  const double ends[] = {0.6, 1.7, 3.3};
+  const double lowest[] = {100, 150, 60};
+  for (std::size_t i = 0; i < 3; i++) {
+    const auto& dip = found["dips"][i];
+    EXPECT_EQ(dip["number"], i + 1);
+    EXPECT_NEAR(dip["start"]["time_s"], starts[i], half_cycle);
+    EXPECT_NEAR(dip["end"]["time_s"], ends[i], 2 * half_cycle);
+    const auto& phases = dip["lowest_voltage"];
+    EXPECT_NEAR(std::min({phases[0]["voltage_v"].get<double>(), phases[1]["voltage_v"].get<double>(),
+                          phases[2]["voltage_v"].get<double>()}),
+                lowest[i], 0.05);
+    EXPECT_TRUE(dip["analysed"]) << i;
+  }
+}
+
+TEST_F(Analyse, ListsADipThatHasNotRecovered) {
+  const Record record = Record(230, 1).lower("C", 0.7, 1, 46);
+  const auto found = analysed(record);
+  ASSERT_EQ(found["dips"].size(), 1U);
+  const auto& dip = found["dips"][0];
+  EXPECT_NEAR(dip["start"]["time_s"], 0.7, half_cycle);
+  EXPECT_TRUE(dip["end"].is_null());
+  EXPECT_TRUE(dip["duration_s"].is_null());
+  EXPECT_FALSE(dip["recovered"]);
+  EXPECT_FALSE(dip["analysed"]);
+  EXPECT_EQ(dip["not_analysed"]["code"], "not_recovered");
+  EXPECT_NEAR(dip["lowest_voltage"][2]["percent"], 20, 0.01);
+  const auto summary = text(record);
+  EXPECT_NE(summary.find(" s to the end of the record, "), std::string::npos) << summary;
+  EXPECT_NE(summary.find("not analysed further: the voltage has not recovered by the end of the record\n"),
+            std::string::npos);
+}
+
+TEST_F(Analyse, ListsDipsNearAnEnd) {
+  const auto at_start = analysed(Record(230, 1).lower("A", 0.06, 0.16, 115));
+  ASSERT_EQ(at_start["dips"].size(), 1U);
+  EXPECT_EQ(at_start["dips"][0]["not_analysed"]["code"], "near_start");
+  EXPECT_NEAR(at_start["dips"][0]["lowest_voltage"][0]["percent"], 50, 0.01);
+  const auto at_end = analysed(Record(230, 1).lower("A", 0.85, 0.95, 115));
+  ASSERT_EQ(at_end["dips"].size(), 1U);
+  EXPECT_EQ(at_end["dips"][0]["not_analysed"]["code"], "near_end");
+  EXPECT_TRUE(at_end["dips"][0]["recovered"]);
+}
+
+TEST_F(Analyse, SaysWhyAShallowDipOrARestlessStretchIsLeft) {
+  EXPECT_EQ(analysed(Record(230, 1).lower("A", 0.4, 0.44, 202))["dips"][0]["not_analysed"]["code"], "too_shallow");
+  Record restless(230, 1);
+  for (int cycle = 4; cycle < 50; cycle += 2) restless.lower("B", 0.02 * cycle, 0.02 * (cycle + 1), 218);
+  EXPECT_EQ(analysed(restless.lower("A", 0.4, 0.5, 115))["dips"][0]["not_analysed"]["code"], "unstable");
+}
+
+TEST_F(Analyse, DoubtsAGradualFallWithLessThanFiveCyclesBeforeIt) {
+  const auto found = analysed(Record(230, 1).lower("A", 0.085, 0.2, 115));
+  EXPECT_TRUE(found["dips"][0]["gradual_fall_doubtful"]);
+  EXPECT_TRUE(found["dips"][0]["analysed"]);
+  EXPECT_NE(text(Record(230, 1).lower("A", 0.085, 0.2, 115))
+                .find("less than five cycles lie before it: a gradual fall may be measured wrongly\n"),
+            std::string::npos);
+}
+
+TEST_F(Analyse, AnalysesADipFromItsOwnStretchAndNotFromTheRecordsLevel) {
+  // The voltage settles at 94 % after the first cycles; the dip to 87 % is one of 7.4 % against the level just before
+  // it.
+  const auto found = analysed(Record(230, 2).lower("ABC", 0.2, 2, 216).lower("ABC", 1.0, 1.2, 200));
+  ASSERT_EQ(found["dips"].size(), 1U);
+  EXPECT_EQ(found["dips"][0]["not_analysed"]["code"], "not_found_again");
+  EXPECT_NEAR(found["dips"][0]["lowest_voltage"][0]["percent"], 100 * 200 / 230.0, 0.01);
+}
+
+TEST_F(Analyse, MovesTheStretchToWhereTheFallLiesByItsOwnLevel) {
+  // A slow rise of the level before the dip: by the level just before it the fall begins more than a cycle earlier than
+  // by that of the record's first cycles, where the voltage sags to 90.5 % of the latter. It is analysed all the same.
+  const auto found =
+      analysed(Record(230, 2).lower("ABC", 0.2, 0.94, 234).lower("A", 0.94, 1.0, 208.2).lower("ABC", 1.0, 1.2, 100));
+  ASSERT_EQ(found["dips"].size(), 1U);
+  EXPECT_NEAR(found["dips"][0]["start"]["time_s"], 1.0, half_cycle);
+  EXPECT_EQ(found["dips"][0]["not_analysed"], nullptr);
+}
+
+TEST_F(Analyse, ReportsSixtyHertzInRealSeconds) {
+  Record(120, 1, 3840, 60).lower("A", 0.5, 0.6, 60).write_comtrade("sixty");
+  const auto found = analysed({}, "sixty.cfg");
+  EXPECT_EQ(found["record"]["samples_per_cycle"], 64);
+  EXPECT_EQ(found["record"]["line_frequency_hz"], 60.0);
+  ASSERT_EQ(found["dips"].size(), 1U);
+  EXPECT_NEAR(found["dips"][0]["start"]["time_s"], 0.5, 0.5 / 60);
+  EXPECT_NEAR(found["dips"][0]["end"]["time_s"], 0.6, 1.0 / 60);
+  EXPECT_NEAR(found["dips"][0]["duration_cycles"].get<double>() / 60, found["dips"][0]["duration_s"].get<double>(),
+              1e-9);
+}
+
+TEST_F(Analyse, TakesTheLineFrequencyFromTheUserWhereTheFileIsSilent) {
+  Record(120, 1, 3840, 60).lower("A", 0.5, 0.6, 60).write_csv("record.csv");
+  const auto silent = dipx({"analyse", "record.csv"});
+  EXPECT_EQ(silent.status, 3);
+  EXPECT_EQ(silent.out, "");
+  EXPECT_EQ(
+      silent.err,
+      "dipx: record.csv: 3840 Hz is 76.8 samples per cycle of 50 Hz, not a whole number; resample it to a whole 32 "
+      "to 128 samples per cycle\n");
+  const auto told = analysed({"--frequency", "60"});
+  EXPECT_EQ(told["dips"].size(), 1U);
+  EXPECT_EQ(told["notes"].size(), 0U);
+}
+
+TEST_F(Analyse, NotesThatFiftyHertzIsAssumed) {
+  const auto found = analysed(Record(230, 0.4));
+  ASSERT_EQ(found["notes"].size(), 1U);
+  EXPECT_EQ(found["notes"][0],
+            "The file does not state the line frequency; 50 Hz is assumed (--frequency tells otherwise).");
+}
+
+TEST_F(Analyse, SaysNoDipsWhenThereAreNone) {
+  EXPECT_TRUE(text(Record(230, 0.4)).ends_with("\n\nno dips\n"));
+}
+
+TEST_F(Analyse, NotesWhereTheSearchGaveUp) {
+  Record flicker(230, 8);
+  for (int dip = 0; dip < 20; dip++) flicker.lower("A", 0.3 + 0.35 * dip, 0.35 + 0.35 * dip, 115);
+  const auto found = analysed(flicker);
+  EXPECT_EQ(found["dips"].size(), 15U);
+  ASSERT_EQ(found["notes"].size(), 2U);
+  const auto note = found["notes"][1].get<std::string>();
+  EXPECT_TRUE(
+      note.starts_with("The search ends after 30 crossings of the threshold; the voltage falls below it again at "
+                       "5.5"))
+      << note;
+}
+
+TEST_F(Analyse, AnalysesTheChannelsThatTheUserNames) {
+  const Record record = Record(230, 1).lower("B", 0.4, 0.5, 115);
+  record.write_csv("record.csv");
+  for (const char* names : {"Uc,Ua,Ub", "3,1,2", "uc,ua,ub"}) {
+    const auto found = analysed({"--channels", names});
+    EXPECT_EQ(found["voltages"][2]["name"], "Ub") << names;
+    EXPECT_EQ(found["voltages"][2]["phase"], "C") << names;
+    EXPECT_NEAR(found["dips"][0]["lowest_voltage"][2]["percent"], 50, 0.01) << names;
+  }
+  const auto unknown = dipx({"analyse", "record.csv", "--channels", "Ua,Ub,Ux"});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.out, "");
+  EXPECT_NE(unknown.err.find("Ux"), std::string::npos);
+}
+
+TEST_F(Analyse, ReadsCsvFromStandardInput) {
+  Record(230, 1).lower("B", 0.4, 0.5, 115).write_csv("record.csv");
+  const auto piped = dipx({"analyse", "-", "--json"}, "record.csv");
+  EXPECT_EQ(piped.status, 0);
+  EXPECT_EQ(json::parse(piped.out)["dips"], analysed({})["dips"]);
+  EXPECT_EQ(json::parse(piped.out)["record"]["file"], "standard input");
+}
+
+TEST_F(Analyse, TakesARateForCsvWithoutTimes) {
+  const Record record = Record(230, 1).lower("B", 0.4, 0.5, 115);
+  std::ofstream out("bare.csv");
+  for (int i = 0; i < record.length; i++) {
+    out << record.value(0, i) << ";" << record.value(1, i) << ";" << record.value(2, i) << "\n";
+  }
+  out.close();
+  const auto silent = dipx({"analyse", "bare.csv", "--channels", "1,2,3"});
+  EXPECT_EQ(silent.status, 2);
+  EXPECT_NE(silent.err.find("--rate"), std::string::npos) << silent.err;
+  EXPECT_EQ(analysed({"--rate", "6400", "--channels", "1,2,3"}, "bare.csv")["dips"].size(), 1U);
+}
+
+struct RefusedCase {
+  const char* name;
+  double seconds;
+  double rate;
+  const char* reason;
+};
+
+void PrintTo(const RefusedCase& refused, std::ostream* out) {
+  *out << refused.name;
+}
+
+class Refused : public Analyse, public testing::WithParamInterface<RefusedCase> {};
+
+TEST_P(Refused, EndsWithStatusThreeAndOneLine) {
+  const auto& refused = GetParam();
+  Record(230, refused.seconds, refused.rate).write_csv("record.csv");
+  const auto result = dipx({"analyse", "record.csv", "--json"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, std::string("dipx: record.csv: ") + refused.reason + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, Refused,
+    testing::Values(
+        RefusedCase{"TooSlow", 1, 1550, "its 1550 Hz are 31 samples per cycle, outside 32 to 128; resample it"},
+        RefusedCase{"TooFast", 1, 6450, "its 6450 Hz are 129 samples per cycle, outside 32 to 128; resample it"},
+        RefusedCase{"Uneven", 1, 6425,
+                    "6425 Hz is 128.5 samples per cycle of 50 Hz, not a whole number; resample it to a whole 32 to 128 "
+                    "samples per cycle"},
+        RefusedCase{"TooShort", 0.03, 6400, "it is shorter than two cycles; use a longer record"},
+        RefusedCase{"TooManyCycles", 60.1, 1600, "it holds more than 3000 cycles; cut out the part round the dip"},
+        RefusedCase{"TooManySamples", 60.1, 6400, "it holds more than 384000 samples; cut out the part round the dip"}),
+    [](const auto& refused) { return refused.param.name; });
+
+TEST_F(Analyse, RefusesADisturbedStartAndADeadPhase) {
+  Record(230, 1).lower("A", 0.01, 0.2, 115).write_csv("record.csv");
+  const auto disturbed = dipx({"analyse", "record.csv"});
+  EXPECT_EQ(disturbed.status, 3);
+  EXPECT_EQ(disturbed.err,
+            "dipx: record.csv: its first two cycles are not steady (a phase is more than 10 % off the lowest phase's "
+            "level); use a record that begins at least two cycles before the dip\n");
+  Record(230, 1).lower("C", 0, 1, 0).write_csv("record.csv");
+  const auto dead = dipx({"analyse", "record.csv", "--channels", "1,2,3"});
+  EXPECT_EQ(dead.status, 3);
+  EXPECT_EQ(
+      dead.err,
+      "dipx: record.csv: a phase has no voltage in its first two cycles; choose other channels with --channels, or a "
+      "record that begins before the dip\n");
+}
+
+TEST_F(Analyse, EndsWithStatusTwoWhenTheInputCannotBeRead) {
+  const auto missing = dipx({"analyse", "missing.cfg"});
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_EQ(missing.out, "");
+  EXPECT_TRUE(missing.err.starts_with("dipx: missing.cfg: ")) << missing.err;
+  EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1);
+  std::ofstream("currents.csv") << "t_s,Ia,Ib,Ic\n0,1,2,3\n0.01,1,2,3\n0.02,1,2,3\n0.03,1,2,3\n";
+  EXPECT_EQ(dipx({"analyse", "currents.csv"}).status, 2);
+}
+
+TEST_F(Analyse, EndsWithStatusOneOnWrongUse) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                    {"analyse"},
+                                                    {"analyse", example, "--nonsense"},
+                                                    {"nonsense"},
+                                                    {"analyse", example, "--rate", "0"},
+                                                    {"analyse", example, "--frequency", "x"}}) {
+    const auto result = dipx(arguments);
+    EXPECT_EQ(result.status, 1) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err, "");
+  }
+}
+
+TEST_F(Analyse, HelpsAndTellsItsVersion) {
+  const auto help = dipx({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_NE(help.out.find("analyse"), std::string::npos);
+  const auto more = dipx({"analyse", "--help"});
+  for (const char* option : {"--channels", "--json", "--report", "--trace", "--rate", "--frequency", "Exit status"}) {
+    EXPECT_NE(more.out.find(option), std::string::npos) << option;
+  }
+  EXPECT_EQ(dipx({"--version"}).out, "dipx " DIPX_VERSION "\n");
+}
+
+/// The report with its figure of elapsed milliseconds, the first to end in "ms", taken out.
+std::string without_time(std::string report) {
+  const auto end = report.find("ms\r\n");
+  EXPECT_NE(end, std::string::npos) << report;
+  const auto begin = report.find_last_not_of("0123456789", end - 1) + 1;
+  return report.erase(begin, end - begin);
+}
+
+TEST_F(Analyse, WritesTheLibrarysReportByteForByte) {
+  const Record record = Record(230, 2).lower("A", 0.5, 0.6, 100).lower("BC", 1.2, 1.4, 150);
+  record.write_comtrade("record");
+  EXPECT_EQ(dipx({"analyse", "record.cfg", "--report", "report.txt"}).status, 0);
+
+  const auto host = std::make_unique<dipx_data_struct>();
+  for (int i = 0; i < record.length; i++) {
+    host->smp_va[i] = static_cast<float>(0.001 * static_cast<double>(std::lround(record.value(0, i) * 1000.0)));
+    host->smp_vb[i] = static_cast<float>(0.001 * static_cast<double>(std::lround(record.value(1, i) * 1000.0)));
+    host->smp_vc[i] = static_cast<float>(0.001 * static_cast<double>(std::lround(record.value(2, i) * 1000.0)));
+  }
+  host->smp_rate = 128;
+  host->smp_len = record.length;
+  tests::printed_by([&] { dipx_fun(host.get()); });
+  EXPECT_EQ(host->evt_num, 2);
+  EXPECT_EQ(without_time(bytes_of("report.txt")), without_time(bytes_of("dipx_result.txt")));
+  EXPECT_NE(bytes_of("report.txt"), "");
+}
+
+TEST_F(Analyse, LeavesNoFileBehindUnasked) {
+  EXPECT_EQ(dipx({"analyse", example}).status, 0);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+  EXPECT_EQ(dipx({"analyse", example, "--report", "report.txt"}).status, 0);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+TEST_F(Analyse, SaysWhenTheReportCannotBeWritten) {
+  const auto result = dipx({"analyse", example, "--report", "no-such-folder/report.txt"});
+  EXPECT_EQ(result.status, 4);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "dipx: no-such-folder/report.txt: No such file or directory\n");
+  std::filesystem::create_directory("report.txt");
+  EXPECT_EQ(dipx({"analyse", example, "--report", "report.txt"}).status, 4);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "no draft stays behind";
+}
+
+TEST_F(Analyse, KeepsAnOldReportWhenTheRecordIsRefused) {
+  std::ofstream("report.txt") << "old";
+  EXPECT_EQ(dipx({"analyse", "missing.cfg", "--report", "report.txt"}).status, 2);
+  EXPECT_EQ(bytes_of("report.txt"), "old");
+}
+
+TEST_F(Analyse, WritesAReportToADeviceInPlace) {
+  EXPECT_EQ(dipx({"analyse", example, "--report", "/dev/full"}).status, 4);
+  EXPECT_EQ(dipx({"analyse", example, "--report", "/dev/null"}).status, 0);
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
+TEST_F(Analyse, SaysWhenItsOutputCannotBeWritten) {
+  const auto result = dipx({"analyse", example}, "/dev/null", "/dev/full");
+  EXPECT_EQ(result.status, 4);
+  EXPECT_EQ(result.err, "dipx: standard output: No space left on device\n");
+}
+
+TEST_F(Analyse, ShowsTheLibrarysLinesOnStandardErrorOnRequest) {
+  const auto traced = dipx({"analyse", example, "--json", "--trace"});
+  EXPECT_NE(traced.err.find("[GUARD] smp=128, n=21000, need(n>=2*smp)=256\n"), std::string::npos);
+  EXPECT_NE(traced.err.find("pos = "), std::string::npos);
+  EXPECT_EQ(traced.out, dipx({"analyse", example, "--json"}).out);
+}
+
+TEST_F(Analyse, PrintsOneDocumentWithWhatTheRecordSays) {
+  const auto found = analysed({}, example);
+  EXPECT_EQ(found["format"], "dipx analysis");
+  EXPECT_EQ(found["format_version"], 1);
+  EXPECT_EQ(found["dipx_version"], DIPX_VERSION);
+  const auto& record = found["record"];
+  EXPECT_EQ(record["file"], example);
+  EXPECT_EQ(record["station"], "RTE DFR database");
+  EXPECT_EQ(record["device"], "DATA_S2 record 0");
+  EXPECT_EQ(record["start_time"], "01/01/2000 00:00:00.000000");
+  EXPECT_EQ(record["trigger_time"], "01/01/2000 00:00:00.250000");
+  EXPECT_EQ(record["samples"], 21000);
+  EXPECT_EQ(record["sampling_rate_hz"], 6400.0);
+  EXPECT_EQ(found["voltages"][1], (json{{"phase", "B"}, {"channel", 2}, {"name", "v2"}, {"unit", "V"}}));
+}
+
+}  // namespace
