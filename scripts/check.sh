@@ -1,0 +1,12 @@
+#!/bin/sh
+# check.sh [PRESET...]: sets up, then builds each preset (release and asan unless named) with warnings as errors and runs
+# its tests.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh
+[ $# -gt 0 ] || set -- release asan
+for preset; do
+  cmake --preset "$preset" -DDIPX_WARNINGS_AS_ERRORS=ON
+  cmake --build --preset "$preset"
+  ctest --preset "$preset"
+done

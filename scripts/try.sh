@@ -1,0 +1,19 @@
+#!/bin/sh
+# try.sh [RECORD]: sets up, builds the dipx command, and analyses a record (without one, the example) with the summary and
+# the library's report.
+set -eu
+case ${1:-} in
+  /*) record=$1 ;;
+  ?*) record=$PWD/$1 ;;
+  *) record= ;;
+esac
+cd "$(dirname "$0")/.."
+scripts/setup.sh
+cmake --preset release
+cmake --build --preset release --target dipx_command
+report=$(mktemp)
+trap 'rm -f "$report"' EXIT
+echo
+build/release/command/dipx analyse "${record:-examples/rte_00.cfg}" --report "$report"
+printf '\nThe library'"'"'s report (GBK, shown as UTF-8):\n\n'
+iconv -f GBK -t UTF-8 "$report"
