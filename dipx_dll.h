@@ -15,8 +15,8 @@
  *    called while another runs.
  *  - It reports by lines on standard output and standard error; no function returns a status of the analysis.
  *  - Every dipx_fun writes the report "dipx_result.txt" (GBK, CR LF) into the current directory.
- *  - Two working records of about 71 MB of address space are allocated on first use and kept; only the part that a
- *    record needs is ever touched. sagx_free_all gives them back.
+ *  - Two working records of 61 and 11 MB are allocated on first use and kept until sagx_free_all. Of the larger, only
+ * what a record needs becomes resident.
  *  - A record must begin with at least two undisturbed cycles, and a dip is analysed only when four cycles of the
  *    record lie on either side of it.
  *
@@ -95,18 +95,20 @@ typedef struct dipx_data_struct {
  * Analyses the record at `data` (a dipx_data_struct) and writes the dips into it and into "dipx_result.txt" in the
  * current directory. Dips that were found but not analysed (too shallow, too near an end of the record, ...) keep
  * their place with zero results. A refused record (rate or length out of range) gets the count that the last accepted
- * one left. A null pointer is ignored.
+ * one left, with zero contents. A null pointer is ignored.
  */
 DIPX_API void dipx_fun(void* data);
 
-/* Writes the report of `dipx` to "dipx_result.txt" in the current directory; silent when that file cannot be opened. */
+/* Writes the report of `dipx`, with dipx_fun_use_time in it, to "dipx_result.txt" in the current directory; silent when
+ * that file cannot be opened. A null pointer is ignored. */
 DIPX_API void print_to_txt(dipx_data_struct* dipx);
 
 /*
  * The other style, for hosts that read the working records themselves: sets the input of the next analysis and takes a
  * copy of the samples. `va`, `vb`, `vc` (volts, `smp_len` samples each, `smp_rate` per cycle) must stay valid until the
- * analysis (dipx_new_pro) has run. Null pointers or a rate or length below 1 are refused with a line on standard error
- * that leaves everything as it was; what does not fit the working record is not copied.
+ * analysis (dipx_new_pro) has run and must not be the working records' own. Null pointers or a rate or length below 1
+ * are refused and leave everything as it was; what does not fit the working record is not copied. Prints one line on
+ * standard error, whatever the result.
  */
 DIPX_API void sagx_init_from_samples(const float* va, const float* vb, const float* vc, int smp_rate, int smp_len);
 
@@ -114,7 +116,8 @@ DIPX_API void sagx_init_from_samples(const float* va, const float* vb, const flo
  * argument is ignored and may be null. */
 DIPX_API void dipx_new_pro(dipx_data_struct* dipx_data);
 
-/* Gives the working records back and forgets the input. Harmless when there is nothing to free. */
+/* Gives the working records back, forgets the input, and says so on standard error. Harmless when there is nothing to
+ * free. */
 DIPX_API void sagx_free_all(void);
 
 /* Milliseconds that the last dipx_fun took. */

@@ -37,7 +37,7 @@ void copy_dip(const dq_dipx_struct& dip, dipx_event_record& event) {
   event.Voltagechange_Va = dip.Voltagechange_Va;
   event.Voltagechange_Vb = dip.Voltagechange_Vb;
   event.Voltagechange_Vc = dip.Voltagechange_Vc;
-  // The names cross over: hosts look for the number of phases under "phase type" and for the category under "type".
+  // The names cross over on purpose: "phase type" is the number of phases, "type" the category.
   copy_list(dip.dipx_type, segments, event.dipx_phasetype);
   copy_list(dip.dipx_cata_seg, segments, event.dipx_cata_type);
   copy_list(dip.bph_max_value, segments, event.bph_max_value);
@@ -133,7 +133,7 @@ void dipx_fun(void* data) {
   if (data == nullptr) return;
   auto* record = static_cast<dipx_data_struct*>(data);
   dipx_fun_use_time = mms_get_ms_time();
-  // The trace shows the bit pattern of the first sample, not a run counter; hosts' logs are used to it.
+  // The bit pattern of the first sample, not a run counter: a quirk of the trace that is kept.
   int first_word = 0;
   std::memcpy(&first_word, record, sizeof first_word);
   std::printf("dipx fun run(%d)...\r\n", first_word);

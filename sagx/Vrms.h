@@ -22,9 +22,10 @@ DIPX_API void Vrms_cal(float* rms, float* v, int smp, int len);
  * Computes the three RMS curves of `buf` with their maxima and finds the dips of the lowest phase.
  *
  * Reads va, vb, vc, smp_num, smprate and ut (the threshold, volts); writes rmsa, rmsb, rmsc, ua_max, ub_max, uc_max,
- * T0, T and evt_num and prints one line. T holds falls below ut at even and recoveries at odd places; an odd evt_num
- * means that the last dip had not recovered by the end. Dips less than ten cycles apart become one, and the search ends
- * with the 30th crossing. Samples beyond the record's capacity are not looked at. A null pointer is ignored.
+ * T0, T and evt_num and prints one line. T holds falls below ut and recoveries in turn, a fall first unless the record
+ * begins below ut; an odd evt_num means that the last dip had not recovered by the end. Dips less than ten cycles apart
+ * become one, and the search ends with the 30th crossing. Samples beyond the record's capacity are not looked at. A
+ * null pointer is ignored.
  */
 DIPX_API void rms_seg_pro(dq_dipx_rms* buf);
 

@@ -69,7 +69,7 @@ float rms_bzc(dq_dipx_rms* buf) {
   const int half = buf->smprate / 2;
   if (half < 1) return 0;
   // The last whole half-cycle stays out on purpose, with the partial one that may follow it.
-  const int blocks = std::min(buf->smp_num, +DQ_RECORD_CAPACITY) / half - 1;
+  const int blocks = std::clamp(buf->smp_num, 0, +DQ_RECORD_CAPACITY) / half - 1;
   float largest = restless_share(buf->rmsa, half, blocks);
   for (const float* rms : {buf->rmsb, buf->rmsc}) {
     const float share = restless_share(rms, half, blocks);

@@ -21,7 +21,7 @@ DIPX_API int dipx_cal_un(const float* ua, const float* ub, const float* uc, int 
 /*
  * How restless the RMS curves of `buf` are: the share of half-cycles whose standard deviation exceeds 0.5 V, in the
  * phase where it is largest (0 to 1). Reads rmsa, rmsb, rmsc, smp_num and smprate. Returns 0 for a null pointer or a
- * rate below 2, NaN when the record holds no more than one half-cycle.
+ * rate below 2; of less than two half-cycles there is nothing to judge, and the result is NaN or zero.
  */
 DIPX_API float rms_bzc(dq_dipx_rms* buf);
 

@@ -1,7 +1,7 @@
 /*
  * The working records of the analysis: plain aggregates of fixed capacity, sized once for the largest input so that an
  * analysis allocates nothing per sample or per dip. Each list is used from element 0 up to the count that stands beside
- * it; what lies beyond is left over from earlier dips or runs.
+ * it; what lies beyond has no meaning.
  *
  * Units: volts, seconds, degrees, sample positions. A window is the stretch of the record round one dip.
  */
@@ -49,7 +49,7 @@ typedef struct dq_dipx_rms {
   float ut;                     /* dip threshold, 0.9 un */
   float f;                      /* nominal frequency, hertz */
   int T0[DQ_BOUNDARY_CAPACITY]; /* threshold crossings; 0 marks one that was merged away */
-  int T[DQ_BOUNDARY_CAPACITY];  /* dip boundaries: falls at even places, recoveries at odd ones */
+  int T[DQ_BOUNDARY_CAPACITY];  /* dip boundaries: falls and recoveries in turn */
   int evt_num;                  /* entries of T */
 } dq_dipx_rms;
 
@@ -136,7 +136,7 @@ typedef struct dq_dipx_struct {
   int pos_ua_min[DQ_LIST_CAPACITY];
   int pos_ub_min[DQ_LIST_CAPACITY];
   int pos_uc_min[DQ_LIST_CAPACITY];
-  int pos_u3_min[DQ_LIST_CAPACITY]; /* record position */
+  int pos_u3_min[DQ_LIST_CAPACITY]; /* record position; short windows only */
   int u_min_num;                    /* segments with residual voltages */
   int D[2];                         /* first sample of the dip and of its recovery */
   float hold_time_rms;              /* 0 */
@@ -174,10 +174,10 @@ typedef struct feasvd_data {
   int feasvd_smp;
 } feasvd_data;
 
-extern DIPX_API dq_data* dq_data_buf;                          /* null until the first analysis */
-extern DIPX_API dq_dipx_rms* dq_rms_buf;                       /* null until the first analysis */
+extern DIPX_API dq_data* dq_data_buf;                          /* null when not allocated */
+extern DIPX_API dq_dipx_rms* dq_rms_buf;                       /* null when not allocated */
 extern DIPX_API dq_dipx_struct new_dipx_buf[DQ_LIST_CAPACITY]; /* results of the last analysis, one per dip */
-extern DIPX_API dq_dipx_struct qd_dipx_buf;                    /* scratch */
+extern DIPX_API dq_dipx_struct qd_dipx_buf;                    /* left untouched */
 extern DIPX_API feasvd_data feasvd_buf;
 
 /* Zeroes ua0, ub0, uc0, feasvd_a, feasvd_b, feasvd_c and u over their whole capacity and nothing else; the

@@ -11,12 +11,14 @@
 #include <cstring>
 
 #include "sagx/Vrms.h"
+#include "sagx/dip_window.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dipx_outcome.h"
 #include "sagx/dq_dipx.h"
 
 using sagx::DipOutcome;
 using sagx::RunOutcome;
+using sagx::Window;
 
 int sample_input_number = 0;
 int sample_input_smprate = 0;
@@ -32,8 +34,8 @@ constexpr float cal_fn = 50.0F;  // nominal frequency, hertz
 constexpr int longest_record_cycles = 3000;
 constexpr unsigned longest_short_window_cycles = 500;
 
-/// Makes sure that `record` exists. The memory comes zeroed and untouched, so what a record does not need never becomes
-/// resident.
+/// Makes sure that `record` exists. It is not cleared here: a fresh large block is zero without ever being touched, and
+/// so what a run does not need stays out of memory.
 template <typename Record>
 bool provide(Record*& record, const char* name) {
   if (record != nullptr) {
@@ -60,7 +62,7 @@ bool provide_working_records() {
   return false;
 }
 
-/// The limits that keep the working records from overflowing.
+/// Whether rate and length are such as the analysis takes.
 RunOutcome check_limits(int smp, int n) {
   if (smp > 128 || smp < 32) {
     std::puts("采样率越限\r");
@@ -104,8 +106,8 @@ RunOutcome take_samples(dq_dipx_rms& record, int smp, int n) {
   return RunOutcome::searched;
 }
 
-/// The estimate of the nominal voltage, brought to a level that the analysis is made for. What stands in for a low and
-/// a high one are the two usual nominal voltages (a 100 V secondary's phase, a 380 V network's), not the bounds.
+/// The estimate of the nominal voltage, or what stands in for an implausible one. That it is not the bound itself is
+/// meant.
 float nominal_voltage(const dq_dipx_rms& record, int smp, int n) {
   float un = 0;
   dipx_cal_un(record.va, record.vb, record.vc, smp, n, &un);
@@ -146,12 +148,6 @@ RunOutcome search_boundaries(int smp, int n) {
   return RunOutcome::searched;
 }
 
-/// The stretch of the record round one dip: the dip and four cycles on either side.
-struct Window {
-  unsigned start;   ///< record position of its first sample
-  unsigned length;  ///< samples
-};
-
 void copy_window(const float* from, const Window& window, float* to) {
   std::copy_n(from + window.start, window.length, to);
 }
@@ -177,38 +173,6 @@ void load_waveform(dq_data& data, const dq_dipx_rms& record, const Window& windo
   for (unsigned j = 0; j < window.length; j++) data.t[j] = static_cast<float>(j) * step;
   data.num = window.length;
   data.smp = static_cast<unsigned>(record.smprate);
-}
-
-void rebase(int (&positions)[DQ_LIST_CAPACITY], int count, unsigned offset) {
-  const int entries = std::min(count, +DQ_LIST_CAPACITY);
-  for (int j = 0; j < entries; j++) positions[j] += static_cast<int>(offset);
-}
-
-/// Seconds between two boundaries; 0 when they are in the wrong order.
-float duration(int from, int to, int smp) {
-  const auto seconds = static_cast<float>((to - from) * (0.02 / smp));
-  return seconds < 0 ? 0.0F : seconds;
-}
-
-/// Brings a long window's results to record positions. Threshold crossings stay in window positions by agreement with
-/// the hosts.
-void finish_long_window(dq_dipx_struct& dip, const Window& window) {
-  rebase(dip.Trms, dip.Trms_num, window.start);
-  rebase(dip.T, dip.T_num, window.start);
-  rebase(dip.order_min, dip.u_min_num, window.start);
-  const int boundaries = std::min(dip.Trms_num, +DQ_LIST_CAPACITY);
-  // Without a boundary there is nothing to measure between.
-  dip.hold_time_dq = boundaries < 1 ? 0.0F : duration(dip.Trms[0], dip.Trms[boundaries - 1], dip.smprate);
-}
-
-/// The same for a short window, whose minima carry their own positions.
-void finish_short_window(dq_dipx_struct& dip, const Window& window) {
-  rebase(dip.Trms, dip.Trms_num, window.start);
-  rebase(dip.T, dip.T_num, window.start);
-  rebase(dip.pos_u3_min, dip.u_min_num, window.start);
-  const int minima = std::clamp(dip.u_min_num, 0, +DQ_LIST_CAPACITY);
-  std::copy_n(dip.pos_u3_min, minima, dip.order_min);
-  dip.hold_time_dq = duration(dip.D[0], dip.D[1], dip.smprate);
 }
 
 /// Analyses the dip between two boundaries into its zeroed result.
@@ -249,10 +213,10 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, dq_data& data, dq_dipx_struct& dip, i
     return {DipOutcome::unstable};
   }
   if (window.length > longest_short_window_cycles * smp) {
-    finish_long_window(dip, window);
+    sagx::finish_long_window(dip, window);
     return {DipOutcome::analysed, true};
   }
-  finish_short_window(dip, window);
+  sagx::finish_short_window(dip, window);
   return {DipOutcome::analysed, false};
 }
 
@@ -269,6 +233,7 @@ void dq_dipx_new(dipx_data_struct* /*dipx_data*/) {
   if (!searched && sagx::last_outcome.run != RunOutcome::disturbed_start) return;
 
   dq_dipx_rms& record = *dq_rms_buf;
+  static_assert(DQ_BOUNDARY_CAPACITY / 2 <= DQ_LIST_CAPACITY, "every dip found has a result record");
   const int dips = record.evt_num / 2;
   std::printf("evt_num=%d\r\n", dips);
   for (int i = 0; i < dips; i++) {

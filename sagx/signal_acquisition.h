@@ -17,9 +17,10 @@ extern DIPX_API float* psample_input_vc;
 
 /*
  * Analyses the input that is set and leaves the dips in new_dipx_buf and the whole record in dq_rms_buf (dq_dipx.h).
- * Allocates the two working records on first use and keeps them. Accepts 32 to 128 samples per cycle and two to 3000
- * cycles, at most 384000 samples; refuses other input with a line, dips it cannot analyse likewise. A refused run
- * leaves zeroed results and dq_rms_buf->evt_num as it was. The argument is ignored and may be null.
+ * Allocates the two working records when there are none and keeps them. Accepts 32 to 128 samples per cycle and two to
+ * 3000 cycles, at most 384000 samples. Other input is refused with a line (missing arrays without one), and so are dips
+ * that cannot be analysed. A refused run leaves zeroed results and dq_rms_buf->evt_num as it was; one that found no
+ * memory leaves the results as they were. The argument is ignored and may be null.
  */
 DIPX_API void dq_dipx_new(dipx_data_struct* dipx_data);
 

@@ -76,6 +76,21 @@ TEST(SlidingRms, SumsFromTheNewestSampleBackInFloat) {
   EXPECT_EQ(rms[3], std::sqrt(16777220.0F / 4.0F));
 }
 
+TEST(SlidingRms, DividesInFloat) {
+  std::vector<float> wave(33, 1.0F);
+  std::vector<float> rms(33);
+  int apart = 0;
+  for (int i = 0; i < 100; i++) {
+    wave[0] = 1.0F + 0.37F * static_cast<float>(i);
+    Vrms_cal(rms.data(), wave.data(), 33, 33);
+    const float sum = 32.0F + wave[0] * wave[0];
+    const float in_float = std::sqrt(sum / 33.0F);
+    ASSERT_EQ(rms[32], in_float) << i;
+    apart += in_float != static_cast<float>(std::sqrt(sum / 33.0));
+  }
+  EXPECT_GT(apart, 0);
+}
+
 TEST(SlidingRms, OfLessThanACycleSpreadsWhatStoodAtTheCyclesEnd) {
   std::vector<float> wave(8, 7.0F);
   std::vector<float> rms(8, 42.0F);
@@ -123,8 +138,39 @@ TEST(BoundarySearch, StoresFirstSampleBelowAndFirstSampleBackAtTheThreshold) {
 }
 
 TEST(BoundarySearch, CountsAVoltageAtTheThresholdAsRecovered) {
-  const auto record = search(LevelRecord(smp, 20 * smp, 220).set(0, 8 * smp, 11 * smp, 198), 198);
-  EXPECT_EQ(record->evt_num, 0) << "198 V is not below 198 V";
+  // Up to exactly 198 V, and from exactly 198 V down again.
+  const auto record =
+      search(LevelRecord(smp, 60 * smp, 198).set(0, 8 * smp, 11 * smp, 100).set(0, 40 * smp, 60 * smp, 100));
+  EXPECT_EQ(boundaries(*record), (std::vector<int>{8 * smp, 12 * smp - 1, 40 * smp}));
+  EXPECT_EQ(record->rmsa[12 * smp - 1], 198.0F);
+  EXPECT_EQ(search(LevelRecord(smp, 20 * smp, 220).set(0, 8 * smp, 11 * smp, 198))->evt_num, 0);
+}
+
+TEST(BoundarySearch, FindsACrossingAtTheLastSample) {
+  const int at = 8 * smp;
+  EXPECT_EQ(boundaries(*search(LevelRecord(smp, fall(at) + 1, 220).set(0, at, fall(at) + 1, 100))),
+            std::vector<int>{fall(at)});
+  EXPECT_EQ(search(LevelRecord(smp, fall(at), 220).set(0, at, fall(at), 100))->evt_num, 0);
+}
+
+TEST(BoundarySearch, JoinsADipToOneThatNeverRecovers) {
+  // Three crossings: the recovery and the second fall go, the first fall stays.
+  const auto record =
+      search(LevelRecord(smp, 30 * smp, 220).set(0, 8 * smp, 11 * smp, 100).set(0, 15 * smp, 30 * smp, 100));
+  EXPECT_EQ(boundaries(*record), std::vector<int>{fall(8 * smp)});
+}
+
+TEST(BoundarySearch, SeesNoCrossingWhereTheCurveIsNoNumber) {
+  // NaN is neither below nor at the threshold, whichever of two neighbours it is: a fall that begins behind it is
+  // missed.
+  LevelRecord wave(smp, 30 * smp, 220);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  wave.set(0, 8 * smp, 12 * smp, 100).set(0, 8 * smp, 8 * smp + 1, nan);
+  const auto record = search(wave);
+  EXPECT_EQ(boundaries(*record), std::vector<int>{rise(12 * smp)});
+  EXPECT_EQ(record->ua_max, 220.0F) << "NaN is no maximum";
+  wave.set(0, 0, 1, nan);
+  EXPECT_EQ(search(wave)->ua_max, 220.0F);
 }
 
 TEST(BoundarySearch, FollowsTheLowestPhase) {

@@ -50,6 +50,20 @@ TEST(NominalVoltage, IsTheMeanOfTheFirstTwoCyclesAndOfNoMore) {
   EXPECT_EQ(estimate(wave, wave, wave, 64, 192).un, 205.0F);
 }
 
+TEST(NominalVoltage, StoresTheSumAsFloatAfterEachRoot) {
+  // The first cycle's RMS is 3, the second's 2^24: their sum in float is 2^24 + 4, half of which is stored. Roots in
+  // float or a sum kept in double would give 2^23 + 1.5.
+  std::vector<float> wave(4, 3.0F);
+  wave[2] = wave[3] = 16777216.0F;
+  EXPECT_EQ(estimate(wave, wave, wave, 2, 4).un, 8388610.0F);
+}
+
+TEST(NominalVoltage, SumsSquaresInFloat) {
+  // 4096^2 is 2^24: three ones behind it are lost one by one.
+  const std::vector<float> wave = {4096, 1, 1, 1, 4096, 1, 1, 1};
+  EXPECT_EQ(estimate(wave, wave, wave, 4, 8).un, 2048.0F);
+}
+
 TEST(NominalVoltage, NeedsExactlyTwoCycles) {
   const std::vector<float> wave(128, 230);
   EXPECT_EQ(estimate(wave, wave, wave, 64, 128).status, 0);
@@ -135,6 +149,13 @@ TEST_F(Stability, CountsADeviationOfExactlyHalfAVoltAsSteady) {
   EXPECT_EQ(rms_bzc(record.get()), 0.0F);
 }
 
+TEST_F(Stability, SumsTheMeanInFloat) {
+  // A flat curve so high that the float sum of sixteen entries is rounded: its mean comes out 1 V off, which counts.
+  flat(32, 320);
+  std::fill_n(record->rmsb, 320, 16777202.0F);
+  EXPECT_EQ(rms_bzc(record.get()), 1.0F);
+}
+
 TEST_F(Stability, IsThatOfTheMostRestlessPhase) {
   flat(64, 640);  // 19 blocks of 32
   ripple(record->rmsa, 1, 0, 3 * 32);
@@ -181,6 +202,13 @@ TEST_F(Stability, StaysInsideTheRecordWhateverItsCountSays) {
   std::fill_n(record->rmsc, +DQ_RECORD_CAPACITY, 220.0F);
   // Blocks beyond the 20 flat ones hold zeros in A and B: flat as well.
   EXPECT_EQ(rms_bzc(record.get()), 0.0F);
+  for (const int rate : {2, 3, 64}) {
+    for (const int samples : {std::numeric_limits<int>::min(), -1, 0}) {
+      record->smprate = rate;
+      record->smp_num = samples;
+      EXPECT_EQ(rms_bzc(record.get()), 0.0F) << rate << " " << samples;
+    }
+  }
 }
 
 }  // namespace

@@ -209,6 +209,8 @@ TEST_F(CopiedResults, StandUnderTheirHostNamesUpToTheirCounts) {
   EXPECT_EQ(event.angle_diff_an[1], 1201.0F);
   EXPECT_EQ(event.angle_diff_bn[1], 1301.0F);
   EXPECT_EQ(event.angle_diff_cn[1], 1401.0F);
+  EXPECT_EQ(event.dipx_cata_cause[0], untouched);
+  EXPECT_EQ(event.dipx_cata_cause[1], untouched);
   EXPECT_EQ(event.order_min_idx[2], untouched);
   EXPECT_EQ(event.dipx_phasetype[2], untouched);
   EXPECT_EQ(event.SEG_T_num, 4);

@@ -18,7 +18,7 @@ TEST(ClearingTheFeatureArrays, ZeroesSevenArraysOverTheirWholeCapacity) {
   const auto mark = [](auto& values) { std::fill(std::begin(values), std::end(values), 3.0F); };
   for (auto* cleared : {&data->ua0, &data->ub0, &data->uc0}) mark(*cleared);
   for (auto* cleared : {&data->feasvd_a, &data->feasvd_b, &data->feasvd_c, &data->u}) mark(*cleared);
-  for (auto* kept : {&data->ua, &data->ub, &data->uc, &data->angle_a, &data->upq1}) mark(*kept);
+  for (auto* kept : {&data->ua, &data->ub, &data->uc, &data->angle_a, &data->upq1, &data->upd}) mark(*kept);
   for (auto* kept : {&data->rms_ua, &data->rms_ub, &data->rms_uc, &data->Vc}) mark(*kept);
   data->hold_time = 3;
   data->num = data->smp = 3;
@@ -27,7 +27,8 @@ TEST(ClearingTheFeatureArrays, ZeroesSevenArraysOverTheirWholeCapacity) {
 
   for (auto* cleared : {&data->ua0, &data->ub0, &data->uc0}) EXPECT_TRUE(all(*cleared, 0.0F));
   for (auto* cleared : {&data->feasvd_a, &data->feasvd_b, &data->feasvd_c, &data->u}) EXPECT_TRUE(all(*cleared, 0.0F));
-  for (auto* kept : {&data->ua, &data->ub, &data->uc, &data->angle_a, &data->upq1}) EXPECT_TRUE(all(*kept, 3.0F));
+  for (auto* kept : {&data->ua, &data->ub, &data->uc, &data->angle_a, &data->upq1, &data->upd})
+    EXPECT_TRUE(all(*kept, 3.0F));
   for (auto* kept : {&data->rms_ua, &data->rms_ub, &data->rms_uc, &data->Vc}) EXPECT_TRUE(all(*kept, 3.0F));
   EXPECT_EQ(data->hold_time, 3.0F);
   EXPECT_EQ(data->num, 3U);

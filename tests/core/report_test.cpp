@@ -160,6 +160,14 @@ TEST_F(Report, OfARefusedRateShowsWhatTheDivisionGives) {
   EXPECT_NE(report().find("ua=-0.0000 ub=-0.0000 uc=-0.0000\r\n"), std::string::npos);
 }
 
+TEST_F(Report, SumsTheFirstCycleInFloat) {
+  // 4096^2 is 2^24: the ones behind it are lost, where a double sum would give 2048.0002.
+  record->smp_va[0] = 4096;
+  record->smp_va[1] = record->smp_va[2] = record->smp_va[3] = 1;
+  record->smp_rate = 4;
+  EXPECT_NE(report().find("ua=2048.0000 ub="), std::string::npos);
+}
+
 TEST_F(Report, OfARateBeyondTheArraySumsWhatThereIs) {
   std::fill(std::begin(record->smp_va), std::end(record->smp_va), 2.0F);  // squares add up to 3072000
   record->smp_rate = 3072000;
