@@ -11,7 +11,8 @@ void rebase(int (&positions)[DQ_LIST_CAPACITY], int count, const Window& window)
   for (int j = 0; j < entries; j++) positions[j] += static_cast<int>(window.start);
 }
 
-/// Seconds between two boundaries. A segmentation that was found wanting may leave them in the wrong order: no duration.
+/// Seconds between two boundaries. A segmentation that was found wanting may leave them in the wrong order: no
+/// duration.
 float duration(int from, int to, int smp) {
   const auto seconds = static_cast<float>((to - from) * (0.02 / smp));
   return seconds < 0 ? 0.0F : seconds;

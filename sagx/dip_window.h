@@ -12,8 +12,8 @@ struct Window {
   unsigned length;  ///< samples
 };
 
-/// Brings what the long-window stages left in `dip` to record positions and takes the duration from the first to the last
-/// boundary of the RMS segmentation. T0, T0rms, the minima of the single phases and D stay in window positions.
+/// Brings what the long-window stages left in `dip` to record positions and takes the duration from the first to the
+/// last boundary of the RMS segmentation. T0, T0rms, the minima of the single phases and D stay in window positions.
 void finish_long_window(dq_dipx_struct& dip, const Window& window);
 
 /// The same for the short-window stages, whose minima carry their own positions and whose duration is that of D.

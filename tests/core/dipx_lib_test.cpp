@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <limits>
 #include <memory>
 
@@ -87,10 +86,9 @@ TEST(NominalVoltage, RefusesNullPointersAndNamesThem) {
   const auto printed = printed_by([&] { status = dipx_cal_un(wave.data(), nullptr, wave.data(), 64, 128, &un); });
   EXPECT_EQ(status, -1);
   EXPECT_EQ(un, -7.0F);
-  char line[200];
-  std::snprintf(line, sizeof line, "[dipx_cal_un][FATAL] null ptr ua=%p ub=%p uc=%p un=%p\n",
-                static_cast<const void*>(wave.data()), static_cast<const void*>(nullptr),
-                static_cast<const void*>(wave.data()), static_cast<const void*>(&un));
+  const std::string wave_text = tests::text_of(wave.data());
+  const std::string line = "[dipx_cal_un][FATAL] null ptr ua=" + wave_text + " ub=(nil) uc=" + wave_text +
+                           " un=" + tests::text_of(&un) + "\n";
   EXPECT_EQ(printed.err, line);
   printed_by([&] { status = dipx_cal_un(wave.data(), wave.data(), wave.data(), 64, 128, nullptr); });
   EXPECT_EQ(status, -1);

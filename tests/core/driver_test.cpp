@@ -24,15 +24,9 @@ using sagx::RunOutcome;
 using tests::LevelRecord;
 using tests::Printed;
 using tests::printed_by;
+using tests::text_of;
 
 constexpr int smp = 64;
-
-/// Names a pointer as printf does.
-std::string text_of(const void* pointer) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
 
 class Driver : public testing::Test {
  protected:

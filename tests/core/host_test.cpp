@@ -18,14 +18,9 @@ namespace {
 
 using tests::LevelRecord;
 using tests::printed_by;
+using tests::text_of;
 
 constexpr int smp = 64;
-
-std::string text_of(const void* pointer) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%p", pointer);
-  return text;
-}
 
 class Host : public testing::Test {
  protected:

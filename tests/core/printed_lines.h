@@ -53,4 +53,11 @@ Printed printed_by(Action action) {
   return {out.text(), err.text()};
 }
 
+/// A pointer as the library prints it.
+inline std::string text_of(const void* pointer) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%p", pointer);
+  return text;
+}
+
 }  // namespace tests
