@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "sagx/dip_category.h"
+
 namespace {
 
 /// Sum of the RMS values of the first two cycles, stored as float after each.
@@ -76,4 +78,48 @@ float rms_bzc(dq_dipx_rms* buf) {
     if (share > largest) largest = share;
   }
   return largest;
+}
+
+void seq_cal(vec_struct* v_ua, vec_struct* v_ub, vec_struct* v_uc, vec_struct* seq) {
+  if (v_ua == nullptr || v_ub == nullptr || v_uc == nullptr || seq == nullptr) return;
+  const double ar = v_ua->r;
+  const double ax = v_ua->x;
+  const double br = v_ub->r;
+  const double bx = v_ub->x;
+  const double cr = v_uc->r;
+  const double cx = v_uc->x;
+  seq->r = static_cast<float>((ar + (-0.5 * br - 0.866 * bx) + (0.866 * cx - 0.5 * cr)) * 0.3333333333333333);
+  seq->x = static_cast<float>((ax + (0.866 * br - 0.5 * bx) + (-0.866 * cr - 0.5 * cx)) * 0.3333333333333333);
+}
+
+void seq0_cal(vec_struct* v_ua, vec_struct* v_ub, vec_struct* v_uc, vec_struct* seq) {
+  if (v_ua == nullptr || v_ub == nullptr || v_uc == nullptr || seq == nullptr) return;
+  const vec_struct sum = {v_ua->r + v_ub->r + v_uc->r, v_ua->x + v_ub->x + v_uc->x};
+  seq->r = sum.r / 3.0F;
+  seq->x = sum.x / 3.0F;
+}
+
+int symmetrical_components_dq(vec_struct* phasor_up0, vec_struct* phasor_up, vec_struct* phasor_un, float un, float u0,
+                              float V, int type, int phase) {
+  if (phasor_up0 == nullptr || phasor_up == nullptr || phasor_un == nullptr) return sagx::no_category;
+  const sagx::SequenceThresholds thresholds(V);
+  const int category = un < thresholds.negative ? sagx::category_by_phases({type, phase})
+                                                : sagx::category_by_angle(*phasor_un, *phasor_up0, *phasor_up, type);
+  return sagx::with_zero_sequence(category, u0, thresholds.zero);
+}
+
+int seg_check(int* T, int num) {
+  if (T == nullptr || num < 2 || num > DQ_LIST_CAPACITY) {
+    std::puts("seg check err1\r");
+    return 1;
+  }
+  if (std::any_of(T, T + num, [](int boundary) { return boundary < 0; })) {
+    std::puts("seg check err2\r");
+    return 1;
+  }
+  if (!std::is_sorted(T, T + num)) {
+    std::puts("seg check err3\r");
+    return 1;
+  }
+  return 0;
 }

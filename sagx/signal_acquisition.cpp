@@ -15,6 +15,7 @@
 #include "sagx/dipx_lib.h"
 #include "sagx/dipx_outcome.h"
 #include "sagx/dq_dipx.h"
+#include "sagx/dq_segment_feature_multiclass.h"
 
 using sagx::DipOutcome;
 using sagx::RunOutcome;
@@ -216,6 +217,7 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, dq_data& data, dq_dipx_struct& dip, i
     sagx::finish_long_window(dip, window);
     return {DipOutcome::analysed, true};
   }
+  dq_segment_feature_multiclass(&data, &dip);
   sagx::finish_short_window(dip, window);
   return {DipOutcome::analysed, false};
 }

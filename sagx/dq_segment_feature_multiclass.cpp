@@ -1,0 +1,477 @@
+// Short windows: where the dip's segments lie, by the SVD feature of the smoothed dq magnitudes, and what each segment is.
+// For the driver. Positions are window positions throughout, but for one thing kept on purpose: the whole record's first
+// two boundaries serve as window positions when the segmentation is missing or starts late.
+#include "sagx/dq_segment_feature_multiclass.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <iterator>
+
+#include "sagx/SVD_cal.h"
+#include "sagx/boundary_list.h"
+#include "sagx/dip_category.h"
+#include "sagx/dipx_lib.h"
+#include "sagx/dq_delay.h"
+#include "sagx/dqdelay_POW.h"
+#include "sagx/matlab_svd.h"
+#include "sagx/svd_feature.h"
+#include "sagx/three_phases.h"
+#include "sagx/voltagechange.h"
+
+namespace {
+
+using sagx::BoundaryList;
+
+// --- segmentation ----------------------------------------------------------------------------------------------------
+
+/// One segmentation of a window into `dipx`.
+class ShortSegmentation {
+ public:
+  ShortSegmentation(dq_data& buf, dq_dipx_struct& dipx)
+      : buf_(buf), dipx_(dipx), samples_(static_cast<int>(std::min(buf.num, unsigned{DQ_WINDOW_CAPACITY}))) {}
+
+  void run() {
+    keep_raw_magnitudes();
+    smooth(buf_.ua0, buf_.ua);
+    smooth(buf_.ub0, buf_.ub);
+    smooth(buf_.uc0, buf_.uc);
+    compute_features();
+    SVD_datapro(&buf_, &dipx_);
+    threshold_ = first_threshold();
+    std::printf("S=%.3f\r\n", static_cast<double>(threshold_));
+    search_crossings();
+    prune_short_gaps();
+    prune_leading_runs_without_dip();
+    prune_small_changes();
+    T_.compact();
+    store();
+    find_dip();
+  }
+
+ private:
+  /// The depth below which nothing is a change: a tenth of the dip's.
+  [[nodiscard]] double least_change() const { return static_cast<double>(dipx_.ud) * 0.1; }
+
+  /// The minimum curve at a boundary; 0 outside the window's array.
+  [[nodiscard]] float minimum_at(int position) const {
+    return position >= 0 && position < DQ_RECORD_CAPACITY ? buf_.u[position] : 0.0F;
+  }
+
+  [[nodiscard]] float change_between(int from, int to) const { return std::fabs(minimum_at(from) - minimum_at(to)); }
+
+  void keep_raw_magnitudes() {
+    std::copy_n(buf_.ua, samples_, buf_.ua0);
+    std::copy_n(buf_.ub, samples_, buf_.ub0);
+    std::copy_n(buf_.uc, samples_, buf_.uc0);
+    for (int i = 0; i < samples_; i++) buf_.u[i] = sagx::smallest_of(buf_.ua0[i], buf_.ub0[i], buf_.uc0[i]);
+  }
+
+  /// Running median over half a cycle and a sample. At rates that leave 2 or 3 over four, the last window takes one entry
+  /// past the samples as it stands; past the array it counts as 0.
+  void smooth(const float (&raw)[DQ_WINDOW_CAPACITY], float (&smoothed)[DQ_WINDOW_CAPACITY]) const {
+    const auto quarter = static_cast<int>(std::min(buf_.smp / 4, unsigned{DQ_WINDOW_CAPACITY}));
+    const auto length = static_cast<int>(std::min(buf_.smp / 2 + 1, unsigned{DQ_WINDOW_CAPACITY}));
+    float window[1025];  // one more than median takes: it answers for longer ones without a look
+    for (int i = quarter; i < samples_ - quarter; i++) {
+      const int begin = i - quarter;
+      const int wanted = std::min<int>(length, std::size(window));
+      const int held = std::min(wanted, DQ_WINDOW_CAPACITY - begin);
+      std::fill(std::copy_n(raw + begin, held, window), window + wanted, 0.0F);
+      smoothed[i] = median(window, wanted);
+    }
+  }
+
+  void compute_features() {
+    const int order = sagx::svd_order(buf_.smp / 4.0);
+    if (order == 0) return;
+    const int first = order * order;
+    const auto of_phase = [&](const float* magnitude, float* feature) {
+      for (int i = first; i < samples_; i++) feature[i] = sagx::svd_feature(magnitude, i, order);
+      std::fill_n(feature, first, feature[first]);
+    };
+    of_phase(buf_.ua, buf_.feasvd_a);
+    of_phase(buf_.ub, buf_.feasvd_b);
+    of_phase(buf_.uc, buf_.feasvd_c);
+  }
+
+  /// The lower edge of the tenth of the features' range from which up at least 5 % of the samples lie.
+  [[nodiscard]] float first_threshold() const {
+    int tenth = 0;
+    float share = 0;
+    for (int i = 9; i >= 0; i--) {
+      share += feasvd_buf.feasvd_ten_f[i];
+      if (share >= 5.0) {
+        tenth = i;
+        break;
+      }
+    }
+    auto threshold = static_cast<float>(least_change());
+    if (tenth != 0) threshold = static_cast<float>(tenth) * feasvd_buf.feasvd_max / 10.0F;
+    return static_cast<double>(threshold) < least_change() ? static_cast<float>(least_change()) : threshold;
+  }
+
+  [[nodiscard]] float feature_at(int i) const {
+    return sagx::largest_of(buf_.feasvd_a[i], buf_.feasvd_b[i], buf_.feasvd_c[i]);
+  }
+
+  /// Raises the threshold until what crosses it fits the result.
+  void search_crossings() {
+    constexpr int most_tries = 25;
+    int run = 0;  // goes on from try to try
+    for (int attempt = 0; attempt < most_tries; attempt++) {
+      scan(run);
+      if (T_.count <= DQ_LIST_CAPACITY) return;
+      threshold_ = static_cast<float>(static_cast<double>(threshold_) + 0.2 * static_cast<double>(threshold_));
+    }
+  }
+
+  /// Records alternating rises and falls of the feature that hold for seven samples, two samples ahead of each. `run`
+  /// counts the crossing sample twice, so that eight means seven.
+  void scan(int& run) {
+    bool above = false;
+    T_.count = 0;
+    float previous = feature_at(0);
+    for (int i = 1; i < samples_ && T_.count < sagx::working_list_capacity; i++) {
+      const float current = feature_at(i);
+      const bool beyond = above ? current < threshold_ : current >= threshold_;
+      const bool before = above ? previous >= threshold_ : previous < threshold_;
+      if (beyond && before) run++;
+      run = run != 0 && beyond ? run + 1 : 0;
+      if (run > 7) {
+        T_.at[T_.count++] = i - 8;
+        above = !above;
+        run = 0;
+      }
+      previous = current;
+    }
+    if (above && T_.count != 0) T_.at[--T_.count] = 0;
+  }
+
+  /// Joins runs less than a quarter cycle apart. Looks at no more pairs than would leave four boundaries.
+  void prune_short_gaps() {
+    if (T_.count <= 4) return;
+    const int gap = static_cast<int>(buf_.smp / 4.0 + 0.5);
+    int budget = T_.count;
+    for (int i = 1; i < T_.count - 1; i += 2) {
+      if (T_.at[i + 1] - T_.at[i] < gap) T_.remove_pair(i);
+      budget -= 2;
+      if (budget <= 4) break;
+    }
+    T_.compact();
+  }
+
+  /// Drops the runs ahead of the first that goes below the dip threshold, as long as more than four boundaries stay.
+  void prune_leading_runs_without_dip() {
+    if (T_.count <= 4) return;
+    int budget = T_.count;
+    for (int i = 0; i < T_.count - 1; i += 2) {
+      if (lowest_in_run(T_.at[i], T_.at[i + 1]) != dipx_.ut) break;
+      T_.remove_pair(i);
+      budget -= 2;
+      if (budget <= 4) break;
+    }
+    T_.compact();
+  }
+
+  /// The lowest smoothed magnitude of a run, at most the dip threshold.
+  [[nodiscard]] float lowest_in_run(int begin, int end) const {
+    float lowest = dipx_.ut;
+    for (int j = std::max(begin, 0); j < std::min(end, +DQ_WINDOW_CAPACITY); j++) {
+      const float magnitude = sagx::smallest_of(buf_.ua[j], buf_.ub[j], buf_.uc[j]);
+      if (magnitude < lowest) lowest = magnitude;
+    }
+    return lowest;
+  }
+
+  /// Drops runs over which the voltage changes by less than a tenth of the larger of the first and the last run's change.
+  void prune_small_changes() {
+    if (T_.count <= 4) return;
+    const float first = change_between(T_.at[0], T_.at[1]);
+    const float last = change_between(T_.at[T_.count - 1], T_.at[T_.count - 2]);
+    const float larger = last <= first ? first : last;
+    for (int i = 2; i < T_.count - 2; i += 2) {
+      const float change = change_between(T_.at[i], T_.at[i + 1]);
+      if (static_cast<double>(change) < static_cast<double>(larger) * 0.1) T_.remove_pair(i);
+    }
+  }
+
+  /// Stores crossings and boundaries. Two crossings get a third boundary, where the voltage recovers; without a recovery
+  /// it is what the list holds there from before.
+  void store() {
+    int crossings = T_.count;
+    if (crossings == 2) {
+      const int recovery = find_recovery(T_.at[1]);
+      if (recovery >= 0) T_.at[2] = recovery;
+    }
+    int boundaries = crossings == 2 ? 3 : crossings;
+    crossings = std::min(crossings, +DQ_LIST_CAPACITY);
+    boundaries = std::min(boundaries, +DQ_LIST_CAPACITY);
+    dipx_.seg_num = boundaries;
+    std::copy_n(T_.at, boundaries, dipx_.seg_idx);
+    std::copy_n(T_.at, crossings, dipx_.seg_tmp);
+  }
+
+  /// The first sample from `begin` on behind which the minimum curve rises above 2 % of nominal over the dip threshold;
+  /// -1 without one.
+  [[nodiscard]] int find_recovery(int begin) const {
+    const double level = static_cast<double>(dipx_.un) * 0.02 + static_cast<double>(dipx_.ut);
+    for (int i = std::max(begin, 0); i < samples_; i++) {
+      if (static_cast<double>(buf_.u[i]) <= level && level < static_cast<double>(minimum_at(i + 1))) return i;
+    }
+    return -1;
+  }
+
+  /// The first fall of the minimum curve through the dip threshold and its last rise; both 0 unless in this order.
+  void find_dip() {
+    const float* u = buf_.u;
+    int fall = 0;
+    for (int i = 1; i < samples_ && fall == 0; i++) {
+      if (u[i] <= dipx_.ut && dipx_.ut < u[i - 1]) fall = i;
+    }
+    int rise = 0;
+    for (int i = samples_ - 1; i >= 1 && rise == 0; i--) {
+      if (u[i] > dipx_.ut && u[i - 1] <= dipx_.ut) rise = i;
+    }
+    const bool complete = fall != 0 && rise != 0 && rise >= fall;
+    dipx_.D[0] = complete ? fall : 0;
+    dipx_.D[1] = complete ? rise : 0;
+  }
+
+  dq_data& buf_;
+  dq_dipx_struct& dipx_;
+  int samples_;
+  float threshold_ = 0;
+  BoundaryList T_;
+};
+
+// --- features --------------------------------------------------------------------------------------------------------
+
+/// Filter start-up and run-out give way to what stands a quarter cycle inside.
+void correct_ends(float (&values)[DQ_WINDOW_CAPACITY], int samples, int quarter) {
+  std::fill_n(values, quarter, values[quarter]);
+  for (int i = std::max(samples - quarter - 1, quarter); i < samples; i++) values[i] = values[i - quarter];
+}
+
+void transform_phases(dq_data& data, const dq_dipx_struct& dipx, int samples, int quarter) {
+  const int rate = static_cast<int>(data.smp);
+  dq_delay(data.Va, data.t, rate, samples, dipx.f, data.ua, data.angle_a, data.vec_ua);
+  dq_delay(data.Vb, data.t, rate, samples, dipx.f, data.ub, data.angle_b, data.vec_ub);
+  dq_delay(data.Vc, data.t, rate, samples, dipx.f, data.uc, data.angle_c, data.vec_uc);
+  for (auto* values : {&data.ua, &data.ub, &data.uc, &data.angle_a, &data.angle_b, &data.angle_c}) {
+    correct_ends(*values, samples, quarter);
+  }
+}
+
+/// Repairs a missing or late segmentation with the whole record's first fall and recovery. Returns the number of
+/// boundaries, which counts on even where they are thrown away for being too many.
+int repair_segmentation(dq_dipx_struct& dipx, const dq_dipx_rms& record) {
+  const int cycle = dipx.smprate;
+  const int eighth = cycle / 8;
+  const int fall = record.T[0] - cycle;
+  const int recovery = record.T[1] - cycle;
+  const bool lasting = recovery - fall > cycle / 4;
+  int (&boundaries)[DQ_LIST_CAPACITY] = dipx.seg_idx;
+  if (dipx.seg_num == 2) dipx.seg_num = boundaries[0] = boundaries[1] = 0;
+  const auto set_fall = [&] {
+    boundaries[0] = fall - eighth;
+    boundaries[1] = fall + eighth;
+  };
+  const auto set_recovery = [&] {
+    boundaries[2] = recovery - eighth;
+    boundaries[3] = recovery + eighth;
+  };
+  if (dipx.seg_num == 0 && lasting) {
+    set_fall();
+    set_recovery();
+    dipx.seg_num = 4;
+  }
+  if (dipx.seg_num > 2 && lasting && boundaries[0] - fall > cycle) {
+    set_fall();
+    if (dipx.seg_num == 3) boundaries[2] = recovery;
+    if (dipx.seg_num > 3) set_recovery();
+    if (dipx.seg_num > 4) {
+      std::fill(boundaries + 4, std::end(boundaries), 0);
+      dipx.seg_num = 4;
+    }
+  }
+  const int count = dipx.seg_num;
+  if (count > 6) {
+    dipx.seg_num = 0;
+    std::fill_n(boundaries, std::min(count, +DQ_LIST_CAPACITY), 0);
+  }
+  return count;
+}
+
+/// Largest slopes of the three RMS curves over the first transition.
+void measure_voltage_change(dq_data& data, dq_dipx_struct& dipx) {
+  const int begin = std::min(dipx.T[0], +DQ_RECORD_CAPACITY);
+  const auto length = static_cast<unsigned>(std::min(dipx.T[1], +DQ_RECORD_CAPACITY) - begin);
+  const auto rate = static_cast<unsigned>(dipx.smprate);
+  dipx.Voltagechange_Va = voltagechange(data.rms_ua + begin, length, rate);
+  dipx.Voltagechange_Vb = voltagechange(data.rms_ub + begin, length, rate);
+  dipx.Voltagechange_Vc = voltagechange(data.rms_uc + begin, length, rate);
+}
+
+/// Refers the angles to `reference`, the entry behind the window's last sample included.
+void refer_angles(float (&angles)[DQ_WINDOW_CAPACITY], int samples, float reference) {
+  for (int i = 0; i <= samples && i < DQ_WINDOW_CAPACITY; i++) angles[i] -= reference;
+}
+
+/// Positive, negative and zero sequence of the window at a sample.
+struct Sequences {
+  Sequences(dq_data& data, int j) {
+    seq_cal(&data.vec_ua[j], &data.vec_ub[j], &data.vec_uc[j], &positive);
+    seq_cal(&data.vec_ua[j], &data.vec_uc[j], &data.vec_ub[j], &negative);
+    seq0_cal(&data.vec_ua[j], &data.vec_ub[j], &data.vec_uc[j], &zero);
+  }
+  vec_struct positive{};
+  vec_struct negative{};
+  vec_struct zero{};
+};
+
+float magnitude(const vec_struct& phasor) {
+  return static_cast<float>(std::sqrt(static_cast<double>(phasor.x * phasor.x + phasor.r * phasor.r)));
+}
+
+/// Calls `visit` with each sample of the range that the window's arrays hold.
+template <typename Visit>
+void for_samples(int begin, int end, Visit visit) {
+  for (int j = begin; j < std::min(end, +DQ_WINDOW_CAPACITY); j++) visit(j);
+}
+
+/// Lowest magnitudes of a segment, its end included.
+void measure_minima(const dq_data& data, dq_dipx_struct& dipx, int segment, int begin, int end) {
+  constexpr float above_all = 1000000.0F;
+  const auto take = [](float value, int position, float& lowest, int& where) {
+    if (value < lowest) {
+      lowest = value;
+      where = position;
+    }
+  };
+  dipx.ua_min[segment] = dipx.ub_min[segment] = dipx.uc_min[segment] = dipx.u3_min[segment] = above_all;
+  for_samples(begin, end + 1, [&](int j) {
+    take(data.ua[j], j, dipx.ua_min[segment], dipx.pos_ua_min[segment]);
+    take(data.ub[j], j, dipx.ub_min[segment], dipx.pos_ub_min[segment]);
+    take(data.uc[j], j, dipx.uc_min[segment], dipx.pos_uc_min[segment]);
+    take(sagx::smallest_of(data.ua[j], data.ub[j], data.uc[j]), j, dipx.u3_min[segment], dipx.pos_u3_min[segment]);
+  });
+  dipx.u3_min[segment] = sagx::smallest_of(dipx.ua_min[segment], dipx.ub_min[segment], dipx.uc_min[segment]);
+}
+
+/// Largest ratio of negative to positive sequence in a segment, its end excluded, per cent.
+float unbalance(dq_data& data, int begin, int end) {
+  float largest = 0;
+  for_samples(begin, end, [&](int j) {
+    const Sequences sequences(data, j);
+    const float positive = magnitude(sequences.positive);
+    const float ratio = positive <= 1.0F ? 0.0F : magnitude(sequences.negative) / positive * 100.0F;
+    if (ratio > largest) largest = ratio;
+  });
+  return largest;
+}
+
+void store_jump(float jump, float& positive, float& negative) {
+  positive = jump >= 0 ? jump : 0.0F;
+  negative = jump >= 0 ? 0.0F : jump;
+}
+
+/// Phase jumps of a segment. They are read at the entry behind the last minimum, which holds 0 in a cleared result: the
+/// window's first sample. Kept so; the command reads the angles at the segment's own minima.
+void measure_phase_jumps(const dq_data& data, dq_dipx_struct& dipx, int segment) {
+  const auto angle_at = [&](const float* angles, const int (&positions)[DQ_LIST_CAPACITY]) {
+    const int entry = dipx.u_min_num;
+    const int position = entry < DQ_LIST_CAPACITY ? positions[entry] : 0;
+    return angles[position >= 0 && position < DQ_WINDOW_CAPACITY ? position : 0];
+  };
+  store_jump(angle_at(data.angle_a, dipx.pos_ua_min), dipx.angle_diff_ap[segment], dipx.angle_diff_an[segment]);
+  store_jump(angle_at(data.angle_b, dipx.pos_ub_min), dipx.angle_diff_bp[segment], dipx.angle_diff_bn[segment]);
+  store_jump(angle_at(data.angle_c, dipx.pos_uc_min), dipx.angle_diff_cp[segment], dipx.angle_diff_cn[segment]);
+}
+
+/// Category of one sample. Unlike in symmetrical_components_dq a sample with all phases low is a three-phase one whatever
+/// its negative sequence, unless its positive sequence has not moved at all.
+int category_of(const Sequences& now, const vec_struct& positive_before, sagx::LowPhases low,
+                const sagx::SequenceThresholds& thresholds) {
+  int category = sagx::no_category;
+  if (magnitude(now.negative) < thresholds.negative) {
+    category = sagx::category_by_phases(low);
+  } else if (now.positive.r == positive_before.r && now.positive.x == positive_before.x) {
+    return sagx::no_category;
+  } else if (low.count == 3) {
+    category = sagx::three_phase_category;
+  } else {
+    category = sagx::category_by_angle(now.negative, positive_before, now.positive, low.count);
+  }
+  return sagx::with_zero_sequence(category, magnitude(now.zero), thresholds.zero);
+}
+
+/// Categories of a segment's samples, its end included, and the one that most of them have.
+int classify(dq_data& data, dq_dipx_struct& dipx, const vec_struct& positive_before, int begin, int end) {
+  const sagx::SequenceThresholds thresholds(dipx.un);
+  sagx::CategoryVote vote;
+  for_samples(begin, end + 1, [&](int j) {
+    const auto low = sagx::low_phases(data.ua[j], data.ub[j], data.uc[j], dipx.ut);
+    dipx.dipx_cata[j] = category_of(Sequences(data, j), positive_before, low, thresholds);
+    vote.add(dipx.dipx_cata[j]);
+  });
+  return vote.winner();
+}
+
+void measure_segments(dq_data& data, dq_dipx_struct& dipx, int quarter) {
+  const int segments = (dipx.T_num - 1) / 2;
+  const auto begin = [&](int segment) { return dipx.T[2 * segment + 1]; };
+  const auto end = [&](int segment) { return dipx.T[2 * segment + 2]; };
+  for (int s = 0; s < segments; s++) measure_minima(data, dipx, s, begin(s), end(s));
+  dipx.u_min_num = segments;
+  for (int s = 0; s < segments; s++) {
+    const auto low = sagx::low_phases(dipx.ua_min[s], dipx.ub_min[s], dipx.uc_min[s], dipx.ut);
+    dipx.dipx_type[s] = low.count;
+    dipx.dipx_phase[s] = low.mask;
+    dipx.bph_max_value[s] = unbalance(data, begin(s), end(s));
+    measure_phase_jumps(data, dipx, s);
+  }
+  dipx.evt_num = segments;
+  const Sequences before(data, quarter);
+  for (int s = 0; s < segments; s++) {
+    dipx.dipx_cata_seg[s] = classify(data, dipx, before.positive, begin(s), end(s));
+  }
+  dipx.dipx_cata_num = segments;
+}
+
+}  // namespace
+
+void SVDsegment_multiclass3(dq_data* buf, dq_dipx_struct* dipx) {
+  if (buf == nullptr || dipx == nullptr) return;
+  ShortSegmentation(*buf, *dipx).run();
+}
+
+void dq_segment_feature_multiclass(dq_data* data, dq_dipx_struct* dipx) {
+  if (data == nullptr || dipx == nullptr || dq_data_buf == nullptr || dq_rms_buf == nullptr) return;
+  if (data->num > DQ_WINDOW_CAPACITY || data->smp / 2 >= DQ_WINDOW_CAPACITY) return;
+  const auto samples = static_cast<int>(data->num);
+  const auto cycle = static_cast<int>(data->smp);
+  const int quarter = cycle / 4 + 1;
+
+  transform_phases(*data, *dipx, samples, quarter);
+  clear_segdid_buf(data);
+  SVDsegment_multiclass3(data, dipx);
+
+  const int boundaries = repair_segmentation(*dipx, *dq_rms_buf);
+  std::puts("逐点dq分段校验!!!\r");
+  if (seg_check(dipx->seg_idx, dipx->seg_num) != 0 || boundaries > DQ_LIST_CAPACITY) return;
+  dipx->T_num = dipx->seg_num;
+  std::copy_n(dipx->seg_idx, boundaries, dipx->T);
+  std::copy_n(dipx->seg_tmp, boundaries, dipx->T0);
+
+  const float reference_a = data->angle_a[cycle / 2];
+  const float reference_b = data->angle_b[cycle / 2];
+  const float reference_c = data->angle_c[cycle / 2];
+  dqdelay_POW(data->ua, data->ub, data->uc, data->angle_a, data->angle_b, data->angle_c, data->t, dipx, dipx->un,
+              data->num);
+  measure_voltage_change(*data, *dipx);
+  refer_angles(data->angle_a, samples, reference_a);
+  refer_angles(data->angle_b, samples, reference_b);
+  refer_angles(data->angle_c, samples, reference_c);
+  measure_segments(*data, *dipx, quarter);
+}
