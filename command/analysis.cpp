@@ -178,19 +178,28 @@ std::optional<Found> found_again(const Dip& dip, const Stretch& stretch) {
 class LoneDip {
  public:
   /// `limits`: how far the stretch may reach, from the recovery before to the fall behind.
-  LoneDip(Dip& dip, Waveform& waveform, int samples_per_cycle, const Stretch& limits)
-      : dip_(dip), waveform_(waveform), samples_per_cycle_(samples_per_cycle), limits_(limits) {}
+  LoneDip(Dip& dip, Waveform& waveform, const Analysis& analysis, const Stretch& limits)
+      : dip_(dip),
+        waveform_(waveform),
+        samples_per_cycle_(analysis.samples_per_cycle),
+        line_frequency_(analysis.line_frequency),
+        level_factor_(analysis.level_factor),
+        limits_(limits) {}
 
   void analyse() {
     place(dip_.start, *dip_.end);
     settle();
-    if (dip_.obstacle != Obstacle::none) return;
-    set_input(waveform_, samples_per_cycle_, dip_.stretch);
-    dq_dipx_new(nullptr);
-    const auto found = found_again(dip_, dip_.stretch);
-    if (!found) throw std::logic_error("a dip was lost between search and analysis");
-    dip_.gradual_fall_doubtful = found->fall < dip_.stretch.begin + lead() && dip_.stretch.begin == limits_.begin;
-    dip_.obstacle = obstacle_of(sagx::last_outcome.dips[found->index].outcome, *found);
+    run();
+    if (dip_.obstacle == Obstacle::unstable && dip_.stretch.end < limits_.end) {
+      // A slow fall and a short stretch: more of the steady time behind the dip sets the fluctuation in proportion.
+      dip_.stretch.end = limits_.end;
+      run();
+    }
+    // A fall so slow that five cycles ahead of it the voltage has sunk already: the level of earlier cycles tells.
+    for (std::size_t ahead = 2 * lead(); sunk_before() && dip_.stretch.begin > limits_.begin; ahead *= 2) {
+      dip_.stretch.begin = dip_.start < limits_.begin + ahead ? limits_.begin : dip_.start - ahead;
+      run();
+    }
   }
 
  private:
@@ -205,32 +214,47 @@ class LoneDip {
   }
 
   /// Moves the stretch until the fall lies where it should by the stretch's own threshold, which rests on the stretch's
-  /// own first cycles and not on the record's.
+  /// own first cycles and not on the record's. Stays where the dip is lost.
   void settle() {
     constexpr int most_moves = 8;  // it may swing between two places a sample apart; either will do
     for (int move = 0; move < most_moves; move++) {
       const Stretch tried = dip_.stretch;
       set_input(waveform_, samples_per_cycle_, tried);
-      if (!sagx::search_dips()) {
-        if (sagx::last_outcome.run == sagx::RunOutcome::no_memory) throw std::bad_alloc();
-        dip_.obstacle = Obstacle::unsteady_before;
-        return;
-      }
-      const auto found = found_again(dip_, tried);
-      if (!found) {
-        dip_.obstacle = Obstacle::not_found_again;
-        return;
-      }
+      const auto found = sagx::search_dips() ? found_again(dip_, tried) : std::nullopt;
+      if (!found) return;
       place(found->fall, found->recovery);
       if (dip_.stretch.begin == tried.begin && dip_.stretch.end == tried.end) return;
-      if (move + 1 == most_moves) dip_.stretch = tried;
     }
+  }
+
+  /// Analyses the stretch as it lies and notes what becomes of the dip.
+  void run() {
+    sagx_free_all();  // what lies past the window is read here and there: zeros, not an earlier dip
+    set_input(waveform_, samples_per_cycle_, dip_.stretch);
+    dq_dipx_new(nullptr);
+    if (sagx::last_outcome.run == sagx::RunOutcome::no_memory) throw std::bad_alloc();
+    dip_.obstacle = Obstacle::unsteady_before;
+    if (sagx::last_outcome.run != sagx::RunOutcome::analysed) return;
+    dip_.obstacle = Obstacle::not_found_again;
+    const auto found = found_again(dip_, dip_.stretch);
+    if (!found) return;
+    dip_.obstacle = obstacle_of(sagx::last_outcome.dips[found->index].outcome, *found);
+    const std::size_t ahead = found->fall - dip_.stretch.begin;
+    const std::size_t off = ahead < lead() ? lead() - ahead : ahead - lead();
+    dip_.gradual_fall_doubtful = 8 * off > cycles(1);
+    if (dip_.obstacle == Obstacle::none) take_results(new_dipx_buf[found->index]);
+  }
+
+  [[nodiscard]] bool sunk_before() const {
+    return dip_.obstacle == Obstacle::unsteady_before || dip_.obstacle == Obstacle::not_found_again;
   }
 
   [[nodiscard]] Obstacle obstacle_of(sagx::DipOutcome outcome, const Found& found) const {
     switch (outcome) {
       case sagx::DipOutcome::analysed:
-        return Obstacle::none;
+        return sagx::last_outcome.dips[found.index].long_window ? Obstacle::long_window : Obstacle::none;
+      case sagx::DipOutcome::not_segmented:
+        return Obstacle::not_segmented;
       case sagx::DipOutcome::too_shallow:
         return Obstacle::too_shallow;
       case sagx::DipOutcome::unstable:
@@ -246,21 +270,60 @@ class LoneDip {
     throw std::logic_error("a dip ended without an outcome");
   }
 
+  void take_results(const dq_dipx_struct& result) {
+    const double cycles_per_20_ms = line_frequency_ / 50;  // the library takes a cycle for 20 ms
+    // Three phases never stand at one angle: that is what comes out when none of them left 95 % of nominal.
+    if (result.POW_a != result.POW_b || result.POW_b != result.POW_c) {
+      dip_.point_on_wave = {result.POW_a, result.POW_b, result.POW_c};
+    }
+    dip_.voltage_change = {result.Voltagechange_Va, result.Voltagechange_Vb, result.Voltagechange_Vc};
+    for (double& change : dip_.voltage_change) change *= cycles_per_20_ms / level_factor_;
+    for (int s = 0; s < result.u_min_num; s++) dip_.segments.push_back(segment_of(result, s));
+  }
+
+  [[nodiscard]] Segment segment_of(const dq_dipx_struct& result, int s) const {
+    const auto position = [&](int boundary) {
+      return std::min(dip_.stretch.begin + static_cast<std::size_t>(std::max(boundary, 0)), waveform_[0].size());
+    };
+    Segment segment;
+    segment.samples = {position(result.T[2 * s + 1]), position(result.T[2 * s + 2])};
+    segment.residual = {result.ua_min[s] / level_factor_, result.ub_min[s] / level_factor_,
+                        result.uc_min[s] / level_factor_};
+    segment.phase_jump = {jump_at(dq_data_buf->angle_a, result.pos_ua_min[s]),
+                          jump_at(dq_data_buf->angle_b, result.pos_ub_min[s]),
+                          jump_at(dq_data_buf->angle_c, result.pos_uc_min[s])};
+    segment.category = result.dipx_cata_seg[s];
+    segment.low_count = result.dipx_type[s];
+    segment.low_mask = result.dipx_phase[s];
+    segment.unbalance = static_cast<double>(result.bph_max_value[s]);
+    return segment;
+  }
+
+  /// The result's own jumps are read at the window's first sample. The window record still holds the referenced angles,
+  /// so here they are read where the segment is lowest.
+  static double jump_at(const float (&angles)[DQ_WINDOW_CAPACITY], int position) {
+    const double jump = std::remainder(static_cast<double>(angles[position]), 360.0);
+    return jump > -180 ? jump : jump + 360;
+  }
+
   Dip& dip_;
   Waveform& waveform_;
   int samples_per_cycle_;
+  double line_frequency_;
+  double level_factor_;
   Stretch limits_;
 };
 
 /// Analyses each recovered dip in a stretch of its own, between its neighbours.
-void analyse_each(std::vector<Dip>& dips, Waveform& waveform, int samples_per_cycle) {
+void analyse_each(Analysis& analysis, Waveform& waveform) {
+  auto& dips = analysis.dips;
   for (std::size_t i = 0; i < dips.size(); i++) {
     if (!dips[i].end) {
       dips[i].obstacle = Obstacle::not_recovered;
       continue;
     }
     const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? waveform[0].size() : dips[i + 1].start};
-    LoneDip(dips[i], waveform, samples_per_cycle, between).analyse();
+    LoneDip(dips[i], waveform, analysis, between).analyse();
   }
 }
 
@@ -298,6 +361,10 @@ ObstacleText describe(Obstacle obstacle) {
       return {"unstable", "the RMS fluctuates in more than half of the half-cycles round it"};
     case Obstacle::too_long:
       return {"too_long", "with four cycles on either side it is longer than 384000 samples"};
+    case Obstacle::not_segmented:
+      return {"not_segmented", "its segments could not be told apart"};
+    case Obstacle::long_window:
+      return {"long_window", "with four cycles on either side it is longer than 500 cycles; segments are not measured"};
     case Obstacle::unsteady_before:
       return {"unsteady_before", "the voltage before it is not steady"};
     case Obstacle::not_found_again:
@@ -358,7 +425,7 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
         "Cut the record there to have the rest analysed.",
         static_cast<double>(*fall) / analysis.sampling_rate));
   }
-  analyse_each(analysis.dips, waveform, analysis.samples_per_cycle);
+  analyse_each(analysis, waveform);
   if (options.report) analysis.report = library_report(waveform, analysis.samples_per_cycle);
   return analysis;
 }

@@ -22,6 +22,8 @@ enum class Obstacle {
   too_shallow,      ///< less than 14 % deep and shorter than five cycles
   unstable,         ///< the RMS fluctuates in more than half of the half-cycles round it
   too_long,         ///< its window is longer than the library holds
+  not_segmented,    ///< its segments could not be told apart
+  long_window,      ///< with four cycles on either side longer than 500 cycles: segments are not measured yet
   unsteady_before,  ///< the first two cycles of its stretch are not steady
   not_found_again   ///< it does not cross the threshold of its own stretch
 };
@@ -39,13 +41,30 @@ struct Stretch {
   std::size_t end = 0;
 };
 
+/// A stretch of a dip in which the voltage stays about the same: from the end of one transition to the start of the
+/// next.
+struct Segment {
+  Stretch samples;                     ///< record positions
+  std::array<double, 3> residual{};    ///< lowest magnitude of each phase, volts RMS
+  std::array<double, 3> phase_jump{};  ///< at that place, against the angle before the dip; degrees in (-180, 180]
+  int category = 10;                   ///< code, see dip_category_name
+  int low_count = 0;                   ///< phases below the threshold
+  int low_mask = 0;                    ///< which: 1 = A, 2 = B, 4 = C
+  double unbalance = 0;                ///< largest ratio of negative to positive sequence, per cent
+};
+
 struct Dip {
   std::size_t start = 0;               ///< first sample below the threshold
   std::optional<std::size_t> end;      ///< first sample back at it; none when the record ends before
   std::array<double, 3> lowest{};      ///< lowest one-cycle RMS of each phase during the dip, volts
   Stretch stretch;                     ///< what was analysed for it; empty when it could not be
-  bool gradual_fall_doubtful = false;  ///< less than five cycles lie before it
+  bool gradual_fall_doubtful = false;  ///< less than five steady cycles lie before it
   Obstacle obstacle = Obstacle::none;
+  // What follows is there when nothing stood in the way.
+  std::optional<std::array<double, 3>> point_on_wave;  ///< of each phase's sine at the start of the dip, degrees
+  std::array<double, 3>
+      voltage_change{};  ///< steepest change of each phase's RMS over the first transition, volts per second
+  std::vector<Segment> segments;
 };
 
 struct Analysis {

@@ -1,6 +1,9 @@
 #include "command/analysis_json.h"
 
+#include <array>
 #include <nlohmann/json.hpp>
+
+#include "command/dip_category_name.h"
 
 namespace command {
 
@@ -15,25 +18,49 @@ Json position(std::size_t sample, const Analysis& analysis) {
   return {{"sample", sample}, {"time_s", static_cast<double>(sample) / analysis.sampling_rate}};
 }
 
-Json voltages(const readers::Record& record, const Analysis& analysis) {
+/// An array of one object per phase.
+template <typename Figures>
+Json per_phase(Figures figures) {
   Json list = Json::array();
   for (std::size_t phase = 0; phase < 3; phase++) {
-    const std::size_t channel = analysis.channels[phase];
-    list.push_back({{"phase", std::string(1, "ABC"[phase])},
-                    {"channel", channel + 1},
-                    {"name", record.channels[channel].name},
-                    {"unit", record.channels[channel].unit}});
+    Json object = {{"phase", std::string(1, "ABC"[phase])}};
+    object.update(figures(phase));
+    list.push_back(std::move(object));
   }
   return list;
 }
 
+Json voltage_and_percent(const std::array<double, 3>& volts, const Analysis& analysis) {
+  return per_phase([&](std::size_t phase) {
+    return Json{{"voltage_v", volts[phase]}, {"percent", 100 * volts[phase] / analysis.pre_event_voltage}};
+  });
+}
+
+Json single_figures(const char* name, const std::array<double, 3>& values) {
+  return per_phase([&](std::size_t phase) { return Json{{name, values[phase]}}; });
+}
+
+Json voltages(const readers::Record& record, const Analysis& analysis) {
+  return per_phase([&](std::size_t phase) {
+    const std::size_t channel = analysis.channels[phase];
+    return Json{
+        {"channel", channel + 1}, {"name", record.channels[channel].name}, {"unit", record.channels[channel].unit}};
+  });
+}
+
+Json segment_of(std::size_t number, const Segment& segment, const Analysis& analysis) {
+  return {{"number", number},
+          {"start", position(segment.samples.begin, analysis)},
+          {"end", position(segment.samples.end, analysis)},
+          {"category", {{"code", segment.category}, {"name", dip_category_name(segment.category)}}},
+          {"phases_below_threshold",
+           {{"count", segment.low_count}, {"mask", segment.low_mask}, {"letters", phase_letters(segment.low_mask)}}},
+          {"residual_voltage", voltage_and_percent(segment.residual, analysis)},
+          {"phase_jump", single_figures("degrees", segment.phase_jump)},
+          {"unbalance_percent", segment.unbalance}};
+}
+
 Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
-  Json lowest = Json::array();
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    lowest.push_back({{"phase", std::string(1, "ABC"[phase])},
-                      {"voltage_v", dip.lowest[phase]},
-                      {"percent", 100 * dip.lowest[phase] / analysis.pre_event_voltage}});
-  }
   Json json = {{"number", number}, {"start", position(dip.start, analysis)}, {"recovered", dip.end.has_value()}};
   if (dip.end) {
     const auto samples = static_cast<double>(*dip.end - dip.start);
@@ -43,7 +70,7 @@ Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
   } else {
     json["end"] = json["duration_s"] = json["duration_cycles"] = nullptr;
   }
-  json["lowest_voltage"] = std::move(lowest);
+  json["lowest_voltage"] = voltage_and_percent(dip.lowest, analysis);
   json["analysed"] = dip.obstacle == Obstacle::none;
   if (dip.obstacle == Obstacle::none) {
     json["not_analysed"] = nullptr;
@@ -52,6 +79,12 @@ Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
     json["not_analysed"] = {{"code", text.code}, {"reason", text.sentence}};
   }
   json["gradual_fall_doubtful"] = dip.gradual_fall_doubtful;
+  json["point_on_wave"] = dip.point_on_wave ? single_figures("degrees", *dip.point_on_wave) : Json();
+  json["fastest_change"] = dip.obstacle == Obstacle::none ? single_figures("v_per_s", dip.voltage_change) : Json();
+  json["segments"] = Json::array();
+  for (std::size_t i = 0; i < dip.segments.size(); i++) {
+    json["segments"].push_back(segment_of(i + 1, dip.segments[i], analysis));
+  }
   return json;
 }
 

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <iterator>
 
+#include "command/dip_category_name.h"
+
 namespace command {
 
 namespace {
@@ -22,30 +24,80 @@ std::string plural(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count == 0 ? "no" : std::to_string(count), noun, count == 1 ? "" : "s");
 }
 
-void append_dip(std::string& text, std::size_t number, const Dip& dip, const readers::Record& record,
-                const Analysis& analysis) {
-  const auto seconds = [&](std::size_t sample) { return static_cast<double>(sample) / analysis.sampling_rate; };
-  auto out = std::back_inserter(text);
-  fmt::format_to(out, "\ndip {}   {:.4f} s to ", number, seconds(dip.start));
-  if (dip.end) {
-    const std::size_t length = *dip.end - dip.start;
-    fmt::format_to(out, "{:.4f} s, {:.1f} ms, {:.2f} cycles\n", seconds(*dip.end), seconds(length) * 1e3,
-                   static_cast<double>(length) / analysis.samples_per_cycle);
-  } else {
-    fmt::format_to(out, "the end of the record, {:.1f} ms and on\n", seconds(record.length() - dip.start) * 1e3);
+/// One dip's lines, with the names of its phases as the record has them.
+class DipText {
+ public:
+  DipText(const readers::Record& record, const Analysis& analysis) : record_(record), analysis_(analysis) {}
+
+  std::string of(std::size_t number, const Dip& dip) {
+    text_.clear();
+    add_place(number, dip);
+    line("  lowest voltage      ", [&](std::size_t phase) { return level(dip.lowest[phase]); });
+    if (dip.obstacle != Obstacle::none) {
+      fmt::format_to(out(), "  not analysed further: {}\n", describe(dip.obstacle).sentence);
+      return text_;
+    }
+    if (dip.gradual_fall_doubtful) {
+      text_ += "  less than five steady cycles lie before it: a gradual fall may be measured wrongly\n";
+    }
+    if (dip.point_on_wave) {
+      line("  point on wave       ",
+           [&](std::size_t phase) { return fmt::format("{:.1f}°", (*dip.point_on_wave)[phase]); });
+    } else {
+      text_ += "  point on wave       not found: no phase stood at 95 % of nominal before the fall\n";
+    }
+    line("  fastest change      ", [&](std::size_t phase) { return volts(dip.voltage_change[phase]) + "/s"; });
+    for (std::size_t i = 0; i < dip.segments.size(); i++) add_segment(i + 1, dip.segments[i]);
+    return text_;
   }
-  fmt::format_to(out, "  lowest voltage");
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    fmt::format_to(out, "{}{} {} ({:.1f} %)", phase == 0 ? "   " : ", ", record.channels[analysis.channels[phase]].name,
-                   volts(dip.lowest[phase]), 100 * dip.lowest[phase] / analysis.pre_event_voltage);
+
+ private:
+  [[nodiscard]] double seconds(std::size_t sample) const {
+    return static_cast<double>(sample) / analysis_.sampling_rate;
   }
-  text += '\n';
-  if (dip.obstacle != Obstacle::none) {
-    fmt::format_to(out, "  not analysed further: {}\n", describe(dip.obstacle).sentence);
-  } else if (dip.gradual_fall_doubtful) {
-    text += "  less than five cycles lie before it: a gradual fall may be measured wrongly\n";
+  [[nodiscard]] std::string level(double value) const {
+    return fmt::format("{} ({:.1f} %)", volts(value), 100 * value / analysis_.pre_event_voltage);
   }
-}
+  std::back_insert_iterator<std::string> out() { return std::back_inserter(text_); }
+
+  /// A line with a figure for each phase.
+  template <typename Figure>
+  void line(const char* heading, Figure figure) {
+    text_ += heading;
+    for (std::size_t phase = 0; phase < 3; phase++) {
+      fmt::format_to(out(), "{}{} {}", phase == 0 ? "" : ", ", record_.channels[analysis_.channels[phase]].name,
+                     figure(phase));
+    }
+    text_ += '\n';
+  }
+
+  void add_place(std::size_t number, const Dip& dip) {
+    fmt::format_to(out(), "\ndip {}   {:.4f} s to ", number, seconds(dip.start));
+    if (dip.end) {
+      const std::size_t length = *dip.end - dip.start;
+      fmt::format_to(out(), "{:.4f} s, {:.1f} ms, {:.2f} cycles\n", seconds(*dip.end), seconds(length) * 1e3,
+                     static_cast<double>(length) / analysis_.samples_per_cycle);
+    } else {
+      fmt::format_to(out(), "the end of the record, {:.1f} ms and on\n", seconds(record_.length() - dip.start) * 1e3);
+    }
+  }
+
+  void add_segment(std::size_t number, const Segment& segment) {
+    fmt::format_to(out(), "  segment {}   {:.4f} s to {:.4f} s: {} (code {})\n", number, seconds(segment.samples.begin),
+                   seconds(segment.samples.end), dip_category_name(segment.category), segment.category);
+    line("    residual voltage  ", [&](std::size_t phase) { return level(segment.residual[phase]); });
+    line("    phase jump        ",
+         [&](std::size_t phase) { return fmt::format("{:+.1f}°", segment.phase_jump[phase]); });
+    const std::string letters = phase_letters(segment.low_mask);
+    fmt::format_to(out(), "    {} below the threshold{}, unbalance {:.1f} %\n",
+                   plural(static_cast<std::size_t>(segment.low_count), "phase"),
+                   letters.empty() ? "" : " (" + letters + ")", segment.unbalance);
+  }
+
+  const readers::Record& record_;
+  const Analysis& analysis_;
+  std::string text_;
+};
 
 }  // namespace
 
@@ -71,7 +123,8 @@ std::string text_of(const readers::Record& record, const Analysis& analysis) {
     for (const auto& note : *notes) fmt::format_to(out, "  note: {}\n", note);
   }
   fmt::format_to(out, "\n{}\n", plural(analysis.dips.size(), "dip"));
-  for (std::size_t i = 0; i < analysis.dips.size(); i++) append_dip(text, i + 1, analysis.dips[i], record, analysis);
+  DipText dip_text(record, analysis);
+  for (std::size_t i = 0; i < analysis.dips.size(); i++) text += dip_text.of(i + 1, analysis.dips[i]);
   return text;
 }
 

@@ -87,8 +87,8 @@ class RmsSegmentation {
     return std::fabs(minimum_at(from) - minimum_at(to));
   }
 
-  /// Drops pairs of crossings over which the voltage changes by less than a tenth of the larger of the first and the last
-  /// pair's change. An odd last crossing is paired with the entry behind it, as it stands.
+  /// Drops pairs of crossings over which the voltage changes by less than a tenth of the larger of the first and the
+  /// last pair's change. An odd last crossing is paired with the entry behind it, as it stands.
   void prune_small_changes() {
     if (T_.count <= 4) return;
     const float first = change_between(T_.at[0], T_.at[1]);
@@ -118,8 +118,8 @@ class RmsSegmentation {
     std::copy_n(T_.at, dipx_.Trms_num, dipx_.Trms);
   }
 
-  /// Where the minimum curve rises through the dip threshold behind `begin`; -1 when it does not. The search is bounded by
-  /// the number of positions, not of samples.
+  /// Where the minimum curve rises through the dip threshold behind `begin`; -1 when it does not. The search is bounded
+  /// by the number of positions, not of samples.
   [[nodiscard]] int find_recovery(int begin) const {
     for (int i = std::max(begin, 0); i < positions_ && i + 1 < DQ_RECORD_CAPACITY; i++) {
       if (buf_.u[i] <= dipx_.ut && dipx_.ut < buf_.u[i + 1]) return i + 1;

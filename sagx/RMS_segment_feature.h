@@ -13,8 +13,8 @@ extern "C" {
  * of `dipx`, the minimum curve u and the features (one entry per position in feasvd_a, feasvd_b, feasvd_c) of `buf`.
  *
  * Reads num, smp, rms_ua, rms_ub, rms_uc of `buf` and un, ut of `dipx`. Prints the time that the features took and the
- * number of crossings. Samples beyond 384000 are not looked at; a rate whose order lies outside 1 to 9 or whose step is 0
- * has no features. Null pointers: nothing is done.
+ * number of crossings. Samples beyond 384000 are not looked at; a rate whose order lies outside 1 to 9 or whose step is
+ * 0 has no features. Null pointers: nothing is done.
  */
 DIPX_API void SVDsegment_multiclass(dq_data* buf, dq_dipx_struct* dipx);
 

@@ -1,5 +1,5 @@
-// The working lists of the segmentations: crossings that become boundaries. A zero marks an entry as removed. Private to
-// the stages.
+// The working lists of the segmentations: crossings that become boundaries. A zero marks an entry as removed. Private
+// to the stages.
 #pragma once
 
 namespace sagx {

@@ -1,5 +1,5 @@
-// The rules by which a dip's category follows from its phases and its symmetrical components. Private: both feature stages
-// and symmetrical_components_dq decide by them.
+// The rules by which a dip's category follows from its phases and its symmetrical components. Private: both feature
+// stages and symmetrical_components_dq decide by them.
 //
 // Categories: 0, 2, 4 two-phase dips of BC, CA, AB; 1, 3, 5 single-phase dips of C, A, B; 6, 7, 8 are 0, 2, 4 with a
 // zero-sequence component; 9 three-phase; 10 not classified. Codes 0 to 5 are sectors of 60 degrees.
@@ -29,8 +29,8 @@ struct SequenceThresholds {
 /// Category by the number and the mask of the low phases alone, for dips with next to no negative sequence.
 int category_by_phases(LowPhases low);
 
-/// Category by the angle of the negative sequence against the drop of the positive one. Where two sectors meet, the number
-/// of low phases moves the border by 6 degrees. 10 when there is no angle.
+/// Category by the angle of the negative sequence against the drop of the positive one. Where two sectors meet, the
+/// number of low phases moves the border by 6 degrees. 10 when there is no angle.
 int category_by_angle(const vec_struct& negative, const vec_struct& positive_before, const vec_struct& positive,
                       int low_count);
 

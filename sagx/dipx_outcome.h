@@ -36,6 +36,7 @@ enum class DipOutcome {
   window_at_edge,   ///< less than four cycles of record before or behind it
   too_shallow,      ///< less than 14 % deep and shorter than five cycles
   unstable,         ///< more than half of the record's half-cycles fluctuate
+  not_segmented,    ///< no valid segmentation: it has boundaries but no features
   analysed
 };
 

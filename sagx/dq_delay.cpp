@@ -1,5 +1,6 @@
 // From one phase's waveform to its magnitude, angle and phasor at every sample, for the feature stages.
-// Products with constants are double until stored; the two values of pi and the cut 1 / sqrt(3) are what results rest on.
+// Products with constants are double until stored; the two values of pi and the cut 1 / sqrt(3) are what results rest
+// on.
 #include "sagx/dq_delay.h"
 
 #include <algorithm>
@@ -12,11 +13,13 @@ namespace {
 constexpr double pi = 3.141592653589793;
 constexpr double two_pi = 6.283185307179586;
 constexpr double third_of_turn = 2.0943951023931953;
-constexpr double line_to_phase = 0.57735;      // 1 / sqrt(3), cut
+constexpr double line_to_phase = 0.57735;    // 1 / sqrt(3), cut
 constexpr double degrees_pi = 3.1415926536;  // pi of the conversion into degrees, cut
 
 /// The delay that stands for a sixth of a cycle, in samples.
-int delay_of(int samples_per_cycle) { return static_cast<int>(samples_per_cycle / 6.0 + 0.5); }
+int delay_of(int samples_per_cycle) {
+  return static_cast<int>(samples_per_cycle / 6.0 + 0.5);
+}
 
 bool fits(int samples_per_cycle, int n, int element) {
   return samples_per_cycle >= 1 && n >= 1 && n <= DQ_WINDOW_CAPACITY && element >= 1 && element <= DQ_FILTER_ROWS;
@@ -71,8 +74,7 @@ void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, f
     const float d = data.upd[i];
     const float q = data.upq[i];
     ua[i] = static_cast<float>(line_to_phase * std::sqrt(static_cast<double>(d * d + q * q)));
-    angle_ua[i] =
-        static_cast<float>(std::atan2(static_cast<double>(q), static_cast<double>(d)) / degrees_pi * 180.0);
+    angle_ua[i] = static_cast<float>(std::atan2(static_cast<double>(q), static_cast<double>(d)) / degrees_pi * 180.0);
     vec_u[i].r = static_cast<float>(line_to_phase * static_cast<double>(d));
     vec_u[i].x = static_cast<float>(line_to_phase * static_cast<double>(q));
   }

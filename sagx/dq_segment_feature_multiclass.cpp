@@ -1,6 +1,6 @@
-// Short windows: where the dip's segments lie, by the SVD feature of the smoothed dq magnitudes, and what each segment is.
-// For the driver. Positions are window positions throughout, but for one thing kept on purpose: the whole record's first
-// two boundaries serve as window positions when the segmentation is missing or starts late.
+// Short windows: where the dip's segments lie, by the SVD feature of the smoothed dq magnitudes, and what each segment
+// is. For the driver. Positions are window positions throughout, but for one thing kept on purpose: the whole record's
+// first two boundaries serve as window positions when the segmentation is missing or starts late.
 #include "sagx/dq_segment_feature_multiclass.h"
 
 #include <algorithm>
@@ -67,8 +67,8 @@ class ShortSegmentation {
     for (int i = 0; i < samples_; i++) buf_.u[i] = sagx::smallest_of(buf_.ua0[i], buf_.ub0[i], buf_.uc0[i]);
   }
 
-  /// Running median over half a cycle and a sample. At rates that leave 2 or 3 over four, the last window takes one entry
-  /// past the samples as it stands; past the array it counts as 0.
+  /// Running median over half a cycle and a sample. At rates that leave 2 or 3 over four, the last window takes one
+  /// entry past the samples as it stands; past the array it counts as 0.
   void smooth(const float (&raw)[DQ_WINDOW_CAPACITY], float (&smoothed)[DQ_WINDOW_CAPACITY]) const {
     const auto quarter = static_cast<int>(std::min(buf_.smp / 4, unsigned{DQ_WINDOW_CAPACITY}));
     const auto length = static_cast<int>(std::min(buf_.smp / 2 + 1, unsigned{DQ_WINDOW_CAPACITY}));
@@ -184,7 +184,8 @@ class ShortSegmentation {
     return lowest;
   }
 
-  /// Drops runs over which the voltage changes by less than a tenth of the larger of the first and the last run's change.
+  /// Drops runs over which the voltage changes by less than a tenth of the larger of the first and the last run's
+  /// change.
   void prune_small_changes() {
     if (T_.count <= 4) return;
     const float first = change_between(T_.at[0], T_.at[1]);
@@ -196,8 +197,8 @@ class ShortSegmentation {
     }
   }
 
-  /// Stores crossings and boundaries. Two crossings get a third boundary, where the voltage recovers; without a recovery
-  /// it is what the list holds there from before.
+  /// Stores crossings and boundaries. Two crossings get a third boundary, where the voltage recovers; without a
+  /// recovery it is what the list holds there from before.
   void store() {
     int crossings = T_.count;
     if (crossings == 2) {
@@ -271,7 +272,7 @@ int repair_segmentation(dq_dipx_struct& dipx, const dq_dipx_rms& record) {
   const int fall = record.T[0] - cycle;
   const int recovery = record.T[1] - cycle;
   const bool lasting = recovery - fall > cycle / 4;
-  int (&boundaries)[DQ_LIST_CAPACITY] = dipx.seg_idx;
+  int(&boundaries)[DQ_LIST_CAPACITY] = dipx.seg_idx;
   if (dipx.seg_num == 2) dipx.seg_num = boundaries[0] = boundaries[1] = 0;
   const auto set_fall = [&] {
     boundaries[0] = fall - eighth;
@@ -379,7 +380,7 @@ void store_jump(float jump, float& positive, float& negative) {
 /// Phase jumps of a segment. They are read at the entry behind the last minimum, which holds 0 in a cleared result: the
 /// window's first sample. Kept so; the command reads the angles at the segment's own minima.
 void measure_phase_jumps(const dq_data& data, dq_dipx_struct& dipx, int segment) {
-  const auto angle_at = [&](const float* angles, const int (&positions)[DQ_LIST_CAPACITY]) {
+  const auto angle_at = [&](const float* angles, const int(&positions)[DQ_LIST_CAPACITY]) {
     const int entry = dipx.u_min_num;
     const int position = entry < DQ_LIST_CAPACITY ? positions[entry] : 0;
     return angles[position >= 0 && position < DQ_WINDOW_CAPACITY ? position : 0];
@@ -389,8 +390,8 @@ void measure_phase_jumps(const dq_data& data, dq_dipx_struct& dipx, int segment)
   store_jump(angle_at(data.angle_c, dipx.pos_uc_min), dipx.angle_diff_cp[segment], dipx.angle_diff_cn[segment]);
 }
 
-/// Category of one sample. Unlike in symmetrical_components_dq a sample with all phases low is a three-phase one whatever
-/// its negative sequence, unless its positive sequence has not moved at all.
+/// Category of one sample. Unlike in symmetrical_components_dq a sample with all phases low is a three-phase one
+/// whatever its negative sequence, unless its positive sequence has not moved at all.
 int category_of(const Sequences& now, const vec_struct& positive_before, sagx::LowPhases low,
                 const sagx::SequenceThresholds& thresholds) {
   int category = sagx::no_category;

@@ -13,8 +13,9 @@ extern "C" {
  * minimum curve u, the magnitudes before smoothing (ua0, ub0, uc0), the smoothed ones (ua, ub, uc) and the features
  * (feasvd_a, feasvd_b, feasvd_c) of `buf`, and feasvd_buf.
  *
- * Reads num, smp, ua, ub, uc of `buf` and un, ut, ud of `dipx`. Prints the threshold. Samples beyond 70400 are not looked
- * at; a rate whose order lies outside 1 to 9 (above 360 samples per cycle) has no features. Null pointers: nothing is done.
+ * Reads num, smp, ua, ub, uc of `buf` and un, ut, ud of `dipx`. Prints the threshold. Samples beyond 70400 are not
+ * looked at; a rate whose order lies outside 1 to 9 (above 360 samples per cycle) has no features. Null pointers:
+ * nothing is done.
  */
 DIPX_API void SVDsegment_multiclass3(dq_data* buf, dq_dipx_struct* dipx);
 
@@ -24,8 +25,8 @@ DIPX_API void SVDsegment_multiclass3(dq_data* buf, dq_dipx_struct* dipx);
  *
  * Reads num, smp, t, Va, Vb, Vc, rms_ua, rms_ub, rms_uc of `data`, smprate, un, ut, f, ud of `dipx`, and the first two
  * boundaries of the whole record (dq_rms_buf). A segmentation that seg_check rejects leaves all but seg_num, seg_idx,
- * seg_tmp and D as it was. Segments are the pairs (T[1], T[2]), (T[3], T[4]), ... Without a window record or a whole record,
- * for null pointers and for a window beyond 70400 samples nothing is done.
+ * seg_tmp and D as it was. Segments are the pairs (T[1], T[2]), (T[3], T[4]), ... Without a window record or a whole
+ * record, for null pointers and for a window beyond 70400 samples nothing is done.
  */
 DIPX_API void dq_segment_feature_multiclass(dq_data* data, dq_dipx_struct* dipx);
 

@@ -8,8 +8,8 @@ namespace {
 /// The last sample at or above `before` ahead of the first at or below `dipped`; `num` when there is none. Sample 0 is
 /// never taken.
 unsigned last_before_fall(const float* magnitude, float dipped, float before, unsigned num) {
-  const auto fall = static_cast<unsigned>(
-      std::find_if(magnitude, magnitude + num, [=](float u) { return u <= dipped; }) - magnitude);
+  const auto fall =
+      static_cast<unsigned>(std::find_if(magnitude, magnitude + num, [=](float u) { return u <= dipped; }) - magnitude);
   if (fall == num) return num;
   for (unsigned i = fall; i >= 1; i--) {
     if (magnitude[i] >= before) return i;
@@ -34,9 +34,8 @@ void dqdelay_POW(float* ua, float* ub, float* uc, float* angle_a, float* angle_b
   if (dipx == nullptr) return;
   const auto dipped = static_cast<float>(static_cast<double>(Vfund) * 0.9);
   const auto before = static_cast<float>(static_cast<double>(Vfund) * 0.95);
-  const unsigned start =
-      std::min({last_before_fall(ua, dipped, before, num), last_before_fall(ub, dipped, before, num),
-                last_before_fall(uc, dipped, before, num)});
+  const unsigned start = std::min({last_before_fall(ua, dipped, before, num), last_before_fall(ub, dipped, before, num),
+                                   last_before_fall(uc, dipped, before, num)});
 
   const float time = start < DQ_RECORD_CAPACITY ? t[start] : 0.0F;
   const auto point_on_wave = [=](const float* angle) {

@@ -1,5 +1,5 @@
-// Smooths a dq component so that its magnitude is flat but for real steps. Each erosion and dilation looks at its window
-// directly; the order in which a window is gone through decides between zeros of either sign and about NaN.
+// Smooths a dq component so that its magnitude is flat but for real steps. Each erosion and dilation looks at its
+// window directly; the order in which a window is gone through decides between zeros of either sign and about NaN.
 #include "sagx/lvbo.h"
 
 #include <algorithm>
@@ -10,8 +10,9 @@ bool fits(int n, int win) {
   return dq_data_buf != nullptr && n >= 1 && win >= 1 && win <= DQ_FILTER_ROWS && n <= DQ_FILTER_CAPACITY - win;
 }
 
-/// Writes for each of n positions what `first_to_last` values of its window leave, by way of the scratch row, so that input
-/// and output may be the same array. `replaces(current, next)` decides, going from the window's `begin` by `step`.
+/// Writes for each of n positions what `first_to_last` values of its window leave, by way of the scratch row, so that
+/// input and output may be the same array. `replaces(current, next)` decides, going from the window's `begin` by
+/// `step`.
 template <typename Replaces>
 void slide(const float* signal, float* output, int n, int win, float padding, int begin, int step, Replaces replaces) {
   const auto value = [=](int k) { return k >= 0 && k < n ? signal[k] : padding; };

@@ -9,12 +9,12 @@ extern "C" {
 #endif
 
 /*
- * Mean of the open-close and the close-open of `signal` (Serra, Image Analysis and Mathematical Morphology, 1982): spikes
- * narrower than the element go, edges stay where they are.
+ * Mean of the open-close and the close-open of `signal` (Serra, Image Analysis and Mathematical Morphology, 1982):
+ * spikes narrower than the element go, edges stay where they are.
  *
- * signal, BS: `n` values in and out; win: length of the element in samples. Uses eroder, dilata, OPEN, CLOSE, TEMP, OC and
- * CO of the window record and leaves the intermediate results there. Does nothing without a window record, for
- * n or win below 1, for win above 128 or n + win above 70467.
+ * signal, BS: `n` values in and out; win: length of the element in samples. Uses eroder, dilata, OPEN, CLOSE, TEMP, OC
+ * and CO of the window record and leaves the intermediate results there. Does nothing without a window record, for n or
+ * win below 1, for win above 128 or n + win above 70467.
  */
 DIPX_API void lvbo(float* signal, float* BS, int n, int win);
 

@@ -12,10 +12,14 @@
 
 namespace {
 
-float root(float square) { return static_cast<float>(std::sqrt(static_cast<double>(square))); }
+float root(float square) {
+  return static_cast<float>(std::sqrt(static_cast<double>(square)));
+}
 
 /// `magnitude` with the sign of `sign_of`; zero counts as positive.
-float with_sign(float magnitude, float sign_of) { return sign_of >= 0.0F ? std::fabs(magnitude) : -std::fabs(magnitude); }
+float with_sign(float magnitude, float sign_of) {
+  return sign_of >= 0.0F ? std::fabs(magnitude) : -std::fabs(magnitude);
+}
 
 /// Whether `value` is lost when added to the scale of the matrix.
 bool negligible(float value, float anorm) {

@@ -12,9 +12,10 @@ extern "C" {
  * Singular value decomposition A = U diag(w) V^T by the Golub-Reinsch algorithm (Golub and Reinsch, Numerische
  * Mathematik 14, 1970): Householder bidiagonalisation, then implicit QR.
  *
- * Everything is 1-based: a[1..m][1..n] in, U out; w[1..n] singular values out; v[1..n][1..n] out (V, not its transpose).
- * The values are neither sorted nor is a value that did not converge within 30 iterations reported; it may be negative.
- * Not reentrant by contract. Null pointers or a work vector that cannot be allocated leave everything as it was.
+ * Everything is 1-based: a[1..m][1..n] in, U out; w[1..n] singular values out; v[1..n][1..n] out (V, not its
+ * transpose). The values are neither sorted nor is a value that did not converge within 30 iterations reported; it may
+ * be negative. Not reentrant by contract. Null pointers or a work vector that cannot be allocated leave everything as
+ * it was.
  */
 DIPX_API void svdcmp(float** a, int m, int n, float* w, float** v);
 
@@ -27,8 +28,8 @@ DIPX_API float* dvector(int nl, int nh);
 /* Releases a vector of dvector; nh is not used. A null vector is ignored. */
 DIPX_API void free_dvector(float* v, int nl, int nh);
 
-/* A matrix with valid rows nrl..nrh and columns ncl..nch in one block. There is no release for it. Null when there is no
- * memory. */
+/* A matrix with valid rows nrl..nrh and columns ncl..nch in one block. There is no release for it. Null when there is
+ * no memory. */
 DIPX_API float** dmatrix(int nrl, int nrh, int ncl, int nch);
 
 /* Median of Array[0..len - 1], which keeps its order: the middle value, or the mean of the two middle ones. 0 for more

@@ -219,7 +219,8 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, dq_data& data, dq_dipx_struct& dip, i
   }
   dq_segment_feature_multiclass(&data, &dip);
   sagx::finish_short_window(dip, window);
-  return {DipOutcome::analysed, false};
+  // Features are there only when the segmentation passed its check.
+  return {dip.T_num == 0 ? DipOutcome::not_segmented : DipOutcome::analysed, false};
 }
 
 }  // namespace

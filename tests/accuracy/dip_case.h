@@ -1,0 +1,69 @@
+// Dips whose every figure is known, and how near to it an analysis comes.
+#pragma once
+
+#include <array>
+#include <random>
+#include <string>
+
+#include "command/analysis.h"
+#include "readers/record.h"
+
+namespace accuracy {
+
+/// What happens to the three phases during the dip.
+enum class Kind {
+  single_a,
+  single_b,
+  single_c,
+  two_bc,            ///< without zero sequence: two phases move towards each other
+  two_ca,
+  two_ab,
+  two_bc_with_zero,  ///< two phases shrink, the third stays
+  two_ca_with_zero,
+  two_ab_with_zero,
+  balanced
+};
+inline constexpr int kinds = 10;
+
+struct DipCase {
+  Kind kind = Kind::balanced;
+  double depth = 0.5;        ///< of the lowest phase, share of nominal; below 0.5 for two phases without zero sequence
+  double jump = 0;           ///< of the dipped phases, degrees; none for two phases without zero sequence
+  double cycles = 10;        ///< from the end of the fall to the recovery
+  double fall_cycles = 0;    ///< 0: at once; otherwise a ramp
+  double second_depth = 0;   ///< when above 0, the second half of the dip has this depth
+  int samples_per_cycle = 64;
+  double lead_cycles = 10.3;  ///< before the fall
+};
+
+/// 230 V, 50 Hz.
+readers::Record record_of(const DipCase& dip);
+
+/// Which figures are right: the number of dips and segments; residual voltages within 1 % of nominal; boundaries of the
+/// segments within half a cycle (a segment behind a gradual fall may begin anywhere from the fall's passing the threshold
+/// to its end); category and phases; phase jumps within 2 degrees.
+struct Hits {
+  bool segments = false;
+  bool residual = false;
+  bool boundaries = false;
+  bool category = false;
+  bool jump = false;
+
+  [[nodiscard]] bool all() const { return segments && residual && boundaries && category && jump; }
+};
+
+Hits judge(const DipCase& dip, const command::Analysis& analysis);
+
+/// Analyses the case's record.
+command::Analysis analysis_of(const DipCase& dip);
+
+/// A dip of any kind, depth, duration, rate and place; plain, with a phase jump, with a ramp or with two steps.
+DipCase random_case(std::mt19937& random);
+
+/// "plain", "jump", "ramp" or "two steps".
+std::string shape_of(const DipCase& dip);
+
+/// For a failed case: its parameters in one line.
+std::string text_of(const DipCase& dip);
+
+}  // namespace accuracy
