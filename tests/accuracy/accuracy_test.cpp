@@ -1,5 +1,5 @@
-// Right answers on dips that people know. Where a figure is not asked for, the method does not give it; the reason stands
-// beside the test.
+// Right answers on dips that people know. Where a figure is not asked for, the method does not give it; the reason
+// stands beside the test.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -13,7 +13,9 @@ using accuracy::DipCase;
 using accuracy::Hits;
 using accuracy::Kind;
 
-Hits hits_of(const DipCase& dip) { return accuracy::judge(dip, accuracy::analysis_of(dip)); }
+Hits hits_of(const DipCase& dip) {
+  return accuracy::judge(dip, accuracy::analysis_of(dip));
+}
 
 void expect_all(const DipCase& dip) {
   const auto hits = hits_of(dip);
@@ -98,8 +100,8 @@ TEST_P(EveryRamp, LeadsToTheRightResidualVoltagesAndCategory) {
 INSTANTIATE_TEST_SUITE_P(FallCycles, EveryRamp, testing::Values(1, 2, 5, 10, 20));
 
 TEST(TwoSteps, AreToldApartWhenEachLastsTenCyclesAndTheStepIsLarge) {
-  // Shorter parts and steps below about a fifth of the depth stay under the threshold, which follows the window's larger
-  // changes.
+  // Shorter parts and steps below about a fifth of the depth stay under the threshold, which follows the window's
+  // larger changes.
   for (const int rate : {32, 64, 128}) {
     auto down = dip_of(Kind::balanced, 0.3, 20, rate);
     down.second_depth = 0.6;

@@ -17,7 +17,9 @@ using Phasors = std::array<Phasor, 3>;
 constexpr double nominal = 230;
 constexpr double tail_cycles = 15;
 
-Phasor turned(double degrees) { return std::polar(1.0, degrees * std::numbers::pi / 180); }
+Phasor turned(double degrees) {
+  return std::polar(1.0, degrees * std::numbers::pi / 180);
+}
 
 /// Each phase against what it is before the dip.
 Phasors ratios(const DipCase& dip, double depth) {
@@ -65,7 +67,9 @@ int code_of(Kind kind) {
 }
 
 /// Where the fall passes the dip threshold, cycles.
-double threshold_crossing(const DipCase& dip) { return dip.lead_cycles + dip.fall_cycles * 0.1 / dip.depth; }
+double threshold_crossing(const DipCase& dip) {
+  return dip.lead_cycles + dip.fall_cycles * 0.1 / dip.depth;
+}
 
 bool near_jump(double found, const Phasor& ratio) {
   const double truth = std::arg(ratio) * 180 / std::numbers::pi;
@@ -97,7 +101,8 @@ readers::Record record_of(const DipCase& dip) {
       for (const auto& part : parts) {
         if (at >= part.begin && at < part.end) ratio = part.ratio[phase];
       }
-      const Phasor value = nominal * std::numbers::sqrt2 * ratio * turned(360 * at - 120.0 * static_cast<double>(phase));
+      const Phasor value =
+          nominal * std::numbers::sqrt2 * ratio * turned(360 * at - 120.0 * static_cast<double>(phase));
       channel.samples.push_back(value.imag());
     }
     record.channels.push_back(std::move(channel));
@@ -105,7 +110,9 @@ readers::Record record_of(const DipCase& dip) {
   return record;
 }
 
-command::Analysis analysis_of(const DipCase& dip) { return command::analyse(record_of(dip), {}); }
+command::Analysis analysis_of(const DipCase& dip) {
+  return command::analyse(record_of(dip), {});
+}
 
 Hits judge(const DipCase& dip, const command::Analysis& analysis) {
   const auto parts = truths(dip);

@@ -15,7 +15,7 @@ enum class Kind {
   single_a,
   single_b,
   single_c,
-  two_bc,            ///< without zero sequence: two phases move towards each other
+  two_bc,  ///< without zero sequence: two phases move towards each other
   two_ca,
   two_ab,
   two_bc_with_zero,  ///< two phases shrink, the third stays
@@ -27,11 +27,11 @@ inline constexpr int kinds = 10;
 
 struct DipCase {
   Kind kind = Kind::balanced;
-  double depth = 0.5;        ///< of the lowest phase, share of nominal; below 0.5 for two phases without zero sequence
-  double jump = 0;           ///< of the dipped phases, degrees; none for two phases without zero sequence
-  double cycles = 10;        ///< from the end of the fall to the recovery
-  double fall_cycles = 0;    ///< 0: at once; otherwise a ramp
-  double second_depth = 0;   ///< when above 0, the second half of the dip has this depth
+  double depth = 0.5;       ///< of the lowest phase, share of nominal; below 0.5 for two phases without zero sequence
+  double jump = 0;          ///< of the dipped phases, degrees; none for two phases without zero sequence
+  double cycles = 10;       ///< from the end of the fall to the recovery
+  double fall_cycles = 0;   ///< 0: at once; otherwise a ramp
+  double second_depth = 0;  ///< when above 0, the second half of the dip has this depth
   int samples_per_cycle = 64;
   double lead_cycles = 10.3;  ///< before the fall
 };
@@ -40,8 +40,8 @@ struct DipCase {
 readers::Record record_of(const DipCase& dip);
 
 /// Which figures are right: the number of dips and segments; residual voltages within 1 % of nominal; boundaries of the
-/// segments within half a cycle (a segment behind a gradual fall may begin anywhere from the fall's passing the threshold
-/// to its end); category and phases; phase jumps within 2 degrees.
+/// segments within half a cycle (a segment behind a gradual fall may begin anywhere from the fall's passing the
+/// threshold to its end); category and phases; phase jumps within 2 degrees.
 struct Hits {
   bool segments = false;
   bool residual = false;

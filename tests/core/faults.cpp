@@ -6,6 +6,7 @@
 namespace {
 
 int callocs_until_failure = 0;  // 0: none fails
+int mallocs_until_failure = 0;
 bool clock_stands_in = false;
 timespec stand_in_time{};
 long stand_in_step_ms = 0;
@@ -21,6 +22,15 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
     return nullptr;
   }
   return __real_calloc(count, size);
+}
+
+void* __real_malloc(std::size_t size);
+void* __wrap_malloc(std::size_t size) {
+  if (mallocs_until_failure > 0 && --mallocs_until_failure == 0) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  return __real_malloc(size);
 }
 
 int __real_clock_gettime(clockid_t clock, timespec* now);
@@ -40,6 +50,13 @@ tests::FailingAllocation::FailingAllocation(int which) {
 }
 tests::FailingAllocation::~FailingAllocation() {
   callocs_until_failure = 0;
+}
+
+tests::FailingMalloc::FailingMalloc(int which) {
+  mallocs_until_failure = which;
+}
+tests::FailingMalloc::~FailingMalloc() {
+  mallocs_until_failure = 0;
 }
 
 tests::StandInClock::StandInClock(std::time_t seconds, long nanoseconds, long step_ms) {

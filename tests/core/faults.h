@@ -15,6 +15,15 @@ class FailingAllocation {
   ~FailingAllocation();
 };
 
+/// The same for malloc. Only the library's own calls and the tests' are counted, not those of the C++ runtime.
+class FailingMalloc {
+ public:
+  explicit FailingMalloc(int which);
+  FailingMalloc(const FailingMalloc&) = delete;
+  FailingMalloc& operator=(const FailingMalloc&) = delete;
+  ~FailingMalloc();
+};
+
 /// While it lives, the clock stands at a given time and moves on by `step_ms` after each reading.
 class StandInClock {
  public:
