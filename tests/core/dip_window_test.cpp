@@ -32,7 +32,7 @@ void expect_window_positions(const dq_dipx_struct& result) {
   EXPECT_EQ(result.D[1], 190);
 }
 
-TEST(LongWindow, BringsItsListsToRecordPositionsUpToTheirCounts) {
+TEST(FinishedLongWindow, BringsItsListsToRecordPositionsUpToTheirCounts) {
   const auto result = dip();
   result->Trms_num = 3;
   result->T_num = 4;
@@ -47,14 +47,14 @@ TEST(LongWindow, BringsItsListsToRecordPositionsUpToTheirCounts) {
   expect_window_positions(*result);
 }
 
-TEST(LongWindow, LastsFromItsFirstToItsLastRmsBoundary) {
+TEST(FinishedLongWindow, LastsFromItsFirstToItsLastRmsBoundary) {
   const auto result = dip();
   result->Trms_num = 3;
   sagx::finish_long_window(*result, window);
   EXPECT_EQ(result->hold_time_dq, static_cast<float>(20 * (0.02 / 50)));
 }
 
-TEST(LongWindow, WithoutABoundaryHasNoDuration) {
+TEST(FinishedLongWindow, WithoutABoundaryHasNoDuration) {
   for (const int count : {0, -1}) {
     const auto result = dip();
     result->Trms_num = count;
@@ -65,7 +65,7 @@ TEST(LongWindow, WithoutABoundaryHasNoDuration) {
   }
 }
 
-TEST(LongWindow, NeverLastsLessThanNothing) {
+TEST(FinishedLongWindow, NeverLastsLessThanNothing) {
   const auto result = dip();
   result->Trms_num = 3;
   result->Trms[0] = 165;
@@ -74,7 +74,7 @@ TEST(LongWindow, NeverLastsLessThanNothing) {
   EXPECT_EQ(result->hold_time_dq, 0.0F);
 }
 
-TEST(ShortWindow, BringsItsListsToRecordPositionsAndCopiesTheMinima) {
+TEST(FinishedShortWindow, BringsItsListsToRecordPositionsAndCopiesTheMinima) {
   const auto result = dip();
   result->Trms_num = 3;
   result->T_num = 4;
@@ -90,20 +90,20 @@ TEST(ShortWindow, BringsItsListsToRecordPositionsAndCopiesTheMinima) {
   expect_window_positions(*result);
 }
 
-TEST(ShortWindow, LastsFromFallToRecovery) {
+TEST(FinishedShortWindow, LastsFromFallToRecovery) {
   const auto result = dip();
   sagx::finish_short_window(*result, window);
   EXPECT_EQ(result->hold_time_dq, static_cast<float>(150 * (0.02 / 50)));
 }
 
-TEST(ShortWindow, NeverLastsLessThanNothing) {
+TEST(FinishedShortWindow, NeverLastsLessThanNothing) {
   const auto result = dip();
   result->D[1] = 39;
   sagx::finish_short_window(*result, window);
   EXPECT_EQ(result->hold_time_dq, 0.0F);
 }
 
-TEST(Windows, StayInsideTheListsWhateverTheCountsSay) {
+TEST(FinishedWindows, StayInsideTheListsWhateverTheCountsSay) {
   for (const int count : {33, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
     for (const auto finish : {sagx::finish_long_window, sagx::finish_short_window}) {
       const auto result = dip();
