@@ -16,6 +16,7 @@
 #include "sagx/lvbo.h"
 #include "sagx/matlab_svd.h"
 #include "sagx/svd_feature.h"
+#include "tests/plain/dq_delay.h"
 #include "tests/plain/lvbo.h"
 #include "tests/plain/median.h"
 #include "tests/plain/svd_feature.h"
@@ -212,5 +213,25 @@ void delay_transform(benchmark::State& state) {
   items(state, n);
 }
 BENCHMARK(delay_transform)->Arg(32)->Arg(128)->Unit(benchmark::kMillisecond);
+
+/// The rotation of one sample after the other.
+template <typename Rotate>
+void rotation(benchmark::State& state, Rotate rotate) {
+  constexpr int n = 6400;
+  const Values wave = sine(128, n);
+  float d = 0;
+  float q = 0;
+  for (auto _ : state) {
+    for (int i = 0; i < n; i++) {
+      const float value = wave[static_cast<std::size_t>(i)];
+      rotate(value, -value / 2, -value / 2, static_cast<float>(i) * 0.00015625F, 50.0F, &d, &q);
+      benchmark::DoNotOptimize(d);
+      benchmark::DoNotOptimize(q);
+    }
+  }
+  items(state, n);
+}
+BENCHMARK_CAPTURE(rotation, library, dq)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(rotation, plain, plain::dq)->Unit(benchmark::kMillisecond);
 
 }  // namespace
