@@ -214,17 +214,31 @@ class LoneDip {
   }
 
   /// Moves the stretch until the fall lies where it should by the stretch's own threshold, which rests on the stretch's
-  /// own first cycles and not on the record's. Stays where the dip is lost.
+  /// own first cycles and not on the record's. Where it swings between places, the best of them; where the dip is lost
+  /// at once, where it was put.
   void settle() {
-    constexpr int most_moves = 8;  // it may swing between two places a sample apart; either will do
+    constexpr int most_moves = 8;
+    Stretch best = dip_.stretch;
+    std::size_t least_off = waveform_[0].size();
     for (int move = 0; move < most_moves; move++) {
       const Stretch tried = dip_.stretch;
       set_input(waveform_, samples_per_cycle_, tried);
       const auto found = sagx::search_dips() ? found_again(dip_, tried) : std::nullopt;
-      if (!found) return;
+      if (!found) break;
+      if (const std::size_t off = off_its_place(*found, tried); off <= least_off) {
+        least_off = off;
+        best = tried;
+      }
       place(found->fall, found->recovery);
-      if (dip_.stretch.begin == tried.begin && dip_.stretch.end == tried.end) return;
+      if (dip_.stretch.begin == tried.begin && dip_.stretch.end == tried.end) break;
     }
+    dip_.stretch = best;
+  }
+
+  /// By how many samples a fall misses its place five cycles into a stretch.
+  [[nodiscard]] std::size_t off_its_place(const Found& found, const Stretch& stretch) const {
+    const std::size_t ahead = found.fall - stretch.begin;
+    return ahead < lead() ? lead() - ahead : ahead - lead();
   }
 
   /// Analyses the stretch as it lies and notes what becomes of the dip.
@@ -239,10 +253,18 @@ class LoneDip {
     const auto found = found_again(dip_, dip_.stretch);
     if (!found) return;
     dip_.obstacle = obstacle_of(sagx::last_outcome.dips[found->index].outcome, *found);
-    const std::size_t ahead = found->fall - dip_.stretch.begin;
-    const std::size_t off = ahead < lead() ? lead() - ahead : ahead - lead();
-    dip_.gradual_fall_doubtful = 8 * off > cycles(1);
-    if (dip_.obstacle == Obstacle::none) take_results(new_dipx_buf[found->index]);
+    dip_.gradual_fall_doubtful = 8 * off_its_place(*found, dip_.stretch) > cycles(1);
+    const auto& result = new_dipx_buf[found->index];
+    if (dip_.obstacle == Obstacle::none && !inside_window(result, *found)) dip_.obstacle = Obstacle::not_segmented;
+    if (dip_.obstacle == Obstacle::none) take_results(result);
+  }
+
+  /// Whether all segments lie within the dip's window. Where a fall is not in its place they may be put past it, and
+  /// their figures are then those of no voltage at all.
+  [[nodiscard]] bool inside_window(const dq_dipx_struct& result, const Found& found) const {
+    const auto window_end = static_cast<int>(found.fall - dip_.stretch.begin - cycles(sagx::window_margin_cycles)) +
+                            static_cast<int>(dq_data_buf->num);
+    return result.u_min_num < 1 || result.T[2 * result.u_min_num] < window_end;
   }
 
   [[nodiscard]] bool sunk_before() const {

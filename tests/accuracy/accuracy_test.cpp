@@ -142,9 +142,10 @@ TEST(RandomDips, AreMeasuredRightAsOftenAsBefore) {
   const auto per_cent = [&](const char* shape, int Shares::*hits) {
     return 100.0 * shares[shape].*hits / shares[shape].cases;
   };
-  EXPECT_GE(per_cent("ramp", &Shares::segments), 88);
-  EXPECT_GE(per_cent("ramp", &Shares::residual), 78);
-  EXPECT_GE(per_cent("ramp", &Shares::category), 80);
+  // Slow shallow falls are refused; what is reported of a ramp is right but for its boundaries.
+  EXPECT_GE(per_cent("ramp", &Shares::segments), 84);
+  EXPECT_EQ(shares["ramp"].residual, shares["ramp"].segments);
+  EXPECT_EQ(shares["ramp"].category, shares["ramp"].segments);
   EXPECT_GE(per_cent("two steps", &Shares::segments), 74);
   EXPECT_GE(per_cent("two steps", &Shares::category), 74);
   EXPECT_GE(per_cent("two steps", &Shares::residual), 63);

@@ -282,6 +282,17 @@ TEST_F(Analyse, DoesNotLookBackBeyondTheDipBefore) {
   EXPECT_NEAR(found["dips"][1]["lowest_voltage"][0]["percent"], 100 * 200 / 230.0, 0.01);
 }
 
+TEST_F(Analyse, ReportsNoFiguresOfSegmentsPastTheWindow) {
+  // A fall of 20 cycles by 15 %: against any level ahead of it the fall is not where segments can be told apart.
+  Record record(230, 3);
+  for (int step = 0; step < 400; step++) record.lower("ABC", 1 + 0.001 * step, 1.46, 230 - 0.0863 * step);
+  const auto found = analysed(record);
+  ASSERT_EQ(found["dips"].size(), 1U);
+  EXPECT_EQ(found["dips"][0]["not_analysed"]["code"], "not_segmented");
+  EXPECT_TRUE(found["dips"][0]["segments"].empty());
+  EXPECT_NEAR(found["dips"][0]["lowest_voltage"][0]["percent"], 85, 0.2);
+}
+
 TEST_F(Analyse, LooksFurtherAheadWhereAShortStretchSeemsRestless) {
   // A fall of ten cycles to 30 %, held for three: most of ten half-cycles on either side are on the slope.
   Record record(230, 3);
