@@ -8,9 +8,10 @@ namespace {
 /// The last sample at or above `before` ahead of the first at or below `dipped`; `num` when there is none. Sample 0 is
 /// never taken.
 unsigned last_before_fall(const float* magnitude, float dipped, float before, unsigned num) {
-  const auto fall =
-      static_cast<unsigned>(std::find_if(magnitude, magnitude + num, [=](float u) { return u <= dipped; }) - magnitude);
-  if (fall == num) return num;
+  const unsigned held = std::min(num, unsigned{DQ_WINDOW_CAPACITY});
+  const auto fall = static_cast<unsigned>(
+      std::find_if(magnitude, magnitude + held, [=](float u) { return u <= dipped; }) - magnitude);
+  if (fall == held) return num;
   for (unsigned i = fall; i >= 1; i--) {
     if (magnitude[i] >= before) return i;
   }
@@ -20,7 +21,7 @@ unsigned last_before_fall(const float* magnitude, float dipped, float before, un
 /// Brings an angle into one turn, towards zero. What no int can count in turns stays as it is.
 float within_a_turn(float degrees) {
   const float turns = degrees / 360.0F;
-  if (!(turns > -2147483648.0F && turns < 2147483648.0F)) return degrees;
+  if (!(turns >= -2147483648.0F && turns < 2147483648.0F)) return degrees;
   return degrees - static_cast<float>(static_cast<long long>(turns) * 360);
 }
 
