@@ -22,7 +22,8 @@ int delay_of(int samples_per_cycle) {
 }
 
 bool fits(int samples_per_cycle, int n, int element) {
-  return samples_per_cycle >= 1 && n >= 1 && n <= DQ_WINDOW_CAPACITY && element >= 1 && element <= DQ_FILTER_ROWS;
+  return samples_per_cycle >= 1 && n >= 1 && n <= DQ_WINDOW_CAPACITY && element >= 1 && element <= DQ_FILTER_ROWS &&
+         n <= DQ_FILTER_CAPACITY - element;
 }
 
 }  // namespace

@@ -16,7 +16,8 @@ extern "C" {
  * Va: `n` samples, volts; t: their times, seconds; Samplepoint: samples per cycle; f: network frequency, hertz.
  * ua: magnitude, volts RMS; angle_ua: degrees in (-180, 180] against a cosine that starts at t = 0; vec_u: phasor; `n`
  * of each. Leaves upd1, upq1, upd, upq and the filter's arrays of the window record filled. Does nothing without a
- * window record, for null pointers, for n outside 1 to 70400 or an element (Samplepoint / 4 + 1) outside 1 to 128.
+ * window record, for null pointers, for n outside 1 to 70400 or an element (Samplepoint / 4 + 1) outside 1 to 128
+ * or too long for the filter (n + element above 70467).
  */
 DIPX_API void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, float* angle_ua,
                        vec_struct* vec_u);

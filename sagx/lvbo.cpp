@@ -10,13 +10,13 @@ bool fits(int n, int win) {
   return dq_data_buf != nullptr && n >= 1 && win >= 1 && win <= DQ_FILTER_ROWS && n <= DQ_FILTER_CAPACITY - win;
 }
 
-/// Writes for each of n positions what `first_to_last` values of its window leave, by way of the scratch row, so that
+/// Writes for each of n positions what the values of its window leave, by way of a scratch row, so that
 /// input and output may be the same array. `replaces(current, next)` decides, going from the window's `begin` by
 /// `step`.
 template <typename Replaces>
 void slide(const float* signal, float* output, int n, int win, float padding, int begin, int step, Replaces replaces) {
   const auto value = [=](int k) { return k >= 0 && k < n ? signal[k] : padding; };
-  float* row = dq_data_buf->B;
+  float* row = dq_data_buf->A[0];
   for (int i = 0; i < n; i++) {
     float current = value(i + begin);
     for (int j = 1; j < win; j++) {

@@ -343,6 +343,12 @@ TEST_F(DelayTransform, BeyondTheRecordDoesNothing) {
   }
 }
 
+TEST_F(DelayTransform, WhoseElementNoLongerFitsBesideTheWindowDoesNothing) {
+  // At 300 samples per cycle the element has 76: 70391 samples fit beside it.
+  EXPECT_FALSE(transform(cosine(100, 0, 300, 70391), 300).untouched());
+  EXPECT_TRUE(transform(cosine(100, 0, 300, 70392), 300).untouched());
+}
+
 TEST_F(DelayTransform, WithoutAnArrayOrTheRecordDoesNothing) {
   auto wave = cosine(100, 0, 32, 100);
   auto t = times(32, 100);

@@ -205,6 +205,15 @@ TEST_F(Dilation, MayWriteOverItsInput) {
   expect_plain_form_shifted(PZ, plain::PZ);
 }
 
+TEST_F(Erosion, MayReadFromTheRecordsOwnRow) {
+  const Values signal = {5, 3, 4, 1, 2, 6, 7, 0.5F};
+  std::copy(signal.begin(), signal.end(), dq_data_buf->B);
+  Values out(signal.size());
+  FS(dq_data_buf->B, nullptr, out.data(), static_cast<int>(signal.size()), 3);
+  EXPECT_EQ(out, eroded(signal, 3));
+  EXPECT_EQ(out[5], 2.0F);
+}
+
 TEST_F(Erosion, DoesNotReadTheElement) {
   Values signal = series(tests::kinds()[0], 50);
   Values element(128, tests::nan);
