@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstddef>
 #include <exception>
-#include <initializer_list>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -119,10 +118,6 @@ struct Heading {
   std::string name;
   std::string unit;
 };
-
-bool is_one_of(std::string_view word, std::initializer_list<std::string_view> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
-}
 
 /// Whether `word` behind `name` is a unit. "A" may as well be phase A, as in U_A: it is ampere for currents only.
 bool is_unit(std::string_view word, std::string_view name) {

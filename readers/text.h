@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ std::string cited(std::string_view piece);
 
 /// Without blanks and tabs at both ends.
 std::string_view trimmed(std::string_view text);
+
+/// Whether a word is among some.
+bool is_one_of(std::string_view word, std::initializer_list<std::string_view> words);
 
 /// ASCII letters in lower case, all other bytes as they are.
 std::string lower_case(std::string_view text);

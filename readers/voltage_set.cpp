@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <initializer_list>
 #include <limits>
 #include <map>
 #include <optional>
@@ -15,10 +14,6 @@ namespace readers {
 namespace {
 
 constexpr std::string_view kSeparators = " _-.:/()[]'#";
-
-bool is_one_of(std::string_view word, std::initializer_list<std::string_view> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
-}
 
 bool is_letter(char c) {
   return c >= 'a' && c <= 'z';

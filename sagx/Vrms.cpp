@@ -6,14 +6,12 @@
 #include <cmath>
 #include <cstdio>
 
+#include "sagx/three_phases.h"
+
 namespace {
 
-/// The lowest phase at sample i; a phase replaces another only when it is strictly lower.
 float lowest_phase(const dq_dipx_rms& record, int i) {
-  float lowest = record.rmsa[i];
-  if (record.rmsb[i] < lowest) lowest = record.rmsb[i];
-  if (record.rmsc[i] < lowest) lowest = record.rmsc[i];
-  return lowest;
+  return sagx::smallest_of(record.rmsa[i], record.rmsb[i], record.rmsc[i]);
 }
 
 float largest(const float* values, int count) {
