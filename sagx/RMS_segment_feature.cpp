@@ -1,4 +1,5 @@
-// Long windows: where the dip's segments lie, by the SVD feature of the RMS curves.
+// Long windows: where the dip's segments lie, by the SVD feature of the RMS curves, and how low the RMS is in each. For
+// the driver, and as a rough guide for the dq features.
 #include "sagx/RMS_segment_feature.h"
 
 #include <algorithm>
@@ -6,80 +7,38 @@
 #include <cstdio>
 
 #include "sagx/boundary_list.h"
+#include "sagx/dip_category.h"
+#include "sagx/dipx_lib.h"
+#include "sagx/gbk_text.h"
 #include "sagx/mms_time.h"
-#include "sagx/svd_feature.h"
+#include "sagx/rms_change.h"
+#include "sagx/segment_features.h"
 #include "sagx/three_phases.h"
 
 namespace {
 
 using sagx::BoundaryList;
 
+// --- segmentation ----------------------------------------------------------------------------------------------------
+
 /// One segmentation of a window into `dipx`.
 class RmsSegmentation {
  public:
   RmsSegmentation(dq_data& buf, dq_dipx_struct& dipx)
-      : buf_(buf),
-        dipx_(dipx),
-        samples_(static_cast<int>(std::min(buf.num, unsigned{DQ_RECORD_CAPACITY}))),
-        order_(sagx::svd_order(static_cast<int>(buf.smp) / 2.0)),
-        first_(order_ * order_),
-        step_(static_cast<int>(buf.smp / 8)) {}
+      : buf_(buf), dipx_(dipx), change_(buf, static_cast<int>(buf.smp / 8)) {}
 
   void run() {
-    for (int i = 0; i < samples_; i++) buf_.u[i] = sagx::smallest_of(buf_.rms_ua[i], buf_.rms_ub[i], buf_.rms_uc[i]);
+    change_.keep_minimum_curve();
     const auto begin_time = static_cast<unsigned>(mms_get_ms_time());
-    if (order_ != 0 && step_ > 0) compute_features();
+    change_.measure();
     std::printf("svd time=%dms\r\n", static_cast<int>(static_cast<unsigned>(mms_get_ms_time()) - begin_time));
-    search_crossings();
+    change_.search(dipx_.un, 4, T_);
     std::printf("T_num = %d\r\n", T_.count);
     prune_small_changes();
     store();
   }
 
  private:
-  void compute_features() {
-    const auto of_phase = [&](const float* rms, float* feature) {
-      positions_ = 0;
-      for (int end = first_; end < samples_; end += step_) feature[positions_++] = sagx::svd_feature(rms, end, order_);
-    };
-    of_phase(buf_.rms_ua, buf_.feasvd_a);
-    of_phase(buf_.rms_ub, buf_.feasvd_b);
-    of_phase(buf_.rms_uc, buf_.feasvd_c);
-  }
-
-  /// Lowers the threshold from one per cent of nominal until more than three crossings are found.
-  void search_crossings() {
-    constexpr int most_tries = 10;
-    auto threshold = static_cast<float>(0.01 * static_cast<double>(dipx_.un));
-    for (int attempt = 0; attempt < most_tries; attempt++) {
-      scan(threshold);
-      if (T_.count > 3) return;
-      threshold = static_cast<float>(static_cast<double>(threshold) * 0.8);
-    }
-  }
-
-  [[nodiscard]] float feature_at(int p) const {
-    return sagx::largest_of(buf_.feasvd_a[p], buf_.feasvd_b[p], buf_.feasvd_c[p]);
-  }
-
-  /// Records alternating rises and falls of the feature through the threshold, each at the sample behind the end of the
-  /// matrix two positions ahead of it.
-  void scan(float threshold) {
-    bool inside = false;
-    T_.count = 0;
-    float previous = positions_ > 0 ? feature_at(0) : 0.0F;
-    for (int p = 1; p < positions_ && T_.count < sagx::working_list_capacity; p++) {
-      const float current = feature_at(p);
-      const bool crossed =
-          inside ? current < threshold && threshold <= previous : previous < threshold && threshold <= current;
-      if (crossed) {
-        T_.at[T_.count++] = first_ + (p - 2) * step_ + 1;
-        inside = !inside;
-      }
-      previous = current;
-    }
-  }
-
   [[nodiscard]] float change_between(int from, int to) const {
     const auto minimum_at = [&](int position) {
       return position >= 0 && position < DQ_RECORD_CAPACITY ? buf_.u[position] : 0.0F;
@@ -121,7 +80,7 @@ class RmsSegmentation {
   /// Where the minimum curve rises through the dip threshold behind `begin`; -1 when it does not. The search is bounded
   /// by the number of positions, not of samples.
   [[nodiscard]] int find_recovery(int begin) const {
-    for (int i = std::max(begin, 0); i < positions_ && i + 1 < DQ_RECORD_CAPACITY; i++) {
+    for (int i = std::max(begin, 0); i < change_.positions() && i + 1 < DQ_RECORD_CAPACITY; i++) {
       if (buf_.u[i] <= dipx_.ut && dipx_.ut < buf_.u[i + 1]) return i + 1;
     }
     return -1;
@@ -129,17 +88,66 @@ class RmsSegmentation {
 
   dq_data& buf_;
   dq_dipx_struct& dipx_;
-  int samples_;
-  int order_;
-  int first_;
-  int step_;
-  int positions_ = 0;
+  sagx::RmsChange change_;
   BoundaryList T_;
 };
+
+// --- features --------------------------------------------------------------------------------------------------------
+
+/// Joins transitions less than a cycle apart.
+void join_transitions(dq_dipx_struct& dipx) {
+  BoundaryList T;
+  T.count = dipx.Trms_num;
+  std::copy_n(dipx.Trms, T.count, T.at);
+  T.join_short_gaps(dipx.smprate);
+  std::copy_n(T.at, T.count, dipx.Trms);
+  dipx.Trms_num = T.count;
+}
+
+/// Lowest RMS of one segment, its end excluded. `where` stays when there is nothing below the start value.
+void measure_minima(const dq_data& buf, dq_dipx_struct& dipx, int segment, int& where) {
+  constexpr float above_all = 1000000.0F;
+  float a = above_all;
+  float b = above_all;
+  float c = above_all;
+  float lowest = above_all;
+  const int end = std::min(dipx.Trms[2 * segment + 2], +DQ_RECORD_CAPACITY);
+  for (int j = dipx.Trms[2 * segment + 1]; j < end; j++) {
+    const float of_three = sagx::smallest_of(buf.rms_ua[j], buf.rms_ub[j], buf.rms_uc[j]);
+    if (of_three < lowest) {
+      lowest = of_three;
+      where = j;
+    }
+    if (buf.rms_ua[j] < a) a = buf.rms_ua[j];
+    if (buf.rms_ub[j] < b) b = buf.rms_ub[j];
+    if (buf.rms_uc[j] < c) c = buf.rms_uc[j];
+  }
+  dipx.ua_rms_min[segment] = a;
+  dipx.ub_rms_min[segment] = b;
+  dipx.uc_rms_min[segment] = c;
+  dipx.u3_rms_min[segment] = lowest;
+  dipx.order_min[segment] = where;
+  dipx.dipx_rms_type[segment] = sagx::low_phases(a, b, c, dipx.ut).count;
+}
 
 }  // namespace
 
 void SVDsegment_multiclass(dq_data* buf, dq_dipx_struct* dipx) {
   if (buf == nullptr || dipx == nullptr) return;
   RmsSegmentation(*buf, *dipx).run();
+}
+
+void RMS_segment_feature(dq_data* buf, dq_dipx_struct* dipx) {
+  if (buf == nullptr || dipx == nullptr) return;
+  clear_segdid_buf(buf);
+  SVDsegment_multiclass(buf, dipx);
+  join_transitions(*dipx);
+  std::puts(sagx::gbk<"有效值分段校验!!!\r">);
+  if (seg_check(dipx->Trms, dipx->Trms_num) != 0) return;
+
+  const int segments = (dipx->Trms_num - 1) / 2;
+  int where = 0;  // not reset: an empty segment reports the place of the one before
+  for (int s = 0; s < segments; s++) measure_minima(*buf, *dipx, s, where);
+  dipx->min_num = dipx->u_min_num = segments;
+  sagx::measure_voltage_change(*buf, *dipx, dipx->Trms[0], dipx->Trms[1]);
 }

@@ -1,4 +1,4 @@
-/* Segmentation of a long window by its RMS curves. */
+/* Segmentation of a long window by its RMS curves and the RMS of its segments. */
 #ifndef SAGX_RMS_SEGMENT_FEATURE_H
 #define SAGX_RMS_SEGMENT_FEATURE_H
 
@@ -17,6 +17,19 @@ extern "C" {
  * 0 has no features. Null pointers: nothing is done.
  */
 DIPX_API void SVDsegment_multiclass(dq_data* buf, dq_dipx_struct* dipx);
+
+/*
+ * The RMS features of the dip in the window `buf`: clears the segmentation's arrays, divides the window
+ * (SVDsegment_multiclass), joins transitions less than a cycle apart, and writes per segment the lowest RMS of each
+ * phase and of all (ua_rms_min, ub_rms_min, uc_rms_min, u3_rms_min, volts; 1e6 for an empty segment), where the lowest
+ * lies (order_min) and how many phases are below the dip threshold (dipx_rms_type); min_num and u_min_num; and the
+ * steepest changes over the first transition (Voltagechange_Va, Voltagechange_Vb, Voltagechange_Vc).
+ *
+ * Reads num, smp, rms_ua, rms_ub, rms_uc of `buf` and smprate, un, ut of `dipx`. Segments are the pairs (Trms[1],
+ * Trms[2]), (Trms[3], Trms[4]), ..., their ends excluded. A segmentation that seg_check rejects leaves all but Trms,
+ * T0rms and Trms_num as it was. Null pointers: nothing is done.
+ */
+DIPX_API void RMS_segment_feature(dq_data* buf, dq_dipx_struct* dipx);
 
 #ifdef __cplusplus
 }

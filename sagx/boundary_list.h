@@ -1,6 +1,10 @@
-// The working lists of the segmentations: crossings that become boundaries. A zero marks an entry as removed. Private
-// to the stages.
+// The working lists of the segmentations: crossings that become boundaries. A zero marks an entry as removed; and the
+// rules that a finished list keeps. Private to the library.
 #pragma once
+
+#include <algorithm>
+
+#include "sagx/dq_dipx.h"
 
 namespace sagx {
 
@@ -21,6 +25,27 @@ struct BoundaryList {
   }
 
   void remove_pair(int i) { at[i] = at[i + 1] = 0; }
+
+  /// Joins transitions less than `gap` samples apart: each pair is the end of one and the start of the next. Looks at
+  /// no more pairs than would leave four boundaries.
+  void join_short_gaps(int gap) {
+    if (count <= 4) return;
+    int budget = count;
+    for (int i = 1; i < count - 1; i += 2) {
+      if (at[i + 1] - at[i] < gap) remove_pair(i);
+      budget -= 2;
+      if (budget <= 4) break;
+    }
+    compact();
+  }
 };
+
+/// The first rule of boundary lists that this one breaks: 1 for a count outside 2 to 32, 2 for a negative entry, 3 for
+/// one below its predecessor; 0 for none. A null list is one of none.
+inline int broken_rule(const int* boundaries, int count) {
+  if (boundaries == nullptr || count < 2 || count > DQ_LIST_CAPACITY) return 1;
+  if (std::any_of(boundaries, boundaries + count, [](int boundary) { return boundary < 0; })) return 2;
+  return std::is_sorted(boundaries, boundaries + count) ? 0 : 3;
+}
 
 }  // namespace sagx

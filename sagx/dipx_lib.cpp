@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
 
 namespace {
@@ -109,17 +110,8 @@ int symmetrical_components_dq(vec_struct* phasor_up0, vec_struct* phasor_up, vec
 }
 
 int seg_check(int* T, int num) {
-  if (T == nullptr || num < 2 || num > DQ_LIST_CAPACITY) {
-    std::puts("seg check err1\r");
-    return 1;
-  }
-  if (std::any_of(T, T + num, [](int boundary) { return boundary < 0; })) {
-    std::puts("seg check err2\r");
-    return 1;
-  }
-  if (!std::is_sorted(T, T + num)) {
-    std::puts("seg check err3\r");
-    return 1;
-  }
-  return 0;
+  const int rule = sagx::broken_rule(T, num);
+  if (rule == 0) return 0;
+  std::printf("seg check err%d\r\n", rule);
+  return 1;
 }

@@ -12,16 +12,19 @@
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
 #include "sagx/dipx_lib.h"
+#include "sagx/dq_change.h"
 #include "sagx/dq_delay.h"
 #include "sagx/dqdelay_POW.h"
-#include "sagx/matlab_svd.h"
+#include "sagx/segment_features.h"
 #include "sagx/svd_feature.h"
 #include "sagx/three_phases.h"
-#include "sagx/voltagechange.h"
 
 namespace {
 
 using sagx::BoundaryList;
+using sagx::magnitude;
+using sagx::Sequences;
+using sagx::store_jump;
 
 // --- segmentation ----------------------------------------------------------------------------------------------------
 
@@ -32,16 +35,12 @@ class ShortSegmentation {
       : buf_(buf), dipx_(dipx), samples_(static_cast<int>(std::min(buf.num, unsigned{DQ_WINDOW_CAPACITY}))) {}
 
   void run() {
-    keep_raw_magnitudes();
-    smooth(buf_.ua0, buf_.ua);
-    smooth(buf_.ub0, buf_.ub);
-    smooth(buf_.uc0, buf_.uc);
-    compute_features();
+    sagx::measure_dq_change(buf_, samples_, sagx::svd_order(buf_.smp / 4.0));
     SVD_datapro(&buf_, &dipx_);
     threshold_ = first_threshold();
     std::printf("S=%.3f\r\n", static_cast<double>(threshold_));
     search_crossings();
-    prune_short_gaps();
+    T_.join_short_gaps(static_cast<int>(buf_.smp / 4.0 + 0.5));  // a quarter cycle
     prune_leading_runs_without_dip();
     prune_small_changes();
     T_.compact();
@@ -59,41 +58,6 @@ class ShortSegmentation {
   }
 
   [[nodiscard]] float change_between(int from, int to) const { return std::fabs(minimum_at(from) - minimum_at(to)); }
-
-  void keep_raw_magnitudes() {
-    std::copy_n(buf_.ua, samples_, buf_.ua0);
-    std::copy_n(buf_.ub, samples_, buf_.ub0);
-    std::copy_n(buf_.uc, samples_, buf_.uc0);
-    for (int i = 0; i < samples_; i++) buf_.u[i] = sagx::smallest_of(buf_.ua0[i], buf_.ub0[i], buf_.uc0[i]);
-  }
-
-  /// Running median over half a cycle and a sample. At rates that leave 2 or 3 over four, the last window takes one
-  /// entry past the samples as it stands; past the array it counts as 0.
-  void smooth(const float (&raw)[DQ_WINDOW_CAPACITY], float (&smoothed)[DQ_WINDOW_CAPACITY]) const {
-    const auto quarter = static_cast<int>(std::min(buf_.smp / 4, unsigned{DQ_WINDOW_CAPACITY}));
-    const auto length = static_cast<int>(std::min(buf_.smp / 2 + 1, unsigned{DQ_WINDOW_CAPACITY}));
-    float window[1025];  // one more than median takes: it answers for longer ones without a look
-    for (int i = quarter; i < samples_ - quarter; i++) {
-      const int begin = i - quarter;
-      const int wanted = std::min<int>(length, std::size(window));
-      const int held = std::min(wanted, DQ_WINDOW_CAPACITY - begin);
-      std::fill(std::copy_n(raw + begin, held, window), window + wanted, 0.0F);
-      smoothed[i] = median(window, wanted);
-    }
-  }
-
-  void compute_features() {
-    const int order = sagx::svd_order(buf_.smp / 4.0);
-    if (order == 0) return;
-    const int first = order * order;
-    const auto of_phase = [&](const float* magnitude, float* feature) {
-      for (int i = first; i < samples_; i++) feature[i] = sagx::svd_feature(magnitude, i, order);
-      std::fill_n(feature, first, feature[first]);
-    };
-    of_phase(buf_.ua, buf_.feasvd_a);
-    of_phase(buf_.ub, buf_.feasvd_b);
-    of_phase(buf_.uc, buf_.feasvd_c);
-  }
 
   /// The lower edge of the tenth of the features' range from which up at least 5 % of the samples lie.
   [[nodiscard]] float first_threshold() const {
@@ -146,19 +110,6 @@ class ShortSegmentation {
       previous = current;
     }
     if (above && T_.count != 0) T_.at[--T_.count] = 0;
-  }
-
-  /// Joins runs less than a quarter cycle apart. Looks at no more pairs than would leave four boundaries.
-  void prune_short_gaps() {
-    if (T_.count <= 4) return;
-    const int gap = static_cast<int>(buf_.smp / 4.0 + 0.5);
-    int budget = T_.count;
-    for (int i = 1; i < T_.count - 1; i += 2) {
-      if (T_.at[i + 1] - T_.at[i] < gap) T_.remove_pair(i);
-      budget -= 2;
-      if (budget <= 4) break;
-    }
-    T_.compact();
   }
 
   /// Drops the runs ahead of the first that goes below the dip threshold, as long as more than four boundaries stay.
@@ -304,35 +255,9 @@ int repair_segmentation(dq_dipx_struct& dipx, const dq_dipx_rms& record) {
   return count;
 }
 
-/// Largest slopes of the three RMS curves over the first transition.
-void measure_voltage_change(dq_data& data, dq_dipx_struct& dipx) {
-  const int begin = std::min(dipx.T[0], +DQ_RECORD_CAPACITY);
-  const auto length = static_cast<unsigned>(std::min(dipx.T[1], +DQ_RECORD_CAPACITY) - begin);
-  const auto rate = static_cast<unsigned>(dipx.smprate);
-  dipx.Voltagechange_Va = voltagechange(data.rms_ua + begin, length, rate);
-  dipx.Voltagechange_Vb = voltagechange(data.rms_ub + begin, length, rate);
-  dipx.Voltagechange_Vc = voltagechange(data.rms_uc + begin, length, rate);
-}
-
 /// Refers the angles to `reference`, the entry behind the window's last sample included.
 void refer_angles(float (&angles)[DQ_WINDOW_CAPACITY], int samples, float reference) {
   for (int i = 0; i <= samples && i < DQ_WINDOW_CAPACITY; i++) angles[i] -= reference;
-}
-
-/// Positive, negative and zero sequence of the window at a sample.
-struct Sequences {
-  Sequences(dq_data& data, int j) {
-    seq_cal(&data.vec_ua[j], &data.vec_ub[j], &data.vec_uc[j], &positive);
-    seq_cal(&data.vec_ua[j], &data.vec_uc[j], &data.vec_ub[j], &negative);
-    seq0_cal(&data.vec_ua[j], &data.vec_ub[j], &data.vec_uc[j], &zero);
-  }
-  vec_struct positive{};
-  vec_struct negative{};
-  vec_struct zero{};
-};
-
-float magnitude(const vec_struct& phasor) {
-  return static_cast<float>(std::sqrt(static_cast<double>(phasor.x * phasor.x + phasor.r * phasor.r)));
 }
 
 /// Calls `visit` with each sample of the range that the window's arrays hold.
@@ -364,17 +289,10 @@ void measure_minima(const dq_data& data, dq_dipx_struct& dipx, int segment, int 
 float unbalance(dq_data& data, int begin, int end) {
   float largest = 0;
   for_samples(begin, end, [&](int j) {
-    const Sequences sequences(data, j);
-    const float positive = magnitude(sequences.positive);
-    const float ratio = positive <= 1.0F ? 0.0F : magnitude(sequences.negative) / positive * 100.0F;
+    const float ratio = sagx::unbalance_ratio(Sequences(data, j));
     if (ratio > largest) largest = ratio;
   });
   return largest;
-}
-
-void store_jump(float jump, float& positive, float& negative) {
-  positive = jump >= 0 ? jump : 0.0F;
-  negative = jump >= 0 ? 0.0F : jump;
 }
 
 /// Phase jumps of a segment. They are read at the entry behind the last minimum, which holds 0 in a cleared result: the
@@ -470,7 +388,7 @@ void dq_segment_feature_multiclass(dq_data* data, dq_dipx_struct* dipx) {
   const float reference_c = data->angle_c[cycle / 2];
   dqdelay_POW(data->ua, data->ub, data->uc, data->angle_a, data->angle_b, data->angle_c, data->t, dipx, dipx->un,
               data->num);
-  measure_voltage_change(*data, *dipx);
+  sagx::measure_voltage_change(*data, *dipx, dipx->T[0], dipx->T[1]);
   refer_angles(data->angle_a, samples, reference_a);
   refer_angles(data->angle_b, samples, reference_b);
   refer_angles(data->angle_c, samples, reference_c);

@@ -21,7 +21,7 @@ inline constexpr GbkCharacter gbk_characters[] = {
     {U'特', 0xCCD8}, {U'跳', 0xCCF8}, {U'位', 0xCEBB}, {U'析', 0xCEF6}, {U'息', 0xCFA2}, {U'相', 0xCFE0},
     {U'效', 0xD0A7}, {U'信', 0xD0C5}, {U'型', 0xD0CD}, {U'形', 0xD0CE}, {U'续', 0xD0F8}, {U'压', 0xD1B9},
     {U'样', 0xD1F9}, {U'有', 0xD3D0}, {U'暂', 0xD4DD}, {U'征', 0xD5F7}, {U'正', 0xD5FD}, {U'值', 0xD6B5},
-    {U'置', 0xD6C3},
+    {U'置', 0xD6C3}, {U'校', 0xD0A3}, {U'验', 0xD1E9},
 };
 
 /// A string literal as a template argument; holds `Size` bytes with the final zero.

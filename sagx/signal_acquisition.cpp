@@ -10,11 +10,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "sagx/RMS_segment_feature.h"
 #include "sagx/Vrms.h"
+#include "sagx/boundary_list.h"
 #include "sagx/dip_window.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dipx_outcome.h"
 #include "sagx/dq_dipx.h"
+#include "sagx/dq_segment_feature.h"
 #include "sagx/dq_segment_feature_multiclass.h"
 
 using sagx::DipOutcome;
@@ -213,14 +216,17 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, dq_data& data, dq_dipx_struct& dip, i
     std::puts("有效值标准差越限\r");
     return {DipOutcome::unstable};
   }
-  if (window.length > longest_short_window_cycles * smp) {
+  const bool long_window = window.length > longest_short_window_cycles * smp;
+  if (long_window) {
+    RMS_segment_feature(&data, &dip);
+    dq_segment_feature(&data, &dip);
     sagx::finish_long_window(dip, window);
-    return {DipOutcome::analysed, true};
+  } else {
+    dq_segment_feature_multiclass(&data, &dip);
+    sagx::finish_short_window(dip, window);
   }
-  dq_segment_feature_multiclass(&data, &dip);
-  sagx::finish_short_window(dip, window);
   // Features are there only when the segmentation passed its check.
-  return {dip.T_num == 0 ? DipOutcome::not_segmented : DipOutcome::analysed, false};
+  return {sagx::broken_rule(dip.T, dip.T_num) == 0 ? DipOutcome::analysed : DipOutcome::not_segmented, long_window};
 }
 
 }  // namespace

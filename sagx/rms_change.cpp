@@ -1,0 +1,63 @@
+#include "sagx/rms_change.h"
+
+#include <algorithm>
+
+#include "sagx/svd_feature.h"
+#include "sagx/three_phases.h"
+
+namespace sagx {
+
+RmsChange::RmsChange(dq_data& buf, int step)
+    : buf_(buf),
+      samples_(static_cast<int>(std::min(buf.num, unsigned{DQ_RECORD_CAPACITY}))),
+      order_(svd_order(static_cast<int>(buf.smp) / 2.0)),
+      step_(step) {}
+
+void RmsChange::keep_minimum_curve() {
+  for (int i = 0; i < samples_; i++) buf_.u[i] = smallest_of(buf_.rms_ua[i], buf_.rms_ub[i], buf_.rms_uc[i]);
+}
+
+void RmsChange::measure() {
+  if (order_ == 0 || step_ < 1) return;
+  const auto of_phase = [&](const float* rms, float* feature) {
+    positions_ = 0;
+    for (int end = order_ * order_; end < samples_; end += step_) feature[positions_++] = svd_feature(rms, end, order_);
+  };
+  of_phase(buf_.rms_ua, buf_.feasvd_a);
+  of_phase(buf_.rms_ub, buf_.feasvd_b);
+  of_phase(buf_.rms_uc, buf_.feasvd_c);
+}
+
+void RmsChange::search(float nominal, int enough, BoundaryList& crossings) const {
+  constexpr int most_tries = 10;
+  auto threshold = static_cast<float>(0.01 * static_cast<double>(nominal));
+  for (int attempt = 0; attempt < most_tries; attempt++) {
+    scan(threshold, crossings);
+    if (crossings.count >= enough) return;
+    threshold = static_cast<float>(static_cast<double>(threshold) * 0.8);
+  }
+}
+
+float RmsChange::feature_at(int position) const {
+  return largest_of(buf_.feasvd_a[position], buf_.feasvd_b[position], buf_.feasvd_c[position]);
+}
+
+/// Records alternating rises and falls of the feature through the threshold, each at the sample behind the end of the
+/// matrix two positions ahead of it.
+void RmsChange::scan(float threshold, BoundaryList& crossings) const {
+  bool inside = false;
+  crossings.count = 0;
+  float previous = positions_ > 0 ? feature_at(0) : 0.0F;
+  for (int p = 1; p < positions_ && crossings.count < working_list_capacity; p++) {
+    const float current = feature_at(p);
+    const bool crossed =
+        inside ? current < threshold && threshold <= previous : previous < threshold && threshold <= current;
+    if (crossed) {
+      crossings.at[crossings.count++] = order_ * order_ + (p - 2) * step_ + 1;
+      inside = !inside;
+    }
+    previous = current;
+  }
+}
+
+}  // namespace sagx

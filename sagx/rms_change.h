@@ -1,0 +1,39 @@
+// Where the RMS curves of a window change, by their SVD feature: what both RMS segmentations begin with. Private to the
+// stages.
+#pragma once
+
+#include "sagx/boundary_list.h"
+#include "sagx/dq_dipx.h"
+
+namespace sagx {
+
+class RmsChange {
+ public:
+  /// One feature per phase every `step` samples of the window `buf`.
+  RmsChange(dq_data& buf, int step);
+
+  /// Fills the minimum curve u of the window.
+  void keep_minimum_curve();
+
+  /// Fills feasvd_a, feasvd_b and feasvd_c, one entry per position. Nothing for a step of 0 or a rate without an order.
+  void measure();
+
+  /// Searches the crossings of one per cent of `nominal`, and of ever lower thresholds until there are at least
+  /// `enough`. After ten tries the last one's stand. Entries behind the count are left over from earlier tries.
+  void search(float nominal, int enough, BoundaryList& crossings) const;
+
+  /// Positions with a feature.
+  [[nodiscard]] int positions() const { return positions_; }
+
+ private:
+  void scan(float threshold, BoundaryList& crossings) const;
+  [[nodiscard]] float feature_at(int position) const;
+
+  dq_data& buf_;
+  int samples_;
+  int order_;
+  int step_;
+  int positions_ = 0;
+};
+
+}  // namespace sagx

@@ -1,0 +1,40 @@
+#include "sagx/segment_features.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "sagx/dipx_lib.h"
+#include "sagx/voltagechange.h"
+
+namespace sagx {
+
+Sequences::Sequences(dq_data& data, int sample) {
+  seq_cal(&data.vec_ua[sample], &data.vec_ub[sample], &data.vec_uc[sample], &positive);
+  seq_cal(&data.vec_ua[sample], &data.vec_uc[sample], &data.vec_ub[sample], &negative);
+  seq0_cal(&data.vec_ua[sample], &data.vec_ub[sample], &data.vec_uc[sample], &zero);
+}
+
+float magnitude(const vec_struct& phasor) {
+  return static_cast<float>(std::sqrt(static_cast<double>(phasor.x * phasor.x + phasor.r * phasor.r)));
+}
+
+float unbalance_ratio(const Sequences& sequences) {
+  const float positive = magnitude(sequences.positive);
+  return positive > 1.0F ? magnitude(sequences.negative) / positive * 100.0F : 0.0F;
+}
+
+void store_jump(float jump, float& positive, float& negative) {
+  positive = jump >= 0 ? jump : 0.0F;
+  negative = jump >= 0 ? 0.0F : jump;
+}
+
+void measure_voltage_change(dq_data& data, dq_dipx_struct& dipx, int from, int to) {
+  const int begin = std::min(from, +DQ_RECORD_CAPACITY);
+  const auto length = static_cast<unsigned>(std::min(to, +DQ_RECORD_CAPACITY) - begin);
+  const auto rate = static_cast<unsigned>(dipx.smprate);
+  dipx.Voltagechange_Va = voltagechange(data.rms_ua + begin, length, rate);
+  dipx.Voltagechange_Vb = voltagechange(data.rms_ub + begin, length, rate);
+  dipx.Voltagechange_Vc = voltagechange(data.rms_uc + begin, length, rate);
+}
+
+}  // namespace sagx
