@@ -33,7 +33,6 @@ class RmsSegmentation {
     change_.measure();
     std::printf("svd time=%dms\r\n", static_cast<int>(static_cast<unsigned>(mms_get_ms_time()) - begin_time));
     change_.search(dipx_.un, 4, T_);
-    std::printf("T_num = %d\r\n", T_.count);
     prune_small_changes();
     store();
   }

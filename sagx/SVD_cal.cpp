@@ -1,8 +1,11 @@
 #include "sagx/SVD_cal.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
+#include <limits>
 
+#include "sagx/spread.h"
 #include "sagx/three_phases.h"
 
 namespace {
@@ -40,4 +43,16 @@ int SVD_datapro(dq_data* buf, dq_dipx_struct* /*dipx*/) {
     reduced.feasvd_ten_f[tenth] = share * 100.0F;
   }
   return 0;
+}
+
+float SVD_bzc(void) {
+  const int half = feasvd_buf.feasvd_smp / 2;
+  const unsigned held = std::min(feasvd_buf.feasvd_num, unsigned{DQ_RECORD_CAPACITY});
+  // The last whole half-cycle stays out on purpose, with the partial one that may follow it.
+  const int blocks = half < 1 ? 0 : static_cast<int>(held / static_cast<unsigned>(half)) - 1;
+  std::printf("seg_num=%d\r\n", blocks);
+  if (blocks < 1) return std::numeric_limits<float>::quiet_NaN();
+  float sum = 0;
+  for (int i = 0; i < blocks; i++) sum += sagx::standard_deviation(feasvd_buf.feasvd_redu + i * half, half);
+  return sum / static_cast<float>(blocks);
 }

@@ -1,4 +1,4 @@
-/* Reduction of the SVD feature to its distribution. */
+/* Reduction of the SVD feature to its distribution and its spread. */
 #ifndef SAGX_SVD_CAL_H
 #define SAGX_SVD_CAL_H
 
@@ -14,6 +14,13 @@ extern "C" {
  * the top tenth takes 1 itself and what is no number. `dipx` is not used. Returns 0.
  */
 DIPX_API int SVD_datapro(dq_data* buf, dq_dipx_struct* dipx);
+
+/*
+ * Mean standard deviation of the reduced feature (feasvd_redu of feasvd_buf) over its half-cycles but the last: how
+ * restless it is. Reads feasvd_num, at most 384000, and feasvd_smp, samples per cycle. Prints the number of half-cycles
+ * looked at; NaN when there is none.
+ */
+DIPX_API float SVD_bzc(void);
 
 #ifdef __cplusplus
 }

@@ -1,13 +1,17 @@
 // Measures of the record as a whole, for the driver: the nominal voltage on which every threshold rests, and whether
-// the RMS is steady enough for a dip to be measured against it. Sums are float, roots double.
+// the RMS is steady enough for a dip to be measured against it. Sums are float, roots double. Symmetrical components,
+// for the feature stages. Checks of boundary lists, for the stages and, the longer ones, for hosts' test harnesses.
 #include "sagx/dipx_lib.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
+#include "sagx/spread.h"
+#include "sagx/three_phases.h"
 
 namespace {
 
@@ -23,24 +27,76 @@ float two_cycle_rms_sum(const float* samples, int smp) {
   return total;
 }
 
-/// Population standard deviation of `count` RMS values.
-float standard_deviation(const float* values, int count) {
-  const auto divisor = static_cast<float>(count);
-  float sum = 0;
-  for (int j = 0; j < count; j++) sum += values[j];
-  const float mean = sum / divisor;
-  float squares = 0;
-  for (int j = 0; j < count; j++) squares += (values[j] - mean) * (values[j] - mean);
-  return static_cast<float>(std::sqrt(static_cast<double>(squares / divisor)));
-}
-
 /// Share of the first `blocks` half-cycles of an RMS curve that fluctuate.
 float restless_share(const float* rms, int half, int blocks) {
   int restless = 0;
   for (int i = 0; i < blocks; i++) {
-    if (standard_deviation(rms + static_cast<std::ptrdiff_t>(i) * half, half) > 0.5) restless++;
+    if (sagx::standard_deviation(rms + static_cast<std::ptrdiff_t>(i) * half, half) > 0.5) restless++;
   }
   return static_cast<float>(restless) / static_cast<float>(blocks);
+}
+
+/// Distance of two positions.
+unsigned distance(int a, int b) {
+  return a > b ? static_cast<unsigned>(a) - static_cast<unsigned>(b)
+               : static_cast<unsigned>(b) - static_cast<unsigned>(a);
+}
+
+/// Where a host expects the boundaries of a dip in its window: the margins are four cycles long.
+struct NominalDip {
+  NominalDip(int smp, int datalen) : start(4LL * smp), end(datalen - start) {}
+  long long start;
+  long long end;
+};
+
+/// The first sample of the whole record's dip below the threshold, moved, and the last one.
+struct RecordDip {
+  int start = 0;
+  int end = 0;
+};
+
+RecordDip find_record_dip(const dq_dipx_rms& record, int smprate) {
+  const auto lowest = [&](int i) { return sagx::smallest_of(record.rmsa[i], record.rmsb[i], record.rmsc[i]); };
+  const auto samples = static_cast<int>(std::min(static_cast<unsigned>(record.smp_num), unsigned{DQ_RECORD_CAPACITY}));
+  int first = 0;
+  for (int i = 1; i < samples && first == 0; i++) {
+    if (lowest(i) < record.ut && record.ut <= lowest(i - 1)) first = i;
+  }
+  int last = 0;
+  for (int i = samples - 2; i >= 1 && last == 0; i--) {
+    if (lowest(i) < record.ut && record.ut <= lowest(i + 1)) last = i;
+  }
+  // Half-way to five cycles: odd, and kept, for harnesses compare the logged positions.
+  return {static_cast<int>((5LL * smprate + first) / 2), last};
+}
+
+/// What is wrong with the boundaries of a record's only dip: 0 for nothing, else the number that the log calls its
+/// type.
+int verdict(const RecordDip& dip90, const dq_dipx_struct& dipx, int evt_num) {
+  if (evt_num == 0 || evt_num > 1) return 1;
+  if (dipx.T_num < 3 || dipx.T_num > 19) return 2;
+  const int* const end = dipx.T + dipx.T_num;
+  if (std::adjacent_find(dipx.T, end) != end) return 3;
+  const auto cycle = static_cast<unsigned>(dipx.smprate);
+  if (distance(dipx.T[0], dip90.start) > 2 * cycle) return 4;
+  if (distance(end[-1], dip90.end) > 5 * cycle) return 5;
+
+  const unsigned length = static_cast<unsigned>(dip90.end) - static_cast<unsigned>(dip90.start);
+  auto gap = static_cast<unsigned>(dipx.smprate / 8);
+  if (length != 0 && length < gap) gap = length / 2;
+  for (int i = 1; i < dipx.T_num - 1; i += 2) {
+    // A gap backward counts as a long one.
+    if (static_cast<unsigned>(dipx.T[i + 1]) - static_cast<unsigned>(dipx.T[i]) < gap) return 6;
+  }
+  return 0;
+}
+
+void log_verdict(int type, const RecordDip& dip90, const dq_dipx_struct& dipx) {
+  std::FILE* log = std::fopen("result.txt", "a+");
+  if (log == nullptr) return;
+  std::fprintf(log, "type%02d T90:%05d-%05d T_num=%03d T[0]=%05d T[1]=%05d T[2]=%05d T[3]=%05d\r\n", type, dip90.start,
+               dip90.end, dipx.T_num, dipx.T[0], dipx.T[1], dipx.T[2], dipx.T[3]);
+  std::fclose(log);
 }
 
 }  // namespace
@@ -114,4 +170,47 @@ int seg_check(int* T, int num) {
   if (rule == 0) return 0;
   std::printf("seg check err%d\r\n", rule);
   return 1;
+}
+
+int seg_reinit(int* Tin, int* Tout, int num) {
+  if (Tin == nullptr || Tout == nullptr || num < 1) return 0;
+  std::memmove(Tout, Tin, static_cast<std::size_t>(num) * sizeof *Tin);
+  return 0;
+}
+
+int seg_reinit90(int* T, int smp, int datalen) {
+  if (T == nullptr) return 0;
+  const NominalDip nominal(smp, datalen);
+  T[0] = static_cast<int>(nominal.start - smp / 4);
+  T[1] = static_cast<int>(nominal.start);
+  T[2] = static_cast<int>(nominal.end);
+  T[3] = static_cast<int>(nominal.end + smp / 4);
+  return 0;
+}
+
+int seg_check_dgz(int* T, int num, int smp, int datalen) {
+  if (T == nullptr || num <= 2) return 1;
+  const NominalDip nominal(smp, datalen);
+  const auto expected = [=](int boundary) { return static_cast<long long>(boundary) - smp; };
+  const long long middle = static_cast<long long>(T[2]) - T[1];
+  const long long nominal_middle = nominal.end - nominal.start;
+  if (middle < 0 || expected(T[0]) > nominal.start || expected(T[1]) < nominal.start) return 1;
+  if (num > 3 && (expected(T[2]) > nominal.end || expected(T[3]) < nominal.end)) return 1;
+  return middle < nominal_middle / 2 || middle > nominal_middle ? 1 : 0;
+}
+
+int seg_check_hh(dq_dipx_rms* rms_buf, dipx_data_struct* /*dipx_data*/, dq_dipx_struct* dipx, int evt_num,
+                 int wr_or_check) {
+  if (rms_buf == nullptr || dipx == nullptr) return 0;
+  const RecordDip dip90 = find_record_dip(*rms_buf, dipx->smprate);
+  const int type = verdict(dip90, *dipx, evt_num);
+  if (wr_or_check == 1) log_verdict(type, dip90, *dipx);
+  return type != 0 ? 1 : 0;
+}
+
+void print_to_test(char* filename, int x) {
+  std::FILE* file = filename != nullptr ? std::fopen(filename, "w+") : nullptr;
+  if (file == nullptr) return;
+  std::fprintf(file, "%d", x);
+  std::fclose(file);
 }

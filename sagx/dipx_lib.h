@@ -1,4 +1,4 @@
-/* Measures of the record as a whole, symmetrical components with the dip category, and the check of boundary lists. */
+/* Measures of the record as a whole, symmetrical components with the dip category, and checks of boundary lists. */
 #ifndef SAGX_DIPX_LIB_H
 #define SAGX_DIPX_LIB_H
 
@@ -49,6 +49,41 @@ DIPX_API int symmetrical_components_dq(vec_struct* phasor_up0, vec_struct* phaso
 /* 0 when T[0 .. num - 1] is a list of 2 to 32 boundaries, none negative and none below the one before; otherwise 1,
  * with a line that names the first rule broken. A null list is one of none. */
 DIPX_API int seg_check(int* T, int num);
+
+/*
+ * Diagnostics for test harnesses; the analysis calls none of them. Boundaries are sample positions in a dip's window,
+ * whose margins are four cycles; smp: samples per cycle.
+ */
+
+/* Copies `num` boundaries from Tin to Tout. Returns 0. Null pointers and num < 1: nothing is copied. */
+DIPX_API int seg_reinit(int* Tin, int* Tout, int num);
+
+/* Writes the four nominal boundaries of a window of `datalen` samples: the margins' inner ends (T[1], T[2]) and a
+ * quarter cycle outside each (T[0], T[3]). Returns 0. A null list is left alone. */
+DIPX_API int seg_reinit90(int* T, int smp, int datalen);
+
+/* 0 when `num` boundaries fit the nominal ones of a window of `datalen` samples, each of them being expected a cycle
+ * late: transitions round the nominal ends, and a middle part of half to all of the nominal one. Otherwise 1, as for
+ * less than three boundaries and a null list. From four boundaries on the second transition is looked at too. */
+DIPX_API int seg_check_dgz(int* T, int num, int smp, int datalen);
+
+/*
+ * Judges the boundaries of a record's only dip against where the lowest RMS of the whole record crosses the threshold.
+ * Returns 1 when something is wrong, 0 otherwise and for null pointers.
+ *
+ * rms_buf: rmsa, rmsb, rmsc, smp_num (never followed past the arrays) and ut; dipx_data: not used; dipx: smprate, T and
+ * T_num; evt_num: the record's dips. With wr_or_check 1 a line is appended to result.txt in the working directory, when
+ * that can be opened. Its type is the first that applies: 01 not exactly one dip, 02 T_num below 3 or above 19, 03 two
+ * equal neighbours, 04 the first boundary more than two cycles from the dip's start (half-way between the crossing and
+ * five cycles), 05 the last one more than five cycles from its last sample, 06 a segment shorter than an eighth of a
+ * cycle (than half the dip when that is shorter), 00 nothing.
+ */
+DIPX_API int seg_check_hh(dq_dipx_rms* rms_buf, dipx_data_struct* dipx_data, dq_dipx_struct* dipx, int evt_num,
+                          int wr_or_check);
+
+/* Writes x in decimal, without a line end, to `filename`, replacing what is there. Does nothing when that cannot be
+ * opened or is null. */
+DIPX_API void print_to_test(char* filename, int x);
 
 #ifdef __cplusplus
 }

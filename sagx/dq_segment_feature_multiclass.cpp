@@ -15,6 +15,7 @@
 #include "sagx/dq_change.h"
 #include "sagx/dq_delay.h"
 #include "sagx/dqdelay_POW.h"
+#include "sagx/rms_change.h"
 #include "sagx/segment_features.h"
 #include "sagx/svd_feature.h"
 #include "sagx/three_phases.h"
@@ -197,6 +198,21 @@ class ShortSegmentation {
   BoundaryList T_;
 };
 
+/// The alternative segmentation moves the end of each transition to the last sample at which phase A changes; it looks
+/// at that phase alone on purpose.
+void sharpen_ends(const dq_data& buf, float depth, BoundaryList& T) {
+  const double least = 0.01 * static_cast<double>(depth);
+  const BoundaryList found = T;
+  for (int j = 1; j < T.count; j += 2) {
+    for (int i = found.at[j]; i > found.at[j - 1]; i--) {
+      if (static_cast<double>(std::fabs(buf.rms_ua[i] - buf.rms_ua[i - 1])) > least) {
+        T.at[j] = i;
+        break;
+      }
+    }
+  }
+}
+
 // --- features --------------------------------------------------------------------------------------------------------
 
 /// Filter start-up and run-out give way to what stands a quarter cycle inside.
@@ -363,6 +379,18 @@ void measure_segments(dq_data& data, dq_dipx_struct& dipx, int quarter) {
 void SVDsegment_multiclass3(dq_data* buf, dq_dipx_struct* dipx) {
   if (buf == nullptr || dipx == nullptr) return;
   ShortSegmentation(*buf, *dipx).run();
+}
+
+void SVDsegment_multiclass4(dq_data* buf, dq_dipx_struct* dipx) {
+  if (buf == nullptr || dipx == nullptr) return;
+  sagx::RmsChange change(*buf, 1);
+  change.keep_minimum_curve();
+  change.measure();
+  BoundaryList T;
+  change.search(dipx->un, 2, T);
+  sharpen_ends(*buf, dipx->ud, T);
+  dipx->T_rms_num = std::min(T.count, +DQ_LIST_CAPACITY);
+  std::copy_n(T.at, dipx->T_rms_num, dipx->T_rms);
 }
 
 void dq_segment_feature_multiclass(dq_data* data, dq_dipx_struct* dipx) {

@@ -1,4 +1,4 @@
-/* Segmentation and features of a dip whose window is at most 500 cycles long. */
+/* Segmentation and features of a dip whose window is at most 500 cycles long, and an alternative segmentation. */
 #ifndef SAGX_DQ_SEGMENT_FEATURE_MULTICLASS_H
 #define SAGX_DQ_SEGMENT_FEATURE_MULTICLASS_H
 
@@ -29,6 +29,17 @@ DIPX_API void SVDsegment_multiclass3(dq_data* buf, dq_dipx_struct* dipx);
  * record, for null pointers and for a window beyond 70400 samples nothing is done.
  */
 DIPX_API void dq_segment_feature_multiclass(dq_data* data, dq_dipx_struct* dipx);
+
+/*
+ * Divides the window by the SVD feature of its RMS curves at every sample: an alternative that the analysis does not
+ * run. Writes T_rms (at most 32 boundaries) and T_rms_num of `dipx`, the minimum curve u and the features (one entry
+ * per position in feasvd_a, feasvd_b, feasvd_c) of `buf`. The end of each transition is moved to where the RMS of phase
+ * A last changes by more than one per cent of the depth.
+ *
+ * Reads num, smp, rms_ua, rms_ub, rms_uc of `buf` and un, ud of `dipx`. Samples beyond 384000 are not looked at; a rate
+ * whose order lies outside 1 to 9 has no features. Prints the number of crossings. Null pointers: nothing is done.
+ */
+DIPX_API void SVDsegment_multiclass4(dq_data* buf, dq_dipx_struct* dipx);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,7 @@
 #include "sagx/rms_change.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "sagx/svd_feature.h"
 #include "sagx/three_phases.h"
@@ -33,9 +34,10 @@ void RmsChange::search(float nominal, int enough, BoundaryList& crossings) const
   auto threshold = static_cast<float>(0.01 * static_cast<double>(nominal));
   for (int attempt = 0; attempt < most_tries; attempt++) {
     scan(threshold, crossings);
-    if (crossings.count >= enough) return;
+    if (crossings.count >= enough) break;
     threshold = static_cast<float>(static_cast<double>(threshold) * 0.8);
   }
+  std::printf("T_num = %d\r\n", crossings.count);
 }
 
 float RmsChange::feature_at(int position) const {

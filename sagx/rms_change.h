@@ -19,7 +19,8 @@ class RmsChange {
   void measure();
 
   /// Searches the crossings of one per cent of `nominal`, and of ever lower thresholds until there are at least
-  /// `enough`. After ten tries the last one's stand. Entries behind the count are left over from earlier tries.
+  /// `enough`. After ten tries the last one's stand. Entries behind the count are left over from earlier tries. Prints
+  /// the count.
   void search(float nominal, int enough, BoundaryList& crossings) const;
 
   /// Positions with a feature.
