@@ -13,6 +13,8 @@
 #include <stdexcept>
 
 #include "command/library_lines.h"
+#include "command/long_dip.h"
+#include "command/phase_angle.h"
 #include "command/refusal.h"
 #include "command/temporary_folder.h"
 #include "dipx_dll.h"
@@ -252,11 +254,21 @@ class LoneDip {
     dip_.obstacle = Obstacle::not_found_again;
     const auto found = found_again(dip_, dip_.stretch);
     if (!found) return;
-    dip_.obstacle = obstacle_of(sagx::last_outcome.dips[found->index].outcome, *found);
-    dip_.gradual_fall_doubtful = 8 * off_its_place(*found, dip_.stretch) > cycles(1);
+    const auto& [outcome, long_window] = sagx::last_outcome.dips[found->index];
+    dip_.obstacle = obstacle_of(outcome, *found);
+    // Long windows are divided by boundaries of their own, wherever the fall lies.
+    dip_.gradual_fall_doubtful = !long_window && 8 * off_its_place(*found, dip_.stretch) > cycles(1);
     const auto& result = new_dipx_buf[found->index];
-    if (dip_.obstacle == Obstacle::none && !inside_window(result, *found)) dip_.obstacle = Obstacle::not_segmented;
-    if (dip_.obstacle == Obstacle::none) take_results(result);
+    if (dip_.obstacle == Obstacle::none && !long_window && !inside_window(result, *found)) {
+      dip_.obstacle = Obstacle::not_segmented;
+    }
+    if (dip_.obstacle != Obstacle::none) return;
+    take_results(result);
+    if (long_window) {
+      take_long_segments(result, *found);
+    } else {
+      for (int s = 0; s < result.u_min_num; s++) dip_.segments.push_back(segment_of(result, s));
+    }
   }
 
   /// Whether all segments lie within the dip's window. Where a fall is not in its place they may be put past it, and
@@ -274,7 +286,7 @@ class LoneDip {
   [[nodiscard]] Obstacle obstacle_of(sagx::DipOutcome outcome, const Found& found) const {
     switch (outcome) {
       case sagx::DipOutcome::analysed:
-        return sagx::last_outcome.dips[found.index].long_window ? Obstacle::long_window : Obstacle::none;
+        return Obstacle::none;
       case sagx::DipOutcome::not_segmented:
         return Obstacle::not_segmented;
       case sagx::DipOutcome::too_shallow:
@@ -300,13 +312,30 @@ class LoneDip {
     }
     dip_.voltage_change = {result.Voltagechange_Va, result.Voltagechange_Vb, result.Voltagechange_Vc};
     for (double& change : dip_.voltage_change) change *= cycles_per_20_ms / level_factor_;
-    for (int s = 0; s < result.u_min_num; s++) dip_.segments.push_back(segment_of(result, s));
+  }
+
+  void take_long_segments(const dq_dipx_struct& result, const Found& found) {
+    const LongDip dip(result, static_cast<int>(found.fall - dip_.stretch.begin - cycles(sagx::window_margin_cycles)));
+    if (dip_.point_on_wave) {
+      for (double& degrees : *dip_.point_on_wave) {
+        degrees = std::fmod(degrees + dip.point_on_wave_correction(), 360.0);
+        if (degrees < 0) degrees += 360;
+      }
+    }
+    for (int s = 0; s < result.min_num; s++) {
+      dip_.segments.push_back(segment_of(dip.result(), s));
+      Segment& segment = dip_.segments.back();
+      const auto at = static_cast<std::size_t>(2 * s + 1);
+      segment.samples = {position(dip.boundaries()[at]), position(dip.boundaries()[at + 1])};
+      segment.phase_jump = dip.phase_jump(s);
+    }
+  }
+
+  [[nodiscard]] std::size_t position(int boundary) const {
+    return std::min(dip_.stretch.begin + static_cast<std::size_t>(std::max(boundary, 0)), waveform_[0].size());
   }
 
   [[nodiscard]] Segment segment_of(const dq_dipx_struct& result, int s) const {
-    const auto position = [&](int boundary) {
-      return std::min(dip_.stretch.begin + static_cast<std::size_t>(std::max(boundary, 0)), waveform_[0].size());
-    };
     Segment segment;
     segment.samples = {position(result.T[2 * s + 1]), position(result.T[2 * s + 2])};
     segment.residual = {result.ua_min[s] / level_factor_, result.ub_min[s] / level_factor_,
@@ -324,8 +353,7 @@ class LoneDip {
   /// The result's own jumps are read at the window's first sample. The window record still holds the referenced angles,
   /// so here they are read where the segment is lowest.
   static double jump_at(const float (&angles)[DQ_WINDOW_CAPACITY], int position) {
-    const double jump = std::remainder(static_cast<double>(angles[position]), 360.0);
-    return jump > -180 ? jump : jump + 360;
+    return within_half_a_turn(angles[position]);
   }
 
   Dip& dip_;
@@ -385,8 +413,6 @@ ObstacleText describe(Obstacle obstacle) {
       return {"too_long", "with four cycles on either side it is longer than 384000 samples"};
     case Obstacle::not_segmented:
       return {"not_segmented", "its segments could not be told apart"};
-    case Obstacle::long_window:
-      return {"long_window", "with four cycles on either side it is longer than 500 cycles; segments are not measured"};
     case Obstacle::unsteady_before:
       return {"unsteady_before", "the voltage before it is not steady"};
     case Obstacle::not_found_again:

@@ -23,7 +23,6 @@ enum class Obstacle {
   unstable,         ///< the RMS fluctuates in more than half of the half-cycles round it
   too_long,         ///< its window is longer than the library holds
   not_segmented,    ///< its segments could not be told apart
-  long_window,      ///< with four cycles on either side longer than 500 cycles: segments are not measured yet
   unsteady_before,  ///< the first two cycles of its stretch are not steady
   not_found_again   ///< it does not cross the threshold of its own stretch
 };

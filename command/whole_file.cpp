@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <system_error>
 
 namespace command {
@@ -52,26 +53,49 @@ class Draft {
   int descriptor_;
 };
 
+[[noreturn]] void fail(const std::filesystem::path& file) {
+  throw std::system_error(errno, std::generic_category(), file.string());
+}
+
+/// Devices and pipes are written to; a rename would put a file in their place.
+bool is_written_in_place(const std::filesystem::path& file) {
+  std::error_code ignored;
+  return std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored) &&
+         !std::filesystem::is_directory(file, ignored);
+}
+
+void write_in_place(const std::filesystem::path& file, const std::string& bytes) {
+  std::FILE* stream = std::fopen(file.c_str(), "wb");
+  const bool opened = stream != nullptr;
+  const bool written = opened && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+  if (!(opened && std::fclose(stream) == 0 && written)) fail(file);
+}
+
+/// A link stays a link: what it points to is replaced.
+std::filesystem::path behind_links(const std::filesystem::path& file) {
+  std::error_code ignored;
+  return std::filesystem::is_symlink(file, ignored) ? std::filesystem::weakly_canonical(file) : file;
+}
+
 }  // namespace
 
 void write_whole(const std::filesystem::path& file, const std::string& bytes) {
-  // Devices and pipes are written to; a rename would put a file in their place.
-  std::error_code ignored;
-  if (std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored) &&
-      !std::filesystem::is_directory(file, ignored)) {
-    std::FILE* stream = std::fopen(file.c_str(), "wb");
-    const bool opened = stream != nullptr;
-    const bool written = opened && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
-    if (!(opened && std::fclose(stream) == 0 && written)) {
-      throw std::system_error(errno, std::generic_category(), file.string());
-    }
-    return;
+  write_whole({{file, bytes}});
+}
+
+void write_whole(const std::vector<NamedBytes>& files) {
+  std::vector<std::unique_ptr<Draft>> drafts;
+  for (const auto& [file, bytes] : files) {
+    drafts.push_back(is_written_in_place(file) ? nullptr : std::make_unique<Draft>(behind_links(file)));
+    if (drafts.back() != nullptr && !drafts.back()->write(bytes)) fail(file);
   }
-  // A link stays a link: what it points to is replaced.
-  const auto target = std::filesystem::is_symlink(file, ignored) ? std::filesystem::weakly_canonical(file) : file;
-  Draft draft(target);
-  if (!draft.write(bytes) || !draft.rename_to(target)) {
-    throw std::system_error(errno, std::generic_category(), file.string());
+  for (std::size_t i = 0; i < files.size(); i++) {
+    const auto& [file, bytes] = files[i];
+    if (drafts[i] == nullptr) {
+      write_in_place(file, bytes);
+    } else if (!drafts[i]->rename_to(behind_links(file))) {
+      fail(file);
+    }
   }
 }
 

@@ -3,11 +3,21 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace command {
 
 /// Writes `bytes` to `file`, replacing what stood there, by way of a temporary name beside it. Throws std::system_error
 /// whose text names the file; then nothing has changed.
 void write_whole(const std::filesystem::path& file, const std::string& bytes);
+
+/// A file to be written.
+struct NamedBytes {
+  std::filesystem::path file;
+  std::string bytes;
+};
+
+/// The same for files that belong together: none is replaced before all of them are written under temporary names.
+void write_whole(const std::vector<NamedBytes>& files);
 
 }  // namespace command

@@ -1,7 +1,8 @@
-// Reads COMTRADE records that lie in two files: configuration (.cfg) and data (.dat).
+// Reads COMTRADE records: configuration (.cfg) and data (.dat), in two files or in one (.cff).
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "readers/record.h"
 
@@ -10,5 +11,12 @@ namespace readers {
 /// Reads the record whose .cfg or .dat file is `path`; the other one lies beside it, in any letter case. Revisions
 /// 1991, 1999 and 2013 with ASCII or BINARY data. Throws ReadError.
 Record read_comtrade(const std::string& path);
+
+/// Whether content is that of a single-file record (.cff): its first line announces a section.
+bool is_single_comtrade(std::string_view content);
+
+/// Reads the content of a single-file record with ASCII or BINARY data. `file` is its name for messages. Throws
+/// ReadError.
+Record read_single_comtrade(const std::string& file, std::string_view content);
 
 }  // namespace readers

@@ -13,8 +13,8 @@ namespace readers {
 namespace {
 
 constexpr const char* kReadable =
-    "what is read: COMTRADE pairs of .cfg and .dat files with ASCII or BINARY data, and CSV files (.csv, .tsv, .txt, "
-    "or - for standard input)";
+    "what is read: COMTRADE records (.cfg with .dat, or .cff) with ASCII or BINARY data, and CSV files (.csv, .tsv, "
+    ".txt); - for standard input takes .cff and CSV";
 
 /// Why a file of a known but unread kind is refused and what helps, by its extension.
 struct Refusal {
@@ -24,8 +24,6 @@ struct Refusal {
 };
 
 constexpr Refusal kRefusals[] = {
-    {".cff", "single-file COMTRADE records (.cff) are not read",
-     "convert it to a .cfg/.dat pair with ASCII or BINARY data"},
     {".pqd", "PQDIF records are not read", "convert it to a COMTRADE .cfg/.dat pair with ASCII or BINARY data"},
     {".pqdif", "PQDIF records are not read", "convert it to a COMTRADE .cfg/.dat pair with ASCII or BINARY data"},
     {".hdr", "is the remarks file of a COMTRADE record", "name the .cfg file of the record"},
@@ -59,7 +57,12 @@ void note_missing_values(Record& record) {
 }
 
 Record read_by_kind(const std::string& path, const OpenOptions& options) {
-  if (path == "-") return read_csv("standard input", read_standard_input(), options.sampling_rate);
+  if (path == "-") {
+    const std::string content = read_standard_input();
+    const std::string name = "standard input";
+    return is_single_comtrade(content) ? read_single_comtrade(name, content)
+                                       : read_csv(name, content, options.sampling_rate);
+  }
 
   const std::string name = inert(path);
   const std::string extension = extension_of(path);
@@ -69,6 +72,7 @@ Record read_by_kind(const std::string& path, const OpenOptions& options) {
   for (const Refusal& refusal : kRefusals) {
     if (extension == refusal.extension) throw ReadError(name, "", refusal.cause, refusal.cure);
   }
+  if (extension == ".cff" || is_single_comtrade(content)) return read_single_comtrade(name, content);
   const bool table = extension == ".csv" || extension == ".tsv" || extension == ".txt" || looks_like_table(content);
   if (!table) throw ReadError(name, "", "is not a kind of record that is read", kReadable);
   return read_csv(name, content, options.sampling_rate);

@@ -1,7 +1,7 @@
-// accuracy_table [COUNT [SEED]]: analyses COUNT random dips whose figures are known and prints how often each figure is
-// right, by what the dips are like.
+// accuracy_table: analyses random dips whose figures are known and prints how often each figure is right, by what the
+// dips are like.
+#include <CLI/CLI.hpp>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <random>
 #include <string>
@@ -34,14 +34,25 @@ std::string text(const char* name, double value) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int count = argc > 1 ? std::atoi(argv[1]) : 600;
-  const bool show_misses = std::getenv("SHOW_MISSES") != nullptr;
-  std::mt19937 random(argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 1U);
+  CLI::App app("Analyses random dips whose figures are known and tells how often each figure is right");
+  int count = 600;
+  unsigned seed = 1;
+  bool long_dips = false;
+  bool pipe = false;
+  bool misses = false;
+  app.add_option("COUNT", count, "Dips");
+  app.add_option("SEED", seed, "Another number makes other dips");
+  app.add_flag("--long", long_dips, "Dips of 500 to 2500 cycles");
+  app.add_flag("--pipe", pipe, "By way of dipx synth | dipx analyse -");
+  app.add_flag("--misses", misses, "List the dips of which a figure is wrong");
+  CLI11_PARSE(app, argc, argv);
+
+  std::mt19937 random(seed);
   std::map<std::string, Tally> tallies;
   for (int i = 0; i < count; i++) {
-    const accuracy::DipCase dip = accuracy::random_case(random);
-    const auto hits = accuracy::judge(dip, accuracy::analysis_of(dip));
-    if (show_misses && !hits.all()) {
+    const auto dip = long_dips ? accuracy::random_long_case(random) : accuracy::random_case(random);
+    const auto hits = accuracy::judge(dip, pipe ? accuracy::piped_analysis_of(dip) : accuracy::analysis_of(dip));
+    if (misses && !hits.all()) {
       std::printf("%s%s%s%s%s  %s\n", hits.segments ? "." : "S", hits.residual ? "." : "R", hits.boundaries ? "." : "B",
                   hits.category ? "." : "C", hits.jump ? "." : "J", accuracy::text_of(dip).c_str());
     }

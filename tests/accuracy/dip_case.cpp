@@ -1,55 +1,62 @@
 #include "tests/accuracy/dip_case.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <complex>
+#include <cstdio>
 #include <numbers>
 #include <sstream>
+#include <stdexcept>
 #include <vector>
+
+#include "command/analysis.h"
+#include "command/analysis_json.h"
+#include "synth/waveform.h"
 
 namespace accuracy {
 
 namespace {
 
-using Phasor = std::complex<double>;
-using Phasors = std::array<Phasor, 3>;
-
-constexpr double nominal = 230;
+constexpr double cycle = 0.02;  // seconds
 constexpr double tail_cycles = 15;
 
-Phasor turned(double degrees) {
-  return std::polar(1.0, degrees * std::numbers::pi / 180);
+bool moves_together(Kind kind) {
+  return kind >= Kind::two_bc && kind <= Kind::two_ab;
 }
 
-/// Each phase against what it is before the dip.
-Phasors ratios(const DipCase& dip, double depth) {
-  const Phasor shrunk = (1 - depth) * turned(dip.jump);
-  const int which = static_cast<int>(dip.kind);
-  Phasors result = {1, 1, 1};
-  const auto two_phases = [&](int index, Phasor first, Phasor second) {  // 0: B and C, 1: C and A, 2: A and B
-    result[static_cast<std::size_t>((index + 1) % 3)] = first;
-    result[static_cast<std::size_t>((index + 2) % 3)] = second;
+const char* phases_of(Kind kind) {
+  constexpr std::array<const char*, kinds> phases = {"A", "B", "C", "B-C", "C-A", "A-B", "BC", "CA", "AB", "ABC"};
+  return phases[static_cast<std::size_t>(kind)];
+}
+
+synth::Factors ratios(const DipCase& dip, double depth) {
+  return synth::factors_of(synth::parse_fault(phases_of(dip.kind)), 100 * depth, dip.jump);
+}
+
+/// What `dipx synth` is told, for a shell.
+std::string arguments_of(const synth::DipDescription& description) {
+  std::ostringstream text;
+  text.precision(17);
+  const auto add = [&](const char* option, const std::vector<double>& values) {
+    for (std::size_t i = 0; i < values.size(); i++) text << (i == 0 ? option : ",") << values[i];
   };
-  if (dip.kind == Kind::balanced) {
-    result = {shrunk, shrunk, shrunk};
-  } else if (which <= static_cast<int>(Kind::single_c)) {
-    result[static_cast<std::size_t>(which)] = shrunk;
-  } else if (which <= static_cast<int>(Kind::two_ab)) {
-    // The line voltage between the two shrinks to `line`, its middle stays: -1/2 -+ j sqrt(3)/2 line.
-    const double line = std::sqrt(((1 - depth) * (1 - depth) - 0.25) / 0.75);
-    const Phasor moved = Phasor(-0.5, -std::numbers::sqrt3 / 2 * line) / Phasor(-0.5, -std::numbers::sqrt3 / 2);
-    two_phases(which - static_cast<int>(Kind::two_bc), moved, std::conj(moved));
-  } else {
-    two_phases(which - static_cast<int>(Kind::two_bc_with_zero), shrunk, shrunk);
-  }
-  return result;
+  text << " --phases=" << description.phases;
+  add(" --rate=", {description.rate});
+  add(" --start=", {description.start});
+  add(" --fall=", {description.fall});
+  add(" --point-on-wave=", {description.point_on_wave});
+  add(" --jump=", description.jumps);
+  add(" --duration=", description.durations);
+  add(" --depth=", description.depths);
+  add(" --length=", {description.length});
+  return text.str();
 }
 
 /// A segment as it should be found.
 struct Truth {
   double begin;  ///< cycles
   double end;
-  Phasors ratio;
+  synth::Factors ratio;
 };
 
 std::vector<Truth> truths(const DipCase& dip) {
@@ -71,89 +78,105 @@ double threshold_crossing(const DipCase& dip) {
   return dip.lead_cycles + dip.fall_cycles * 0.1 / dip.depth;
 }
 
-bool near_jump(double found, const Phasor& ratio) {
+bool near_jump(double found, const synth::Phasor& ratio) {
   const double truth = std::arg(ratio) * 180 / std::numbers::pi;
   return std::abs(std::remainder(found - truth, 360)) <= 2;
 }
 
 }  // namespace
 
-readers::Record record_of(const DipCase& dip) {
-  readers::Record record;
-  record.file = "made in memory";
-  record.line_frequency = 50;
-  const auto parts = truths(dip);
-  const double cycles = parts.back().end + tail_cycles;
-  const auto length = static_cast<std::size_t>(cycles * dip.samples_per_cycle);
-  record.rates = {{50.0 * dip.samples_per_cycle, length}};
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    readers::Channel channel;
-    channel.name = std::string("U") + "abc"[phase];
-    channel.phase = std::string(1, "ABC"[phase]);
-    channel.unit = "V";
-    for (std::size_t i = 0; i < length; i++) {
-      const double at = static_cast<double>(i) / dip.samples_per_cycle;
-      Phasor ratio = 1;
-      if (at >= dip.lead_cycles && at < parts.front().begin) {
-        const double done = (at - dip.lead_cycles) / dip.fall_cycles;
-        ratio = 1.0 + done * (parts.front().ratio[phase] - 1.0);
-      }
-      for (const auto& part : parts) {
-        if (at >= part.begin && at < part.end) ratio = part.ratio[phase];
-      }
-      const Phasor value =
-          nominal * std::numbers::sqrt2 * ratio * turned(360 * at - 120.0 * static_cast<double>(phase));
-      channel.samples.push_back(value.imag());
-    }
-    record.channels.push_back(std::move(channel));
+synth::DipDescription description_of(const DipCase& dip) {
+  synth::DipDescription description;
+  description.phases = phases_of(dip.kind);
+  description.rate = 50.0 * dip.samples_per_cycle;
+  description.start = dip.lead_cycles * cycle;
+  description.fall = dip.fall_cycles * cycle;
+  description.point_on_wave = std::fmod(360 * dip.lead_cycles, 360);  // phase A passes zero at the first sample
+  description.jumps = {dip.jump};
+  if (dip.second_depth > 0) {
+    description.durations = {dip.cycles / 2 * cycle};
+    description.depths = {100 * dip.depth, 100 * dip.second_depth};
+  } else {
+    description.durations = {dip.cycles * cycle};
+    description.depths = {100 * dip.depth};
   }
-  return record;
+  description.length = (dip.lead_cycles + dip.fall_cycles + dip.cycles + tail_cycles) * cycle;
+  return description;
 }
 
-command::Analysis analysis_of(const DipCase& dip) {
-  return command::analyse(record_of(dip), {});
+nlohmann::json analysis_of(const DipCase& dip) {
+  const auto record = synth::record_of(synth::waveform_of(description_of(dip)));
+  return nlohmann::json::parse(command::json_of(record, command::analyse(record, {})));
 }
 
-Hits judge(const DipCase& dip, const command::Analysis& analysis) {
+nlohmann::json piped_analysis_of(const DipCase& dip) {
+  const std::string pipe =
+      DIPX_COMMAND " synth" + arguments_of(description_of(dip)) + " | " DIPX_COMMAND " analyse --json -";
+  std::FILE* output = popen(pipe.c_str(), "r");
+  if (output == nullptr) throw std::runtime_error("cannot run " + pipe);
+  std::string text;
+  std::array<char, 65536> block{};
+  while (const std::size_t count = std::fread(block.data(), 1, block.size(), output)) text.append(block.data(), count);
+  if (pclose(output) != 0) throw std::runtime_error("failed: " + pipe);
+  return nlohmann::json::parse(text);
+}
+
+Hits judge(const DipCase& dip, const nlohmann::json& analysis) {
   const auto parts = truths(dip);
   Hits hits;
-  hits.segments = analysis.dips.size() == 1 && analysis.dips[0].segments.size() == parts.size();
+  hits.segments = analysis["dips"].size() == 1 && analysis["dips"][0]["segments"].size() == parts.size();
   if (!hits.segments) return hits;
   hits.residual = hits.boundaries = hits.category = hits.jump = true;
   for (std::size_t s = 0; s < parts.size(); s++) {
-    const auto& segment = analysis.dips[0].segments[s];
-    const auto cycle_of = [&](std::size_t sample) { return static_cast<double>(sample) / dip.samples_per_cycle; };
+    const auto& segment = analysis["dips"][0]["segments"][s];
+    const auto cycle_of = [&](const char* end) { return segment[end]["time_s"].get<double>() / cycle; };
     const double earliest = s == 0 ? threshold_crossing(dip) : parts[s].begin;
-    hits.boundaries &= cycle_of(segment.samples.begin) >= earliest - 0.5 &&
-                       cycle_of(segment.samples.begin) <= parts[s].begin + 0.5 &&
-                       std::abs(cycle_of(segment.samples.end) - parts[s].end) <= 0.5;
+    hits.boundaries &= cycle_of("start") >= earliest - 0.5 && cycle_of("start") <= parts[s].begin + 0.5 &&
+                       std::abs(cycle_of("end") - parts[s].end) <= 0.5;
     int mask = 0;
     for (std::size_t phase = 0; phase < 3; phase++) {
-      const Phasor& ratio = parts[s].ratio[phase];
-      hits.residual &= std::abs(segment.residual[phase] / nominal - std::abs(ratio)) <= 0.01;
-      hits.jump &= near_jump(segment.phase_jump[phase], ratio);
+      const auto& ratio = parts[s].ratio[phase];
+      const double volts = segment["residual_voltage"][phase]["voltage_v"];
+      hits.residual &= std::abs(volts / 230 - std::abs(ratio)) <= 0.01;
+      hits.jump &= near_jump(segment["phase_jump"][phase]["degrees"], ratio);
       if (std::abs(ratio) < 0.9) mask |= 1 << phase;
     }
-    hits.category &= segment.category == code_of(dip.kind) && segment.low_mask == mask;
+    hits.category &=
+        segment["category"]["code"] == code_of(dip.kind) && segment["phases_below_threshold"]["mask"] == mask;
   }
   return hits;
 }
 
-DipCase random_case(std::mt19937& random) {
-  const auto pick = [&](const std::vector<double>& values) { return values[random() % values.size()]; };
+namespace {
+
+double pick(std::mt19937& random, const std::vector<double>& values) {
+  return values[random() % values.size()];
+}
+
+DipCase random_case_of(std::mt19937& random, const std::vector<double>& durations) {
   DipCase dip;
   dip.kind = static_cast<Kind>(random() % kinds);
-  const bool moves_together = dip.kind >= Kind::two_bc && dip.kind <= Kind::two_ab;
-  dip.depth = pick(moves_together ? std::vector<double>{0.15, 0.2, 0.3, 0.4, 0.45}
-                                  : std::vector<double>{0.15, 0.2, 0.3, 0.5, 0.7, 0.85, 0.95});
-  dip.samples_per_cycle = static_cast<int>(pick({32, 64, 100, 128}));
+  const bool together = moves_together(dip.kind);
+  dip.depth = pick(random, together ? std::vector<double>{0.15, 0.2, 0.3, 0.4, 0.45}
+                                    : std::vector<double>{0.15, 0.2, 0.3, 0.5, 0.7, 0.85, 0.95});
+  dip.samples_per_cycle = static_cast<int>(pick(random, {32, 64, 100, 128}));
   dip.lead_cycles = 6 + static_cast<double>(random() % 20000) / 1000;
-  dip.cycles = pick({1, 2, 3, 5, 8, 10, 20, 50, 100, 400});
+  dip.cycles = pick(random, durations);
   const unsigned shape = random() % 4;
-  if (shape == 1 && !moves_together) dip.jump = pick({-60, -30, -15, -5, 5, 15, 30, 60});
-  if (shape == 2) dip.fall_cycles = pick({1, 2, 5, 10, 20});
+  if (shape == 1 && !together) dip.jump = pick(random, {-60, -30, -15, -5, 5, 15, 30, 60});
+  if (shape == 2) dip.fall_cycles = pick(random, {1, 2, 5, 10, 20});
   if (shape == 3 && dip.cycles >= 5) dip.second_depth = dip.depth > 0.3 ? dip.depth - 0.15 : dip.depth + 0.14;
   return dip;
+}
+
+}  // namespace
+
+DipCase random_case(std::mt19937& random) {
+  return random_case_of(random, {1, 2, 3, 5, 8, 10, 20, 50, 100, 400});
+}
+
+DipCase random_long_case(std::mt19937& random) {
+  return random_case_of(random, {500, 600, 750, 1000, 1500, 2500});
 }
 
 std::string shape_of(const DipCase& dip) {

@@ -1,12 +1,11 @@
 // Dips whose every figure is known, and how near to it an analysis comes.
 #pragma once
 
-#include <array>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <string>
 
-#include "command/analysis.h"
-#include "readers/record.h"
+#include "synth/dip_description.h"
 
 namespace accuracy {
 
@@ -36,8 +35,8 @@ struct DipCase {
   double lead_cycles = 10.3;  ///< before the fall
 };
 
-/// 230 V, 50 Hz.
-readers::Record record_of(const DipCase& dip);
+/// The case as the generator takes it: 230 V, 50 Hz.
+synth::DipDescription description_of(const DipCase& dip);
 
 /// Which figures are right: the number of dips and segments; residual voltages within 1 % of nominal; boundaries of the
 /// segments within half a cycle (a segment behind a gradual fall may begin anywhere from the fall's passing the
@@ -52,13 +51,21 @@ struct Hits {
   [[nodiscard]] bool all() const { return segments && residual && boundaries && category && jump; }
 };
 
-Hits judge(const DipCase& dip, const command::Analysis& analysis);
+/// Judges the document that `dipx analyse --json` prints of the case's record.
+Hits judge(const DipCase& dip, const nlohmann::json& analysis);
 
-/// Analyses the case's record.
-command::Analysis analysis_of(const DipCase& dip);
+/// Makes the case's record in memory and analyses it; the document that the command would print of it.
+nlohmann::json analysis_of(const DipCase& dip);
 
-/// A dip of any kind, depth, duration, rate and place; plain, with a phase jump, with a ramp or with two steps.
+/// The same by way of `dipx synth | dipx analyse -`, in processes of their own.
+nlohmann::json piped_analysis_of(const DipCase& dip);
+
+/// A dip of any kind, depth, rate and place, of 1 to 400 cycles; plain, with a phase jump, with a ramp or with two
+/// steps.
 DipCase random_case(std::mt19937& random);
+
+/// The same, of 500 to 2500 cycles, the longest that a record has room for.
+DipCase random_long_case(std::mt19937& random);
 
 /// "plain", "jump", "ramp" or "two steps".
 std::string shape_of(const DipCase& dip);

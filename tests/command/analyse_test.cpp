@@ -355,11 +355,40 @@ TEST_F(Analyse, GivesTheRateOfChangeInTheRecordsVoltsAndSeconds) {
   EXPECT_NEAR(change(230, 60) / at_50_hertz, 1.2, 0.001);
 }
 
-TEST_F(Analyse, SaysThatSegmentsOfVeryLongDipsAreNotMeasured) {
-  const auto found = analysed(Record(230, 12, 1600).lower("A", 0.5, 11, 100));
+TEST_F(Analyse, MeasuresTheSegmentsOfAVeryLongDip) {
+  const auto found =
+      analysed(Record(230, 22, 1600).lower("A", 0.503, 11, 100).lower("A", 11, 21, 161).turn("A", 0.503, 21, -25));
   ASSERT_EQ(found["dips"].size(), 1U);
-  EXPECT_EQ(found["dips"][0]["not_analysed"]["code"], "long_window");
-  EXPECT_NEAR(found["dips"][0]["duration_s"], 10.5, 2 * half_cycle);
+  const auto& dip = found["dips"][0];
+  EXPECT_TRUE(dip["analysed"]);
+  EXPECT_FALSE(dip["gradual_fall_doubtful"]);
+  EXPECT_NEAR(dip["duration_s"], 20.497, 2 * half_cycle);
+  // 0.503 s are 25.15 cycles.
+  EXPECT_NEAR(dip["point_on_wave"][0]["degrees"], 54, 10);
+  EXPECT_NEAR(dip["point_on_wave"][1]["degrees"], 54 + 240, 10);
+  ASSERT_EQ(dip["segments"].size(), 2U);
+  const double starts[] = {0.503, 11};
+  const double ends[] = {11, 21};
+  const double volts[] = {100, 161};
+  for (std::size_t s = 0; s < 2; s++) {
+    const auto& segment = dip["segments"][s];
+    EXPECT_NEAR(segment["start"]["time_s"], starts[s], 3 * half_cycle);
+    EXPECT_NEAR(segment["end"]["time_s"], ends[s], half_cycle);
+    EXPECT_NEAR(segment["residual_voltage"][0]["voltage_v"], volts[s], 0.5);
+    EXPECT_NEAR(segment["residual_voltage"][1]["voltage_v"], 230, 0.5);
+    EXPECT_NEAR(segment["phase_jump"][0]["degrees"], -25, 1);
+    EXPECT_NEAR(segment["phase_jump"][2]["degrees"], 0, 1);
+    EXPECT_EQ(segment["category"]["code"], 3);
+  }
+}
+
+TEST_F(Analyse, GivesThePhaseJumpOfALongDipWhereTheFrequencyIsOff) {
+  // 0.05 Hz off turn the phases by 180 degrees in ten seconds.
+  Record(230, 12, 1600, 50.05).lower("A", 0.503, 11, 100).turn("A", 0.503, 11, -25).write_csv("record.csv");
+  const auto found = analysed({"--frequency", "50"});
+  const auto& segment = found["dips"][0]["segments"][0];
+  EXPECT_NEAR(segment["phase_jump"][0]["degrees"], -25, 3);
+  EXPECT_NEAR(segment["phase_jump"][1]["degrees"], 0, 3);
 }
 
 TEST_F(Analyse, MovesTheStretchToWhereTheFallLiesByItsOwnLevel) {

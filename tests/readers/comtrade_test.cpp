@@ -309,7 +309,7 @@ TEST_F(ComtradeReader, ReadsFewerSamplesThanDeclaredAndSaysSo) {
   ASSERT_EQ(record.rates.size(), 2U);
   EXPECT_EQ(record.rates[1].rate, 500);
   EXPECT_EQ(record.rates[1].end, 3U);
-  EXPECT_EQ(record.notes, Strings{"The configuration file declares 2147483648 samples, the data file holds 3."});
+  EXPECT_EQ(record.notes, Strings{"The configuration declares 2147483648 samples, the data hold 3."});
 }
 
 TEST_F(ComtradeReader, ReadsMoreSamplesThanDeclaredAtTheLastRate) {
@@ -320,7 +320,7 @@ TEST_F(ComtradeReader, ReadsMoreSamplesThanDeclaredAtTheLastRate) {
   ASSERT_EQ(record.rates.size(), 2U);
   EXPECT_EQ(record.rates[1].rate, 500);
   EXPECT_EQ(record.rates[1].end, 3U);
-  EXPECT_EQ(record.notes, Strings{"The configuration file declares 2 samples, the data file holds 3."});
+  EXPECT_EQ(record.notes, Strings{"The configuration declares 2 samples, the data hold 3."});
 }
 
 TEST_F(ComtradeReader, RefusesRatesThatRunBackwards) {
@@ -384,7 +384,7 @@ TEST_F(ComtradeReader, DropsATornLastLineAndSaysSo) {
   EXPECT_EQ(record.notes,
             (Strings{"The last line of the data file (line 3) is not complete and was dropped: the row has 3 fields "
                      "where 4 belong.",
-                     "The configuration file declares 3 samples, the data file holds 2."}));
+                     "The configuration declares 3 samples, the data hold 2."}));
 }
 
 TEST_F(ComtradeReader, AcceptsACommaAtTheEndOfRows) {

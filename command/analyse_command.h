@@ -1,0 +1,11 @@
+// `dipx analyse`: options, and what is done with them.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace command {
+
+/// Adds the subcommand. `statuses`: the exit statuses, for its help.
+void add_analyse(CLI::App& app, const std::string& statuses);
+
+}  // namespace command

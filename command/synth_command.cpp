@@ -1,0 +1,181 @@
+#include "command/synth_command.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "command/option_range.h"
+#include "command/standard_output.h"
+#include "command/whole_file.h"
+#include "synth/dip_description.h"
+#include "synth/record_file.h"
+
+namespace command {
+
+namespace {
+
+struct Arguments {
+  synth::DipDescription dip;
+  std::vector<std::string> harmonics;
+  std::string output = "-";
+  std::string format;
+  bool binary = false;
+};
+
+synth::Harmonic parse_harmonic(const std::string& text) {
+  synth::Harmonic harmonic;
+  int end = 0;
+  double per_cent = 0;
+  if (std::sscanf(text.c_str(), "%d:%lf%n", &harmonic.order, &per_cent, &end) != 2 ||
+      static_cast<std::size_t>(end) != text.size() || harmonic.order < 2 || harmonic.order > 1000 ||
+      !(per_cent >= 0 && per_cent <= 1000)) {
+    throw synth::DescriptionError(fmt::format(
+        "'{}' is no harmonic; write its order (2 and up) and per cent of the fundamental, as in 5:4", text));
+  }
+  harmonic.share = per_cent / 100;
+  return harmonic;
+}
+
+/// The format that was asked for, or the one that the output's name tells.
+std::string format_of(const Arguments& arguments) {
+  if (!arguments.format.empty()) return arguments.format;
+  if (arguments.output == "-") return "csv";
+  const std::string extension = std::filesystem::path(arguments.output).extension().string();
+  for (const char* known : {"csv", "cfg", "cff"}) {
+    if (extension == std::string(".") + known) return known;
+  }
+  throw synth::DescriptionError(
+      fmt::format("the name '{}' does not tell the format; end it in .csv, .cfg (COMTRADE, two files) or .cff "
+                  "(COMTRADE, one file), or choose with --format",
+                  arguments.output));
+}
+
+void write(const std::string& output, const std::string& bytes) {
+  if (output == "-") {
+    write_standard_output(bytes);
+  } else {
+    write_whole(output, bytes);
+  }
+}
+
+void run(Arguments arguments) {
+  const std::string format = format_of(arguments);
+  if (format == "cfg" && arguments.output == "-") {
+    throw synth::DescriptionError(
+        "a COMTRADE pair is two files; name the .cfg file with --output, or choose --format cff");
+  }
+  if (format == "csv" && arguments.binary) throw synth::DescriptionError("--binary is for COMTRADE, not for CSV");
+  for (const auto& harmonic : arguments.harmonics) arguments.dip.harmonics.push_back(parse_harmonic(harmonic));
+
+  const auto record = synth::record_of(synth::waveform_of(arguments.dip));
+  const auto data = arguments.binary ? synth::ComtradeData::binary : synth::ComtradeData::ascii;
+  if (format == "csv") {
+    write(arguments.output, synth::csv_of(record));
+  } else if (format == "cff") {
+    write(arguments.output, synth::single_comtrade_of(record, data));
+  } else {
+    auto pair = synth::comtrade_of(record, data);
+    const std::filesystem::path config = arguments.output;
+    auto samples = config;
+    samples.replace_extension(".dat");
+    write_whole({{samples, std::move(pair.data)}, {config, std::move(pair.config)}});
+  }
+}
+
+}  // namespace
+
+void add_synth(CLI::App& app, const std::string& statuses) {
+  CLI::App* synth = app.add_subcommand("synth", "Make a record with a dip whose figures are known");
+  const auto arguments = std::make_shared<Arguments>();
+  auto& dip = arguments->dip;
+  synth->footer(
+      "The record holds three phase voltages Ua, Ub, Uc in volts. A dip of several steps has a list\n"
+      "(30,60) for --duration, --depth or --jump; what has one figure has it for all steps.\n\n"
+      "  dipx synth --depth 60 --duration 0.15 --phases A > dip.csv\n"
+      "  dipx synth --start 5 --duration 8,7 --depth 30,60 --length 60 | dipx analyse -\n"
+      "  dipx synth --phases B-C --depth 40 --noise 0.5 --harmonics 5:4,7:3 -o dip.cfg\n\n" +
+      statuses);
+
+  const auto seconds = between(0.0, 1e5);
+  const char* what = "Dip";
+  synth->add_option("--depth", dip.depths, "Depth of the lowest phase, per cent of the voltage before (50)")
+      ->delimiter(',')
+      ->check(between(0.0, 100.0))
+      ->type_name("PERCENT[,...]")
+      ->group(what);
+  synth->add_option("--duration", dip.durations, "Duration of the dip or of each step (0.2)")
+      ->delimiter(',')
+      ->check(seconds)
+      ->type_name("S[,...]")
+      ->group(what);
+  synth->add_option("--phases", dip.phases, "Phases that shrink (ABC), or B-C for two that move towards each other")
+      ->type_name("PHASES")
+      ->group(what);
+  synth->add_option("--jump", dip.jumps, "Phase jump of the dipped phases (0)")
+      ->delimiter(',')
+      ->check(between(-360.0, 360.0))
+      ->type_name("DEGREES[,...]")
+      ->group(what);
+  synth->add_option("--start", dip.start, "Start of the dip (0.3)")->check(seconds)->type_name("S")->group(what);
+  synth->add_option("--fall", dip.fall, "Time of a gradual fall ahead of the first step (0)")
+      ->check(seconds)
+      ->type_name("S")
+      ->group(what);
+  synth->add_option("--recovery", dip.recovery, "Time of a gradual recovery behind the last step (0)")
+      ->check(seconds)
+      ->type_name("S")
+      ->group(what);
+  synth->add_option("--point-on-wave", dip.point_on_wave, "Angle of phase A's sine at the start of the dip (0)")
+      ->check(between(-360.0, 360.0))
+      ->type_name("DEGREES")
+      ->group(what);
+
+  what = "Network";
+  synth->add_option("--voltage", dip.volts, "RMS phase voltage before the dip (230)")
+      ->check(between(1e-6, 1e9))
+      ->type_name("V")
+      ->group(what);
+  synth->add_option("--frequency", dip.frequency, "Nominal frequency (50)")
+      ->check(between(10.0, 100.0))
+      ->type_name("HZ")
+      ->group(what);
+  synth->add_option("--deviation", dip.deviation, "How far the frequency is off the nominal one (0)")
+      ->check(between(-5.0, 5.0))
+      ->type_name("HZ")
+      ->group(what);
+  synth
+      ->add_option("--harmonics", arguments->harmonics, "Harmonics in all phases, per cent of the fundamental: 5:4,7:3")
+      ->delimiter(',')
+      ->type_name("ORDER:PERCENT[,...]")
+      ->group(what);
+  synth->add_option("--noise", dip.noise, "Standard deviation of noise, per cent of the voltage (0)")
+      ->check(between(0.0, 100.0))
+      ->type_name("PERCENT")
+      ->group(what);
+  synth->add_option("--seed", dip.seed, "Another number makes other noise (1)")->type_name("N")->group(what);
+
+  what = "Record";
+  synth->add_option("--rate", dip.rate, "Samples per second (128 per cycle)")
+      ->check(between(100.0, 1e6))
+      ->type_name("HZ")
+      ->group(what);
+  synth->add_option("--length", dip.length, "Length of the record (until 0.3 s behind the dip)")
+      ->check(between(0.001, 1e5))
+      ->type_name("S")
+      ->group(what);
+  synth
+      ->add_option("-o,--output", arguments->output,
+                   "File to write: .csv, .cfg (with a .dat beside it) or .cff; - is standard output")
+      ->type_name("FILE")
+      ->group(what);
+  synth->add_option("--format", arguments->format, "csv, cfg or cff, where the name does not tell it (csv)")
+      ->check(CLI::IsMember({"csv", "cfg", "cff"}).description(""))
+      ->type_name("FORMAT")
+      ->group(what);
+  synth->add_flag("--binary", arguments->binary, "COMTRADE data as 16-bit integers, not as text")->group(what);
+  synth->callback([arguments] { run(*arguments); });
+}
+
+}  // namespace command
