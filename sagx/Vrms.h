@@ -27,9 +27,9 @@ DIPX_API void Vrms_cal(float* rms, float* v, int smp, int len);
 /**
  * Computes the three RMS curves of a record with their maxima and finds the dips of the lowest phase. Prints one line.
  *
- * T holds falls below ut and recoveries in turn, a fall first unless the record
- * begins below ut; an odd evt_num means that the last dip had not recovered by the end. Dips less than ten cycles apart
- * become one, and the search ends with the 30th crossing. Samples beyond the record's capacity are not looked at.
+ * T holds falls below ut and recoveries in turn, a fall first unless the record begins below ut; an odd evt_num means
+ * that the last dip had not recovered by the end. Dips less than ten cycles apart become one, and the search ends with
+ * the 30th crossing. Samples beyond the record's capacity are not looked at.
  *
  * @param buf the record; va, vb, vc, smp_num, smprate and ut (the threshold, volts) are read; rmsa, rmsb, rmsc, ua_max,
  * ub_max, uc_max, T0, T and evt_num are written. A null pointer is ignored

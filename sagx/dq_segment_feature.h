@@ -25,13 +25,13 @@ extern "C" {
 DIPX_API void SVDsegment_multiclass2(dq_data* buf, dq_dipx_struct* dipx, int* T0, int* T0num);
 
 /**
- * The waveform features of the dip in a window, after RMS_segment_feature: sharpens
- * each RMS transition to where the dq magnitudes change (T, T_num), and gives, per dip, the point on wave and, per
- * segment at one reference point, residual voltages (ua_min, ub_min, uc_min, u3_min, volts), angles and phasors
- * (angle_a_min ..., phasor_ua ...), phases below the dip threshold (dipx_type, dipx_phase), unbalance (bph_max_value,
- * per cent), phase jumps (angle_diff_ap ... angle_diff_cn, degrees, not brought into one turn) and, by the vote of up
- * to a cycle on either side, the category (dipx_cata_seg). The reference point is order_min; where that lies outside
- * the segment, order_min moves to the middle of the transition that opens it.
+ * The waveform features of the dip in a window, after RMS_segment_feature: sharpens each RMS transition to where the dq
+ * magnitudes change (T, T_num), and gives, per dip, the point on wave and, per segment at one reference point, residual
+ * voltages (ua_min, ub_min, uc_min, u3_min, volts), angles and phasors (angle_a_min ..., phasor_ua ...), phases below
+ * the dip threshold (dipx_type, dipx_phase), unbalance (bph_max_value, per cent), phase jumps (angle_diff_ap ...
+ * angle_diff_cn, degrees, not brought into one turn) and, by the vote of up to a cycle on either side, the category
+ * (dipx_cata_seg). The reference point is order_min; where that lies outside the segment, order_min moves to the middle
+ * of the transition that opens it.
  *
  * An RMS segmentation that seg_check rejects leaves everything as it was; a dq one leaves all but T, T_num and the
  * point on wave. Stretches beyond the window read what its arrays hold. Without a window record (dq_data_buf), for null

@@ -11,9 +11,9 @@ extern "C" {
 #endif
 
 /**
- * Point on wave of a dip: the angle of each phase's sine (0 at the rising zero crossing), in degrees,
- * at the last sample before the dip at which a phase still stood at 95 % of nominal; the phase that leaves first
- * decides. In [0, 360) unless it lies so near the window's start that it is negative.
+ * Point on wave of a dip: the angle of each phase's sine (0 at the rising zero crossing), in degrees, at the last
+ * sample before the dip at which a phase still stood at 95 % of nominal; the phase that leaves first decides. In [0,
+ * 360) unless it lies so near the window's start that it is negative.
  *
  * Where no such sample is found, entry `num` of times and angles is taken, or 0 where that lies beyond what window
  * records hold. Null pointers: nothing is done.
