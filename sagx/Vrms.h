@@ -17,7 +17,7 @@ extern "C" {
  * The first, incomplete cycle takes the value of the first complete one, so that the curve starts flat. Both arrays
  * must hold at least `smp` entries: a `len` below `smp` computes nothing and spreads what rms[smp - 1] held.
  *
- * @param rms `len` values out, volts
+ * @param rms `len` values out, volts; must not overlap v
  * @param v `len` samples in, volts
  * @param smp samples per cycle, at least 1; below, and for null pointers, nothing is done
  * @param len number of samples
