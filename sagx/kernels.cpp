@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "sagx/kernel_sets.h"
 
@@ -9,57 +10,57 @@ namespace sagx {
 
 namespace {
 
+struct KernelSet {
+  const Kernels& kernels;
+  bool (*runs)();
+};
+
+/// From the slowest to the fastest; what runs one of them runs those before it.
+constexpr KernelSet sets[] = {
+    {baseline::table, [] { return true; }},
 #if defined(__x86_64__)
-
-bool runs_avx2() {
-  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-}
-bool runs_avx512() {
-  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") && runs_avx2();
-}
-
-const Kernels& fastest() {
-  __builtin_cpu_init();
-  if (runs_avx512()) return avx512::table;
-  return runs_avx2() ? avx2::table : baseline::table;
-}
-
-#else
-
-const Kernels& fastest() {
-  return baseline::table;
-}
-
+    {avx2::table, [] { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }},
+    {avx512::table, [] { return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq"); }},
 #endif
+};
 
 #if defined(SAGX_SET_FROM_ENVIRONMENT)
 
-/// In test builds DIPX_INSTRUCTION_SET names the set. One that the machine does not run would crash, so it must be
-/// known to run: all slower than the fastest do.
-const Kernels& chosen() {
+/// In test builds DIPX_INSTRUCTION_SET names the set to go up to.
+bool is_last_wanted(const Kernels& kernels) {
   const char* name = std::getenv("DIPX_INSTRUCTION_SET");
-  const Kernels& best = fastest();
-  if (name == nullptr || std::strcmp(name, best.instruction_set) == 0) return best;
-#if defined(__x86_64__)
-  if (std::strcmp(name, "avx2") == 0 && runs_avx2()) return avx2::table;
-#endif
-  if (std::strcmp(name, "baseline") == 0) return baseline::table;
-  std::abort();
+  return name != nullptr && std::strcmp(name, kernels.instruction_set) == 0;
 }
 
 #else
 
-const Kernels& chosen() {
-  return fastest();
+bool is_last_wanted(const Kernels& /*kernels*/) {
+  return false;
 }
 
 #endif
 
+int count_runnable() {
+#if defined(__x86_64__)
+  __builtin_cpu_init();
+#endif
+  int count = 0;
+  while (count < static_cast<int>(std::size(sets)) && sets[count].runs()) {
+    if (is_last_wanted(sets[count++].kernels)) break;
+  }
+  return count;
+}
+
 }  // namespace
 
+const Kernels* runnable_kernels(int index) {
+  static const int count = count_runnable();
+  return index < count ? &sets[count - 1 - index].kernels : nullptr;
+}
+
 const Kernels& kernels() {
-  static const Kernels& chosen_once = chosen();
-  return chosen_once;
+  static const Kernels& fastest = *runnable_kernels(0);
+  return fastest;
 }
 
 }  // namespace sagx

@@ -34,4 +34,7 @@ struct Kernels {
 /// The fastest kernels that this machine runs.
 const Kernels& kernels();
 
+/// All that it runs, the fastest at index 0; nullptr behind the last.
+const Kernels* runnable_kernels(int index);
+
 }  // namespace sagx

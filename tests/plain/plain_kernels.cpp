@@ -18,7 +18,8 @@ void sliding_median(const float* series, int count, int length, float* medians) 
 }  // namespace
 
 const sagx::Kernels& sagx::kernels() {
-  static constexpr Kernels plain_forms = {"plain",          svd_features,           sliding_median, plain::sliding_minimum,
-                                          plain::sliding_maximum, plain::cycle_rms, plain::restless_blocks};
+  static constexpr Kernels plain_forms = {
+      "plain",          svd_features,          sliding_median, plain::sliding_minimum, plain::sliding_maximum,
+      plain::cycle_rms, plain::restless_blocks};
   return plain_forms;
 }

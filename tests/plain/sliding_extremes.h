@@ -1,4 +1,5 @@
-// The smallest and largest value of a window in their plain form: each window gone through from its one end to the other.
+// The smallest and largest value of a window in their plain form: each window gone through from its one end to the
+// other.
 #pragma once
 
 namespace plain {
