@@ -13,8 +13,6 @@ namespace bench {
 
 namespace {
 
-constexpr const char* separator = " | ";
-
 /// 1.5e-8 s as "15.0 ns".
 std::string time_text(double seconds) {
   constexpr std::array<std::pair<double, const char*>, 3> units = {{{1e-3, "ms"}, {1e-6, "us"}, {1e-9, "ns"}}};
@@ -22,6 +20,21 @@ std::string time_text(double seconds) {
   std::array<char, 32> text{};
   std::snprintf(text.data(), text.size(), "%.3g %s", seconds / unit->first, unit->second);
   return text.data();
+}
+
+struct Measure {
+  std::string name;
+  std::vector<std::string> forms;
+};
+
+/// All that was added, in that order.
+std::vector<Measure>& measures() {
+  static std::vector<Measure> all;
+  return all;
+}
+
+std::string full_name(const std::string& measure, const std::string& form) {
+  return measure + " | " + form;
 }
 
 /// Waits for the medians of all repetitions, then prints them measure by measure. Processor time, which other work on
@@ -32,52 +45,43 @@ class Table : public benchmark::BenchmarkReporter {
 
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      if (run.error_occurred) std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
-      if (run.aggregate_name == "median") note(run);
+      // The rate in pieces per second of processor time, as the benchmark has it.
+      if (run.aggregate_name == "median") {
+        seconds_[run.run_name.function_name] = 1 / run.counters.at("items_per_second").value;
+      }
     }
   }
 
   void Finalize() override {
-    std::size_t widest = 0;
-    for (const Measure& measure : measures_) {
-      for (const auto& [form, seconds] : measure.forms) widest = std::max(widest, form.size());
-    }
-    for (const Measure& measure : measures_) {
-      std::printf("%s\n", measure.name.c_str());
-      const auto plain = std::find_if(measure.forms.begin(), measure.forms.end(),
-                                      [](const auto& form) { return form.first == plain_form; });
-      for (const auto& [form, seconds] : measure.forms) {
-        std::printf("  %-*s %10s", static_cast<int>(widest), form.c_str(), time_text(seconds).c_str());
-        if (plain != measure.forms.end()) std::printf(" %8.1f x", plain->second / seconds);
+    for (const Measure& measure : measures()) {
+      const auto seconds_of = [&](const std::string& form) {
+        const auto found = seconds_.find(full_name(measure.name, form));
+        return found == seconds_.end() ? 0 : found->second;
+      };
+      const double plain = seconds_of(plain_form);
+      bool is_named = false;
+      for (const std::string& form : measure.forms) {
+        const double seconds = seconds_of(form);
+        if (seconds <= 0) continue;  // not asked for
+        if (!is_named) std::printf("%s\n", measure.name.c_str());
+        is_named = true;
+        std::printf("  %-16s %10s", form.c_str(), time_text(seconds).c_str());
+        if (plain > 0) std::printf(" %8.1f x", plain / seconds);
         std::putchar('\n');
       }
     }
   }
 
  private:
-  struct Measure {
-    std::string name;
-    std::vector<std::pair<std::string, double>> forms;  // seconds per piece
-  };
-
-  void note(const Run& run) {
-    const std::string name = run.run_name.function_name;
-    const std::size_t at = name.find(separator);
-    const std::string measure = name.substr(0, at);
-    auto known = std::find_if(measures_.begin(), measures_.end(), [&](const Measure& m) { return m.name == measure; });
-    if (known == measures_.end()) known = measures_.insert(measures_.end(), {measure, {}});
-    // The rate in pieces per second of processor time, as the benchmark has it.
-    const double rate = run.counters.at("items_per_second").value;
-    known->forms.emplace_back(name.substr(at + std::string(separator).size()), 1 / rate);
-  }
-
-  std::vector<Measure> measures_;
+  std::map<std::string, double> seconds_;  // per piece, by full name
 };
 
 }  // namespace
 
 void add(const std::string& measure, const std::string& form, std::int64_t items, std::function<void()> run) {
-  benchmark::RegisterBenchmark((measure + separator + form).c_str(),
+  if (measures().empty() || measures().back().name != measure) measures().push_back({measure, {}});
+  measures().back().forms.push_back(form);
+  benchmark::RegisterBenchmark(full_name(measure, form).c_str(),
                                [items, run = std::move(run)](benchmark::State& state) {
                                  for (auto _ : state) {
                                    run();

@@ -79,12 +79,15 @@ long page_faults() {
   return usage.ru_minflt;
 }
 
-long resident_kilobytes() {
-  std::ifstream status("/proc/self/statm");
-  long size = 0;
-  long resident = 0;
-  status >> size >> resident;
-  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+/// What the kernel says of this process under `name`, KiB.
+long resident_kilobytes(const std::string& name) {
+  std::ifstream status("/proc/self/status");
+  std::string word;
+  long value = 0;
+  while (status >> word) {
+    if (word == name + ":" && status >> value) return value;
+  }
+  return 0;
 }
 
 /// In a process of its own, so that nothing is resident that the library did not touch.
@@ -97,7 +100,8 @@ void print_memory_of(const char* form, const char* file, const Run& run) {
   }
   const tests::LoadedLibrary library(file);
   const auto record = record_of(run);
-  const long before = resident_kilobytes();
+  const long memory = resident_kilobytes("RssAnon");
+  const long code = resident_kilobytes("RssFile");
   long first = 0;
   long second = 0;
   {
@@ -107,8 +111,8 @@ void print_memory_of(const char* form, const char* file, const Run& run) {
     library.analyse(*record);
     second = page_faults();
   }
-  std::printf("%-30s %-10s %8ld KiB more resident, %ld page faults in a second run\n", run.name, form,
-              resident_kilobytes() - before, second - first);
+  std::printf("%-30s %-10s resident: %ld KiB of memory, %ld KiB of code; %ld page faults in a second run\n", run.name,
+              form, resident_kilobytes("RssAnon") - memory, resident_kilobytes("RssFile") - code, second - first);
   std::fflush(stdout);
   _exit(0);
 }

@@ -312,6 +312,20 @@ void decompose(const float* series, const int* ends, const int* places, int coun
   }
 }
 
+/// The first sample from `from` on that differs from the one before it; `samples` when there is none.
+int next_change(const float* series, int from, int samples) {
+  const auto is_change = [&](int i) { return !(series[i] - series[i - 1] == 0.0F); };
+  int i = from;
+  if (i >= samples || is_change(i)) return i;
+  const auto all_flat = [&] {
+    const Floats differences = loaded(series + i) - loaded(series + i - 1);
+    return !is_any(static_cast<Bits>(~equal(differences, Floats{})));
+  };
+  while (i + register_lanes <= samples && all_flat()) i += register_lanes;
+  while (i < samples && !is_change(i)) i++;
+  return i;
+}
+
 /// Matrices of zeros have no other singular values; the others are collected for decomposition.
 template <int order>
 void features_of_order(const float* series, int samples, int step, float* features) {
@@ -320,20 +334,21 @@ void features_of_order(const float* series, int samples, int step, float* featur
   int ends[at_once];
   int places[at_once];
   int collected = 0;
-  int seen = 1;         // samples before this one were looked at
-  int last_change = 0;  // the last of them that differs from the one before
+  int last_change = 0;  // among the samples up to `end`
+  int coming_change = next_change(series, 1, samples);
   int place = 0;
-  for (int end = differences; end < samples; end += step) {
-    for (; seen <= end; seen++) {
-      const float difference = series[seen] - series[seen - 1];
-      if (!(difference == 0.0F)) last_change = seen;
+  for (int end = differences; end < samples;) {
+    while (coming_change <= end) {
+      last_change = coming_change;
+      coming_change = next_change(series, coming_change + 1, samples);
     }
     if (last_change <= end - differences) {
-      features[place++] = 0;
+      for (; end < coming_change && end < samples; end += step) features[place++] = 0;
       continue;
     }
     ends[collected] = end;
     places[collected++] = place++;
+    end += step;
     if (collected == at_once) {
       decompose<order>(series, ends, places, collected, features);
       collected = 0;
