@@ -277,52 +277,103 @@ class Matrices {
   Mask live;           // lanes whose current value is still iterated for
 };
 
-/// Fills the matrices that end at `ends`, one per lane, with differences column by column.
+/// Windows of order^2 + 1 samples that begin `step` (1 to most_step) apart, one per lane, read sample by sample. Laid
+/// out so that what lies `step` apart stands side by side.
+constexpr int most_step = 32;
 template <int order>
-void fill(Matrices<order>& matrices, const float* series, const int* ends) {
-  bool neighbours = true;
-  for (int lane = 1; lane < lanes; lane++) neighbours = neighbours && ends[lane] == ends[0] + lane;
-  for (int column = 0; column < order; column++) {
-    for (int row = 0; row < order; row++) {
-      const float* at = series + (column * order + row - order * order);
-      Lanes& element = matrices.element[row][column];
-      if (neighbours) {
-        element = loaded_lanes(at + ends[0] + 1) - loaded_lanes(at + ends[0]);
-      } else {
-        float differences[lanes];
-        for (int lane = 0; lane < lanes; lane++) differences[lane] = at[ends[lane] + 1] - at[ends[lane]];
-        element = loaded_lanes(differences);
-      }
+class Windows {
+ public:
+  Windows(const float* first, int step) : step_(step) {
+    const int samples = (lanes - 1) * step + order * order + 1;
+    for (int place = 0; place * step < samples; place++) {
+      const int rest = samples - place * step;
+      for (int row = 0; row < step && row < rest; row++) row_[row][place] = first[place * step + row];
     }
+  }
+
+  /// The next sample of each window.
+  __attribute__((always_inline)) Lanes next() {
+    const Lanes samples = loaded_lanes(row_[at_row_] + at_place_);
+    at_row_++;
+    if (at_row_ == step_) {
+      at_row_ = 0;
+      at_place_++;
+    }
+    return samples;
+  }
+
+ private:
+  int step_;
+  int at_row_ = 0;
+  int at_place_ = 0;
+  float row_[most_step][lanes + order * order];
+};
+
+/// Fills the matrices that end at `ends`, one per lane, with differences column by column. `step` is what the ends lie
+/// apart where nothing was left out between them.
+template <int order>
+void fill(Matrices<order>& matrices, const float* series, const int* ends, int step) {
+  constexpr int differences = order * order;
+  const auto fill_with = [&](auto difference) {
+    for (int column = 0; column < order; column++) {
+      for (int row = 0; row < order; row++) matrices.element[row][column] = difference(column * order + row);
+    }
+  };
+  bool is_even = step <= most_step;
+  for (int lane = 1; lane < lanes; lane++) is_even = is_even && ends[lane] == ends[0] + lane * step;
+  const float* first = series + ends[0] - differences;
+  if (is_even && step == 1) {
+    fill_with([&](int i) { return loaded_lanes(first + i + 1) - loaded_lanes(first + i); });
+  } else if (is_even) {
+    Windows<order> windows(first, step);
+    Lanes sample = windows.next();
+    fill_with([&](int /*in turn*/) {
+      const Lanes before = sample;
+      sample = windows.next();
+      return sample - before;
+    });
+  } else {
+    fill_with([&](int i) {
+      float difference[lanes];
+      for (int lane = 0; lane < lanes; lane++) {
+        const float* at = series + ends[lane] - differences + i;
+        difference[lane] = at[1] - at[0];
+      }
+      return loaded_lanes(difference);
+    });
   }
 }
 
 /// Features of the matrices that end at `ends`, into the places given.
 template <int order>
-void decompose(const float* series, const int* ends, const int* places, int count, float* features) {
+void decompose(const float* series, int step, const int* ends, const int* places, int count, float* features) {
   Matrices<order> matrices;
   for (int done = 0; done < count; done += lanes) {
     // Lanes left over do the last matrix again.
     int batch[lanes];
     for (int lane = 0; lane < lanes; lane++) batch[lane] = ends[done + lane < count ? done + lane : count - 1];
-    fill(matrices, series, batch);
+    fill(matrices, series, batch, step);
     float largest[lanes];
     store(matrices.largest_value(), largest);
     for (int lane = 0; lane < lanes && done + lane < count; lane++) features[places[done + lane]] = largest[lane];
   }
 }
 
-/// The first sample from `from` on that differs from the one before it; `samples` when there is none.
+/// Whether a sample differs from the one before it.
+bool is_change(const float* series, int i) {
+  return !(series[i] - series[i - 1] == 0.0F);
+}
+
+/// The first change from sample `from` on; `samples` when there is none.
 int next_change(const float* series, int from, int samples) {
-  const auto is_change = [&](int i) { return !(series[i] - series[i - 1] == 0.0F); };
   int i = from;
-  if (i >= samples || is_change(i)) return i;
+  if (i >= samples || is_change(series, i)) return i;
   const auto all_flat = [&] {
     const Floats differences = loaded(series + i) - loaded(series + i - 1);
     return !is_any(static_cast<Bits>(~equal(differences, Floats{})));
   };
   while (i + register_lanes <= samples && all_flat()) i += register_lanes;
-  while (i < samples && !is_change(i)) i++;
+  while (i < samples && !is_change(series, i)) i++;
   return i;
 }
 
@@ -338,9 +389,9 @@ void features_of_order(const float* series, int samples, int step, float* featur
   int coming_change = next_change(series, 1, samples);
   int place = 0;
   for (int end = differences; end < samples;) {
-    while (coming_change <= end) {
-      last_change = coming_change;
-      coming_change = next_change(series, coming_change + 1, samples);
+    if (coming_change <= end) {
+      for (last_change = end; !is_change(series, last_change);) last_change--;
+      coming_change = next_change(series, end + 1, samples);
     }
     if (last_change <= end - differences) {
       for (; end < coming_change && end < samples; end += step) features[place++] = 0;
@@ -350,11 +401,11 @@ void features_of_order(const float* series, int samples, int step, float* featur
     places[collected++] = place++;
     end += step;
     if (collected == at_once) {
-      decompose<order>(series, ends, places, collected, features);
+      decompose<order>(series, step, ends, places, collected, features);
       collected = 0;
     }
   }
-  if (collected > 0) decompose<order>(series, ends, places, collected, features);
+  if (collected > 0) decompose<order>(series, step, ends, places, collected, features);
 }
 
 }  // namespace
