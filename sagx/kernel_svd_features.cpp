@@ -171,7 +171,9 @@ class Matrices {
     live = ~no_lane();
     for (int iteration = 1; iteration <= 30; iteration++) {
       const Mask cancelled = split(k);
-      if (any(cancelled)) cancel(k, cancelled);
+      if constexpr (order > 1) {
+        if (any(cancelled)) cancel(k, cancelled);
+      }
       const Mask alone = live & begins[k];
       diagonal[k] = choose(alone & less(diagonal[k], every(0)), -diagonal[k], diagonal[k]);
       live = live & ~alone;
