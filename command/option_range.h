@@ -14,7 +14,7 @@ inline CLI::Validator between(double lowest, double highest) {
   return {[=](const std::string& text) {
             const auto number = readers::parse_number(text);
             if (number && *number >= lowest && *number <= highest) return std::string();
-            return fmt::format("'{}' is no number from {:g} to {:g}", text, lowest, highest);
+            return fmt::format("'{}' is no number from {} to {}", text, lowest, highest);
           },
           ""};
 }

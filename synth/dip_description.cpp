@@ -24,7 +24,7 @@ std::size_t steps_of(const DipDescription& dip) {
   for (const auto& [option, list] :
        {std::pair("--duration", &dip.durations), {"--depth", &dip.depths}, {"--jump", &dip.jumps}}) {
     if (list->size() != 1 && list->size() != steps) {
-      throw DescriptionError(fmt::format("{} {:g}: {} figures for {} steps; give one for all or one for each", option,
+      throw DescriptionError(fmt::format("{} {}: {} figures for {} steps; give one for all or one for each", option,
                                          fmt::join(*list, ","), list->size(), steps));
     }
   }
@@ -61,14 +61,14 @@ class Stages {
 void check_rate(const Waveform& waveform) {
   const auto fits = [&](double frequency) { return 2 * frequency < waveform.rate; };
   if (!fits(waveform.frequency)) {
-    throw DescriptionError(fmt::format("--rate {:g}: {:g} Hz needs more than {:g} samples per second; raise the rate",
+    throw DescriptionError(fmt::format("--rate {}: {} Hz needs more than {} samples per second; raise the rate",
                                        waveform.rate, waveform.frequency, 2 * waveform.frequency));
   }
   for (const auto& harmonic : waveform.harmonics) {
     const double frequency = harmonic.order * waveform.frequency;
     if (fits(frequency)) continue;
     throw DescriptionError(
-        fmt::format("--harmonics {}:{:g}: {:g} Hz is not below half of the {:g} samples per second; choose a lower "
+        fmt::format("--harmonics {}:{:g}: {} Hz is not below half of the {} samples per second; choose a lower "
                     "order or a higher --rate",
                     harmonic.order, 100 * harmonic.share, frequency, waveform.rate));
   }
@@ -79,7 +79,7 @@ std::size_t samples_of(double seconds, double rate) {
   const double samples = std::round(seconds * rate);
   if (samples >= 1 && samples <= most_samples) return static_cast<std::size_t>(samples);
   throw DescriptionError(
-      fmt::format("{:g} s at {:g} samples per second are {:.0f} samples, and 1 to {:.0f} are made; "
+      fmt::format("{} s at {} samples per second are {:.0f} samples, and 1 to {:.0f} are made; "
                   "choose another --length or --rate",
                   seconds, rate, samples, most_samples));
 }
@@ -110,13 +110,13 @@ Factors factors_of(const Fault& fault, double depth_percent, double jump_degrees
   }
   if (remaining < 0.5) {
     throw DescriptionError(fmt::format(
-        "--depth {:g}: two phases that move towards each other fall by a half at most; give up to 50, or choose phases "
+        "--depth {}: two phases that move towards each other fall by a half at most; give up to 50, or choose phases "
         "that shrink",
         depth_percent));
   }
   if (jump_degrees != 0) {
     throw DescriptionError(
-        fmt::format("--jump {:g}: where two phases move towards each other it follows from the depth; leave it out, or "
+        fmt::format("--jump {}: where two phases move towards each other it follows from the depth; leave it out, or "
                     "choose phases that shrink",
                     jump_degrees));
   }

@@ -282,7 +282,7 @@ TEST(Description, MakesOneSampleToTwentyMillion) {
   EXPECT_EQ(waveform_of(dip).length, 20000000U);
   dip.length = 20000.001;
   EXPECT_EQ(refusal_of(dip),
-            "20000 s at 1000 samples per second are 20000001 samples, and 1 to 20000000 are made; choose another "
+            "20000.001 s at 1000 samples per second are 20000001 samples, and 1 to 20000000 are made; choose another "
             "--length or --rate");
 }
 
