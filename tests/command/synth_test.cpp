@@ -11,6 +11,7 @@
 #include "synth/dip_description.h"
 #include "synth/record_file.h"
 #include "tests/command/dipx_command.h"
+#include "tests/command/piped_analysis.h"
 #include "tests/core/working_folder.h"
 
 namespace {
@@ -20,14 +21,10 @@ using synth::ComtradeData;
 using synth::DipDescription;
 using tests::bytes_of;
 using tests::dipx;
+using tests::joined;
 using tests::piped;
-using Words = std::vector<std::string>;
-
-Words synth_with(const Words& options) {
-  Words words = {"synth"};
-  words.insert(words.end(), options.begin(), options.end());
-  return words;
-}
+using tests::piped_analysis;
+using tests::Words;
 
 readers::Record record_of(const DipDescription& dip) {
   return synth::record_of(synth::waveform_of(dip));
@@ -37,7 +34,7 @@ class Synth : public testing::Test {
  protected:
   /// What `dipx synth` prints; it must go well.
   static std::string printed(const Words& options) {
-    const auto result = dipx(synth_with(options));
+    const auto result = dipx(joined({"synth"}, options));
     EXPECT_EQ(result.status, 0) << testing::PrintToString(options);
     EXPECT_EQ(result.err, "") << testing::PrintToString(options);
     return result.out;
@@ -207,9 +204,7 @@ void PrintTo(const LimitCase& limit, std::ostream* out) {
 class SynthLimit : public Synth, public testing::WithParamInterface<LimitCase> {
  protected:
   static tests::CommandResult made_with(const char* value) {
-    Words options = {"-o", "dip.csv", std::string(GetParam().option) + "=" + value};
-    options.insert(options.end(), GetParam().more.begin(), GetParam().more.end());
-    return dipx(synth_with(options));
+    return dipx(joined({"synth", "-o", "dip.csv", std::string(GetParam().option) + "=" + value}, GetParam().more));
   }
 };
 
@@ -286,7 +281,7 @@ class BadSynth : public Synth, public testing::WithParamInterface<BadCase> {};
 TEST_P(BadSynth, IsRefusedWithTheOptionTheValueAndTheCureAndTouchesNoFile) {
   for (const char* old : {"dip.csv", "dip.cfg", "dip.dat", "dip.cff"}) std::ofstream(old) << old;
   const auto before = files();
-  const auto result = dipx(synth_with(GetParam().options));
+  const auto result = dipx(joined({"synth"}, GetParam().options));
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, GetParam().complaint + "\n");
@@ -451,15 +446,6 @@ TEST_F(Synth, DoesWhatItsHelpShows) {
 }
 
 // --- dipx synth | dipx analyse - -------------------------------------------------------------------------------------
-
-json piped_analysis(const Words& options, const Words& analyse_options = {}) {
-  Words analyse = {"analyse", "--json", "-"};
-  analyse.insert(analyse.end(), analyse_options.begin(), analyse_options.end());
-  const auto result = piped(synth_with(options), analyse);
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.err, "");
-  return json::parse(result.out);
-}
 
 void expect_default_dip(const json& analysis) {
   ASSERT_EQ(analysis["dips"].size(), 1U);
