@@ -80,6 +80,13 @@ TEST_F(LongWindow, OfTwoBoundariesEndsWithTwoZerosAndIsRejected) {
   EXPECT_EQ(boundaries(), (Boundaries{100, 140, 0, 0}));
 }
 
+TEST_F(LongWindow, OfTwoBoundariesAtItsFirstSampleIsNotRejected) {
+  // Their zeros are in order.
+  set_rms({0, 0});
+  EXPECT_EQ(run(), "");
+  EXPECT_EQ(boundaries(), (Boundaries{0, 0, 0, 0}));
+}
+
 TEST_F(LongWindow, OfThreeBoundariesShiftsTheEndOfItsStartByTheSecond) {
   // The start ends 40 samples behind its begin. The voltage never comes back: half a cycle ahead of the third boundary.
   EXPECT_EQ(from_rms({100, 140, 400}), (Boundaries{100, 180, 384}));
@@ -1010,8 +1017,6 @@ TEST_F(LongWindow, CutsAStretchAtTheLengthOfTheTransform) {
 TEST_F(DippedWindow, SeesNoChangePastTheTransform) {
   // Phase A is silent, phase B for all but the first 100 samples of the stretch: behind the magnitudes of A, which end
   // at 0, stand 100 V.
-  std::fill_n(data->Va, samples, 0.0F);
-  std::fill_n(data->Vc, samples, 0.0F);
   load_dip(tests::balanced());
   std::fill_n(data->Va, samples, 0.0F);
   std::fill_n(data->Vc, samples, 0.0F);
