@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "readers/charset.h"
 #include "readers/text.h"
 
 namespace readers {
@@ -427,11 +428,11 @@ class TableReader {
 
 }  // namespace
 
-Record read_csv(const std::string& file, std::string_view content, double sampling_rate) {
-  if (is_utf16(content)) {
-    throw ReadError(file, "", "is text in 16-bit characters (UTF-16)", "save it as UTF-8 text");
-  }
-  return TableReader(file, content).read(sampling_rate);
+Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options) {
+  const Utf8Text text = to_utf8(content, options.charset);
+  Record record = TableReader(file, text.text).read(options.sampling_rate);
+  if (const std::string note = note_on_guess(text); !note.empty()) record.notes.push_back(note);
+  return record;
 }
 
 }  // namespace readers

@@ -67,6 +67,20 @@ std::string inert(std::string_view bytes) {
   return text;
 }
 
+bool is_utf8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const std::size_t ascii = static_cast<std::size_t>(
+        std::find_if(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; }) -
+        bytes.begin());
+    bytes.remove_prefix(ascii);
+    if (bytes.empty()) break;
+    const std::size_t length = first_character(bytes).length;
+    if (length == 0) return false;
+    bytes.remove_prefix(length);
+  }
+  return true;
+}
+
 std::string cited(std::string_view piece) {
   constexpr std::size_t kLongest = 40;
   std::string text = inert(piece.substr(0, 8 * kLongest));  // enough bytes; the rest would be cut anyway

@@ -15,6 +15,9 @@ namespace readers {
 /// line breaks and tabs become blanks, other control and text-direction characters are dropped.
 std::string inert(std::string_view bytes);
 
+/// Whether all bytes are UTF-8.
+bool is_utf8(std::string_view bytes);
+
 /// A piece of a file for use in a message: inert, shortened when long, in single quotation marks.
 std::string cited(std::string_view piece);
 
@@ -56,6 +59,8 @@ class Lines {
 
   /// True when no line is left.
   [[nodiscard]] bool at_end() const { return rest_.empty(); }
+
+  [[nodiscard]] std::size_t bytes_left() const { return rest_.size(); }
 
   /// Number of the line that `next` gave last; the first is 1.
   [[nodiscard]] std::size_t number() const { return number_; }
