@@ -15,7 +15,7 @@ constexpr int format_version = 1;
 using Json = nlohmann::ordered_json;
 
 Json position(std::size_t sample, const Analysis& analysis) {
-  return {{"sample", sample}, {"time_s", static_cast<double>(sample) / analysis.sampling_rate}};
+  return {{"sample", analysis.voltages.record_sample_at(sample)}, {"time_s", analysis.voltages.seconds_at(sample)}};
 }
 
 /// An array of one object per phase.
@@ -32,7 +32,9 @@ Json per_phase(Figures figures) {
 
 Json voltage_and_percent(const std::array<double, 3>& volts, const Analysis& analysis) {
   return per_phase([&](std::size_t phase) {
-    return Json{{"voltage_v", volts[phase]}, {"percent", 100 * volts[phase] / analysis.pre_event_voltage}};
+    Json json = {{"voltage_v", volts[phase]}, {"percent", 100 * volts[phase] / analysis.pre_event_voltage}};
+    if (analysis.declared) json["percent_of_declared"] = 100 * volts[phase] / analysis.declared->level;
+    return json;
   });
 }
 
@@ -42,10 +44,30 @@ Json single_figures(const char* name, const std::array<double, 3>& values) {
 
 Json voltages(const readers::Record& record, const Analysis& analysis) {
   return per_phase([&](std::size_t phase) {
-    const std::size_t channel = analysis.channels[phase];
-    return Json{
+    const std::size_t channel = analysis.voltages.channels[phase];
+    Json json = {
         {"channel", channel + 1}, {"name", record.channels[channel].name}, {"unit", record.channels[channel].unit}};
+    if (analysis.voltages.unit_assumed[phase]) json["unit_assumed"] = "V";
+    return json;
   });
+}
+
+/// The part of the record that was analysed.
+Json part_of(const AnalysedVoltages& voltages) {
+  return {{"number", voltages.part_number},      {"of", voltages.parts},
+          {"first_sample", voltages.part.begin}, {"samples", voltages.part.length()},
+          {"start_s", voltages.part.start},      {"recorded_rate_hz", voltages.part.rate},
+          {"resampled", voltages.resampled}};
+}
+
+Json declared_of(const Analysis& analysis) {
+  if (!analysis.declared) return {};
+  const DeclaredVoltage& declared = *analysis.declared;
+  return {{"given_v", declared.given},
+          {"kind", declared.line ? "line" : "phase"},
+          {"divided_by_ratio", declared.secondary},
+          {"level_v", declared.level},
+          {"pre_event_percent", 100 * analysis.pre_event_voltage / declared.level}};
 }
 
 Json segment_of(std::size_t number, const Segment& segment, const Analysis& analysis) {
@@ -65,8 +87,8 @@ Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
   if (dip.end) {
     const auto samples = static_cast<double>(*dip.end - dip.start);
     json["end"] = position(*dip.end, analysis);
-    json["duration_s"] = samples / analysis.sampling_rate;
-    json["duration_cycles"] = samples / analysis.samples_per_cycle;
+    json["duration_s"] = samples / analysis.voltages.sampling_rate;
+    json["duration_cycles"] = samples / analysis.voltages.samples_per_cycle;
   } else {
     json["end"] = json["duration_s"] = json["duration_cycles"] = nullptr;
   }
@@ -107,13 +129,16 @@ std::string json_of(const readers::Record& record, const Analysis& analysis) {
                            {"start_time", record.start_time},
                            {"trigger_time", record.trigger_time},
                            {"samples", record.length()},
-                           {"sampling_rate_hz", analysis.sampling_rate},
-                           {"line_frequency_hz", analysis.line_frequency},
-                           {"samples_per_cycle", analysis.samples_per_cycle}}},
+                           {"sampling_rate_hz", analysis.voltages.sampling_rate},
+                           {"line_frequency_hz", analysis.voltages.line_frequency},
+                           {"samples_per_cycle", analysis.voltages.samples_per_cycle},
+                           {"part", part_of(analysis.voltages)}}},
                          {"voltages", voltages(record, analysis)},
+                         {"line_to_line", analysis.voltages.between_phases},
                          {"analysis_level_factor", analysis.level_factor},
                          {"pre_event_voltage_v", analysis.pre_event_voltage},
                          {"threshold_v", analysis.threshold},
+                         {"declared_voltage", declared_of(analysis)},
                          {"dips", std::move(dips)},
                          {"notes", std::move(notes)}};
   // A file name may hold any bytes; JSON may not.

@@ -52,11 +52,14 @@ class DipText {
   }
 
  private:
-  [[nodiscard]] double seconds(std::size_t sample) const {
-    return static_cast<double>(sample) / analysis_.sampling_rate;
+  [[nodiscard]] double seconds(std::size_t sample) const { return analysis_.voltages.seconds_at(sample); }
+  [[nodiscard]] double duration(std::size_t samples) const {
+    return static_cast<double>(samples) / analysis_.voltages.sampling_rate;
   }
   [[nodiscard]] std::string level(double value) const {
-    return fmt::format("{} ({:.1f} %)", volts(value), 100 * value / analysis_.pre_event_voltage);
+    const auto own = fmt::format("{} ({:.1f} %", volts(value), 100 * value / analysis_.pre_event_voltage);
+    if (!analysis_.declared) return own + ")";
+    return fmt::format("{}, {:.1f} % of declared)", own, 100 * value / analysis_.declared->level);
   }
   std::back_insert_iterator<std::string> out() { return std::back_inserter(text_); }
 
@@ -65,8 +68,8 @@ class DipText {
   void line(const char* heading, Figure figure) {
     text_ += heading;
     for (std::size_t phase = 0; phase < 3; phase++) {
-      fmt::format_to(out(), "{}{} {}", phase == 0 ? "" : ", ", record_.channels[analysis_.channels[phase]].name,
-                     figure(phase));
+      fmt::format_to(out(), "{}{} {}", phase == 0 ? "" : ", ",
+                     record_.channels[analysis_.voltages.channels[phase]].name, figure(phase));
     }
     text_ += '\n';
   }
@@ -75,10 +78,12 @@ class DipText {
     fmt::format_to(out(), "\ndip {}   {:.4f} s to ", number, seconds(dip.start));
     if (dip.end) {
       const std::size_t length = *dip.end - dip.start;
-      fmt::format_to(out(), "{:.4f} s, {:.1f} ms, {:.2f} cycles\n", seconds(*dip.end), seconds(length) * 1e3,
-                     static_cast<double>(length) / analysis_.samples_per_cycle);
+      fmt::format_to(out(), "{:.4f} s, {:.1f} ms, {:.2f} cycles\n", seconds(*dip.end), duration(length) * 1e3,
+                     static_cast<double>(length) / analysis_.voltages.samples_per_cycle);
     } else {
-      fmt::format_to(out(), "the end of the record, {:.1f} ms and on\n", seconds(record_.length() - dip.start) * 1e3);
+      fmt::format_to(out(), "the end of the {}, {:.1f} ms and on\n",
+                     analysis_.voltages.parts > 1 ? "record's part" : "record",
+                     duration(analysis_.voltages.length - dip.start) * 1e3);
     }
   }
 
@@ -108,13 +113,33 @@ std::string text_of(const readers::Record& record, const Analysis& analysis) {
   for (const auto& about : {record.station, record.device, record.start_time}) {
     if (!about.empty()) fmt::format_to(out, ", {}", about);
   }
-  fmt::format_to(out, "\n  {:.4g} s: {} samples at {:g} Hz, {} per cycle of {:g} Hz\n",
-                 static_cast<double>(record.length()) / analysis.sampling_rate, record.length(), analysis.sampling_rate,
-                 analysis.samples_per_cycle, analysis.line_frequency);
-  fmt::format_to(out, "  voltages {}, {}, {}\n", record.channels[analysis.channels[0]].name,
-                 record.channels[analysis.channels[1]].name, record.channels[analysis.channels[2]].name);
+  const auto& voltages = analysis.voltages;
+  const auto& part = voltages.part;
+  fmt::format_to(out, "\n  {}{:.4g} s: {} samples at {:g} Hz, {} per cycle of {:g} Hz\n",
+                 voltages.parts > 1 ? fmt::format("part {} of {}, ", voltages.part_number, voltages.parts) : "",
+                 static_cast<double>(part.length()) / part.rate, part.length(), part.rate,
+                 voltages.resampled ? fmt::format("resampled to {}", voltages.samples_per_cycle)
+                                    : fmt::format("{}", voltages.samples_per_cycle),
+                 voltages.line_frequency);
+  fmt::format_to(out, "  voltages {}", voltages.between_phases ? "between phases " : "");
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    fmt::format_to(out, "{}{}", phase == 0 ? "" : ", ", record.channels[voltages.channels[phase]].name);
+  }
+  const auto& first = record.channels[voltages.channels[0]];
+  if (voltages.unit_assumed[0]) text += " (unit taken for V)";
+  if (first.side != 0 && first.primary != first.secondary) {
+    fmt::format_to(out, " ({} values, transformer {:g}:{:g})", first.side == 'P' ? "primary" : "secondary",
+                   first.primary, first.secondary);
+  }
+  text += '\n';
   fmt::format_to(out, "  pre-event voltage {}, dip threshold {}\n", volts(analysis.pre_event_voltage),
                  volts(analysis.threshold));
+  if (analysis.declared) {
+    fmt::format_to(out, "  declared {} voltage {}{}: the pre-event voltage is {:.1f} % of it\n",
+                   analysis.declared->line ? "line" : "phase", volts(analysis.declared->given),
+                   analysis.declared->secondary ? ", divided by the transformer's ratio" : "",
+                   100 * analysis.pre_event_voltage / analysis.declared->level);
+  }
   if (analysis.level_factor != 1) {
     fmt::format_to(out, "  analysed at {:.6g} times the recorded voltages; all voltages here are the recorded ones\n",
                    analysis.level_factor);

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "command/analyse_command.h"
-#include "command/analysis.h"
+#include "command/analysed_voltages.h"
 #include "command/refusal.h"
 #include "command/synth_command.h"
 #include "synth/dip_description.h"
@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
     return success;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? success : usage;
-  } catch (const command::UnknownChannels& error) {
+  } catch (const command::UnknownChoice& error) {
     return complain(error.what(), usage);
   } catch (const synth::DescriptionError& error) {
     return complain(error.what(), usage);

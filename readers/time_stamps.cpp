@@ -116,8 +116,8 @@ class TableMaker {
     const double step = std::isnan(usual) ? kNaN : mean_step(stamps_, begin, end, usual) * unit_;
     if (step > 0) {
       const double rate = rate_of_step(step);
-      table_.notes.push_back("The file states no sampling rate; the time stamps make it " + number_text(rate) +
-                             " samples per second.");
+      table_.notes.push_back("The file states no sampling rate; the time stamps make it " +
+                             number_text(std::round(rate * 1e3) / 1e3) + " samples per second.");
       return rate;
     }
     if (given_rate_ > 0) return given_rate_;

@@ -3,7 +3,7 @@
 # what is missing; needs root or sudo for that.
 set -eu
 export DEBIAN_FRONTEND=noninteractive
-packages="g++ cmake ninja-build pkg-config libgtest-dev libcli11-dev nlohmann-json3-dev libcsv-dev libfmt-dev"
+packages="g++ cmake ninja-build pkg-config libgtest-dev libcli11-dev nlohmann-json3-dev libcsv-dev libfmt-dev libsoxr-dev"
 packages="$packages libbenchmark-dev $*"
 missing=
 for package in $packages; do
