@@ -15,9 +15,6 @@ namespace command {
 
 namespace {
 
-/// Missing values are bridged over as much of a cycle at most.
-constexpr double longest_bridge_cycles = 0.25;
-
 /// Below this the shape of a cycle cannot be told.
 constexpr double fewest_samples_per_cycle = 8;
 
@@ -97,9 +94,9 @@ double power_at(double frequency, const readers::Channel& channel, const readers
   return std::norm(sum);
 }
 
-/// The line frequency that the waveform shows: 50 or 60 Hz, 0 when it does not tell.
-double shown_frequency(const readers::Record& record, std::size_t channel) {
-  constexpr double clearly = 4;
+/// The line frequency that the waveform shows: 50 or 60 Hz, one having at least `clearly` times the other's power; 0
+/// when it does not tell.
+double shown_frequency(const readers::Record& record, std::size_t channel, double clearly) {
   const auto& samples = record.channels[channel];
   for (const auto& part : readers::parts_of(record)) {
     if (!(part.rate >= 60 * fewest_samples_per_cycle) || static_cast<double>(part.length()) < part.rate / 10) continue;
@@ -114,18 +111,17 @@ double shown_frequency(const readers::Record& record, std::size_t channel) {
 double line_frequency_of(const readers::Record& record, std::size_t channel, double given,
                          std::vector<std::string>& notes) {
   if (given > 0) return given;
-  const double shown = shown_frequency(record, channel);
   if (record.line_frequency > 0) {
+    const double shown = shown_frequency(record, channel, 100);
     const bool other = (record.line_frequency == 50 && shown == 60) || (record.line_frequency == 60 && shown == 50);
-    if (other) {
-      notes.push_back(
-          fmt::format("The file states a line frequency of {:g} Hz, which is used; the waveform looks like {:g} Hz "
-                      "(--frequency tells otherwise).",
-                      record.line_frequency, shown));
-    }
-    return record.line_frequency;
+    if (!other) return record.line_frequency;
+    notes.push_back(fmt::format(
+        "The file states a line frequency of {:g} Hz, but the waveform's is {:g} Hz, which is used (--frequency tells "
+        "otherwise).",
+        record.line_frequency, shown));
+    return shown;
   }
-  if (shown == 60) {
+  if (shown_frequency(record, channel, 4) == 60) {
     notes.emplace_back(
         "The file does not state the line frequency; by the waveform it is 60 Hz (--frequency tells otherwise).");
     return 60;

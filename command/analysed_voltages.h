@@ -15,6 +15,9 @@
 
 namespace command {
 
+/// Missing values are bridged over as much of a cycle at most; longer gaps take a record apart.
+inline constexpr double longest_bridge_cycles = 0.25;
+
 /// What the user chose.
 struct VoltageChoice {
   std::string channels;       ///< "A,B,C" as channel names or numbers; empty: found by phase letter and unit

@@ -7,6 +7,7 @@
 
 #include "command/analyse_command.h"
 #include "command/analysed_voltages.h"
+#include "command/info_command.h"
 #include "command/refusal.h"
 #include "command/synth_command.h"
 #include "synth/dip_description.h"
@@ -32,6 +33,7 @@ int main(int argc, char** argv) {
   app.footer(exit_statuses);
   app.require_subcommand(1);
   command::add_analyse(app, exit_statuses);
+  command::add_info(app, exit_statuses);
   command::add_synth(app, exit_statuses);
   try {
     app.parse(argc, argv);

@@ -45,7 +45,7 @@ double mean_step(const std::vector<double>& stamps, std::size_t begin, std::size
   double count = 0;
   for (std::size_t i = begin + 1; i < end; ++i) {
     const double step = step_of(stamps[i - 1], stamps[i], usual);
-    if (!(std::abs(step - usual) <= std::max(1.0, 0.5 * usual))) continue;
+    if (!(std::abs(step - usual) <= std::max(1.5, 0.05 * usual))) continue;
     sum += step;
     ++count;
   }
