@@ -68,10 +68,8 @@ double duration(const std::vector<RateSection>& sections) {
   return last.start + (last.rate > 0 ? static_cast<double>(last.end - begin) / last.rate : 0);
 }
 
-/// The record that a configuration and the content of its data file make.
-Record assemble(Record record, const ComtradeConfig& config, const std::string& data_name, std::string_view content,
-                const OpenOptions& options) {
-  ComtradeData data = read_comtrade_data(data_name, content, config, wanted_channels(record, options));
+/// The record that a configuration and its data make.
+Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, const OpenOptions& options) {
   for (std::size_t i = 0; i < record.channels.size(); ++i) record.channels[i].samples = std::move(data.samples[i]);
   record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
 
@@ -194,20 +192,21 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
     data = *decoded;
     record.format += " (base64)";
   }
-  return assemble(std::move(record), config, file + ", DAT section", data, options);
+  ComtradeData rows = read_comtrade_data(file + ", DAT section", data, config, wanted_channels(record, options));
+  return assemble(std::move(record), config, std::move(rows), options);
 }
 
 Record read_comtrade(const std::string& path, const OpenOptions& options) {
   const bool data_named = extension_of(path) == ".dat";
   // The named file comes first: a wrong name should be reported as such, not as a missing partner.
-  std::string named_content = read_file(path);
+  const FileStream named(path);
   const std::string config_path = data_named ? partner_of(path, ".cfg") : path;
-  const ComtradeConfig config =
-      parse_comtrade_config(inert(config_path), data_named ? read_file(config_path) : named_content, options.charset);
-
+  const ComtradeConfig config = parse_comtrade_config(inert(config_path), read_file(config_path), options.charset);
+  Record record = described(inert(path), config);
   const std::string data_path = data_named ? path : partner_of(path, ".dat");
-  const std::string content = data_named ? std::move(named_content) : read_file(data_path);
-  return assemble(described(inert(path), config), config, inert(data_path), content, options);
+  FileStream stream(data_path);
+  ComtradeData data = read_comtrade_data(inert(data_path), stream, config, wanted_channels(record, options));
+  return assemble(std::move(record), config, std::move(data), options);
 }
 
 }  // namespace readers

@@ -3,11 +3,13 @@
 #include "readers/comtrade_data.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
-#include <optional>
+#include <memory>
+#include <utility>
 
 #include "readers/text.h"
 
@@ -28,65 +30,90 @@ std::vector<std::size_t> indices_of(const std::vector<bool>& wanted) {
 
 // --- ASCII -----------------------------------------------------------------------------------------------------------
 
+bool is_digit(char c) {
+  return static_cast<unsigned char>(c - '0') < 10;
+}
+
 /// Goes through the fields of a line from left to right.
 class Fields {
  public:
   explicit Fields(std::string_view line) : at_(line.data()), end_(line.data() + line.size()) {}
 
   void skip(std::size_t count) {
-    for (; count > 0 && at_ < end_; --count) at_ = std::find(at_, end_, ',') + 1;
+    for (; count > 0 && !used_up_; --count) pass(std::find(at_, end_, ','));
   }
 
   /// The next field as a whole, trimmed.
   std::string_view next() {
-    if (at_ >= end_) return {};
+    if (used_up_) return {};
     const char* comma = std::find(at_, end_, ',');
     const std::string_view field(at_, static_cast<std::size_t>(comma - at_));
-    at_ = comma + 1;
+    pass(comma);
     return trimmed(field);
   }
 
-  /// The next field as a number; nothing when it is none, and then `rejected` is what it holds.
-  std::optional<double> next_number(std::string_view& rejected) {
+  /// Takes the next field as a number. When it is none, stays in front of it.
+  bool next_number(double& number) {
     const char* start = at_;
-    if (const auto number = plain_number()) return number;
-    at_ = start;
-    rejected = next();
-    return parse_number(rejected);
+    if (plain_number(number)) return true;
+    if (used_up_) return false;
+    const auto parsed = parse_number(next());
+    if (!parsed) {
+      at_ = start;
+      used_up_ = false;
+    }
+    number = parsed.value_or(kNaN);
+    return parsed.has_value();
+  }
+
+  [[nodiscard]] bool used_up() const { return used_up_; }
+
+  /// How many fields are left.
+  [[nodiscard]] std::size_t left() const {
+    return used_up_ ? 0 : static_cast<std::size_t>(std::count(at_, end_, ',')) + 1;
   }
 
  private:
   /// Digits with a point or none, up to fifteen of them: both the digits and the power of ten are exact then, and so
-  /// their quotient is rounded once, as it should be. Nothing for all other ways to write a number.
-  std::optional<double> plain_number() {
+  /// their quotient is rounded once, as it should be. False for all other ways to write a number.
+  bool plain_number(double& number) {
     static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                          1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    constexpr int kMostDigits = 15;
+    constexpr std::ptrdiff_t kMostDigits = 15;
     const char* at = at_;
     while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
     const bool negative = at < end_ && *at == '-';
     if (negative) ++at;
+    const char* digits = at;
     std::uint64_t value = 0;
-    int digits = 0;
-    int decimals = 0;
-    for (; at < end_ && is_digit(*at); ++at, ++digits) value = 10 * value + static_cast<unsigned>(*at - '0');
+    for (; at < end_ && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
+    std::ptrdiff_t count = at - digits;
+    std::ptrdiff_t decimals = 0;
     if (at < end_ && *at == '.') {
-      for (++at; at < end_ && is_digit(*at); ++at, ++digits, ++decimals) {
-        value = 10 * value + static_cast<unsigned>(*at - '0');
-      }
+      const char* point = at;
+      for (++at; at < end_ && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
+      decimals = at - point - 1;
+      count += decimals;
     }
-    if (digits == 0 || digits > kMostDigits) return std::nullopt;
+    if (count == 0 || count > kMostDigits) return false;
     while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
-    if (at < end_ && *at != ',') return std::nullopt;
-    at_ = at + 1;
-    const double number = static_cast<double>(value) / kPowers[decimals];
-    return negative ? -number : number;
+    if (at < end_ && *at != ',') return false;
+    pass(at);
+    const auto whole = static_cast<double>(static_cast<std::int64_t>(value));
+    const double size = decimals == 0 ? whole : whole / kPowers[decimals];
+    number = negative ? -size : size;
+    return true;
   }
 
-  static bool is_digit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+  /// Goes behind the comma, or to the end where there is none.
+  void pass(const char* comma) {
+    used_up_ = comma == end_;
+    at_ = used_up_ ? end_ : comma + 1;
+  }
 
   const char* at_;
   const char* end_;
+  bool used_up_ = false;  ///< no field is left, not even an empty one
 };
 
 /// Whether a sample number can come after another. Some programs number every row alike or not at all, or the rows of
@@ -109,7 +136,7 @@ class AsciiReader {
   ComtradeData read(std::string_view content) {
     Lines lines(without_file_marks(content));
     while (const auto line = lines.next()) {
-      if (trimmed(*line).empty()) continue;
+      if (line->empty() || (!is_digit(line->front()) && trimmed(*line).empty())) continue;
       if (data_.rows == 0) reserve(lines, line->size());
       if (const std::string fault = take(*line); !fault.empty()) {
         if (!lines.at_end()) {
@@ -135,34 +162,51 @@ class AsciiReader {
 
   /// Takes the row of a line. Returns what is wrong with it, empty when nothing is.
   std::string take(std::string_view line) {
-    const std::size_t found = static_cast<std::size_t>(std::count(line.begin(), line.end(), ',')) + 1;
-    const bool only_comma_too_many = found == fields_ + 1 && (line.back() == ',' || trimmed(line).ends_with(','));
-    if (found != fields_ && !only_comma_too_many) {
-      return "the row has " + std::to_string(found) + " fields where " + std::to_string(fields_) + " belong";
-    }
     Fields fields(line);
-    std::string_view rejected;
-    number_before_ = number_;
-    number_ = fields.next_number(rejected).value_or(kNaN);
-    const double stamp = fields.next_number(rejected).value_or(kNaN);
+    double number = kNaN;
+    double stamp = kNaN;
+    if (!fields.next_number(number)) fields.skip(1);
+    if (!fields.next_number(stamp)) fields.skip(1);
     std::size_t next = 0;
-    for (std::size_t w = 0; w < wanted_.size(); ++w) {
+    bool numbers = true;
+    for (std::size_t w = 0; w < wanted_.size() && numbers; ++w) {
       const std::size_t i = wanted_[w];
       fields.skip(i - next);
       next = i + 1;
       const AnalogChannel& channel = config_.analogs[i];
-      const auto stored = fields.next_number(rejected);
-      if (stored) {
-        row_[w] = *stored == kMissing && !channel.beyond_99999 ? kNaN : channel.scale * *stored + channel.offset;
-      } else if (rejected.empty()) {
-        row_[w] = kNaN;
+      double stored = kNaN;
+      if (fields.next_number(stored)) {
+        row_[w] = stored == kMissing && !channel.beyond_99999 ? kNaN : channel.scale * stored + channel.offset;
       } else {
-        return cited(rejected) + " is not a number (analog channel " + std::to_string(i + 1) + ")";
+        row_[w] = kNaN;
+        numbers = !fields.used_up() && fields.next().empty();
       }
     }
+    if (!numbers || 2 + next + fields.left() != fields_) {
+      if (const std::string fault = fault_of(line); !fault.empty()) return fault;
+    }
+    number_before_ = number_;
+    number_ = number;
     for (std::size_t w = 0; w < wanted_.size(); ++w) data_.samples[wanted_[w]].push_back(row_[w]);
     data_.stamps.push_back(stamp);
     ++data_.rows;
+    return {};
+  }
+
+  /// What is wrong with a row; empty when it is a comma behind the last field only.
+  [[nodiscard]] std::string fault_of(std::string_view line) const {
+    const std::size_t found = Fields(line).left();
+    if (found != fields_ && !(found == fields_ + 1 && trimmed(line).ends_with(','))) {
+      return "the row has " + std::to_string(found) + " fields where " + std::to_string(fields_) + " belong";
+    }
+    for (const std::size_t i : wanted_) {
+      Fields fields(line);
+      fields.skip(2 + i);
+      const std::string_view field = fields.next();
+      if (!field.empty() && !parse_number(field)) {
+        return cited(field) + " is not a number (analog channel " + std::to_string(i + 1) + ")";
+      }
+    }
     return {};
   }
 
@@ -217,6 +261,12 @@ class SampleNumbers {
     if (first_restart_ == 0) first_restart_ = row_;
   }
 
+  /// Takes as many more rows, numbered one after the other.
+  void go_on(std::size_t rows) {
+    before_ += static_cast<std::uint32_t>(rows);
+    row_ += rows;
+  }
+
   /// The first row whose number starts again at 1; 0 when none does.
   [[nodiscard]] std::size_t first_restart() const { return first_restart_; }
 
@@ -249,69 +299,140 @@ struct Word32 {
 struct Float32 {
   static constexpr std::size_t bytes = 4;
   static double value(const char* at) {
-    const std::uint32_t bits = little_endian_32(at);
-    float stored;
-    std::memcpy(&stored, &bits, sizeof stored);
+    const auto stored = std::bit_cast<float>(little_endian_32(at));
     return std::isfinite(stored) ? static_cast<double>(stored) : kNaN;
+  }
+};
+
+struct Stamp {
+  static double value(const char* at) {
+    const std::uint32_t stored = little_endian_32(at);
+    return stored == 0xFFFFFFFF ? kNaN : static_cast<double>(stored);
   }
 };
 
 constexpr std::size_t kNumberBytes = 4;
 constexpr std::size_t kStampBytes = 4;
 
-template <typename Word>
-void read_channel(std::string_view content, std::size_t row_bytes, std::size_t first, std::size_t last,
-                  std::size_t column, const AnalogChannel& channel, double* samples) {
-  const char* at = content.data() + first * row_bytes + kNumberBytes + kStampBytes + Word::bytes * column;
-  for (std::size_t r = first; r < last; ++r, at += row_bytes) {
-    samples[r] = channel.scale * Word::value(at) + channel.offset;
-  }
-}
+/// Takes binary data piece by piece.
+class BinaryReader {
+ public:
+  virtual ~BinaryReader() = default;
+  virtual void take(std::string_view piece) = 0;
+  virtual ComtradeData finish() = 0;
+};
 
 template <typename Word>
-ComtradeData read_binary(const std::string& file, std::string_view content, const ComtradeConfig& config,
-                         const std::vector<bool>& wanted) {
-  constexpr std::size_t kDigitalWordBytes = 2;
-  constexpr std::size_t kDigitalsPerWord = 16;
-  constexpr std::size_t kRowsAtOnce = 64;  // few enough to stay in the nearest memory while each channel is read
-  constexpr std::uint32_t kNoStamp = 0xFFFFFFFF;
+class RowReader : public BinaryReader {
+ public:
+  /// `bytes`: how many are to come, as far as is known.
+  RowReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted, std::size_t bytes)
+      : config_(config), wanted_(indices_of(wanted)), numbers_(file) {
+    constexpr std::size_t kDigitalWordBytes = 2;
+    constexpr std::size_t kDigitalsPerWord = 16;
+    const std::size_t digital_words = config.digitals / kDigitalsPerWord + (config.digitals % kDigitalsPerWord != 0);
+    row_bytes_ = kNumberBytes + kStampBytes + Word::bytes * config.analogs.size() + kDigitalWordBytes * digital_words;
+    data_.samples.resize(config.analogs.size());
+    reserve(bytes / row_bytes_);
+  }
 
-  const std::size_t digital_words = config.digitals / kDigitalsPerWord + (config.digitals % kDigitalsPerWord != 0);
-  const std::size_t row_bytes =
-      kNumberBytes + kStampBytes + Word::bytes * config.analogs.size() + kDigitalWordBytes * digital_words;
-  const std::size_t left_over = content.size() % row_bytes;
-
-  ComtradeData data;
-  data.rows = content.size() / row_bytes;
-  data.samples.resize(config.analogs.size());
-  const std::vector<std::size_t> indices = indices_of(wanted);
-  for (const std::size_t i : indices) data.samples[i].resize(data.rows);
-  data.stamps.resize(data.rows);
-
-  SampleNumbers numbers(file);
-  for (std::size_t first = 0; first < data.rows; first += kRowsAtOnce) {
-    const std::size_t last = std::min(first + kRowsAtOnce, data.rows);
-    for (std::size_t r = first; r < last; ++r) {
-      const char* row = content.data() + r * row_bytes;
-      numbers.take(little_endian_32(row), r * row_bytes);
-      const std::uint32_t stamp = little_endian_32(row + kNumberBytes);
-      data.stamps[r] = stamp == kNoStamp ? kNaN : stamp;
+  void take(std::string_view piece) override {
+    if (!carried_.empty()) {
+      const std::size_t missing = std::min(row_bytes_ - carried_.size(), piece.size());
+      carried_.append(piece.substr(0, missing));
+      piece.remove_prefix(missing);
+      if (carried_.size() < row_bytes_) return;
+      take_rows(carried_.data(), 1);
+      carried_.clear();
     }
-    for (const std::size_t i : indices) {
-      read_channel<Word>(content, row_bytes, first, last, i, config.analogs[i], data.samples[i].data());
+    const std::size_t rows = piece.size() / row_bytes_;
+    take_rows(piece.data(), rows);
+    carried_.assign(piece.substr(rows * row_bytes_));
+  }
+
+  ComtradeData finish() override {
+    if (numbers_.first_restart() != 0) {
+      data_.notes.push_back("Sample numbers in the data file start again at 1 in row " +
+                            std::to_string(numbers_.first_restart()) + ".");
+    }
+    if (!carried_.empty() && carried_ != "\x1A") {
+      data_.notes.push_back("The data file does not end with a whole row: its last " + std::to_string(carried_.size()) +
+                            " bytes of a row of " + std::to_string(row_bytes_) + " were dropped.");
+    }
+    return std::move(data_);
+  }
+
+ private:
+  void reserve(std::size_t rows) {
+    for (const std::size_t i : wanted_) data_.samples[i].reserve(rows);
+    data_.stamps.reserve(rows);
+  }
+
+  void take_rows(const char* bytes, std::size_t count) {
+    while (count > 0) {
+      const std::size_t rows = std::min(count, kRowsAtOnce);
+      take_numbers(bytes, rows);
+      append<Stamp>(data_.stamps, rows, bytes + kNumberBytes, 1, 0);
+      for (const std::size_t i : wanted_) {
+        append<Word>(data_.samples[i], rows, bytes + kNumberBytes + kStampBytes + Word::bytes * i,
+                     config_.analogs[i].scale, config_.analogs[i].offset);
+      }
+      bytes += rows * row_bytes_;
+      data_.rows += rows;
+      count -= rows;
     }
   }
 
-  if (numbers.first_restart() != 0) {
-    data.notes.push_back("Sample numbers in the data file start again at 1 in row " +
-                         std::to_string(numbers.first_restart()) + ".");
+  /// Appends a value of each row, by way of a few at a time: a vector that is made longer first is written twice.
+  template <typename Value>
+  void append(std::vector<double>& values, std::size_t rows, const char* at, double scale, double offset) const {
+    std::array<double, kRowsAtOnce> block;
+    for (std::size_t r = 0; r < rows; ++r, at += row_bytes_) block[r] = scale * Value::value(at) + offset;
+    values.insert(values.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(rows));
   }
-  const bool end_mark_only = left_over == 1 && content.back() == '\x1A';
-  if (left_over != 0 && !end_mark_only) {
-    data.notes.push_back("The data file does not end with a whole row: its last " + std::to_string(left_over) +
-                         " bytes of a row of " + std::to_string(row_bytes) + " were dropped.");
+
+  /// Looks at numbers one by one only where they are not simply one after the other.
+  void take_numbers(const char* bytes, std::size_t rows) {
+    const std::uint32_t first = little_endian_32(bytes);
+    std::uint32_t off = 0;
+    const char* row = bytes;
+    for (std::size_t r = 0; r < rows; ++r, row += row_bytes_) {
+      off |= little_endian_32(row) - (first + static_cast<std::uint32_t>(r));
+    }
+    row = bytes;
+    if (off == 0) {
+      numbers_.take(first, data_.rows * row_bytes_);
+      numbers_.go_on(rows - 1);
+      return;
+    }
+    for (std::size_t r = 0; r < rows; ++r, row += row_bytes_) {
+      numbers_.take(little_endian_32(row), (data_.rows + r) * row_bytes_);
+    }
   }
-  return data;
+
+  static constexpr std::size_t kRowsAtOnce = 128;  ///< few enough to stay in the nearest memory while each is read
+
+  const ComtradeConfig& config_;
+  std::vector<std::size_t> wanted_;
+  SampleNumbers numbers_;
+  std::size_t row_bytes_ = 0;
+  std::string carried_;  ///< the start of a row whose rest is in the next piece
+  ComtradeData data_;
+};
+
+std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const ComtradeConfig& config,
+                                            const std::vector<bool>& wanted, std::size_t bytes) {
+  switch (config.data_type) {
+    case DataType::kBinary:
+      return std::make_unique<RowReader<Word16>>(file, config, wanted, bytes);
+    case DataType::kBinary32:
+      return std::make_unique<RowReader<Word32>>(file, config, wanted, bytes);
+    case DataType::kFloat32:
+      return std::make_unique<RowReader<Float32>>(file, config, wanted, bytes);
+    case DataType::kAscii:
+      break;
+  }
+  return nullptr;
 }
 
 /// Whether what should be numbers in binary form is a table of text.
@@ -323,34 +444,43 @@ bool looks_like_text(std::string_view content) {
          });
 }
 
-ComtradeData read_as(const std::string& file, std::string_view content, const ComtradeConfig& config,
-                     const std::vector<bool>& wanted) {
-  switch (config.data_type) {
-    case DataType::kBinary:
-      return read_binary<Word16>(file, content, config, wanted);
-    case DataType::kBinary32:
-      return read_binary<Word32>(file, content, config, wanted);
-    case DataType::kFloat32:
-      return read_binary<Float32>(file, content, config, wanted);
-    case DataType::kAscii:
-      break;
+void refuse_text(const std::string& file, std::string_view content, const ComtradeConfig& config) {
+  if (!looks_like_text(content)) return;
+  throw ReadError(file, "byte 0", std::string("the data are text where ") + name_of(config.data_type) + " belongs",
+                  "correct the type of data in the .cfg to ASCII, and make sure that it belongs to this file");
+}
+
+ComtradeData with_rows(const std::string& file, ComtradeData data) {
+  if (data.rows == 0) {
+    throw ReadError(file, "", "holds no samples", "get the data file again, or choose another record");
   }
-  return AsciiReader(file, config, wanted).read(content);
+  return data;
 }
 
 }  // namespace
 
 ComtradeData read_comtrade_data(const std::string& file, std::string_view content, const ComtradeConfig& config,
                                 const std::vector<bool>& wanted) {
-  if (config.data_type != DataType::kAscii && looks_like_text(content)) {
-    throw ReadError(file, "byte 0", std::string("the data are text where ") + name_of(config.data_type) + " belongs",
-                    "correct the type of data in the .cfg to ASCII, and make sure that it belongs to this file");
+  const auto reader = binary_reader(file, config, wanted, content.size());
+  if (!reader) return with_rows(file, AsciiReader(file, config, wanted).read(content));
+  refuse_text(file, content, config);
+  reader->take(content);
+  return with_rows(file, reader->finish());
+}
+
+ComtradeData read_comtrade_data(const std::string& file, FileStream& stream, const ComtradeConfig& config,
+                                const std::vector<bool>& wanted) {
+  std::string_view piece = stream.next();
+  const auto reader = binary_reader(file, config, wanted, stream.stated_size());
+  if (!reader) {
+    std::string content;
+    content.reserve(stream.stated_size());
+    for (; !piece.empty(); piece = stream.next()) content.append(piece);
+    return read_comtrade_data(file, content, config, wanted);
   }
-  ComtradeData data = read_as(file, content, config, wanted);
-  if (data.rows == 0) {
-    throw ReadError(file, "", "holds no samples", "get the data file again, or choose another record");
-  }
-  return data;
+  refuse_text(file, piece, config);
+  for (; !piece.empty(); piece = stream.next()) reader->take(piece);
+  return with_rows(file, reader->finish());
 }
 
 }  // namespace readers

@@ -16,6 +16,9 @@ constexpr double kDay = 86400;
 /// Rates nearer than this are one: devices that follow the line's frequency state it anew all the time.
 constexpr double kSameRate = 0.01;
 
+/// So few stamps tell nothing.
+constexpr std::size_t kFewSteps = 16;
+
 /// The step between two stamps, NaN when one is missing. A step back may be the end of 16 or 32 bits.
 double step_of(double from, double to, double usual) {
   const double step = to - from;
@@ -65,7 +68,7 @@ bool agree(const std::vector<double>& stamps, std::size_t begin, std::size_t end
   for (std::size_t i = begin + 1; i < end; ++i) {
     if (std::abs(step_of(stamps[i - 1], stamps[i], step) - step) <= std::max(1.5, kSameRate * step)) ++right;
   }
-  return end - begin > 16 && 10 * right >= 9 * (end - begin - 1);
+  return end - begin > kFewSteps && 10 * right >= 9 * (end - begin - 1);
 }
 
 std::string sample_text(std::size_t index) {
@@ -89,6 +92,12 @@ class TableMaker {
 
  private:
   void add(const RateSection& section, std::size_t begin) {
+    if (section.rate > 0 && all_agree(begin, section.end, 1 / (section.rate * unit_))) {
+      const double missing = gap_before(begin, 1 / (section.rate * unit_), true);
+      agreed_before_ = true;
+      push(section.rate, begin, section.end, missing, missing == 0);
+      return;
+    }
     const double usual = usual_step(stamps_, begin, section.end);
     double rate = section.rate;
     if (rate == 0) rate = rate_of_stamps(begin, section.end, usual);
@@ -112,6 +121,16 @@ class TableMaker {
     push(rate, start, section.end, missing, missing == 0);
   }
 
+  /// Whether each step is what the rate makes it: the rule, and told in one go.
+  [[nodiscard]] bool all_agree(std::size_t begin, std::size_t end, double step) const {
+    const double tolerance = std::max(1.5, kSameRate * step);
+    std::size_t wrong = 0;
+    for (std::size_t i = begin + 1; i < end; ++i) {
+      wrong += std::abs(stamps_[i] - stamps_[i - 1] - step) <= tolerance ? 0 : 1;
+    }
+    return wrong == 0 && end - begin > kFewSteps;
+  }
+
   double rate_of_stamps(std::size_t begin, std::size_t end, double usual) {
     const double step = std::isnan(usual) ? kNaN : mean_step(stamps_, begin, end, usual) * unit_;
     if (step > 0) {
@@ -126,7 +145,7 @@ class TableMaker {
   }
 
   void check_rate(double rate, double usual, std::size_t begin, std::size_t end) {
-    if (std::isnan(usual) || end - begin <= 16 || rate_noted_) return;
+    if (std::isnan(usual) || end - begin <= kFewSteps || rate_noted_) return;
     const double by_stamps = 1 / (mean_step(stamps_, begin, end, usual) * unit_);
     if (!(std::abs(by_stamps - rate) > kSameRate * rate)) return;
     rate_noted_ = true;
