@@ -78,8 +78,11 @@ Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, 
     record.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
                            std::to_string(data.rows) + ".");
   }
-  TimeTable table =
-      read_time_stamps(fitted_rates(config.rates, data.rows), data.stamps, config.stamp_unit, options.sampling_rate);
+  TimeTable table;
+  table.sections = fitted_rates(config.rates, data.rows);
+  if (!data.stamps_agree) {
+    table = read_time_stamps(table.sections, data.stamps, config.stamp_unit, options.sampling_rate);
+  }
   record.rates = std::move(table.sections);
   record.notes.insert(record.notes.end(), table.notes.begin(), table.notes.end());
   if (config.trigger && *config.trigger <= duration(record.rates)) record.trigger = config.trigger;

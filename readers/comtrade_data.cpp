@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "readers/text.h"
+#include "readers/time_stamps.h"
 
 namespace readers {
 namespace {
@@ -277,38 +278,65 @@ class SampleNumbers {
   std::size_t first_restart_ = 0;
 };
 
-// What a stored value is, by type; NaN where it stands for a missing one.
+/// Whether all steps between time stamps are what the record's only rate makes them: the rule, and seen in passing.
+class StampSteps {
+ public:
+  explicit StampSteps(const ComtradeConfig& config) {
+    if (config.rates.size() != 1 || !(config.rates[0].rate > 0)) return;
+    const double step = 1 / (config.rates[0].rate * config.stamp_unit);
+    const double least = std::max(0.0, std::ceil(step - step_tolerance(step)));
+    const double most = std::floor(step + step_tolerance(step));
+    if (!(most < 1e9)) return;
+    known_ = true;
+    step_ = step;
+    least_ = static_cast<std::uint32_t>(least);
+    range_ = static_cast<std::uint32_t>(most - least);
+  }
+
+  /// Whether more stamps agree with the rate.
+  bool take(const std::uint32_t* stamps, std::size_t count) {
+    if (count == 0) return known_;
+    // Without sign: a step over the end of 32 bits is one like others, one back is far beyond the range.
+    std::uint32_t wrong = any_ && stamps[0] - last_ - least_ > range_ ? 1 : 0;
+    for (std::size_t i = 1; i < count; ++i) wrong |= stamps[i] - stamps[i - 1] - least_ > range_ ? 1U : 0U;
+    last_ = stamps[count - 1];
+    any_ = true;
+    return known_ && wrong == 0;
+  }
+
+  [[nodiscard]] std::uint32_t last() const { return last_; }
+  [[nodiscard]] double step() const { return step_; }
+
+ private:
+  bool known_ = false;  ///< that there is one rate
+  bool any_ = false;
+  double step_ = 0;
+  std::uint32_t least_ = 0;
+  std::uint32_t range_ = 0;
+  std::uint32_t last_ = 0;
+};
+
+// What a stored value is, by type, and which one stands for a missing one.
 
 struct Word16 {
   static constexpr std::size_t bytes = 2;
-  static double value(const char* at) {
-    const auto stored = static_cast<std::int16_t>(static_cast<std::uint16_t>(
+  static std::int16_t stored(const char* at) {
+    return static_cast<std::int16_t>(static_cast<std::uint16_t>(
         static_cast<unsigned char>(at[0]) | static_cast<unsigned>(static_cast<unsigned char>(at[1])) << 8));
-    return stored == std::numeric_limits<std::int16_t>::min() ? kNaN : stored;
   }
+  static bool missing(std::int16_t value) { return value == std::numeric_limits<std::int16_t>::min(); }
 };
 
 struct Word32 {
   static constexpr std::size_t bytes = 4;
-  static double value(const char* at) {
-    const auto stored = static_cast<std::int32_t>(little_endian_32(at));
-    return stored == std::numeric_limits<std::int32_t>::min() ? kNaN : stored;
-  }
+  static std::int32_t stored(const char* at) { return static_cast<std::int32_t>(little_endian_32(at)); }
+  static bool missing(std::int32_t value) { return value == std::numeric_limits<std::int32_t>::min(); }
 };
 
 struct Float32 {
   static constexpr std::size_t bytes = 4;
-  static double value(const char* at) {
-    const auto stored = std::bit_cast<float>(little_endian_32(at));
-    return std::isfinite(stored) ? static_cast<double>(stored) : kNaN;
-  }
-};
-
-struct Stamp {
-  static double value(const char* at) {
-    const std::uint32_t stored = little_endian_32(at);
-    return stored == 0xFFFFFFFF ? kNaN : static_cast<double>(stored);
-  }
+  static float stored(const char* at) { return std::bit_cast<float>(little_endian_32(at)); }
+  static bool missing(float value) { return !(std::abs(value) <= std::numeric_limits<float>::max()); }
 };
 
 constexpr std::size_t kNumberBytes = 4;
@@ -327,7 +355,7 @@ class RowReader : public BinaryReader {
  public:
   /// `bytes`: how many are to come, as far as is known.
   RowReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted, std::size_t bytes)
-      : config_(config), wanted_(indices_of(wanted)), numbers_(file) {
+      : config_(config), wanted_(indices_of(wanted)), numbers_(file), steps_(config) {
     constexpr std::size_t kDigitalWordBytes = 2;
     constexpr std::size_t kDigitalsPerWord = 16;
     const std::size_t digital_words = config.digitals / kDigitalsPerWord + (config.digitals % kDigitalsPerWord != 0);
@@ -359,23 +387,23 @@ class RowReader : public BinaryReader {
       data_.notes.push_back("The data file does not end with a whole row: its last " + std::to_string(carried_.size()) +
                             " bytes of a row of " + std::to_string(row_bytes_) + " were dropped.");
     }
+    data_.stamps_agree = data_.stamps.empty();
     return std::move(data_);
   }
 
  private:
   void reserve(std::size_t rows) {
     for (const std::size_t i : wanted_) data_.samples[i].reserve(rows);
-    data_.stamps.reserve(rows);
   }
 
   void take_rows(const char* bytes, std::size_t count) {
     while (count > 0) {
       const std::size_t rows = std::min(count, kRowsAtOnce);
       take_numbers(bytes, rows);
-      append<Stamp>(data_.stamps, rows, bytes + kNumberBytes, 1, 0);
+      take_stamps(bytes + kNumberBytes, rows);
       for (const std::size_t i : wanted_) {
-        append<Word>(data_.samples[i], rows, bytes + kNumberBytes + kStampBytes + Word::bytes * i,
-                     config_.analogs[i].scale, config_.analogs[i].offset);
+        append(data_.samples[i], rows, bytes + kNumberBytes + kStampBytes + Word::bytes * i, config_.analogs[i].scale,
+               config_.analogs[i].offset);
       }
       bytes += rows * row_bytes_;
       data_.rows += rows;
@@ -384,11 +412,36 @@ class RowReader : public BinaryReader {
   }
 
   /// Appends a value of each row, by way of a few at a time: a vector that is made longer first is written twice.
-  template <typename Value>
   void append(std::vector<double>& values, std::size_t rows, const char* at, double scale, double offset) const {
     std::array<double, kRowsAtOnce> block;
-    for (std::size_t r = 0; r < rows; ++r, at += row_bytes_) block[r] = scale * Value::value(at) + offset;
+    const char* first = at;
+    bool missing = false;
+    for (std::size_t r = 0; r < rows; ++r, at += row_bytes_) {
+      const auto stored = Word::stored(at);
+      missing |= Word::missing(stored);
+      block[r] = scale * static_cast<double>(stored) + offset;
+    }
+    for (std::size_t r = 0; missing && r < rows; ++r) {
+      if (Word::missing(Word::stored(first + r * row_bytes_))) block[r] = kNaN;
+    }
     values.insert(values.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(rows));
+  }
+
+  /// Stamps are kept from the first one on that does not agree. Those before it then follow from it, as nothing but
+  /// their steps is asked for.
+  void take_stamps(const char* at, std::size_t rows) {
+    std::array<std::uint32_t, kRowsAtOnce> block;
+    for (std::size_t r = 0; r < rows; ++r, at += row_bytes_) block[r] = little_endian_32(at);
+    const std::uint32_t before = steps_.last();
+    if (data_.stamps.empty()) {
+      if (steps_.take(block.data(), rows)) return;
+      data_.stamps.reserve(data_.rows + rows);
+      for (std::size_t r = 0; r < data_.rows; ++r) {
+        data_.stamps.push_back(before - steps_.step() * static_cast<double>(data_.rows - 1 - r));
+      }
+    }
+    constexpr std::uint32_t kNoStamp = 0xFFFFFFFF;
+    for (std::size_t r = 0; r < rows; ++r) data_.stamps.push_back(block[r] == kNoStamp ? kNaN : block[r]);
   }
 
   /// Looks at numbers one by one only where they are not simply one after the other.
@@ -415,6 +468,7 @@ class RowReader : public BinaryReader {
   const ComtradeConfig& config_;
   std::vector<std::size_t> wanted_;
   SampleNumbers numbers_;
+  StampSteps steps_;
   std::size_t row_bytes_ = 0;
   std::string carried_;  ///< the start of a row whose rest is in the next piece
   ComtradeData data_;

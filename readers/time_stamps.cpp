@@ -66,7 +66,7 @@ double rate_of_step(double seconds) {
 bool agree(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double step) {
   std::size_t right = 0;
   for (std::size_t i = begin + 1; i < end; ++i) {
-    if (std::abs(step_of(stamps[i - 1], stamps[i], step) - step) <= std::max(1.5, kSameRate * step)) ++right;
+    if (std::abs(step_of(stamps[i - 1], stamps[i], step) - step) <= step_tolerance(step)) ++right;
   }
   return end - begin > kFewSteps && 10 * right >= 9 * (end - begin - 1);
 }
@@ -123,7 +123,7 @@ class TableMaker {
 
   /// Whether each step is what the rate makes it: the rule, and told in one go.
   [[nodiscard]] bool all_agree(std::size_t begin, std::size_t end, double step) const {
-    const double tolerance = std::max(1.5, kSameRate * step);
+    const double tolerance = step_tolerance(step);
     std::size_t wrong = 0;
     for (std::size_t i = begin + 1; i < end; ++i) {
       wrong += std::abs(stamps_[i] - stamps_[i - 1] - step) <= tolerance ? 0 : 1;
@@ -207,6 +207,10 @@ std::optional<double> two_digits(std::string_view text) {
 }
 
 }  // namespace
+
+double step_tolerance(double step) {
+  return std::max(1.5, kSameRate * step);
+}
 
 std::optional<WrittenTime> parse_time(std::string_view date, std::string_view time) {
   const auto fields = split_fields(time, ':');

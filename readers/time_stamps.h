@@ -21,6 +21,9 @@ std::optional<WrittenTime> parse_time(std::string_view date, std::string_view ti
 /// Seconds from one time to a later one less than a day behind it; nothing for other times.
 std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenTime& later);
 
+/// How far the step from one stamp to the next may be off the usual one: stamps are rounded.
+double step_tolerance(double step);
+
 /// What to make of a record's rates once its time stamps are known.
 struct TimeTable {
   std::vector<RateSection> sections;
