@@ -75,34 +75,14 @@ class Fields {
   }
 
  private:
-  /// Digits with a point or none, up to fifteen of them: both the digits and the power of ten are exact then, and so
-  /// their quotient is rounded once, as it should be. False for all other ways to write a number.
   bool plain_number(double& number) {
-    static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                         1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    constexpr std::ptrdiff_t kMostDigits = 15;
     const char* at = at_;
     while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
-    const bool negative = at < end_ && *at == '-';
-    if (negative) ++at;
-    const char* digits = at;
-    std::uint64_t value = 0;
-    for (; at < end_ && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
-    std::ptrdiff_t count = at - digits;
-    std::ptrdiff_t decimals = 0;
-    if (at < end_ && *at == '.') {
-      const char* point = at;
-      for (++at; at < end_ && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
-      decimals = at - point - 1;
-      count += decimals;
-    }
-    if (count == 0 || count > kMostDigits) return false;
+    at = readers::plain_number(at, end_, number);
+    if (at == nullptr) return false;
     while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
     if (at < end_ && *at != ',') return false;
     pass(at);
-    const auto whole = static_cast<double>(static_cast<std::int64_t>(value));
-    const double size = decimals == 0 ? whole : whole / kPowers[decimals];
-    number = negative ? -size : size;
     return true;
   }
 

@@ -260,6 +260,9 @@ class WrittenDigits {
     any_ = true;
   }
 
+  /// By how much any number of the column may have been rounded at least.
+  [[nodiscard]] double least_rounding() const { return std::pow(10.0, -decimals_) / 2; }
+
   /// By how much a column's number may have been rounded when it was written.
   [[nodiscard]] double rounding(double number) const {
     const double by_decimals = std::pow(10.0, -decimals_);
@@ -292,11 +295,12 @@ std::optional<WrittenTime> parse_time_stamp(std::string_view cell) {
   return parse_time(before == cell.npos ? std::string_view() : cell.substr(0, before), time);
 }
 
+constexpr double kRelativeStep = 1e-3;
+
 /// How far the step from one time of the column to the next may be off the real one.
 double step_tolerance(const Times& times, double step, double from, double to) {
-  constexpr double kRelative = 1e-3;
   const double rounding = times.digits.rounding(from) + times.digits.rounding(to);
-  return kRelative * std::abs(step) + (1 + kRelative) * rounding;
+  return kRelativeStep * std::abs(step) + (1 + kRelativeStep) * rounding;
 }
 
 /// The step from time to time as it is nearly everywhere. The mean alone would be spoilt by a jump, the median is as
@@ -324,7 +328,9 @@ std::optional<std::size_t> first_jump(const Times& times) {
   std::vector<double> steps(values.size() - 1);
   for (std::size_t i = 0; i < steps.size(); ++i) steps[i] = values[i + 1] - values[i];
   const double usual = usual_step(times, steps);
+  const double surely = kRelativeStep * std::abs(usual) + 2 * times.digits.least_rounding();
   for (std::size_t i = 0; i < steps.size(); ++i) {
+    if (std::abs(steps[i] - usual) <= surely) continue;
     const bool right = std::abs(steps[i] - usual) <= step_tolerance(times, usual, values[i], values[i + 1]);
     if (!right) return i + 1;
   }

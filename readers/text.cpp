@@ -135,6 +135,9 @@ std::vector<std::string_view> split_fields(std::string_view line, char separator
 }
 
 std::optional<double> parse_number(std::string_view text) {
+  double plain = 0;
+  const char* behind = plain_number(text.data(), text.data() + text.size(), plain);
+  if (behind != nullptr && behind == text.data() + text.size()) return plain;
   text = trimmed(text);
   if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
   double value = 0;
