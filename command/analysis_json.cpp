@@ -128,6 +128,7 @@ std::string json_of(const readers::Record& record, const Analysis& analysis) {
                            {"device", record.device},
                            {"start_time", record.start_time},
                            {"trigger_time", record.trigger_time},
+                           {"time_zone", record.time_zone},
                            {"samples", record.length()},
                            {"sampling_rate_hz", analysis.voltages.sampling_rate},
                            {"line_frequency_hz", analysis.voltages.line_frequency},

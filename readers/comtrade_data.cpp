@@ -379,8 +379,7 @@ class RowReader : public BinaryReader {
   void take_rows(const char* bytes, std::size_t count) {
     while (count > 0) {
       const std::size_t rows = std::min(count, kRowsAtOnce);
-      take_numbers(bytes, rows);
-      take_stamps(bytes + kNumberBytes, rows);
+      take_numbers_and_stamps(bytes, rows);
       for (const std::size_t i : wanted_) {
         append(data_.samples[i], rows, bytes + kNumberBytes + kStampBytes + Word::bytes * i, config_.analogs[i].scale,
                config_.analogs[i].offset);
@@ -407,40 +406,41 @@ class RowReader : public BinaryReader {
     values.insert(values.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(rows));
   }
 
+  /// Looks at numbers one by one only where they are not simply one after the other.
+  void take_numbers_and_stamps(const char* bytes, std::size_t rows) {
+    std::array<std::uint32_t, kRowsAtOnce> stamps;
+    const std::uint32_t first = little_endian_32(bytes);
+    std::uint32_t off = 0;
+    const char* row = bytes;
+    for (std::size_t r = 0; r < rows; ++r, row += row_bytes_) {
+      off |= little_endian_32(row) - (first + static_cast<std::uint32_t>(r));
+      stamps[r] = little_endian_32(row + kNumberBytes);
+    }
+    numbers_.take(first, data_.rows * row_bytes_);
+    if (off == 0) {
+      numbers_.go_on(rows - 1);
+    } else {
+      row = bytes + row_bytes_;
+      for (std::size_t r = 1; r < rows; ++r, row += row_bytes_) {
+        numbers_.take(little_endian_32(row), (data_.rows + r) * row_bytes_);
+      }
+    }
+    take_stamps(stamps.data(), rows);
+  }
+
   /// Stamps are kept from the first one on that does not agree. Those before it then follow from it, as nothing but
   /// their steps is asked for.
-  void take_stamps(const char* at, std::size_t rows) {
-    std::array<std::uint32_t, kRowsAtOnce> block;
-    for (std::size_t r = 0; r < rows; ++r, at += row_bytes_) block[r] = little_endian_32(at);
+  void take_stamps(const std::uint32_t* stamps, std::size_t rows) {
     const std::uint32_t before = steps_.last();
     if (data_.stamps.empty()) {
-      if (steps_.take(block.data(), rows)) return;
+      if (steps_.take(stamps, rows)) return;
       data_.stamps.reserve(data_.rows + rows);
       for (std::size_t r = 0; r < data_.rows; ++r) {
         data_.stamps.push_back(before - steps_.step() * static_cast<double>(data_.rows - 1 - r));
       }
     }
     constexpr std::uint32_t kNoStamp = 0xFFFFFFFF;
-    for (std::size_t r = 0; r < rows; ++r) data_.stamps.push_back(block[r] == kNoStamp ? kNaN : block[r]);
-  }
-
-  /// Looks at numbers one by one only where they are not simply one after the other.
-  void take_numbers(const char* bytes, std::size_t rows) {
-    const std::uint32_t first = little_endian_32(bytes);
-    std::uint32_t off = 0;
-    const char* row = bytes;
-    for (std::size_t r = 0; r < rows; ++r, row += row_bytes_) {
-      off |= little_endian_32(row) - (first + static_cast<std::uint32_t>(r));
-    }
-    row = bytes;
-    if (off == 0) {
-      numbers_.take(first, data_.rows * row_bytes_);
-      numbers_.go_on(rows - 1);
-      return;
-    }
-    for (std::size_t r = 0; r < rows; ++r, row += row_bytes_) {
-      numbers_.take(little_endian_32(row), (data_.rows + r) * row_bytes_);
-    }
+    for (std::size_t r = 0; r < rows; ++r) data_.stamps.push_back(stamps[r] == kNoStamp ? kNaN : stamps[r]);
   }
 
   static constexpr std::size_t kRowsAtOnce = 128;  ///< few enough to stay in the nearest memory while each is read

@@ -150,6 +150,64 @@ TEST_F(ComtradeForms, SayWhenTheTimeFactorSaysNothing) {
                                   "1 is used."});
 }
 
+/// Rows of 16-bit data with stamps of their own, more than are taken at once.
+std::string rows_stamped(const std::vector<std::uint32_t>& stamps) {
+  std::string rows;
+  std::uint32_t number = 0;
+  for (const std::uint32_t stamp : stamps) {
+    ++number;
+    rows += little_endian(number, 4) + little_endian(stamp, 4) + little_endian(number % 7, 2) + little_endian(3, 2);
+  }
+  return rows;
+}
+
+std::vector<std::uint32_t> even_stamps(std::size_t count, std::uint32_t first = 0) {
+  std::vector<std::uint32_t> stamps;
+  for (std::uint32_t i = 0; i < count; ++i) stamps.push_back(first + 1000 * i);
+  return stamps;
+}
+
+TEST_F(ComtradeForms, HaveBinaryTimeStampsThatAgree) {
+  for (const std::uint32_t first : {0U, 5U, 0xFFFFFFFFU - 300000U}) {  // the last goes over the end of 32 bits
+    const Record record = read(cfg_of("BINARY", "500"), rows_stamped(even_stamps(500, first)));
+    ASSERT_EQ(record.rates.size(), 1U) << first;
+    EXPECT_EQ(record.rates[0].rate, 1000) << first;
+    EXPECT_EQ(record.channels[0].samples[499], 10 + 0.5 * (500 % 7));
+    EXPECT_EQ(record.notes, Strings{}) << first;
+  }
+}
+
+TEST_F(ComtradeForms, HaveBinaryTimeStampsThatJumpAnywhere) {
+  for (const std::size_t at : {1U, 100U, 128U, 200U, 256U, 499U}) {
+    auto stamps = even_stamps(500);
+    for (std::size_t i = at; i < 500; ++i) stamps[i] += 2000000;
+    const Record record = read(cfg_of("BINARY", "500"), rows_stamped(stamps));
+    ASSERT_EQ(record.rates.size(), 2U) << at;
+    EXPECT_EQ(record.rates[0].end, at);
+    EXPECT_FALSE(record.rates[1].follows);
+    EXPECT_NEAR(record.rates[1].start, 2 + 0.001 * static_cast<double>(at), 1e-9);
+    EXPECT_EQ(record.notes, Strings{"The time stamps jump forward by 2 s at sample " + std::to_string(at + 1) +
+                                    "; the record is taken apart there."});
+  }
+}
+
+TEST_F(ComtradeForms, MayHaveNoBinaryTimeStamps) {
+  const Record record = read(cfg_of("BINARY", "300"), rows_stamped(std::vector<std::uint32_t>(300, 0xFFFFFFFFU)));
+  ASSERT_EQ(record.rates.size(), 1U);
+  EXPECT_EQ(record.rates[0].rate, 1000);
+  EXPECT_EQ(record.notes, Strings{});
+}
+
+TEST_F(ComtradeForms, AreReadWholeAcrossThePiecesOfALongFile) {
+  const std::size_t count = 50000;  // 600000 bytes
+  const Record record = read(cfg_of("BINARY", std::to_string(count)), rows_stamped(even_stamps(count)));
+  ASSERT_EQ(record.length(), count);
+  for (std::size_t i = 0; i < count; ++i) {
+    ASSERT_EQ(record.channels[0].samples[i], 10 + 0.5 * static_cast<double>((i + 1) % 7)) << i;
+  }
+  EXPECT_EQ(record.notes, Strings{});
+}
+
 // --- channels --------------------------------------------------------------------------------------------------------
 
 TEST_F(ComtradeForms, KeepTheSkew) {
