@@ -54,18 +54,27 @@ std::optional<std::size_t> phase_of(char c) {
     case 'a':
     case '1':
     case 'r':
+    case 'u':
       return 0;
     case 'b':
     case '2':
     case 's':
+    case 'v':
       return 1;
     case 'c':
     case '3':
     case 't':
+    case 'w':
       return 2;
     default:
       return std::nullopt;
   }
+}
+
+/// Whether two signs are of one way to name phases: A B C, 1 2 3, R S T or U V W.
+bool of_one_kind(char one, char other) {
+  const auto kind = [](char c) { return is_digit(c) ? 0 : c <= 'c' ? 1 : c <= 't' ? 2 : 3; };
+  return kind(one) == kind(other);
 }
 
 bool is_ground(char c) {
@@ -89,14 +98,14 @@ PhaseField read_phase_field(const std::string& field) {
   if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0', {}};
   if (text.size() == 2 && phase_of(text[0])) {
     if (is_ground(text[1])) return {phase_of(text[0]), false, {}};
-    if (const auto second = phase_of(text[1]); second && second != phase_of(text[0])) {
+    if (const auto second = phase_of(text[1]); second && second != phase_of(text[0]) && of_one_kind(text[0], text[1])) {
       return {std::nullopt, true, pair_of(*phase_of(text[0]), *second)};
     }
   }
   return {};
 }
 
-enum class Alphabet { kLetters, kOther };  // other: digits, or R S T
+enum class Alphabet { kLetters, kOther };  // other: digits, R S T, or U V W
 
 /// A place in a name that may tell the phase.
 struct PhaseMark {
@@ -135,7 +144,7 @@ std::vector<PhaseMark> phase_marks(std::string_view name) {
     const bool after_quantity = is_one_of(word_before(name, i), {"u", "v", "ul", "vl", "l", "ph", "phase"});
     const bool letter = name[i] <= 'c' && !is_digit(name[i]);
     if (is_digit(name[i]) ? beside_digit(name, i) : word_goes_on(name, i)) continue;
-    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), digits and R, S, T stand for much else.
+    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), digits, R, S, T and U, V, W stand for much else.
     if (!letter && !after_quantity) continue;
     marks.push_back({i, *phase, letter ? Alphabet::kLetters : Alphabet::kOther, after_quantity});
   }
@@ -160,7 +169,7 @@ std::optional<PairMark> pair_mark(std::string_view name, const std::vector<Phase
   for (std::size_t i = 0; i + 1 < name.size(); ++i) {
     const auto first = phase_of(name[i]);
     const auto second = phase_of(name[i + 1]);
-    if (!first || !second || *first == *second || is_digit(name[i]) != is_digit(name[i + 1])) continue;
+    if (!first || !second || *first == *second || !of_one_kind(name[i], name[i + 1])) continue;
     const char behind = i + 2 < name.size() ? name[i + 2] : ' ';
     const bool ends = is_digit(name[i]) ? !is_digit(behind) : !is_letter(behind);
     if (ends && is_one_of(word_before(name, i), {"u", "v", "ul", "vl"}))

@@ -73,6 +73,9 @@ TEST(VoltageSets, AreFoundByManyWaysOfNaming) {
       {"L1", "L2", "L3"},
       {"u_l1", "u_l2", "u_l3"},
       {"VR", "VS", "VT"},
+      {"UU", "UV", "UW"},
+      {"VU", "VV", "VW"},
+      {"Phase U", "Phase V", "Phase W"},
       {"v_Ug_A", "v_Ug_B", "v_Ug_C"},
       {"phase_A_voltage", "phase_B_voltage", "phase_C_voltage"},
       {"F5-VA", "F6-VB", "F7-VC"},
@@ -161,6 +164,8 @@ TEST(LineToLineSets, AreFoundByNameInTheOrderAbBcCa) {
   EXPECT_EQ(line_sets_in(record_named({"U31", "U12", "U23"}, "kV")), (Sets{{2, 3, 1}}));
   EXPECT_EQ(line_sets_in(record_named({"Ua-Ub", "Ub-Uc", "Uc-Ua"}, "V")), kFirstThree);
   EXPECT_EQ(line_sets_in(record_named({"Uac", "Ucb", "Uba"}, "V")), (Sets{{3, 2, 1}}));
+  EXPECT_EQ(line_sets_in(record_named({"Urs", "Ust", "Utr"}, "V")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"Uuv", "Uvw", "Uwu"}, "V")), kFirstThree);
 }
 
 TEST(LineToLineSets, AreFoundByThePhaseField) {
@@ -231,6 +236,11 @@ TEST(VoltageSets, LeaveOutVoltagesBetweenPhases) {
 TEST(VoltageSets, LeaveOutComputedFigures) {
   EXPECT_EQ(sets_named({"Vag Mag", "Vbg Mag", "Vcg Mag"}), kNone);
   EXPECT_EQ(sets_named({"Va RMS", "Vb RMS", "Vc RMS", "Va", "Vb", "Vc"}), (Sets{{4, 5, 6}}));
+}
+
+TEST(VoltageSets, MayHaveAVoltageLetterInThePhaseField) {
+  const Record record = record_of({channel("Ua", "V", "V"), channel("Ub", "V", "V"), channel("Uc", "V", "V")});
+  EXPECT_EQ(sets_in(record), kFirstThree);
 }
 
 TEST(VoltageSets, NeedAllThreePhases) {
