@@ -3,6 +3,7 @@
 #include <csv.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <exception>
@@ -231,6 +232,17 @@ std::optional<double> seconds_per(const std::string& unit) {
 
 // --- times -----------------------------------------------------------------------------------------------------------
 
+/// std::pow takes long, and is asked for each row.
+double power_of_ten(int exponent) {
+  constexpr int kLargest = 40;
+  static const auto kPowers = [] {
+    std::array<double, 2 * kLargest + 1> powers;
+    for (int i = -kLargest; i <= kLargest; ++i) powers[static_cast<std::size_t>(i + kLargest)] = std::pow(10.0, i);
+    return powers;
+  }();
+  return kPowers[static_cast<std::size_t>(std::clamp(exponent, -kLargest, kLargest) + kLargest)];
+}
+
 /// How finely the numbers of a column are written. One number does not tell, as trailing zeros may be left out.
 class WrittenDigits {
  public:
@@ -261,14 +273,14 @@ class WrittenDigits {
   }
 
   /// By how much any number of the column may have been rounded at least.
-  [[nodiscard]] double least_rounding() const { return std::pow(10.0, -decimals_) / 2; }
+  [[nodiscard]] double least_rounding() const { return power_of_ten(-decimals_) / 2; }
 
   /// By how much a column's number may have been rounded when it was written.
   [[nodiscard]] double rounding(double number) const {
-    const double by_decimals = std::pow(10.0, -decimals_);
+    const double by_decimals = power_of_ten(-decimals_);
     if (number == 0) return by_decimals / 2;
-    const double by_significant = std::pow(10.0, std::floor(std::log10(std::abs(number))) + 1 - significant_);
-    return std::max(by_decimals, by_significant) / 2;
+    const int before_point = static_cast<int>(std::floor(std::log10(std::abs(number)))) + 1;
+    return std::max(by_decimals, power_of_ten(before_point - significant_)) / 2;
   }
 
  private:
