@@ -7,6 +7,7 @@ int main(int argc, char** argv) {
   bench::print_memory();              // before anything else is loaded
   bench::add_kernels();
   bench::add_rivals();
+  bench::add_reading();
   bench::add_whole_runs();
   return bench::compare(argc, argv);
 }

@@ -9,13 +9,17 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "bench/comparison.h"
+#include "bench/measures.h"
 #include "readers/comtrade.h"
 #include "readers/csv.h"
 #include "readers/file_access.h"
+
+namespace bench {
 
 namespace {
 
@@ -115,105 +119,87 @@ std::string data_of(const std::string& cfg) {
   return cfg.substr(0, cfg.size() - 3) + "dat";
 }
 
-void report(benchmark::State& state, const std::string& file) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::filesystem::file_size(file)));
-}
-
-void read_record(benchmark::State& state, const char* type) {
-  const auto channels = static_cast<std::size_t>(state.range(0));
-  const std::string cfg = files().record(channels, type);
+readers::Record read_record(const std::string& cfg) {
   readers::OpenOptions options;
-  options.wanted = [&](const readers::Record& record) {
+  options.wanted = [](const readers::Record& record) {
     std::vector<bool> some(record.channels.size(), false);
     for (std::size_t i = 0; i < wanted; i++) some[i] = true;
     return some;
   };
-  for (auto _ : state) benchmark::DoNotOptimize(readers::read_comtrade(cfg, options));
-  report(state, data_of(cfg));
+  return readers::read_comtrade(cfg, options);
 }
 
+using Samples = std::vector<std::vector<double>>;
+
 /// Numbers one by one from a stream, wanted ones kept: what a reader of few lines does.
-void read_by_istream(benchmark::State& state, const std::string& file, std::size_t head_lines) {
-  for (auto _ : state) {
-    std::ifstream in(file);
-    std::string line;
-    for (std::size_t i = 0; i < head_lines; i++) std::getline(in, line);
-    std::vector<std::vector<double>> samples(wanted);
-    const auto columns = static_cast<std::size_t>(state.range(0)) + (head_lines == 0 ? 2 : 1);
-    const std::size_t first = columns - static_cast<std::size_t>(state.range(0));
-    double number = 0;
-    char comma = 0;
-    for (bool good = true; good;) {
-      for (std::size_t column = 0; column < columns && good; column++) {
-        if (column > 0) in >> comma;
-        good = static_cast<bool>(in >> number);
-        if (good && column >= first && column < first + wanted) samples[column - first].push_back(0.01 * number + 0.5);
-      }
+Samples read_by_istream(const std::string& file, std::size_t channels, std::size_t head_lines) {
+  std::ifstream in(file);
+  std::string line;
+  for (std::size_t i = 0; i < head_lines; i++) std::getline(in, line);
+  Samples samples(wanted);
+  const std::size_t first = head_lines == 0 ? 2 : 1;
+  const std::size_t columns = channels + first;
+  double number = 0;
+  char comma = 0;
+  for (bool good = true; good;) {
+    for (std::size_t column = 0; column < columns && good; column++) {
+      if (column > 0) in >> comma;
+      good = static_cast<bool>(in >> number);
+      if (good && column >= first && column < first + wanted) samples[column - first].push_back(0.01 * number + 0.5);
     }
-    benchmark::DoNotOptimize(samples);
   }
-  report(state, file);
+  return samples;
 }
 
 /// The bytes of a file in memory copied, and the wanted values converted from the copy.
 template <typename Word>
-void copy_and_convert(benchmark::State& state, const char* type) {
-  const auto channels = static_cast<std::size_t>(state.range(0));
-  const std::string file = data_of(files().record(channels, type));
-  const std::string bytes = readers::read_file(file);
+Samples copy_and_convert(const std::string& bytes, std::size_t channels) {
   const std::size_t row_bytes = 8 + sizeof(Word) * channels;
-  for (auto _ : state) {
-    const std::vector<char> copy(bytes.begin(), bytes.end());
-    std::vector<std::vector<double>> samples(wanted);
-    for (std::size_t i = 0; i < wanted; i++) {
-      samples[i].resize(rows);
-      const char* at = copy.data() + 8 + sizeof(Word) * i;
-      for (std::size_t r = 0; r < rows; r++, at += row_bytes) {
-        Word word;
-        std::memcpy(&word, at, sizeof word);
-        samples[i][r] = 0.01 * word + 0.5;
-      }
+  const std::vector<char> copy(bytes.begin(), bytes.end());
+  Samples samples(wanted);
+  for (std::size_t i = 0; i < wanted; i++) {
+    samples[i].resize(rows);
+    const char* at = copy.data() + 8 + sizeof(Word) * i;
+    for (std::size_t r = 0; r < rows; r++, at += row_bytes) {
+      Word word;
+      std::memcpy(&word, at, sizeof word);
+      samples[i][r] = 0.01 * word + 0.5;
     }
-    benchmark::DoNotOptimize(samples);
   }
-  report(state, file);
+  return samples;
 }
 
-void text_record(benchmark::State& state) {
-  read_record(state, "ASCII");
-}
-void text_record_by_istream(benchmark::State& state) {
-  read_by_istream(state, data_of(files().record(static_cast<std::size_t>(state.range(0)), "ASCII")), 0);
-}
-void table(benchmark::State& state) {
-  const std::string file = files().table(static_cast<std::size_t>(state.range(0)));
-  for (auto _ : state) benchmark::DoNotOptimize(readers::read_csv(file, readers::read_file(file)));
-  report(state, file);
-}
-void table_by_istream(benchmark::State& state) {
-  read_by_istream(state, files().table(static_cast<std::size_t>(state.range(0))), 1);
-}
-void binary_record(benchmark::State& state) {
-  read_record(state, "BINARY");
-}
-void binary_record_copied(benchmark::State& state) {
-  copy_and_convert<std::int16_t>(state, "BINARY");
-}
-void binary32_record(benchmark::State& state) {
-  read_record(state, "BINARY32");
-}
-void binary32_record_copied(benchmark::State& state) {
-  copy_and_convert<std::int32_t>(state, "BINARY32");
+template <typename Plain, typename Own>
+void add_both(const std::string& what, Plain plain, Own own) {
+  add(what + " (whole)", plain_form, 1, [=] { benchmark::DoNotOptimize(plain()); });
+  add(what + " (whole)", "dipx", 1, [=] { benchmark::DoNotOptimize(own()); });
 }
 
-constexpr benchmark::TimeUnit unit = benchmark::kMillisecond;
-BENCHMARK(text_record)->Arg(3)->Arg(100)->Unit(unit);
-BENCHMARK(text_record_by_istream)->Arg(3)->Arg(100)->Unit(unit);
-BENCHMARK(table)->Arg(3)->Unit(unit);
-BENCHMARK(table_by_istream)->Arg(3)->Unit(unit);
-BENCHMARK(binary_record)->Arg(3)->Arg(100)->Unit(unit);
-BENCHMARK(binary_record_copied)->Arg(3)->Arg(100)->Unit(unit);
-BENCHMARK(binary32_record)->Arg(3)->Arg(100)->Unit(unit);
-BENCHMARK(binary32_record_copied)->Arg(3)->Arg(100)->Unit(unit);
+template <typename Word>
+void add_binary(const std::string& type, std::size_t channels, const std::string& columns) {
+  const std::string cfg = files().record(channels, type);
+  const auto bytes = std::make_shared<const std::string>(readers::read_file(data_of(cfg)));
+  add_both(
+      type + " data, 200000 rows, " + columns + ", beside copying and converting",
+      [=] { return copy_and_convert<Word>(*bytes, channels); }, [=] { return read_record(cfg); });
+}
 
 }  // namespace
+
+void add_reading() {
+  for (const std::size_t channels : {std::size_t{3}, std::size_t{100}}) {
+    const std::string columns = "3 of " + std::to_string(channels) + " channels";
+    const std::string cfg = files().record(channels, "ASCII");
+    add_both(
+        "ASCII data, 200000 rows, " + columns + ", beside istream >> double",
+        [=] { return read_by_istream(data_of(cfg), channels, 0); }, [=] { return read_record(cfg); });
+    add_binary<std::int16_t>("BINARY", channels, columns);
+    add_binary<std::int32_t>("BINARY32", channels, columns);
+  }
+  const std::string table = files().table(3);
+  add_both(
+      "CSV, 200000 rows, 3 channels, beside istream >> double", [=] { return read_by_istream(table, 3, 1); },
+      [=] { return readers::read_csv(table, readers::read_file(table)); });
+}
+
+}  // namespace bench
