@@ -483,7 +483,7 @@ TEST_F(Synth, TellsTheLineFrequencyInComtradeAlone) {
   EXPECT_EQ(piped_analysis({"--frequency", "60", "--format", "cff"})["record"]["line_frequency_hz"], 60.0);
   const auto table = piped_analysis({"--frequency", "60", "--rate", "3840"});
   EXPECT_EQ(table["record"]["line_frequency_hz"], 60.0);
-  EXPECT_NE(table["notes"], json::array()) << "taken from the sampling rate, and said so";
+  EXPECT_NE(table["notes"], json::array()) << "taken from the waveform, and said so";
   expect_default_dip(piped_analysis({"--frequency", "60", "--rate", "3840"}, {"--frequency", "60"}));
 }
 
