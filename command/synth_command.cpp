@@ -180,9 +180,9 @@ void add_synth(CLI::App& app, const std::string& statuses) {
                    "File to write: .csv, .cfg (with a .dat beside it) or .cff; - is standard output")
       ->type_name("FILE")
       ->group(what);
-  synth->add_option("--format", arguments->format, "csv, cfg or cff, where the name does not tell it (csv)")
+  synth->add_option("--format", arguments->format, "Format, where the name does not tell it (csv)")
       ->check(CLI::IsMember({"csv", "cfg", "cff"}).description(""))
-      ->type_name("FORMAT")
+      ->type_name("csv|cfg|cff")
       ->group(what);
   synth->add_flag("--binary", arguments->binary, "COMTRADE data as 16-bit integers, not as text")->group(what);
   synth->callback([arguments] { run(*arguments); });

@@ -12,6 +12,7 @@
 #include "dipx_dll.h"
 #include "readers/open_record.h"
 #include "readers/voltage_set.h"
+#include "sagx/kernels.h"
 #include "synth/record_file.h"
 #include "synth/waveform.h"
 #include "tests/command/dipx_command.h"
@@ -564,7 +565,8 @@ TEST_F(Analyse, HelpsAndTellsItsVersion) {
   for (const char* option : {"--channels", "--json", "--report", "--trace", "--rate", "--frequency", "Exit status"}) {
     EXPECT_NE(more.out.find(option), std::string::npos) << option;
   }
-  EXPECT_EQ(dipx({"--version"}).out, "dipx " DIPX_VERSION "\n");
+  const auto set = std::string(sagx::kernels().instruction_set);
+  EXPECT_EQ(dipx({"--version"}).out, "dipx " DIPX_VERSION " (instruction set: " + set + ")\n");
 }
 
 /// The report with its figure of elapsed milliseconds, the first to end in "ms", taken out.
