@@ -12,7 +12,7 @@ inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF
 given() { (cd "$root" && echo given/"$1"_*.deb | sed 's|^|/|'); }
 install_in_root() { inside apt-get -qq install -y --no-install-recommends "$@" >"$root/apt.log" 2>&1 || { cat "$root/apt.log"; exit 1; }; }
 
-debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian >"$root.log" 2>&1 || {
+debootstrap --variant=minbase bookworm "$root" >"$root.log" 2>&1 || {
   tail -n 20 "$root.log"
   exit 1
 }
