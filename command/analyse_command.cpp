@@ -4,11 +4,8 @@
 #include <string>
 
 #include "command/analysis.h"
-#include "command/analysis_json.h"
-#include "command/analysis_text.h"
 #include "command/option_range.h"
-#include "command/standard_output.h"
-#include "command/whole_file.h"
+#include "command/outputs.h"
 #include "readers/open_record.h"
 
 namespace command {
@@ -17,18 +14,16 @@ namespace {
 
 struct Arguments {
   std::string record;
-  std::string report;
-  bool json = false;
+  Outputs outputs;
   readers::OpenOptions open;
   AnalysisOptions options;
 };
 
 void run(Arguments arguments) {
-  arguments.options.report = !arguments.report.empty();
+  arguments.options.report = !arguments.outputs.report.empty();
   const auto record = readers::open_record(arguments.record, arguments.open);
   const auto analysis = analyse(record, arguments.options);
-  if (!arguments.report.empty()) write_whole(arguments.report, analysis.report);
-  write_standard_output(arguments.json ? json_of(record, analysis) : text_of(record, analysis));
+  show(record, analysis, arguments.outputs);
 }
 
 }  // namespace
@@ -53,9 +48,7 @@ void add_analyse(CLI::App& app, const std::string& statuses) {
                    "Line frequency (10 to 100), where the file is silent or wrong")
       ->check(between(10.0, 100.0))
       ->type_name("HZ");
-  analyse->add_flag("--json", arguments->json, "Print one JSON document instead of text");
-  analyse->add_option("--report", arguments->report, "Write the library's own report of the whole record to FILE")
-      ->type_name("FILE");
+  add_output_options(*analyse, arguments->outputs);
   analyse->add_flag("--trace", arguments->options.trace, "Show the library's lines on standard error");
   analyse->callback([arguments] { run(*arguments); });
 }

@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <new>
+#include <numbers>
 #include <stdexcept>
 
 #include "command/library_lines.h"
@@ -134,6 +136,36 @@ std::array<double, 3> lowest_rms(std::size_t begin, std::size_t end, double fact
   return lowest;
 }
 
+/// The lowest RMS of the phase that stands highest.
+double lowest_of_highest(std::size_t begin, std::size_t end, double factor) {
+  const auto highest = [](std::size_t i) {
+    return std::max({dq_rms_buf->rmsa[i], dq_rms_buf->rmsb[i], dq_rms_buf->rmsc[i]});
+  };
+  float lowest = highest(begin);
+  for (std::size_t i = begin; i < end; i++) lowest = std::min(lowest, highest(i));
+  return static_cast<double>(lowest) / factor;
+}
+
+/// The fundamental of the cycle that ends a cycle before a dip; of the record's first one where there is no such.
+std::array<PhasePhasor, 3> fundamental_before(std::size_t start, const Waveform& waveform, const Analysis& analysis) {
+  const auto cycle = static_cast<std::size_t>(analysis.samples_per_cycle);
+  const std::size_t begin = start < 2 * cycle ? 0 : start - 2 * cycle;
+  std::array<std::complex<double>, 3> sums{};
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    for (std::size_t i = 0; i < cycle; i++) {
+      const double angle = -2 * std::numbers::pi * static_cast<double>(i) / analysis.samples_per_cycle;
+      sums[phase] += std::polar(static_cast<double>(waveform[phase][begin + i]), angle);
+    }
+  }
+  std::array<PhasePhasor, 3> phasors{};
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const double turn = (std::arg(sums[phase]) - std::arg(sums[0])) * 180 / std::numbers::pi;
+    phasors[phase] = {std::abs(sums[phase]) * std::numbers::sqrt2 / analysis.samples_per_cycle / analysis.level_factor,
+                      within_half_a_turn(turn)};
+  }
+  return phasors;
+}
+
 /// The dips of the whole record, as the library's last search found them.
 std::vector<Dip> found_dips(double factor) {
   const auto length = static_cast<std::size_t>(dq_rms_buf->smp_num);
@@ -143,6 +175,7 @@ std::vector<Dip> found_dips(double factor) {
     dip.start = static_cast<std::size_t>(dq_rms_buf->T[i]);
     if (i + 1 < dq_rms_buf->evt_num) dip.end = static_cast<std::size_t>(dq_rms_buf->T[i + 1]);
     dip.lowest = lowest_rms(dip.start, dip.end.value_or(length), factor);
+    dip.lowest_of_highest = lowest_of_highest(dip.start, dip.end.value_or(length), factor);
     dips.push_back(dip);
   }
   return dips;
@@ -368,6 +401,7 @@ class LoneDip {
 void analyse_each(Analysis& analysis, Waveform& waveform) {
   auto& dips = analysis.dips;
   for (std::size_t i = 0; i < dips.size(); i++) {
+    dips[i].before = fundamental_before(dips[i].start, waveform, analysis);
     if (!dips[i].end) {
       dips[i].obstacle = Obstacle::not_recovered;
       continue;

@@ -52,13 +52,21 @@ struct Segment {
   double unbalance = 0;                ///< largest ratio of negative to positive sequence, per cent
 };
 
+/// The fundamental of one phase.
+struct PhasePhasor {
+  double volts = 0;    ///< RMS
+  double degrees = 0;  ///< against phase A, in (-180, 180]
+};
+
 struct Dip {
   std::size_t start = 0;               ///< first sample below the threshold
   std::optional<std::size_t> end;      ///< first sample back at it; none when the record ends before
   std::array<double, 3> lowest{};      ///< lowest one-cycle RMS of each phase during the dip, volts
+  double lowest_of_highest = 0;        ///< lowest that all three stood at or below at once, volts
   Stretch stretch;                     ///< what was analysed for it; empty when it could not be
   bool gradual_fall_doubtful = false;  ///< less than five steady cycles lie before it
   Obstacle obstacle = Obstacle::none;
+  std::array<PhasePhasor, 3> before{};  ///< fundamental of each phase a cycle before the dip
   // What follows is there when nothing stood in the way.
   std::optional<std::array<double, 3>> point_on_wave;  ///< of each phase's sine at the start of the dip, degrees
   std::array<double, 3>

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "command/dip_category_name.h"
+#include "command/event_terms.h"
 
 namespace command {
 
@@ -60,6 +61,21 @@ Json segment_of(std::size_t number, const Segment& segment, const Analysis& anal
           {"unbalance_percent", segment.unbalance}};
 }
 
+void add_terms(Json& json, const Dip& dip, const Analysis& analysis) {
+  const auto terms = terms_of(dip, analysis);
+  json["kind"] = kind_of(terms);
+  json["residual_voltage"] = {{"phase", std::string(1, "ABC"[terms.worst_phase])},
+                              {"voltage_v", terms.residual},
+                              {"percent", terms.residual_percent}};
+  json["depth_percent"] = terms.depth_percent;
+  json["voltage_tolerance"] = Json::object();
+  for (const auto& curve : tolerance_curves()) {
+    json["voltage_tolerance"][curve.code] = ride_name(ride_through(curve, terms));
+  }
+  const std::string cell = en50160_cell(terms);
+  json["en50160_cell"] = cell.empty() ? Json() : Json(cell);
+}
+
 Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
   Json json = {{"number", number}, {"start", position(dip.start, analysis)}, {"recovered", dip.end.has_value()}};
   if (dip.end) {
@@ -71,6 +87,10 @@ Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
     json["end"] = json["duration_s"] = json["duration_cycles"] = nullptr;
   }
   json["lowest_voltage"] = voltage_and_percent(dip.lowest, analysis);
+  add_terms(json, dip, analysis);
+  json["before_dip"] = per_phase([&](std::size_t phase) {
+    return Json{{"voltage_v", dip.before[phase].volts}, {"degrees", dip.before[phase].degrees}};
+  });
   json["analysed"] = dip.obstacle == Obstacle::none;
   if (dip.obstacle == Obstacle::none) {
     json["not_analysed"] = nullptr;

@@ -9,6 +9,7 @@
 #include "command/analysis.h"
 #include "command/refusal.h"
 #include "command/synth_command.h"
+#include "readers/text.h"
 #include "synth/dip_description.h"
 
 namespace {
@@ -20,7 +21,7 @@ constexpr const char* exit_statuses =
     "3 the analysis does not take the record, 4 an output cannot be written.";
 
 int complain(const std::string& line, ExitStatus status) {
-  std::fprintf(stderr, "dipx: %s\n", line.c_str());
+  std::fprintf(stderr, "dipx: %s\n", readers::inert(line).c_str());
   return status;
 }
 

@@ -4,7 +4,7 @@
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 packages="g++ cmake ninja-build pkg-config libgtest-dev libcli11-dev nlohmann-json3-dev libcsv-dev libfmt-dev"
-packages="$packages libbenchmark-dev $*"
+packages="$packages libbenchmark-dev python3-jsonschema $*"
 missing=
 for package in $packages; do
   [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing="$missing $package"

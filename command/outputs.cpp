@@ -1,0 +1,42 @@
+#include "command/outputs.h"
+
+#include <vector>
+
+#include "command/analysis_csv.h"
+#include "command/analysis_json.h"
+#include "command/analysis_text.h"
+#include "command/colours.h"
+#include "command/standard_output.h"
+#include "command/whole_file.h"
+
+namespace command {
+
+namespace {
+
+std::string standard_output_of(const readers::Record& record, const Analysis& analysis, const Outputs& outputs) {
+  if (outputs.json) return json_of(record, analysis);
+  if (outputs.csv) return csv_of(record, analysis);
+  const Colours colours(terminal_colours());
+  return outputs.quiet ? lines_of(record, analysis, colours) : text_of(record, analysis, colours);
+}
+
+}  // namespace
+
+void add_output_options(CLI::App& app, Outputs& outputs) {
+  CLI::Option* json = app.add_flag("--json", outputs.json, "Print one JSON document instead of text");
+  CLI::Option* csv = app.add_flag("--csv", outputs.csv, "Print a table with one row per segment instead of text");
+  CLI::Option* quiet = app.add_flag("-q,--quiet", outputs.quiet, "Print one line per dip");
+  csv->excludes(json);
+  quiet->excludes(json)->excludes(csv);
+  app.add_option("--report", outputs.report, "Write the library's own report of the whole record to FILE")
+      ->type_name("FILE");
+}
+
+void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs) {
+  std::vector<NamedBytes> files;
+  if (!outputs.report.empty()) files.push_back({outputs.report, analysis.report});
+  write_whole(files);
+  write_standard_output(standard_output_of(record, analysis, outputs));
+}
+
+}  // namespace command
