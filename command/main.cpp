@@ -7,18 +7,20 @@
 
 #include "command/analyse_command.h"
 #include "command/analysis.h"
+#include "command/explain_command.h"
 #include "command/refusal.h"
+#include "command/selftest_command.h"
 #include "command/synth_command.h"
 #include "readers/text.h"
 #include "synth/dip_description.h"
 
 namespace {
 
-enum ExitStatus { success = 0, usage = 1, unreadable = 2, refused = 3, failed = 4 };
+enum ExitStatus { success = 0, usage = 1, unreadable = 2, refused = 3, failed = 4, faulty = 5 };
 
 constexpr const char* exit_statuses =
     "Exit status: 0 done (with or without dips), 1 usage, 2 the input cannot be read,\n"
-    "3 the analysis does not take the record, 4 an output cannot be written.";
+    "3 the analysis does not take the record, 4 an output cannot be written, 5 the self-test found faults.";
 
 int complain(const std::string& line, ExitStatus status) {
   std::fprintf(stderr, "dipx: %s\n", readers::inert(line).c_str());
@@ -34,6 +36,8 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   command::add_analyse(app, exit_statuses);
   command::add_synth(app, exit_statuses);
+  command::add_explain(app, exit_statuses);
+  command::add_selftest(app, exit_statuses);
   try {
     app.parse(argc, argv);
     return success;
@@ -47,6 +51,8 @@ int main(int argc, char** argv) {
     return complain(error.what(), unreadable);
   } catch (const command::Refusal& error) {
     return complain(error.what(), refused);
+  } catch (const command::SelfTestFailure& error) {
+    return complain(error.what(), faulty);
   } catch (const std::bad_alloc&) {
     return complain("not enough memory", failed);
   } catch (const std::exception& error) {
