@@ -8,6 +8,7 @@
 #include "command/analyse_command.h"
 #include "command/analysis.h"
 #include "command/explain_command.h"
+#include "command/outputs.h"
 #include "command/refusal.h"
 #include "command/selftest_command.h"
 #include "command/synth_command.h"
@@ -44,6 +45,8 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? success : usage;
   } catch (const command::UnknownChannels& error) {
+    return complain(error.what(), usage);
+  } catch (const command::UnknownDip& error) {
     return complain(error.what(), usage);
   } catch (const synth::DescriptionError& error) {
     return complain(error.what(), usage);

@@ -1,11 +1,15 @@
 #include "command/outputs.h"
 
+#include <fmt/format.h>
+
 #include <vector>
 
 #include "command/analysis_csv.h"
 #include "command/analysis_json.h"
 #include "command/analysis_text.h"
 #include "command/colours.h"
+#include "command/curves.h"
+#include "command/figure_svg.h"
 #include "command/standard_output.h"
 #include "command/whole_file.h"
 
@@ -30,11 +34,24 @@ void add_output_options(CLI::App& app, Outputs& outputs) {
   quiet->excludes(json)->excludes(csv);
   app.add_option("--report", outputs.report, "Write the library's own report of the whole record to FILE")
       ->type_name("FILE");
+  CLI::Option* svg =
+      app.add_option("--svg", outputs.svg, "Draw a dip to FILE as a figure of column width (SVG)")->type_name("FILE");
+  app.add_option("--dip", outputs.dip, "The dip that --svg draws (1)")
+      ->check(CLI::PositiveNumber.description(""))
+      ->type_name("N")
+      ->needs(svg);
 }
 
 void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs) {
   std::vector<NamedBytes> files;
   if (!outputs.report.empty()) files.push_back({outputs.report, analysis.report});
+  if (!outputs.svg.empty()) {
+    if (outputs.dip > analysis.dips.size() && outputs.dip > 1) {
+      throw UnknownDip(
+          fmt::format("there is no dip {} to draw; the record holds {}", outputs.dip, analysis.dips.size()));
+    }
+    files.push_back({outputs.svg, figure_of(record, analysis, curves_of(record, analysis), outputs.dip - 1)});
+  }
   write_whole(files);
   write_standard_output(standard_output_of(record, analysis, outputs));
 }

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstddef>
+#include <stdexcept>
 #include <string>
 
 #include "command/analysis.h"
@@ -13,11 +15,18 @@ struct Outputs {
   bool csv = false;
   bool quiet = false;
   std::string report;  ///< files; empty: not asked for
+  std::string svg;
+  std::size_t dip = 1;  ///< the one that the figure shows, from 1
+};
+
+/// The dip that the user named is not in the record.
+class UnknownDip : public std::runtime_error {
+  using std::runtime_error::runtime_error;
 };
 
 void add_output_options(CLI::App& app, Outputs& outputs);
 
-/// Writes the files that were asked for, all or none, then standard output.
+/// Writes the files that were asked for, all or none, then standard output. Throws UnknownDip.
 void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs);
 
 }  // namespace command
