@@ -146,10 +146,12 @@ double lowest_of_highest(std::size_t begin, std::size_t end, double factor) {
   return static_cast<double>(lowest) / factor;
 }
 
-/// The fundamental of the cycle that ends a cycle before a dip; of the record's first one where there is no such.
-std::array<PhasePhasor, 3> fundamental_before(std::size_t start, const Waveform& waveform, const Analysis& analysis) {
+/// The fundamental of the first cycle of the stretch that was analysed for a dip, or, where there is none, of the cycle
+/// that lies where it would begin.
+std::array<PhasePhasor, 3> fundamental_before(const Dip& dip, const Waveform& waveform, const Analysis& analysis) {
   const auto cycle = static_cast<std::size_t>(analysis.samples_per_cycle);
-  const std::size_t begin = start < 2 * cycle ? 0 : start - 2 * cycle;
+  const std::size_t lead = cycles_before_fall * cycle;
+  const std::size_t begin = dip.stretch.end > 0 ? dip.stretch.begin : dip.start - std::min(lead, dip.start);
   std::array<std::complex<double>, 3> sums{};
   for (std::size_t phase = 0; phase < 3; phase++) {
     for (std::size_t i = 0; i < cycle; i++) {
@@ -401,7 +403,6 @@ class LoneDip {
 void analyse_each(Analysis& analysis, Waveform& waveform) {
   auto& dips = analysis.dips;
   for (std::size_t i = 0; i < dips.size(); i++) {
-    dips[i].before = fundamental_before(dips[i].start, waveform, analysis);
     if (!dips[i].end) {
       dips[i].obstacle = Obstacle::not_recovered;
       continue;
@@ -409,6 +410,7 @@ void analyse_each(Analysis& analysis, Waveform& waveform) {
     const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? waveform[0].size() : dips[i + 1].start};
     LoneDip(dips[i], waveform, analysis, between).analyse();
   }
+  for (Dip& dip : dips) dip.before = fundamental_before(dip, waveform, analysis);
 }
 
 /// The report that the library writes of the whole record.

@@ -66,7 +66,7 @@ struct Dip {
   Stretch stretch;                     ///< what was analysed for it; empty when it could not be
   bool gradual_fall_doubtful = false;  ///< less than five steady cycles lie before it
   Obstacle obstacle = Obstacle::none;
-  std::array<PhasePhasor, 3> before{};  ///< fundamental of each phase a cycle before the dip
+  std::array<PhasePhasor, 3> before{};  ///< fundamental of each phase ahead of the dip, a cycle long
   // What follows is there when nothing stood in the way.
   std::optional<std::array<double, 3>> point_on_wave;  ///< of each phase's sine at the start of the dip, degrees
   std::array<double, 3>

@@ -10,6 +10,7 @@
 #include "command/colours.h"
 #include "command/curves.h"
 #include "command/figure_svg.h"
+#include "command/page_html.h"
 #include "command/standard_output.h"
 #include "command/whole_file.h"
 
@@ -34,6 +35,11 @@ void add_output_options(CLI::App& app, Outputs& outputs) {
   quiet->excludes(json)->excludes(csv);
   app.add_option("--report", outputs.report, "Write the library's own report of the whole record to FILE")
       ->type_name("FILE");
+#ifdef DIPX_HAS_PAGE
+  app.add_option("--html", outputs.html,
+                 "Write a page for a browser to FILE: waveforms, phasors, tables, tolerance curves")
+      ->type_name("FILE");
+#endif
   CLI::Option* svg =
       app.add_option("--svg", outputs.svg, "Draw a dip to FILE as a figure of column width (SVG)")->type_name("FILE");
   app.add_option("--dip", outputs.dip, "The dip that --svg draws (1)")
@@ -45,12 +51,15 @@ void add_output_options(CLI::App& app, Outputs& outputs) {
 void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs) {
   std::vector<NamedBytes> files;
   if (!outputs.report.empty()) files.push_back({outputs.report, analysis.report});
-  if (!outputs.svg.empty()) {
-    if (outputs.dip > analysis.dips.size() && outputs.dip > 1) {
-      throw UnknownDip(
-          fmt::format("there is no dip {} to draw; the record holds {}", outputs.dip, analysis.dips.size()));
-    }
-    files.push_back({outputs.svg, figure_of(record, analysis, curves_of(record, analysis), outputs.dip - 1)});
+  if (!outputs.svg.empty() && outputs.dip > analysis.dips.size() && outputs.dip > 1) {
+    throw UnknownDip(fmt::format("there is no dip {} to draw; the record holds {}", outputs.dip, analysis.dips.size()));
+  }
+  if (!outputs.svg.empty() || !outputs.html.empty()) {
+    const Curves curves = curves_of(record, analysis);
+    if (!outputs.svg.empty()) files.push_back({outputs.svg, figure_of(record, analysis, curves, outputs.dip - 1)});
+#ifdef DIPX_HAS_PAGE
+    if (!outputs.html.empty()) files.push_back({outputs.html, page_of(record, analysis, curves)});
+#endif
   }
   write_whole(files);
   write_standard_output(standard_output_of(record, analysis, outputs));

@@ -16,6 +16,7 @@ struct Outputs {
   bool quiet = false;
   std::string report;  ///< files; empty: not asked for
   std::string svg;
+  std::string html;
   std::size_t dip = 1;  ///< the one that the figure shows, from 1
 };
 
