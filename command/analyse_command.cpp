@@ -6,6 +6,7 @@
 #include "command/analysis.h"
 #include "command/option_range.h"
 #include "command/outputs.h"
+#include "command/progress.h"
 #include "readers/open_record.h"
 
 namespace command {
@@ -21,9 +22,13 @@ struct Arguments {
 
 void run(Arguments arguments) {
   arguments.options.report = !arguments.outputs.report.empty();
+  Progress progress(!arguments.options.trace);
+  progress.stage("reading " + (arguments.record == "-" ? "standard input" : arguments.record));
   const auto record = readers::open_record(arguments.record, arguments.open);
+  progress.stage("searching for dips");
+  arguments.options.progress = [&](const std::string& what, double done) { progress.stage(what, done); };
   const auto analysis = analyse(record, arguments.options);
-  show(record, analysis, arguments.outputs);
+  show(record, analysis, arguments.outputs, progress);
 }
 
 }  // namespace

@@ -400,9 +400,10 @@ class LoneDip {
 };
 
 /// Analyses each recovered dip in a stretch of its own, between its neighbours.
-void analyse_each(Analysis& analysis, Waveform& waveform) {
+void analyse_each(Analysis& analysis, Waveform& waveform, const AnalysisOptions& options) {
   auto& dips = analysis.dips;
   for (std::size_t i = 0; i < dips.size(); i++) {
+    if (options.progress) options.progress("analysing dips", static_cast<double>(i) / static_cast<double>(dips.size()));
     if (!dips[i].end) {
       dips[i].obstacle = Obstacle::not_recovered;
       continue;
@@ -509,7 +510,7 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
         "Cut the record there to have the rest analysed.",
         static_cast<double>(*fall) / analysis.sampling_rate));
   }
-  analyse_each(analysis, waveform);
+  analyse_each(analysis, waveform, options);
   if (options.report) analysis.report = library_report(waveform, analysis.samples_per_cycle);
   return analysis;
 }

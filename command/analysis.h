@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -92,6 +93,8 @@ struct AnalysisOptions {
   double line_frequency = 0;  ///< hertz, over what the file says; 0: not given
   bool report = false;        ///< have the library write its report
   bool trace = false;         ///< show the library's lines on standard error
+  /// Hears what is being done and how much of it is done, 0 to 1.
+  std::function<void(const std::string& what, double done)> progress;
 };
 
 /// The channels that the user named are not in the record.

@@ -48,20 +48,23 @@ void add_output_options(CLI::App& app, Outputs& outputs) {
       ->needs(svg);
 }
 
-void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs) {
+void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs, Progress& progress) {
   std::vector<NamedBytes> files;
   if (!outputs.report.empty()) files.push_back({outputs.report, analysis.report});
   if (!outputs.svg.empty() && outputs.dip > analysis.dips.size() && outputs.dip > 1) {
     throw UnknownDip(fmt::format("there is no dip {} to draw; the record holds {}", outputs.dip, analysis.dips.size()));
   }
   if (!outputs.svg.empty() || !outputs.html.empty()) {
+    progress.stage("drawing");
     const Curves curves = curves_of(record, analysis);
     if (!outputs.svg.empty()) files.push_back({outputs.svg, figure_of(record, analysis, curves, outputs.dip - 1)});
 #ifdef DIPX_HAS_PAGE
     if (!outputs.html.empty()) files.push_back({outputs.html, page_of(record, analysis, curves)});
 #endif
   }
+  progress.stage("writing");
   write_whole(files);
+  progress.finish();
   write_standard_output(standard_output_of(record, analysis, outputs));
 }
 

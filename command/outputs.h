@@ -7,6 +7,7 @@
 #include <string>
 
 #include "command/analysis.h"
+#include "command/progress.h"
 
 namespace command {
 
@@ -28,6 +29,6 @@ class UnknownDip : public std::runtime_error {
 void add_output_options(CLI::App& app, Outputs& outputs);
 
 /// Writes the files that were asked for, all or none, then standard output. Throws UnknownDip.
-void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs);
+void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs, Progress& progress);
 
 }  // namespace command

@@ -1,10 +1,6 @@
 // The forms in which dipx analyse shows what it found, beside the whole text and the JSON document.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <stdlib.h>
-#include <termios.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -13,12 +9,14 @@
 #include "command/analysis_csv.h"
 #include "tests/command/dipx_command.h"
 #include "tests/command/synth_record.h"
+#include "tests/command/terminal.h"
 #include "tests/core/working_folder.h"
 
 namespace {
 
 using nlohmann::json;
 using tests::dipx;
+using tests::Terminal;
 using tests::write_csv;
 
 synth::DipDescription two_steps() {
@@ -197,46 +195,6 @@ TEST_F(Outputs, TextNamesAnInterruption) {
   EXPECT_NE(text.find(", depth 100.0 %\n"), std::string::npos) << text;
   EXPECT_NE(text.find("\n  below the ITIC curve, below the SEMI F47 curve, cell X2 of EN 50160\n"), std::string::npos);
 }
-
-/// A terminal, as a pseudo-terminal's two ends.
-class Terminal {
- public:
-  Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
-    if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) std::abort();
-    name_ = ptsname(master_);
-    kept_open_ = open(name_.c_str(), O_RDWR | O_NOCTTY);
-    termios plain{};
-    tcgetattr(kept_open_, &plain);
-    plain.c_oflag &= ~static_cast<tcflag_t>(OPOST);
-    tcsetattr(kept_open_, TCSANOW, &plain);
-  }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
-  ~Terminal() {
-    close(kept_open_);
-    close(master_);
-  }
-
-  [[nodiscard]] const std::string& name() const { return name_; }
-
-  /// What was written to it.
-  [[nodiscard]] std::string text() const {
-    std::string all;
-    pollfd ready{master_, POLLIN, 0};
-    char part[4096];
-    while (poll(&ready, 1, 100) > 0) {
-      const ssize_t count = read(master_, part, sizeof part);
-      if (count <= 0) break;
-      all.append(part, static_cast<std::size_t>(count));
-    }
-    return all;
-  }
-
- private:
-  int master_;
-  int kept_open_ = -1;
-  std::string name_;
-};
 
 std::string without_colours(std::string text) {
   for (std::size_t at = text.find('\033'); at != std::string::npos; at = text.find('\033')) {
