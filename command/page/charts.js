@@ -184,6 +184,7 @@ const charts = {
       return Math.min(Math.max(x, bbox.left), bbox.left + bbox.width);
     };
     const [from, to] = this.shown;
+    this.lastLabel = -Infinity; // how far labels reach
     ctx.save();
     ctx.font = `${12 * devicePixelRatio}px system-ui, sans-serif`;
     ctx.textAlign = "center";
@@ -231,7 +232,7 @@ const charts = {
     const half = ctx.measureText(fitting).width / 2;
     const middle = Math.min(Math.max((left + right) / 2, bbox.left + half), bbox.left + bbox.width - half);
     // Labels that have no room of their own come once only.
-    if (half * 2 > right - left && this.lastLabel > middle - half && this.lastLabel < middle + half) return;
+    if (half * 2 > right - left && this.lastLabel > middle - half) return;
     this.lastLabel = middle + half;
     ctx.fillStyle = this.colour("ink");
     ctx.fillText(fitting, middle, bbox.top - 2 * devicePixelRatio);

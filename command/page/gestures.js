@@ -1,5 +1,8 @@
 // Wheel, keys, buttons and fingers that move and zoom the charts.
 
+/// With more dips than this they are chosen from a list.
+const mostButtons = 8;
+
 function addTools() {
   const tools = document.getElementById("tools");
   const button = (name, action, title = name) => {
@@ -8,7 +11,14 @@ function addTools() {
     tools.append(made);
   };
   button("Whole record", () => charts.show(0, recordEnd));
-  for (const dip of found.dips) button(`Dip ${dip.number}`, () => charts.showDip(dip));
+  if (found.dips.length <= mostButtons) {
+    for (const dip of found.dips) button(`Dip ${dip.number}`, () => charts.showDip(dip));
+  } else {
+    const choice = element("select", { "aria-label": "Dip" }, element("option", { value: "" }, "Dip …"));
+    for (const dip of found.dips) choice.append(element("option", { value: dip.number }, `Dip ${dip.number}: ${dipWords(dip)}`));
+    choice.addEventListener("change", () => choice.value && charts.showDip(found.dips[choice.value - 1]));
+    tools.append(choice);
+  }
   button("+", () => charts.zoom(1 / 2), "Zoom in");
   button("−", () => charts.zoom(2), "Zoom out");
   button("◀", () => charts.move(-1 / 4), "Earlier");

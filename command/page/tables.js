@@ -19,7 +19,9 @@ function addHeader() {
   fact("Sampling", `${rate} Hz, ${cycle} per cycle of ${record.line_frequency_hz} Hz`);
   fact("Pre-event voltage", volts(found.pre_event_voltage_v));
   fact("Dip threshold", volts(found.threshold_v));
-  for (const note of found.notes) document.getElementById("notes").append(element("li", {}, note));
+  const notes = [...found.notes];
+  if (wave.step > 1) notes.push(`The record is long: this page draws one in ${wave.step} samples of its waveforms.`);
+  for (const note of notes) document.getElementById("notes").append(element("li", {}, note));
   const summary = document.getElementById("summary");
   if (found.dips.length === 0) summary.append(element("li", { class: "none" }, "No dips."));
   for (const dip of found.dips) {

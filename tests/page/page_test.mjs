@@ -29,7 +29,7 @@ function synth(name, ...options) {
 /// Rows of a record with dips every second.
 function rowsOfManyDips() {
   const lines = ["t_s,Ua,Ub,Uc"];
-  for (let i = 0; i < 6 * 3200; i++) {
+  for (let i = 0; i < 10 * 3200; i++) {
     const t = i / 3200;
     const factor = t > 0.4 && t % 1 > 0.4 && t % 1 < 0.55 ? 0.5 : 1;
     const volts = [0, 1, 2].map((p) => ((p === 0 ? factor : 1) * 325 * Math.sin(2 * Math.PI * (50 * t - p / 3))).toFixed(3));
@@ -280,7 +280,7 @@ test("phasors stand before the dip and for each segment, with lengths and angles
 test("each dip stands on the tolerance curves and in its cell of EN 50160's table", () =>
   opened("many", {}, async (page) => {
     const dips = documents.many.dips;
-    assert.equal(dips.length, 6);
+    assert.equal(dips.length, 10);
     assert.equal(await page.value("document.querySelectorAll('#curves circle.event').length"), dips.length);
     for (const dip of dips) {
       const words = await page.value(`document.querySelector('[data-cell="${dip.en50160_cell}"]').textContent`);
@@ -292,12 +292,25 @@ test("each dip stands on the tolerance curves and in its cell of EN 50160's tabl
     assert.ok(Math.abs(y - frame.y - frame.height / 2) < frame.height * 0.01);
   }));
 
+test("many dips are chosen from a list", () =>
+  opened("many", {}, async (page) => {
+    const [, second] = documents.many.dips;
+    await page.value(`(() => {
+      const choice = document.querySelector("#tools select");
+      choice.value = "2";
+      choice.dispatchEvent(new Event("change"));
+    })()`);
+    await page.settled();
+    const [from, to] = await range(page);
+    assert.ok(from < second.start.time_s && to > second.end.time_s && to - from < 2 * second.duration_s);
+  }));
+
 test("tables of many dips are folded, and unfolded on paper", () =>
   opened("many", {}, async (page) => {
     const open = () => page.value("document.querySelectorAll('details[open]').length");
     assert.equal(await open(), 0);
     await page.value("dispatchEvent(new Event('beforeprint'))");
-    assert.equal(await open(), 6);
+    assert.equal(await open(), 10);
     await page.value("dispatchEvent(new Event('afterprint'))");
     assert.equal(await open(), 0);
   }));
