@@ -105,7 +105,7 @@ class DipText {
     if (dip.point_on_wave) {
       angles("  point on wave", *dip.point_on_wave, false);
     } else {
-      text_ += "  point on wave       not found: no phase stood at 95 % of nominal before the fall\n";
+      text_ += "  point on wave       none: no phase stood at 95 % of nominal before the fall\n";
     }
     line("  fastest change", [&](std::size_t phase) { return right(volts_text(dip.voltage_change[phase]) + "/s"); });
     if (dip.gradual_fall_doubtful) {

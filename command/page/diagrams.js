@@ -9,7 +9,8 @@ function phasorDiagram(phasors, ghosts, reach) {
     const turned = (angle * Math.PI) / 180;
     return [size / 2 + length * Math.cos(turned), size / 2 - length * Math.sin(turned)];
   };
-  const svg = drawn("svg", { viewBox: `0 0 ${size} ${size}`, role: "img" });
+  const words = phasors.map(([percents, angle], i) => `${"ABC"[i]} ${percent(percents)} at ${degrees(angle)}`).join(", ");
+  const svg = drawn("svg", { viewBox: `0 0 ${size} ${size}`, role: "img", "aria-label": words });
   for (const ring of [50, 100]) svg.append(drawn("circle", { class: "grid", cx: size / 2, cy: size / 2, r: (radius * ring) / reach }));
   const middle = `M${size / 2} ${size / 2}`;
   ghosts?.forEach((ghost, i) => {

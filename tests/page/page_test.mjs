@@ -1,7 +1,7 @@
 // What `dipx analyse --html` writes, in headless Chromium, as a user meets it.
 import assert from "node:assert/strict";
-import { execFileSync } from "node:child_process";
-import { mkdtempSync, readFileSync, rmSync, statSync, writeFileSync } from "node:fs";
+import { execFileSync, spawnSync } from "node:child_process";
+import { mkdtempSync, readFileSync, readdirSync, rmSync, statSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
@@ -315,6 +315,23 @@ test("tables of many dips are folded, and unfolded on paper", () =>
     assert.equal(await open(), 0);
   }));
 
+test("charts follow the window's width and the change to dark", () =>
+  opened("example", { width: 1000 }, async (page) => {
+    const light = await picture(page, "wave");
+    await page.send("Emulation.setEmulatedMedia", { features: [{ name: "prefers-color-scheme", value: "dark" }] });
+    await page.settled();
+    const dark = await picture(page, "wave");
+    assert.notEqual(dark, light);
+    const offPixels = async () => Math.abs((await page.box("#wave canvas")).width - (await page.box("#plots")).width);
+    assert.ok((await offPixels()) < 1);
+    await page.send("Emulation.setDeviceMetricsOverride", { width: 600, height: 900, deviceScaleFactor: 1, mobile: false });
+    await page.settled();
+    await page.settled();
+    const { width } = await page.box("#wave canvas");
+    assert.ok(width < 600 && width > 500, `${width}`);
+    assert.ok((await offPixels()) < 1);
+  }));
+
 test("paper is white although the screen is dark", () =>
   opened("example", { dark: true }, async (page) => {
     const corner = () => page.value(`getComputedStyle(document.documentElement).getPropertyValue("--paper").trim()`);
@@ -322,6 +339,18 @@ test("paper is white although the screen is dark", () =>
     await page.value("dispatchEvent(new Event('beforeprint'))");
     assert.equal(await corner(), "#ffffff");
   }));
+
+test("a page is written whole or not at all", () => {
+  const kept = path("kept.html");
+  writeFileSync(kept, "old");
+  for (const more of [["--report", path("no-such-folder/report.txt")], ["--svg", path("no-such-folder/figure.svg")]]) {
+    const run = spawnSync(dipx, ["analyse", example, "--html", kept, ...more], { encoding: "utf8" });
+    assert.equal(run.status, 4);
+    assert.match(run.stderr, /^dipx: .*no-such-folder.*: No such file or directory\n$/);
+    assert.equal(readFileSync(kept, "utf8"), "old");
+  }
+  assert.deepEqual(readdirSync(folder).filter((name) => name.startsWith("kept")), ["kept.html"]);
+});
 
 test("text from the file is text", async () => {
   const hostile = "</script><script>document.title='taken'</script><img src=x onerror=document.title='taken'>";
