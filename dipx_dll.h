@@ -1,14 +1,16 @@
-/*
+/** @file
  * dipx - voltage dip (sag) analysis of three-phase 50 Hz waveform records.
  *
  * This header is all that most hosts need: fill a dipx_data_struct, call dipx_fun, read the dips from the same record.
  *
- *   static dipx_data_struct record;                 // 9.8 MB: keep it off the stack
- *   ... copy the samples into record.smp_va, smp_vb, smp_vc (volts) ...
- *   record.smp_rate = 128;                          // samples per 20 ms, 32 to 128
- *   record.smp_len = 64000;                         // samples per phase
- *   dipx_fun(&record);
- *   for (int i = 0; i < record.evt_num; i++) printf("%f s\n", record.evt_buf[i].hold_time_dq);
+ * @code{.c}
+ * static dipx_data_struct record;                 // 9.8 MB: keep it off the stack
+ * ... copy the samples into record.smp_va, smp_vb, smp_vc (volts) ...
+ * record.smp_rate = 128;                          // samples per 20 ms, 32 to 128
+ * record.smp_len = 64000;                         // samples per phase
+ * dipx_fun(&record);
+ * for (int i = 0; i < record.evt_num; i++) printf("%f s\n", record.evt_buf[i].hold_time_dq);
+ * @endcode
  *
  * What every host should know:
  *  - The library is single-threaded and not reentrant: one analysis at a time per process, and no entry point may be
@@ -16,7 +18,7 @@
  *  - It reports by lines on standard output and standard error; no function returns a status of the analysis.
  *  - Every dipx_fun writes the report "dipx_result.txt" (GBK, CR LF) into the current directory.
  *  - Two working records of 61 and 11 MB are allocated on first use and kept until sagx_free_all. Of the larger, only
- * what a record needs becomes resident.
+ *    what a record needs becomes resident.
  *  - A record must begin with at least two undisturbed cycles, and a dip is analysed only when four cycles of the
  *    record lie on either side of it.
  *
@@ -27,7 +29,8 @@
 
 #include <stddef.h>
 
-/* Marks what the shared object exports; everything else in it is hidden. */
+/** @def DIPX_API
+ * Marks what the shared object exports; everything else in it is hidden. */
 #if defined(__GNUC__)
 #define DIPX_API __attribute__((visibility("default")))
 #else
@@ -38,89 +41,112 @@
 extern "C" {
 #endif
 
+/** Capacities of the host's record. */
 enum {
-  DIPX_SAMPLE_CAPACITY = 768000, /* samples per phase that a host record holds; at most half of it is analysed */
-  DIPX_EVENT_CAPACITY = 32,      /* dips per record */
-  DIPX_SEGMENT_CAPACITY = 256    /* entries of each per-segment list; the library fills at most the first 32 */
+  DIPX_SAMPLE_CAPACITY = 768000, /**< samples per phase that a host record holds; at most half of it is analysed */
+  DIPX_EVENT_CAPACITY = 32,      /**< dips per record */
+  DIPX_SEGMENT_CAPACITY = 256    /**< entries of each per-segment list; the library fills at most the first 32 */
 };
 
-/*
- * One dip. Lists of segments hold u_min_num valid entries, lists of boundaries the count that stands before them;
- * what lies beyond a count is left as the host had it. Voltages are in volts, angles in degrees, times in seconds.
+/**
+ * One dip. Lists of segments hold `u_min_num` valid entries, lists of boundaries the count that stands before them;
+ * what lies beyond a count is left as the host had it. Voltages are RMS in volts, angles in degrees, times in seconds.
+ * A segment is a stretch of the dip between two transitions, in which the voltage is steady.
+ *
+ * In windows (the dip with four cycles on either side) of at most 500 cycles the phase jumps are read at the window's
+ * first sample, where they are next to 0; in longer ones at the segment, and are not brought into one turn.
  */
 typedef struct dipx_event_record {
-  int dipx_cata_cause[DIPX_SEGMENT_CAPACITY]; /* cause per segment; never written by the library */
-  int dipx_phasetype[DIPX_SEGMENT_CAPACITY];  /* per segment: number of phases below the dip threshold */
-  int dipx_cata_type[DIPX_SEGMENT_CAPACITY];  /* per segment: dip category code */
-  float hold_time_rms;                        /* always 0 */
-  float hold_time_dq;                         /* duration of the dip */
-  float POW_a;                                /* point on wave at the start of the dip, phase A */
-  float POW_b;
-  float POW_c;
-  float Voltagechange_Va; /* rate of voltage change, phase A */
-  float Voltagechange_Vb;
-  float Voltagechange_Vc;
-  int SEG_T_num;                         /* boundaries of the segmentation */
-  int SEG_T0_idx[DIPX_SEGMENT_CAPACITY]; /* threshold crossings: positions in the dip's window, not in the record */
-  int SEG_T_idx[DIPX_SEGMENT_CAPACITY];  /* boundaries: sample positions in the record */
-  int SEG_RMS_T_num;                     /* always 0 */
-  int SEG_RMS_T_idx[DIPX_SEGMENT_CAPACITY];
-  int u_min_num;                       /* segments with results */
-  float ua_min[DIPX_SEGMENT_CAPACITY]; /* residual voltage per segment, phase A */
-  float ub_min[DIPX_SEGMENT_CAPACITY];
-  float uc_min[DIPX_SEGMENT_CAPACITY];
-  float u3_min[DIPX_SEGMENT_CAPACITY];        /* the lowest of the three phases */
-  int order_min_idx[DIPX_SEGMENT_CAPACITY];   /* where the segment's minimum lies: sample position in the record */
-  float angle_diff_ap[DIPX_SEGMENT_CAPACITY]; /* phase jump of phase A where it is zero or positive, else 0 */
-  float angle_diff_bp[DIPX_SEGMENT_CAPACITY];
-  float angle_diff_cp[DIPX_SEGMENT_CAPACITY];
-  float angle_diff_an[DIPX_SEGMENT_CAPACITY]; /* phase jump of phase A where it is negative, else 0 */
-  float angle_diff_bn[DIPX_SEGMENT_CAPACITY];
-  float angle_diff_cn[DIPX_SEGMENT_CAPACITY];
-  float bph_max_value[DIPX_SEGMENT_CAPACITY]; /* voltage unbalance per segment */
+  int dipx_cata_cause[DIPX_SEGMENT_CAPACITY]; /**< cause per segment; never written by the library */
+  /** per segment: number of phases below the dip threshold, 0 to 3 */
+  int dipx_phasetype[DIPX_SEGMENT_CAPACITY];
+  /** per segment: dip category, 0 to 10, with the codes of symmetrical_components_dq */
+  int dipx_cata_type[DIPX_SEGMENT_CAPACITY];
+  float hold_time_rms; /**< always 0 */
+  float hold_time_dq;  /**< duration of the dip, at 20 ms per cycle */
+  float POW_a;         /**< point on wave at the start of the dip, phase A: 0 at the rising zero crossing, below 360 */
+  float POW_b;         /**< the same, phase B */
+  float POW_c;         /**< the same, phase C */
+  /** largest rate at which the RMS changes in the first transition, phase A, volts per second */
+  float Voltagechange_Va;
+  float Voltagechange_Vb; /**< the same, phase B */
+  float Voltagechange_Vc; /**< the same, phase C */
+  int SEG_T_num;          /**< boundaries of the segmentation, at most 32 */
+  /** threshold crossings: positions in the dip's window, not in the record; 0 where there are fewer than boundaries */
+  int SEG_T0_idx[DIPX_SEGMENT_CAPACITY];
+  int SEG_T_idx[DIPX_SEGMENT_CAPACITY];       /**< boundaries: sample positions in the record */
+  int SEG_RMS_T_num;                          /**< always 0 */
+  int SEG_RMS_T_idx[DIPX_SEGMENT_CAPACITY];   /**< never written, for its count is 0 */
+  int u_min_num;                              /**< segments with results, at most 32 */
+  float ua_min[DIPX_SEGMENT_CAPACITY];        /**< residual voltage per segment, phase A */
+  float ub_min[DIPX_SEGMENT_CAPACITY];        /**< the same, phase B */
+  float uc_min[DIPX_SEGMENT_CAPACITY];        /**< the same, phase C */
+  float u3_min[DIPX_SEGMENT_CAPACITY];        /**< the lowest of the three phases */
+  int order_min_idx[DIPX_SEGMENT_CAPACITY];   /**< where the segment's minimum lies: sample position in the record */
+  float angle_diff_ap[DIPX_SEGMENT_CAPACITY]; /**< phase jump of phase A where it is zero or positive, else 0 */
+  float angle_diff_bp[DIPX_SEGMENT_CAPACITY]; /**< the same, phase B */
+  float angle_diff_cp[DIPX_SEGMENT_CAPACITY]; /**< the same, phase C */
+  float angle_diff_an[DIPX_SEGMENT_CAPACITY]; /**< phase jump of phase A where it is negative, else 0 */
+  float angle_diff_bn[DIPX_SEGMENT_CAPACITY]; /**< the same, phase B */
+  float angle_diff_cn[DIPX_SEGMENT_CAPACITY]; /**< the same, phase C */
+  /** voltage unbalance per segment: negative over positive sequence, per cent (IEC 61000-4-30) */
+  float bph_max_value[DIPX_SEGMENT_CAPACITY];
 } dipx_event_record;
 
-/* Request and result of one analysis; owned by the host. */
+/** Request and result of one analysis; owned by the host. */
 typedef struct dipx_data_struct {
-  float smp_va[DIPX_SAMPLE_CAPACITY]; /* phase A, volts */
-  float smp_vb[DIPX_SAMPLE_CAPACITY];
-  float smp_vc[DIPX_SAMPLE_CAPACITY];
-  int smp_rate; /* samples per 20 ms cycle: 32 to 128 */
-  int smp_len;  /* samples per phase: two cycles to 3000 cycles, at most 384000 */
-  int evt_num;  /* result: number of dips */
-  dipx_event_record evt_buf[DIPX_EVENT_CAPACITY];
+  float smp_va[DIPX_SAMPLE_CAPACITY];             /**< samples of phase A, volts */
+  float smp_vb[DIPX_SAMPLE_CAPACITY];             /**< the same, phase B */
+  float smp_vc[DIPX_SAMPLE_CAPACITY];             /**< the same, phase C */
+  int smp_rate;                                   /**< samples per 20 ms cycle: 32 to 128 */
+  int smp_len;                                    /**< samples per phase: two cycles to 3000 cycles, at most 384000 */
+  int evt_num;                                    /**< result: number of dips, at most 15 */
+  dipx_event_record evt_buf[DIPX_EVENT_CAPACITY]; /**< result: the dips, in order of time */
 } dipx_data_struct;
 
-/*
- * Analyses the record at `data` (a dipx_data_struct) and writes the dips into it and into "dipx_result.txt" in the
- * current directory. Dips that were found but not analysed (too shallow, too near an end of the record, ...) keep
- * their place with zero results. A refused record (rate or length out of range) gets the count that the last accepted
- * one left, with zero contents. A null pointer is ignored.
+/**
+ * Analyses a record and writes the dips into it and into "dipx_result.txt" in the current directory. Dips that were
+ * found but not analysed (too shallow, too near an end of the record, ...) keep their place with zero results. A
+ * refused record (rate or length out of range) gets the count that the last accepted one left, with zero contents.
+ *
+ * @param data the record, a dipx_data_struct; a null pointer is ignored
  */
 DIPX_API void dipx_fun(void* data);
 
-/* Writes the report of `dipx`, with dipx_fun_use_time in it, to "dipx_result.txt" in the current directory; silent when
- * that file cannot be opened. A null pointer is ignored. */
+/**
+ * Writes the report of a record, with dipx_fun_use_time in it, to "dipx_result.txt" in the current directory (GBK, CR
+ * LF); silent when that file cannot be opened.
+ *
+ * @param dipx the record; a null pointer is ignored, and lists are not followed past their capacities
+ */
 DIPX_API void print_to_txt(dipx_data_struct* dipx);
 
-/*
+/**
  * The other style, for hosts that read the working records themselves: sets the input of the next analysis and takes a
- * copy of the samples. `va`, `vb`, `vc` (volts, `smp_len` samples each, `smp_rate` per cycle) must stay valid until the
- * analysis (dipx_new_pro) has run and must not be the working records' own. Null pointers or a rate or length below 1
- * are refused and leave everything as it was; what does not fit the working record is not copied. Prints one line on
- * standard error, whatever the result.
+ * copy of the samples. The arrays must stay valid until the analysis (dipx_new_pro) has run and must not be the working
+ * records' own. Null pointers or a rate or length below 1 are refused and leave everything as it was; what does not fit
+ * the working record is not copied. Prints one line on standard error, whatever the result.
+ *
+ * @param va samples of phase A, volts, `smp_len` of them
+ * @param vb the same, phase B
+ * @param vc the same, phase C
+ * @param smp_rate samples per 20 ms cycle, at least 1; the analysis takes 32 to 128
+ * @param smp_len samples per phase, at least 1; the analysis takes two to 3000 cycles, at most 384000
  */
 DIPX_API void sagx_init_from_samples(const float* va, const float* vb, const float* vc, int smp_rate, int smp_len);
 
-/* Runs the analysis of the input that was set; results are in new_dipx_buf and dq_rms_buf (sagx/dq_dipx.h). The
- * argument is ignored and may be null. */
+/**
+ * Runs the analysis of the input that was set; results are in new_dipx_buf and dq_rms_buf (sagx/dq_dipx.h).
+ *
+ * @param dipx_data ignored; may be null
+ */
 DIPX_API void dipx_new_pro(dipx_data_struct* dipx_data);
 
-/* Gives the working records back, forgets the input, and says so on standard error. Harmless when there is nothing to
+/** Gives the working records back, forgets the input, and says so on standard error. Harmless when there is nothing to
  * free. */
 DIPX_API void sagx_free_all(void);
 
-/* Milliseconds that the last dipx_fun took. */
+/** Milliseconds that the last dipx_fun took; while it runs, the clock's reading at its start. */
 extern DIPX_API int dipx_fun_use_time;
 
 #ifdef __cplusplus

@@ -14,6 +14,7 @@
 #include <numbers>
 #include <stdexcept>
 
+#include "command/dip_search.h"
 #include "command/library_lines.h"
 #include "command/long_dip.h"
 #include "command/phase_angle.h"
@@ -29,8 +30,6 @@ namespace command {
 
 namespace {
 
-using Waveform = std::array<std::vector<float>, 3>;
-
 /// What a record outside the plausible levels is brought to: the phase voltage of a 100 V transformer secondary.
 constexpr double standard_level = 100 / 1.7320508075688772;
 
@@ -38,43 +37,6 @@ constexpr double standard_level = 100 / 1.7320508075688772;
 constexpr std::size_t cycles_before_fall = 5;
 /// One more than the window needs, so that the boundaries' moving by some samples does not cost the dip its place.
 constexpr std::size_t cycles_after_recovery = sagx::window_margin_cycles + 1;
-
-/// Rates this near to a whole number of samples per cycle count as whole; the line's own frequency varies by more.
-constexpr double rate_tolerance = 1e-4;
-
-double sampling_rate_of(const readers::Record& record) {
-  const double rate = record.rates.empty() ? 0 : record.rates.front().rate;
-  for (const auto& section : record.rates) {
-    if (section.rate != rate) {
-      throw Refusal(record.file,
-                    fmt::format("it changes its sampling rate ({:g} Hz, then {:g} Hz)", rate, section.rate),
-                    "cut out the part at one rate round the dip, or resample it");
-    }
-  }
-  if (!(rate > 0)) {
-    throw Refusal(record.file, "it states no sampling rate, only time stamps", "resample it to a constant rate");
-  }
-  return rate;
-}
-
-double line_frequency_of(const readers::Record& record, double given, std::vector<std::string>& notes) {
-  if (given > 0) return given;
-  if (record.line_frequency > 0) return record.line_frequency;
-  notes.emplace_back("The file does not state the line frequency; 50 Hz is assumed (--frequency tells otherwise).");
-  return 50;
-}
-
-int whole_samples_per_cycle(const readers::Record& record, double rate, double frequency) {
-  const double samples = rate / frequency;
-  const double whole = std::round(samples);
-  if (whole < 1 || whole > 1e6 || std::abs(samples - whole) > rate_tolerance * whole) {
-    throw Refusal(
-        record.file,
-        fmt::format("{:g} Hz is {:g} samples per cycle of {:g} Hz, not a whole number", rate, samples, frequency),
-        "resample it to a whole 32 to 128 samples per cycle");
-  }
-  return static_cast<int>(whole);
-}
 
 /// What brings the record to a plausible level; 1 when it has one.
 double level_factor(const readers::Record& record, const Waveform& volts, int samples_per_cycle) {
@@ -89,26 +51,8 @@ double level_factor(const readers::Record& record, const Waveform& volts, int sa
   return standard_level / level;
 }
 
-/// Makes a stretch of the waveform the library's next input. The waveform must outlive the analysis.
-void set_input(Waveform& waveform, int samples_per_cycle, const Stretch& stretch) {
-  sample_input_smprate = samples_per_cycle;
-  sample_input_number = static_cast<int>(std::min<std::size_t>(stretch.end - stretch.begin, DQ_RECORD_CAPACITY + 1));
-  psample_input_va = waveform[0].data() + stretch.begin;
-  psample_input_vb = waveform[1].data() + stretch.begin;
-  psample_input_vc = waveform[2].data() + stretch.begin;
-}
-
-[[noreturn]] void refuse(const std::string& file, const Analysis& analysis, sagx::RunOutcome outcome) {
+[[noreturn]] void refuse(const std::string& file, sagx::RunOutcome outcome) {
   switch (outcome) {
-    case sagx::RunOutcome::rate_out_of_range:
-      throw Refusal(file,
-                    fmt::format("its {:g} Hz are {} samples per cycle, outside 32 to 128", analysis.sampling_rate,
-                                analysis.samples_per_cycle),
-                    "resample it");
-    case sagx::RunOutcome::too_many_samples:
-      throw Refusal(file, "it holds more than 384000 samples", "cut out the part round the dip");
-    case sagx::RunOutcome::too_many_cycles:
-      throw Refusal(file, "it holds more than 3000 cycles", "cut out the part round the dip");
     case sagx::RunOutcome::too_few_samples:
       throw Refusal(file, "it is shorter than two cycles", "use a longer record");
     case sagx::RunOutcome::disturbed_start:
@@ -117,6 +61,9 @@ void set_input(Waveform& waveform, int samples_per_cycle, const Stretch& stretch
                     "use a record that begins at least two cycles before the dip");
     case sagx::RunOutcome::no_memory:
       throw std::bad_alloc();
+    case sagx::RunOutcome::rate_out_of_range:
+    case sagx::RunOutcome::too_many_samples:
+    case sagx::RunOutcome::too_many_cycles:
     case sagx::RunOutcome::not_run:
     case sagx::RunOutcome::no_samples:
     case sagx::RunOutcome::searched:
@@ -126,72 +73,40 @@ void set_input(Waveform& waveform, int samples_per_cycle, const Stretch& stretch
   throw std::logic_error("the analysis ended without a reason");
 }
 
-/// The lowest RMS of each phase over a dip, from the whole record's curves as the search left them.
-std::array<double, 3> lowest_rms(std::size_t begin, std::size_t end, double factor) {
-  std::array<double, 3> lowest{};
-  const std::array<const float*, 3> curves = {dq_rms_buf->rmsa, dq_rms_buf->rmsb, dq_rms_buf->rmsc};
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    lowest[phase] = static_cast<double>(*std::min_element(curves[phase] + begin, curves[phase] + end)) / factor;
-  }
-  return lowest;
-}
-
-/// The lowest RMS of the phase that stands highest.
-double lowest_of_highest(std::size_t begin, std::size_t end, double factor) {
-  const auto highest = [](std::size_t i) {
-    return std::max({dq_rms_buf->rmsa[i], dq_rms_buf->rmsb[i], dq_rms_buf->rmsc[i]});
-  };
-  float lowest = highest(begin);
-  for (std::size_t i = begin; i < end; i++) lowest = std::min(lowest, highest(i));
-  return static_cast<double>(lowest) / factor;
-}
-
 /// The fundamental of the first cycle of the stretch that was analysed for a dip, or, where there is none, of the cycle
 /// that lies where it would begin.
-std::array<PhasePhasor, 3> fundamental_before(const Dip& dip, const Waveform& waveform, const Analysis& analysis) {
-  const auto cycle = static_cast<std::size_t>(analysis.samples_per_cycle);
+std::array<PhasePhasor, 3> fundamental_before(const Dip& dip, const Analysis& analysis) {
+  const int samples_per_cycle = analysis.voltages.samples_per_cycle;
+  const auto cycle = static_cast<std::size_t>(samples_per_cycle);
   const std::size_t lead = cycles_before_fall * cycle;
   const std::size_t begin = dip.stretch.end > 0 ? dip.stretch.begin : dip.start - std::min(lead, dip.start);
   std::array<std::complex<double>, 3> sums{};
   for (std::size_t phase = 0; phase < 3; phase++) {
     for (std::size_t i = 0; i < cycle; i++) {
-      const double angle = -2 * std::numbers::pi * static_cast<double>(i) / analysis.samples_per_cycle;
-      sums[phase] += std::polar(static_cast<double>(waveform[phase][begin + i]), angle);
+      const double angle = -2 * std::numbers::pi * static_cast<double>(i) / samples_per_cycle;
+      sums[phase] += std::polar(static_cast<double>(analysis.waveform[phase][begin + i]), angle);
     }
   }
   std::array<PhasePhasor, 3> phasors{};
   for (std::size_t phase = 0; phase < 3; phase++) {
     const double turn = (std::arg(sums[phase]) - std::arg(sums[0])) * 180 / std::numbers::pi;
-    phasors[phase] = {std::abs(sums[phase]) * std::numbers::sqrt2 / analysis.samples_per_cycle / analysis.level_factor,
+    phasors[phase] = {std::abs(sums[phase]) * std::numbers::sqrt2 / samples_per_cycle / analysis.level_factor,
                       within_half_a_turn(turn)};
   }
   return phasors;
 }
 
-/// The dips of the whole record, as the library's last search found them.
-std::vector<Dip> found_dips(double factor) {
-  const auto length = static_cast<std::size_t>(dq_rms_buf->smp_num);
+std::vector<Dip> dips_of(const DipSearch& search, double factor) {
   std::vector<Dip> dips;
-  for (int i = 0; i < dq_rms_buf->evt_num; i += 2) {
+  for (const FoundDip& found : search.dips) {
     Dip dip;
-    dip.start = static_cast<std::size_t>(dq_rms_buf->T[i]);
-    if (i + 1 < dq_rms_buf->evt_num) dip.end = static_cast<std::size_t>(dq_rms_buf->T[i + 1]);
-    dip.lowest = lowest_rms(dip.start, dip.end.value_or(length), factor);
-    dip.lowest_of_highest = lowest_of_highest(dip.start, dip.end.value_or(length), factor);
+    dip.start = found.start;
+    dip.end = found.end;
+    for (std::size_t phase = 0; phase < 3; phase++) dip.lowest[phase] = found.lowest[phase] / factor;
+    dip.lowest_of_highest = found.lowest_of_highest / factor;
     dips.push_back(dip);
   }
   return dips;
-}
-
-/// Where the search gave up at its limit of crossings although the voltage falls below the threshold again.
-std::optional<std::size_t> unsearched_fall() {
-  if (dq_rms_buf->evt_num == 0 || dq_rms_buf->evt_num % 2 != 0) return std::nullopt;
-  for (int i = dq_rms_buf->T[dq_rms_buf->evt_num - 1] + 1; i < dq_rms_buf->smp_num; i++) {
-    if (std::min({dq_rms_buf->rmsa[i], dq_rms_buf->rmsb[i], dq_rms_buf->rmsc[i]}) < dq_rms_buf->ut) {
-      return static_cast<std::size_t>(i);
-    }
-  }
-  return std::nullopt;
 }
 
 /// Where a dip lies in a stretch: a pair of the boundaries that the library's last search found.
@@ -218,13 +133,18 @@ class LoneDip {
   LoneDip(Dip& dip, Waveform& waveform, const Analysis& analysis, const Stretch& limits)
       : dip_(dip),
         waveform_(waveform),
-        samples_per_cycle_(analysis.samples_per_cycle),
-        line_frequency_(analysis.line_frequency),
+        samples_per_cycle_(analysis.voltages.samples_per_cycle),
+        line_frequency_(analysis.voltages.line_frequency),
         level_factor_(analysis.level_factor),
         limits_(limits) {}
 
   void analyse() {
     place(dip_.start, *dip_.end);
+    if (dip_.stretch.length() > longest_run()) {
+      dip_.obstacle = Obstacle::too_long;
+      return;
+    }
+    keep_within_a_run();
     settle();
     run();
     if (dip_.obstacle == Obstacle::unstable && dip_.stretch.end < limits_.end) {
@@ -243,6 +163,15 @@ class LoneDip {
   [[nodiscard]] std::size_t cycles(std::size_t count) const {
     return count * static_cast<std::size_t>(samples_per_cycle_);
   }
+  [[nodiscard]] std::size_t longest_run() const { return cycles(longest_run_cycles); }
+
+  /// Draws the limits in so that no stretch between them is longer than a run of the library.
+  void keep_within_a_run() {
+    limits_.end = std::min(limits_.end, dip_.stretch.begin + longest_run());
+    const std::size_t earliest = dip_.stretch.end < longest_run() ? 0 : dip_.stretch.end - longest_run();
+    limits_.begin = std::max(limits_.begin, earliest);
+  }
+
   [[nodiscard]] std::size_t lead() const { return cycles(cycles_before_fall); }
 
   void place(std::size_t fall, std::size_t recovery) {
@@ -400,10 +329,11 @@ class LoneDip {
 };
 
 /// Analyses each recovered dip in a stretch of its own, between its neighbours.
-void analyse_each(Analysis& analysis, Waveform& waveform, const AnalysisOptions& options) {
+void analyse_each(Analysis& analysis, const StageReport& report_stage) {
   auto& dips = analysis.dips;
+  Waveform& waveform = analysis.waveform;
   for (std::size_t i = 0; i < dips.size(); i++) {
-    if (options.progress) options.progress("analysing dips", static_cast<double>(i) / static_cast<double>(dips.size()));
+    report_stage("analysing dips", static_cast<double>(i) / static_cast<double>(dips.size()));
     if (!dips[i].end) {
       dips[i].obstacle = Obstacle::not_recovered;
       continue;
@@ -411,7 +341,7 @@ void analyse_each(Analysis& analysis, Waveform& waveform, const AnalysisOptions&
     const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? waveform[0].size() : dips[i + 1].start};
     LoneDip(dips[i], waveform, analysis, between).analyse();
   }
-  for (Dip& dip : dips) dip.before = fundamental_before(dip, waveform, analysis);
+  for (Dip& dip : dips) dip.before = fundamental_before(dip, analysis);
 }
 
 /// The report that the library writes of the whole record.
@@ -428,6 +358,37 @@ std::string library_report(const Waveform& waveform, int samples_per_cycle) {
   std::string bytes{std::istreambuf_iterator<char>(file), {}};
   if (bytes.empty()) throw std::runtime_error("the library could not write its report into the temporary folder");
   return bytes;
+}
+
+/// What a declared voltage means for the analysed ones. Whether it is one of phases or between them, and on which side
+/// of the transformers, is told by what the record's level is nearest to.
+DeclaredVoltage declared_voltage(const readers::Record& record, Analysis& analysis, double given) {
+  constexpr double sqrt3 = 1.7320508075688772;
+  const double level = analysis.pre_event_voltage;
+  const auto& channel = record.channels[analysis.voltages.channels[0]];
+  const double ratio = channel.side == 'S' && channel.secondary > 0 && channel.primary > channel.secondary
+                           ? channel.primary / channel.secondary
+                           : 1;
+  DeclaredVoltage best;
+  double least_off = 0;
+  for (const double over : {1.0, ratio}) {
+    for (const bool line : {analysis.voltages.between_phases, !analysis.voltages.between_phases}) {
+      // Between line and phase voltage lies the root of three, this way or that.
+      const double other = line ? 1 / sqrt3 : sqrt3;
+      const double meant = given / over * (line == analysis.voltages.between_phases ? 1 : other);
+      const double off = std::abs(std::log(level / meant));
+      if (best.level > 0 && off >= least_off) continue;
+      best = {given, line, over != 1, meant};
+      least_off = off;
+    }
+  }
+  const double share = level / best.level;
+  if (share < 0.7 || share > 1.4) {
+    analysis.notes.push_back(
+        fmt::format("The pre-event voltage is {:.4g} % of the declared one: check --nominal{}.", 100 * share,
+                    channel.side == 'S' ? ", and whether it is meant for the transformers' secondary side" : ""));
+  }
+  return best;
 }
 
 }  // namespace
@@ -447,7 +408,7 @@ ObstacleText describe(Obstacle obstacle) {
     case Obstacle::unstable:
       return {"unstable", "the RMS fluctuates in more than half of the half-cycles round it"};
     case Obstacle::too_long:
-      return {"too_long", "with four cycles on either side it is longer than 384000 samples"};
+      return {"too_long", "with five cycles on either side it is longer than 3000 cycles"};
     case Obstacle::not_segmented:
       return {"not_segmented", "its segments could not be told apart"};
     case Obstacle::unsteady_before:
@@ -460,58 +421,39 @@ ObstacleText describe(Obstacle obstacle) {
 
 Analysis analyse(const readers::Record& record, const AnalysisOptions& options) {
   Analysis analysis;
-  analysis.sampling_rate = sampling_rate_of(record);
-  analysis.line_frequency = line_frequency_of(record, options.line_frequency, analysis.notes);
-  analysis.samples_per_cycle = whole_samples_per_cycle(record, analysis.sampling_rate, analysis.line_frequency);
-
-  if (options.channels.empty()) {
-    const auto sets = readers::find_voltage_sets(record);
-    if (sets.empty()) {
-      throw readers::ReadError(record.file, "", "no three phase voltages found among its channels",
-                               "name them with --channels");
-    }
-    const auto live = std::find_if(sets.begin(), sets.end(), [](const auto& set) { return set.live; });
-    if (live == sets.end()) {
-      throw readers::ReadError(record.file, "", "its three phase voltages are dead", "name others with --channels");
-    }
-    analysis.channels = live->channels;
-    if (sets.size() > 1) {
-      analysis.notes.push_back(
-          fmt::format("The record holds {} sets of three phase voltages; this is set {} (--channels chooses another).",
-                      sets.size(), live - sets.begin() + 1));
-    }
-  } else {
-    try {
-      analysis.channels = readers::named_voltage_set(record, options.channels).channels;
-    } catch (const readers::ReadError& error) {
-      throw UnknownChannels(error.what());
-    }
-  }
-
-  Waveform waveform;
-  for (std::size_t phase = 0; phase < 3; phase++) waveform[phase] = readers::volts(record, analysis.channels[phase]);
+  Waveform& waveform = analysis.waveform;
+  analysis.voltages = pick_voltages(record, options.choice, waveform, analysis.notes, options.report_stage);
+  const int samples_per_cycle = analysis.voltages.samples_per_cycle;
 
   const LibraryLines lines(options.trace);
-  analysis.level_factor = level_factor(record, waveform, analysis.samples_per_cycle);
+  analysis.level_factor = level_factor(record, waveform, samples_per_cycle);
   if (analysis.level_factor != 1) {
     for (auto& phase : waveform) {
       for (float& sample : phase) sample = static_cast<float>(sample * analysis.level_factor);
     }
   }
 
-  set_input(waveform, analysis.samples_per_cycle, {0, waveform[0].size()});
-  if (!sagx::search_dips()) refuse(record.file, analysis, sagx::last_outcome.run);
-  analysis.pre_event_voltage = static_cast<double>(dq_rms_buf->un) / analysis.level_factor;
-  analysis.threshold = static_cast<double>(dq_rms_buf->ut) / analysis.level_factor;
-  analysis.dips = found_dips(analysis.level_factor);
-  if (const auto fall = unsearched_fall()) {
-    analysis.notes.push_back(fmt::format(
-        "The search ends after 30 crossings of the threshold; the voltage falls below it again at {:.4f} s. "
-        "Cut the record there to have the rest analysed.",
-        static_cast<double>(*fall) / analysis.sampling_rate));
+  const auto longest_run = options.longest_run * static_cast<std::size_t>(samples_per_cycle);
+  const DipSearch search = search_dips(waveform, samples_per_cycle, longest_run, options.report_stage);
+  if (search.outcome != sagx::RunOutcome::searched) refuse(record.file, search.outcome);
+  analysis.pre_event_voltage = search.nominal / analysis.level_factor;
+  analysis.threshold = search.threshold / analysis.level_factor;
+  analysis.dips = dips_of(search, analysis.level_factor);
+  if (search.runs > 1) {
+    analysis.notes.push_back(
+        fmt::format("Searched in {} stretches that overlap, as one run of the library takes 3000 cycles and 15 dips.",
+                    search.runs));
   }
-  analyse_each(analysis, waveform, options);
-  if (options.report) analysis.report = library_report(waveform, analysis.samples_per_cycle);
+  if (options.nominal > 0) analysis.declared = declared_voltage(record, analysis, options.nominal);
+  analyse_each(analysis, options.report_stage);
+  if (options.report) {
+    if (waveform[0].size() > longest_run_cycles * static_cast<std::size_t>(samples_per_cycle)) {
+      throw Refusal(record.file, "the library's own report takes 3000 cycles at most, and the record holds more",
+                    "leave out --report");
+    }
+    options.report_stage("making the library's report", -1);
+    analysis.report = library_report(waveform, samples_per_cycle);
+  }
   return analysis;
 }
 

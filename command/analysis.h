@@ -1,16 +1,17 @@
-// One record's analysis as the command reports it: everything in the record's own volts, seconds and positions.
+// One record's analysis as the command reports it: voltages are the record's own; positions count the analysed samples,
+// which AnalysedVoltages turns into the record's seconds and samples.
 #pragma once
 
 #include <array>
 #include <cstddef>
-#include <functional>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "command/analysed_voltages.h"
+#include "command/library_input.h"
+#include "command/stage_report.h"
 #include "readers/record.h"
-#include "readers/voltage_set.h"
 
 namespace command {
 
@@ -35,16 +36,10 @@ struct ObstacleText {
 };
 ObstacleText describe(Obstacle obstacle);
 
-/// A stretch of the record from its first sample to, not including, `end`.
-struct Stretch {
-  std::size_t begin = 0;
-  std::size_t end = 0;
-};
-
 /// A stretch of a dip in which the voltage stays about the same: from the end of one transition to the start of the
 /// next.
 struct Segment {
-  Stretch samples;                     ///< record positions
+  Stretch samples;
   std::array<double, 3> residual{};    ///< lowest magnitude of each phase, volts RMS
   std::array<double, 3> phase_jump{};  ///< at that place, against the angle before the dip; degrees in (-180, 180]
   int category = 10;                   ///< code, see dip_category_name
@@ -75,35 +70,43 @@ struct Dip {
   std::vector<Segment> segments;
 };
 
+/// What the user says that the voltage should be.
+struct DeclaredVoltage {
+  double given = 0;        ///< volts, as the user gave it
+  bool line = false;       ///< it is a voltage between phases, as the record's level shows
+  bool secondary = false;  ///< it was divided by the transformers' ratio, as the record holds secondary values
+  double level = 0;        ///< volts RMS that the analysed voltages should have
+};
+
 struct Analysis {
-  std::array<std::size_t, 3> channels{};  ///< indices into the record's channels
-  double sampling_rate = 0;               ///< samples per second
-  double line_frequency = 0;              ///< hertz
-  int samples_per_cycle = 0;
+  AnalysedVoltages voltages;
+  Waveform waveform;             ///< the samples as they were analysed: volts times `level_factor`
   double level_factor = 1;       ///< what the samples were multiplied by for the analysis
   double pre_event_voltage = 0;  ///< volts RMS of the lowest phase over the first two cycles
   double threshold = 0;          ///< volts
+  std::optional<DeclaredVoltage> declared;
   std::vector<Dip> dips;
   std::vector<std::string> notes;  ///< one sentence each
   std::string report;              ///< the library's report of the whole record, when it was asked for
+
+  /// A voltage in per cent of the pre-event voltage, and of the declared one where there is one.
+  [[nodiscard]] double percent(double volts) const { return 100 * volts / pre_event_voltage; }
+  [[nodiscard]] std::optional<double> percent_of_declared(double volts) const {
+    return declared ? std::optional(100 * volts / declared->level) : std::nullopt;
+  }
 };
 
 struct AnalysisOptions {
-  std::string channels;       ///< "A,B,C" as channel names or numbers; empty: found by phase letter and unit
-  double line_frequency = 0;  ///< hertz, over what the file says; 0: not given
-  bool report = false;        ///< have the library write its report
-  bool trace = false;         ///< show the library's lines on standard error
-  /// Hears what is being done and how much of it is done, 0 to 1.
-  std::function<void(const std::string& what, double done)> progress;
+  VoltageChoice choice;
+  double nominal = 0;                            ///< declared voltage, phase or line, volts; 0: not given
+  bool report = false;                           ///< have the library write its report
+  bool trace = false;                            ///< show the library's lines on standard error
+  std::size_t longest_run = longest_run_cycles;  ///< cycles that one search takes; longer records go in several
+  StageReport report_stage = no_report;
 };
 
-/// The channels that the user named are not in the record.
-class UnknownChannels : public std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-/// Analyses the three phase voltages of a record. Throws Refusal when the analysis does not take it, UnknownChannels or
-/// readers::ReadError when it has no usable voltages.
+/// Analyses the three phase voltages of a record. Throws what pick_voltages throws, and Refusal when the analysis does
+/// not take the record.
 Analysis analyse(const readers::Record& record, const AnalysisOptions& options);
 
 }  // namespace command

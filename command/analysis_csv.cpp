@@ -13,10 +13,12 @@ namespace command {
 namespace {
 
 constexpr const char* heading =
-    "file,start_time,dip,kind,dip_start_s,dip_end_s,duration_s,residual_percent,depth_percent,en50160_cell,"
+    "file,start_time,voltages,dip,kind,dip_start_s,dip_end_s,duration_s,residual_percent,residual_percent_of_declared,"
+    "depth_percent,en50160_cell,"
     "point_on_wave_a_deg,point_on_wave_b_deg,point_on_wave_c_deg,"
     "segment,segment_start_s,segment_end_s,category_code,category,phases_below,"
     "residual_a_v,residual_b_v,residual_c_v,residual_a_percent,residual_b_percent,residual_c_percent,"
+    "residual_a_percent_of_declared,residual_b_percent_of_declared,residual_c_percent_of_declared,"
     "phase_jump_a_deg,phase_jump_b_deg,phase_jump_c_deg,unbalance_percent,not_analysed\n";
 
 /// One row, field by field.
@@ -26,8 +28,8 @@ class Row {
   Row& number(double value) { return add(fmt::format("{}", value)); }
   Row& number(std::size_t value) { return add(fmt::format("{}", value)); }
   Row& number(const std::optional<double>& value) { return value ? number(*value) : skip(1); }
-  Row& numbers(const std::array<double, 3>& values, double factor = 1) {
-    for (const double value : values) number(value * factor);
+  Row& numbers(const std::array<double, 3>& values) {
+    for (const double value : values) number(value);
     return *this;
   }
   Row& skip(int fields) {
@@ -60,14 +62,17 @@ std::string csv_field(const std::string& text) {
 
 std::string csv_of(const readers::Record& record, const Analysis& analysis) {
   std::string table = heading;
-  const auto seconds = [&](std::size_t sample) { return static_cast<double>(sample) / analysis.sampling_rate; };
+  const auto seconds = [&](std::size_t sample) { return analysis.voltages.seconds_at(sample); };
   for (std::size_t i = 0; i < analysis.dips.size(); i++) {
     const Dip& dip = analysis.dips[i];
     const auto terms = terms_of(dip, analysis);
     Row about;
-    about.text(record.file).text(record.start_time).number(i + 1).text(kind_of(terms)).number(seconds(dip.start));
+    about.text(record.file).text(record.start_time);
+    about.text(analysis.voltages.between_phases ? "line-to-line" : "phase");
+    about.number(i + 1).text(kind_of(terms)).number(seconds(dip.start));
     about.number(dip.end ? std::optional(seconds(*dip.end)) : std::nullopt).number(terms.seconds);
-    about.number(terms.residual_percent).number(terms.depth_percent).text(en50160_cell(terms));
+    about.number(terms.residual_percent).number(analysis.percent_of_declared(terms.residual));
+    about.number(terms.depth_percent).text(en50160_cell(terms));
     if (dip.point_on_wave) {
       about.numbers(*dip.point_on_wave);
     } else {
@@ -75,7 +80,7 @@ std::string csv_of(const readers::Record& record, const Analysis& analysis) {
     }
     if (dip.segments.empty()) {
       Row row = about;
-      constexpr int fields_of_a_segment = 16;
+      constexpr int fields_of_a_segment = 19;
       row.skip(fields_of_a_segment);
       table += row.text(dip.obstacle == Obstacle::none ? "" : describe(dip.obstacle).code).line();
     }
@@ -85,7 +90,9 @@ std::string csv_of(const readers::Record& record, const Analysis& analysis) {
       row.number(s + 1).number(seconds(segment.samples.begin)).number(seconds(segment.samples.end));
       row.number(static_cast<std::size_t>(segment.category)).text(dip_category_name(segment.category));
       row.text(phase_letters(segment.low_mask)).numbers(segment.residual);
-      row.numbers(segment.residual, 100 / analysis.pre_event_voltage).numbers(segment.phase_jump);
+      for (const double volts : segment.residual) row.number(analysis.percent(volts));
+      for (const double volts : segment.residual) row.number(analysis.percent_of_declared(volts));
+      row.numbers(segment.phase_jump);
       table += row.number(segment.unbalance).skip(1).line();
     }
   }

@@ -16,7 +16,7 @@ constexpr int format_version = 1;
 using Json = nlohmann::ordered_json;
 
 Json position(std::size_t sample, const Analysis& analysis) {
-  return {{"sample", sample}, {"time_s", static_cast<double>(sample) / analysis.sampling_rate}};
+  return {{"sample", analysis.voltages.record_sample_at(sample)}, {"time_s", analysis.voltages.seconds_at(sample)}};
 }
 
 /// An array of one object per phase.
@@ -31,10 +31,14 @@ Json per_phase(Figures figures) {
   return list;
 }
 
-Json voltage_and_percent(const std::array<double, 3>& volts, const Analysis& analysis) {
-  return per_phase([&](std::size_t phase) {
-    return Json{{"voltage_v", volts[phase]}, {"percent", 100 * volts[phase] / analysis.pre_event_voltage}};
-  });
+Json voltage_and_percent(double volts, const Analysis& analysis) {
+  Json json = {{"voltage_v", volts}, {"percent", analysis.percent(volts)}};
+  if (const auto percent = analysis.percent_of_declared(volts)) json["percent_of_declared"] = *percent;
+  return json;
+}
+
+Json voltages_and_percents(const std::array<double, 3>& volts, const Analysis& analysis) {
+  return per_phase([&](std::size_t phase) { return voltage_and_percent(volts[phase], analysis); });
 }
 
 Json single_figures(const char* name, const std::array<double, 3>& values) {
@@ -43,10 +47,30 @@ Json single_figures(const char* name, const std::array<double, 3>& values) {
 
 Json voltages(const readers::Record& record, const Analysis& analysis) {
   return per_phase([&](std::size_t phase) {
-    const std::size_t channel = analysis.channels[phase];
-    return Json{
+    const std::size_t channel = analysis.voltages.channels[phase];
+    Json json = {
         {"channel", channel + 1}, {"name", record.channels[channel].name}, {"unit", record.channels[channel].unit}};
+    if (analysis.voltages.unit_assumed[phase]) json["unit_assumed"] = "V";
+    return json;
   });
+}
+
+/// The part of the record that was analysed.
+Json part_of(const AnalysedVoltages& voltages) {
+  return {{"number", voltages.part_number},      {"of", voltages.parts},
+          {"first_sample", voltages.part.begin}, {"samples", voltages.part.length()},
+          {"start_s", voltages.part.start},      {"recorded_rate_hz", voltages.part.rate},
+          {"resampled", voltages.resampled}};
+}
+
+Json declared_of(const Analysis& analysis) {
+  if (!analysis.declared) return {};
+  const DeclaredVoltage& declared = *analysis.declared;
+  return {{"given_v", declared.given},
+          {"kind", declared.line ? "line" : "phase"},
+          {"divided_by_ratio", declared.secondary},
+          {"level_v", declared.level},
+          {"pre_event_percent", *analysis.percent_of_declared(analysis.pre_event_voltage)}};
 }
 
 Json segment_of(std::size_t number, const Segment& segment, const Analysis& analysis) {
@@ -56,7 +80,7 @@ Json segment_of(std::size_t number, const Segment& segment, const Analysis& anal
           {"category", {{"code", segment.category}, {"name", dip_category_name(segment.category)}}},
           {"phases_below_threshold",
            {{"count", segment.low_count}, {"mask", segment.low_mask}, {"letters", phase_letters(segment.low_mask)}}},
-          {"residual_voltage", voltage_and_percent(segment.residual, analysis)},
+          {"residual_voltage", voltages_and_percents(segment.residual, analysis)},
           {"phase_jump", single_figures("degrees", segment.phase_jump)},
           {"unbalance_percent", segment.unbalance}};
 }
@@ -64,9 +88,8 @@ Json segment_of(std::size_t number, const Segment& segment, const Analysis& anal
 void add_terms(Json& json, const Dip& dip, const Analysis& analysis) {
   const auto terms = terms_of(dip, analysis);
   json["kind"] = kind_of(terms);
-  json["residual_voltage"] = {{"phase", std::string(1, "ABC"[terms.worst_phase])},
-                              {"voltage_v", terms.residual},
-                              {"percent", terms.residual_percent}};
+  json["residual_voltage"] = {{"phase", std::string(1, "ABC"[terms.worst_phase])}};
+  json["residual_voltage"].update(voltage_and_percent(terms.residual, analysis));
   json["depth_percent"] = terms.depth_percent;
   json["voltage_tolerance"] = Json::object();
   for (const auto& curve : tolerance_curves()) {
@@ -81,12 +104,12 @@ Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
   if (dip.end) {
     const auto samples = static_cast<double>(*dip.end - dip.start);
     json["end"] = position(*dip.end, analysis);
-    json["duration_s"] = samples / analysis.sampling_rate;
-    json["duration_cycles"] = samples / analysis.samples_per_cycle;
+    json["duration_s"] = samples / analysis.voltages.sampling_rate;
+    json["duration_cycles"] = samples / analysis.voltages.samples_per_cycle;
   } else {
     json["end"] = json["duration_s"] = json["duration_cycles"] = nullptr;
   }
-  json["lowest_voltage"] = voltage_and_percent(dip.lowest, analysis);
+  json["lowest_voltage"] = voltages_and_percents(dip.lowest, analysis);
   add_terms(json, dip, analysis);
   json["before_dip"] = per_phase([&](std::size_t phase) {
     return Json{{"voltage_v", dip.before[phase].volts}, {"degrees", dip.before[phase].degrees}};
@@ -126,14 +149,18 @@ std::string json_of(const readers::Record& record, const Analysis& analysis) {
                            {"device", record.device},
                            {"start_time", record.start_time},
                            {"trigger_time", record.trigger_time},
+                           {"time_zone", record.time_zone},
                            {"samples", record.length()},
-                           {"sampling_rate_hz", analysis.sampling_rate},
-                           {"line_frequency_hz", analysis.line_frequency},
-                           {"samples_per_cycle", analysis.samples_per_cycle}}},
+                           {"sampling_rate_hz", analysis.voltages.sampling_rate},
+                           {"line_frequency_hz", analysis.voltages.line_frequency},
+                           {"samples_per_cycle", analysis.voltages.samples_per_cycle},
+                           {"part", part_of(analysis.voltages)}}},
                          {"voltages", voltages(record, analysis)},
+                         {"line_to_line", analysis.voltages.between_phases},
                          {"analysis_level_factor", analysis.level_factor},
                          {"pre_event_voltage_v", analysis.pre_event_voltage},
                          {"threshold_v", analysis.threshold},
+                         {"declared_voltage", declared_of(analysis)},
                          {"dips", std::move(dips)},
                          {"notes", std::move(notes)}};
   // A file name may hold any bytes; JSON may not.

@@ -54,11 +54,9 @@ class DipText {
   }
 
  private:
-  [[nodiscard]] double seconds(std::size_t sample) const {
-    return static_cast<double>(sample) / analysis_.sampling_rate;
-  }
+  [[nodiscard]] double seconds(std::size_t sample) const { return analysis_.voltages.seconds_at(sample); }
   [[nodiscard]] const std::string& name(std::size_t phase) const {
-    return record_.channels[analysis_.channels[phase]].name;
+    return record_.channels[analysis_.voltages.channels[phase]].name;
   }
   std::back_insert_iterator<std::string> out() { return std::back_inserter(text_); }
 
@@ -74,9 +72,13 @@ class DipText {
 
   void levels(const char* heading, const std::array<double, 3>& volts) {
     line(heading, [&](std::size_t phase) {
-      const std::string text = right(
-          fmt::format("{} {:>7.1f} %", volts_text(volts[phase]), 100 * volts[phase] / analysis_.pre_event_voltage));
+      const std::string text =
+          right(fmt::format("{} {:>7.1f} %", volts_text(volts[phase]), analysis_.percent(volts[phase])));
       return volts[phase] < analysis_.threshold ? colours_.low(text) : text;
+    });
+    if (!analysis_.declared) return;
+    line("      of declared", [&](std::size_t phase) {
+      return right(fmt::format("{:.1f} %", *analysis_.percent_of_declared(volts[phase])));
     });
   }
 
@@ -93,9 +95,11 @@ class DipText {
     fmt::format_to(out(), "   {:.4f} s to ", seconds(dip.start));
     if (terms.seconds) {
       fmt::format_to(out(), "{:.4f} s, {}, {:.2f} cycles\n", seconds(*dip.end), duration_text(*terms.seconds),
-                     *terms.seconds * analysis_.sampling_rate / analysis_.samples_per_cycle);
+                     static_cast<double>(*dip.end - dip.start) / analysis_.voltages.samples_per_cycle);
     } else {
-      fmt::format_to(out(), "the end of the record, {} and on\n", duration_text(seconds(record_.length() - dip.start)));
+      const auto rest = static_cast<double>(analysis_.voltages.length - dip.start) / analysis_.voltages.sampling_rate;
+      fmt::format_to(out(), "the end of the {}, {} and on\n", analysis_.voltages.parts > 1 ? "record's part" : "record",
+                     duration_text(rest));
     }
     fmt::format_to(out(), "  {}, residual voltage {} ({:.1f} %) in {}, depth {:.1f} %\n", kind_of(terms),
                    volts_text(terms.residual), terms.residual_percent, name(terms.worst_phase), terms.depth_percent);
@@ -129,11 +133,12 @@ class DipText {
     std::string judged;
     for (const auto& curve : tolerance_curves()) {
       const auto ride = ride_through(curve, terms);
-      if (ride != Ride::not_judged) judged += fmt::format("{} the {} curve, ", ride_name(ride), curve.name);
+      if (ride != Ride::not_judged) judged += fmt::format("{} {}, ", ride_name(ride), curve.name);
     }
     const std::string cell = en50160_cell(terms);
     if (!cell.empty()) judged += "cell " + cell + " of EN 50160, ";
-    if (!judged.empty()) text_ += "  " + judged.substr(0, judged.size() - 2) + '\n';
+    if (judged.empty()) return;
+    fmt::format_to(out(), "  {} (by the {})\n", judged.substr(0, judged.size() - 2), judged_by(analysis_));
   }
 
   const readers::Record& record_;
@@ -151,13 +156,32 @@ std::string text_of(const readers::Record& record, const Analysis& analysis, con
   for (const auto& about : {record.station, record.device, record.start_time}) {
     if (!about.empty()) fmt::format_to(out, ", {}", about);
   }
-  fmt::format_to(out, "\n  {:.4g} s: {} samples at {:g} Hz, {} per cycle of {:g} Hz\n",
-                 static_cast<double>(record.length()) / analysis.sampling_rate, record.length(), analysis.sampling_rate,
-                 analysis.samples_per_cycle, analysis.line_frequency);
-  fmt::format_to(out, "  voltages {}, {}, {}\n", record.channels[analysis.channels[0]].name,
-                 record.channels[analysis.channels[1]].name, record.channels[analysis.channels[2]].name);
-  fmt::format_to(out, "  pre-event voltage {}, dip threshold {}\n", volts_text(analysis.pre_event_voltage),
+  const auto& voltages = analysis.voltages;
+  const auto& part = voltages.part;
+  fmt::format_to(out, "\n  {}{:.4g} s: {} samples at {:g} Hz, {} per cycle of {:g} Hz\n",
+                 voltages.parts > 1 ? fmt::format("part {} of {}, ", voltages.part_number, voltages.parts) : "",
+                 static_cast<double>(part.length()) / part.rate, part.length(), part.rate,
+                 voltages.resampled ? fmt::format("resampled to {}", voltages.samples_per_cycle)
+                                    : fmt::format("{}", voltages.samples_per_cycle),
+                 voltages.line_frequency);
+  fmt::format_to(out, "  voltages {}", voltages.between_phases ? "between phases " : "");
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    fmt::format_to(out, "{}{}", phase == 0 ? "" : ", ", record.channels[voltages.channels[phase]].name);
+  }
+  const auto& first = record.channels[voltages.channels[0]];
+  if (voltages.unit_assumed[0]) text += " (unit taken for V)";
+  if (first.side != 0 && first.primary != first.secondary) {
+    fmt::format_to(out, " ({} values, transformer {:g}:{:g})", first.side == 'P' ? "primary" : "secondary",
+                   first.primary, first.secondary);
+  }
+  fmt::format_to(out, "\n  pre-event voltage {}, dip threshold {}\n", volts_text(analysis.pre_event_voltage),
                  volts_text(analysis.threshold));
+  if (analysis.declared) {
+    fmt::format_to(out, "  declared {} voltage {}{}: the pre-event voltage is {:.1f} % of it\n",
+                   analysis.declared->line ? "line" : "phase", volts_text(analysis.declared->given),
+                   analysis.declared->secondary ? ", divided by the transformer's ratio" : "",
+                   *analysis.percent_of_declared(analysis.pre_event_voltage));
+  }
   if (analysis.level_factor != 1) {
     fmt::format_to(out, "  analysed at {:.6g} times the recorded voltages; shown are the recorded ones\n",
                    analysis.level_factor);
@@ -179,11 +203,13 @@ std::string lines_of(const readers::Record& record, const Analysis& analysis, co
     std::string what;
     for (const Segment& segment : dip.segments) what += (what.empty() ? "" : ", then ") + segment_name(segment);
     if (dip.obstacle != Obstacle::none) what = std::string("not analysed: ") + describe(dip.obstacle).sentence;
+    std::string residual = fmt::format("residual {:.1f} %", terms.residual_percent);
+    if (analysis.declared) residual += fmt::format(", {:.1f} % of declared", terms.judged_percent);
+    if (analysis.voltages.between_phases) residual += " between phases";
     text += fmt::format("{}: {}   {:.4f} s, {}, {}, {}\n", readers::inert(record.file),
                         colours.heading(fmt::format("{} {}", kind_of(terms), i + 1)),
-                        static_cast<double>(dip.start) / analysis.sampling_rate,
-                        terms.seconds ? duration_text(*terms.seconds) : "not recovered",
-                        colours.low(fmt::format("residual {:.1f} %", terms.residual_percent)),
+                        analysis.voltages.seconds_at(dip.start),
+                        terms.seconds ? duration_text(*terms.seconds) : "not recovered", colours.low(residual),
                         dip.obstacle == Obstacle::none ? what : colours.note(what));
   }
   return text;

@@ -4,18 +4,19 @@
 
 namespace command {
 
-Curves curves_of(const readers::Record& record, const Analysis& analysis) {
+Curves curves_of(const Analysis& analysis) {
   Curves curves;
+  curves.volts = analysis.waveform;
   const auto factor = static_cast<float>(analysis.level_factor);
   for (std::size_t phase = 0; phase < 3; phase++) {
-    curves.volts[phase] = readers::volts(record, analysis.channels[phase]);
-    // At the level of the analysis: there the squares keep within a float whatever the record's voltage.
-    std::vector<float> analysed = curves.volts[phase];
-    for (float& sample : analysed) sample *= factor;
+    auto& volts = curves.volts[phase];
     auto& rms = curves.rms[phase];
-    rms.resize(analysed.size());
-    Vrms_cal(rms.data(), analysed.data(), analysis.samples_per_cycle, static_cast<int>(analysed.size()));
-    for (float& value : rms) value /= factor;
+    rms.resize(volts.size());
+    // Before it is brought back from the analysis' level: there the squares keep within a float whatever the voltage.
+    Vrms_cal(rms.data(), volts.data(), analysis.voltages.samples_per_cycle, static_cast<int>(volts.size()));
+    for (auto* curve : {&volts, &rms}) {
+      for (float& value : *curve) value /= factor;
+    }
   }
   return curves;
 }

@@ -1,6 +1,6 @@
 // A dip in the field's own terms: residual voltage and depth, dip or interruption, and where it stands on the
-// voltage-tolerance curves and in the dip table of EN 50160. Voltages are judged against the pre-event voltage, which
-// stands for the declared one.
+// voltage-tolerance curves and in the dip table of EN 50160. These relate to the declared voltage; where the user does
+// not give it, the pre-event voltage stands for it.
 #pragma once
 
 #include <cstddef>
@@ -17,10 +17,14 @@ struct EventTerms {
   double residual = 0;            ///< its lowest one-cycle RMS, volts
   double residual_percent = 0;    ///< of the pre-event voltage
   double depth_percent = 0;       ///< what is missing to 100
-  bool interruption = false;      ///< all three phases stood below 5 % at once
+  double judged_percent = 0;      ///< residual voltage of the declared voltage, or of what stands for it
+  bool interruption = false;      ///< all three phases stood below 5 % of that voltage at once
   std::optional<double> seconds;  ///< duration; none when the voltage does not recover
 };
 EventTerms terms_of(const Dip& dip, const Analysis& analysis);
+
+/// What curves, table and kind relate to: "declared voltage" or "pre-event voltage".
+const char* judged_by(const Analysis& analysis);
 
 /// "interruption" or "dip".
 const char* kind_of(const EventTerms& terms);

@@ -126,8 +126,8 @@ const char* reason_explained(Obstacle obstacle) {
              "and "
              "arc furnaces do that.";
     case Obstacle::too_long:
-      return "The working window holds 384000 samples (60 s at 6400 samples per second). The same record at a lower "
-             "sampling rate would be taken.";
+      return "One run of the library takes 3000 cycles (60 s at 50 Hz), and segments are told apart within one run. "
+             "Start, end and lowest voltages are right.";
     case Obstacle::not_segmented:
       return "The dip has no stretch in which the voltage stays about the same, or its transitions hide one another; "
              "slow falls over many cycles do that. Start, end and lowest voltages are right.";
@@ -157,18 +157,26 @@ const std::vector<Term>& terms() {
        "ten cycles apart count as one. Its residual voltage is the lowest RMS of the lowest phase, its depth what is "
        "missing from it to 100 %."},
       {"interruption", "voltage interruption",
-       "A dip in which all three phases stood below 5 % of the pre-event voltage at once, as EN 50160 has it."},
+       "A dip in which all three phases stood below 5 % at once, as EN 50160 has it. Per cent here are of the declared "
+       "voltage where --nominal gives it, otherwise of the pre-event voltage."},
+      {"declared", "declared voltage",
+       "What the voltage should be, given with --nominal as phase or line voltage, on either side of the transformers: "
+       "it is taken for the one that the record's level is nearest to. Where it is given, voltages are shown in per "
+       "cent of it too, and the tolerance curves, EN 50160's table and interruptions relate to it. The dip threshold "
+       "stays 90 % of the pre-event voltage."},
       {"itic", "the ITIC curve",
        "Equipment is to ride through a voltage of 0 % for 20 ms, 70 % for 0.5 s, 80 % for 10 s and 90 % for as long "
        "as it lasts. A dip with its residual voltage on or above the curve at its duration is 'above', otherwise "
-       "'below'. Per cent here are of the pre-event voltage."},
+       "'below'. Per cent here are of the declared voltage where --nominal gives it, otherwise of the pre-event "
+       "voltage."},
       {"semi_f47", "the SEMI F47 curve",
        "Equipment is to ride through 50 % for 0.2 s, 70 % for 0.5 s and 80 % for 1 s. Dips shorter than 0.05 s or "
-       "longer than 1 s are 'outside' it. Per cent here are of the pre-event voltage."},
+       "longer than 1 s are 'outside' it. Per cent here are of the declared voltage where --nominal gives it, "
+       "otherwise of the pre-event voltage."},
       {"en50160", "EN 50160's table of dips",
        "Rows by residual voltage: A from 80 to below 90 %, B from 70, C from 40, D from 5, X below that. Columns by "
-       "duration: 1 from 10 to 200 ms, 2 to 0.5 s, 3 to 1 s, 4 to 5 s, 5 to 60 s. Per cent here are of the pre-event "
-       "voltage."},
+       "duration: 1 from 10 to 200 ms, 2 to 0.5 s, 3 to 1 s, 4 to 5 s, 5 to 60 s. Per cent here are of the declared "
+       "voltage where --nominal gives it, otherwise of the pre-event voltage."},
   };
   return list;
 }

@@ -97,12 +97,12 @@ class Figure {
     }
     unit_ = peak >= 1e6 ? 1e6 : peak >= 1e3 ? 1e3 : peak >= 1 ? 1 : 1e-3;
     wave_ = {-1.05 * peak / unit_, 1.05 * peak / unit_, wave_bottom, wave_top};
-    rms_ = {0, std::max(105.0, 103 * highest / analysis.pre_event_voltage), rms_bottom, rms_top};
+    rms_ = {0, std::max(105.0, 1.03 * analysis.percent(highest)), rms_bottom, rms_top};
   }
 
   std::string text() {
-    const std::size_t segments = dip_ == nullptr ? 0 : dip_->segments.size();
-    const double height = list_top + line_height * static_cast<double>(segments + (dip_ == nullptr ? 0 : 1));
+    const std::size_t lines = (dip_ == nullptr ? 0 : 1 + dip_->segments.size()) + (between_phases() ? 1 : 0);
+    const double height = list_top + line_height * static_cast<double>(lines);
     add(R"(<svg xmlns="http://www.w3.org/2000/svg" width="{0}mm" height="{1}mm" viewBox="0 0 {0} {1}")"
         R"( font-family="Helvetica, Arial, sans-serif" font-size="2.5" fill="#1a1a1a">)"
         "\n",
@@ -118,9 +118,9 @@ class Figure {
       } else {
         path(phase, curves_.volts[phase], 1 / unit_, wave_, "none", "wave");
       }
-      path(phase, curves_.rms[phase], 100 / analysis_.pre_event_voltage, rms_, dashes[phase], "rms");
+      path(phase, curves_.rms[phase], analysis_.percent(1), rms_, dashes[phase], "rms");
     }
-    if (dip_ != nullptr) add_list();
+    add_list();
     return text_ + "</svg>\n";
   }
 
@@ -130,9 +130,7 @@ class Figure {
     fmt::format_to(std::back_inserter(text_), format, std::forward<Arguments>(arguments)...);
   }
 
-  [[nodiscard]] double seconds(std::size_t sample) const {
-    return static_cast<double>(sample) / analysis_.sampling_rate;
-  }
+  [[nodiscard]] double seconds(std::size_t sample) const { return analysis_.voltages.seconds_at(sample); }
 
   /// The dip with a part of what lies before and behind it.
   [[nodiscard]] Stretch stretch_shown() const {
@@ -140,7 +138,7 @@ class Figure {
     if (dip_ == nullptr) return {0, length};
     const std::size_t end = dip_->end.value_or(length);
     const std::size_t margin =
-        std::max((end - dip_->start) / 5, 3 * static_cast<std::size_t>(analysis_.samples_per_cycle));
+        std::max((end - dip_->start) / 5, 3 * static_cast<std::size_t>(analysis_.voltages.samples_per_cycle));
     return {dip_->start - std::min(margin, dip_->start), std::min(end + margin, length)};
   }
 
@@ -186,7 +184,7 @@ class Figure {
                                                            : "u (mV)");
     axis_name((rms_top + rms_bottom) / 2, "RMS (%)");
     add("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">t (s)</text>\n", (left + right) / 2, rms_bottom + 6.6);
-    const double threshold = rms_(100 * analysis_.threshold / analysis_.pre_event_voltage);
+    const double threshold = rms_(analysis_.percent(analysis_.threshold));
     add("<path class=\"threshold\" d=\"M{} {:.2f}H{}\" stroke=\"#b00020\" stroke-width=\"0.2\" "
         "stroke-dasharray=\"1.2 0.5\"/>\n",
         left, threshold, right);
@@ -204,7 +202,7 @@ class Figure {
   void add_legend() {
     double x = left;
     for (std::size_t phase = 0; phase < 3; phase++) {
-      const std::string& name = record_.channels[analysis_.channels[phase]].name;
+      const std::string& name = record_.channels[analysis_.voltages.channels[phase]].name;
       add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
           dashes[phase]);
       add("<text x=\"{}\" y=\"3.9\">{}</text>\n", x + 6, escaped(name));
@@ -241,7 +239,7 @@ class Figure {
   /// Whether cycles lie so close that a phase's waveform would hide the others.
   [[nodiscard]] bool dense() const {
     constexpr double narrowest_cycle = 1;
-    const double cycles = static_cast<double>(shown_.end - shown_.begin) / analysis_.samples_per_cycle;
+    const double cycles = static_cast<double>(shown_.end - shown_.begin) / analysis_.voltages.samples_per_cycle;
     return (right - left) / cycles < narrowest_cycle;
   }
 
@@ -250,7 +248,7 @@ class Figure {
     const std::vector<float>& volts = curves_.volts[phase];
     const auto most = static_cast<std::size_t>((right - left) / 0.2);
     const std::size_t step =
-        std::max(static_cast<std::size_t>(analysis_.samples_per_cycle), (shown_.end - shown_.begin) / most);
+        std::max(static_cast<std::size_t>(analysis_.voltages.samples_per_cycle), (shown_.end - shown_.begin) / most);
     std::string above;
     std::string below;
     const auto point = [&](double x, float low, float high) {
@@ -273,22 +271,36 @@ class Figure {
         above, below);
   }
 
-  /// What stands beneath: the dip, then its segments by the numbers over them.
+  /// Of a voltage: "92.00 V (40.0 %)", "92.00 V (40.0 %, 39.1 % of declared)".
+  [[nodiscard]] std::string level_text(double volts) const {
+    const auto declared = analysis_.percent_of_declared(volts);
+    return fmt::format("{} ({:.1f} %{})", volts_text(volts), analysis_.percent(volts),
+                       declared ? fmt::format(", {:.1f} % of declared", *declared) : "");
+  }
+
+  [[nodiscard]] bool between_phases() const { return analysis_.voltages.between_phases; }
+
+  /// What stands beneath: the dip, then its segments by the numbers over them, and what voltages these are.
   void add_list() {
-    const auto terms = terms_of(*dip_, analysis_);
     double y = list_top;
     const auto line = [&](const std::string& number, const std::string& text) {
       add("<text x=\"2\" y=\"{:.2f}\"><tspan font-weight=\"bold\">{}</tspan>{}</text>\n", y, number, escaped(text));
       y += line_height;
     };
+    if (dip_ != nullptr) list_dip(line);
+    if (between_phases()) line("", "Voltages between phases: A, B, C stand for AB, BC, CA");
+  }
+
+  template <typename Line>
+  void list_dip(Line line) const {
+    const auto terms = terms_of(*dip_, analysis_);
     line(terms.interruption ? "Interruption" : "Dip",
-         fmt::format(": {} ({:.1f} %), {}", volts_text(terms.residual), terms.residual_percent,
+         fmt::format(": {}, {}", level_text(terms.residual),
                      terms.seconds ? duration_text(*terms.seconds) : "not recovered"));
     for (std::size_t i = 0; i < dip_->segments.size(); i++) {
       const auto& segment = dip_->segments[i];
       const double lowest = *std::min_element(segment.residual.begin(), segment.residual.end());
-      line(std::to_string(i + 1), fmt::format("\u2003{}: {} ({:.1f} %)", dip_category_name(segment.category),
-                                              volts_text(lowest), 100 * lowest / analysis_.pre_event_voltage));
+      line(std::to_string(i + 1), fmt::format("\u2003{}: {}", dip_category_name(segment.category), level_text(lowest)));
     }
   }
 

@@ -6,8 +6,9 @@
 #include <string>
 
 #include "command/analyse_command.h"
-#include "command/analysis.h"
+#include "command/analysed_voltages.h"
 #include "command/explain_command.h"
+#include "command/info_command.h"
 #include "command/outputs.h"
 #include "command/refusal.h"
 #include "command/selftest_command.h"
@@ -36,6 +37,7 @@ int main(int argc, char** argv) {
   app.footer(exit_statuses);
   app.require_subcommand(1);
   command::add_analyse(app, exit_statuses);
+  command::add_info(app, exit_statuses);
   command::add_synth(app, exit_statuses);
   command::add_explain(app, exit_statuses);
   command::add_selftest(app, exit_statuses);
@@ -44,7 +46,7 @@ int main(int argc, char** argv) {
     return success;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? success : usage;
-  } catch (const command::UnknownChannels& error) {
+  } catch (const command::UnknownChoice& error) {
     return complain(error.what(), usage);
   } catch (const command::UnknownDip& error) {
     return complain(error.what(), usage);

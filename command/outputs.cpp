@@ -56,7 +56,7 @@ void show(const readers::Record& record, const Analysis& analysis, const Outputs
   }
   if (!outputs.svg.empty() || !outputs.html.empty()) {
     progress.stage("drawing");
-    const Curves curves = curves_of(record, analysis);
+    const Curves curves = curves_of(analysis);
     if (!outputs.svg.empty()) files.push_back({outputs.svg, figure_of(record, analysis, curves, outputs.dip - 1)});
 #ifdef DIPX_HAS_PAGE
     if (!outputs.html.empty()) files.push_back({outputs.html, page_of(record, analysis, curves)});

@@ -87,7 +87,9 @@ std::string escaped(std::string text) {
 }  // namespace
 
 std::string page_of(const readers::Record& record, const Analysis& analysis, const Curves& curves) {
-  const Json samples = {{"wave", packed(curves.volts, most_wave_values)},
+  const Json samples = {{"start_s", analysis.voltages.start},
+                        {"count", curves.volts[0].size()},
+                        {"wave", packed(curves.volts, most_wave_values)},
                         {"rms", packed(curves.rms, most_rms_values)},
                         {"tolerance", tolerance()}};
   std::string page;

@@ -6,6 +6,8 @@
 #include <exception>
 #include <numbers>
 
+#include "command/event_terms.h"
+
 namespace command {
 
 namespace {
@@ -35,7 +37,7 @@ std::string fault_of_segment(const Segment& segment, const synth::Factors& facto
                              const Analysis& analysis) {
   if (segment.category != category) return fmt::format("category {} instead of {}", segment.category, category);
   for (std::size_t phase = 0; phase < 3; phase++) {
-    const double residual = 100 * segment.residual[phase] / analysis.pre_event_voltage;
+    const double residual = analysis.percent(segment.residual[phase]);
     const double made = 100 * std::abs(factors[phase]);
     if (off(residual, made, nearest_percent)) {
       return fmt::format("{:.1f} % left of phase {} instead of {:.1f} %", residual, "ABC"[phase], made);
@@ -91,11 +93,11 @@ std::string fault_of(const KnownDip& known, const Analysis& analysis) {
   if (found.obstacle != Obstacle::none) return std::string("not analysed: ") + describe(found.obstacle).sentence;
   const auto& made = known.description;
   const double cycle = 1 / made.frequency;
-  const double start = static_cast<double>(found.start) / analysis.sampling_rate;
+  const double start = analysis.voltages.seconds_at(found.start);
   if (off(start, made.start, cycle)) return fmt::format("it starts at {:.4f} s instead of {:.4f} s", start, made.start);
   double made_seconds = 0;
   for (const double seconds : made.durations) made_seconds += seconds;
-  const double seconds = static_cast<double>(found.end.value_or(found.start) - found.start) / analysis.sampling_rate;
+  const double seconds = terms_of(found, analysis).seconds.value_or(0);
   if (off(seconds, made_seconds, cycle)) {
     return fmt::format("it lasts {:.4f} s instead of {:.4f} s", seconds, made_seconds);
   }

@@ -10,6 +10,8 @@
 #include "command/progress.h"
 #include "command/standard_output.h"
 #include "command/whole_file.h"
+#include "readers/file_access.h"
+#include "readers/text.h"
 #include "synth/dip_description.h"
 #include "synth/record_file.h"
 
@@ -26,29 +28,27 @@ struct Arguments {
 };
 
 synth::Harmonic parse_harmonic(const std::string& text) {
-  synth::Harmonic harmonic;
-  int end = 0;
-  double per_cent = 0;
-  if (std::sscanf(text.c_str(), "%d:%lf%n", &harmonic.order, &per_cent, &end) != 2 ||
-      static_cast<std::size_t>(end) != text.size() || harmonic.order < 2 || harmonic.order > 1000 ||
-      !(per_cent >= 0 && per_cent <= 1000)) {
+  const auto fields = readers::split_fields(text, ':');
+  const auto order = readers::parse_count(fields.front());
+  const auto per_cent = fields.size() == 2 ? readers::parse_number(fields.back()) : std::nullopt;
+  const bool possible = order && per_cent && *order >= 2 && *order <= 1000 && *per_cent >= 0 && *per_cent <= 1000;
+  if (!possible) {
     throw synth::DescriptionError(fmt::format(
-        "'{}' is no harmonic; write its order (2 and up) and per cent of the fundamental, as in 5:4", text));
+        "--harmonics '{}': give an order (2 to 1000) and per cent of the fundamental (0 to 1000), as in 5:4", text));
   }
-  harmonic.share = per_cent / 100;
-  return harmonic;
+  return {static_cast<int>(*order), *per_cent / 100};
 }
 
 /// The format that was asked for, or the one that the output's name tells.
 std::string format_of(const Arguments& arguments) {
   if (!arguments.format.empty()) return arguments.format;
   if (arguments.output == "-") return "csv";
-  const std::string extension = std::filesystem::path(arguments.output).extension().string();
+  const std::string extension = readers::extension_of(arguments.output);
   for (const char* known : {"csv", "cfg", "cff"}) {
     if (extension == std::string(".") + known) return known;
   }
   throw synth::DescriptionError(
-      fmt::format("the name '{}' does not tell the format; end it in .csv, .cfg (COMTRADE, two files) or .cff "
+      fmt::format("--output '{}' does not tell the format; end it in .csv, .cfg (COMTRADE, two files) or .cff "
                   "(COMTRADE, one file), or choose with --format",
                   arguments.output));
 }
@@ -66,9 +66,16 @@ void run(Arguments arguments) {
   const std::string format = format_of(arguments);
   if (format == "cfg" && arguments.output == "-") {
     throw synth::DescriptionError(
-        "a COMTRADE pair is two files; name the .cfg file with --output, or choose --format cff");
+        "--format cfg: a COMTRADE pair is two files; name the .cfg file with --output, or choose --format cff");
   }
-  if (format == "csv" && arguments.binary) throw synth::DescriptionError("--binary is for COMTRADE, not for CSV");
+  if (format == "cfg" && readers::extension_of(arguments.output) != ".cfg") {
+    throw synth::DescriptionError(
+        fmt::format("--output '{}': a COMTRADE pair goes by the name of its .cfg file; let the name end in .cfg",
+                    arguments.output));
+  }
+  if (format == "csv" && arguments.binary) {
+    throw synth::DescriptionError("--binary is for COMTRADE, not for CSV; add --format cff, or leave it out");
+  }
   for (const auto& harmonic : arguments.harmonics) arguments.dip.harmonics.push_back(parse_harmonic(harmonic));
 
   Progress progress;
@@ -159,7 +166,10 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->check(between(0.0, 100.0))
       ->type_name("PERCENT")
       ->group(what);
-  synth->add_option("--seed", dip.seed, "Another number makes other noise (1)")->type_name("N")->group(what);
+  synth->add_option("--seed", dip.seed, "Another number makes other noise (1)")
+      ->check(whole_number())
+      ->type_name("N")
+      ->group(what);
 
   what = "Record";
   synth->add_option("--rate", dip.rate, "Samples per second (128 per cycle)")

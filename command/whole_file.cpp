@@ -88,6 +88,11 @@ void write_whole(const std::vector<NamedBytes>& files) {
   for (const auto& [file, bytes] : files) {
     drafts.push_back(is_written_in_place(file) ? nullptr : std::make_unique<Draft>(behind_links(file)));
     if (drafts.back() != nullptr && !drafts.back()->write(bytes)) fail(file);
+    // Seen before any file is replaced: a rename would find it too late for those of the files that came first.
+    if (std::error_code ignored; std::filesystem::is_directory(file, ignored)) {
+      errno = EISDIR;
+      fail(file);
+    }
   }
   for (std::size_t i = 0; i < files.size(); i++) {
     const auto& [file, bytes] = files[i];

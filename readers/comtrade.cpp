@@ -1,13 +1,16 @@
 #include "readers/comtrade.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 #include "readers/comtrade_config.h"
 #include "readers/comtrade_data.h"
 #include "readers/file_access.h"
 #include "readers/text.h"
+#include "readers/time_stamps.h"
 
 namespace readers {
 namespace {
@@ -34,44 +37,83 @@ std::vector<RateSection> fitted_rates(const std::vector<RateSection>& declared, 
   return rates;
 }
 
-/// The record that a configuration and its data make.
-Record assemble(std::string file, ComtradeConfig config, ComtradeData data) {
+/// What the configuration alone makes of a record.
+Record described(const std::string& file, const ComtradeConfig& config) {
   Record record;
-  record.file = std::move(file);
-  const bool ascii = config.data_type == ComtradeConfig::DataType::kAscii;
-  record.format = "COMTRADE " + config.revision + (ascii ? " ASCII" : " BINARY");
-  record.station = std::move(config.station);
-  record.device = std::move(config.device);
-  record.start_time = std::move(config.start_time);
-  record.trigger_time = std::move(config.trigger_time);
+  record.file = file;
+  record.format = "COMTRADE " + config.revision + " " + name_of(config.data_type);
+  record.station = config.station;
+  record.device = config.device;
+  record.start_time = config.start_time;
+  record.trigger_time = config.trigger_time;
+  record.time_zone = config.time_zone;
   record.line_frequency = config.line_frequency;
-  for (std::size_t i = 0; i < config.analogs.size(); ++i) {
-    record.channels.push_back(std::move(config.analogs[i].description));
-    record.channels.back().samples = std::move(data.samples[i]);
-  }
-  record.notes = std::move(config.notes);
-  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
-
-  const std::size_t declared = config.rates.back().end;
-  if (declared != record.length()) {
-    record.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
-                           std::to_string(record.length()) + ".");
-  }
-  record.rates = fitted_rates(config.rates, record.length());
+  for (const AnalogChannel& analog : config.analogs) record.channels.push_back(analog.description);
+  record.rates = config.rates;
+  record.notes = config.notes;
   return record;
 }
 
-/// The kind that a line announces as the next section of a single file ("cfg", "dat ascii", ...); empty for other
-/// lines.
-std::string section_kind(std::string_view line) {
+std::vector<bool> wanted_channels(const Record& record, const OpenOptions& options) {
+  std::vector<bool> wanted(record.channels.size(), true);
+  if (options.wanted) wanted = options.wanted(record);
+  wanted.resize(record.channels.size(), false);
+  return wanted;
+}
+
+/// The time from the first sample to behind the last.
+double duration(const std::vector<RateSection>& sections) {
+  const RateSection& last = sections.back();
+  const std::size_t begin = sections.size() < 2 ? 0 : sections[sections.size() - 2].end;
+  return last.start + (last.rate > 0 ? static_cast<double>(last.end - begin) / last.rate : 0);
+}
+
+/// The record that a configuration and its data make.
+Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, const OpenOptions& options) {
+  for (std::size_t i = 0; i < record.channels.size(); ++i) record.channels[i].samples = std::move(data.samples[i]);
+  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
+
+  const std::size_t declared = config.rates.back().end;
+  if (declared != data.rows) {
+    record.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
+                           std::to_string(data.rows) + ".");
+  }
+  TimeTable table;
+  table.sections = fitted_rates(config.rates, data.rows);
+  if (!data.stamps_agree) {
+    table = read_time_stamps(table.sections, data.stamps, config.stamp_unit, options.sampling_rate);
+  }
+  record.rates = std::move(table.sections);
+  record.notes.insert(record.notes.end(), table.notes.begin(), table.notes.end());
+  if (config.trigger && *config.trigger <= duration(record.rates)) record.trigger = config.trigger;
+  return record;
+}
+
+// --- single files ----------------------------------------------------------------------------------------------------
+
+/// What a line announces as the next section of a single file.
+struct Announcement {
+  std::string kind;                  ///< "cfg", "inf", "hdr" or "dat"; empty when the line announces nothing
+  std::optional<std::size_t> bytes;  ///< how many the section has, where it is said
+};
+
+/// "--- file type: DAT BINARY: 1024 ---", with more or fewer hyphens and with or without the first colon.
+Announcement announced_by(std::string_view line) {
   if (line.ends_with('\r')) line.remove_suffix(1);
-  const std::string text = lower_case(trimmed(line));
-  constexpr std::string_view opening = "--- file type:";
-  constexpr std::string_view closing = "---";
-  if (!text.starts_with(opening) || !text.ends_with(closing) || text.size() < opening.size() + closing.size())
-    return {};
-  return std::string(
-      trimmed(std::string_view(text).substr(opening.size(), text.size() - opening.size() - closing.size())));
+  std::string text = lower_case(trimmed(line));
+  if (!text.starts_with("--") || !text.ends_with("--")) return {};
+  const std::size_t first = text.find_first_not_of('-');
+  if (first == text.npos) return {};
+  text = text.substr(first, text.find_last_not_of('-') + 1 - first);
+  for (char& c : text) {
+    if (c == ':' || c == '\t') c = ' ';
+  }
+  std::vector<std::string_view> words;
+  for (const std::string_view word : split_fields(text, ' ')) {
+    if (!word.empty()) words.push_back(word);
+  }
+  if (words.size() < 3 || words[0] != "file" || words[1] != "type") return {};
+  return {std::string(words[2]), parse_count(words.back())};
 }
 
 /// What a single file holds of a record.
@@ -80,7 +122,7 @@ struct Sections {
   std::string_view data;
 };
 
-/// The data section is the last one: whatever follows its announcement belongs to it.
+/// The data section is the last one: whatever follows its announcement belongs to it, unless it says its length.
 Sections split_sections(const std::string& file, std::string_view content) {
   Sections sections;
   std::string_view rest = content;
@@ -90,13 +132,13 @@ Sections split_sections(const std::string& file, std::string_view content) {
   while (!rest.empty()) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
     rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-    const std::string announced = section_kind(line);
-    if (announced.empty()) continue;
+    const Announcement announced = announced_by(line);
+    if (announced.kind.empty()) continue;
     if (kind == "cfg") sections.config = {section_begin, static_cast<std::size_t>(line.data() - section_begin)};
-    kind = announced;
+    kind = announced.kind;
     section_begin = rest.data();
-    if (kind.starts_with("dat")) {
-      sections.data = rest;
+    if (kind == "dat") {
+      sections.data = rest.substr(0, announced.bytes.value_or(rest.npos));
       return sections;
     }
   }
@@ -106,33 +148,68 @@ Sections split_sections(const std::string& file, std::string_view content) {
                   "a single-file COMTRADE record holds its configuration and its data in such sections");
 }
 
+/// The bytes that text in base64 stands for; nothing when it is none.
+std::optional<std::string> base64_decoded(std::string_view text) {
+  constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::array<signed char, 256> value_of;
+  value_of.fill(-1);
+  for (std::size_t i = 0; i < kDigits.size(); ++i) {
+    value_of[static_cast<unsigned char>(kDigits[i])] = static_cast<signed char>(i);
+  }
+  std::string bytes;
+  bytes.reserve(text.size() / 4 * 3);
+  unsigned bits = 0;
+  unsigned count = 0;
+  bool ended = false;
+  for (const char c : text) {
+    if (c == '\n' || c == '\r' || c == ' ' || c == '\t' || c == '\x1A') continue;
+    const signed char value = value_of[static_cast<unsigned char>(c)];
+    if (c == '=') ended = true;
+    if (c == '=') continue;
+    if (value < 0 || ended) return std::nullopt;
+    bits = bits << 6 | static_cast<unsigned>(value);
+    count += 6;
+    if (count >= 8) {
+      count -= 8;
+      bytes += static_cast<char>(bits >> count & 0xFF);
+    }
+  }
+  return bytes;
+}
+
 }  // namespace
 
 bool is_single_comtrade(std::string_view content) {
   const std::string_view text = without_file_marks(content);
-  return !section_kind(text.substr(0, text.find('\n'))).empty();
+  return !announced_by(text.substr(0, text.find('\n'))).kind.empty();
 }
 
-Record read_single_comtrade(const std::string& file, std::string_view content) {
+Record read_single_comtrade(const std::string& file, std::string_view content, const OpenOptions& options) {
   const Sections sections = split_sections(file, content);
-  ComtradeConfig config = parse_comtrade_config(file + ", CFG section", sections.config);
-  ComtradeData data = read_comtrade_data(file + ", DAT section", sections.data, config);
-  return assemble(file, std::move(config), std::move(data));
+  const ComtradeConfig config = parse_comtrade_config(file + ", CFG section", sections.config, options.charset);
+  Record record = described(file, config);
+  std::string_view data = sections.data;
+  std::optional<std::string> decoded;
+  if (config.data_type != ComtradeConfig::DataType::kAscii) decoded = base64_decoded(data);
+  if (decoded) {
+    data = *decoded;
+    record.format += " (base64)";
+  }
+  ComtradeData rows = read_comtrade_data(file + ", DAT section", data, config, wanted_channels(record, options));
+  return assemble(std::move(record), config, std::move(rows), options);
 }
 
-Record read_comtrade(const std::string& path) {
+Record read_comtrade(const std::string& path, const OpenOptions& options) {
   const bool data_named = extension_of(path) == ".dat";
   // The named file comes first: a wrong name should be reported as such, not as a missing partner.
-  std::string named_content = read_file(path);
+  const FileStream named(path);
   const std::string config_path = data_named ? partner_of(path, ".cfg") : path;
-  const std::string config_name = inert(config_path);
-  ComtradeConfig config = parse_comtrade_config(config_name, data_named ? read_file(config_path) : named_content);
-
+  const ComtradeConfig config = parse_comtrade_config(inert(config_path), read_file(config_path), options.charset);
+  Record record = described(inert(path), config);
   const std::string data_path = data_named ? path : partner_of(path, ".dat");
-  const std::string content = data_named ? std::move(named_content) : read_file(data_path);
-  ComtradeData data = read_comtrade_data(inert(data_path), content, config);
-
-  return assemble(inert(path), std::move(config), std::move(data));
+  FileStream stream(data_path);
+  ComtradeData data = read_comtrade_data(inert(data_path), stream, config, wanted_channels(record, options));
+  return assemble(std::move(record), config, std::move(data), options);
 }
 
 }  // namespace readers

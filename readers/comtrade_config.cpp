@@ -3,7 +3,9 @@
 #include <cmath>
 #include <optional>
 
+#include "readers/charset.h"
 #include "readers/text.h"
+#include "readers/time_stamps.h"
 
 namespace readers {
 namespace {
@@ -21,10 +23,14 @@ class ConfigParser {
     read_channels();
     read_line_frequency();
     read_rates();
-    config_.start_time = read_time("the time of the first sample");
-    config_.trigger_time = read_time("the time of the trigger");
+    const auto start = read_time("the time of the first sample", config_.start_time);
+    const auto trigger = read_time("the time of the trigger", config_.trigger_time);
+    if (start && trigger) config_.trigger = seconds_between(*start, *trigger);
+    constexpr int kMicroseconds = 6;
+    if (start && start->decimals > kMicroseconds) config_.stamp_unit = 1e-9;
     read_data_type();
-    return std::move(config_);  // what may follow (time factor, time zone) tells nothing about the samples
+    read_what_may_follow();
+    return std::move(config_);
   }
 
  private:
@@ -105,8 +111,19 @@ class ConfigParser {
     return std::to_string(i) + " of " + std::to_string(count);
   }
 
+  /// Some programs write an empty field too many in front of the unit.
+  void drop_empty_field(Fields& fields) {
+    constexpr std::size_t kOneTooMany = 14;
+    if (fields.size() != kOneTooMany || !fields[3].empty() || !fields[4].empty()) return;
+    if (parse_number(fields[5]) || !parse_number(fields[6]) || !parse_number(fields[7])) return;
+    fields.erase(fields.begin() + 4);
+    if (!dropped_field_) note("an empty field too many in front of the unit is left out.");
+    dropped_field_ = true;
+  }
+
   void read_analog_channel(const std::string& what) {
-    const Fields fields = next_fields(what);
+    Fields fields = next_fields(what);
+    drop_empty_field(fields);
     if (fields.size() < kAnalogFields) {
       refuse_line(what + " has " + std::to_string(fields.size()) + " fields where at least " +
                   std::to_string(kAnalogFields) + " belong");
@@ -117,6 +134,10 @@ class ConfigParser {
     channel.description.unit = inert(fields[4]);
     channel.scale = finite_number(fields[5], what + ": the scale factor");
     channel.offset = finite_number(fields[6], what + ": the offset");
+    channel.description.skew = 1e-6 * parse_number(fields[7]).value_or(0);
+    constexpr double kMissing = 99999;
+    channel.beyond_99999 =
+        parse_number(fields[8]).value_or(0) < -kMissing || parse_number(fields[9]).value_or(0) > kMissing;
     if (fields.size() >= 13) {
       channel.description.primary = parse_number(fields[10]).value_or(1);
       channel.description.secondary = parse_number(fields[11]).value_or(1);
@@ -172,42 +193,68 @@ class ConfigParser {
     config_.rates.push_back({rate, end});
   }
 
-  std::string read_time(const std::string& what) {
-    std::string time;
-    for (const std::string_view field : next_fields(what)) {
-      if (!time.empty() && !field.empty()) time += ' ';
-      time += inert(field);
+  std::optional<WrittenTime> read_time(const std::string& what, std::string& text) {
+    const Fields fields = next_fields(what);
+    for (const std::string_view field : fields) {
+      if (!text.empty() && !field.empty()) text += ' ';
+      text += inert(field);
     }
-    return time;
+    return fields.size() < 2 ? std::nullopt : parse_time(fields[0], fields[1]);
   }
 
   void read_data_type() {
+    using Type = ComtradeConfig::DataType;
     const std::string_view field = trimmed(next_line("the type of the data file"));
     const std::string type = lower_case(field);
-    if (type == "ascii") {
-      config_.data_type = ComtradeConfig::DataType::kAscii;
-    } else if (type == "binary") {
-      config_.data_type = ComtradeConfig::DataType::kBinary;
-    } else if (type == "binary32" || type == "float32") {
-      refuse_line("data of type " + cited(field) + " are not read",
-                  "convert it to a .cfg/.dat pair with ASCII or BINARY data");
-    } else {
-      refuse_line(cited(field) + " is not a type of data", "correct the line to what the data are: ASCII or BINARY");
+    for (const Type known : {Type::kAscii, Type::kBinary, Type::kBinary32, Type::kFloat32}) {
+      if (type != lower_case(name_of(known))) continue;
+      config_.data_type = known;
+      return;
     }
+    refuse_line(cited(field) + " is not a type of data",
+                "correct the line to what the data are: ASCII, BINARY, BINARY32 or FLOAT32");
+  }
+
+  /// The factor of the time stamps (from 1999 on) and the time zone (from 2013 on); both may be missing.
+  void read_what_may_follow() {
+    const auto line = lines_.next();
+    if (!line || trimmed(*line).empty()) return;
+    const auto factor = parse_number(*line);
+    if (factor && std::isfinite(*factor) && *factor > 0) {
+      config_.stamp_unit *= *factor;
+    } else {
+      note("the factor of the time stamps " + cited(*line) + " says nothing; 1 is used.");
+    }
+    if (const auto zone = lines_.next()) config_.time_zone = inert(split_fields(*zone, ',')[0]);
   }
 
   const std::string& file_;
   Lines lines_;
+  bool dropped_field_ = false;
   ComtradeConfig config_;
 };
 
 }  // namespace
 
-ComtradeConfig parse_comtrade_config(const std::string& file, std::string_view content) {
-  if (is_utf16(content)) {
-    throw ReadError(file, "", "is text in 16-bit characters (UTF-16)", "save it as UTF-8 text");
+const char* name_of(ComtradeConfig::DataType type) {
+  switch (type) {
+    case ComtradeConfig::DataType::kAscii:
+      return "ASCII";
+    case ComtradeConfig::DataType::kBinary:
+      return "BINARY";
+    case ComtradeConfig::DataType::kBinary32:
+      return "BINARY32";
+    case ComtradeConfig::DataType::kFloat32:
+      return "FLOAT32";
   }
-  return ConfigParser(file, without_file_marks(content)).parse();
+  return "";
+}
+
+ComtradeConfig parse_comtrade_config(const std::string& file, std::string_view content, const std::string& charset) {
+  const Utf8Text text = to_utf8(content, charset);
+  ComtradeConfig config = ConfigParser(file, without_file_marks(text.text)).parse();
+  if (const std::string note = note_on_guess(text); !note.empty()) config.notes.push_back(note);
+  return config;
 }
 
 }  // namespace readers

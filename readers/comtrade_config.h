@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,10 +15,11 @@ struct AnalogChannel {
   Channel description;  ///< without samples
   double scale = 1;     ///< a sample is scale * stored value + offset
   double offset = 0;
+  bool beyond_99999 = false;  ///< the stated range of stored values goes further, so 99999 may be a value like others
 };
 
 struct ComtradeConfig {
-  enum class DataType { kAscii, kBinary };
+  enum class DataType { kAscii, kBinary, kBinary32, kFloat32 };
 
   std::string station;
   std::string device;
@@ -28,11 +30,18 @@ struct ComtradeConfig {
   std::vector<RateSection> rates;
   std::string start_time;
   std::string trigger_time;
+  std::optional<double> trigger;  ///< seconds from the first sample to the trigger
+  std::string time_zone;
+  double stamp_unit = 1e-6;  ///< seconds in one unit of the rows' time stamps
   DataType data_type = DataType::kAscii;
   std::vector<std::string> notes;
 };
 
-/// Reads the content of a .cfg file. `file` is its name for messages. Throws ReadError.
-ComtradeConfig parse_comtrade_config(const std::string& file, std::string_view content);
+/// "ASCII", "BINARY", "BINARY32" or "FLOAT32".
+const char* name_of(ComtradeConfig::DataType type);
+
+/// Reads the content of a .cfg file. `file` is its name for messages; `charset` as in to_utf8. Throws ReadError.
+ComtradeConfig parse_comtrade_config(const std::string& file, std::string_view content,
+                                     const std::string& charset = {});
 
 }  // namespace readers

@@ -1,54 +1,100 @@
+// Data files are long and are read for a few of their channels: rows are gone through once, and only what is wanted is
+// turned into numbers. Of text, the fields of other channels are counted; of binary rows, they are stepped over.
 #include "readers/comtrade_data.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <optional>
+#include <memory>
+#include <utility>
 
 #include "readers/text.h"
+#include "readers/time_stamps.h"
 
 namespace readers {
 namespace {
 
+using DataType = ComtradeConfig::DataType;
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-double scaled(const AnalogChannel& channel, double stored) {
-  return channel.scale * stored + channel.offset;
+std::vector<std::size_t> indices_of(const std::vector<bool>& wanted) {
+  std::vector<std::size_t> indices;
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    if (wanted[i]) indices.push_back(i);
+  }
+  return indices;
 }
 
 // --- ASCII -----------------------------------------------------------------------------------------------------------
 
-/// A row as written: sample number, time stamp, analog values, digital values.
-class AsciiRow {
- public:
-  explicit AsciiRow(const ComtradeConfig& config) : config_(config) {}
+bool is_digit(char c) {
+  return static_cast<unsigned char>(c - '0') < 10;
+}
 
-  /// Takes the row of a line. Returns what is wrong with it, empty when nothing is.
-  std::string parse(std::string_view line) {
-    const std::vector<std::string_view> fields = split_fields(line, ',');
-    const std::size_t wanted = 2 + config_.analogs.size() + config_.digitals;
-    const bool only_comma_too_many = fields.size() == wanted + 1 && fields.back().empty();
-    if (fields.size() != wanted && !only_comma_too_many) {
-      return "the row has " + std::to_string(fields.size()) + " fields where " + std::to_string(wanted) + " belong";
-    }
-    number = parse_number(fields[0]).value_or(kNaN);
-    values.clear();
-    for (std::size_t i = 0; i < config_.analogs.size(); ++i) {
-      const std::string_view field = fields[2 + i];
-      const auto stored = field.empty() ? kMissing : parse_number(field);
-      if (!stored) return cited(field) + " is not a number (analog channel " + std::to_string(i + 1) + ")";
-      values.push_back(*stored == kMissing ? kNaN : scaled(config_.analogs[i], *stored));
-    }
-    return {};
+/// Goes through the fields of a line from left to right.
+class Fields {
+ public:
+  explicit Fields(std::string_view line) : at_(line.data()), end_(line.data() + line.size()) {}
+
+  void skip(std::size_t count) {
+    for (; count > 0 && !used_up_; --count) pass(std::find(at_, end_, ','));
   }
 
-  double number = kNaN;  ///< NaN when the row has none
-  std::vector<double> values;
+  /// The next field as a whole, trimmed.
+  std::string_view next() {
+    if (used_up_) return {};
+    const char* comma = std::find(at_, end_, ',');
+    const std::string_view field(at_, static_cast<std::size_t>(comma - at_));
+    pass(comma);
+    return trimmed(field);
+  }
+
+  /// Takes the next field as a number. When it is none, stays in front of it.
+  bool next_number(double& number) {
+    const char* start = at_;
+    if (plain_number(number)) return true;
+    if (used_up_) return false;
+    const auto parsed = parse_number(next());
+    if (!parsed) {
+      at_ = start;
+      used_up_ = false;
+    }
+    number = parsed.value_or(kNaN);
+    return parsed.has_value();
+  }
+
+  [[nodiscard]] bool used_up() const { return used_up_; }
+
+  /// How many fields are left.
+  [[nodiscard]] std::size_t left() const {
+    return used_up_ ? 0 : static_cast<std::size_t>(std::count(at_, end_, ',')) + 1;
+  }
 
  private:
-  static constexpr double kMissing = 99999;
+  bool plain_number(double& number) {
+    const char* at = at_;
+    while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
+    at = readers::plain_number(at, end_, number);
+    if (at == nullptr) return false;
+    while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
+    if (at < end_ && *at != ',') return false;
+    pass(at);
+    return true;
+  }
 
-  const ComtradeConfig& config_;
+  /// Goes behind the comma, or to the end where there is none.
+  void pass(const char* comma) {
+    used_up_ = comma == end_;
+    at_ = used_up_ ? end_ : comma + 1;
+  }
+
+  const char* at_;
+  const char* end_;
+  bool used_up_ = false;  ///< no field is left, not even an empty one
 };
 
 /// Whether a sample number can come after another. Some programs number every row alike or not at all, or the rows of
@@ -57,43 +103,119 @@ bool follows(double number, double before) {
   return number == before + 1 || number == before || number == 1 || std::isnan(number) || std::isnan(before);
 }
 
-ComtradeData read_ascii(const std::string& file, std::string_view content, const ComtradeConfig& config) {
-  ComtradeData data;
-  data.samples.resize(config.analogs.size());
-  AsciiRow row(config);
-  double number_before = kNaN;
-  bool jumped = false;
-
-  Lines lines(without_file_marks(content));
-  while (const auto line = lines.next()) {
-    if (trimmed(*line).empty()) continue;
-    if (const std::string fault = row.parse(*line); !fault.empty()) {
-      if (!lines.at_end()) {
-        throw ReadError(file, "line " + std::to_string(lines.number()), fault,
-                        "correct the line, and make sure that the .cfg belongs to this file");
-      }
-      data.notes.push_back("The last line of the data file (line " + std::to_string(lines.number()) +
-                           ") is not complete and was dropped: " + fault + ".");
-      break;
-    }
-    for (std::size_t i = 0; i < row.values.size(); ++i) data.samples[i].push_back(row.values[i]);
-
-    if (!jumped && !follows(row.number, number_before)) {
-      jumped = true;
-      data.notes.push_back("Sample numbers in the data file go from " + number_text(number_before) + " to " +
-                           number_text(row.number) + " at line " + std::to_string(lines.number()) +
-                           "; rows may be missing.");
-    }
-    number_before = row.number;
+class AsciiReader {
+ public:
+  AsciiReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted)
+      : file_(file),
+        config_(config),
+        wanted_(indices_of(wanted)),
+        fields_(2 + config.analogs.size() + config.digitals) {
+    data_.samples.resize(config.analogs.size());
+    row_.resize(wanted_.size());
   }
-  return data;
-}
 
-// --- BINARY ----------------------------------------------------------------------------------------------------------
+  ComtradeData read(std::string_view content) {
+    Lines lines(without_file_marks(content));
+    while (const auto line = lines.next()) {
+      if (line->empty() || (!is_digit(line->front()) && trimmed(*line).empty())) continue;
+      if (data_.rows == 0) reserve(lines, line->size());
+      if (const std::string fault = take(*line); !fault.empty()) {
+        if (!lines.at_end()) {
+          throw ReadError(file_, "line " + std::to_string(lines.number()), fault,
+                          "correct the line, and make sure that the .cfg belongs to this file");
+        }
+        data_.notes.push_back("The last line of the data file (line " + std::to_string(lines.number()) +
+                              ") is not complete and was dropped: " + fault + ".");
+        break;
+      }
+      note_jump(lines.number());
+    }
+    return std::move(data_);
+  }
 
-std::uint32_t little_endian(std::string_view bytes) {
+ private:
+  /// Room for as many rows as there would be if all were as long as the first, within what the file can hold.
+  void reserve(const Lines& lines, std::size_t line_bytes) {
+    const std::size_t rows = 2 + lines.bytes_left() / std::max(line_bytes + 1, fields_);
+    for (const std::size_t i : wanted_) data_.samples[i].reserve(rows);
+    data_.stamps.reserve(rows);
+  }
+
+  /// Takes the row of a line. Returns what is wrong with it, empty when nothing is.
+  std::string take(std::string_view line) {
+    Fields fields(line);
+    double number = kNaN;
+    double stamp = kNaN;
+    if (!fields.next_number(number)) fields.skip(1);
+    if (!fields.next_number(stamp)) fields.skip(1);
+    std::size_t next = 0;
+    bool numbers = true;
+    for (std::size_t w = 0; w < wanted_.size() && numbers; ++w) {
+      const std::size_t i = wanted_[w];
+      fields.skip(i - next);
+      next = i + 1;
+      const AnalogChannel& channel = config_.analogs[i];
+      double stored = kNaN;
+      if (fields.next_number(stored)) {
+        row_[w] = stored == kMissing && !channel.beyond_99999 ? kNaN : channel.scale * stored + channel.offset;
+      } else {
+        row_[w] = kNaN;
+        numbers = !fields.used_up() && fields.next().empty();
+      }
+    }
+    if (!numbers || 2 + next + fields.left() != fields_) {
+      if (const std::string fault = fault_of(line); !fault.empty()) return fault;
+    }
+    number_before_ = number_;
+    number_ = number;
+    for (std::size_t w = 0; w < wanted_.size(); ++w) data_.samples[wanted_[w]].push_back(row_[w]);
+    data_.stamps.push_back(stamp);
+    ++data_.rows;
+    return {};
+  }
+
+  /// What is wrong with a row; empty when it is a comma behind the last field only.
+  [[nodiscard]] std::string fault_of(std::string_view line) const {
+    const std::size_t found = Fields(line).left();
+    if (found != fields_ && !(found == fields_ + 1 && trimmed(line).ends_with(','))) {
+      return "the row has " + std::to_string(found) + " fields where " + std::to_string(fields_) + " belong";
+    }
+    for (const std::size_t i : wanted_) {
+      Fields fields(line);
+      fields.skip(2 + i);
+      const std::string_view field = fields.next();
+      if (!field.empty() && !parse_number(field)) {
+        return cited(field) + " is not a number (analog channel " + std::to_string(i + 1) + ")";
+      }
+    }
+    return {};
+  }
+
+  void note_jump(std::size_t line) {
+    if (jumped_ || follows(number_, number_before_)) return;
+    jumped_ = true;
+    data_.notes.push_back("Sample numbers in the data file go from " + number_text(number_before_) + " to " +
+                          number_text(number_) + " at line " + std::to_string(line) + "; rows may be missing.");
+  }
+
+  static constexpr double kMissing = 99999;
+
+  const std::string& file_;
+  const ComtradeConfig& config_;
+  std::vector<std::size_t> wanted_;
+  std::size_t fields_;
+  std::vector<double> row_;
+  double number_ = kNaN;  ///< NaN when a row has none
+  double number_before_ = kNaN;
+  bool jumped_ = false;
+  ComtradeData data_;
+};
+
+// --- BINARY, BINARY32, FLOAT32 ---------------------------------------------------------------------------------------
+
+std::uint32_t little_endian_32(const char* bytes) {
   std::uint32_t value = 0;
-  for (std::size_t i = bytes.size(); i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[i]);
+  for (int i = 3; i >= 0; --i) value = value << 8 | static_cast<unsigned char>(bytes[i]);
   return value;
 }
 
@@ -120,6 +242,12 @@ class SampleNumbers {
     if (first_restart_ == 0) first_restart_ = row_;
   }
 
+  /// Takes as many more rows, numbered one after the other.
+  void go_on(std::size_t rows) {
+    before_ += static_cast<std::uint32_t>(rows);
+    row_ += rows;
+  }
+
   /// The first row whose number starts again at 1; 0 when none does.
   [[nodiscard]] std::size_t first_restart() const { return first_restart_; }
 
@@ -130,54 +258,263 @@ class SampleNumbers {
   std::size_t first_restart_ = 0;
 };
 
-ComtradeData read_binary(const std::string& file, std::string_view content, const ComtradeConfig& config) {
-  constexpr std::size_t kNumberBytes = 4;
-  constexpr std::size_t kStampBytes = 4;
-  constexpr std::size_t kWordBytes = 2;
-  constexpr std::size_t kDigitalsPerWord = 16;
-  constexpr std::int16_t kMissing = -32768;
+/// Whether all steps between time stamps are what the record's only rate makes them: the rule, and seen in passing.
+class StampSteps {
+ public:
+  explicit StampSteps(const ComtradeConfig& config) {
+    if (config.rates.size() != 1 || !(config.rates[0].rate > 0)) return;
+    const double step = 1 / (config.rates[0].rate * config.stamp_unit);
+    const double least = std::max(0.0, std::ceil(step - step_tolerance(step)));
+    const double most = std::floor(step + step_tolerance(step));
+    if (!(most < 1e9)) return;
+    known_ = true;
+    step_ = step;
+    least_ = static_cast<std::uint32_t>(least);
+    range_ = static_cast<std::uint32_t>(most - least);
+  }
 
-  const std::size_t digital_words = config.digitals / kDigitalsPerWord + (config.digitals % kDigitalsPerWord != 0);
-  const std::size_t row_bytes = kNumberBytes + kStampBytes + kWordBytes * (config.analogs.size() + digital_words);
-  const std::size_t rows = content.size() / row_bytes;
-  const std::size_t left_over = content.size() % row_bytes;
+  /// Whether more stamps agree with the rate.
+  bool take(const std::uint32_t* stamps, std::size_t count) {
+    if (count == 0) return known_;
+    // Without sign: a step over the end of 32 bits is one like others, one back is far beyond the range.
+    std::uint32_t wrong = any_ && stamps[0] - last_ - least_ > range_ ? 1 : 0;
+    for (std::size_t i = 1; i < count; ++i) wrong |= stamps[i] - stamps[i - 1] - least_ > range_ ? 1U : 0U;
+    last_ = stamps[count - 1];
+    any_ = true;
+    return known_ && wrong == 0;
+  }
 
-  ComtradeData data;
-  data.samples.resize(config.analogs.size());
-  for (auto& samples : data.samples) samples.reserve(rows);
+  [[nodiscard]] std::uint32_t last() const { return last_; }
+  [[nodiscard]] double step() const { return step_; }
 
-  SampleNumbers numbers(file);
-  for (std::size_t r = 0; r < rows; ++r) {
-    const std::string_view row = content.substr(r * row_bytes, row_bytes);
-    numbers.take(little_endian(row.substr(0, kNumberBytes)), r * row_bytes);
-    for (std::size_t i = 0; i < config.analogs.size(); ++i) {
-      const std::string_view word = row.substr(kNumberBytes + kStampBytes + kWordBytes * i, kWordBytes);
-      const auto stored = static_cast<std::int16_t>(little_endian(word));
-      data.samples[i].push_back(stored == kMissing ? kNaN : scaled(config.analogs[i], stored));
+ private:
+  bool known_ = false;  ///< that there is one rate
+  bool any_ = false;
+  double step_ = 0;
+  std::uint32_t least_ = 0;
+  std::uint32_t range_ = 0;
+  std::uint32_t last_ = 0;
+};
+
+// What a stored value is, by type, and which one stands for a missing one.
+
+struct Word16 {
+  static constexpr std::size_t bytes = 2;
+  static std::int16_t stored(const char* at) {
+    return static_cast<std::int16_t>(static_cast<std::uint16_t>(
+        static_cast<unsigned char>(at[0]) | static_cast<unsigned>(static_cast<unsigned char>(at[1])) << 8));
+  }
+  static bool missing(std::int16_t value) { return value == std::numeric_limits<std::int16_t>::min(); }
+};
+
+struct Word32 {
+  static constexpr std::size_t bytes = 4;
+  static std::int32_t stored(const char* at) { return static_cast<std::int32_t>(little_endian_32(at)); }
+  static bool missing(std::int32_t value) { return value == std::numeric_limits<std::int32_t>::min(); }
+};
+
+struct Float32 {
+  static constexpr std::size_t bytes = 4;
+  static float stored(const char* at) { return std::bit_cast<float>(little_endian_32(at)); }
+  static bool missing(float value) { return !(std::abs(value) <= std::numeric_limits<float>::max()); }
+};
+
+constexpr std::size_t kNumberBytes = 4;
+constexpr std::size_t kStampBytes = 4;
+
+/// Takes binary data piece by piece.
+class BinaryReader {
+ public:
+  virtual ~BinaryReader() = default;
+  virtual void take(std::string_view piece) = 0;
+  virtual ComtradeData finish() = 0;
+};
+
+template <typename Word>
+class RowReader : public BinaryReader {
+ public:
+  /// `bytes`: how many are to come, as far as is known.
+  RowReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted, std::size_t bytes)
+      : config_(config), wanted_(indices_of(wanted)), numbers_(file), steps_(config) {
+    constexpr std::size_t kDigitalWordBytes = 2;
+    constexpr std::size_t kDigitalsPerWord = 16;
+    const std::size_t digital_words = config.digitals / kDigitalsPerWord + (config.digitals % kDigitalsPerWord != 0);
+    row_bytes_ = kNumberBytes + kStampBytes + Word::bytes * config.analogs.size() + kDigitalWordBytes * digital_words;
+    data_.samples.resize(config.analogs.size());
+    reserve(bytes / row_bytes_);
+  }
+
+  void take(std::string_view piece) override {
+    if (!carried_.empty()) {
+      const std::size_t missing = std::min(row_bytes_ - carried_.size(), piece.size());
+      carried_.append(piece.substr(0, missing));
+      piece.remove_prefix(missing);
+      if (carried_.size() < row_bytes_) return;
+      take_rows(carried_.data(), 1);
+      carried_.clear();
+    }
+    const std::size_t rows = piece.size() / row_bytes_;
+    take_rows(piece.data(), rows);
+    carried_.assign(piece.substr(rows * row_bytes_));
+  }
+
+  ComtradeData finish() override {
+    if (numbers_.first_restart() != 0) {
+      data_.notes.push_back("Sample numbers in the data file start again at 1 in row " +
+                            std::to_string(numbers_.first_restart()) + ".");
+    }
+    if (!carried_.empty() && carried_ != "\x1A") {
+      data_.notes.push_back("The data file does not end with a whole row: its last " + std::to_string(carried_.size()) +
+                            " bytes of a row of " + std::to_string(row_bytes_) + " were dropped.");
+    }
+    data_.stamps_agree = data_.stamps.empty();
+    return std::move(data_);
+  }
+
+ private:
+  void reserve(std::size_t rows) {
+    for (const std::size_t i : wanted_) data_.samples[i].reserve(rows);
+  }
+
+  void take_rows(const char* bytes, std::size_t count) {
+    while (count > 0) {
+      const std::size_t rows = std::min(count, kRowsAtOnce);
+      take_numbers_and_stamps(bytes, rows);
+      for (const std::size_t i : wanted_) {
+        append(data_.samples[i], rows, bytes + kNumberBytes + kStampBytes + Word::bytes * i, config_.analogs[i].scale,
+               config_.analogs[i].offset);
+      }
+      bytes += rows * row_bytes_;
+      data_.rows += rows;
+      count -= rows;
     }
   }
 
-  if (numbers.first_restart() != 0) {
-    data.notes.push_back("Sample numbers in the data file start again at 1 in row " +
-                         std::to_string(numbers.first_restart()) + ".");
+  /// Appends a value of each row, by way of a few at a time: a vector that is made longer first is written twice.
+  void append(std::vector<double>& values, std::size_t rows, const char* at, double scale, double offset) const {
+    std::array<double, kRowsAtOnce> block;
+    const char* first = at;
+    bool missing = false;
+    for (std::size_t r = 0; r < rows; ++r, at += row_bytes_) {
+      const auto stored = Word::stored(at);
+      missing |= Word::missing(stored);
+      block[r] = scale * static_cast<double>(stored) + offset;
+    }
+    for (std::size_t r = 0; missing && r < rows; ++r) {
+      if (Word::missing(Word::stored(first + r * row_bytes_))) block[r] = kNaN;
+    }
+    values.insert(values.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(rows));
   }
-  const bool end_mark_only = left_over == 1 && content.back() == '\x1A';
-  if (left_over != 0 && !end_mark_only) {
-    data.notes.push_back("The data file does not end with a whole row: its last " + std::to_string(left_over) +
-                         " bytes of a row of " + std::to_string(row_bytes) + " were dropped.");
+
+  /// Looks at numbers one by one only where they are not simply one after the other.
+  void take_numbers_and_stamps(const char* bytes, std::size_t rows) {
+    std::array<std::uint32_t, kRowsAtOnce> stamps;
+    const std::uint32_t first = little_endian_32(bytes);
+    std::uint32_t off = 0;
+    const char* row = bytes;
+    for (std::size_t r = 0; r < rows; ++r, row += row_bytes_) {
+      off |= little_endian_32(row) - (first + static_cast<std::uint32_t>(r));
+      stamps[r] = little_endian_32(row + kNumberBytes);
+    }
+    numbers_.take(first, data_.rows * row_bytes_);
+    if (off == 0) {
+      numbers_.go_on(rows - 1);
+    } else {
+      row = bytes + row_bytes_;
+      for (std::size_t r = 1; r < rows; ++r, row += row_bytes_) {
+        numbers_.take(little_endian_32(row), (data_.rows + r) * row_bytes_);
+      }
+    }
+    take_stamps(stamps.data(), rows);
+  }
+
+  /// Stamps are kept from the first one on that does not agree. Those before it then follow from it, as nothing but
+  /// their steps is asked for.
+  void take_stamps(const std::uint32_t* stamps, std::size_t rows) {
+    const std::uint32_t before = steps_.last();
+    if (data_.stamps.empty()) {
+      if (steps_.take(stamps, rows)) return;
+      data_.stamps.reserve(data_.rows + rows);
+      for (std::size_t r = 0; r < data_.rows; ++r) {
+        data_.stamps.push_back(before - steps_.step() * static_cast<double>(data_.rows - 1 - r));
+      }
+    }
+    constexpr std::uint32_t kNoStamp = 0xFFFFFFFF;
+    for (std::size_t r = 0; r < rows; ++r) data_.stamps.push_back(stamps[r] == kNoStamp ? kNaN : stamps[r]);
+  }
+
+  static constexpr std::size_t kRowsAtOnce = 128;  ///< few enough to stay in the nearest memory while each is read
+
+  const ComtradeConfig& config_;
+  std::vector<std::size_t> wanted_;
+  SampleNumbers numbers_;
+  StampSteps steps_;
+  std::size_t row_bytes_ = 0;
+  std::string carried_;  ///< the start of a row whose rest is in the next piece
+  ComtradeData data_;
+};
+
+std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const ComtradeConfig& config,
+                                            const std::vector<bool>& wanted, std::size_t bytes) {
+  switch (config.data_type) {
+    case DataType::kBinary:
+      return std::make_unique<RowReader<Word16>>(file, config, wanted, bytes);
+    case DataType::kBinary32:
+      return std::make_unique<RowReader<Word32>>(file, config, wanted, bytes);
+    case DataType::kFloat32:
+      return std::make_unique<RowReader<Float32>>(file, config, wanted, bytes);
+    case DataType::kAscii:
+      break;
+  }
+  return nullptr;
+}
+
+/// Whether what should be numbers in binary form is a table of text.
+bool looks_like_text(std::string_view content) {
+  constexpr std::size_t kEnough = 256;
+  const std::string_view start = content.substr(0, kEnough);
+  return start.size() >= 8 && start.find(',') != start.npos && std::all_of(start.begin(), start.end(), [](char c) {
+           return (c >= '0' && c <= '9') || std::string_view(" ,.+-eE\t\r\n").find(c) != std::string_view::npos;
+         });
+}
+
+void refuse_text(const std::string& file, std::string_view content, const ComtradeConfig& config) {
+  if (!looks_like_text(content)) return;
+  throw ReadError(file, "byte 0", std::string("the data are text where ") + name_of(config.data_type) + " belongs",
+                  "correct the type of data in the .cfg to ASCII, and make sure that it belongs to this file");
+}
+
+ComtradeData with_rows(const std::string& file, ComtradeData data) {
+  if (data.rows == 0) {
+    throw ReadError(file, "", "holds no samples", "get the data file again, or choose another record");
   }
   return data;
 }
 
 }  // namespace
 
-ComtradeData read_comtrade_data(const std::string& file, std::string_view content, const ComtradeConfig& config) {
-  const bool ascii = config.data_type == ComtradeConfig::DataType::kAscii;
-  ComtradeData data = ascii ? read_ascii(file, content, config) : read_binary(file, content, config);
-  if (data.samples.front().empty()) {
-    throw ReadError(file, "", "holds no samples", "get the data file again, or choose another record");
+ComtradeData read_comtrade_data(const std::string& file, std::string_view content, const ComtradeConfig& config,
+                                const std::vector<bool>& wanted) {
+  const auto reader = binary_reader(file, config, wanted, content.size());
+  if (!reader) return with_rows(file, AsciiReader(file, config, wanted).read(content));
+  refuse_text(file, content, config);
+  reader->take(content);
+  return with_rows(file, reader->finish());
+}
+
+ComtradeData read_comtrade_data(const std::string& file, FileStream& stream, const ComtradeConfig& config,
+                                const std::vector<bool>& wanted) {
+  std::string_view piece = stream.next();
+  const auto reader = binary_reader(file, config, wanted, stream.stated_size());
+  if (!reader) {
+    std::string content;
+    content.reserve(stream.stated_size());
+    for (; !piece.empty(); piece = stream.next()) content.append(piece);
+    return read_comtrade_data(file, content, config, wanted);
   }
-  return data;
+  refuse_text(file, piece, config);
+  for (; !piece.empty(); piece = stream.next()) reader->take(piece);
+  return with_rows(file, reader->finish());
 }
 
 }  // namespace readers

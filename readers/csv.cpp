@@ -3,6 +3,7 @@
 #include <csv.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <exception>
@@ -11,7 +12,9 @@
 #include <utility>
 #include <vector>
 
+#include "readers/charset.h"
 #include "readers/text.h"
+#include "readers/time_stamps.h"
 
 namespace readers {
 namespace {
@@ -26,13 +29,13 @@ std::string line_place(std::size_t line) {
 
 struct Row {
   std::size_t line = 0;
-  std::vector<std::string> cells;
+  std::vector<std::string_view> cells;  ///< trimmed; valid until the next row is asked for
 };
 
 /// Splits a table into rows of cells, one at a time. Blank lines are passed over.
 class Rows {
  public:
-  Rows(const std::string& file, Lines lines, char separator) : file_(file), lines_(lines) {
+  Rows(const std::string& file, Lines lines, char separator) : file_(file), lines_(lines), separator_(separator) {
     csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
     csv_set_delim(&parser_, static_cast<unsigned char>(separator));
   }
@@ -40,25 +43,51 @@ class Rows {
   Rows(const Rows&) = delete;
   Rows& operator=(const Rows&) = delete;
 
-  std::optional<Row> next() {
-    row_ = {};
-    row_complete_ = false;
-    // Lines go in one by one, so that a row's line is known; a quoted cell may go on over several.
-    while (!row_complete_) {
-      const auto line = lines_.next();
-      if (!line) {
-        check(csv_fini(&parser_, on_cell, on_row_end, this) == 0);
-        break;
+  /// Nothing when the table is used up.
+  const Row* next() {
+    row_.cells.clear();
+    while (const auto line = lines_.next()) {
+      if (line->find('"') == line->npos) {
+        if (trimmed(*line).empty()) continue;
+        split(*line);
+      } else if (!parse(*line)) {
+        continue;
       }
-      feed(*line);
-      feed("\n");
+      row_.line = lines_.number();
+      return &row_;
     }
-    if (!row_complete_) return std::nullopt;
-    row_.line = lines_.number();
-    return std::move(row_);
+    return nullptr;
   }
 
  private:
+  void split(std::string_view line) {
+    for (;;) {
+      const std::size_t end = line.find(separator_);
+      row_.cells.push_back(trimmed(line.substr(0, end)));
+      if (end == line.npos) return;
+      line.remove_prefix(end + 1);
+    }
+  }
+
+  /// A row with quotation marks; a quoted cell may go on over several lines. False for one without cells.
+  bool parse(std::string_view line) {
+    row_complete_ = false;
+    quoted_.clear();
+    feed(line);
+    feed("\n");
+    while (!row_complete_) {
+      const auto more = lines_.next();
+      if (!more) {
+        check(csv_fini(&parser_, on_cell, on_row_end, this) == 0);
+        break;
+      }
+      feed(*more);
+      feed("\n");
+    }
+    for (const std::string& cell : quoted_) row_.cells.push_back(trimmed(cell));
+    return !row_.cells.empty();
+  }
+
   void feed(std::string_view text) {
     check(csv_parse(&parser_, text.data(), text.size(), on_cell, on_row_end, this) == text.size());
   }
@@ -74,7 +103,7 @@ class Rows {
   static void on_cell(void* cell, std::size_t size, void* self_pointer) noexcept {
     auto* self = static_cast<Rows*>(self_pointer);
     try {
-      self->row_.cells.emplace_back(static_cast<const char*>(cell), size);
+      self->quoted_.emplace_back(static_cast<const char*>(cell), size);
     } catch (...) {
       self->failure_ = std::current_exception();
     }
@@ -83,8 +112,10 @@ class Rows {
 
   const std::string& file_;
   Lines lines_;
+  char separator_;
   csv_parser parser_{};
   Row row_;
+  std::vector<std::string> quoted_;
   bool row_complete_ = false;
   std::exception_ptr failure_;
 };
@@ -103,13 +134,37 @@ char separator_in(std::string_view line) {
   return semicolon ? ';' : ',';
 }
 
-/// Steps over blank lines and remarks in front of the table; `lines` then gives its first line, which is returned.
-std::string_view skip_to_table(Lines& lines) {
+/// Whether a line may be one of data: its first sign is one of a number.
+bool starts_with_number(std::string_view line) {
+  const std::size_t first = line.find_first_not_of(" \t\"+-.,;");
+  return first != line.npos && line[first] >= '0' && line[first] <= '9';
+}
+
+/// Steps over blank lines and remarks in front of the table; `lines` then gives its first line. Returns the table's
+/// separator: what the line "sep=;" of a spreadsheet says, otherwise by the first line that looks like data.
+char skip_to_table(Lines& lines) {
+  std::optional<char> stated;
   for (Lines ahead = lines;; lines = ahead) {
     const auto line = ahead.next();
-    if (!line) return {};
-    if (const auto text = trimmed(*line); !text.empty() && text[0] != '#') return *line;
+    if (!line) return ',';
+    const auto text = trimmed(*line);
+    if (text.size() == 5 && lower_case(text.substr(0, 4)) == "sep=") {
+      stated = text[4];
+      continue;
+    }
+    if (!text.empty() && text[0] != '#') break;
   }
+  if (stated) return *stated;
+  constexpr int kMostPreamble = 200;
+  Lines ahead = lines;
+  std::string_view first;
+  for (int i = 0; i < kMostPreamble; ++i) {
+    const auto line = ahead.next();
+    if (!line) break;
+    if (i == 0) first = *line;
+    if (starts_with_number(*line) && line->find_first_of(",;\t") != line->npos) return separator_in(*line);
+  }
+  return separator_in(first);
 }
 
 // --- column names ----------------------------------------------------------------------------------------------------
@@ -150,7 +205,20 @@ Heading heading_of(std::string_view cell) {
 
 bool names_time(const Heading& heading) {
   const std::string name = lower_case(heading.name);
-  return is_one_of(name, {"t", "time", "timestamp", "time_stamp", "time stamp"}) || name.starts_with("zeit");
+  return is_one_of(name, {"t", "time", "timestamp", "time_stamp", "time stamp", "datetime", "date time", "date/time",
+                          "date_time", "Время", "время", "时间"}) ||
+         name.starts_with("zeit");
+}
+
+bool names_date(const Heading& heading) {
+  return is_one_of(lower_case(heading.name), {"date", "datum", "Дата", "дата", "日期"});
+}
+
+/// The unit that a cell of a unit row gives: "V", "[V]", "(V)".
+std::string bare_unit(std::string_view cell) {
+  const bool bracketed =
+      cell.size() > 2 && ((cell.front() == '[' && cell.back() == ']') || (cell.front() == '(' && cell.back() == ')'));
+  return inert(trimmed(bracketed ? cell.substr(1, cell.size() - 2) : cell));
 }
 
 /// Seconds in one unit of the time column; seconds when the name has none.
@@ -164,6 +232,17 @@ std::optional<double> seconds_per(const std::string& unit) {
 
 // --- times -----------------------------------------------------------------------------------------------------------
 
+/// std::pow takes long, and is asked for each row.
+double power_of_ten(int exponent) {
+  constexpr int kLargest = 40;
+  static const auto kPowers = [] {
+    std::array<double, 2 * kLargest + 1> powers;
+    for (int i = -kLargest; i <= kLargest; ++i) powers[static_cast<std::size_t>(i + kLargest)] = std::pow(10.0, i);
+    return powers;
+  }();
+  return kPowers[static_cast<std::size_t>(std::clamp(exponent, -kLargest, kLargest) + kLargest)];
+}
+
 /// How finely the numbers of a column are written. One number does not tell, as trailing zeros may be left out.
 class WrittenDigits {
  public:
@@ -174,7 +253,7 @@ class WrittenDigits {
     std::size_t i = 0;
     for (; i < number.size() && number[i] != 'e' && number[i] != 'E'; ++i) {
       const char c = number[i];
-      if (c == '.') behind_point = true;
+      if (c == '.' || c == ',') behind_point = true;
       if (c < '0' || c > '9') continue;
       if (significant > 0 || c != '0') ++significant;
       if (behind_point) ++decimals;
@@ -185,12 +264,23 @@ class WrittenDigits {
     any_ = true;
   }
 
+  /// The same for a number of which only the decimals are known; it has all digits before the point.
+  void take_decimals(int decimals) {
+    constexpr int kAll = 17;
+    significant_ = kAll;
+    decimals_ = any_ ? std::max(decimals_, decimals) : decimals;
+    any_ = true;
+  }
+
+  /// By how much any number of the column may have been rounded at least.
+  [[nodiscard]] double least_rounding() const { return power_of_ten(-decimals_) / 2; }
+
   /// By how much a column's number may have been rounded when it was written.
   [[nodiscard]] double rounding(double number) const {
-    const double by_decimals = std::pow(10.0, -decimals_);
+    const double by_decimals = power_of_ten(-decimals_);
     if (number == 0) return by_decimals / 2;
-    const double by_significant = std::pow(10.0, std::floor(std::log10(std::abs(number))) + 1 - significant_);
-    return std::max(by_decimals, by_significant) / 2;
+    const int before_point = static_cast<int>(std::floor(std::log10(std::abs(number)))) + 1;
+    return std::max(by_decimals, power_of_ten(before_point - significant_)) / 2;
   }
 
  private:
@@ -200,15 +290,29 @@ class WrittenDigits {
 };
 
 struct Times {
-  std::vector<double> values;
-  WrittenDigits digits;
+  const std::vector<double>& values;
+  const WrittenDigits& digits;
 };
+
+/// A time stamp such as "2026-11-21 10:00:00.000156", "21.11.2026 10:00:00,5" or "10:00:00.5Z": its time of day. Dates
+/// are left aside; what goes over midnight is put right later.
+std::optional<WrittenTime> parse_time_stamp(std::string_view cell) {
+  const std::size_t colon = cell.find(':');
+  if (colon == cell.npos) return std::nullopt;
+  const std::size_t before = cell.find_last_of(" T", colon);
+  std::string time(cell.substr(before == cell.npos ? 0 : before + 1));
+  if (time.ends_with('Z')) time.pop_back();
+  if (const std::size_t zone = time.find_first_of("+-"); zone != time.npos) time.resize(zone);
+  std::replace(time.begin(), time.end(), ',', '.');
+  return parse_time(before == cell.npos ? std::string_view() : cell.substr(0, before), time);
+}
+
+constexpr double kRelativeStep = 1e-3;
 
 /// How far the step from one time of the column to the next may be off the real one.
 double step_tolerance(const Times& times, double step, double from, double to) {
-  constexpr double kRelative = 1e-3;
   const double rounding = times.digits.rounding(from) + times.digits.rounding(to);
-  return kRelative * std::abs(step) + (1 + kRelative) * rounding;
+  return kRelativeStep * std::abs(step) + (1 + kRelativeStep) * rounding;
 }
 
 /// The step from time to time as it is nearly everywhere. The mean alone would be spoilt by a jump, the median is as
@@ -236,7 +340,9 @@ std::optional<std::size_t> first_jump(const Times& times) {
   std::vector<double> steps(values.size() - 1);
   for (std::size_t i = 0; i < steps.size(); ++i) steps[i] = values[i + 1] - values[i];
   const double usual = usual_step(times, steps);
+  const double surely = kRelativeStep * std::abs(usual) + 2 * times.digits.least_rounding();
   for (std::size_t i = 0; i < steps.size(); ++i) {
+    if (std::abs(steps[i] - usual) <= surely) continue;
     const bool right = std::abs(steps[i] - usual) <= step_tolerance(times, usual, values[i], values[i + 1]);
     if (!right) return i + 1;
   }
@@ -257,22 +363,28 @@ double rate_of_step(double seconds) {
 
 // --- the table -------------------------------------------------------------------------------------------------------
 
+/// A row that may be of the table's head, kept while it is not known where the data begin.
+struct HeadRow {
+  std::size_t line = 0;
+  std::vector<std::string> cells;
+};
+
 class TableReader {
  public:
   TableReader(const std::string& file, std::string_view content) : file_(file), lines_(without_file_marks(content)) {
-    separator_ = separator_in(skip_to_table(lines_));
+    separator_ = skip_to_table(lines_);
   }
 
   Record read(double sampling_rate) {
     read_rows();
     if (row_lines_.empty()) throw ReadError(file_, "", "has no rows of numbers", "choose a table of samples");
-    if (!named_) find_time_without_name();
+    if (!named_ && !time_column_) find_time_without_name();
     Record record;
     record.file = file_;
     record.format = "CSV";
     record.rates = {{rate(sampling_rate), row_lines_.size()}};
     for (std::size_t i = 0; i < headings_.size(); ++i) {
-      if (i == time_column_ || i == counter_column_ || is_blank(i)) continue;
+      if (i == time_column_ || i == counter_column_ || is_text_[i] || is_blank(i)) continue;
       Channel& channel = record.channels.emplace_back();
       channel.name = headings_[i].name.empty() ? "column " + std::to_string(i + 1) : headings_[i].name;
       channel.unit = headings_[i].unit;
@@ -281,41 +393,131 @@ class TableReader {
     if (record.channels.empty()) {
       throw ReadError(file_, "", "has no column of samples", "choose a table with a column per channel");
     }
+    if (comma_line_ != 0) notes_.emplace_back("Numbers are read with a decimal comma.");
     record.notes = std::move(notes_);
     return record;
   }
 
  private:
+  // What a cell holds.
+  struct Cell {
+    std::optional<double> number;
+    bool comma = false;  ///< written with a decimal comma
+  };
+
+  static Cell cell_of(std::string_view text) {
+    if (const auto number = parse_number(text)) return {number, false};
+    const std::size_t comma = text.find(',');
+    if (comma == text.npos || text.find('.') != text.npos) return {};
+    std::string with_point(text);
+    with_point[comma] = '.';
+    return {parse_number(with_point), true};
+  }
+
   void read_rows() {
     Rows rows(file_, lines_, separator_);
-    auto row = rows.next();
-    if (!row) return;
-    headings_.resize(row->cells.size());
-    columns_.resize(row->cells.size());
-    if (is_heading(*row)) {
-      named_ = true;
-      read_headings(*row);
+    std::vector<HeadRow> head;
+    const Row* row = rows.next();
+    while (row != nullptr && is_head(*row)) {
+      HeadRow& kept = head.emplace_back();
+      kept.line = row->line;
+      for (const std::string_view cell : row->cells) kept.cells.emplace_back(cell);
+      if (head.size() > kMostHead) break;
       row = rows.next();
     }
-    for (; row; row = rows.next()) add_row(*row);
+    const std::size_t columns = row != nullptr && head.size() <= kMostHead ? row->cells.size()
+                                : head.empty()                             ? 0
+                                                                           : head.back().cells.size();
+    headings_.resize(columns);
+    columns_.resize(columns);
+    is_text_.assign(columns, false);
+    read_head(head, row);
+    if (row == nullptr || head.size() > kMostHead) return;
+    find_kinds(*row);
+    for (; row != nullptr; row = rows.next()) add_row(*row);
   }
 
-  /// A row of names, by the first cell that holds anything: data have a number there.
-  static bool is_heading(const Row& row) {
+  /// A row in front of the data, by the first cell that holds anything: data have a number or a time there.
+  static bool is_head(const Row& row) {
     const auto cell = std::find_if(row.cells.begin(), row.cells.end(), [](const auto& c) { return !c.empty(); });
-    if (cell == row.cells.end() || parse_number(*cell)) return false;
-    return !has_decimal_comma(*cell);
+    return cell == row.cells.end() || !(cell_of(*cell).number || parse_time_stamp(*cell) || looks_like_date(*cell));
   }
 
-  void read_headings(const Row& row) {
-    for (std::size_t i = 0; i < row.cells.size(); ++i) {
-      headings_[i] = heading_of(row.cells[i]);
+  /// Digits with hyphens, slashes or points between, as in a column of dates beside one of times.
+  static bool looks_like_date(std::string_view cell) {
+    return cell.size() >= 8 && cell.find_first_not_of("0123456789-/.") == cell.npos &&
+           std::count_if(cell.begin(), cell.end(), [](char c) { return c == '-' || c == '/' || c == '.'; }) == 2;
+  }
+
+  /// Names and units are the last rows in front of the data that have as many cells; instruments write remarks of other
+  /// shapes above.
+  void read_head(const std::vector<HeadRow>& head, const Row* data) {
+    if (head.empty()) return;
+    std::size_t names = head.size() - 1;
+    if (data != nullptr && head[names].cells.size() != columns_.size()) {
+      if (head[names].cells.size() < 2) {
+        note_remarks(head.size());
+        return;
+      }
+      throw ReadError(file_, line_place(data->line),
+                      "the row has " + std::to_string(data->cells.size()) + " cells where " +
+                          std::to_string(head[names].cells.size()) + " belong",
+                      "correct or remove the row");
+    }
+    std::optional<std::size_t> units;
+    if (names > 0 && head[names - 1].cells.size() == columns_.size() && is_unit_row(head[names])) units = names--;
+    named_ = true;
+    note_remarks(names);
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      headings_[i] = heading_of(head[names].cells[i]);
+      if (units) {
+        headings_[i].name = inert(trimmed(head[names].cells[i]));
+        headings_[i].unit = bare_unit(head[*units].cells[i]);
+      }
       if (time_column_ || !names_time(headings_[i])) continue;
       time_column_ = i;
-      if (!seconds_per(headings_[i].unit)) {
-        throw ReadError(file_, line_place(row.line), "the time is in " + cited(headings_[i].unit),
-                        "give it in seconds (s), ms or us");
+      time_line_ = head[units.value_or(names)].line;
+    }
+  }
+
+  static bool is_unit_row(const HeadRow& row) {
+    std::size_t units = 0;
+    for (const std::string& cell : row.cells) {
+      if (cell.empty()) continue;
+      const std::string unit = lower_case(bare_unit(cell));
+      if (!is_unit(unit, "i") && !is_one_of(unit, {"-", "1", "hh:mm:ss", "hh:mm:ss.sss"})) return false;
+      ++units;
+    }
+    return units > 0;
+  }
+
+  void note_remarks(std::size_t rows) {
+    if (rows == 0) return;
+    notes_.push_back(rows == 1 ? "The line in front of the table was passed over."
+                               : "The " + std::to_string(rows) + " lines in front of the table were passed over.");
+  }
+
+  /// What the columns hold, by the first row of data.
+  void find_kinds(const Row& row) {
+    if (row.cells.size() != columns_.size()) return;  // refused when the row is taken
+    for (std::size_t i = 0; i < row.cells.size(); ++i) {
+      const std::string_view cell = row.cells[i];
+      if (cell.empty() || cell_of(cell).number) continue;
+      if (parse_time_stamp(cell) && (!time_column_ || *time_column_ == i)) {
+        time_column_ = i;
+        time_stamps_ = true;
+      } else if (names_date(headings_[i]) || looks_like_date(cell)) {
+        is_text_[i] = true;
+      } else if (named_ && i != time_column_ && !headings_[i].name.empty() && row.cells.size() > 2 &&
+                 cell.find_first_of("0123456789") == cell.npos) {
+        is_text_[i] = true;
+        notes_.push_back("Column " + std::to_string(i + 1) + " " + cited(headings_[i].name) +
+                         " holds text and was left out.");
       }
+    }
+    if (time_column_ && !time_stamps_ && !seconds_per(headings_[*time_column_].unit)) {
+      throw ReadError(file_, line_place(time_line_), "the time is in " + cited(headings_[*time_column_].unit),
+                      "give it in seconds (s), ms or us");
     }
   }
 
@@ -326,35 +528,53 @@ class TableReader {
                           std::to_string(columns_.size()) + " belong",
                       "correct or remove the row");
     }
-    for (std::size_t i = 0; i < columns_.size(); ++i) columns_[i].push_back(number_in(row, i));
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      if (!is_text_[i]) columns_[i].push_back(number_in(row, i));
+    }
     // Without names the first column may turn out to hold the time.
     const std::size_t time = time_column_.value_or(0);
-    if (time_column_ || !named_) time_digits_.take(row.cells[time]);
+    if ((time_column_ || !named_) && !time_stamps_) time_digits_.take(row.cells[time]);
     row_lines_.push_back(row.line);
   }
 
-  static bool has_decimal_comma(std::string cell) {
-    const std::size_t comma = cell.find(',');
-    if (comma == cell.npos) return false;
-    cell[comma] = '.';
-    return parse_number(cell).has_value();
+  double number_in(const Row& row, std::size_t column) {
+    const std::string_view cell = row.cells[column];
+    const bool time = column == time_column_;
+    if (time && time_stamps_) return time_of_day(row, column);
+    if (cell.empty() && !time) return kNaN;
+    const Cell read = cell_of(cell);
+    if (!read.number || (time && !std::isfinite(*read.number))) {
+      throw ReadError(
+          file_, line_place(row.line),
+          cited(cell) + " in column " + std::to_string(column + 1) + (time ? " is not a time" : " is not a number"),
+          time ? "give the time as a number of seconds or milliseconds, or as time stamps throughout"
+               : "correct the cell or leave it empty");
+    }
+    if (read.comma && comma_line_ == 0) comma_line_ = row.line;
+    if (!read.comma && point_line_ == 0 && cell.find('.') != cell.npos) point_line_ = row.line;
+    if (comma_line_ != 0 && point_line_ != 0) {
+      throw ReadError(file_, line_place(row.line),
+                      cited(cell) + " in column " + std::to_string(column + 1) + " has a decimal " +
+                          (read.comma ? "comma where line " + std::to_string(point_line_) + " has a point"
+                                      : "point where line " + std::to_string(comma_line_) + " has a comma"),
+                      "write all numbers alike");
+    }
+    return *read.number;
   }
 
-  double number_in(const Row& row, std::size_t column) const {
-    const std::string& cell = row.cells[column];
-    const bool time = column == time_column_;
-    if (cell.empty() && !time) return kNaN;
-    const auto number = parse_number(cell);
-    if (number && (!time || std::isfinite(*number))) return *number;
-
-    const std::string cause = cited(cell) + " in column " + std::to_string(column + 1);
-    if (has_decimal_comma(cell)) {
-      throw ReadError(file_, line_place(row.line), cause + " has a decimal comma, which is not read",
-                      "write numbers with a decimal point");
+  double time_of_day(const Row& row, std::size_t column) {
+    const auto time = parse_time_stamp(row.cells[column]);
+    if (!time) {
+      throw ReadError(file_, line_place(row.line),
+                      cited(row.cells[column]) + " in column " + std::to_string(column + 1) + " is no time stamp",
+                      "write it as those before, as in 10:00:00.000156");
     }
-    throw ReadError(
-        file_, line_place(row.line), cause + (time ? " is not a time" : " is not a number"),
-        time ? "give the time as a number of seconds or milliseconds" : "correct the cell or leave it empty");
+    constexpr double kDay = 86400;
+    const std::vector<double>& before = columns_[column];
+    // A step back by half a day or more is midnight.
+    if (!before.empty() && time->seconds_of_day + days_ * kDay < before.back() - kDay / 2) ++days_;
+    time_digits_.take_decimals(time->decimals);
+    return time->seconds_of_day + days_ * kDay;
   }
 
   void find_time_without_name() {
@@ -369,6 +589,7 @@ class TableReader {
       notes_.push_back("The first column counts the samples and was left out.");
     } else {
       time_column_ = 0;
+      notes_.push_back("The first column is taken for the time in seconds.");
     }
   }
 
@@ -398,7 +619,8 @@ class TableReader {
                           number_text(times.values[*jump]) + ", unlike the steps elsewhere",
                       "cut the table there: samples must follow at one rate");
     }
-    const double step = mean_step(times.values) * *seconds_per(headings_[*time_column_].unit);
+    const double unit = time_stamps_ ? 1 : *seconds_per(headings_[*time_column_].unit);
+    const double step = mean_step(times.values) * unit;
     if (!(step > 0)) {
       throw ReadError(file_, line_place(row_lines_[1]), "the time does not rise", "correct the column of times");
     }
@@ -412,26 +634,34 @@ class TableReader {
            std::all_of(values.begin(), values.end(), [](double value) { return std::isnan(value); });
   }
 
+  static constexpr std::size_t kMostHead = 200;  ///< rows in front of the data
+
   const std::string& file_;
   Lines lines_;
   char separator_ = ',';
   bool named_ = false;
   std::vector<Heading> headings_;
   std::vector<std::vector<double>> columns_;
+  std::vector<bool> is_text_;
   std::optional<std::size_t> time_column_;
   std::optional<std::size_t> counter_column_;
+  std::size_t time_line_ = 0;
+  bool time_stamps_ = false;
+  double days_ = 0;
   WrittenDigits time_digits_;
   std::vector<std::size_t> row_lines_;
+  std::size_t comma_line_ = 0;  ///< first line with a decimal comma; 0: none yet
+  std::size_t point_line_ = 0;
   std::vector<std::string> notes_;
 };
 
 }  // namespace
 
-Record read_csv(const std::string& file, std::string_view content, double sampling_rate) {
-  if (is_utf16(content)) {
-    throw ReadError(file, "", "is text in 16-bit characters (UTF-16)", "save it as UTF-8 text");
-  }
-  return TableReader(file, content).read(sampling_rate);
+Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options) {
+  const Utf8Text text = to_utf8(content, options.charset);
+  Record record = TableReader(file, text.text).read(options.sampling_rate);
+  if (const std::string note = note_on_guess(text); !note.empty()) record.notes.push_back(note);
+  return record;
 }
 
 }  // namespace readers

@@ -4,15 +4,16 @@
 #include <string>
 #include <string_view>
 
+#include "readers/open_options.h"
 #include "readers/record.h"
 
 namespace readers {
 
 /// Reads a table whose columns are separated by commas, semicolons or tabs, with or without a line of column names and
 /// with or without a column of times; lines in front that start with '#' are passed over. `file` is the table's name
-/// for messages. `sampling_rate` (samples per second) is needed where no column holds the time. Throws ReadError.
+/// for messages. The sampling rate is needed in `options` where no column holds the time. Throws ReadError.
 ///
 /// Names may end in a unit: "v1_V", "Ua [kV]", "Ub (V)", "t/ms". Columns without a name are called "column 3".
-Record read_csv(const std::string& file, std::string_view content, double sampling_rate = 0);
+Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options = {});
 
 }  // namespace readers

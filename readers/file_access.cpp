@@ -1,10 +1,8 @@
 #include "readers/file_access.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 #include <tuple>
 
@@ -16,9 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
+// Small enough to stay in a near memory while it is worked through.
+constexpr std::size_t kPiece = std::size_t{1} << 18;
 
 [[noreturn]] void refuse_unreadable(const std::string& name, const std::error_code& error) {
   throw ReadError(inert(name), "", "cannot be read: " + error.message(), "check the name and the right to read it");
@@ -28,29 +25,41 @@ std::error_code last_error() {
   return {errno, std::generic_category()};
 }
 
-/// Reads to the end rather than by a stated size: pipes have none.
-std::string read_all(std::FILE* file, const std::string& name) {
-  std::string content;
-  std::array<char, 1 << 16> block;
-  while (const std::size_t count = std::fread(block.data(), 1, block.size(), file)) content.append(block.data(), count);
-  if (std::ferror(file)) refuse_unreadable(name, last_error());
-  return content;
-}
-
 }  // namespace
 
-std::string read_file(const std::string& path) {
+FileStream::FileStream(const std::string& path) : path_(path), piece_(new char[kPiece]) {
   std::error_code ignored;
   if (fs::is_directory(path, ignored)) {
     throw ReadError(inert(path), "", "is a folder, not a record", "name a file in it");
   }
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
-  if (!file) refuse_unreadable(path, last_error());
-  return read_all(file.get(), path);
+  file_.reset(std::fopen(path.c_str(), "rb"));
+  if (!file_) refuse_unreadable(path, last_error());
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);
+  std::error_code unknown;
+  const auto size = fs::is_regular_file(path, unknown) ? fs::file_size(path, unknown) : 0;
+  if (!unknown) stated_size_ = static_cast<std::size_t>(size);
+}
+
+std::string_view FileStream::next() {
+  const std::size_t count = std::fread(piece_.get(), 1, kPiece, file_.get());
+  if (count < kPiece && std::ferror(file_.get())) refuse_unreadable(path_, last_error());
+  return {piece_.get(), count};
+}
+
+std::string read_file(const std::string& path) {
+  FileStream stream(path);
+  std::string content;
+  content.reserve(stream.stated_size());
+  for (std::string_view piece = stream.next(); !piece.empty(); piece = stream.next()) content.append(piece);
+  return content;
 }
 
 std::string read_standard_input() {
-  return read_all(stdin, "standard input");
+  std::string content;
+  const std::unique_ptr<char[]> block(new char[kPiece]);
+  while (const std::size_t count = std::fread(block.get(), 1, kPiece, stdin)) content.append(block.get(), count);
+  if (std::ferror(stdin)) refuse_unreadable("standard input", last_error());
+  return content;
 }
 
 std::optional<std::string> find_beside(const std::string& path, const std::string& extension) {

@@ -13,8 +13,8 @@ namespace readers {
 namespace {
 
 constexpr const char* kReadable =
-    "what is read: COMTRADE records (.cfg with .dat, or .cff) with ASCII or BINARY data, and CSV files (.csv, .tsv, "
-    ".txt); - for standard input takes .cff and CSV";
+    "what is read: COMTRADE records (.cfg with .dat, or .cff) and CSV files (.csv, .tsv, .txt); - for standard input "
+    "takes .cff and CSV";
 
 /// Why a file of a known but unread kind is refused and what helps, by its extension.
 struct Refusal {
@@ -24,8 +24,8 @@ struct Refusal {
 };
 
 constexpr Refusal kRefusals[] = {
-    {".pqd", "PQDIF records are not read", "convert it to a COMTRADE .cfg/.dat pair with ASCII or BINARY data"},
-    {".pqdif", "PQDIF records are not read", "convert it to a COMTRADE .cfg/.dat pair with ASCII or BINARY data"},
+    {".pqd", "PQDIF records are not read", "convert it to a COMTRADE record or a CSV table"},
+    {".pqdif", "PQDIF records are not read", "convert it to a COMTRADE record or a CSV table"},
     {".hdr", "is the remarks file of a COMTRADE record", "name the .cfg file of the record"},
     {".inf", "is the information file of a COMTRADE record", "name the .cfg file of the record"},
 };
@@ -35,6 +35,7 @@ bool looks_like_table(std::string_view content) {
   const auto is_binary = [](char c) {
     return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\r' && c != '\n';
   };
+  if (is_utf16(content)) return true;
   const std::string_view text = without_file_marks(content).substr(0, 4096);
   if (std::any_of(text.begin(), text.end(), is_binary)) return false;
   return text.substr(0, text.find('\n')).find_first_of(",;\t") != text.npos;
@@ -60,22 +61,22 @@ Record read_by_kind(const std::string& path, const OpenOptions& options) {
   if (path == "-") {
     const std::string content = read_standard_input();
     const std::string name = "standard input";
-    return is_single_comtrade(content) ? read_single_comtrade(name, content)
-                                       : read_csv(name, content, options.sampling_rate);
+    return is_single_comtrade(content) ? read_single_comtrade(name, content, options)
+                                       : read_csv(name, content, options);
   }
 
   const std::string name = inert(path);
   const std::string extension = extension_of(path);
-  if (extension == ".cfg" || extension == ".dat") return read_comtrade(path);
+  if (extension == ".cfg" || extension == ".dat") return read_comtrade(path, options);
 
   const std::string content = read_file(path);
   for (const Refusal& refusal : kRefusals) {
     if (extension == refusal.extension) throw ReadError(name, "", refusal.cause, refusal.cure);
   }
-  if (extension == ".cff" || is_single_comtrade(content)) return read_single_comtrade(name, content);
+  if (extension == ".cff" || is_single_comtrade(content)) return read_single_comtrade(name, content, options);
   const bool table = extension == ".csv" || extension == ".tsv" || extension == ".txt" || looks_like_table(content);
   if (!table) throw ReadError(name, "", "is not a kind of record that is read", kReadable);
-  return read_csv(name, content, options.sampling_rate);
+  return read_csv(name, content, options);
 }
 
 }  // namespace

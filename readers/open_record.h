@@ -3,14 +3,10 @@
 
 #include <string>
 
+#include "readers/open_options.h"
 #include "readers/record.h"
 
 namespace readers {
-
-/// What the user says about a file that does not say it itself.
-struct OpenOptions {
-  double sampling_rate = 0;  ///< samples per second for a CSV file without a time column; 0: not given
-};
 
 /// Reads a COMTRADE record (name its .cfg or .dat file, the other lies beside it, in any letter case; or its .cff file)
 /// or a CSV file; "-" reads a .cff file or CSV from standard input. Throws ReadError.

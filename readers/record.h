@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -14,16 +15,19 @@ struct Channel {
   std::string name;
   std::string phase;            ///< the file's phase field as it stands ("A", "L1", ...); empty when there is none
   std::string unit;             ///< the file's unit as it stands ("V", "kV", "A", ...); empty when there is none
-  std::vector<double> samples;  ///< in `unit`; NaN where the file marks a value as missing
+  std::vector<double> samples;  ///< in `unit`; NaN where the file marks a value as missing; empty when not asked for
   double primary = 1;           ///< transformer ratio as the file states it
   double secondary = 1;
-  char side = 0;  ///< 'P' or 'S': samples are primary or secondary values; 0 when the file does not say
+  char side = 0;    ///< 'P' or 'S': samples are primary or secondary values; 0 when the file does not say
+  double skew = 0;  ///< seconds by which the channel is sampled later than the row's time; not corrected in `samples`
 };
 
 /// A stretch of the record with one sampling rate.
 struct RateSection {
-  double rate = 0;      ///< samples per second; 0 when the file leaves it to the time stamps
+  double rate = 0;      ///< samples per second; 0 when neither the file nor its time stamps tell
   std::size_t end = 0;  ///< one past the section's last sample
+  double start = 0;     ///< time of its first sample, seconds from the record's first
+  bool follows = true;  ///< whether it goes on where the section before ends; otherwise time is missing between them
 };
 
 struct Record {
@@ -33,13 +37,18 @@ struct Record {
   std::string device;
   std::string start_time;          ///< as in the file, empty when there is none
   std::string trigger_time;        ///< as in the file, empty when there is none
+  std::optional<double> trigger;   ///< seconds from the first sample, when it falls into the record
+  std::string time_zone;           ///< hours against UTC as in the file ("+5h30"), empty when it does not say
   double line_frequency = 0;       ///< hertz; 0 when the file does not say
   std::vector<RateSection> rates;  ///< in order; their last `end` is the record's length
   std::vector<Channel> channels;   ///< analog channels, all of the same length
   std::vector<std::string> notes;  ///< oddities a user should know of, one sentence each
 
   /// Samples per channel.
-  [[nodiscard]] std::size_t length() const { return channels.empty() ? 0 : channels.front().samples.size(); }
+  [[nodiscard]] std::size_t length() const {
+    if (!rates.empty()) return rates.back().end;
+    return channels.empty() ? 0 : channels.front().samples.size();
+  }
 };
 
 /// Input that cannot be used: says which file, where in it, what is wrong and what helps.

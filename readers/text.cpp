@@ -67,6 +67,20 @@ std::string inert(std::string_view bytes) {
   return text;
 }
 
+bool is_utf8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const std::size_t ascii = static_cast<std::size_t>(
+        std::find_if(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; }) -
+        bytes.begin());
+    bytes.remove_prefix(ascii);
+    if (bytes.empty()) break;
+    const std::size_t length = first_character(bytes).length;
+    if (length == 0) return false;
+    bytes.remove_prefix(length);
+  }
+  return true;
+}
+
 std::string cited(std::string_view piece) {
   constexpr std::size_t kLongest = 40;
   std::string text = inert(piece.substr(0, 8 * kLongest));  // enough bytes; the rest would be cut anyway
@@ -121,6 +135,9 @@ std::vector<std::string_view> split_fields(std::string_view line, char separator
 }
 
 std::optional<double> parse_number(std::string_view text) {
+  double plain = 0;
+  const char* behind = plain_number(text.data(), text.data() + text.size(), plain);
+  if (behind != nullptr && behind == text.data() + text.size()) return plain;
   text = trimmed(text);
   if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
   double value = 0;

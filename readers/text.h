@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -14,6 +15,9 @@ namespace readers {
 /// The text as valid UTF-8 that no terminal or report can stumble over: bytes that are not UTF-8 become U+FFFD,
 /// line breaks and tabs become blanks, other control and text-direction characters are dropped.
 std::string inert(std::string_view bytes);
+
+/// Whether all bytes are UTF-8.
+bool is_utf8(std::string_view bytes);
 
 /// A piece of a file for use in a message: inert, shortened when long, in single quotation marks.
 std::string cited(std::string_view piece);
@@ -37,6 +41,33 @@ bool is_utf16(std::string_view content);
 /// The fields between separators, trimmed; one empty field for an empty line. Knows no quotation marks.
 std::vector<std::string_view> split_fields(std::string_view line, char separator);
 
+/// Takes a number that is written in digits, with a minus sign or a point or neither, at the start of text. Returns the
+/// place behind it; null for all other ways to write a number, which parse_number knows. Up to fifteen digits both
+/// their value and the power of ten are exact, and so their quotient is rounded once, as it should be.
+inline const char* plain_number(const char* at, const char* end, double& number) {
+  constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  constexpr std::ptrdiff_t kMostDigits = 15;
+  const auto is_digit = [](char c) { return static_cast<unsigned char>(c - '0') < 10; };
+  const bool negative = at < end && *at == '-';
+  if (negative) ++at;
+  const char* digits = at;
+  std::uint64_t value = 0;
+  for (; at < end && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
+  std::ptrdiff_t count = at - digits;
+  std::ptrdiff_t decimals = 0;
+  if (at < end && *at == '.') {
+    const char* point = at;
+    for (++at; at < end && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
+    decimals = at - point - 1;
+    count += decimals;
+  }
+  if (count == 0 || count > kMostDigits) return nullptr;
+  const auto whole = static_cast<double>(static_cast<std::int64_t>(value));
+  const double size = decimals == 0 ? whole : whole / kPowers[decimals];
+  number = negative ? -size : size;
+  return at;
+}
+
 /// The number that the whole of `text` (trimmed) writes, a leading plus sign allowed.
 std::optional<double> parse_number(std::string_view text);
 
@@ -56,6 +87,8 @@ class Lines {
 
   /// True when no line is left.
   [[nodiscard]] bool at_end() const { return rest_.empty(); }
+
+  [[nodiscard]] std::size_t bytes_left() const { return rest_.size(); }
 
   /// Number of the line that `next` gave last; the first is 1.
   [[nodiscard]] std::size_t number() const { return number_; }

@@ -31,7 +31,19 @@ std::optional<double> volts_per(const std::string& unit) {
   if (is_one_of(small, {"", "v", "volt", "volts"})) return 1;
   if (is_one_of(small, {"kv", "kilovolt", "kilovolts"})) return 1e3;
   if (small == "mv") return text[0] == 'm' ? 1e-3 : 1e6;  // milli or mega: here the letter's case is the meaning
+  // Russian devices; "В/кВ" is secondary volts and primary kilovolts, and the samples are secondary.
+  if (is_one_of(text, {"В", "в", "В/кВ", "В/к", "V/kV"})) return 1;
+  if (is_one_of(text, {"кВ", "КВ", "кв"})) return 1e3;
+  if (text == "мВ") return 1e-3;
   return std::nullopt;
+}
+
+/// Whether a unit is surely that of another quantity. Ampere is not: labels are copied from channel to channel.
+bool is_of_another_quantity(const std::string& unit) {
+  const std::string small = lower_case(trimmed(unit));
+  return is_one_of(
+      small, {"ka", "ma",  "hz",  "khz", "%",    "deg",  "degree", "degrees", "\xC2\xB0", "rad", "w",  "kw", "mw",
+              "va", "kva", "mva", "var", "kvar", "mvar", "ohm",    "s",       "ms",       "us",  "гц", "Гц", "кА"});
 }
 
 // --- phases in names and phase fields --------------------------------------------------------------------------------
@@ -42,28 +54,40 @@ std::optional<std::size_t> phase_of(char c) {
     case 'a':
     case '1':
     case 'r':
+    case 'u':
       return 0;
     case 'b':
     case '2':
     case 's':
+    case 'v':
       return 1;
     case 'c':
     case '3':
     case 't':
+    case 'w':
       return 2;
     default:
       return std::nullopt;
   }
 }
 
+/// Whether two signs are of one way to name phases: A B C, 1 2 3, R S T or U V W.
+bool of_one_kind(char one, char other) {
+  const auto kind = [](char c) { return is_digit(c) ? 0 : c <= 'c' ? 1 : c <= 't' ? 2 : 3; };
+  return kind(one) == kind(other);
+}
+
 bool is_ground(char c) {
   return c == 'n' || c == 'g' || c == 'e';
 }
 
+std::size_t pair_of(std::size_t one, std::size_t other);
+
 /// What a phase field says.
 struct PhaseField {
   std::optional<std::size_t> phase;
-  bool other = false;  ///< neutral, zero sequence or two phases
+  bool other = false;               ///< neutral, zero sequence or two phases
+  std::optional<std::size_t> pair;  ///< which two
 };
 
 PhaseField read_phase_field(const std::string& field) {
@@ -71,15 +95,17 @@ PhaseField read_phase_field(const std::string& field) {
   for (const char c : lower_case(field)) {
     if (c != 'l' && kSeparators.find(c) == kSeparators.npos) text += c;  // L1, A-N
   }
-  if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0'};
+  if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0', {}};
   if (text.size() == 2 && phase_of(text[0])) {
-    if (is_ground(text[1])) return {phase_of(text[0]), false};
-    if (phase_of(text[1])) return {std::nullopt, true};
+    if (is_ground(text[1])) return {phase_of(text[0]), false, {}};
+    if (const auto second = phase_of(text[1]); second && second != phase_of(text[0]) && of_one_kind(text[0], text[1])) {
+      return {std::nullopt, true, pair_of(*phase_of(text[0]), *second)};
+    }
   }
   return {};
 }
 
-enum class Alphabet { kLetters, kOther };  // other: digits, or R S T
+enum class Alphabet { kLetters, kOther };  // other: digits, R S T, or U V W
 
 /// A place in a name that may tell the phase.
 struct PhaseMark {
@@ -118,37 +144,52 @@ std::vector<PhaseMark> phase_marks(std::string_view name) {
     const bool after_quantity = is_one_of(word_before(name, i), {"u", "v", "ul", "vl", "l", "ph", "phase"});
     const bool letter = name[i] <= 'c' && !is_digit(name[i]);
     if (is_digit(name[i]) ? beside_digit(name, i) : word_goes_on(name, i)) continue;
-    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), digits and R, S, T stand for much else.
+    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), digits, R, S, T and U, V, W stand for much else.
     if (!letter && !after_quantity) continue;
     marks.push_back({i, *phase, letter ? Alphabet::kLetters : Alphabet::kOther, after_quantity});
   }
   return marks;
 }
 
+/// Two phases as the place of their voltage in the order AB, BC, CA.
+std::size_t pair_of(std::size_t one, std::size_t other) {
+  const auto [low, high] = std::minmax(one, other);
+  return low == 0 && high == 2 ? 2 : low;
+}
+
+/// Where a name says between which phases the voltage is.
+struct PairMark {
+  std::size_t first = 0;  ///< positions of the two phases
+  std::size_t second = 0;
+  std::size_t pair = 0;
+};
+
 /// A voltage between two phases: Uab, VL12, "Ua-Ub".
-bool names_two_phases(std::string_view name, const std::vector<PhaseMark>& marks) {
+std::optional<PairMark> pair_mark(std::string_view name, const std::vector<PhaseMark>& marks) {
   for (std::size_t i = 0; i + 1 < name.size(); ++i) {
     const auto first = phase_of(name[i]);
     const auto second = phase_of(name[i + 1]);
-    if (!first || !second || *first == *second || is_digit(name[i]) != is_digit(name[i + 1])) continue;
+    if (!first || !second || *first == *second || !of_one_kind(name[i], name[i + 1])) continue;
     const char behind = i + 2 < name.size() ? name[i + 2] : ' ';
     const bool ends = is_digit(name[i]) ? !is_digit(behind) : !is_letter(behind);
-    if (ends && is_one_of(word_before(name, i), {"u", "v", "ul", "vl"})) return true;
+    if (ends && is_one_of(word_before(name, i), {"u", "v", "ul", "vl"}))
+      return PairMark{i, i + 1, pair_of(*first, *second)};
   }
   for (const PhaseMark& one : marks) {
     for (const PhaseMark& other : marks) {
       if (one.after_quantity && other.after_quantity && one.alphabet == other.alphabet && one.phase != other.phase) {
-        return true;
+        return PairMark{one.position, other.position, pair_of(one.phase, other.phase)};
       }
     }
   }
-  return false;
+  return std::nullopt;
 }
 
 /// Whether a name without a unit is that of a voltage.
 bool sounds_like_voltage(std::string_view name, const std::vector<PhaseMark>& marks) {
   constexpr std::string_view kVoltageInChinese = "\xE7\x94\xB5\xE5\x8E\x8B";
-  for (const std::string_view word : {std::string_view("volt"), std::string_view("spannung"), kVoltageInChinese}) {
+  for (const std::string_view word : {std::string_view("volt"), std::string_view("spannung"),
+                                      std::string_view("напряж"), std::string_view("Напряж"), kVoltageInChinese}) {
     if (name.find(word) != name.npos) return true;
   }
   for (std::size_t i = 0; i < name.size(); ++i) {  // a word of its own: "U Sig (a)", "V_L1"
@@ -219,7 +260,7 @@ class SetCollector {
 
   /// Makes sets of channels that differ in nothing but the phase. Several sets may go by one name: the first A belongs
   /// to the first B and C, and so on, as long as there are equally many.
-  void add_matching(const std::vector<Reading>& readings) {
+  void add_matching(const std::vector<Reading>& readings, PhaseSource source) {
     std::map<std::string, std::array<std::vector<std::size_t>, 3>> groups;
     for (const Reading& reading : readings) {
       if (!is_taken(reading.channel)) groups[reading.rest][reading.phase].push_back(reading.channel);
@@ -235,13 +276,15 @@ class SetCollector {
       return std::pair(last - first, first);
     };
     std::sort(found.begin(), found.end(), [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
-    for (const auto& set : found) add(set);
+    for (const auto& set : found) add(set, source);
   }
 
-  void add(const std::array<std::size_t, 3>& set) {
+  void add(const std::array<std::size_t, 3>& set, PhaseSource source) {
     if (std::any_of(set.begin(), set.end(), [&](std::size_t channel) { return is_taken(channel); })) return;
     for (const std::size_t channel : set) taken_[channel] = true;
-    sets_.push_back({set, false});
+    sets_.push_back({});
+    sets_.back().channels = set;
+    sets_.back().source = source;
   }
 
   std::vector<VoltageSet> in_file_order() && {
@@ -257,16 +300,21 @@ class SetCollector {
   std::vector<VoltageSet> sets_;
 };
 
-std::vector<Candidate> candidates_in(const Record& record) {
+enum class Units { of_voltage, any };
+
+/// Channels that may be phase voltages; `units`: which units they may have, those of other quantities never.
+std::vector<Candidate> candidates_in(const Record& record, Units units) {
   std::vector<Candidate> candidates;
   for (std::size_t i = 0; i < record.channels.size(); ++i) {
     const Channel& channel = record.channels[i];
     const PhaseField field = read_phase_field(channel.phase);
-    if (field.other || !volts_per(channel.unit)) continue;
+    const bool of_voltage = volts_per(channel.unit).has_value();
+    if (field.other || (!of_voltage && (units == Units::of_voltage || is_of_another_quantity(channel.unit)))) continue;
     Candidate candidate{i, lower_case(channel.name), field.phase, {}};
     candidate.marks = phase_marks(candidate.name);
-    if (channel.unit.empty() && !sounds_like_voltage(candidate.name, candidate.marks)) continue;
-    if (names_two_phases(candidate.name, candidate.marks) || is_computed(candidate.name)) continue;
+    const bool by_name = channel.unit.empty() || !of_voltage;
+    if (by_name && !sounds_like_voltage(candidate.name, candidate.marks)) continue;
+    if (pair_mark(candidate.name, candidate.marks) || is_computed(candidate.name)) continue;
     candidates.push_back(std::move(candidate));
   }
   return candidates;
@@ -326,14 +374,14 @@ void add_consecutive(const std::vector<Candidate>& candidates, SetCollector& col
     if (*phase != run.size()) run.clear();
     if (*phase == run.size()) run.push_back(candidate.channel);
     if (run.size() < 3) continue;
-    collector.add({run[0], run[1], run[2]});
+    collector.add({run[0], run[1], run[2]}, PhaseSource::order);
     run.clear();
   }
 }
 
 // --- live sets -------------------------------------------------------------------------------------------------------
 
-/// Root mean square of the values that are there, in volts; 0 when the channel is no voltage.
+/// Root mean square of the values that are there, in volts, or in its own unit when that is none.
 double rms_volts(const Channel& channel) {
   double sum = 0;
   std::size_t count = 0;
@@ -342,17 +390,32 @@ double rms_volts(const Channel& channel) {
     sum += value * value;
     ++count;
   }
-  return count == 0 ? 0 : volts_per(channel.unit).value_or(0) * std::sqrt(sum / static_cast<double>(count));
+  return count == 0 ? 0 : volts_per(channel.unit).value_or(1) * std::sqrt(sum / static_cast<double>(count));
 }
 
-/// A set is live when none of its phases is zero throughout and the largest is no mere noise beside the record's
+/// Whether the values that are there do not change.
+bool is_flat(const Channel& channel) {
+  std::size_t count = 0;
+  double first = 0;
+  for (const double value : channel.samples) {
+    if (!std::isfinite(value)) continue;
+    if (count++ == 0) first = value;
+    if (value != first) return false;
+  }
+  return count > 2;  // of one or two values there is no telling
+}
+
+/// A set is live when none of its phases is flat throughout and the largest is no mere noise beside the record's
 /// largest. One phase may well be low: that is what a long dip looks like.
 void mark_live(const Record& record, std::vector<VoltageSet>& sets) {
   constexpr double kNoise = 0.01;
   std::vector<std::pair<double, double>> smallest_and_largest;
   double largest = 0;
   for (const VoltageSet& set : sets) {
-    const auto rms = [&](std::size_t phase) { return rms_volts(record.channels[set.channels[phase]]); };
+    const auto rms = [&](std::size_t phase) {
+      const Channel& channel = record.channels[set.channels[phase]];
+      return is_flat(channel) ? 0 : rms_volts(channel);
+    };
     smallest_and_largest.push_back(std::minmax({rms(0), rms(1), rms(2)}));
     largest = std::max(largest, smallest_and_largest.back().second);
   }
@@ -360,6 +423,40 @@ void mark_live(const Record& record, std::vector<VoltageSet>& sets) {
     const auto [low, high] = smallest_and_largest[i];
     sets[i].live = low > 0 && high >= kNoise * largest;
   }
+}
+
+void live_first(const Record& record, std::vector<VoltageSet>& sets) {
+  mark_live(record, sets);
+  std::stable_partition(sets.begin(), sets.end(), [](const VoltageSet& set) { return set.live; });
+}
+
+std::vector<VoltageSet> phase_sets(const Record& record, Units units) {
+  const std::vector<Candidate> candidates = candidates_in(record, units);
+  SetCollector collector(record.channels.size());
+  collector.add_matching(readings_by_field(candidates), PhaseSource::phase_field);
+  collector.add_matching(readings_by_name(candidates, Alphabet::kLetters), PhaseSource::name);
+  collector.add_matching(readings_by_name(candidates, Alphabet::kOther), PhaseSource::name);
+  collector.add_matching(readings_without_numbers(candidates), PhaseSource::name);
+  add_consecutive(candidates, collector);
+  return std::move(collector).in_file_order();
+}
+
+/// Voltages between phases, by their phase field or else by their name.
+std::vector<Reading> pair_readings(const Record& record, bool by_field) {
+  std::vector<Reading> readings;
+  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+    const Channel& channel = record.channels[i];
+    if (!volts_per(channel.unit)) continue;
+    std::string name = lower_case(channel.name);
+    const std::vector<PhaseMark> marks = phase_marks(name);
+    const auto mark = pair_mark(name, marks);
+    if (is_computed(name) || (channel.unit.empty() && !mark && !sounds_like_voltage(name, marks))) continue;
+    const PhaseField field = read_phase_field(channel.phase);
+    if (by_field ? !field.pair : !mark) continue;
+    if (mark) name[mark->first] = name[mark->second] = kPhasePlace;
+    readings.push_back({i, by_field ? *field.pair : mark->pair, name});
+  }
+  return readings;
 }
 
 // --- sets and samples by name ----------------------------------------------------------------------------------------
@@ -426,17 +523,32 @@ std::string stretches_text(const std::vector<bool>& bad) {
 }  // namespace
 
 std::vector<VoltageSet> find_voltage_sets(const Record& record) {
-  const std::vector<Candidate> candidates = candidates_in(record);
-  SetCollector collector(record.channels.size());
-  collector.add_matching(readings_by_field(candidates));
-  collector.add_matching(readings_by_name(candidates, Alphabet::kLetters));
-  collector.add_matching(readings_by_name(candidates, Alphabet::kOther));
-  collector.add_matching(readings_without_numbers(candidates));
-  add_consecutive(candidates, collector);
-
-  std::vector<VoltageSet> sets = std::move(collector).in_file_order();
-  mark_live(record, sets);
+  std::vector<VoltageSet> sets = phase_sets(record, Units::of_voltage);
+  if (sets.empty()) {
+    sets = phase_sets(record, Units::any);
+    for (VoltageSet& set : sets) set.unit_guessed = true;
+  }
+  live_first(record, sets);
   return sets;
+}
+
+std::vector<VoltageSet> find_line_to_line_sets(const Record& record) {
+  SetCollector collector(record.channels.size());
+  collector.add_matching(pair_readings(record, true), PhaseSource::phase_field);
+  collector.add_matching(pair_readings(record, false), PhaseSource::name);
+  std::vector<VoltageSet> sets = std::move(collector).in_file_order();
+  for (VoltageSet& set : sets) set.between_phases = true;
+  live_first(record, sets);
+  return sets;
+}
+
+VoltsPerUnit volts_per_unit(const Record& record, std::size_t channel) {
+  const Channel& source = record.channels.at(channel);
+  if (const auto factor = volts_per(source.unit)) return {*factor, trimmed(source.unit).empty()};
+  const std::string name = lower_case(source.name);
+  if (!is_of_another_quantity(source.unit) && sounds_like_voltage(name, phase_marks(name))) return {1, true};
+  throw ReadError(record.file, "channel " + cited(source.name), "the unit " + cited(source.unit) + " is no voltage",
+                  "choose channels in V, kV, mV or MV");
 }
 
 VoltageSet named_voltage_set(const Record& record, const std::string& names) {
@@ -446,6 +558,14 @@ VoltageSet named_voltage_set(const Record& record, const std::string& names) {
   }
   VoltageSet set;
   for (std::size_t i = 0; i < 3; ++i) set.channels[i] = channel_named(record, parts[i]);
+  set.source = PhaseSource::user;
+  const auto pairs = find_line_to_line_sets(record);
+  const auto is_between_phases = [&](std::size_t channel) {
+    return std::any_of(pairs.begin(), pairs.end(), [&](const VoltageSet& pair) {
+      return std::find(pair.channels.begin(), pair.channels.end(), channel) != pair.channels.end();
+    });
+  };
+  set.between_phases = std::all_of(set.channels.begin(), set.channels.end(), is_between_phases);
   const auto& [a, b, c] = set.channels;
   if (a == b || b == c || a == c) refuse_names(record, cited(names) + " names a channel twice");
 
@@ -458,17 +578,13 @@ VoltageSet named_voltage_set(const Record& record, const std::string& names) {
 std::vector<float> volts(const Record& record, std::size_t channel) {
   const Channel& source = record.channels.at(channel);
   const std::string place = "channel " + cited(source.name);
-  const auto factor = volts_per(source.unit);
-  if (!factor) {
-    throw ReadError(record.file, place, "the unit " + cited(source.unit) + " is no voltage",
-                    "choose channels in V, kV, mV or MV");
-  }
+  const double factor = volts_per_unit(record, channel).factor;
 
   std::vector<float> values;
   values.reserve(source.samples.size());
   std::vector<bool> bad(source.samples.size(), false);
   for (std::size_t i = 0; i < source.samples.size(); ++i) {
-    const double value = source.samples[i] * *factor;
+    const double value = source.samples[i] * factor;
     bad[i] = !(std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max()));
     values.push_back(bad[i] ? 0.0F : static_cast<float>(value));
   }

@@ -1,11 +1,11 @@
 #include "sagx/SVD_cal.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <iterator>
 #include <limits>
 
-#include "sagx/spread.h"
 #include "sagx/three_phases.h"
 
 namespace {
@@ -15,6 +15,17 @@ constexpr int top_tenth = 9;
 int tenth_of(float normalised) {
   const double tenths = static_cast<double>(normalised) * 10.0;
   return tenths > -1 && tenths < top_tenth ? static_cast<int>(tenths) : top_tenth;
+}
+
+/// Population standard deviation of `count` values. Sums, mean and quotient are float, the root double.
+float standard_deviation(const float* values, int count) {
+  const auto divisor = static_cast<float>(count);
+  float sum = 0;
+  for (int j = 0; j < count; j++) sum += values[j];
+  const float mean = sum / divisor;
+  float squares = 0;
+  for (int j = 0; j < count; j++) squares += (values[j] - mean) * (values[j] - mean);
+  return static_cast<float>(std::sqrt(static_cast<double>(squares / divisor)));
 }
 
 }  // namespace
@@ -53,6 +64,6 @@ float SVD_bzc(void) {
   std::printf("seg_num=%d\r\n", blocks);
   if (blocks < 1) return std::numeric_limits<float>::quiet_NaN();
   float sum = 0;
-  for (int i = 0; i < blocks; i++) sum += sagx::standard_deviation(feasvd_buf.feasvd_redu + i * half, half);
+  for (int i = 0; i < blocks; i++) sum += standard_deviation(feasvd_buf.feasvd_redu + i * half, half);
   return sum / static_cast<float>(blocks);
 }

@@ -3,9 +3,9 @@
 #include "sagx/Vrms.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
+#include "sagx/kernels.h"
 #include "sagx/three_phases.h"
 
 namespace {
@@ -14,25 +14,47 @@ float lowest_phase(const dq_dipx_rms& record, int i) {
   return sagx::smallest_of(record.rmsa[i], record.rmsb[i], record.rmsc[i]);
 }
 
+/// The largest value, at least 0. Which of them is looked at first makes no difference.
 float largest(const float* values, int count) {
-  float max = 0;
-  for (int i = 0; i < count; i++) {
-    if (values[i] > max) max = values[i];
+  constexpr int at_once = 16;
+  float max[at_once] = {};
+  int i = 0;
+  for (; i + at_once <= count; i += at_once) {
+    for (int j = 0; j < at_once; j++) max[j] = values[i + j] > max[j] ? values[i + j] : max[j];
   }
-  return max;
+  for (; i < count; i++) max[0] = values[i] > max[0] ? values[i] : max[0];
+  return *std::max_element(max, max + at_once);
+}
+
+/// How many of the `count` samples from `begin` on lie below the threshold.
+int samples_below(const dq_dipx_rms& record, int begin, int count) {
+  int below = 0;
+  for (int i = begin; i < begin + count; i++) below += lowest_phase(record, i) < record.ut ? 1 : 0;
+  return below;
 }
 
 /// Fills `record.T0` with the samples at which the lowest phase crosses the threshold; returns how many there are.
 int find_crossings(dq_dipx_rms& record, int samples) {
   if (samples < 1) return 0;
+  constexpr int block = 256;
   int crossings = 0;
   float previous = lowest_phase(record, 0);
-  for (int i = 1; i < samples && crossings < DQ_BOUNDARY_CAPACITY; i++) {
-    const float current = lowest_phase(record, i);
-    const bool fall = current < record.ut && previous >= record.ut;
-    const bool rise = current >= record.ut && previous < record.ut;
-    if (fall || rise) record.T0[crossings++] = i;
-    previous = current;
+  for (int i = 1; i < samples && crossings < DQ_BOUNDARY_CAPACITY;) {
+    // A block that lies wholly on the side of the sample before it has no crossing.
+    const int below = i + block <= samples ? samples_below(record, i, block) : -1;
+    if (below == (previous < record.ut ? block : 0)) {
+      i += block;
+      previous = lowest_phase(record, i - 1);
+      continue;
+    }
+    const int end = std::min(i + block, samples);
+    for (; i < end && crossings < DQ_BOUNDARY_CAPACITY; i++) {
+      const float current = lowest_phase(record, i);
+      const bool fall = current < record.ut && previous >= record.ut;
+      const bool rise = current >= record.ut && previous < record.ut;
+      if (fall || rise) record.T0[crossings++] = i;
+      previous = current;
+    }
   }
   return crossings;
 }
@@ -51,11 +73,7 @@ void merge_close_dips(dq_dipx_rms& record, int crossings) {
 
 void Vrms_cal(float* rms, float* v, int smp, int len) {
   if (rms == nullptr || v == nullptr || smp < 1) return;
-  for (int i = smp - 1; i < len; i++) {
-    float sum = 0;
-    for (int j = 0; j < smp; j++) sum += v[i - j] * v[i - j];
-    rms[i] = static_cast<float>(std::sqrt(static_cast<double>(sum / static_cast<float>(smp))));
-  }
+  sagx::kernels().cycle_rms(v, len, smp, rms);
   std::fill_n(rms, smp - 1, rms[smp - 1]);
 }
 

@@ -10,7 +10,7 @@
 
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
-#include "sagx/spread.h"
+#include "sagx/kernels.h"
 #include "sagx/three_phases.h"
 
 namespace {
@@ -29,11 +29,7 @@ float two_cycle_rms_sum(const float* samples, int smp) {
 
 /// Share of the first `blocks` half-cycles of an RMS curve that fluctuate.
 float restless_share(const float* rms, int half, int blocks) {
-  int restless = 0;
-  for (int i = 0; i < blocks; i++) {
-    if (sagx::standard_deviation(rms + static_cast<std::ptrdiff_t>(i) * half, half) > 0.5) restless++;
-  }
-  return static_cast<float>(restless) / static_cast<float>(blocks);
+  return static_cast<float>(sagx::kernels().restless_blocks(rms, half, blocks)) / static_cast<float>(blocks);
 }
 
 /// Distance of two positions.

@@ -1,8 +1,8 @@
 #include "sagx/dq_change.h"
 
 #include <algorithm>
-#include <iterator>
 
+#include "sagx/kernels.h"
 #include "sagx/matlab_svd.h"
 #include "sagx/svd_feature.h"
 #include "sagx/three_phases.h"
@@ -14,21 +14,27 @@ namespace {
 /// The first and last quarter cycle stay as they are. At rates that leave 2 or 3 over four, the last median takes one
 /// entry past the samples as it stands; past the array it counts as 0.
 void smooth(const float (&raw)[DQ_WINDOW_CAPACITY], float (&smoothed)[DQ_WINDOW_CAPACITY], int samples, unsigned rate) {
-  const auto quarter = static_cast<int>(std::min(rate / 4, unsigned{DQ_WINDOW_CAPACITY}));
-  const auto length = static_cast<int>(std::min(rate / 2 + 1, unsigned{DQ_WINDOW_CAPACITY}));
-  float window[1025];  // one more than median takes: it answers for longer ones without a look
-  for (int i = quarter; i < samples - quarter; i++) {
-    const int begin = i - quarter;
-    const int wanted = std::min<int>(length, std::size(window));
-    const int held = std::min(wanted, DQ_WINDOW_CAPACITY - begin);
-    std::fill(std::copy_n(raw + begin, held, window), window + wanted, 0.0F);
-    smoothed[i] = median(window, wanted);
+  constexpr unsigned longest = 1024;  // of longer windows the median is 0
+  const unsigned quarter = rate / 4;
+  const unsigned length = rate / 2 + 1;
+  if (2 * quarter >= static_cast<unsigned>(samples)) return;
+  const int medians = samples - static_cast<int>(2 * quarter);
+  float* first = smoothed + quarter;
+  if (length > longest) {
+    std::fill_n(first, medians, 0.0F);
+    return;
   }
+  const int held = std::min(medians, DQ_WINDOW_CAPACITY - static_cast<int>(length) + 1);
+  kernels().sliding_median(raw, held, static_cast<int>(length), first);
+  if (held == medians) return;
+  float window[longest];
+  *std::copy(raw + held, raw + DQ_WINDOW_CAPACITY, window) = 0;
+  first[held] = median(window, static_cast<int>(length));
 }
 
 void measure(const float* magnitude, float* feature, int samples, int order) {
   const int first = order * order;
-  for (int i = first; i < samples; i++) feature[i] = svd_feature(magnitude, i, order);
+  svd_features(magnitude, samples, 1, order, feature + first);
   std::fill_n(feature, first, feature[first]);
 }
 

@@ -4,7 +4,9 @@
 #include "sagx/dq_delay.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
 #include "sagx/lvbo.h"
 
@@ -26,24 +28,88 @@ bool fits(int samples_per_cycle, int n, int element) {
          n <= DQ_FILTER_CAPACITY - element;
 }
 
+/// What turns a sample of a three-phase set into the dq frame.
+struct Rotation {
+  float d[3];
+  float q[3];
+};
+
+Rotation rotation_at(float t, float f) {
+  const double angle = static_cast<double>(t) * (static_cast<double>(f) * two_pi);
+  const auto scaled = [](float entry) { return static_cast<float>(static_cast<double>(entry) * 0.816496580927726); };
+  Rotation rotation;
+  int phase = 0;
+  for (const double at : {angle, angle - third_of_turn, angle + third_of_turn}) {
+    rotation.d[phase] = scaled(static_cast<float>(std::cos(at)));
+    rotation.q[phase] = scaled(-static_cast<float>(std::sin(at)));
+    phase++;
+  }
+  return rotation;
+}
+
+bool same_bits(float a, float b) {
+  return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
+/// Rotations of a window's samples. They depend on time and frequency alone, which are the same for all phases and,
+/// from a window's first sample on, for all windows of a rate: kept until they change.
+class Rotations {
+ public:
+  const Rotation* of(const float* t, int n, float f) {
+    if (!same_bits(f, f_)) known_ = 0;
+    f_ = f;
+    for (int i = 0; i < n; i++) {
+      if (i < known_ && same_bits(t[i], t_[i])) continue;
+      t_[i] = t[i];
+      rotation_[i] = rotation_at(t[i], f);
+    }
+    known_ = std::max(known_, n);
+    return rotation_;
+  }
+
+ private:
+  int known_ = 0;  // entries that hold for t_ and f_
+  float f_ = 0;
+  float t_[DQ_WINDOW_CAPACITY];
+  Rotation rotation_[DQ_WINDOW_CAPACITY];
+};
+
+Rotations rotations;
+
+/// d and q component of a sample. Each sum begins at zero.
+vec_struct rotated(const Rotation& rotation, float a, float b, float c) {
+  float d = 0;
+  d += a * rotation.d[0];
+  d += b * rotation.d[1];
+  d += c * rotation.d[2];
+  float q = 0;
+  q += a * rotation.q[0];
+  q += b * rotation.q[1];
+  q += c * rotation.q[2];
+  return {d, q};
+}
+
+/// RMS magnitude, angle and phasor of a sample.
+struct Polar {
+  float magnitude;
+  float degrees;
+  vec_struct phasor;
+};
+
+Polar polar_of(float d, float q) {
+  return {static_cast<float>(line_to_phase * std::sqrt(static_cast<double>(d * d + q * q))),
+          static_cast<float>(std::atan2(static_cast<double>(q), static_cast<double>(d)) / degrees_pi * 180.0),
+          {static_cast<float>(line_to_phase * static_cast<double>(d)),
+           static_cast<float>(line_to_phase * static_cast<double>(q))}};
+}
+
 }  // namespace
 
 void dq(float ua, float ub, float uc, float t, float f, float* upd, float* upq) {
   if (upd == nullptr || upq == nullptr) return;
-  const double angle = static_cast<double>(t) * (static_cast<double>(f) * two_pi);
-  const auto scaled = [](float entry) { return static_cast<float>(static_cast<double>(entry) * 0.816496580927726); };
-  const auto c = [&](double at) { return scaled(static_cast<float>(std::cos(at))); };
-  const auto s = [&](double at) { return scaled(-static_cast<float>(std::sin(at))); };
-  float d = 0;
-  d += ua * c(angle);
-  d += ub * c(angle - third_of_turn);
-  d += uc * c(angle + third_of_turn);
-  float q = 0;
-  q += ua * s(angle);
-  q += ub * s(angle - third_of_turn);
-  q += uc * s(angle + third_of_turn);
-  *upd = d;
-  *upq = q;
+  const vec_struct component = rotated(rotation_at(t, f), ua, ub, uc);
+  *upd = component.r;
+  *upq = component.x;
 }
 
 void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, float* angle_ua, vec_struct* vec_u) {
@@ -58,12 +124,15 @@ void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, f
   const double delay_angle = pi * static_cast<double>(share + share);
   const double cosine = std::cos(delay_angle);
   const double sine = std::sin(delay_angle);
+  const Rotation* rotation = rotations.of(t, n, f);
   for (int i = delay; i < n; i++) {
     const auto now = static_cast<double>(Va[i]);
     const auto before = static_cast<double>(Va[i - delay]);
     const auto leading = static_cast<float>(((cosine * now - before) * 0.8660254037844386) / sine + (-0.5) * now);
     const float lagging = -Va[i] - leading;
-    dq(Va[i], lagging, leading, t[i], f, &data.upd1[i], &data.upq1[i]);
+    const vec_struct component = rotated(rotation[i], Va[i], lagging, leading);
+    data.upd1[i] = component.r;
+    data.upq1[i] = component.x;
   }
   // Without a delayed partner the first samples repeat the first that has one.
   std::fill_n(data.upd1, delay, data.upd1[delay]);
@@ -71,12 +140,13 @@ void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, f
 
   lvbo(data.upd1, data.upd, n, element);
   lvbo(data.upq1, data.upq, n, element);
+  Polar polar{};
   for (int i = 0; i < n; i++) {
-    const float d = data.upd[i];
-    const float q = data.upq[i];
-    ua[i] = static_cast<float>(line_to_phase * std::sqrt(static_cast<double>(d * d + q * q)));
-    angle_ua[i] = static_cast<float>(std::atan2(static_cast<double>(q), static_cast<double>(d)) / degrees_pi * 180.0);
-    vec_u[i].r = static_cast<float>(line_to_phase * static_cast<double>(d));
-    vec_u[i].x = static_cast<float>(line_to_phase * static_cast<double>(q));
+    // The filter leaves long flat stretches.
+    const bool flat = i > 0 && same_bits(data.upd[i], data.upd[i - 1]) && same_bits(data.upq[i], data.upq[i - 1]);
+    if (!flat) polar = polar_of(data.upd[i], data.upq[i]);
+    ua[i] = polar.magnitude;
+    angle_ua[i] = polar.degrees;
+    vec_u[i] = polar.phasor;
   }
 }

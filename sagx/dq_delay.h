@@ -1,4 +1,6 @@
-/* dq transform of one phase by means of a delayed copy of itself. Works in the window record (dq_data_buf). */
+/** @file
+ * dq transform of one phase by means of a delayed copy of itself. Works in the window record (dq_data_buf).
+ */
 #ifndef SAGX_DQ_DELAY_H
 #define SAGX_DQ_DELAY_H
 
@@ -8,21 +10,39 @@
 extern "C" {
 #endif
 
-/*
+/**
  * RMS magnitude, phase angle and RMS phasor of one phase at every sample: the phase and its copy delayed by a sixth of
  * a cycle make a balanced three-phase set, which is rotated into the dq frame (Park, AIEE Transactions 48, 1929) and
  * smoothed.
  *
- * Va: `n` samples, volts; t: their times, seconds; Samplepoint: samples per cycle; f: network frequency, hertz.
- * ua: magnitude, volts RMS; angle_ua: degrees in (-180, 180] against a cosine that starts at t = 0; vec_u: phasor; `n`
- * of each. Leaves upd1, upq1, upd, upq and the filter's arrays of the window record filled. Does nothing without a
- * window record, for null pointers, for n outside 1 to 70400 or an element (Samplepoint / 4 + 1) outside 1 to 128
- * or too long for the filter (n + element above 70467).
+ * Leaves upd1, upq1, upd, upq and the filter's arrays of the window record filled. Does nothing without a window
+ * record, for null pointers, for n outside 1 to 70400 or an element (Samplepoint / 4 + 1) outside 1 to 128 or too long
+ * for the filter (n + element above 70467).
+ *
+ * @param Va `n` samples, volts
+ * @param t their times, seconds
+ * @param Samplepoint samples per cycle
+ * @param n number of samples
+ * @param f network frequency, hertz
+ * @param ua magnitude, volts RMS, `n` values
+ * @param angle_ua angle, degrees in (-180, 180] against a cosine that starts at t = 0, `n` values
+ * @param vec_u phasor, volts RMS, `n` values
  */
 DIPX_API void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, float* angle_ua,
                        vec_struct* vec_u);
 
-/* Rotates one sample of a three-phase set (volts) at time t (seconds) into the frame of frequency f (hertz). */
+/**
+ * Rotates one sample of a three-phase set into the frame of a frequency (Park), power-invariant: a balanced set of RMS
+ * voltage U has a vector of length sqrt(3) U.
+ *
+ * @param ua phase A, volts
+ * @param ub phase B, volts
+ * @param uc phase C, volts
+ * @param t time of the sample, seconds
+ * @param f frequency of the frame, hertz
+ * @param upd d component, volts; nothing is done when it or the other one is null
+ * @param upq q component, volts
+ */
 DIPX_API void dq(float ua, float ub, float uc, float t, float f, float* upd, float* upq);
 
 #ifdef __cplusplus

@@ -1,4 +1,6 @@
-/* Singular value decomposition in 1-based style, its vectors and matrices, and the median. */
+/** @file
+ * Singular value decomposition in 1-based style, its vectors and matrices, and the median.
+ */
 #ifndef SAGX_MATLAB_SVD_H
 #define SAGX_MATLAB_SVD_H
 
@@ -8,32 +10,67 @@
 extern "C" {
 #endif
 
-/*
+/**
  * Singular value decomposition A = U diag(w) V^T by the Golub-Reinsch algorithm (Golub and Reinsch, Numerische
  * Mathematik 14, 1970): Householder bidiagonalisation, then implicit QR.
  *
- * Everything is 1-based: a[1..m][1..n] in, U out; w[1..n] singular values out; v[1..n][1..n] out (V, not its
- * transpose). The values are neither sorted nor is a value that did not converge within 30 iterations reported; it may
- * be negative. Not reentrant by contract. Null pointers or a work vector that cannot be allocated leave everything as
- * it was.
+ * Everything is 1-based. The values are neither sorted nor is a value that did not converge within 30 iterations
+ * reported; it may be negative. Not reentrant by contract. Null pointers or a work vector that cannot be allocated
+ * leave everything as it was.
+ *
+ * @param a a[1..m][1..n]: A in, U out
+ * @param m rows of A
+ * @param n columns of A; below 1 nothing is done
+ * @param w w[1..n]: singular values out
+ * @param v v[1..n][1..n]: V out, not its transpose
  */
 DIPX_API void svdcmp(float** a, int m, int n, float* w, float** v);
 
-/* sqrt(a^2 + b^2) without overflow or underflow on the way. */
+/**
+ * Length of the hypotenuse without overflow or underflow on the way.
+ *
+ * @param a one side
+ * @param b the other
+ * @return sqrt(a^2 + b^2)
+ */
 DIPX_API float pythag(float a, float b);
 
-/* A vector with valid indices nl..nh, to be released by free_dvector with the same nl. Null when there is no memory. */
+/**
+ * Allocates a vector, to be released by free_dvector with the same nl.
+ *
+ * @param nl lowest valid index
+ * @param nh highest valid index
+ * @return the vector, its entries unset; null when there is no memory and for nh below nl - 1
+ */
 DIPX_API float* dvector(int nl, int nh);
 
-/* Releases a vector of dvector; nh is not used. A null vector is ignored. */
+/**
+ * Releases a vector of dvector.
+ *
+ * @param v the vector; null is ignored
+ * @param nl its lowest valid index
+ * @param nh not used
+ */
 DIPX_API void free_dvector(float* v, int nl, int nh);
 
-/* A matrix with valid rows nrl..nrh and columns ncl..nch in one block. There is no release for it. Null when there is
- * no memory. */
+/**
+ * Allocates a matrix in one block. There is no release for it.
+ *
+ * @param nrl lowest valid row
+ * @param nrh highest valid row
+ * @param ncl lowest valid column
+ * @param nch highest valid column
+ * @return the matrix, its entries unset; null when there is no memory and for less than one row or column
+ */
 DIPX_API float** dmatrix(int nrl, int nrh, int ncl, int nch);
 
-/* Median of Array[0..len - 1], which keeps its order: the middle value, or the mean of the two middle ones. 0 for more
- * than 1024 values and for none. */
+/**
+ * Median: the middle value, or the mean of the two middle ones.
+ *
+ * @param Array the values, which keep their order
+ * @param len their number
+ * @return the median; 0 for more than 1024 values, for none and for a null pointer
+ */
 DIPX_API float median(float* Array, int len);
 
 #ifdef __cplusplus

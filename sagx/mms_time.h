@@ -1,4 +1,6 @@
-/* The millisecond clock of the timing figures. */
+/** @file
+ * The millisecond clock of the timing figures.
+ */
 #ifndef SAGX_MMS_TIME_H
 #define SAGX_MMS_TIME_H
 
@@ -8,8 +10,12 @@
 extern "C" {
 #endif
 
-/* Milliseconds of the monotonic clock as a 32-bit number. It wraps about every 49.7 days; a difference of two readings
- * taken in 32-bit arithmetic stays right across one wrap. */
+/**
+ * The monotonic clock as a 32-bit number. It wraps about every 49.7 days; a difference of two readings taken in 32-bit
+ * arithmetic stays right across one wrap.
+ *
+ * @return milliseconds
+ */
 DIPX_API int mms_get_ms_time(void);
 
 #ifdef __cplusplus

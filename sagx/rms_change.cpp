@@ -19,14 +19,9 @@ void RmsChange::keep_minimum_curve() {
 }
 
 void RmsChange::measure() {
-  if (order_ == 0 || step_ < 1) return;
-  const auto of_phase = [&](const float* rms, float* feature) {
-    positions_ = 0;
-    for (int end = order_ * order_; end < samples_; end += step_) feature[positions_++] = svd_feature(rms, end, order_);
-  };
-  of_phase(buf_.rms_ua, buf_.feasvd_a);
-  of_phase(buf_.rms_ub, buf_.feasvd_b);
-  of_phase(buf_.rms_uc, buf_.feasvd_c);
+  positions_ = svd_features(buf_.rms_ua, samples_, step_, order_, buf_.feasvd_a);
+  svd_features(buf_.rms_ub, samples_, step_, order_, buf_.feasvd_b);
+  svd_features(buf_.rms_uc, samples_, step_, order_, buf_.feasvd_c);
 }
 
 void RmsChange::search(float nominal, int enough, BoundaryList& crossings) const {

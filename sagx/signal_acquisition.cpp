@@ -179,8 +179,25 @@ void load_waveform(dq_data& data, const dq_dipx_rms& record, const Window& windo
   data.smp = static_cast<unsigned>(record.smprate);
 }
 
+/// Whether the whole record is too restless to measure dips in: the same for each dip of a run, so it is asked once.
+class Stability {
+ public:
+  explicit Stability(dq_dipx_rms& record) : record_(record) {}
+  bool is_lost() {
+    if (!asked_) lost_ = rms_bzc(&record_) > 0.5;
+    asked_ = true;
+    return lost_;
+  }
+
+ private:
+  dq_dipx_rms& record_;
+  bool asked_ = false;
+  bool lost_ = false;
+};
+
 /// Analyses the dip between two boundaries into its zeroed result.
-sagx::Dip analyse_dip(dq_dipx_rms& record, dq_data& data, dq_dipx_struct& dip, int fall, int recovery) {
+sagx::Dip analyse_dip(dq_dipx_rms& record, Stability& stability, dq_data& data, dq_dipx_struct& dip, int fall,
+                      int recovery) {
   dip.smprate = record.smprate;
   dip.un = record.un;
   dip.ut = record.ut;
@@ -212,7 +229,7 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, dq_data& data, dq_dipx_struct& dip, i
     return {DipOutcome::too_shallow};
   }
   load_waveform(data, record, window);
-  if (rms_bzc(&record) > 0.5) {
+  if (stability.is_lost()) {
     std::puts("有效值标准差越限\r");
     return {DipOutcome::unstable};
   }
@@ -245,9 +262,10 @@ void dq_dipx_new(dipx_data_struct* /*dipx_data*/) {
   static_assert(DQ_BOUNDARY_CAPACITY / 2 <= DQ_LIST_CAPACITY, "every dip found has a result record");
   const int dips = record.evt_num / 2;
   std::printf("evt_num=%d\r\n", dips);
+  Stability stability(record);
   for (int i = 0; i < dips; i++) {
     sagx::last_outcome.dips[i] =
-        analyse_dip(record, *dq_data_buf, new_dipx_buf[i], record.T[2 * i], record.T[2 * i + 1]);
+        analyse_dip(record, stability, *dq_data_buf, new_dipx_buf[i], record.T[2 * i], record.T[2 * i + 1]);
   }
   if (searched) sagx::last_outcome.run = RunOutcome::analysed;
 }

@@ -9,8 +9,9 @@ inline constexpr int largest_svd_order = 9;
 /// Order of the feature: the root of `cycle_share`, rounded half up. 0 when it is not one that svd_feature takes.
 int svd_order(double cycle_share);
 
-/// The largest singular value of the order x order matrix that the differences of the order^2 + 1 samples up to and
-/// with series[end] fill column by column. `order` is 1 to 9; `end` is at least order^2.
-float svd_feature(const float* series, int end, int order);
+/// The feature at every `step`-th sample of a series from order^2 on: the largest singular value of the order x order
+/// matrix that the differences of the order^2 + 1 samples up to and with that one fill column by column. Returns how
+/// many features there are; an order of 0 and a step below 1 give none.
+int svd_features(const float* series, int samples, int step, int order, float* features);
 
 }  // namespace sagx

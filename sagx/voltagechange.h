@@ -1,4 +1,6 @@
-/* Rate of voltage change. */
+/** @file
+ * Rate of voltage change.
+ */
 #ifndef SAGX_VOLTAGECHANGE_H
 #define SAGX_VOLTAGECHANGE_H
 
@@ -8,8 +10,14 @@
 extern "C" {
 #endif
 
-/* Largest absolute slope of `num` RMS values v, one per sample, at `sample` samples per 20 ms cycle: volts per second.
- * The first difference is left out. 0 for two values or less and for a null pointer. */
+/**
+ * Largest absolute slope of a stretch of an RMS curve. The first difference is left out.
+ *
+ * @param v RMS values, volts, one per sample
+ * @param num number of values
+ * @param sample samples per 20 ms cycle
+ * @return volts per second; 0 for two values or less and for a null pointer
+ */
 DIPX_API float voltagechange(float* v, unsigned int num, unsigned int sample);
 
 #ifdef __cplusplus

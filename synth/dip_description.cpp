@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <numbers>
 
@@ -20,11 +21,11 @@ double entry(const std::vector<double>& list, std::size_t step) {
 
 std::size_t steps_of(const DipDescription& dip) {
   const std::size_t steps = std::max({dip.durations.size(), dip.depths.size(), dip.jumps.size()});
-  for (const auto& [name, list] :
-       {std::pair("durations", &dip.durations), {"depths", &dip.depths}, {"jumps", &dip.jumps}}) {
+  for (const auto& [option, list] :
+       {std::pair("--duration", &dip.durations), {"--depth", &dip.depths}, {"--jump", &dip.jumps}}) {
     if (list->size() != 1 && list->size() != steps) {
-      throw DescriptionError(
-          fmt::format("{} {} for {} steps; give one for all or one for each", list->size(), name, steps));
+      throw DescriptionError(fmt::format("{} {}: {} figures for {} steps; give one for all or one for each", option,
+                                         fmt::join(*list, ","), list->size(), steps));
     }
   }
   return steps;
@@ -51,6 +52,38 @@ class Stages {
   Factors factors_;
 };
 
+[[noreturn]] void throw_no_phases(const std::string& text) {
+  throw DescriptionError(fmt::format(
+      "--phases '{}' names no phases; give A to ABC, or A-B, B-C, C-A for two that move towards each other", text));
+}
+
+/// What lies at half the rate or above would turn up at a lower frequency.
+void check_rate(const Waveform& waveform) {
+  const auto fits = [&](double frequency) { return 2 * frequency < waveform.rate; };
+  if (!fits(waveform.frequency)) {
+    throw DescriptionError(fmt::format("--rate {}: {} Hz needs more than {} samples per second; raise the rate",
+                                       waveform.rate, waveform.frequency, 2 * waveform.frequency));
+  }
+  for (const auto& harmonic : waveform.harmonics) {
+    const double frequency = harmonic.order * waveform.frequency;
+    if (fits(frequency)) continue;
+    throw DescriptionError(
+        fmt::format("--harmonics {}:{:g}: {} Hz is not below half of the {} samples per second; choose a lower "
+                    "order or a higher --rate",
+                    harmonic.order, 100 * harmonic.share, frequency, waveform.rate));
+  }
+}
+
+/// How many samples so many seconds are. Throws where these cannot be made.
+std::size_t samples_of(double seconds, double rate) {
+  const double samples = std::round(seconds * rate);
+  if (samples >= 1 && samples <= most_samples) return static_cast<std::size_t>(samples);
+  throw DescriptionError(
+      fmt::format("{} s at {} samples per second are {:.0f} samples, and 1 to {:.0f} are made; "
+                  "choose another --length or --rate",
+                  seconds, rate, samples, most_samples));
+}
+
 }  // namespace
 
 Fault parse_fault(const std::string& text) {
@@ -58,14 +91,11 @@ Fault parse_fault(const std::string& text) {
   for (const char letter : text) {
     if (fault.between_phases && letter == '-') continue;
     const auto phase = std::string("ABC").find(static_cast<char>(letter & ~0x20));
-    if (phase == std::string::npos || (fault.mask >> phase & 1) != 0) {
-      throw DescriptionError(fmt::format(
-          "'{}' names no phases; what there is: A to ABC, and A-B, B-C, C-A for two that move towards each other",
-          text));
-    }
+    if (phase == std::string::npos || (fault.mask >> phase & 1) != 0) throw_no_phases(text);
     fault.mask |= 1 << phase;
   }
-  if (fault.mask == 0) throw DescriptionError("no phase is named");
+  const int named = std::popcount(static_cast<unsigned>(fault.mask));
+  if (named == 0 || (fault.between_phases && named != 2)) throw_no_phases(text);
   return fault;
 }
 
@@ -80,10 +110,15 @@ Factors factors_of(const Fault& fault, double depth_percent, double jump_degrees
   }
   if (remaining < 0.5) {
     throw DescriptionError(fmt::format(
-        "a depth of {:g} %: two phases that move towards each other fall to a half at most", depth_percent));
+        "--depth {}: two phases that move towards each other fall by a half at most; give up to 50, or choose phases "
+        "that shrink",
+        depth_percent));
   }
   if (jump_degrees != 0) {
-    throw DescriptionError("the phase jump of two phases that move towards each other follows from their depth");
+    throw DescriptionError(
+        fmt::format("--jump {}: where two phases move towards each other it follows from the depth; leave it out, or "
+                    "choose phases that shrink",
+                    jump_degrees));
   }
   // The line voltage between the two shrinks to `line`, its middle stays: -1/2 -+ j sqrt(3)/2 line.
   const double line = std::sqrt((remaining * remaining - 0.25) / 0.75);
@@ -109,14 +144,11 @@ Waveform waveform_of(const DipDescription& dip) {
   waveform.nominal_frequency = dip.frequency;
   waveform.frequency = dip.frequency + dip.deviation;
   waveform.rate = dip.rate > 0 ? dip.rate : 128 * dip.frequency;
-  const double samples = (dip.length > 0 ? dip.length : stages.end() + quiet_after) * waveform.rate;
-  if (samples > most_samples) {
-    throw DescriptionError(fmt::format("{:.0f} samples are more than the {:.0f} that are made", samples, most_samples));
-  }
-  waveform.length = static_cast<std::size_t>(std::llround(samples));
+  waveform.length = samples_of(dip.length > 0 ? dip.length : stages.end() + quiet_after, waveform.rate);
   waveform.degrees = dip.point_on_wave - 360 * waveform.frequency * dip.start;
   waveform.stages = std::move(stages.list);
   waveform.harmonics = dip.harmonics;
+  check_rate(waveform);
   waveform.noise = dip.volts * dip.noise / 100;
   waveform.seed = dip.seed;
   return waveform;

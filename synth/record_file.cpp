@@ -42,7 +42,7 @@ std::string config_of(const readers::Record& record, ComtradeData data, bool sin
     fmt::format_to(out, "{},{},{},,{},{:.9g},0,0,{},{},1,1,P\r\n", i + 1, channel.name, channel.phase, channel.unit,
                    scales[i], -steps, steps);
   }
-  fmt::format_to(out, "{:g}\r\n1\r\n{:.9g},{}\r\n{}\r\n{}\r\n{}\r\n1\r\n", record.line_frequency,
+  fmt::format_to(out, "{:.9g}\r\n1\r\n{:.9g},{}\r\n{}\r\n{}\r\n{}\r\n1\r\n", record.line_frequency,
                  record.rates.front().rate, record.length(), start_of_record, start_of_record,
                  data == ComtradeData::ascii ? "ASCII" : "BINARY");
   if (single) text += "0,0\r\n0,0\r\n";  // times are UTC, of unknown quality

@@ -15,7 +15,7 @@ function decimals(step) {
 }
 
 const charts = {
-  shown: [0, recordEnd],
+  shown: [recordStart, recordEnd],
   plots: [],
   narrow: false,
 
@@ -31,9 +31,9 @@ const charts = {
   /// Makes a part of the record the one shown, a quarter of a cycle at least.
   show(from, to) {
     const least = cycle / rate / 4;
-    const span = Math.min(Math.max(to - from, least), recordEnd);
+    const span = Math.min(Math.max(to - from, least), recordEnd - recordStart);
     const middle = (from + to) / 2;
-    const begin = Math.min(Math.max(middle - span / 2, 0), recordEnd - span);
+    const begin = Math.min(Math.max(middle - span / 2, recordStart), recordEnd - span);
     this.shown = [begin, begin + span];
     document.getElementById("range").textContent = `${time(begin)} to ${time(begin + span)}`;
     cancelAnimationFrame(this.pending);
@@ -124,7 +124,7 @@ const charts = {
       bands,
       named: true,
     });
-    return new uPlot(options, [[0, recordEnd], ...series.map(() => [0, 0])], document.getElementById("wave"));
+    return new uPlot(options, [[recordStart, recordEnd], ...series.map(() => [0, 0])], document.getElementById("wave"));
   },
 
   rmsPlot(width) {
@@ -151,10 +151,11 @@ const charts = {
       series,
       draw: (u) => {
         this.threshold(u, found.threshold_v, "dip 90 %", false);
-        this.threshold(u, 0.05 * full, "interruption 5 %", true);
+        const { level, of } = judgedBy();
+        this.threshold(u, 0.05 * level, `interruption 5 % of ${of}`, true);
       },
     });
-    return new uPlot(options, [[0, recordEnd], ...series.map(() => [0, 0])], document.getElementById("rms"));
+    return new uPlot(options, [[recordStart, recordEnd], ...series.map(() => [0, 0])], document.getElementById("rms"));
   },
 
   /// A level across the plot, with its name above or below it.
@@ -254,7 +255,7 @@ const charts = {
 
   move(share) {
     const [from, to] = this.shown;
-    const by = Math.min(Math.max((to - from) * share, -from), recordEnd - to);
+    const by = Math.min(Math.max((to - from) * share, recordStart - from), recordEnd - to);
     this.show(from + by, to + by);
   },
 
@@ -271,8 +272,8 @@ const charts = {
     const { left } = u.cursor;
     if (left === null || left < 0) return;
     const at = u.posToVal(left, "x");
-    const value = ({ step, scale, values }, phase) =>
-      values[phase][Math.min(Math.max(Math.round((at * rate) / step), 0), values[phase].length - 1)] * scale;
+    const value = (curve_, phase) =>
+      curve_.values[phase][Math.min(Math.max(Math.round(placeOf(at, curve_)), 0), curve_.values[phase].length - 1)] * curve_.scale;
     const parts = found.voltages.map((voltage, phase) => {
       const level = value(rms, phase);
       return `${voltage.name} ${volts(value(wave, phase))}, RMS ${volts(level)} (${percent((100 * level) / found.pre_event_voltage_v)})`;

@@ -7,7 +7,9 @@ const samples = JSON.parse(document.getElementById("samples").textContent);
 const phases = ["a", "b", "c"];
 const rate = found.record.sampling_rate_hz;
 const cycle = found.record.samples_per_cycle;
-const recordEnd = (found.record.samples - 1) / rate;
+// What was analysed, which of a record in parts is one of them.
+const recordStart = samples.start_s;
+const recordEnd = recordStart + (samples.count - 1) / rate;
 
 /// 16-bit integers, little end first, as base64.
 function integers(text) {
@@ -17,21 +19,30 @@ function integers(text) {
   return values;
 }
 
-/// A curve's three phases: value i lies at sample i * step.
+/// A curve's three phases: value i lies at analysed sample i * step.
 function curve({ step, scale, data }) {
   return { step, scale, values: data.map(integers) };
+}
+
+/// Where a time lies among a curve's values, not rounded; and the other way round.
+function placeOf(seconds, { step }) {
+  return ((seconds - recordStart) * rate) / step;
+}
+function timeOf(place, { step }) {
+  return recordStart + (place * step) / rate;
 }
 
 const wave = curve(samples.wave);
 const rms = curve(samples.rms);
 
 /// The values of a curve between two times, one more on either side.
-function raw({ step, scale, values }, from, to) {
-  const first = Math.max(0, Math.floor((from * rate) / step) - 1);
-  const last = Math.min(values[0].length - 1, Math.ceil((to * rate) / step) + 1);
+function raw(curve_, from, to) {
+  const { scale, values } = curve_;
+  const first = Math.max(0, Math.floor(placeOf(from, curve_)) - 1);
+  const last = Math.min(values[0].length - 1, Math.ceil(placeOf(to, curve_)) + 1);
   const count = last - first + 1;
   const times = new Float64Array(count);
-  for (let i = 0; i < count; i++) times[i] = ((first + i) * step) / rate;
+  for (let i = 0; i < count; i++) times[i] = timeOf(first + i, curve_);
   const levels = values.map((phase) => {
     const list = new Float64Array(count);
     for (let i = 0; i < count; i++) list[i] = phase[first + i] * scale;
@@ -42,16 +53,17 @@ function raw({ step, scale, values }, from, to) {
 
 /// Highest and lowest of a curve in each of at most `most` pieces of at least `least` values between two times:
 /// [times, highest a, lowest a, highest b, ...].
-function envelope({ step, scale, values }, from, to, most, least) {
-  const first = Math.max(0, Math.floor((from * rate) / step));
-  const last = Math.min(values[0].length, Math.ceil((to * rate) / step) + 1);
+function envelope(curve_, from, to, most, least) {
+  const { scale, values } = curve_;
+  const first = Math.max(0, Math.floor(placeOf(from, curve_)));
+  const last = Math.min(values[0].length, Math.ceil(placeOf(to, curve_)) + 1);
   const piece = Math.max(least, Math.ceil((last - first) / most));
   const count = Math.max(1, Math.floor((last - first) / piece));
   const lists = [[]];
   // To the edges, so that no gap is left where a piece's middle lies inside.
-  for (let p = 0; p < count; p++) lists[0].push(((first + (p + 0.5) * piece) * step) / rate);
-  lists[0][0] = (first * step) / rate;
-  lists[0][count - 1] = ((last - 1) * step) / rate;
+  for (let p = 0; p < count; p++) lists[0].push(timeOf(first + (p + 0.5) * piece, curve_));
+  lists[0][0] = timeOf(first, curve_);
+  lists[0][count - 1] = timeOf(last - 1, curve_);
   for (const phase of values) {
     const high = new Array(count);
     const low = new Array(count);

@@ -95,7 +95,7 @@ function toleranceDiagram(width) {
   }
   for (const dip of found.dips) {
     const lasted = dip.duration_s ?? recordEnd - dip.start.time_s;
-    const at = [x(lasted), y(dip.residual_voltage.percent)];
+    const at = [x(lasted), y(judgedBy().share(dip.residual_voltage))];
     if (dip.duration_s === null) {
       svg.append(drawn("path", { class: "event", d: `M${at[0] + 8} ${at[1] - 6}l9 6l-9 6Z` }));
     }
@@ -109,6 +109,7 @@ function toleranceDiagram(width) {
 }
 
 function drawTolerance() {
+  document.getElementById("judged-by").textContent = judgedBy().of;
   const place = document.getElementById("curves");
   place.replaceChildren(toleranceDiagram(Math.min(place.clientWidth, 760)));
 }

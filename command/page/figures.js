@@ -33,6 +33,14 @@ function duration(seconds) {
   return seconds < 1 ? `${fixed(seconds * 1e3, 1)}${space}ms` : `${fixed(seconds, 3)}${space}s`;
 }
 
+/// What curves, table and kind relate to.
+function judgedBy() {
+  const declared = found.declared_voltage;
+  return declared === null
+    ? { level: found.pre_event_voltage_v, of: "the pre-event voltage", share: (figures) => figures.percent }
+    : { level: declared.level_v, of: "the declared voltage", share: (figures) => figures.percent_of_declared };
+}
+
 /// An element with attributes and children; text is never taken for markup.
 function element(name, attributes = {}, ...children) {
   const made = document.createElement(name);

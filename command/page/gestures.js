@@ -10,7 +10,7 @@ function addTools() {
     made.addEventListener("click", action);
     tools.append(made);
   };
-  button("Whole record", () => charts.show(0, recordEnd));
+  button("Whole record", () => charts.show(recordStart, recordEnd));
   if (found.dips.length <= mostButtons) {
     for (const dip of found.dips) button(`Dip ${dip.number}`, () => charts.showDip(dip));
   } else {
@@ -35,7 +35,7 @@ function addGestures() {
     return from + ((x - left) / width) * (to - from);
   };
 
-  area.addEventListener("dblclick", () => charts.show(0, recordEnd));
+  area.addEventListener("dblclick", () => charts.show(recordStart, recordEnd));
   // Without Ctrl the wheel scrolls the page. A trackpad's pinch comes as wheel with Ctrl.
   area.addEventListener(
     "wheel",
@@ -58,7 +58,7 @@ function addGestures() {
       "+": () => charts.zoom(1 / 2),
       "=": () => charts.zoom(1 / 2),
       "-": () => charts.zoom(2),
-      Home: () => charts.show(0, recordEnd),
+      Home: () => charts.show(recordStart, recordEnd),
     }[event.key];
     if (!action || event.ctrlKey || event.metaKey) return;
     action();

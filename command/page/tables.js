@@ -15,9 +15,20 @@ function addHeader() {
   fact("Station", record.station);
   fact("Device", record.device);
   fact("Begins", record.start_time);
-  fact("Length", `${fixed(record.samples / rate, 3)} s, ${record.samples} samples`);
-  fact("Sampling", `${rate} Hz, ${cycle} per cycle of ${record.line_frequency_hz} Hz`);
+  const { part } = record;
+  const which = part.of > 1 ? `, part ${part.number} of ${part.of} from ${time(part.start_s)}` : "";
+  fact("Length", `${fixed(part.samples / part.recorded_rate_hz, 3)} s, ${part.samples} samples${which}`);
+  const per = part.resampled ? `resampled to ${cycle}` : String(cycle);
+  fact("Sampling", `${+part.recorded_rate_hz.toPrecision(6)} Hz, ${per} per cycle of ${record.line_frequency_hz} Hz`);
+  if (found.line_to_line) fact("Voltages", "between phases: A, B, C stand for AB, BC, CA");
+  const assumed = found.voltages.filter(({ unit_assumed }) => unit_assumed !== undefined);
+  if (assumed.length > 0) fact("Unit", `taken for V: ${assumed.map(({ name }) => name).join(", ")}`);
   fact("Pre-event voltage", volts(found.pre_event_voltage_v));
+  const declared = found.declared_voltage;
+  if (declared !== null) {
+    const ratio = declared.divided_by_ratio ? ", divided by the transformer's ratio" : "";
+    fact("Declared voltage", `${declared.kind} ${volts(declared.given_v)}${ratio}; the pre-event voltage is ${percent(declared.pre_event_percent)} of it`);
+  }
   fact("Dip threshold", volts(found.threshold_v));
   const notes = [...found.notes];
   if (wave.step > 1) notes.push(`The record is long: this page draws one in ${wave.step} samples of its waveforms.`);
@@ -45,11 +56,16 @@ function legend() {
 }
 
 /// A voltage in volts and in per cent.
-function levelWords(path, { voltage_v, percent: share }) {
-  return [
+function levelWords(path, { voltage_v, percent: share, percent_of_declared }) {
+  const words = [
     element("span", { "data-of": `${path}.voltage_v` }, volts(voltage_v)), " ",
     element("span", { class: "percent", "data-of": `${path}.percent` }, percent(share)),
   ];
+  if (percent_of_declared !== undefined) {
+    words.push(" ", element("span", { class: "percent" },
+      element("span", { "data-of": `${path}.percent_of_declared` }, percent(percent_of_declared)), " of declared"));
+  }
+  return words;
 }
 
 /// One dip's values: a row each, a column for each phase.

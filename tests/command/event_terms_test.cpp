@@ -15,8 +15,8 @@ using command::Ride;
 
 command::Analysis at_100_volts() {
   command::Analysis analysis;
-  analysis.sampling_rate = 1000;
-  analysis.samples_per_cycle = 20;
+  analysis.voltages.sampling_rate = 1000;
+  analysis.voltages.samples_per_cycle = 20;
   analysis.pre_event_voltage = 100;
   return analysis;
 }
@@ -24,7 +24,7 @@ command::Analysis at_100_volts() {
 EventTerms event(double seconds, double percent) {
   EventTerms terms;
   terms.seconds = seconds;
-  terms.residual_percent = percent;
+  terms.judged_percent = percent;
   return terms;
 }
 
@@ -50,6 +50,24 @@ TEST(EventTerms, CallsItAnInterruptionWhenAllPhasesStoodBelowFivePerCentAtOnce) 
   EXPECT_STREQ(command::kind_of(command::terms_of(dip, at_100_volts())), "dip") << "each was below, but not at once";
   dip.lowest_of_highest = 4.999;
   EXPECT_STREQ(command::kind_of(command::terms_of(dip, at_100_volts())), "interruption");
+}
+
+TEST(EventTerms, JudgesByTheDeclaredVoltageWhereItIsGiven) {
+  auto analysis = at_100_volts();
+  Dip dip;
+  dip.end = 100;
+  dip.lowest = {72, 72, 72};
+  dip.lowest_of_highest = 72;
+  EXPECT_EQ(command::en50160_cell(command::terms_of(dip, analysis)), "B1");
+  EXPECT_STREQ(command::judged_by(analysis), "pre-event voltage");
+  analysis.declared = command::DeclaredVoltage{90, false, false, 90};
+  const auto terms = command::terms_of(dip, analysis);
+  EXPECT_EQ(command::en50160_cell(terms), "A1");
+  EXPECT_EQ(terms.residual_percent, 72) << "of the pre-event voltage, as the dip threshold is";
+  EXPECT_EQ(terms.judged_percent, 80);
+  EXPECT_STREQ(command::judged_by(analysis), "declared voltage");
+  dip.lowest_of_highest = 4.6;
+  EXPECT_STREQ(command::kind_of(command::terms_of(dip, analysis)), "dip") << "5.1 % of the declared voltage";
 }
 
 TEST(EventTerms, HasNoDurationWithoutARecovery) {

@@ -42,6 +42,11 @@ std::vector<Point> path(const std::string& svg, const std::string& kind, std::si
   return points;
 }
 
+/// Millimetres across for seconds: the frame is 11 to 82.5 mm, the dip with a fifth of it to either side within it.
+double across(double seconds, double from, double to) {
+  return 11 + (seconds - from) / (to - from) * 71.5;
+}
+
 class Figure : public testing::Test {
  protected:
   /// The figure of a record's dip, and the record's document in `document`.
@@ -54,9 +59,6 @@ class Figure : public testing::Test {
     document = json::parse(result.out);
     return bytes_of("figure.svg");
   }
-
-  /// Millimetres across for seconds: the frame is 11 to 82.5 mm, the dip with a fifth of it to either side within it.
-  static double across(double seconds, double from, double to) { return 11 + (seconds - from) / (to - from) * 71.5; }
 
   tests::WorkingFolder folder;
   json document;
@@ -86,12 +88,13 @@ TEST_F(Figure, DrawsEachPhaseTwiceAndTheThresholdOnce) {
   EXPECT_EQ(count(svg, "<rect class=\"segment\""), 1U);
 }
 
-TEST_F(Figure, PutsBoundariesSegmentsAndCurvesOnOneTimeAxis) {
-  const auto svg = figure(one_dip());
+/// Holds the drawing of a record's one dip of B to 40 % against the times of its document.
+void expect_one_time_axis(const std::string& svg, const json& document) {
   const auto& dip = document["dips"][0];
   const double start = dip["start"]["time_s"];
   const double end = dip["end"]["time_s"];
-  const double margin = std::floor((end - start) * 6400 / 5) / 6400;
+  const double rate = document["record"]["sampling_rate_hz"];
+  const double margin = std::floor((end - start) * rate / 5 + 1e-6) / rate;
   const double from = start - margin;
   const double to = end + margin;
   const double segment = across(dip["segments"][0]["start"]["time_s"], from, to);
@@ -108,6 +111,57 @@ TEST_F(Figure, PutsBoundariesSegmentsAndCurvesOnOneTimeAxis) {
   EXPECT_NEAR(last->x, across(end, from, to), 0.12);
   const auto lowest = std::max_element(rms.begin(), rms.end(), [](auto a, auto b) { return a.y < b.y; });
   EXPECT_NEAR(lowest->y, 62 - 40.0 / 105 * 27, 0.02);
+}
+
+TEST_F(Figure, PutsBoundariesSegmentsAndCurvesOnOneTimeAxis) {
+  const auto svg = figure(one_dip());
+  expect_one_time_axis(svg, document);
+}
+
+TEST_F(Figure, PutsResampledCurvesAtTheirTimes) {
+  auto dip = one_dip();
+  dip.rate = 5120;
+  const auto svg = figure(dip);
+  EXPECT_TRUE(document["record"]["part"]["resampled"]);
+  EXPECT_NEAR(document["dips"][0]["start"]["time_s"], 0.5, 0.01);
+  expect_one_time_axis(svg, document);
+}
+
+TEST_F(Figure, PutsAPartAtItsTimes) {
+  write_csv(one_dip(), "whole.csv");
+  std::istringstream whole(bytes_of("whole.csv"));
+  std::ofstream part("part.csv");
+  // A tenth of a second is missing.
+  int row = 0;
+  for (std::string line; std::getline(whole, line); row++) {
+    if (row < 640 || row > 1280) part << line << '\n';
+  }
+  part.close();
+  const auto result = dipx({"analyse", "part.csv", "--json", "--svg", "figure.svg"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  document = json::parse(result.out);
+  EXPECT_EQ(document["record"]["part"]["number"], 2);
+  EXPECT_NEAR(document["dips"][0]["start"]["time_s"], 0.5, 0.01);
+  expect_one_time_axis(bytes_of("figure.svg"), document);
+}
+
+TEST_F(Figure, ShowsPerCentOfTheDeclaredVoltageToo) {
+  const auto svg = figure(one_dip(), {"--nominal", "200"});
+  EXPECT_NE(svg.find(">Dip</tspan>: 92.00 V (40.0 %, 46.0 % of declared), "), std::string::npos);
+  EXPECT_NE(svg.find(" (40.0 %, 46.0 % of declared)</text>"), std::string::npos) << "the segment's";
+}
+
+TEST_F(Figure, SaysThatVoltagesAreBetweenPhases) {
+  write_csv(one_dip(), "phases.csv");
+  auto bytes = bytes_of("phases.csv");
+  bytes.replace(bytes.find("Ua,Ub,Uc"), 8, "Uab,Ubc,Uca");
+  std::ofstream("lines.csv") << bytes;
+  EXPECT_EQ(dipx({"analyse", "lines.csv", "--line-to-line", "--svg", "figure.svg"}).status, 0);
+  EXPECT_NE(bytes_of("figure.svg").find(">Voltages between phases: A, B, C stand for AB, BC, CA<"), std::string::npos)
+      << bytes_of("figure.svg");
+  EXPECT_NE(dipx({"analyse", "lines.csv", "--line-to-line", "-q"}).out.find(" % between phases, "), std::string::npos);
+  EXPECT_NE(dipx({"analyse", "lines.csv", "--line-to-line", "--csv"}).out.find("\nlines.csv,,line-to-line,1,dip,"),
+            std::string::npos);
 }
 
 TEST_F(Figure, ListsTheDipAndItsSegments) {

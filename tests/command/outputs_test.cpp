@@ -99,6 +99,33 @@ TEST_F(Outputs, CsvHasARowPerSegmentWithTheFiguresOfTheJson) {
   }
 }
 
+TEST_F(Outputs, CsvHasPerCentOfTheDeclaredVoltageWhereItIsGiven) {
+  write_csv(two_steps(), "record.csv");
+  for (const bool given : {false, true}) {
+    std::vector<std::string> arguments = {"analyse", "record.csv", "--csv"};
+    if (given) arguments.insert(arguments.end(), {"--nominal", "200"});
+    const auto rows = lines(dipx(arguments).out);
+    ASSERT_EQ(rows.size(), 3U);
+    const auto heading = fields(rows[0]);
+    const auto row = fields(rows[2]);
+    ASSERT_EQ(row.size(), heading.size());
+    int columns = 0;
+    for (std::size_t i = 0; i < heading.size(); i++) {
+      const auto at = heading[i].find("_of_declared");
+      if (at == std::string::npos) continue;
+      columns++;
+      const auto own = std::find(heading.begin(), heading.end(), heading[i].substr(0, at)) - heading.begin();
+      const double percent = std::stod(row[static_cast<std::size_t>(own)]);
+      if (given) {
+        EXPECT_NEAR(std::stod(row[i]), percent * 230 / 200, 0.01) << heading[i];
+      } else {
+        EXPECT_EQ(row[i], "") << heading[i];
+      }
+    }
+    EXPECT_EQ(columns, 4);
+  }
+}
+
 TEST_F(Outputs, CsvHasARowForADipWithoutSegmentsToo) {
   synth::DipDescription lasting;
   lasting.durations = {1};
@@ -193,7 +220,8 @@ TEST_F(Outputs, TextNamesAnInterruption) {
   EXPECT_NE(text.find("\n  interruption, residual voltage "), std::string::npos) << text;
   EXPECT_NE(text.find(" (0.0 %) in U"), std::string::npos) << text;
   EXPECT_NE(text.find(", depth 100.0 %\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("\n  below the ITIC curve, below the SEMI F47 curve, cell X2 of EN 50160\n"), std::string::npos);
+  EXPECT_NE(text.find("\n  below ITIC, below SEMI F47, cell X2 of EN 50160 (by the pre-event voltage)\n"),
+            std::string::npos);
 }
 
 std::string without_colours(std::string text) {

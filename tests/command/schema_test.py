@@ -42,8 +42,9 @@ def without(document, path):
     return lacking
 
 
-def printed(dipx, record):
-    return subprocess.run([dipx, "analyse", "--json", "-"], input=record, stdout=subprocess.PIPE, check=True).stdout
+def printed(dipx, record, *options):
+    command = [dipx, "analyse", "--json", "-", *options]
+    return subprocess.run(command, input=record, stdout=subprocess.PIPE, check=True).stdout
 
 
 def synth(dipx, *options):
@@ -53,6 +54,8 @@ def synth(dipx, *options):
 def main(dipx, schema_file):
     schema = json.load(open(schema_file, encoding="utf-8"))
     jsonschema.Draft202012Validator.check_schema(schema)
+    optional = {"unit_assumed", "percent_of_declared"}
+    met = set()
     closed = jsonschema.Draft202012Validator(strict(schema))
     records = {
         "no dip": ["--depth", "0"],
@@ -61,15 +64,24 @@ def main(dipx, schema_file):
         "too shallow": ["--depth", "12", "--duration", "0.04"],
         "not recovered": ["--duration", "1", "--length", "1"],
         "long": ["--duration", "12", "--rate", "1600"],
+        "resampled": ["--rate", "5120"],
         "sixty hertz": ["--frequency", "60", "--phases", "B-C", "--depth", "40", "--format", "cff"],
     }
-    for name, options in records.items():
-        document = json.loads(printed(dipx, synth(dipx, *options)))
+    documents = {name: printed(dipx, synth(dipx, *options)) for name, options in records.items()}
+    plain = synth(dipx)
+    documents["declared voltage"] = printed(dipx, plain, "--nominal", "230")
+    documents["line to line"] = printed(dipx, plain.replace(b"Ua,Ub,Uc", b"Uab,Ubc,Uca"), "--line-to-line")
+    documents["assumed unit"] = printed(dipx, synth(dipx, "--format", "cff").replace(b",,V,", b",,A,"), "--channels", "1,2,3")
+    for name, text in documents.items():
+        document = json.loads(text)
         errors = [f"{'/'.join(map(str, e.absolute_path))}: {e.message}" for e in closed.iter_errors(document)]
         assert not errors, f"{name}: {errors}"
         for path in members(document):
-            assert not closed.is_valid(without(document, path)), f"{name}: the schema does not require {path}"
-    print(f"{len(records)} documents fit the schema, which requires each of their members")
+            required = not closed.is_valid(without(document, path))
+            assert required != (path[-1] in optional), f"{name}: {path} is {'' if required else 'not '}required"
+            met.add(path[-1])
+    assert optional <= met, f"never printed: {optional - met}"
+    print(f"{len(documents)} documents fit the schema, which requires each of their members")
 
 
 main(*sys.argv[1:])

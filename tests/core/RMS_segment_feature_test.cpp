@@ -477,4 +477,403 @@ TEST_F(RmsRecovery, ThatDoesNotComeLeavesThreeBoundariesAllTheSame) {
   EXPECT_EQ(recover(800, 89.95F, {}), (Boundaries{37, 61, 0}));
 }
 
+// --- features --------------------------------------------------------------------------------------------------------
+
+class RmsFeatures : public RmsSegmentation {
+ protected:
+  // GBK
+  static constexpr const char* check_line = "\xD3\xD0\xD0\xA7\xD6\xB5\xB7\xD6\xB6\xCE\xD0\xA3\xD1\xE9!!!\r\n";
+
+  RmsFeatures() { dipx->smprate = 32; }
+
+  std::string run_features() {
+    const auto printed = tests::printed_by([&] { RMS_segment_feature(buf.get(), dipx.get()); });
+    EXPECT_EQ(printed.err, "");
+    return printed.out;
+  }
+  Boundaries joined() {
+    run_features();
+    return boundaries();
+  }
+  /// A window whose voltage falls by 2 V at each of these samples. The last fall has no second boundary when the window
+  /// ends within 16 samples.
+  void falls(int samples, const std::vector<int>& begins) {
+    window(samples);
+    for (const int begin : begins) step(begin, -2);
+  }
+  /// The voltage of a phase is another one from sample `from` up to, not including, `to`.
+  static void level(float* phase, int from, int to, float volts) { std::fill(phase + from, phase + to, volts); }
+
+  /// Fills what the features are written to.
+  void mark() {
+    for (float* minima : {dipx->ua_rms_min, dipx->ub_rms_min, dipx->uc_rms_min, dipx->u3_rms_min}) {
+      std::fill_n(minima, 32, 77.0F);
+    }
+    std::fill_n(dipx->order_min, 32, 78);
+    std::fill_n(dipx->dipx_rms_type, 32, 78);
+    dipx->min_num = dipx->u_min_num = 79;
+    dipx->Voltagechange_Va = dipx->Voltagechange_Vb = dipx->Voltagechange_Vc = 76;
+  }
+  /// Entries from `first` on that are still as `mark` left them, of all six lists.
+  [[nodiscard]] long marked(int first) const {
+    long count = 0;
+    for (const float* minima : {dipx->ua_rms_min, dipx->ub_rms_min, dipx->uc_rms_min, dipx->u3_rms_min}) {
+      count += std::count(minima + first, minima + 32, 77.0F);
+    }
+    for (const int* list : {dipx->order_min, dipx->dipx_rms_type}) count += std::count(list + first, list + 32, 78);
+    return count;
+  }
+};
+
+TEST_F(RmsFeatures, PrintTheirCheckInGbkBehindTheSegmentation) {
+  falls(400, {40, 200});
+  const tests::StandInClock clock(5, 0, 7);
+  EXPECT_EQ(run_features(), std::string("svd time=7ms\r\nT_num = 4\r\n") + check_line);
+}
+
+TEST_F(RmsFeatures, BeginWithClearedArrays) {
+  falls(400, {40, 200});
+  for (float* feature : {buf->feasvd_a, buf->feasvd_b, buf->feasvd_c}) feature[DQ_RECORD_CAPACITY - 1] = 5;
+  for (float* magnitude : {buf->ua0, buf->ub0, buf->uc0}) magnitude[DQ_WINDOW_CAPACITY - 1] = 5;
+  buf->u[DQ_RECORD_CAPACITY - 1] = 5;
+  run_features();
+  for (const float* feature : {buf->feasvd_a, buf->feasvd_b, buf->feasvd_c}) {
+    EXPECT_EQ(feature[DQ_RECORD_CAPACITY - 1], 0.0F);
+  }
+  for (const float* magnitude : {buf->ua0, buf->ub0, buf->uc0}) EXPECT_EQ(magnitude[DQ_WINDOW_CAPACITY - 1], 0.0F);
+  EXPECT_EQ(buf->u[DQ_RECORD_CAPACITY - 1], 0.0F);
+  EXPECT_EQ(buf->u[300], 96.0F) << "but what the segmentation writes is there";
+}
+
+// --- joining of transitions ------------------------------------------------------------------------------------------
+
+TEST_F(RmsFeatures, JoinTransitionsLessThanACycleApart) {
+  const auto with_cycle = [&](int samples) {
+    falls(500, {40, 88, 300});  // 32 samples between the first two
+    dipx->smprate = samples;
+    return joined();
+  };
+  EXPECT_EQ(with_cycle(32), (Boundaries{37, 53, 85, 101, 297, 313})) << "a cycle";
+  EXPECT_EQ(with_cycle(33), (Boundaries{37, 101, 297, 313}));
+}
+
+TEST_F(RmsFeatures, WriteTheJoinedBoundariesOverTheFirstAndLeaveTheOthers) {
+  falls(500, {40, 84, 300});
+  std::fill_n(dipx->Trms, 32, 77);
+  EXPECT_EQ(joined(), (Boundaries{37, 97, 297, 313}));
+  EXPECT_EQ((Boundaries{dipx->Trms + 4, dipx->Trms + 7}), (Boundaries{297, 313, 77})) << "as segmented";
+  EXPECT_EQ(crossings(6), (Boundaries{37, 53, 81, 97, 297, 313})) << "crossings are not joined";
+}
+
+struct JoinedCase {
+  const char* name;
+  int samples;
+  std::vector<int> begins;
+  Boundaries boundaries;
+};
+
+/// Falls 28 samples apart, less than a cycle throughout.
+class RmsFeaturesOfManyFalls : public RmsFeatures, public testing::WithParamInterface<JoinedCase> {};
+
+TEST_P(RmsFeaturesOfManyFalls, JoinUntilFourBoundariesWouldBeLeft) {
+  falls(GetParam().samples, GetParam().begins);
+  EXPECT_EQ(joined(), GetParam().boundaries);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Boundaries, RmsFeaturesOfManyFalls,
+    testing::Values(JoinedCase{"Four", 500, {40, 84}, {37, 53, 81, 97}},
+                    JoinedCase{"FiveFirstGap", 144, {40, 84, 128}, {37, 97, 125}},
+                    JoinedCase{"SixFirstGap", 500, {40, 84, 128}, {37, 97, 125, 141}},
+                    JoinedCase{"SevenFirstTwo", 188, {40, 84, 128, 172}, {37, 141, 169}},
+                    JoinedCase{"EightFirstTwo", 500, {40, 84, 128, 172}, {37, 141, 169, 185}},
+                    JoinedCase{"NineFirstThree", 232, {40, 84, 128, 172, 216}, {37, 185, 213}},
+                    JoinedCase{"TenFirstThree", 500, {40, 84, 128, 172, 216}, {37, 185, 213, 229}},
+                    JoinedCase{"SixSecondGapAlone", 500, {40, 140, 184}, {37, 53, 137, 153, 181, 197}},
+                    JoinedCase{"EightThirdGapAlone", 600, {40, 140, 240, 284}, {37, 53, 137, 153, 237, 253, 281, 297}},
+                    JoinedCase{"EightSecondGapAlone", 600, {40, 140, 184, 284}, {37, 53, 137, 197, 281, 297}}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(RmsFeatures, OfThirtyTwoBoundariesHaveFifteenSegments) {
+  blips(17);  // 20 samples apart
+  dipx->smprate = 20;
+  mark();
+  run_features();
+  ASSERT_EQ(dipx->Trms_num, 32);
+  EXPECT_EQ(dipx->min_num, 15);
+  EXPECT_EQ(dipx->u_min_num, 15);
+  for (int s = 0; s < 15; s++) EXPECT_EQ(dipx->order_min[s], 57 + 40 * s);
+  EXPECT_EQ(marked(0), 17 * 6);
+  EXPECT_EQ(marked(15), 17 * 6);
+}
+
+TEST_F(RmsFeatures, OfThirtyTwoBoundariesJoinFourteenGaps) {
+  blips(17);
+  dipx->smprate = 21;
+  EXPECT_EQ(joined(), (Boundaries{37, 617, 637, 657}));
+  EXPECT_EQ(dipx->min_num, 1);
+}
+
+TEST_F(RmsFeatures, JoinWhatPruningLeftAsZerosIntoNothing) {
+  // The window in which no pair of crossings survives.
+  window(820);
+  blip(40);
+  ramp(100, 200, -0.2F);
+  blip(400);
+  ramp(480, 200, 0.2F);
+  ramp(800, 20, -1);
+  EXPECT_TRUE(run_features().ends_with(std::string("T_num = 5\r\n") + check_line + "seg check err1\r\n"));
+  EXPECT_EQ(dipx->Trms_num, 0);
+}
+
+// --- rejected segmentations ------------------------------------------------------------------------------------------
+
+TEST_F(RmsFeatures, OfNoBoundaryStayAsTheyWere) {
+  window(400);
+  mark();
+  EXPECT_TRUE(run_features().ends_with(std::string("T_num = 0\r\n") + check_line + "seg check err1\r\n"));
+  EXPECT_EQ(dipx->Trms_num, 0);
+  EXPECT_EQ(marked(0), 32 * 6);
+  EXPECT_EQ(dipx->min_num, 79);
+  EXPECT_EQ(dipx->u_min_num, 79);
+  EXPECT_EQ(dipx->Voltagechange_Va, 76.0F);
+  EXPECT_EQ(dipx->Voltagechange_Vb, 76.0F);
+  EXPECT_EQ(dipx->Voltagechange_Vc, 76.0F);
+}
+
+TEST_F(RmsFeatures, OfOneBoundaryStayAsTheyWere) {
+  falls(216, {200});
+  mark();
+  EXPECT_TRUE(run_features().ends_with(std::string("T_num = 1\r\n") + check_line + "seg check err1\r\n"));
+  EXPECT_EQ(boundaries(), Boundaries{197});
+  EXPECT_EQ(marked(0), 32 * 6);
+  EXPECT_EQ(dipx->min_num, 79);
+}
+
+TEST_F(RmsFeatures, OfBoundariesOutOfOrderStayAsTheyWere) {
+  falls(400, {40});  // two crossings and no recovery
+  mark();
+  EXPECT_TRUE(run_features().ends_with(std::string("T_num = 2\r\n") + check_line + "seg check err3\r\n"));
+  EXPECT_EQ(boundaries(), (Boundaries{37, 53, 0}));
+  EXPECT_EQ(marked(0), 32 * 6);
+  EXPECT_EQ(dipx->min_num, 79);
+  EXPECT_EQ(dipx->Voltagechange_Va, 76.0F);
+}
+
+// --- segments --------------------------------------------------------------------------------------------------------
+
+struct SegmentsCase {
+  const char* name;
+  int samples;
+  std::vector<int> begins;
+  Boundaries boundaries;
+  int segments;
+};
+
+class RmsFeaturesOfSegments : public RmsFeatures, public testing::WithParamInterface<SegmentsCase> {};
+
+TEST_P(RmsFeaturesOfSegments, AreOnePerStretchBetweenTransitions) {
+  falls(GetParam().samples, GetParam().begins);
+  mark();
+  EXPECT_EQ(joined(), GetParam().boundaries);
+  const int segments = GetParam().segments;
+  EXPECT_EQ(dipx->min_num, segments);
+  EXPECT_EQ(dipx->u_min_num, segments);
+  for (int s = 0; s < segments; s++) {
+    const auto lowest = static_cast<float>(100 - 2 * (s + 1));
+    EXPECT_EQ(dipx->ua_rms_min[s], lowest) << s;
+    EXPECT_EQ(dipx->ub_rms_min[s], lowest) << s;
+    EXPECT_EQ(dipx->uc_rms_min[s], lowest) << s;
+    EXPECT_EQ(dipx->u3_rms_min[s], lowest) << s;
+    EXPECT_EQ(dipx->order_min[s], dipx->Trms[2 * s + 1]) << s;
+    EXPECT_EQ(dipx->dipx_rms_type[s], 0) << s;
+  }
+  EXPECT_EQ(marked(segments), (32 - segments) * 6);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Boundaries, RmsFeaturesOfSegments,
+    testing::Values(SegmentsCase{"Three", 216, {40, 200}, {37, 53, 197}, 1},
+                    SegmentsCase{"Four", 400, {40, 200}, {37, 53, 197, 213}, 1},
+                    SegmentsCase{"Five", 416, {40, 200, 400}, {37, 53, 197, 213, 397}, 2},
+                    SegmentsCase{"Six", 600, {40, 200, 400}, {37, 53, 197, 213, 397, 413}, 2},
+                    SegmentsCase{"Seven", 616, {40, 200, 400, 600}, {37, 53, 197, 213, 397, 413, 597}, 3},
+                    SegmentsCase{"Eight", 800, {40, 200, 400, 600}, {37, 53, 197, 213, 397, 413, 597, 613}, 3}),
+    [](const auto& test) { return test.param.name; });
+
+/// A window with one segment, from sample 53 up to, not including, sample 197, at 98 V.
+class RmsSegment : public RmsFeatures {
+ protected:
+  RmsSegment() {
+    window(400);
+    step(40, -2);
+    step(200, 2);
+  }
+  void measure() {
+    run_features();
+    ASSERT_EQ(boundaries(), (Boundaries{37, 53, 197, 213}));
+    ASSERT_EQ(dipx->min_num, 1);
+  }
+};
+
+TEST_F(RmsSegment, CountsItsFirstSample) {
+  buf->rms_ua[52] = 97.625F;
+  buf->rms_ua[53] = 97.75F;
+  measure();
+  EXPECT_EQ(dipx->ua_rms_min[0], 97.75F);
+  EXPECT_EQ(dipx->u3_rms_min[0], 97.75F);
+  EXPECT_EQ(dipx->order_min[0], 53);
+}
+
+TEST_F(RmsSegment, DoesNotCountItsEnd) {
+  buf->rms_ub[196] = 97.75F;
+  buf->rms_ub[197] = 97.625F;
+  measure();
+  EXPECT_EQ(dipx->ub_rms_min[0], 97.75F);
+  EXPECT_EQ(dipx->u3_rms_min[0], 97.75F);
+  EXPECT_EQ(dipx->order_min[0], 196);
+}
+
+TEST_F(RmsSegment, LiesLowestWhereAnyPhaseFirstDoes) {
+  buf->rms_ua[120] = 97.75F;
+  buf->rms_ub[100] = 97.75F;
+  buf->rms_uc[80] = 97.875F;
+  measure();
+  EXPECT_EQ(dipx->ua_rms_min[0], 97.75F);
+  EXPECT_EQ(dipx->ub_rms_min[0], 97.75F);
+  EXPECT_EQ(dipx->uc_rms_min[0], 97.875F);
+  EXPECT_EQ(dipx->u3_rms_min[0], 97.75F);
+  EXPECT_EQ(dipx->order_min[0], 100);
+}
+
+TEST_F(RmsSegment, CountsPhasesStrictlyBelowTheThreshold) {
+  const float just_below = std::nextafter(90.0F, 0.0F);
+  const auto type_of = [&](float a, float b, float c) {
+    level(buf->rms_ua, 41, 201, a);
+    level(buf->rms_ub, 41, 201, b);
+    level(buf->rms_uc, 41, 201, c);
+    measure();
+    return dipx->dipx_rms_type[0];
+  };
+  EXPECT_EQ(type_of(90, 90, 90), 0);
+  EXPECT_EQ(type_of(just_below, 90, 90), 1);
+  EXPECT_EQ(type_of(90, just_below, 90), 1);
+  EXPECT_EQ(type_of(90, 90, just_below), 1);
+  EXPECT_EQ(type_of(just_below, 90, 40), 2);
+  EXPECT_EQ(type_of(40, 40, just_below), 3);
+}
+
+TEST_F(RmsSegment, CountsAPhaseByItsLowestSample) {
+  dipx->ut = 97.875F;
+  buf->rms_uc[150] = 97.75F;
+  measure();
+  EXPECT_EQ(dipx->dipx_rms_type[0], 1);
+}
+
+TEST_F(RmsSegment, HasAMinimumOfAMillionInAPhaseThatIsNoNumber) {
+  level(buf->rms_uc, 0, 400, std::numeric_limits<float>::quiet_NaN());
+  measure();
+  EXPECT_EQ(dipx->uc_rms_min[0], 1000000.0F);
+  EXPECT_EQ(dipx->ua_rms_min[0], 98.0F);
+  EXPECT_EQ(dipx->u3_rms_min[0], 98.0F);
+  EXPECT_EQ(dipx->dipx_rms_type[0], 0);
+}
+
+TEST_F(RmsFeatures, HaveMinimaOfAMillionWhereTheVoltageIsNoLower) {
+  window(400, 1000002);
+  step(40, -2);
+  step(200, 2);
+  mark();
+  run_features();
+  ASSERT_EQ(boundaries(), (Boundaries{37, 53, 197, 213}));
+  EXPECT_EQ(dipx->ua_rms_min[0], 1000000.0F);
+  EXPECT_EQ(dipx->u3_rms_min[0], 1000000.0F);
+  EXPECT_EQ(dipx->order_min[0], 0) << "a million itself is not below";
+}
+
+TEST_F(RmsFeatures, OfASegmentWithoutAMinimumHaveThePlaceOfTheOneBefore) {
+  window(600, 1000001);
+  step(40, -2);
+  step(200, 2);
+  step(400, -2);
+  run_features();
+  ASSERT_EQ(boundaries(), (Boundaries{37, 53, 197, 213, 397, 413}));
+  EXPECT_EQ(dipx->u3_rms_min[0], 999999.0F);
+  EXPECT_EQ(dipx->order_min[0], 53);
+  for (const float* minima : {dipx->ua_rms_min, dipx->ub_rms_min, dipx->uc_rms_min, dipx->u3_rms_min}) {
+    EXPECT_EQ(minima[1], 1000000.0F);
+  }
+  EXPECT_EQ(dipx->order_min[1], 53);
+}
+
+TEST_F(RmsFeatures, BeginEachCallWithPlaceZero) {
+  falls(400, {40, 200});
+  run_features();
+  ASSERT_EQ(dipx->order_min[0], 53);
+  window(400, 1000010);
+  step(40, -2);
+  step(200, 2);
+  run_features();
+  EXPECT_EQ(dipx->order_min[0], 0);
+}
+
+// --- rates of change -------------------------------------------------------------------------------------------------
+
+TEST_F(RmsSegment, ChangesAtTheSteepestSlopeOfItsFirstTransition) {
+  // From boundary 37 up to, not including, 53. A volt per sample makes 1600 V/s.
+  level(buf->rms_ub, 0, 400, 100);
+  level(buf->rms_uc, 0, 400, 100);
+  level(buf->rms_ub, 39, 400, 100.5F);  // between the second and the third sample
+  level(buf->rms_uc, 52, 400, 99.25F);  // up to the last
+  measure();
+  EXPECT_FLOAT_EQ(dipx->Voltagechange_Va, 3200);
+  EXPECT_FLOAT_EQ(dipx->Voltagechange_Vb, 800);
+  EXPECT_FLOAT_EQ(dipx->Voltagechange_Vc, 1200);
+}
+
+TEST_F(RmsSegment, DoesNotCountTheFirstSlopeOfATransitionNorTheOneOutOfIt) {
+  level(buf->rms_ub, 0, 400, 100);
+  level(buf->rms_uc, 0, 400, 100);
+  level(buf->rms_ub, 38, 400, 100.5F);
+  level(buf->rms_uc, 53, 400, 99.25F);
+  measure();
+  EXPECT_EQ(dipx->Voltagechange_Vb, 0.0F);
+  EXPECT_EQ(dipx->Voltagechange_Vc, 0.0F);
+}
+
+TEST_F(RmsSegment, ChangesByTheDipsOwnRate) {
+  dipx->smprate = 64;
+  measure();
+  EXPECT_FLOAT_EQ(dipx->Voltagechange_Va, 6400);
+}
+
+TEST_F(RmsFeatures, MeasureTheChangeOverAJoinedTransition) {
+  window(500);
+  step(40, -2);
+  step(84, -5);
+  step(300, -2);
+  ASSERT_EQ(joined(), (Boundaries{37, 97, 297, 313}));
+  EXPECT_FLOAT_EQ(dipx->Voltagechange_Va, 5 * 1600);
+}
+
+// --- bounds ----------------------------------------------------------------------------------------------------------
+
+TEST_F(RmsFeatures, StayInsideTheArraysWhateverTheCountSays) {
+  falls(DQ_RECORD_CAPACITY, {1000, DQ_RECORD_CAPACITY - 16});
+  buf->num = std::numeric_limits<unsigned>::max();
+  EXPECT_EQ(joined(), (Boundaries{997, 1013, DQ_RECORD_CAPACITY - 19}));
+  EXPECT_EQ(dipx->ua_rms_min[0], 98.0F);
+  EXPECT_EQ(dipx->order_min[0], 1013);
+}
+
+TEST_F(RmsFeatures, WithoutARecordAreNotMeasured) {
+  falls(400, {40, 200});
+  const auto printed = tests::printed_by([&] {
+    RMS_segment_feature(nullptr, dipx.get());
+    RMS_segment_feature(buf.get(), nullptr);
+  });
+  EXPECT_EQ(printed.out, "");
+  EXPECT_EQ(dipx->Trms_num, 0);
+}
+
 }  // namespace

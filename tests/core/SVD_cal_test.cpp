@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "tests/core/dip_waveforms.h"
+#include "tests/core/faults.h"
+#include "tests/core/kernel_inputs.h"
+#include "tests/core/printed_lines.h"
 
 namespace {
 
@@ -152,6 +155,158 @@ TEST_F(FeatureReduction, WithoutAWindowChangesNothing) {
   reduce({3});
   EXPECT_EQ(SVD_datapro(nullptr, dipx.get()), 0);
   EXPECT_EQ(feasvd_buf.feasvd_max, 3.0F);
+}
+
+class FeatureSpread : public testing::Test {
+ protected:
+  /// A reduced feature of 0 everywhere.
+  FeatureSpread() { std::fill(std::begin(feasvd_buf.feasvd_redu), std::end(feasvd_buf.feasvd_redu), 0.0F); }
+
+  /// Entries `from` up to, not including, `to` alternate `swing` above and below 1: their deviation is `swing`.
+  static void ripple(int from, int to, float swing) {
+    for (int i = from; i < to; i++) feasvd_buf.feasvd_redu[i] = 1 + (i % 2 == 0 ? swing : -swing);
+  }
+  float spread(int smp, unsigned num) {
+    feasvd_buf.feasvd_smp = smp;
+    feasvd_buf.feasvd_num = num;
+    float result = -7;
+    printed = tests::printed_by([&] { result = SVD_bzc(); });
+    EXPECT_EQ(printed.err, "");
+    return result;
+  }
+
+  tests::Printed printed;
+};
+
+TEST_F(FeatureSpread, IsTheMeanOfTheHalfCyclesDeviations) {
+  ripple(0, 32, 0.5F);
+  ripple(32, 64, 0.25F);
+  EXPECT_EQ(spread(64, 100), 0.375F);
+  EXPECT_EQ(printed.out, "seg_num=2\r\n");
+}
+
+TEST_F(FeatureSpread, LeavesOutTheLastHalfCycleAndAPartialOne) {
+  ripple(64, 128, 100);
+  EXPECT_EQ(spread(64, 127), 0.0F) << "two of three whole half-cycles";
+  EXPECT_EQ(printed.out, "seg_num=2\r\n");
+  EXPECT_EQ(spread(64, 128), 100.0F / 3.0F);
+  EXPECT_EQ(printed.out, "seg_num=3\r\n");
+}
+
+TEST_F(FeatureSpread, HalvesAnOddRateDownward) {
+  ripple(0, 16, 1);
+  EXPECT_EQ(spread(33, 48), 0.5F);
+  EXPECT_EQ(printed.out, "seg_num=2\r\n");
+}
+
+TEST_F(FeatureSpread, IsThatOfTheWholePopulation) {
+  // 1 and 3 deviate by 1; the divisor less one would give the root of 2.
+  feasvd_buf.feasvd_redu[0] = 1;
+  feasvd_buf.feasvd_redu[1] = 3;
+  EXPECT_EQ(spread(4, 4), 1.0F);
+}
+
+TEST_F(FeatureSpread, IsMeasuredFromEachHalfCyclesOwnMean) {
+  for (int i = 0; i < 96; i++) feasvd_buf.feasvd_redu[i] = static_cast<float>(i / 32);
+  EXPECT_EQ(spread(64, 128), 0.0F);
+}
+
+TEST_F(FeatureSpread, SumsDeviationsInFloat) {
+  // 2^24 and three ones behind it, which are lost one by one. Kept in double the mean would be 2^22 + 0.75.
+  const float swings[4] = {16777216.0F, 1, 1, 1};
+  for (int block = 0; block < 4; block++) {
+    feasvd_buf.feasvd_redu[2 * block] = swings[block];
+    feasvd_buf.feasvd_redu[2 * block + 1] = -swings[block];
+  }
+  EXPECT_EQ(spread(4, 10), 4194304.0F);
+  EXPECT_EQ(printed.out, "seg_num=4\r\n");
+}
+
+TEST_F(FeatureSpread, SumsEntriesInFloat) {
+  // 4096 and its negative leave 1 and -1; of the squares' sum 2^25 + 2 the 2 is lost, added one by one.
+  const float entries[4] = {4096, -4096, 1, -1};
+  std::copy(std::begin(entries), std::end(entries), feasvd_buf.feasvd_redu);
+  EXPECT_EQ(spread(8, 8), static_cast<float>(std::sqrt(33554432.0 / 4)));
+  ASSERT_NE(static_cast<float>(std::sqrt(33554432.0 / 4)), static_cast<float>(std::sqrt(33554434.0 / 4)));
+}
+
+TEST_F(FeatureSpread, EqualsItsDefinitionToTheLastBit) {
+  const auto by_definition = [](int half, int blocks) {
+    std::vector<float> bzc;
+    for (int i = 0; i < blocks; i++) {
+      const float* x = feasvd_buf.feasvd_redu + i * half;
+      float sum = 0;
+      for (int j = 0; j < half; j++) sum = sum + x[j];
+      const float mean = sum / static_cast<float>(half);
+      float squares = 0;
+      for (int j = 0; j < half; j++) {
+        const float difference = x[j] - mean;
+        const float square = difference * difference;
+        squares = squares + square;
+      }
+      const float quotient = squares / static_cast<float>(half);
+      bzc.push_back(static_cast<float>(std::sqrt(static_cast<double>(quotient))));
+    }
+    float sum = 0;
+    for (const float deviation : bzc) sum = sum + deviation;
+    return sum / static_cast<float>(blocks);
+  };
+  for (const auto& kind : tests::kinds()) {
+    const auto values = tests::series(kind, 1000);
+    std::copy(values.begin(), values.end(), feasvd_buf.feasvd_redu);
+    for (const int rate : {2, 32, 50, 128}) {
+      const int half = rate / 2;
+      EXPECT_TRUE(tests::same_bits(spread(rate, 1000), by_definition(half, 1000 / half - 1))) << kind.name << rate;
+    }
+  }
+}
+
+TEST_F(FeatureSpread, OfOneHalfCycleOrLessIsNotANumber) {
+  EXPECT_TRUE(std::isnan(spread(64, 63)));
+  EXPECT_EQ(printed.out, "seg_num=0\r\n");
+  EXPECT_TRUE(std::isnan(spread(64, 32)));
+  EXPECT_EQ(printed.out, "seg_num=0\r\n");
+  EXPECT_TRUE(std::isnan(spread(64, 31)));
+  EXPECT_EQ(printed.out, "seg_num=-1\r\n");
+  EXPECT_TRUE(std::isnan(spread(64, 0)));
+  EXPECT_EQ(printed.out, "seg_num=-1\r\n");
+}
+
+TEST_F(FeatureSpread, OfARateWithoutAHalfCycleIsNotANumber) {
+  for (const int rate : {0, 1, -1, -2, -64, std::numeric_limits<int>::min()}) {
+    EXPECT_TRUE(std::isnan(spread(rate, 100))) << rate;
+    EXPECT_EQ(printed.out, "seg_num=0\r\n") << rate;
+  }
+}
+
+TEST_F(FeatureSpread, TakesMoreHalfCyclesThanTheLongestRecordHasAtItsLowestRate) {
+  ripple(16 * 23998, 16 * 23999, 1);
+  EXPECT_EQ(spread(32, DQ_RECORD_CAPACITY), 1.0F / 23999.0F);
+  EXPECT_EQ(printed.out, "seg_num=23999\r\n");
+}
+
+TEST_F(FeatureSpread, NeedsNoMemory) {
+  ripple(0, 384000, 0.5F);
+  const tests::FailingMalloc no_block(1);
+  const tests::FailingAllocation no_zeroed_block(1);
+  EXPECT_EQ(spread(2, DQ_RECORD_CAPACITY), 0.0F) << "383999 half-cycles of one sample";
+  EXPECT_EQ(spread(64, DQ_RECORD_CAPACITY), 0.5F);
+}
+
+TEST_F(FeatureSpread, StaysInsideTheArrayWhateverTheCountSays) {
+  feasvd_buf.feasvd_max = tests::nan;  // what lies behind
+  for (const unsigned num : {unsigned{DQ_RECORD_CAPACITY} + 1, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+    EXPECT_EQ(spread(32, num), 0.0F) << num;
+    EXPECT_EQ(printed.out, "seg_num=23999\r\n") << num;
+  }
+  EXPECT_TRUE(std::isnan(spread(std::numeric_limits<int>::max(), 0xFFFFFFFFU))) << "half a cycle beyond the array";
+}
+
+TEST_F(FeatureSpread, LeavesTheFeatureAsItWas) {
+  ripple(0, 100, 0.5F);
+  const std::vector<float> before(feasvd_buf.feasvd_redu, feasvd_buf.feasvd_redu + 100);
+  spread(64, 100);
+  EXPECT_TRUE(tests::same_bits({feasvd_buf.feasvd_redu, feasvd_buf.feasvd_redu + 100}, before));
 }
 
 }  // namespace

@@ -61,6 +61,15 @@ inline const std::vector<Kind>& kinds() {
       {"flat", [](Numbers&, int) { return 325.27F; }},
       {"zero", [](Numbers&, int) { return 0.0F; }},
       {"stepped", [](Numbers&, int i) { return i / 7 % 2 == 0 ? 220.0F : 100.5F; }},
+      {"sine", [](Numbers&, int i) { return 311.127F * std::sin(static_cast<float>(i) * 0.049087F); }},
+      {"flat but for single changes", [](Numbers&, int i) { return i % 61 == 17 ? 219.75F : 220.0F; }},
+      {"flat with seldom steps", [](Numbers&, int i) { return 220.0F - static_cast<float>(i / 190 % 3) * 60.5F; }},
+      {"small", [](Numbers& numbers, int) { return numbers.unit() * 1e-30F; }},
+      {"runs of no numbers",
+       [](Numbers& numbers, int i) {
+         const float odd = i / 30 % 3 == 0 ? infinity : nan;
+         return i / 30 % 6 == 0 ? odd : 400 * numbers.unit();
+       }},
       {"rising", [](Numbers&, int i) { return 0.5F * static_cast<float>(i); }},
       {"falling", [](Numbers&, int i) { return -0.25F * static_cast<float>(i); }},
       {"few levels", [](Numbers& numbers, int) { return static_cast<float>(numbers.below(5) - 2); }},

@@ -11,7 +11,6 @@
 
 namespace {
 
-using sagx::svd_feature;
 using sagx::svd_order;
 using tests::same_bits;
 using Values = std::vector<float>;
@@ -21,6 +20,14 @@ Values with_differences(const Values& differences, float start = 0) {
   Values series = {start};
   for (const float difference : differences) series.push_back(series.back() + difference);
   return series;
+}
+
+/// The feature at series[end], asked for on its own.
+float svd_feature(const float* series, int end, int order) {
+  const int differences = order * order;
+  float feature = -1;
+  EXPECT_EQ(sagx::svd_features(series + (end - differences), differences + 1, 1, order, &feature), 1);
+  return feature;
 }
 
 float feature_at_end(const Values& series, int order) {
@@ -113,16 +120,32 @@ TEST(Feature, LooksAtNothingOutsideItsSamples) {
   }
 }
 
-TEST(Feature, EqualsThePlainFormToTheLastBit) {
-  for (const auto& kind : tests::kinds()) {
-    const auto series = tests::series(kind, 140);
-    for (int order = 1; order <= 9; order++) {
-      for (int end = order * order; end < 140; end++) {
-        ASSERT_TRUE(same_bits(svd_feature(series.data(), end, order), plain::svd_feature(series.data(), end, order)))
-            << kind.name << " order " << order << " end " << end;
+TEST(Features, StandAtEveryStepFromTheFirstFullMatrixOn) {
+  const auto series = tests::series(tests::kinds()[0], 60);
+  for (int order = 1; order <= 5; order++) {
+    for (const int step : {1, 3, 8, 100}) {
+      Values features(60, -1);
+      const int count = sagx::svd_features(series.data(), 60, step, order, features.data());
+      int expected = 0;
+      for (int end = order * order; end < 60; end += step) {
+        EXPECT_TRUE(same_bits(features[static_cast<std::size_t>(expected++)], svd_feature(series.data(), end, order)));
       }
+      EXPECT_EQ(count, expected) << order << " " << step;
+      EXPECT_EQ(features[static_cast<std::size_t>(count)], -1);
     }
   }
+}
+
+TEST(Features, AreNoneWithoutAFullMatrixAnOrderOrAStep) {
+  const auto series = tests::series(tests::kinds()[0], 60);
+  float features[60] = {-1};
+  EXPECT_EQ(sagx::svd_features(series.data(), 16, 1, 4, features), 0);
+  EXPECT_EQ(sagx::svd_features(series.data(), 17, 1, 4, features + 1), 1);
+  EXPECT_EQ(sagx::svd_features(series.data(), 60, 1, 0, features), 0);
+  EXPECT_EQ(sagx::svd_features(series.data(), 60, 0, 4, features), 0);
+  EXPECT_EQ(sagx::svd_features(series.data(), 0, 1, 4, features), 0);
+  EXPECT_EQ(sagx::svd_features(series.data(), -5, 1, 4, features), 0);
+  EXPECT_EQ(features[0], -1);
 }
 
 TEST(Feature, EqualsThePlainFormWhereASeriesIsMostlyFlat) {

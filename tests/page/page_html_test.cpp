@@ -31,9 +31,9 @@ TEST(LongPage, ThinsItsCurvesToStayBelowSixMegabytes) {
     curves.volts[phase][20] = -200;
   }
   command::Analysis analysis;
-  analysis.channels = {0, 1, 2};
-  analysis.sampling_rate = 6400;
-  analysis.samples_per_cycle = 128;
+  analysis.voltages.channels = {0, 1, 2};
+  analysis.voltages.sampling_rate = 6400;
+  analysis.voltages.samples_per_cycle = 128;
   analysis.pre_event_voltage = 50;
   const auto page = command::page_of(record, analysis, curves);
   EXPECT_LT(page.size(), 6000000U);

@@ -19,11 +19,26 @@ const records = {
   lasting: path("lasting.csv"), // not recovered
   flat: path("flat.csv"), // no dip
   many: path("many.csv"), // more dips than are shown unfolded
+  part: path("part.csv"), // the second part of a record with a gap, at a rate that the analysis does not take
 };
+const options = { part: ["--nominal", "200"] };
 const documents = {};
 
 function synth(name, ...options) {
   execFileSync(dipx, ["synth", ...options, "-o", records[name]]);
+}
+
+/// Rows of a record with a dip of Ua to a half from 0.8 s to 1 s, and nothing from 0.2 s to 0.4 s.
+function rowsWithAGap() {
+  const lines = ["t_s,Ua,Ub,Uc"];
+  for (let i = 0; i < 1.5 * 5120; i++) {
+    const t = i / 5120;
+    if (t >= 0.2 && t < 0.4) continue;
+    const factor = t >= 0.8 && t < 1 ? 0.5 : 1;
+    const volts = [0, 1, 2].map((p) => ((p === 0 ? factor : 1) * 230 * Math.SQRT2 * Math.sin(2 * Math.PI * (50 * t - p / 3))).toFixed(3));
+    lines.push([t.toFixed(9), ...volts].join(","));
+  }
+  return lines.join("\n") + "\n";
 }
 
 /// Rows of a record with dips every second.
@@ -44,8 +59,9 @@ before(async () => {
   synth("lasting", "--duration", "1", "--length", "1");
   synth("flat", "--depth", "0");
   writeFileSync(records.many, rowsOfManyDips());
+  writeFileSync(records.part, rowsWithAGap());
   for (const [name, file] of Object.entries(records)) {
-    const printed = execFileSync(dipx, ["analyse", "--json", file, "--html", path(`${name}.html`)], { encoding: "utf8" });
+    const printed = execFileSync(dipx, ["analyse", "--json", file, "--html", path(`${name}.html`), ...(options[name] ?? [])], { encoding: "utf8" });
     documents[name] = JSON.parse(printed);
   }
   browser = await Browser.start(chromium);
@@ -75,15 +91,15 @@ const press = async (page, name) => {
 const picture = (page, plot) => page.value(`document.querySelector("#${plot} canvas").toDataURL()`);
 
 for (const name of Object.keys(records)) {
-  for (const [kind, options] of Object.entries({
+  for (const [kind, look] of Object.entries({
     "a wide window": { width: 1400 },
     "a phone": { width: 360, height: 740, touch: true, scale: 2 },
     "dark": { width: 900, dark: true },
   })) {
     test(`the page of '${name}' opens in ${kind} without complaint, request or sideways scrolling`, () =>
-      opened(name, options, async (page) => {
+      opened(name, look, async (page) => {
         assert.equal(page.requests.length, 1, page.requests.join());
-        assert.ok((await page.value("document.documentElement.scrollWidth")) <= options.width);
+        assert.ok((await page.value("document.documentElement.scrollWidth")) <= look.width);
         assert.equal(await page.value("document.querySelectorAll('#plots canvas').length"), 2);
       }));
   }
@@ -140,6 +156,38 @@ test("its curves are the record's: RMS as low as the document says, waves as hig
     assert.equal(count, documents.steps.record.samples, "every sample");
     const peak = await page.value("wave.values[0].subarray(0, 6400).reduce((a, b) => Math.max(a, b)) * wave.scale");
     assert.ok(Math.abs(peak - 230 * Math.SQRT2) < 8, `${peak} V with 0.5 % of noise`);
+  }));
+
+test("a part of a record, resampled, stands at its times", () =>
+  opened("part", {}, async (page) => {
+    const { record, dips: [dip] } = documents.part;
+    assert.equal(record.part.number, 2);
+    assert.ok(record.part.resampled);
+    const [from, to] = await range(page);
+    assert.ok(Math.abs(from - 0.4) < 2e-4 && Math.abs(to - 1.5) < 4e-4, `${from} to ${to}`);
+    const crossings = await page.value(`(() => {
+      const [times, a] = raw(rms, recordStart, recordEnd);
+      const low = [...times.keys()].filter((i) => a[i] < found.threshold_v);
+      return [times[low[0]], times[low.at(-1)]];
+    })()`);
+    const step = 1 / record.sampling_rate_hz;
+    assert.ok(Math.abs(crossings[0] - dip.start.time_s) < 2 * step, `${crossings} for ${dip.start.time_s}`);
+    assert.ok(Math.abs(crossings[1] - dip.end.time_s) < 2 * step, `${crossings} for ${dip.end.time_s}`);
+    const facts = (await page.value("document.getElementById('facts').textContent")).replaceAll("\u00a0", " ");
+    assert.match(facts, /5632 samples, part 2 of 2 from 0\.4000 s/);
+    assert.match(facts, /5120 Hz, resampled to 104 per cycle of 50 Hz/);
+  }));
+
+test("dips are judged by the declared voltage where it is given", () =>
+  opened("part", {}, async (page) => {
+    const percents = documents.part.dips[0].residual_voltage.percent_of_declared;
+    assert.ok(Math.abs(percents - 57.5) < 0.1);
+    const frame = await page.value("(({ y, height }) => ({ y: y.baseVal.value, height: height.baseVal.value }))(document.querySelector('#curves rect'))");
+    const y = await page.value("document.querySelector('#curves circle').cy.baseVal.value");
+    assert.ok(Math.abs((y - frame.y) / frame.height - (1 - percents / 100)) < 0.001);
+    assert.equal(await page.value("document.getElementById('judged-by').textContent"), "the declared voltage");
+    const facts = (await page.value("document.getElementById('facts').textContent")).replaceAll("\u00a0", " ");
+    assert.match(facts, /Declared voltagephase 200\.0 V; the pre-event voltage is 115\.0 % of it/);
   }));
 
 test("dragging across zooms both plots to what was chosen, a double click shows the whole record", () =>

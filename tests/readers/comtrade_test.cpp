@@ -238,12 +238,12 @@ TEST_F(ComtradeReader, MakesTextInert) {
       "a,\xFF,,V\x01,1,0,0,0,0,1,1,P\n50\n1\n1000,1\n\x02"
       "d,t\nd,t\nASCII\n",
       "1,0,1\n");
-  EXPECT_EQ(record.station, "Sta\xEF\xBF\xBDtion");
+  EXPECT_EQ(record.station, "Sta\xC3\x93tion");
   EXPECT_EQ(record.device, "R");
   EXPECT_EQ(record.channels[0].name,
-            "U\xEF\xBF\xBD"
+            "U\xC3\x81"
             "a");
-  EXPECT_EQ(record.channels[0].phase, "\xEF\xBF\xBD");
+  EXPECT_EQ(record.channels[0].phase, "\xC3\xBF");
   EXPECT_EQ(record.channels[0].unit, "V");
   EXPECT_EQ(record.start_time, "d t");
 }
@@ -292,14 +292,16 @@ TEST_F(ComtradeReader, ReadsSeveralSamplingRates) {
   EXPECT_EQ(record.rates[1].end, 3U);
 }
 
-TEST_F(ComtradeReader, LeavesTheRateToTheTimeStampsWhenNoneIsStated) {
+TEST_F(ComtradeReader, TakesTheRateFromTheTimeStampsWhenNoneIsStated) {
   Cfg cfg;
   cfg.rates = "0\n0,3\n";
   const Record record = read(cfg.text(), kThreeRows);
   ASSERT_EQ(record.rates.size(), 1U);
-  EXPECT_EQ(record.rates[0].rate, 0);
+  EXPECT_EQ(record.rates[0].rate, 1000);
   EXPECT_EQ(record.rates[0].end, 3U);
   EXPECT_EQ(record.start_time, "31/12/1998 23:59:59.000000");
+  EXPECT_EQ(record.notes,
+            Strings{"The file states no sampling rate; the time stamps make it 1000 samples per second."});
 }
 
 TEST_F(ComtradeReader, ReadsFewerSamplesThanDeclaredAndSaysSo) {
@@ -519,25 +521,23 @@ TEST_F(ComtradeReader, RefusesAScaleThatIsNoNumber) {
             in_cfg("line 3: analog channel 1 of 1: the offset 'inf' is not a number; correct the line"));
 }
 
-TEST_F(ComtradeReader, RefusesOtherTypesOfDataByName) {
-  for (const std::string type : {"BINARY32", "float32"}) {
-    Cfg cfg;
-    cfg.type = type;
-    EXPECT_EQ(refusal(cfg.text(), kThreeRows), in_cfg("line 10: data of type '" + type +
-                                                      "' are not read; convert it to a .cfg/.dat pair with ASCII or "
-                                                      "BINARY data"));
-  }
+TEST_F(ComtradeReader, RefusesOtherTypesOfData) {
   Cfg cfg;
   cfg.type = "ZIP";
   EXPECT_EQ(refusal(cfg.text(), kThreeRows),
-            in_cfg("line 10: 'ZIP' is not a type of data; correct the line to what the data are: ASCII or BINARY"));
+            in_cfg("line 10: 'ZIP' is not a type of data; correct the line to what the data are: ASCII, BINARY, "
+                   "BINARY32 or FLOAT32"));
 }
 
-TEST_F(ComtradeReader, RefusesSixteenBitText) {
-  EXPECT_EQ(refusal("\xFF\xFE"
-                    "S",
-                    kThreeRows),
-            in_cfg("is text in 16-bit characters (UTF-16); save it as UTF-8 text"));
+TEST_F(ComtradeReader, RefusesTextWhereBinaryDataBelong) {
+  for (const std::string type : {"BINARY", "BINARY32", "FLOAT32"}) {
+    Cfg cfg;
+    cfg.type = type;
+    EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+              in_dat("byte 0: the data are text where " + type +
+                     " belongs; correct the type of data in the .cfg to ASCII, and make sure that it belongs to this "
+                     "file"));
+  }
 }
 
 TEST_F(ComtradeReader, RefusesAnAsciiRowWithAnotherNumberOfFields) {

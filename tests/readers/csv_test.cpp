@@ -29,7 +29,7 @@ Strings units_of(const Record& record) {
 }
 
 std::string refusal(const std::string& content, double rate = 0) {
-  return refusal_of([&] { read_csv("t.csv", content, rate); });
+  return refusal_of([&] { read_csv("t.csv", content, {rate}); });
 }
 
 // --- shape -----------------------------------------------------------------------------------------------------------
@@ -65,7 +65,7 @@ TEST(CsvReader, LooksForTheSeparatorOutsideQuotes) {
 }
 
 TEST(CsvReader, KeepsEmptyCellsBetweenTabs) {
-  const Record record = read_csv("t.csv", "Ua\tUb\tUc\n\t2\t\n4\t\t6\n", 1000);
+  const Record record = read_csv("t.csv", "Ua\tUb\tUc\n\t2\t\n4\t\t6\n", {1000});
   EXPECT_TRUE(std::isnan(record.channels[0].samples[0]));
   EXPECT_EQ(record.channels[1].samples[0], 2);
   EXPECT_TRUE(std::isnan(record.channels[2].samples[0]));
@@ -75,20 +75,20 @@ TEST(CsvReader, KeepsEmptyCellsBetweenTabs) {
 TEST(CsvReader, AcceptsAllEndsOfLinesAndBlankLines) {
   for (const char* content : {"Ua,Ub\r\n1,2\r\n3,4\r\n", "Ua,Ub\r1,2\r3,4", "\nUa,Ub\n\n1,2\n\n\n3,4\n\n",
                               "\xEF\xBB\xBFUa,Ub\n1,2\n3,4\n\x1A"}) {
-    const Record record = read_csv("t.csv", content, 50);
+    const Record record = read_csv("t.csv", content, {50});
     EXPECT_EQ(names_of(record), (Strings{"Ua", "Ub"})) << content;
     EXPECT_EQ(record.channels[1].samples, (Samples{2, 4})) << content;
   }
 }
 
 TEST(CsvReader, SkipsRemarksInFront) {
-  const Record record = read_csv("t.csv", "# made by hand; 3 kV\n  # second\n\nUa,Ub\n1,2\n", 50);
+  const Record record = read_csv("t.csv", "# made by hand; 3 kV\n  # second\n\nUa,Ub\n1,2\n", {50});
   EXPECT_EQ(names_of(record), (Strings{"Ua", "Ub"}));
   EXPECT_NE(refusal("# one\nUa,Ub\n1,2\n3,x\n", 50).find("line 4: "), std::string::npos);
 }
 
 TEST(CsvReader, NamesColumnsByTheirPlaceWhenNothingElseDoes) {
-  EXPECT_EQ(names_of(read_csv("t.csv", "1,2,3\n4,5,7\n", 50)), (Strings{"column 1", "column 2", "column 3"}));
+  EXPECT_EQ(names_of(read_csv("t.csv", "1,2,3\n4,5,7\n", {50})), (Strings{"column 1", "column 2", "column 3"}));
   EXPECT_EQ(names_of(read_csv("t.csv", "t,Ua,,Uc\n0,1,2,3\n1,4,5,6\n")), (Strings{"Ua", "column 3", "Uc"}));
 }
 
@@ -100,12 +100,12 @@ TEST(CsvReader, MakesNamesInert) {
   EXPECT_EQ(names_of(read_csv("t.csv",
                               "\xD3U\x1B"
                               "a,Ub\n1,2\n",
-                              50)),
-            (Strings{"\xEF\xBF\xBDUa", "Ub"}));
+                              {50})),
+            (Strings{"\xC3\x93Ua", "Ub"}));
 }
 
 TEST(CsvReader, GivesMissingValuesAsNaN) {
-  const Record record = read_csv("t.csv", "Ua,Ub\n,nan\nNaN, \n1,2\n", 50);
+  const Record record = read_csv("t.csv", "Ua,Ub\n,nan\nNaN, \n1,2\n", {50});
   for (const Channel& channel : record.channels) {
     EXPECT_TRUE(std::isnan(channel.samples[0]));
     EXPECT_TRUE(std::isnan(channel.samples[1]));
@@ -117,13 +117,13 @@ TEST(CsvReader, GivesMissingValuesAsNaN) {
 
 TEST(CsvReader, TakesUnitsFromNames) {
   const Record record =
-      read_csv("t.csv", "v1_V,Ua [kV],Ub (V),Uc/mV,phase_A_voltage,Ia_A,f [Hz],x [furlong]\n1,2,3,4,5,6,7,8\n", 50);
+      read_csv("t.csv", "v1_V,Ua [kV],Ub (V),Uc/mV,phase_A_voltage,Ia_A,f [Hz],x [furlong]\n1,2,3,4,5,6,7,8\n", {50});
   EXPECT_EQ(names_of(record), (Strings{"v1", "Ua", "Ub", "Uc", "phase_A_voltage", "Ia", "f", "x"}));
   EXPECT_EQ(units_of(record), (Strings{"V", "kV", "V", "mV", "", "A", "Hz", "furlong"}));
 }
 
 TEST(CsvReader, DoesNotTakeAPhaseForAUnit) {
-  const Record record = read_csv("t.csv", "U_A,U (A),v_Ug_A,U [a],Ua_SUB_A_VT2\n1,2,3,4,5\n", 50);
+  const Record record = read_csv("t.csv", "U_A,U (A),v_Ug_A,U [a],Ua_SUB_A_VT2\n1,2,3,4,5\n", {50});
   EXPECT_EQ(names_of(record), (Strings{"U_A", "U (A)", "v_Ug_A", "U [a]", "Ua_SUB_A_VT2"}));
   EXPECT_EQ(units_of(record), (Strings{"", "", "", "", ""}));
 }
@@ -167,20 +167,20 @@ TEST(CsvReader, FindsTheTimeWithoutNames) {
 }
 
 TEST(CsvReader, TakesNoColumnForTheTimeWithoutNamesUnlessItRisesEvenly) {
-  EXPECT_EQ(read_csv("t.csv", "0.000,1,2,3\n0.020,4,5,7\n0.050,8,9,10\n", 50).channels.size(), 4U);
-  EXPECT_EQ(read_csv("t.csv", "0.04,1,2,3\n0.02,4,5,7\n0.00,8,9,10\n", 50).channels.size(), 4U);
-  EXPECT_EQ(read_csv("t.csv", "0.00,1,2\n0.02,4,5\n0.04,8,9\n", 50).channels.size(), 3U);
+  EXPECT_EQ(read_csv("t.csv", "0.000,1,2,3\n0.020,4,5,7\n0.050,8,9,10\n", {50}).channels.size(), 4U);
+  EXPECT_EQ(read_csv("t.csv", "0.04,1,2,3\n0.02,4,5,7\n0.00,8,9,10\n", {50}).channels.size(), 4U);
+  EXPECT_EQ(read_csv("t.csv", "0.00,1,2\n0.02,4,5\n0.04,8,9\n", {50}).channels.size(), 3U);
 }
 
 TEST(CsvReader, LeavesOutAColumnThatCountsTheSamples) {
-  const Record record = read_csv("t.csv", "1,10,20,30\n2,11,21,31\n3,12,22,32\n", 4000);
+  const Record record = read_csv("t.csv", "1,10,20,30\n2,11,21,31\n3,12,22,32\n", {4000});
   EXPECT_EQ(record.rates[0].rate, 4000);
   EXPECT_EQ(names_of(record), (Strings{"column 2", "column 3", "column 4"}));
   EXPECT_EQ(record.notes, Strings{"The first column counts the samples and was left out."});
 }
 
 TEST(CsvReader, TakesTheGivenRateWithoutTimes) {
-  EXPECT_EQ(read_csv("t.csv", "Ua,Ub\n1,2\n3,4\n", 12800).rates[0].rate, 12800);
+  EXPECT_EQ(read_csv("t.csv", "Ua,Ub\n1,2\n3,4\n", {12800}).rates[0].rate, 12800);
 }
 
 TEST(CsvReader, AsksForTheRateWithoutTimes) {
@@ -191,12 +191,12 @@ TEST(CsvReader, AsksForTheRateWithoutTimes) {
 }
 
 TEST(CsvReader, PrefersTheTimesToAGivenRateAndSaysSo) {
-  const Record record = read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", 500);
+  const Record record = read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {500});
   EXPECT_EQ(record.rates[0].rate, 1000);
   EXPECT_EQ(record.notes,
             Strings{"The rate given (500 samples per second) was not used, as the times in the table make "
                     "it 1000."});
-  EXPECT_TRUE(read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", 1000).notes.empty());
+  EXPECT_TRUE(read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {1000}).notes.empty());
 }
 
 TEST(CsvReader, RoundsARateNextToAWholeNumber) {
@@ -255,7 +255,8 @@ TEST(CsvReader, RefusesTimesThatAreNoNumbers) {
   for (const std::string time : {"12:00:01", "", "nan", "inf"}) {
     EXPECT_EQ(refusal("t,Ua\n0,1\n" + time + ",2\n"),
               "t.csv: line 3: '" + time +
-                  "' in column 1 is not a time; give the time as a number of seconds or milliseconds");
+                  "' in column 1 is not a time; give the time as a number of seconds or milliseconds, or as time "
+                  "stamps throughout");
   }
 }
 
@@ -290,12 +291,92 @@ TEST(CsvReader, CountsLinesInsideQuotedCells) {
   EXPECT_EQ(refusal("\"Ua\nleft\",Ub\n1,2\n3,x\n", 50).substr(0, 15), "t.csv: line 4: ");
 }
 
-TEST(CsvReader, ExplainsADecimalComma) {
-  const std::string rest = " has a decimal comma, which is not read; write numbers with a decimal point";
-  EXPECT_EQ(refusal("t;Ua\n0;1\n0,001;2,5\n"), "t.csv: line 3: '0,001' in column 1" + rest);
-  EXPECT_EQ(refusal("t;Ua\n0;1,5\n"), "t.csv: line 2: '1,5' in column 2" + rest);
-  EXPECT_EQ(refusal("1,5;2\n3;4\n", 50), "t.csv: line 1: '1,5' in column 1" + rest);
-  EXPECT_EQ(refusal("Ua,Ub\n\"1,5\",2\n", 50), "t.csv: line 2: '1,5' in column 1" + rest);
+// --- as spreadsheets and instruments write it ------------------------------------------------------------------------
+
+TEST(CsvReader, ReadsDecimalCommasAndSaysSo) {
+  const Strings said = {"Numbers are read with a decimal comma."};
+  for (const char* content : {"t;Ua\n0,000;1,5\n0,001;-2,5\n", "t\tUa\n0,000\t1,5\n0,001\t-2,5\n",
+                              "t,Ua\n\"0,000\",\"1,5\"\n\"0,001\",\"-2,5\"\n"}) {
+    const Record record = read_csv("t.csv", content);
+    EXPECT_EQ(record.rates[0].rate, 1000) << content;
+    EXPECT_EQ(record.channels[0].samples, (Samples{1.5, -2.5})) << content;
+    EXPECT_EQ(record.notes, said) << content;
+  }
+  EXPECT_EQ(read_csv("t.csv", "1,5;2\n3;4\n", {50}).channels[0].samples, (Samples{1.5, 3}));
+}
+
+TEST(CsvReader, FindsALostRowAmongTimesWithDecimalCommas) {
+  EXPECT_EQ(refusal("t;Ua\n0,0000;1\n0,0010;2\n0,0020;3\n0,0040;4\n0,0050;5\n0,0060;6\n").substr(0, 15),
+            "t.csv: line 5: ");
+}
+
+TEST(CsvReader, RefusesDecimalCommasAmongDecimalPoints) {
+  EXPECT_EQ(refusal("Ua;Ub\n1.5;2\n3;4,5\n", 50),
+            "t.csv: line 3: '4,5' in column 2 has a decimal comma where line 2 has a point; write all numbers alike");
+  EXPECT_EQ(refusal("Ua;Ub\n1,5;2\n3;4.5\n", 50),
+            "t.csv: line 3: '4.5' in column 2 has a decimal point where line 2 has a comma; write all numbers alike");
+  EXPECT_EQ(refusal("Ua;Ub\n1;2\n1.234,5;2\n", 50),
+            "t.csv: line 3: '1.234,5' in column 1 is not a number; correct the cell or leave it empty");
+}
+
+TEST(CsvReader, ReadsARowOfUnits) {
+  const Record record = read_csv("t.csv", "Time;Ua;Ub;Ia\n(ms);[kV];V;A\n0;1;2;3\n0,5;4;5;6\n");
+  EXPECT_EQ(record.rates[0].rate, 2000);
+  EXPECT_EQ(names_of(record), (Strings{"Ua", "Ub", "Ia"}));
+  EXPECT_EQ(units_of(record), (Strings{"kV", "V", "A"}));
+}
+
+TEST(CsvReader, PassesOverRemarksInFrontOfTheTable) {
+  const Record record =
+      read_csv("t.csv", "Model,X-1\nRecord Length,2,Points\n\nTime,CH1,CH2\ns,V,V\n0.000,1,2\n0.001,3,4\n");
+  EXPECT_EQ(names_of(record), (Strings{"CH1", "CH2"}));
+  EXPECT_EQ(units_of(record), (Strings{"V", "V"}));
+  EXPECT_EQ(record.notes, Strings{"The 2 lines in front of the table were passed over."});
+  EXPECT_EQ(read_csv("t.csv", "Export of today\n0.000,1,2,3\n0.001,3,4,5\n").notes,
+            (Strings{"The line in front of the table was passed over.",
+                     "The first column is taken for the time in seconds."}));
+}
+
+TEST(CsvReader, ReadsTheSeparatorThatASpreadsheetStates) {
+  EXPECT_EQ(names_of(read_csv("t.csv", "sep=|\nt|Ua\n0|1\n1|2\n")), Strings{"Ua"});
+}
+
+TEST(CsvReader, ReadsTimeStamps) {
+  const std::vector<std::pair<std::string, std::string>> ways = {
+      {"10:00:00.000", "10:00:00.001"},
+      {"2026-11-21 10:00:00.000000", "2026-11-21 10:00:00.001000"},
+      {"2026-11-21T10:00:00.000Z", "2026-11-21T10:00:00.001Z"},
+      {"2026-11-21T10:00:00.000+01:00", "2026-11-21T10:00:00.001+01:00"},
+      {"21.11.2026 23:59:59.9995", "22.11.2026 00:00:00.0005"}};
+  for (const auto& [first, second] : ways) {
+    EXPECT_EQ(read_csv("t.csv", "Time,Ua\n" + first + ",1\n" + second + ",2\n").rates[0].rate, 1000) << first;
+  }
+  EXPECT_EQ(read_csv("t.csv", "Zeit;Ua\n10:00:00,000;1,5\n10:00:00,001;2\n").rates[0].rate, 1000);
+}
+
+TEST(CsvReader, ReadsTimeStampsWithoutAName) {
+  const Record record = read_csv("t.csv", "10:00:00.000,1\n10:00:00.001,2\n");
+  EXPECT_EQ(record.rates[0].rate, 1000);
+  EXPECT_EQ(names_of(record), Strings{"column 2"});
+}
+
+TEST(CsvReader, LeavesOutDatesAndText) {
+  const Record record =
+      read_csv("t.csv", "Date,Time,State,Ua\n21.11.2026,10:00:00.000,ok,1\n21.11.2026,10:00:00.001,bad,2\n");
+  EXPECT_EQ(names_of(record), Strings{"Ua"});
+  EXPECT_EQ(record.rates[0].rate, 1000);
+  EXPECT_EQ(record.notes, Strings{"Column 3 'State' holds text and was left out."});
+}
+
+TEST(CsvReader, RefusesABrokenTimeStamp) {
+  EXPECT_EQ(refusal("t,Ua\n10:00:00.0,1\n10:00,2\n"),
+            "t.csv: line 3: '10:00' in column 1 is no time stamp; write it as those before, as in 10:00:00.000156");
+}
+
+TEST(CsvReader, FindsARowThatIsMissingBetweenTimeStamps) {
+  EXPECT_EQ(refusal("t,Ua\n10:00:00.0000,1\n10:00:00.0010,2\n10:00:00.0020,3\n10:00:00.0040,4\n10:00:00.0050,5\n")
+                .substr(0, 15),
+            "t.csv: line 5: ");
 }
 
 TEST(CsvReader, RefusesStrayQuotationMarks) {
@@ -314,8 +395,14 @@ TEST(CsvReader, RefusesATableWithoutRowsOrChannels) {
   EXPECT_EQ(refusal("t\n0\n1\n"), "t.csv: has no column of samples; choose a table with a column per channel");
 }
 
-TEST(CsvReader, RefusesSixteenBitText) {
-  EXPECT_EQ(refusal("\xFF\xFEt", 50), "t.csv: is text in 16-bit characters (UTF-16); save it as UTF-8 text");
+// --- character sets --------------------------------------------------------------------------------------------------
+
+TEST(CsvReader, ReadsSixteenBitTextAsSpreadsheetsSaveIt) {
+  std::string content = "\xFF\xFE";
+  for (const char c : std::string("t\tUa\r\n0\t1\r\n0.5\t2\r\n")) content += {c, '\0'};
+  const Record record = read_csv("t.tsv", content);
+  EXPECT_EQ(names_of(record), Strings{"Ua"});
+  EXPECT_EQ(record.channels[0].samples, (Samples{1, 2}));
 }
 
 }  // namespace

@@ -56,16 +56,15 @@ TEST_F(OpenRecord, ReadsTablesUnderOtherNames) {
 
 TEST_F(OpenRecord, RefusesOtherFilesWithTheListOfWhatIsRead) {
   const std::string expected =
-      "is not a kind of record that is read; what is read: COMTRADE records (.cfg with .dat, or .cff) with ASCII or "
-      "BINARY data, and CSV files (.csv, .tsv, .txt); - for standard input takes .cff and CSV";
+      "is not a kind of record that is read; what is read: COMTRADE records (.cfg with .dat, or .cff) and CSV "
+      "files (.csv, .tsv, .txt); - for standard input takes .cff and CSV";
   EXPECT_EQ(refusal("r.bin", "a,b\0c,d"s), expected);
   EXPECT_EQ(refusal("r.doc", "no separators here\n1,2\n"), expected);
   EXPECT_EQ(refusal("empty", ""), expected);
 }
 
 TEST_F(OpenRecord, RefusesKnownKindsByName) {
-  const std::string pqdif =
-      "PQDIF records are not read; convert it to a COMTRADE .cfg/.dat pair with ASCII or BINARY data";
+  const std::string pqdif = "PQDIF records are not read; convert it to a COMTRADE record or a CSV table";
   EXPECT_EQ(refusal("r.pqd", "x"), pqdif);
   EXPECT_EQ(refusal("r.PQDIF", "x"), pqdif);
   EXPECT_EQ(refusal("r.hdr", "x"), "is the remarks file of a COMTRADE record; name the .cfg file of the record");

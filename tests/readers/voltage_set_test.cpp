@@ -73,6 +73,9 @@ TEST(VoltageSets, AreFoundByManyWaysOfNaming) {
       {"L1", "L2", "L3"},
       {"u_l1", "u_l2", "u_l3"},
       {"VR", "VS", "VT"},
+      {"UU", "UV", "UW"},
+      {"VU", "VV", "VW"},
+      {"Phase U", "Phase V", "Phase W"},
       {"v_Ug_A", "v_Ug_B", "v_Ug_C"},
       {"phase_A_voltage", "phase_B_voltage", "phase_C_voltage"},
       {"F5-VA", "F6-VB", "F7-VC"},
@@ -113,8 +116,76 @@ TEST(VoltageSets, AreMadeOfVoltagesOnly) {
   for (const char* unit : {"V", "v", "kV", "KV", "mV", "MV", "volt", "Volts", " V "}) {
     EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kFirstThree) << unit;
   }
-  for (const char* unit : {"A", "kA", "Hz", "VA", "-", "%"})
+  for (const char* unit : {"kA", "Hz", "VA", "%", "deg"})
     EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kNone) << unit;
+}
+
+TEST(VoltageSets, MayHaveUnitsInCyrillicLetters) {
+  for (const char* unit : {"В", "кВ", "В/кВ", "В/к", "мВ"}) {
+    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kFirstThree) << unit;
+  }
+}
+
+TEST(VoltageSets, MayBeMislabelledWhereNoUnitIsOfVoltage) {
+  for (const char* unit : {"A", "А", "-", "?"}) {
+    const Record record = record_named({"UA", "UB", "UC", "IA", "IB", "IC"}, unit);
+    EXPECT_EQ(sets_in(record), kFirstThree) << unit;
+    EXPECT_TRUE(find_voltage_sets(record)[0].unit_guessed) << unit;
+  }
+  EXPECT_FALSE(find_voltage_sets(record_named({"UA", "UB", "UC"}, "V"))[0].unit_guessed);
+  Record both = record_named({"UA", "UB", "UC", "Ua2", "Ub2", "Uc2"}, "A");
+  for (std::size_t i = 3; i < 6; ++i) both.channels[i].unit = "V";
+  EXPECT_EQ(sets_in(both), (Sets{{4, 5, 6}}));
+}
+
+TEST(VoltageSets, SayHowTheirPhasesWereToldApart) {
+  const auto source = [](const Record& record) { return find_voltage_sets(record)[0].source; };
+  EXPECT_EQ(source(record_named({"Ua", "Ub", "Uc"}, "V")), PhaseSource::name);
+  EXPECT_EQ(source(record_named({"UA left", "UB middle", "UC right"}, "V")), PhaseSource::order);
+  EXPECT_EQ(source(record_of({channel("x", "V", "A"), channel("x", "V", "B"), channel("x", "V", "C")})),
+            PhaseSource::phase_field);
+  EXPECT_EQ(named_voltage_set(record_named({"Ua", "Ub", "Uc"}, "V"), "1,2,3").source, PhaseSource::user);
+}
+
+// --- voltages between phases -----------------------------------------------------------------------------------------
+
+Sets line_sets_in(const Record& record) {
+  Sets result;
+  for (const VoltageSet& set : find_line_to_line_sets(record)) {
+    EXPECT_TRUE(set.between_phases);
+    result.push_back({set.channels[0] + 1, set.channels[1] + 1, set.channels[2] + 1});
+  }
+  return result;
+}
+
+TEST(LineToLineSets, AreFoundByNameInTheOrderAbBcCa) {
+  EXPECT_EQ(line_sets_in(record_named({"Uab", "Ubc", "Uca"}, "V")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"VAB", "VBC", "VCA"}, "")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"U31", "U12", "U23"}, "kV")), (Sets{{2, 3, 1}}));
+  EXPECT_EQ(line_sets_in(record_named({"Ua-Ub", "Ub-Uc", "Uc-Ua"}, "V")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"Uac", "Ucb", "Uba"}, "V")), (Sets{{3, 2, 1}}));
+  EXPECT_EQ(line_sets_in(record_named({"Urs", "Ust", "Utr"}, "V")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"Uuv", "Uvw", "Uwu"}, "V")), kFirstThree);
+}
+
+TEST(LineToLineSets, AreFoundByThePhaseField) {
+  EXPECT_EQ(line_sets_in(record_of({channel("Bus", "V", "AB"), channel("Bus", "V", "BC"), channel("Bus", "V", "CA")})),
+            kFirstThree);
+  EXPECT_EQ(
+      line_sets_in(record_of({channel("B", "V", "L1-L2"), channel("B", "V", "L2-L3"), channel("B", "V", "L3-L1")})),
+      kFirstThree);
+}
+
+TEST(LineToLineSets, AreNotMadeOfPhaseVoltagesOrCurrents) {
+  EXPECT_EQ(line_sets_in(record_named({"Ua", "Ub", "Uc"}, "V")), kNone);
+  EXPECT_EQ(line_sets_in(record_named({"Uab", "Ubc", "Uca"}, "A")), kNone);
+  EXPECT_EQ(line_sets_in(record_named({"Iab", "Ibc", "Ica"}, "")), kNone);
+}
+
+TEST(LineToLineSets, AreKnownWhenAUserNamesThem) {
+  const Record record = record_named({"Uab", "Ubc", "Uca", "Ua", "Ub", "Uc"}, "V");
+  EXPECT_TRUE(named_voltage_set(record, "Uab,Ubc,Uca").between_phases);
+  EXPECT_FALSE(named_voltage_set(record, "Ua,Ub,Uc").between_phases);
 }
 
 TEST(VoltageSets, AreGivenInTheOrderOfPhasesAndOfTheFile) {
@@ -165,6 +236,11 @@ TEST(VoltageSets, LeaveOutVoltagesBetweenPhases) {
 TEST(VoltageSets, LeaveOutComputedFigures) {
   EXPECT_EQ(sets_named({"Vag Mag", "Vbg Mag", "Vcg Mag"}), kNone);
   EXPECT_EQ(sets_named({"Va RMS", "Vb RMS", "Vc RMS", "Va", "Vb", "Vc"}), (Sets{{4, 5, 6}}));
+}
+
+TEST(VoltageSets, MayHaveAVoltageLetterInThePhaseField) {
+  const Record record = record_of({channel("Ua", "V", "V"), channel("Ub", "V", "V"), channel("Uc", "V", "V")});
+  EXPECT_EQ(sets_in(record), kFirstThree);
 }
 
 TEST(VoltageSets, NeedAllThreePhases) {
@@ -233,7 +309,7 @@ TEST(LiveSets, AreMoreThanNoiseBesideTheLargest) {
   EXPECT_EQ(live_in(two_sets(100, 100)), (std::vector<bool>{true, true}));
   EXPECT_EQ(live_in(two_sets(100, 1.5)), (std::vector<bool>{true, true}));
   EXPECT_EQ(live_in(two_sets(100, 0.5)), (std::vector<bool>{true, false}));
-  EXPECT_EQ(live_in(two_sets(0.5, 100)), (std::vector<bool>{false, true}));
+  EXPECT_EQ(live_in(two_sets(0.5, 100)), (std::vector<bool>{true, false})) << "live ones first";
 }
 
 TEST(LiveSets, AreComparedInVolts) {
@@ -259,7 +335,14 @@ TEST(LiveSets, AreJudgedByTheValuesThatAreThere) {
   record.channels[0].samples[0] = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(live_in(record), (std::vector<bool>{true, true}));
   record.channels[0].samples[1] = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(live_in(record), (std::vector<bool>{false, true}));
+  EXPECT_EQ(live_in(record), (std::vector<bool>{true, false}));
+  EXPECT_EQ(sets_in(record), (Sets{{4, 5, 6}, {1, 2, 3}})) << "live ones first";
+}
+
+TEST(LiveSets, HaveNoPhaseThatStandsStill) {
+  Record record = two_sets(100, 100);
+  record.channels[4].samples = {437.5, 437.5, 437.5};
+  EXPECT_EQ(live_in(record), (std::vector<bool>{true, false}));
 }
 
 // --- sets named by the user ------------------------------------------------------------------------------------------
@@ -325,6 +408,16 @@ TEST(Volts, AreScaledByTheUnit) {
     EXPECT_EQ(volts(record_of({channel("Ua", unit, "", {2, -2})}), 0), (std::vector<float>{expected, -expected}))
         << unit;
   }
+}
+
+TEST(Volts, AreAssumedWhereTheUnitDoesNotSay) {
+  const Record record = record_of({channel("Ua", "V"), channel("Ua", ""), channel("Ua", "A"), channel("Ua", "kV")});
+  EXPECT_FALSE(volts_per_unit(record, 0).assumed);
+  EXPECT_TRUE(volts_per_unit(record, 1).assumed);
+  EXPECT_TRUE(volts_per_unit(record, 2).assumed);
+  EXPECT_EQ(volts_per_unit(record, 2).factor, 1);
+  EXPECT_FALSE(volts_per_unit(record, 3).assumed);
+  EXPECT_EQ(volts_per_unit(record, 3).factor, 1000);
 }
 
 TEST(Volts, AreRefusedForAnotherUnit) {

@@ -1,0 +1,12 @@
+// `dipx info`: what a record holds.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace command {
+
+/// Adds the subcommand. `statuses`: the exit statuses, for its help.
+void add_info(CLI::App& app, const std::string& statuses);
+
+}  // namespace command

@@ -1,0 +1,137 @@
+#include "readers/charset.h"
+
+#include <iconv.h>
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <stdexcept>
+
+#include "readers/text.h"
+
+namespace readers {
+namespace {
+
+constexpr const char* kReplacement = "\xEF\xBF\xBD";
+
+class Converter {
+ public:
+  explicit Converter(const std::string& charset) : handle_(iconv_open("UTF-8", charset.c_str())) {
+    // The whole range of values is iconv's, so its error value has to be made from a number.
+    if (handle_ == reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr)
+      throw std::invalid_argument("the character set " + cited(charset) + " is not known");
+    }
+  }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+  ~Converter() { iconv_close(handle_); }
+
+  std::string convert(std::string_view bytes) {
+    std::string text;
+    std::array<char, 4096> block;
+    char* in = const_cast<char*>(bytes.data());  // iconv reads only
+    std::size_t left = bytes.size();
+    while (left > 0) {
+      char* out = block.data();
+      std::size_t room = block.size();
+      const bool failed = iconv(handle_, &in, &left, &out, &room) == static_cast<std::size_t>(-1);
+      const int error = errno;
+      text.append(block.data(), block.size() - room);
+      if (!failed || error == E2BIG) continue;
+      text += kReplacement;
+      ++in;
+      --left;
+    }
+    return text;
+  }
+
+ private:
+  iconv_t handle_;
+};
+
+bool in(unsigned byte, unsigned first, unsigned last) {
+  return byte >= first && byte <= last;
+}
+
+bool is_ascii_letter(unsigned byte) {
+  return in(byte | 0x20U, 'a', 'z');
+}
+
+/// What tells the 8-bit sets apart: which bytes occur, and in what company.
+struct Traits {
+  double high = 0;           ///< bytes beyond ASCII
+  double cyrillic_1251 = 0;  ///< of them, letters of Windows-1251
+  double cyrillic_866 = 0;   ///< letters of CP866
+  double lone = 0;           ///< printable in Latin-1, and a sign or alone among ASCII letters
+  double pairs = 0;          ///< GBK characters, when all runs were such
+  double common_pairs = 0;   ///< of them, everyday ones
+  double below_letters = 0;  ///< bytes that Cyrillic text in Windows-1251 hardly has and Chinese often
+  bool pairs_only = true;
+};
+
+Traits traits_of(std::string_view bytes) {
+  Traits traits;
+  const auto byte = [&](std::size_t i) { return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U; };
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const unsigned b = byte(i);
+    if (b < 0x80) continue;
+    ++traits.high;
+    if (b >= 0xC0 || b == 0xA8 || b == 0xB8 || b == 0xB9) ++traits.cyrillic_1251;
+    if (in(b, 0x80, 0xAF) || in(b, 0xE0, 0xF1) || b == 0xFC) ++traits.cyrillic_866;
+    if (in(b, 0xA1, 0xBF)) ++traits.below_letters;
+    const unsigned before = i == 0 ? 0 : byte(i - 1);
+    const bool alone = before < 0x80 && byte(i + 1) < 0x80;
+    const bool in_word = is_ascii_letter(before) || is_ascii_letter(byte(i + 1));
+    if (alone && b >= 0xA0 && (in_word || in(b, 0xB0, 0xB5))) ++traits.lone;
+  }
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const unsigned lead = byte(i);
+    if (lead < 0x80) continue;
+    const unsigned trail = byte(i + 1);
+    const bool pair = in(lead, 0x81, 0xFE) && in(trail, 0x40, 0xFE) && trail != 0x7F;
+    if (!pair) {
+      traits.pairs_only = false;
+      break;
+    }
+    ++traits.pairs;
+    if (trail >= 0xA1 && (in(lead, 0xA1, 0xA3) || in(lead, 0xB0, 0xD7))) ++traits.common_pairs;
+    ++i;
+  }
+  return traits;
+}
+
+const char* guess(std::string_view bytes) {
+  const Traits traits = traits_of(bytes);
+  // Most of Chinese text is of the 3755 everyday characters; the same bytes in Cyrillic are rare combinations.
+  if (traits.pairs_only && traits.common_pairs >= 0.8 * traits.pairs && traits.below_letters >= 0.15 * traits.high) {
+    return "GBK";
+  }
+  if (traits.lone > 0.5 * traits.high) return "Latin-1";
+  if (traits.cyrillic_866 > traits.cyrillic_1251) return "CP866";
+  return "Windows-1251";
+}
+
+/// The name that iconv knows a guess by: the wider sets that hold it.
+std::string iconv_name(const std::string& charset) {
+  if (charset == "GBK") return "GB18030";
+  if (charset == "Latin-1") return "WINDOWS-1252";
+  return charset;
+}
+
+}  // namespace
+
+Utf8Text to_utf8(std::string_view bytes, const std::string& charset) {
+  if (!charset.empty()) return {Converter(iconv_name(charset)).convert(bytes), charset, false};
+  if (bytes.starts_with("\xFF\xFE")) return {Converter("UTF-16LE").convert(bytes.substr(2)), "UTF-16", false};
+  if (bytes.starts_with("\xFE\xFF")) return {Converter("UTF-16BE").convert(bytes.substr(2)), "UTF-16", false};
+  if (is_utf8(bytes)) return {std::string(bytes), "UTF-8", false};
+  const std::string guessed = guess(bytes);
+  return {Converter(iconv_name(guessed)).convert(bytes), guessed, true};
+}
+
+std::string note_on_guess(const Utf8Text& text) {
+  if (!text.guessed) return {};
+  return "The text is not UTF-8; it is taken for " + text.charset + " (--charset tells otherwise).";
+}
+
+}  // namespace readers

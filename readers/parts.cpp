@@ -1,0 +1,143 @@
+#include "readers/parts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace readers {
+namespace {
+
+constexpr double kSameRate = 0.01;
+
+bool is_value(double value) {
+  return std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max());
+}
+
+/// Positions of a part at which one of the channels has no value.
+std::vector<bool> holes_in(const Record& record, const std::array<std::size_t, 3>& channels, const Part& part) {
+  std::vector<bool> holes(part.length(), false);
+  for (const std::size_t channel : channels) {
+    const std::vector<double>& samples = record.channels[channel].samples;
+    if (samples.empty()) continue;
+    for (std::size_t i = 0; i < holes.size(); ++i) {
+      if (!is_value(samples[part.begin + i])) holes[i] = true;
+    }
+  }
+  return holes;
+}
+
+/// Slope at one end of a gap, per sample, by the three values next to it that there are; `away` leads away from the
+/// gap.
+double slope(const std::vector<float>& values, std::ptrdiff_t at, std::ptrdiff_t away, std::ptrdiff_t first,
+             std::ptrdiff_t last) {
+  const auto value = [&](std::ptrdiff_t i) { return static_cast<double>(values[static_cast<std::size_t>(i)]); };
+  const auto sign = static_cast<double>(-away);
+  if (at + away < first || at + away > last) return 0;
+  if (at + 2 * away < first || at + 2 * away > last) return sign * (value(at) - value(at + away));
+  return sign * (1.5 * value(at) - 2 * value(at + away) + 0.5 * value(at + 2 * away));
+}
+
+}  // namespace
+
+std::vector<Part> parts_of(const Record& record) {
+  std::vector<Part> parts;
+  double seconds = 0;  // that the last part lasts
+  std::size_t begin = 0;
+  for (const RateSection& section : record.rates) {
+    const double length = static_cast<double>(section.end - begin);
+    Part* last = parts.empty() ? nullptr : &parts.back();
+    const bool joins = last != nullptr && section.follows && section.rate > 0 && last->rate > 0 &&
+                       std::abs(section.rate - last->rate) <= kSameRate * last->rate;
+    if (joins) {
+      last->end = section.end;
+      seconds += length / section.rate;
+      // Equal rates stay what they are to the last bit.
+      if (section.rate != last->rate) last->rate = static_cast<double>(last->length()) / seconds;
+    } else if (section.end > begin) {
+      parts.push_back({begin, section.end, section.rate, section.start});
+      seconds = section.rate > 0 ? length / section.rate : 0;
+    }
+    begin = section.end;
+  }
+  return parts;
+}
+
+std::vector<Part> parts_without_gaps(const Record& record, const std::array<std::size_t, 3>& channels,
+                                     double longest_gap) {
+  std::vector<Part> parts;
+  for (const Part& part : parts_of(record)) {
+    const std::vector<bool> holes = holes_in(record, channels, part);
+    const auto most = static_cast<std::size_t>(std::floor(std::max(longest_gap * part.rate, 0.0) + 1e-9));
+    const auto add = [&](std::size_t from, std::size_t to) {
+      const double start = part.start + (part.rate > 0 ? static_cast<double>(from) / part.rate : 0);
+      if (to > from) parts.push_back({part.begin + from, part.begin + to, part.rate, start});
+    };
+    std::size_t from = 0;
+    while (from < holes.size() && holes[from]) ++from;
+    std::size_t last = from;  // one past the last value that is there
+    for (std::size_t i = from; i < holes.size(); ++i) {
+      if (holes[i]) continue;
+      if (i - last > most) {
+        add(from, last);
+        from = i;
+      }
+      last = i + 1;
+    }
+    add(from, last);
+  }
+  return parts;
+}
+
+BridgedSamples bridged_samples(const Record& record, std::size_t channel, const Part& part, double factor) {
+  const std::vector<double>& samples = record.channels.at(channel).samples;
+  BridgedSamples result;
+  std::vector<float>& values = result.values;
+  values.resize(part.length(), 0);
+  std::vector<std::ptrdiff_t> there;  // last values before a gap, in pairs with the first ones behind it
+  std::ptrdiff_t before = -1;
+  const auto length = static_cast<std::ptrdiff_t>(part.length());
+  for (std::ptrdiff_t i = 0; i < length; ++i) {
+    const double value = samples[part.begin + static_cast<std::size_t>(i)] * factor;
+    if (!is_value(value)) continue;
+    values[static_cast<std::size_t>(i)] = static_cast<float>(value);
+    if (i > before + 1) {
+      there.push_back(before);
+      there.push_back(i);
+    }
+    before = i;
+  }
+  if (before + 1 < length) {
+    there.push_back(before);
+    there.push_back(length);
+  }
+
+  std::ptrdiff_t first_there = 0;  // start of the values that the slope before a gap may use
+  for (std::size_t g = 0; g < there.size(); g += 2) {
+    const std::ptrdiff_t left = there[g];
+    const std::ptrdiff_t right = there[g + 1];
+    const std::ptrdiff_t next_gap = g + 2 < there.size() ? there[g + 2] : length - 1;
+    const auto gap = static_cast<std::size_t>(right - left - 1);
+    if (result.bridged == 0) result.first = part.begin + static_cast<std::size_t>(left + 1);
+    result.bridged += gap;
+    result.longest_gap = std::max(result.longest_gap, gap);
+    const auto value = [&](std::ptrdiff_t i) { return static_cast<double>(values[static_cast<std::size_t>(i)]); };
+    const double span = static_cast<double>(right - left);
+    for (std::ptrdiff_t i = left + 1; i < right; ++i) {
+      double made_up = 0;
+      if (left < 0 || right == length) {
+        made_up = left >= 0 ? value(left) : right < length ? value(right) : 0;
+      } else {
+        const double t = static_cast<double>(i - left) / span;
+        const double u = 1 - t;
+        made_up = u * u * (1 + 2 * t) * value(left) + t * t * (1 + 2 * u) * value(right) +
+                  t * u * span *
+                      (u * slope(values, left, -1, first_there, left) - t * slope(values, right, 1, right, next_gap));
+      }
+      values[static_cast<std::size_t>(i)] = static_cast<float>(made_up);
+    }
+    first_there = right;
+  }
+  return result;
+}
+
+}  // namespace readers

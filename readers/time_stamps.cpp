@@ -1,0 +1,242 @@
+#include "readers/time_stamps.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+#include "readers/text.h"
+
+namespace readers {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kDay = 86400;
+
+/// Rates nearer than this are one: devices that follow the line's frequency state it anew all the time.
+constexpr double kSameRate = 0.01;
+
+/// So few stamps tell nothing.
+constexpr std::size_t kFewSteps = 16;
+
+/// The step between two stamps, NaN when one is missing. A step back may be the end of 16 or 32 bits.
+double step_of(double from, double to, double usual) {
+  const double step = to - from;
+  if (!(step < 0)) return step;
+  for (const double range : {65536.0, 4294967296.0}) {
+    const double wrapped = step + range;
+    if (wrapped > 0 && wrapped <= 1 + 2 * usual) return wrapped;
+  }
+  return step;
+}
+
+/// The median of the steps between `begin` and `end` that go forward; NaN when fewer than half do.
+double usual_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end) {
+  std::vector<double> steps;
+  for (std::size_t i = begin + 1; i < end; ++i) {
+    if (const double step = stamps[i] - stamps[i - 1]; step > 0) steps.push_back(step);
+  }
+  if (end - begin < 2 || 2 * steps.size() < end - begin - 1) return kNaN;
+  const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+  std::nth_element(steps.begin(), middle, steps.end());
+  return *middle;
+}
+
+/// The mean step of those near the usual one: stamps are rounded, so the usual one is coarse.
+double mean_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double usual) {
+  double sum = 0;
+  double count = 0;
+  for (std::size_t i = begin + 1; i < end; ++i) {
+    const double step = step_of(stamps[i - 1], stamps[i], usual);
+    if (!(std::abs(step - usual) <= std::max(1.5, 0.05 * usual))) continue;
+    sum += step;
+    ++count;
+  }
+  return count == 0 ? kNaN : sum / count;
+}
+
+/// Next to a whole rate that is what is meant.
+double rate_of_step(double seconds) {
+  const double rate = 1 / seconds;
+  const double whole = std::round(rate);
+  return whole > 0 && std::abs(rate - whole) <= 1e-4 * rate ? whole : rate;
+}
+
+/// Whether most steps of a section are what a rate makes them.
+bool agree(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double step) {
+  std::size_t right = 0;
+  for (std::size_t i = begin + 1; i < end; ++i) {
+    if (std::abs(step_of(stamps[i - 1], stamps[i], step) - step) <= step_tolerance(step)) ++right;
+  }
+  return end - begin > kFewSteps && 10 * right >= 9 * (end - begin - 1);
+}
+
+std::string sample_text(std::size_t index) {
+  return "sample " + std::to_string(index + 1);
+}
+
+class TableMaker {
+ public:
+  TableMaker(const std::vector<double>& stamps, double unit, double given_rate)
+      : stamps_(stamps), unit_(unit), given_rate_(given_rate) {}
+
+  TimeTable make(const std::vector<RateSection>& declared) {
+    std::size_t begin = 0;
+    for (const RateSection& section : declared) {
+      add(section, begin);
+      begin = section.end;
+    }
+    if (jumps_ > 1) table_.notes[forward_note_] += " There are " + std::to_string(jumps_ - 1) + " more such places.";
+    return std::move(table_);
+  }
+
+ private:
+  void add(const RateSection& section, std::size_t begin) {
+    if (section.rate > 0 && all_agree(begin, section.end, 1 / (section.rate * unit_))) {
+      const double missing = gap_before(begin, 1 / (section.rate * unit_), true);
+      agreed_before_ = true;
+      push(section.rate, begin, section.end, missing, missing == 0);
+      return;
+    }
+    const double usual = usual_step(stamps_, begin, section.end);
+    double rate = section.rate;
+    if (rate == 0) rate = rate_of_stamps(begin, section.end, usual);
+    if (rate == 0) {
+      push(0, begin, section.end, 0, begin == 0);
+      return;
+    }
+    const double step = 1 / (rate * unit_);
+    const bool agreed = agree(stamps_, begin, section.end, step);
+    if (!agreed) check_rate(rate, usual, begin, section.end);
+    std::size_t start = begin;
+    double missing = gap_before(begin, step, agreed);
+    agreed_before_ = agreed;
+    for (std::size_t i = begin + 1; agreed && i < section.end; ++i) {
+      const double jump = step_of(stamps_[i - 1], stamps_[i], step) - step;
+      if (!note_jump(i, jump, step)) continue;
+      push(rate, start, i, missing, missing == 0);
+      start = i;
+      missing = jump;
+    }
+    push(rate, start, section.end, missing, missing == 0);
+  }
+
+  /// Whether each step is what the rate makes it: the rule, and told in one go.
+  [[nodiscard]] bool all_agree(std::size_t begin, std::size_t end, double step) const {
+    const double tolerance = step_tolerance(step);
+    std::size_t wrong = 0;
+    for (std::size_t i = begin + 1; i < end; ++i) {
+      wrong += std::abs(stamps_[i] - stamps_[i - 1] - step) <= tolerance ? 0 : 1;
+    }
+    return wrong == 0 && end - begin > kFewSteps;
+  }
+
+  double rate_of_stamps(std::size_t begin, std::size_t end, double usual) {
+    const double step = std::isnan(usual) ? kNaN : mean_step(stamps_, begin, end, usual) * unit_;
+    if (step > 0) {
+      const double rate = rate_of_step(step);
+      table_.notes.push_back("The file states no sampling rate; the time stamps make it " +
+                             number_text(std::round(rate * 1e3) / 1e3) + " samples per second.");
+      return rate;
+    }
+    if (given_rate_ > 0) return given_rate_;
+    table_.notes.emplace_back("The file states no sampling rate, and its time stamps do not tell it.");
+    return 0;
+  }
+
+  void check_rate(double rate, double usual, std::size_t begin, std::size_t end) {
+    if (std::isnan(usual) || end - begin <= kFewSteps || rate_noted_) return;
+    const double by_stamps = 1 / (mean_step(stamps_, begin, end, usual) * unit_);
+    if (!(std::abs(by_stamps - rate) > kSameRate * rate)) return;
+    rate_noted_ = true;
+    table_.notes.push_back("The time stamps make the sampling rate " + number_text(std::round(by_stamps * 1e3) / 1e3) +
+                           " samples per second, the file states " + number_text(rate) + ", which is used.");
+  }
+
+  /// Stamp units missing between the section before and this one; 0 when it follows, or when the stamps say nothing.
+  double gap_before(std::size_t begin, double step, bool agreed) {
+    if (begin == 0 || !agreed || !agreed_before_) return 0;
+    const RateSection& before = table_.sections.back();
+    const double longest = std::max(step, 1 / (before.rate * unit_));
+    const double jump = step_of(stamps_[begin - 1], stamps_[begin], longest) - longest;
+    return note_jump(begin, jump, longest) ? jump : 0;
+  }
+
+  /// Whether time is missing in front of a sample: the stamps jump forward. A jump back misses none; both are said.
+  bool note_jump(std::size_t at, double jump, double step) {
+    const bool forward = jump > std::max(2.0, 1.5 * step);
+    const bool back = jump + step < -1;
+    const std::string by = number_text(std::round(std::abs(jump) * unit_ * 1e6) / 1e6) + " s";
+    if (forward && jumps_++ == 0) {
+      table_.notes.push_back("The time stamps jump forward by " + by + " at " + sample_text(at) +
+                             "; the record is taken apart there.");
+      forward_note_ = table_.notes.size() - 1;
+    }
+    if (back && jumps_back_++ == 0) {
+      table_.notes.push_back("The time stamps go back by " + by + " at " + sample_text(at) +
+                             "; the samples are taken to follow each other at the stated rate.");
+    }
+    return forward;
+  }
+
+  void push(double rate, std::size_t begin, std::size_t end, double missing, bool follows) {
+    double start = 0;
+    if (!table_.sections.empty()) {
+      const RateSection& before = table_.sections.back();
+      const std::size_t before_begin = table_.sections.size() < 2 ? 0 : table_.sections[table_.sections.size() - 2].end;
+      const double length = static_cast<double>(begin - before_begin);
+      start = before.start + (before.rate > 0 ? length / before.rate : 0) + std::max(missing, 0.0) * unit_;
+    }
+    table_.sections.push_back({rate, end, start, follows});
+  }
+
+  const std::vector<double>& stamps_;
+  double unit_;
+  double given_rate_;
+  bool agreed_before_ = false;
+  bool rate_noted_ = false;
+  std::size_t jumps_ = 0;
+  std::size_t jumps_back_ = 0;
+  std::size_t forward_note_ = 0;
+  TimeTable table_;
+};
+
+std::optional<double> two_digits(std::string_view text) {
+  const auto count = parse_count(text);
+  return count ? std::optional<double>(static_cast<double>(*count)) : std::nullopt;
+}
+
+}  // namespace
+
+double step_tolerance(double step) {
+  return std::max(1.5, kSameRate * step);
+}
+
+std::optional<WrittenTime> parse_time(std::string_view date, std::string_view time) {
+  const auto fields = split_fields(time, ':');
+  if (fields.size() != 3) return std::nullopt;
+  const auto hours = two_digits(fields[0]);
+  const auto minutes = two_digits(fields[1]);
+  const auto seconds = parse_number(fields[2]);
+  if (!hours || !minutes || !seconds || !(*seconds >= 0 && *seconds < 61)) return std::nullopt;
+  WrittenTime written;
+  written.date = trimmed(date);
+  written.seconds_of_day = 3600 * *hours + 60 * *minutes + *seconds;
+  const std::size_t point = fields[2].find('.');
+  if (point != fields[2].npos) written.decimals = static_cast<int>(fields[2].size() - point - 1);
+  return written;
+}
+
+std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenTime& later) {
+  const double seconds = later.seconds_of_day - earlier.seconds_of_day;
+  if (later.date == earlier.date) return seconds >= 0 ? std::optional(seconds) : std::nullopt;
+  // Over midnight; which day it is does not matter, for no record that this is asked of lasts longer than a day.
+  return seconds < 0 ? std::optional(seconds + kDay) : std::nullopt;
+}
+
+TimeTable read_time_stamps(const std::vector<RateSection>& declared, const std::vector<double>& stamps, double unit,
+                           double given_rate) {
+  return TableMaker(stamps, unit, given_rate).make(declared);
+}
+
+}  // namespace readers

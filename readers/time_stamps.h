@@ -1,0 +1,40 @@
+// What the time stamps of a record's rows tell: its sampling rate where it states none, and where time is missing.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "readers/record.h"
+
+namespace readers {
+
+/// A date and time as record files write it: "31/12/1998,23:59:59.123456".
+struct WrittenTime {
+  std::string date;  ///< as it stands: the order of day and month differs between revisions
+  double seconds_of_day = 0;
+  int decimals = 0;  ///< of the seconds
+};
+std::optional<WrittenTime> parse_time(std::string_view date, std::string_view time);
+
+/// Seconds from one time to a later one less than a day behind it; nothing for other times.
+std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenTime& later);
+
+/// How far the step from one stamp to the next may be off the usual one: stamps are rounded.
+double step_tolerance(double step);
+
+/// What to make of a record's rates once its time stamps are known.
+struct TimeTable {
+  std::vector<RateSection> sections;
+  std::vector<std::string> notes;
+};
+
+/// `declared`: the sections as the file states them, fitted to the rows there are; a rate of 0 is found from the
+/// stamps. `stamps`: of each row in units of `unit` seconds, NaN where there is none; they may have gone over the end
+/// of 16 or 32 bits. Sections are cut where the stamps, when they agree with the rate elsewhere, jump. `given_rate`
+/// counts where neither file nor stamps tell.
+TimeTable read_time_stamps(const std::vector<RateSection>& declared, const std::vector<double>& stamps, double unit,
+                           double given_rate);
+
+}  // namespace readers

@@ -1,0 +1,110 @@
+// Root mean squares of a cycle that moves on sample by sample, and spreads of blocks. Each sum keeps its own order;
+// many of them run side by side.
+#include "sagx/kernel_sets.h"
+#include "sagx/lanes.h"
+
+namespace {
+
+/// Sums under way at once, enough to wait for none.
+constexpr int sums = 8;
+
+/// The RMS of the `sums` neighbouring positions of each of `register_lanes` stretches. `newest`: for each stretch the
+/// square at the last of them; the squares before it lie a register behind each other. Each square is loaded once and
+/// enters all the sums that it belongs to, as their next one back.
+SAGX_INLINE void neighbouring_cycles(const float* newest, int cycle, Floats* rms) {
+  Floats sum[sums];
+  for (Floats& one : sum) one = Floats{};
+  const auto square = [&](int back) { return loaded(newest - static_cast<long>(back) * register_lanes); };
+  // `back` 0 is the last position's first square; the position p places before it begins p squares later.
+  for (int back = 0; back < sums - 1; back++) {
+    const Floats value = square(back);
+    for (int p = 0; p < sums; p++) sum[p] = p <= back ? sum[p] + value : sum[p];
+  }
+  for (int back = sums - 1; back < cycle; back++) {
+    const Floats value = square(back);
+    for (int p = 0; p < sums; p++) sum[p] += value;
+  }
+  for (int back = cycle; back < cycle + sums - 1; back++) {
+    const Floats value = square(back);
+    for (int p = 0; p < sums; p++) sum[p] = p > back - cycle ? sum[p] + value : sum[p];
+  }
+  for (int p = 0; p < sums; p++) rms[-p] = square_root(sum[p] / (Floats{} + static_cast<float>(cycle)));
+}
+
+constexpr int stretch = 256;  // positions of a lane
+constexpr int positions_at_once = stretch * register_lanes;
+constexpr int longest_cycle = 256;
+static_assert(stretch % sums == 0);
+
+/// The RMS of `positions_at_once` neighbouring cycles, the first of which ends at `last`: a stretch of them for each
+/// lane, so that all lanes go on by one sample in step.
+void many_cycles(const float* last, int cycle, float* rms) {
+  float squares[(longest_cycle - 1 + stretch) * register_lanes];
+  const float* oldest = last - (cycle - 1);
+  for (int i = 0; i < cycle - 1 + stretch; i++) {
+    for (int lane = 0; lane < register_lanes; lane++) {
+      const float value = oldest[lane * stretch + i];
+      squares[i * register_lanes + lane] = value * value;
+    }
+  }
+  for (int i = 0; i < stretch; i += sums) {
+    const int newest = cycle - 1 + i + sums - 1;
+    Floats values[sums];
+    neighbouring_cycles(squares + newest * register_lanes, cycle, values + sums - 1);
+    for (int p = 0; p < sums; p++) {
+      for (int lane = 0; lane < register_lanes; lane++) rms[lane * stretch + i + p] = values[p][lane];
+    }
+  }
+}
+
+float one_cycle(const float* last, int cycle) {
+  float sum = 0;
+  for (int j = 0; j < cycle; j++) sum += last[-j] * last[-j];
+  return __builtin_sqrtf(sum / static_cast<float>(cycle));
+}
+
+/// How many of `blocks` neighbouring blocks, at most `at_once`, fluctuate.
+constexpr int at_once = 16;
+int restless_among(const float* values, int length, int blocks) {
+  const auto divisor = static_cast<float>(length);
+  float mean[at_once] = {};
+  for (int j = 0; j < length; j++) {
+    for (int b = 0; b < blocks; b++) mean[b] += values[b * length + j];
+  }
+  for (int b = 0; b < blocks; b++) mean[b] = mean[b] / divisor;
+  float squares[at_once] = {};
+  for (int j = 0; j < length; j++) {
+    for (int b = 0; b < blocks; b++) {
+      const float off = values[b * length + j] - mean[b];
+      squares[b] += off * off;
+    }
+  }
+  int restless = 0;
+  for (int b = 0; b < blocks; b++) restless += __builtin_sqrtf(squares[b] / divisor) > 0.5F ? 1 : 0;
+  return restless;
+}
+
+}  // namespace
+
+void sagx::SAGX_SET::cycle_rms(const float* samples, int count, int cycle, float* rms) {
+  const int first = cycle - 1;
+  int i = first;
+  if (cycle >= sums && cycle <= longest_cycle && count - first >= positions_at_once) {
+    for (; i + positions_at_once <= count; i += positions_at_once) many_cycles(samples + i, cycle, rms + i);
+    // The rest, with some done before.
+    i = count - positions_at_once;
+    many_cycles(samples + i, cycle, rms + i);
+    return;
+  }
+  for (; i < count; i++) rms[i] = one_cycle(samples + i, cycle);
+}
+
+int sagx::SAGX_SET::restless_blocks(const float* values, int length, int blocks) {
+  int restless = 0;
+  int done = 0;
+  // A count known to the compiler keeps all the sums in registers.
+  for (; done + at_once <= blocks; done += at_once) {
+    restless += restless_among(values + static_cast<long>(done) * length, length, at_once);
+  }
+  return restless + restless_among(values + static_cast<long>(done) * length, length, blocks - done);
+}

@@ -1,0 +1,80 @@
+// dipx info: what a record holds.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include "tests/command/dipx_command.h"
+#include "tests/core/working_folder.h"
+
+namespace {
+
+using tests::dipx;
+
+class Info : public testing::Test {
+ protected:
+  static std::string of(const std::string& file) {
+    const auto result = dipx({"info", file});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    return result.out;
+  }
+  tests::WorkingFolder folder;
+};
+
+TEST_F(Info, ListsPartsSetsAndChannels) {
+  std::ofstream("r.cfg") << "Station,Recorder,1999\n7,7A,0D\n"
+                            "1,Ua,A,,V,1,0,0,-9,9,1,1,P\n2,Ub,B,,V,1,0,0,-9,9,1,1,P\n3,Uc,C,,V,1,0,0,-9,9,1,1,P\n"
+                            "4,Va,,,kV,0.5,0,0,-9,9,110000,100,S\n5,Vb,,,kV,1,0,0,-9,9,1,1,S\n"
+                            "6,Vc,,,kV,1,0,0,-9,9,1,1,S\n7,Ia,A,,A,1,0,0,-9,9,1,1,P\n"
+                            "50\n2\n1000,2\n500,4\n1/1/2020,0:0:0.0\n1/1/2020,0:0:0.003\nASCII\n1\n";
+  std::ofstream("r.dat") << "1,0,0,0,0,1,2,3,0\n2,1000,0,0,0,-1,-2,-3,\n3,2000,0,0,0,2,2,3,\n4,4000,0,0,0,1,3,3,\n";
+  EXPECT_EQ(of("r.cfg"),
+            "r.cfg\n"
+            "  COMTRADE 1999 ASCII, Station, Recorder\n"
+            "  begins 1/1/2020 0:0:0.0, trigger 0.0030 s later\n"
+            "  4 samples of 7 channels, line frequency 50 Hz\n"
+            "parts by sampling rate and gaps of set 1\n"
+            "  1   0.0000 s to 0.0020 s, 2 samples at 1000 Hz, 20 per cycle\n"
+            "  2   0.0020 s to 0.0060 s, 2 samples at 500 Hz, 10 per cycle, trigger\n"
+            "sets of three phase voltages, live ones first\n"
+            "  1   4 Va, 5 Vb, 6 Vc: live\n"
+            "  2   1 Ua, 2 Ub, 3 Uc: dead\n"
+            "channels\n"
+            "  1   Ua [V], phase A, primary values, transformer 1:1, 0 to 0\n"
+            "  2   Ub [V], phase B, primary values, transformer 1:1, 0 to 0\n"
+            "  3   Uc [V], phase C, primary values, transformer 1:1, 0 to 0\n"
+            "  4   Va [kV], secondary values, transformer 110000:100, -0.5 to 1\n"
+            "  5   Vb [kV], secondary values, transformer 1:1, -2 to 3\n"
+            "  6   Vc [kV], secondary values, transformer 1:1, -3 to 3\n"
+            "  7   Ia [A], phase A, primary values, transformer 1:1, 0 to 0\n"
+            "note: 3 values are marked as missing, the first being sample 2 of channel 7 'Ia'.\n");
+}
+
+TEST_F(Info, ListsLineToLineSets) {
+  std::ofstream("r.csv") << "t,Uab,Ubc,Uca\n0,1,2,3\n0.001,3,2,1\n0.002,3,1,1\n";
+  const auto text = of("r.csv");
+  EXPECT_NE(text.find("parts by sampling rate\n  1   0.0000 s to 0.0030 s, 3 samples at 1000 Hz\n"), std::string::npos)
+      << text;
+  EXPECT_NE(text.find("sets of line-to-line voltages (--line-to-line)\n  1   1 Uab, 2 Ubc, 3 Uca: live\n"),
+            std::string::npos)
+      << text;
+}
+
+TEST_F(Info, KeepsHostileTextInert) {
+  std::ofstream("r.csv") << "t,\"U\x1B[31ma\",\"U\xE2\x80\xAE"
+                            "b\",Uc\n0,1,2,3\n0.001,3,2,1\n";
+  const auto text = of("r.csv");
+  EXPECT_EQ(text.find('\x1B'), std::string::npos);
+  EXPECT_EQ(text.find("\xE2\x80\xAE"), std::string::npos);
+  EXPECT_NE(text.find("1   U[31ma []"), std::string::npos) << text;
+}
+
+TEST_F(Info, EndsWithStatusTwoWhenTheInputCannotBeRead) {
+  const auto result = dipx({"info", "missing.cfg"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_TRUE(result.err.starts_with("dipx: missing.cfg: cannot be read")) << result.err;
+}
+
+}  // namespace

@@ -1,0 +1,400 @@
+// What of a record is analysed: sets, parts, gaps, declared voltage; and what is said of it.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "command/analysis.h"
+#include "command/analysis_json.h"
+#include "command/refusal.h"
+#include "synth/record_file.h"
+#include "synth/waveform.h"
+#include "tests/command/dipx_command.h"
+#include "tests/core/working_folder.h"
+
+namespace {
+
+using command::AnalysisOptions;
+using nlohmann::json;
+using tests::dipx;
+using Strings = std::vector<std::string>;
+
+constexpr double missing = std::numeric_limits<double>::quiet_NaN();
+
+/// A second of voltage with a dip of phase B to a half from 0.4 s to 0.5 s.
+readers::Record plain_record(double volts = 230) {
+  synth::Waveform waveform;
+  waveform.volts = volts;
+  waveform.rate = 3200;
+  waveform.length = 3200;
+  waveform.stages = {{0.4, 0.5, {1, 0.5, 1}, {1, 0.5, 1}}};
+  return synth::record_of(waveform);
+}
+
+void expect_the_dip(const command::Analysis& analysis) {
+  ASSERT_EQ(analysis.dips.size(), 1U);
+  const auto& dip = analysis.dips[0];
+  EXPECT_NEAR(analysis.voltages.seconds_at(dip.start), 0.4, 0.01);
+  EXPECT_NEAR(100 * dip.lowest[1] / analysis.pre_event_voltage, 50, 0.1);
+  EXPECT_EQ(dip.obstacle, command::Obstacle::none);
+}
+
+// --- gaps ------------------------------------------------------------------------------------------------------------
+
+TEST(Gaps, OfAQuarterCycleAreBridgedAndSaid) {
+  auto record = plain_record();
+  for (std::size_t i = 2000; i < 2016; i++) record.channels[0].samples[i] = missing;
+  for (std::size_t i = 2100; i < 2103; i++) record.channels[0].samples[i] = missing;
+  const auto analysis = command::analyse(record, {});
+  expect_the_dip(analysis);
+  EXPECT_EQ(analysis.notes, Strings{"Of Ua 19 values are missing (the first is sample 2001, the longest gap 16 "
+                                    "samples): bridged by a curve."});
+}
+
+TEST(Gaps, ThatAreLongerTakeTheRecordApart) {
+  auto record = plain_record();
+  for (std::size_t i = 2000; i < 2017; i++) record.channels[0].samples[i] = missing;
+  const auto analysis = command::analyse(record, {});
+  expect_the_dip(analysis);
+  EXPECT_EQ(analysis.voltages.part.begin, 0U);
+  EXPECT_EQ(analysis.voltages.part.end, 2000U);
+  EXPECT_EQ(
+      analysis.notes,
+      Strings{"The record falls into 2 parts by sampling rate and gaps; this is part 1, the longest, from 0.0000 s "
+              "to 0.6250 s (--part chooses another, dipx info lists them)."});
+}
+
+TEST(Gaps, AreNeverTakenForADip) {
+  auto record = plain_record();
+  for (std::size_t i = 2000; i < 2500; i++) {
+    for (auto& channel : record.channels) channel.samples[i] = missing;
+  }
+  for (const std::size_t part : {1U, 2U}) {
+    AnalysisOptions options;
+    options.choice.part = part;
+    EXPECT_EQ(command::analyse(record, options).dips.size(), part == 1 ? 1U : 0U);
+  }
+}
+
+TEST(Gaps, OfTheWholeRecordAreRefused) {
+  auto record = plain_record();
+  record.channels[2].samples.assign(3200, missing);
+  AnalysisOptions options;
+  options.choice.channels = "1,2,3";
+  EXPECT_THROW(command::analyse(record, options), readers::ReadError);
+}
+
+// --- parts -----------------------------------------------------------------------------------------------------------
+
+/// The dip's record with a slow second of two samples in front and one behind.
+readers::Record record_in_parts() {
+  auto record = plain_record();
+  for (auto& channel : record.channels) {
+    channel.samples.insert(channel.samples.begin(), {0, 0});
+    channel.samples.insert(channel.samples.end(), {0, 0});
+  }
+  record.rates = {{2, 2, 0}, {3200, 3202, 1}, {2, 3204, 2}};
+  return record;
+}
+
+TEST(Parts, OfAnotherRateAreLeftAsideAndPlacesAreThoseOfTheWholeRecord) {
+  const auto analysis = command::analyse(record_in_parts(), {});
+  ASSERT_EQ(analysis.dips.size(), 1U);
+  EXPECT_EQ(analysis.voltages.part_number, 2U);
+  EXPECT_NEAR(analysis.voltages.seconds_at(analysis.dips[0].start), 1.4, 0.01);
+  EXPECT_NEAR(static_cast<double>(analysis.voltages.record_sample_at(analysis.dips[0].start)), 2 + 0.4 * 3200, 32);
+  const auto document = json::parse(command::json_of(record_in_parts(), analysis));
+  EXPECT_EQ(document["record"]["part"], (json{{"number", 2},
+                                              {"of", 3},
+                                              {"first_sample", 2},
+                                              {"samples", 3200},
+                                              {"start_s", 1.0},
+                                              {"recorded_rate_hz", 3200.0},
+                                              {"resampled", false}}));
+}
+
+TEST(Parts, RoundTheTriggerComeFirst) {
+  auto record = plain_record();
+  record.rates = {{3200, 1000, 0}, {3200, 3200, 10, false}};
+  EXPECT_EQ(command::analyse(record, {}).voltages.part_number, 2U) << "the longest";
+  record.trigger = 0.1;
+  const auto analysis = command::analyse(record, {});
+  EXPECT_EQ(analysis.voltages.part_number, 1U);
+  EXPECT_EQ(analysis.notes,
+            Strings{"The record falls into 2 parts by sampling rate and gaps; this is part 1, which holds the trigger, "
+                    "from 0.0000 s to 0.3125 s (--part chooses another, dipx info lists them)."});
+}
+
+TEST(Parts, MayBeChosen) {
+  auto record = plain_record();
+  record.rates = {{3200, 1000, 0}, {3200, 3200, 10, false}};
+  AnalysisOptions options;
+  options.choice.part = 1;
+  EXPECT_EQ(command::analyse(record, options).voltages.part.end, 1000U);
+  options.choice.part = 3;
+  try {
+    command::analyse(record, options);
+    ADD_FAILURE() << "part 3 was found";
+  } catch (const command::UnknownChoice& error) {
+    EXPECT_STREQ(error.what(), "made in memory: there is no part 3, only 2; dipx info lists them");
+  }
+}
+
+TEST(Parts, OfUnknownRateAreRefused) {
+  auto record = plain_record();
+  record.rates = {{0, 3200, 0}};
+  try {
+    command::analyse(record, {});
+    ADD_FAILURE() << "the rate was found";
+  } catch (const command::Refusal& refusal) {
+    EXPECT_STREQ(refusal.what(),
+                 "made in memory: neither it nor its time stamps tell the sampling rate; give it with --rate");
+  }
+}
+
+// --- sets ------------------------------------------------------------------------------------------------------------
+
+readers::Record record_with_two_sets() {
+  auto record = plain_record();
+  const auto other = plain_record(115);
+  for (auto channel : other.channels) {
+    channel.name += "2";
+    record.channels.push_back(channel);
+  }
+  return record;
+}
+
+TEST(Sets, MayBeChosenByNumber) {
+  const auto record = record_with_two_sets();
+  const auto first = command::analyse(record, {});
+  EXPECT_NEAR(first.pre_event_voltage, 230, 0.1);
+  EXPECT_EQ(first.notes, Strings{"The record holds 2 sets of three phase voltages; this is set 1 (--set or --channels "
+                                 "chooses another, dipx info lists them)."});
+  AnalysisOptions options;
+  options.choice.set = 2;
+  const auto second = command::analyse(record, options);
+  EXPECT_NEAR(second.pre_event_voltage, 115, 0.1);
+  EXPECT_TRUE(second.notes.empty());
+  options.choice.set = 3;
+  EXPECT_THROW(command::analyse(record, options), command::UnknownChoice);
+}
+
+TEST(Sets, ThatAreDeadComeLast) {
+  auto record = record_with_two_sets();
+  for (std::size_t i = 0; i < 3; i++) record.channels[i].samples.assign(3200, 0);
+  EXPECT_NEAR(command::analyse(record, {}).pre_event_voltage, 115, 0.1);
+  AnalysisOptions options;
+  options.choice.set = 2;
+  EXPECT_THROW(command::analyse(record, options), readers::ReadError);
+}
+
+TEST(Sets, OfLineToLineVoltagesAreAnalysedOnRequestAndSaid) {
+  auto record = plain_record(400);
+  const char* names[] = {"Uab", "Ubc", "Uca"};
+  for (std::size_t i = 0; i < 3; i++) {
+    record.channels[i].name = names[i];
+    record.channels[i].phase = "";
+  }
+  try {
+    command::analyse(record, {});
+    ADD_FAILURE() << "phase voltages were found";
+  } catch (const readers::ReadError& error) {
+    EXPECT_STREQ(error.what(),
+                 "made in memory: no three phase voltages found among its channels; it has line-to-line voltages: "
+                 "--line-to-line analyses them as such");
+  }
+  AnalysisOptions options;
+  options.choice.line_to_line = true;
+  const auto analysis = command::analyse(record, options);
+  expect_the_dip(analysis);
+  EXPECT_TRUE(analysis.voltages.between_phases);
+  EXPECT_EQ(json::parse(command::json_of(record, analysis))["line_to_line"], true);
+  EXPECT_EQ(analysis.notes, Strings{"Uab, Ubc, Uca are line-to-line voltages and analysed as they are: phases A, B, C "
+                                    "stand for AB, BC, CA, and categories and zero sequence mean what they do for "
+                                    "these."});
+  options.choice = {};
+  options.choice.channels = "Uab,Ubc,Uca";
+  EXPECT_TRUE(command::analyse(record, options).voltages.between_phases);
+}
+
+// --- units -----------------------------------------------------------------------------------------------------------
+
+TEST(Units, ThatAreNotThereAreAssumedAndSaid) {
+  auto record = plain_record();
+  EXPECT_FALSE(
+      json::parse(command::json_of(record, command::analyse(record, {})))["voltages"][0].contains("unit_assumed"));
+  for (auto& channel : record.channels) channel.unit = "";
+  EXPECT_EQ(json::parse(command::json_of(record, command::analyse(record, {})))["voltages"][0]["unit_assumed"], "V");
+}
+
+TEST(Units, ThatCannotBeAreTakenForVolts) {
+  auto record = plain_record(63500);
+  for (auto& channel : record.channels) channel.unit = "kV";
+  const auto analysis = command::analyse(record, {});
+  EXPECT_NEAR(analysis.pre_event_voltage, 63500, 10);
+  ASSERT_EQ(analysis.notes.size(), 1U);
+  EXPECT_TRUE(analysis.notes[0].starts_with("The unit kV makes the voltages 6.3")) << analysis.notes[0];
+  EXPECT_TRUE(analysis.notes[0].ends_with("e+07 V, which cannot be; they are taken for V.")) << analysis.notes[0];
+}
+
+TEST(Units, OfCurrentAreLeftWhereTheNamesAreOfVoltages) {
+  auto record = plain_record();
+  for (auto& channel : record.channels) channel.unit = "A";
+  EXPECT_EQ(command::analyse(record, {}).notes,
+            Strings{"The unit of Ua, Ub, Uc is A, not one of voltage; by their names they are taken for V."});
+}
+
+TEST(Skew, IsSaidWhereItTurnsAPhaseByHalfADegree) {
+  auto record = plain_record();
+  record.channels[1].skew = 25e-6;
+  EXPECT_TRUE(command::analyse(record, {}).notes.empty());
+  record.channels[1].skew = -100e-6;
+  EXPECT_EQ(command::analyse(record, {}).notes,
+            Strings{"The channels are sampled up to 100 us apart (1.8 degrees), which is not corrected."});
+}
+
+// --- line frequency --------------------------------------------------------------------------------------------------
+
+TEST(LineFrequency, IsTheWaveformsWhereTheFileStatesAnother) {
+  auto record = plain_record();
+  record.line_frequency = 60;
+  const auto analysis = command::analyse(record, {});
+  EXPECT_EQ(analysis.voltages.line_frequency, 50);
+  expect_the_dip(analysis);
+  EXPECT_EQ(analysis.notes, Strings{"The file states a line frequency of 60 Hz, but the waveform's is 50 Hz, which is "
+                                    "used (--frequency tells otherwise)."});
+}
+
+TEST(LineFrequency, ThatTheUserGivesCounts) {
+  AnalysisOptions options;
+  options.choice.line_frequency = 50;
+  auto record = plain_record();
+  record.line_frequency = 60;
+  const auto analysis = command::analyse(record, options);
+  EXPECT_EQ(analysis.voltages.line_frequency, 50);
+  EXPECT_TRUE(analysis.notes.empty());
+}
+
+// --- declared voltage ------------------------------------------------------------------------------------------------
+
+TEST(DeclaredVoltage, IsOneOfPhasesOrBetweenThemAsTheLevelShows) {
+  AnalysisOptions options;
+  for (const double given : {220.0, 381.05}) {
+    options.nominal = given;
+    const auto analysis = command::analyse(plain_record(), options);
+    ASSERT_TRUE(analysis.declared.has_value());
+    EXPECT_EQ(analysis.declared->line, given > 300);
+    EXPECT_NEAR(analysis.declared->level, 220, 0.01);
+    const auto document = json::parse(command::json_of(plain_record(), analysis));
+    EXPECT_EQ(document["declared_voltage"]["kind"], given > 300 ? "line" : "phase");
+    EXPECT_NEAR(document["declared_voltage"]["pre_event_percent"], 100 * 230 / 220.0, 0.1);
+    const auto& lowest = document["dips"][0]["lowest_voltage"][1];
+    EXPECT_NEAR(lowest["percent"], 50, 0.1);
+    EXPECT_NEAR(lowest["percent_of_declared"], 100 * 115 / 220.0, 0.1);
+    EXPECT_TRUE(analysis.notes.empty());
+  }
+}
+
+TEST(DeclaredVoltage, IsDividedByTheTransformersRatioForSecondaryValues) {
+  auto record = plain_record(57.7);
+  for (auto& channel : record.channels) {
+    channel.primary = 110000;
+    channel.secondary = 100;
+    channel.side = 'S';
+  }
+  AnalysisOptions options;
+  options.nominal = 110000;
+  const auto analysis = command::analyse(record, options);
+  EXPECT_TRUE(analysis.declared->secondary);
+  EXPECT_TRUE(analysis.declared->line);
+  EXPECT_NEAR(analysis.declared->level, 100 / std::sqrt(3), 0.001);
+  options.nominal = 100;
+  EXPECT_FALSE(command::analyse(record, options).declared->secondary);
+}
+
+TEST(DeclaredVoltage, ThatIsFarFromTheLevelIsDoubted) {
+  AnalysisOptions options;
+  options.nominal = 20000;
+  EXPECT_EQ(command::analyse(plain_record(), options).notes,
+            Strings{"The pre-event voltage is 1.992 % of the declared one: check --nominal."});
+}
+
+// --- the command -----------------------------------------------------------------------------------------------------
+
+class VoltagesCommand : public testing::Test {
+ protected:
+  VoltagesCommand() { std::ofstream("record.csv") << synth::csv_of(plain_record()); }
+  tests::WorkingFolder folder;
+};
+
+TEST_F(VoltagesCommand, ShowsFiguresOfTheDeclaredVoltage) {
+  const auto result = dipx({"analyse", "record.csv", "--nominal", "0.4kV"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.out.find("  declared line voltage 400.0 V: the pre-event voltage is 99.6 % of it\n"),
+            std::string::npos)
+      << result.out;
+  constexpr const char* lowest =
+      "  lowest voltage        230.0 V   100.0 %  115.0 V    50.0 %  230.0 V   100.0 %\n"
+      "      of declared                  99.6 %             49.8 %             99.6 %\n";
+  EXPECT_NE(result.out.find(lowest), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find(" of EN 50160 (by the declared voltage)\n"), std::string::npos) << result.out;
+  const auto line = dipx({"analyse", "record.csv", "--nominal", "0.4kV", "-q"}).out;
+  EXPECT_NE(line.find(", residual 50.0 %, 49.8 % of declared, single-phase dip, B (5)\n"), std::string::npos) << line;
+}
+
+TEST_F(VoltagesCommand, RefusesADeclaredVoltageThatIsNone) {
+  for (const char* text : {"x", "-5", "0", "20 kW", "230 V V", "1e9", "nan"}) {
+    const auto result = dipx({"analyse", "record.csv", "--nominal", text});
+    EXPECT_EQ(result.status, 1) << text;
+    EXPECT_EQ(result.out, "") << text;
+  }
+}
+
+TEST_F(VoltagesCommand, EndsWithStatusOneWhereAChoiceIsNotThere) {
+  for (const Strings& choice : {Strings{"--set", "2"}, {"--part", "9"}, {"--set", "0"}, {"--charset", "none"}}) {
+    Strings arguments = {"analyse", "record.csv"};
+    arguments.insert(arguments.end(), choice.begin(), choice.end());
+    const auto result = dipx(arguments);
+    EXPECT_EQ(result.status, 1) << choice[0];
+    EXPECT_NE(result.err, "") << choice[0];
+  }
+}
+
+TEST_F(VoltagesCommand, SaysResamplingAndParts) {
+  auto record = plain_record();
+  record.rates = {{3210, 3000, 0}, {1000, 3200, 0.93458}};
+  const auto pair = synth::comtrade_of(record, synth::ComtradeData::ascii);
+  std::string config = pair.config;
+  const auto at = config.find("\r\n1\r\n3210,3200\r\n");
+  ASSERT_NE(at, std::string::npos) << config;
+  config.replace(at, 16, "\r\n2\r\n3210,3000\r\n1000,3200\r\n");
+  std::ofstream("r.cfg") << config;
+  std::ofstream("r.dat") << pair.data;
+  const auto result = dipx({"analyse", "r.cfg"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.out.find("  part 1 of 2, 0.9346 s: 3000 samples at 3210 Hz, resampled to 68 per cycle of 50 Hz\n"),
+            std::string::npos)
+      << result.out;
+  EXPECT_NE(result.out.find("  note: Resampled from 64.2 to 68 samples per cycle for the analysis.\n"),
+            std::string::npos)
+      << result.out;
+}
+
+TEST_F(VoltagesCommand, LeavesTheLibrarysReportOfOverlongRecords) {
+  synth::Waveform waveform;
+  waveform.rate = 1600;
+  waveform.length = 100000;
+  std::ofstream("long.csv") << synth::csv_of(synth::record_of(waveform));
+  const auto result = dipx({"analyse", "long.csv", "--report", "report.txt"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.err,
+            "dipx: long.csv: the library's own report takes 3000 cycles at most, and the record holds more; leave out "
+            "--report\n");
+  EXPECT_FALSE(std::ifstream("report.txt").good());
+}
+
+}  // namespace
