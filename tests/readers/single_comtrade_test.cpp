@@ -175,7 +175,7 @@ TEST(SingleComtradeReader, NotesOddities) {
 
 TEST(SingleComtradeReader, IsRefusedWithoutSections) {
   for (const auto& content : {""s, "\n\n"s, Cff{}.cfg(), "t,Ua\n0,1\n"s, "--- file type: CFG\n" + Cff{}.cfg(),
-                              "-- file type: CFG ---\n" + Cff{}.cfg(), "\xFF\xFE-\0-\0"s}) {
+                              "- file type: CFG ---\n" + Cff{}.cfg(), "\xFF\xFE-\0-\0"s}) {
     EXPECT_EQ(refusal(content), kNoSections) << content;
   }
 }
@@ -239,10 +239,11 @@ TEST(SingleComtradeReader, NamesTheLineOfItsSectionThatIsWrong) {
       refusal(cff.text()),
       "r.cff, DAT section: line 2: 'four' is not a number (analog channel 2); correct the line, and make sure that "
       "the .cfg belongs to this file");
-  cff.type = "BINARY32";
-  EXPECT_EQ(refusal(cff.text()),
-            "r.cff, CFG section: line 10: data of type 'BINARY32' are not read; convert it to a .cfg/.dat pair with "
-            "ASCII or BINARY data");
+  cff.type = "BINARY64";
+  EXPECT_EQ(
+      refusal(cff.text()),
+      "r.cff, CFG section: line 10: 'BINARY64' is not a type of data; correct the line to what the data are: ASCII, "
+      "BINARY, BINARY32 or FLOAT32");
 }
 
 TEST(SingleComtradeReader, IsRefusedWithASectionBehindItsData) {
