@@ -62,7 +62,7 @@ function levelWords(path, { voltage_v, percent: share, percent_of_declared }) {
     element("span", { class: "percent", "data-of": `${path}.percent` }, percent(share)),
   ];
   if (percent_of_declared !== undefined) {
-    words.push(" ", element("span", { class: "percent" },
+    words.push(" ", element("span", { class: "declared" },
       element("span", { "data-of": `${path}.percent_of_declared` }, percent(percent_of_declared)), " of declared"));
   }
   return words;

@@ -128,16 +128,19 @@ TEST_F(Figure, PutsResampledCurvesAtTheirTimes) {
 }
 
 TEST_F(Figure, PutsAPartAtItsTimes) {
-  write_csv(one_dip(), "whole.csv");
-  std::istringstream whole(bytes_of("whole.csv"));
-  std::ofstream part("part.csv");
-  // A tenth of a second is missing.
+  ASSERT_EQ(
+      dipx({"synth", "--phases", "B", "--start", "0.5", "--duration", "0.5", "--depth", "60", "-o", "part.cfg"}).status,
+      0);
+  std::istringstream whole(bytes_of("part.dat"));
+  std::ofstream part("part.dat");
+  // A tenth of a second is missing; the rows are numbered on.
+  int number = 0;
   int row = 0;
   for (std::string line; std::getline(whole, line); row++) {
-    if (row < 640 || row > 1280) part << line << '\n';
+    if (row < 640 || row >= 1280) part << ++number << line.substr(line.find(',')) << '\n';
   }
   part.close();
-  const auto result = dipx({"analyse", "part.csv", "--json", "--svg", "figure.svg"});
+  const auto result = dipx({"analyse", "part.cfg", "--json", "--svg", "figure.svg"});
   ASSERT_EQ(result.status, 0) << result.err;
   document = json::parse(result.out);
   EXPECT_EQ(document["record"]["part"]["number"], 2);
@@ -154,7 +157,7 @@ TEST_F(Figure, ShowsPerCentOfTheDeclaredVoltageToo) {
 TEST_F(Figure, SaysThatVoltagesAreBetweenPhases) {
   write_csv(one_dip(), "phases.csv");
   auto bytes = bytes_of("phases.csv");
-  bytes.replace(bytes.find("Ua,Ub,Uc"), 8, "Uab,Ubc,Uca");
+  bytes.replace(bytes.find("Ua_V,Ub_V,Uc_V"), 14, "Uab_V,Ubc_V,Uca_V");
   std::ofstream("lines.csv") << bytes;
   EXPECT_EQ(dipx({"analyse", "lines.csv", "--line-to-line", "--svg", "figure.svg"}).status, 0);
   EXPECT_NE(bytes_of("figure.svg").find(">Voltages between phases: A, B, C stand for AB, BC, CA<"), std::string::npos)

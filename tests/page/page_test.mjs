@@ -19,7 +19,7 @@ const records = {
   lasting: path("lasting.csv"), // not recovered
   flat: path("flat.csv"), // no dip
   many: path("many.csv"), // more dips than are shown unfolded
-  part: path("part.csv"), // the second part of a record with a gap, at a rate that the analysis does not take
+  part: path("part.cfg"), // the second part of a record with a gap, at a rate that the analysis does not take
 };
 const options = { part: ["--nominal", "200"] };
 const documents = {};
@@ -28,17 +28,11 @@ function synth(name, ...options) {
   execFileSync(dipx, ["synth", ...options, "-o", records[name]]);
 }
 
-/// Rows of a record with a dip of Ua to a half from 0.8 s to 1 s, and nothing from 0.2 s to 0.4 s.
-function rowsWithAGap() {
-  const lines = ["t_s,Ua,Ub,Uc"];
-  for (let i = 0; i < 1.5 * 5120; i++) {
-    const t = i / 5120;
-    if (t >= 0.2 && t < 0.4) continue;
-    const factor = t >= 0.8 && t < 1 ? 0.5 : 1;
-    const volts = [0, 1, 2].map((p) => ((p === 0 ? factor : 1) * 230 * Math.SQRT2 * Math.sin(2 * Math.PI * (50 * t - p / 3))).toFixed(3));
-    lines.push([t.toFixed(9), ...volts].join(","));
-  }
-  return lines.join("\n") + "\n";
+/// Takes the rows from 0.2 s to 0.4 s out of a record of 5120 Hz.
+function cutAGap(dat) {
+  const rows = readFileSync(dat, "ascii").trim().split("\n");
+  const kept = rows.filter((_, row) => row < 0.2 * 5120 || row >= 0.4 * 5120);
+  writeFileSync(dat, kept.map((row, i) => row.replace(/^\d+/, i + 1) + "\n").join(""));
 }
 
 /// Rows of a record with dips every second.
@@ -59,7 +53,8 @@ before(async () => {
   synth("lasting", "--duration", "1", "--length", "1");
   synth("flat", "--depth", "0");
   writeFileSync(records.many, rowsOfManyDips());
-  writeFileSync(records.part, rowsWithAGap());
+  synth("part", "--rate", "5120", "--phases", "A", "--start", "0.8", "--duration", "0.2", "--length", "1.5");
+  cutAGap(path("part.dat"));
   for (const [name, file] of Object.entries(records)) {
     const printed = execFileSync(dipx, ["analyse", "--json", file, "--html", path(`${name}.html`), ...(options[name] ?? [])], { encoding: "utf8" });
     documents[name] = JSON.parse(printed);
