@@ -70,7 +70,7 @@ def main(dipx, schema_file):
     documents = {name: printed(dipx, synth(dipx, *options)) for name, options in records.items()}
     plain = synth(dipx)
     documents["declared voltage"] = printed(dipx, plain, "--nominal", "230")
-    documents["line to line"] = printed(dipx, plain.replace(b"Ua,Ub,Uc", b"Uab,Ubc,Uca"), "--line-to-line")
+    documents["line to line"] = printed(dipx, plain.replace(b"Ua_V,Ub_V,Uc_V", b"Uab_V,Ubc_V,Uca_V"), "--line-to-line")
     documents["assumed unit"] = printed(dipx, synth(dipx, "--format", "cff").replace(b",,V,", b",,A,"), "--channels", "1,2,3")
     for name, text in documents.items():
         document = json.loads(text)
