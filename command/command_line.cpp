@@ -3,7 +3,9 @@
 #include <string>
 
 #include "command/analyse_command.h"
+#include "command/explain_command.h"
 #include "command/info_command.h"
+#include "command/selftest_command.h"
 #include "command/synth_command.h"
 #include "sagx/kernels.h"
 
@@ -13,7 +15,7 @@ namespace {
 
 constexpr const char* exit_statuses =
     "Exit status: 0 done (with or without dips), 1 usage, 2 the input cannot be read,\n"
-    "3 the analysis does not take the record, 4 an output cannot be written.";
+    "3 the analysis does not take the record, 4 an output cannot be written, 5 the self-test found faults.";
 
 std::string version() {
   return std::string("dipx " DIPX_VERSION " (instruction set: ") + sagx::kernels().instruction_set + ")";
@@ -30,6 +32,8 @@ void add_command_line(CLI::App& app) {
   add_analyse(app, exit_statuses);
   add_info(app, exit_statuses);
   add_synth(app, exit_statuses);
+  add_explain(app, exit_statuses);
+  add_selftest(app, exit_statuses);
 }
 
 }  // namespace command

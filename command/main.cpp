@@ -6,17 +6,19 @@
 #include <string>
 
 #include "command/analysed_voltages.h"
-#include "command/analysis.h"
 #include "command/command_line.h"
+#include "command/outputs.h"
 #include "command/refusal.h"
+#include "command/selftest_command.h"
+#include "readers/text.h"
 #include "synth/dip_description.h"
 
 namespace {
 
-enum ExitStatus { success = 0, usage = 1, unreadable = 2, refused = 3, failed = 4 };
+enum ExitStatus { success = 0, usage = 1, unreadable = 2, refused = 3, failed = 4, faulty = 5 };
 
 int complain(const std::string& line, ExitStatus status) {
-  std::fprintf(stderr, "dipx: %s\n", line.c_str());
+  std::fprintf(stderr, "dipx: %s\n", readers::inert(line).c_str());
   return status;
 }
 
@@ -32,12 +34,16 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? success : usage;
   } catch (const command::UnknownChoice& error) {
     return complain(error.what(), usage);
+  } catch (const command::UnknownDip& error) {
+    return complain(error.what(), usage);
   } catch (const synth::DescriptionError& error) {
     return complain(error.what(), usage);
   } catch (const readers::ReadError& error) {
     return complain(error.what(), unreadable);
   } catch (const command::Refusal& error) {
     return complain(error.what(), refused);
+  } catch (const command::SelfTestFailure& error) {
+    return complain(error.what(), faulty);
   } catch (const std::bad_alloc&) {
     return complain("not enough memory", failed);
   } catch (const std::exception& error) {

@@ -3,10 +3,10 @@
 # its tests: all where the library is as it ships or as a debugger wants it, otherwise the quick ones.
 set -eu
 cd "$(dirname "$0")/.."
-scripts/setup.sh fish groff mandoc zsh
+scripts/setup.sh chromium fish groff mandoc python3-jsonschema zsh
 [ $# -gt 0 ] || set -- release asan
 for preset; do
-  cmake --preset "$preset" -DDIPX_WARNINGS_AS_ERRORS=ON
+  cmake --preset "$preset" -DDIPX_WARNINGS_AS_ERRORS=ON -DDIPX_PAGE=ON
   cmake --build --preset "$preset"
   case $preset in release | debug) kinds= ;; *) kinds="-L quick" ;; esac
   # shellcheck disable=SC2086  # two words or none

@@ -1,4 +1,4 @@
-#include "command/pages/option_table.h"
+#include "command/manual/option_table.h"
 
 #include <set>
 #include <sstream>

@@ -1,4 +1,4 @@
-#include "command/pages/manual_page.h"
+#include "command/manual/manual_page.h"
 
 #include <fmt/format.h>
 

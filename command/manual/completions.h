@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "command/pages/option_table.h"
+#include "command/manual/option_table.h"
 
 namespace pages {
 

@@ -1,4 +1,4 @@
-// dipx_pages FOLDER DATE: writes the manual pages and the shells' completions of the dipx command into a folder. Part
+// dipx_manual_writer FOLDER DATE: writes the manual pages and the shells' completions of the dipx command into a folder. Part
 // of the build; not installed.
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -6,14 +6,14 @@
 #include <string>
 
 #include "command/command_line.h"
-#include "command/pages/completions.h"
-#include "command/pages/manual_page.h"
-#include "command/pages/option_table.h"
+#include "command/manual/completions.h"
+#include "command/manual/manual_page.h"
+#include "command/manual/option_table.h"
 #include "command/whole_file.h"
 
 int main(int argc, char** argv) {
   if (argc != 3) {
-    std::fputs("usage: dipx_pages FOLDER DATE\n", stderr);
+    std::fputs("usage: dipx_manual_writer FOLDER DATE\n", stderr);
     return 1;
   }
   const std::string folder = argv[1];
@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
     command::write_whole(folder + "/dipx.fish", pages::fish_completion(all));
     return 0;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "dipx_pages: %s\n", error.what());
+    std::fprintf(stderr, "dipx_manual_writer: %s\n", error.what());
     return 1;
   }
 }

@@ -1,4 +1,4 @@
-#include "command/pages/completions.h"
+#include "command/manual/completions.h"
 
 #include <fmt/format.h>
 
