@@ -1,5 +1,5 @@
-// dipx_manual_writer FOLDER DATE: writes the manual pages and the shells' completions of the dipx command into a folder. Part
-// of the build; not installed.
+// dipx_manual_writer FOLDER DATE: writes the manual pages and the shells' completions of the dipx command into a
+// folder. Part of the build; not installed.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>

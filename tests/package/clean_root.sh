@@ -23,6 +23,7 @@ cp "$packages"/*.deb "$host" "$examples"/rte_00.cfg "$examples"/rte_00.dat "$roo
 echo "the command, alone"
 install_in_root "$(given dipx-tools)"
 inside dipx --version
+inside dipx selftest
 inside sh -c 'dipx synth --depth 40 | dipx analyse -' | grep -q '^1 dip$'
 inside dipx analyse /given/rte_00.cfg | grep -q 'two-phase dip with zero sequence'
 [ -z "$(inside find /usr/lib -name 'libdipx*')" ]
