@@ -7,7 +7,7 @@ scripts/setup.sh dpkg-dev file
 folder=$(realpath -m "${1:-build/package/packages}")
 SOURCE_DATE_EPOCH=$(date -u -d "$(sed -n 's/^## .*, \(....-..-..\)$/\1/p' CHANGELOG.md | head -n 1)" +%s)
 export SOURCE_DATE_EPOCH
-cmake --preset package -DDIPX_WARNINGS_AS_ERRORS=ON
+cmake --preset package -DDIPX_WARNINGS_AS_ERRORS=ON -DDIPX_PAGE=ON
 cmake --build --preset package
 rm -rf "$folder"
 cpack --preset package -B "$folder"
