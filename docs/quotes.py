@@ -29,8 +29,8 @@ from datetime import date
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-FOLDERS = ["build", "command", "docs", "examples", "readers", "sagx", "scripts", "synth", "tests"]
-SCALE = 1.5  # of browser pictures
+FOLDERS = ["build", "command", "docs", "readers", "sagx", "scripts", "synth", "tests"]
+SCALE = 1.25  # of browser pictures
 
 
 def shot(page, size, picture):
@@ -55,6 +55,7 @@ class Page:
         self.commands = 0
         self.printed = None
         self.folder = Path(tempfile.mkdtemp(prefix="dipx-page-"))
+        shutil.copytree(ROOT / "examples", self.folder / "examples")
         for name in FOLDERS:
             (self.folder / name).symlink_to(ROOT / name)
         self.environment = dict(os.environ, PATH=f"{programs}:{os.environ['PATH']}", LC_ALL="C.UTF-8")
