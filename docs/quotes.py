@@ -54,6 +54,7 @@ class Page:
         self.complaints = []
         self.commands = 0
         self.printed = None
+        self.exports = []  # of earlier blocks
         self.folder = Path(tempfile.mkdtemp(prefix="dipx-page-"))
         shutil.copytree(ROOT / "examples", self.folder / "examples")
         for name in FOLDERS:
@@ -65,7 +66,9 @@ class Page:
 
     def run(self, command, line, expected=0):
         self.commands += 1
-        done = subprocess.run(["sh", "-ec", command], cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
+        script = "\n".join(self.exports + [command])
+        self.exports += [text for text in command.split("\n") if text.startswith("export ")]
+        done = subprocess.run(["sh", "-ec", script], cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=1800)
         if done.returncode != expected:
             self.complain(line, f"exit status {done.returncode}: {command}\n{done.stderr.decode(errors='replace')}")

@@ -74,13 +74,13 @@ std::vector<Level> rate() {
   return levels;
 }
 
-/// Dips at once or with a phase jump, of up to 100 cycles: without any influence all their figures are right.
-std::vector<DipCase> dips(int count) {
+/// Sudden dips, with or without a phase jump: without any influence all their figures are right.
+std::vector<DipCase> dips(int count, double longest) {
   std::mt19937 random(1);
   std::vector<DipCase> list;
   while (list.size() < static_cast<std::size_t>(count)) {
     const auto dip = accuracy::random_case(random);
-    if (dip.fall_cycles == 0 && dip.second_depth == 0 && dip.cycles <= 100) list.push_back(dip);
+    if (dip.fall_cycles == 0 && dip.second_depth == 0 && dip.cycles <= longest) list.push_back(dip);
   }
   return list;
 }
@@ -141,10 +141,12 @@ int main(int argc, char** argv) {
   app.add_option("INFLUENCE", influence, "noise, harmonics, frequency or rate")
       ->required()
       ->check(CLI::IsMember(influences));
+  double longest = 100;
+  app.add_option("--longest", longest, "Cycles that a dip lasts at most")->check(CLI::Range(1.0, 400.0));
   app.add_option("COUNT", count, "Dips")->check(CLI::Range(1, 100000));
   CLI11_PARSE(app, argc, argv);
 
-  const auto cases = dips(count);
+  const auto cases = dips(count, longest);
   std::printf(
       "| %s | told apart | residual voltage, %% | boundaries, ms | phase jump, ° | point on wave, ° | category |\n",
       influence.c_str());
