@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""quotes.py [--check | --long] BIN PAGE...: makes true what the pages show.
+"""quotes.py [--check] BIN PAGE...: makes true what the pages show.
 
 Every block marked `sh` is run, in one folder per page in which the repository's folders can be reached by their names
 and the programs of BIN (a folder) by theirs. Comments, which no reader sees, say what the rest of a page is:
@@ -12,7 +12,6 @@ and the programs of BIN (a folder) by theirs. Comments, which no reader sees, sa
   <!-- page: FILE WIDTHxHEIGHT -->  the picture that follows shows this page in a browser window of that size
   <!-- fails: STATUS -->          the block that follows ends with this exit status
   <!-- not run: REASON -->        the block that follows is not run
-  <!-- long: COMMAND, DATE -->    what follows is what this command printed on that day; run with --long alone
 
 Without --check all of it is put into the pages. With it, what differs is told, and so are links that lead nowhere and
 lines of more than 120 characters.
@@ -25,7 +24,6 @@ import struct
 import subprocess
 import sys
 import tempfile
-from datetime import date
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
@@ -48,8 +46,8 @@ def png_size(path):
 
 
 class Page:
-    def __init__(self, path, programs, check, long):
-        self.path, self.check, self.long = path, check, long
+    def __init__(self, path, programs, check):
+        self.path, self.check = path, check
         self.lines = path.read_text().split("\n")
         self.complaints = []
         self.commands = 0
@@ -173,12 +171,6 @@ class Page:
                     self.hold_picture(i, self.folder / what)
                 elif kind == "page":
                     self.hold_shot(i, *what.split())
-                elif kind == "long":
-                    command = what.rsplit(", ", 1)[0]
-                    if self.long:
-                        self.run(command, i)
-                        self.hold(i + 1, self.printed)
-                        self.lines[i] = f"<!-- long: {command}, {date.today()} -->"
                 else:
                     self.complain(i, f"what is '{kind}'?")
             i += 1
@@ -219,11 +211,11 @@ def anchors(page):
 
 def main():
     arguments = sys.argv[1:]
-    check, long = "--check" in arguments, "--long" in arguments
+    check = "--check" in arguments
     programs, *pages = [a for a in arguments if not a.startswith("--")]
     complaints, commands = [], 0
     for name in pages:
-        page = Page(Path(name).resolve(), Path(programs).resolve(), check, long)
+        page = Page(Path(name).resolve(), Path(programs).resolve(), check)
         page.go()
         complaints += page.complaints
         commands += page.commands

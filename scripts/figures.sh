@@ -1,12 +1,12 @@
 #!/bin/sh
-# figures.sh [--check | --long] [PAGE...]: remakes every picture, quoted output and table of the documentation (or of the
-# pages named) from what the built programs give now; a minute or two of processor time. --check says what differs instead, and which links and
-# commands do not work. --long remakes the tables that take long, too.
+# figures.sh [--check] [PAGE...]: remakes every picture, quoted output and table of the documentation (or of the pages
+# named) from what the built programs give now; a minute or two of processor time. --check says what differs instead, and
+# which links and commands do not work.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh chromium pkg-config python3
 mode=
-case ${1:-} in --check | --long) mode=$1 && shift ;; esac
+case ${1:-} in --check) mode=$1 && shift ;; esac
 [ $# -gt 0 ] || set -- README.md CONTRIBUTING.md CHANGELOG.md examples/README.md docs/*.md
 cmake --preset release -DDIPX_PAGE=ON >/dev/null
 cmake --build --preset release --target dipx dipx_command influence_table accuracy_table stage_pictures
