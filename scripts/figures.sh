@@ -9,7 +9,7 @@ mode=
 case ${1:-} in --check) mode=$1 && shift ;; esac
 [ $# -gt 0 ] || set -- README.md CONTRIBUTING.md CHANGELOG.md examples/README.md docs/*.md
 cmake --preset release -DDIPX_PAGE=ON >/dev/null
-cmake --build --preset release --target dipx dipx_command influence_table accuracy_table stage_pictures
+cmake --build --preset release --target dipx dipx_command dipx_manual influence_table accuracy_table stage_pictures
 programs=$(mktemp -d)
 trap 'rm -rf "$programs"' EXIT
 for program in command/dipx tests/accuracy/influence_table tests/accuracy/accuracy_table docs/stage_pictures; do
