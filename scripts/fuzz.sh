@@ -35,14 +35,16 @@ total=0
 for name; do
   kept=$root/fuzz/corpus/$name
   mkdir -p "$learnt/$name" "$kept"
+  seeds=("$kept")
+  [ ! -e "$root/fuzz/records/$name" ] || seeds+=("$root/fuzz/records/$name")
   options=(-close_fd_mask=1 -max_len=3000 -timeout=20 -artifact_prefix="$findings/$name-" -print_final_stats=1)
   [ ! -e "$root/fuzz/$name.dict" ] || options+=(-dict="$root/fuzz/$name.dict")
   case $mode in
-    kept) options+=(-runs=0 "$kept") ;;
-    long) options+=(-runs="$(runs_of "$name")" "$learnt/$name" "$kept") ;;
+    kept) options+=(-runs=0 "${seeds[@]}") ;;
+    long) options+=(-runs="$(runs_of "$name")" "$learnt/$name" "${seeds[@]}") ;;
     keep)
       mkdir fewest
-      options+=(-merge=1 fewest "$learnt/$name" "$kept")
+      options+=(-set_cover_merge=1 -max_len=1000 fewest "${seeds[@]}" "$learnt/$name")
       ;;
   esac
   "$root/build/fuzz/fuzz/${name}_fuzzer" "${options[@]}" >"$findings/$name.log" 2>&1 || {
