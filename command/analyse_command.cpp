@@ -7,12 +7,10 @@
 #include <string>
 
 #include "command/analysis.h"
-#include "command/analysis_json.h"
-#include "command/analysis_text.h"
 #include "command/known_charset.h"
 #include "command/option_range.h"
-#include "command/standard_output.h"
-#include "command/whole_file.h"
+#include "command/outputs.h"
+#include "command/progress.h"
 #include "readers/open_record.h"
 
 namespace command {
@@ -22,8 +20,7 @@ namespace {
 struct Arguments {
   std::string record;
   std::string nominal;
-  std::string report;
-  bool json = false;
+  Outputs outputs;
   readers::OpenOptions open;
   AnalysisOptions options;
 };
@@ -45,15 +42,17 @@ double parse_volts(const std::string& text) {
 }
 
 void run(Arguments arguments) {
-  arguments.options.report = !arguments.report.empty();
+  arguments.options.report = !arguments.outputs.report.empty();
   if (!arguments.nominal.empty()) arguments.options.nominal = parse_volts(arguments.nominal);
   arguments.open.wanted = [&choice = arguments.options.choice](const readers::Record& record) {
     return channels_to_read(record, choice);
   };
+  Progress progress(!arguments.options.trace);
+  progress.stage("reading " + (arguments.record == "-" ? "standard input" : arguments.record));
   const auto record = readers::open_record(arguments.record, arguments.open);
+  arguments.options.report_stage = [&](const std::string& what, double done) { progress.stage(what, done); };
   const auto analysis = analyse(record, arguments.options);
-  if (!arguments.report.empty()) write_whole(arguments.report, analysis.report);
-  write_standard_output(arguments.json ? json_of(record, analysis) : text_of(record, analysis));
+  show(record, analysis, arguments.outputs, progress);
 }
 
 }  // namespace
@@ -102,9 +101,7 @@ void add_analyse(CLI::App& app, const std::string& statuses) {
       ->add_option("--charset", arguments->open.charset, "Character set of the file's names, where the guess is wrong")
       ->check(known_charset())
       ->type_name("NAME");
-  analyse->add_flag("--json", arguments->json, "Print one JSON document instead of text");
-  analyse->add_option("--report", arguments->report, "Write the library's own report of the whole record to FILE")
-      ->type_name("FILE");
+  add_output_options(*analyse, arguments->outputs);
   analyse->add_flag("--trace", arguments->options.trace, "Show the library's lines on standard error");
   analyse->callback([arguments] { run(*arguments); });
 }

@@ -130,9 +130,11 @@ double line_frequency_of(const readers::Record& record, std::size_t channel, dou
   return 50;
 }
 
-bool holds(const readers::Part& part, double seconds) {
-  return part.rate > 0 && seconds >= part.start &&
-         seconds < part.start + static_cast<double>(part.length()) / part.rate;
+/// Whether the trigger is in the part. At the record's first sample it tells nothing: programs without one write the
+/// time of the start for both.
+bool holds_trigger(const readers::Part& part, const readers::Record& record) {
+  return part.rate > 0 && record.trigger && *record.trigger > 0 && *record.trigger >= part.start &&
+         *record.trigger < part.start + static_cast<double>(part.length()) / part.rate;
 }
 
 /// Index of the part that is analysed: the one the user names, or round the trigger, or the longest that will do.
@@ -154,7 +156,7 @@ std::size_t chosen_part(const readers::Record& record, const std::vector<readers
   };
   std::size_t best = 0;
   for (std::size_t i = 0; i < parts.size(); i++) {
-    if (record.trigger && holds(parts[i], *record.trigger) && will_do(parts[i])) return i;
+    if (holds_trigger(parts[i], record) && will_do(parts[i])) return i;
     if (std::pair(will_do(parts[i]), cycles(parts[i])) > std::pair(will_do(parts[best]), cycles(parts[best]))) best = i;
   }
   return best;
@@ -164,7 +166,7 @@ void note_part(const readers::Record& record, const AnalysedVoltages& voltages, 
                std::vector<std::string>& notes) {
   if (voltages.parts < 2) return;
   const auto& part = voltages.part;
-  const bool triggered = record.trigger && holds(part, *record.trigger);
+  const bool triggered = holds_trigger(part, record);
   notes.push_back(fmt::format(
       "The record falls into {} parts by sampling rate and gaps; this is part {}{}, from {:.4f} s to {:.4f} s{}.",
       voltages.parts, voltages.part_number,
@@ -257,7 +259,7 @@ std::vector<bool> channels_to_read(const readers::Record& record, const VoltageC
 }
 
 AnalysedVoltages pick_voltages(const readers::Record& record, const VoltageChoice& choice, Waveform& waveform,
-                               std::vector<std::string>& notes) {
+                               std::vector<std::string>& notes, const StageReport& report_stage) {
   AnalysedVoltages voltages;
   const auto set = chosen_set(record, choice, voltages, notes);
   voltages.channels = set.channels;
@@ -292,9 +294,10 @@ AnalysedVoltages pick_voltages(const readers::Record& record, const VoltageChoic
   voltages.start = voltages.part.start;
   if (voltages.resampled) {
     voltages.sampling_rate = voltages.samples_per_cycle * voltages.line_frequency;
-    for (auto& phase : waveform) {
-      auto result = resampled(phase, rate, voltages.sampling_rate, samples);
-      phase = std::move(result.values);
+    for (std::size_t phase = 0; phase < 3; phase++) {
+      report_stage("resampling", static_cast<double>(phase) / 3);
+      auto result = resampled(waveform[phase], rate, voltages.sampling_rate, samples);
+      waveform[phase] = std::move(result.values);
       voltages.start = voltages.part.start + result.delay;
     }
     notes.push_back(fmt::format("Resampled from {:.6g} to {} samples per cycle for the analysis.", samples,

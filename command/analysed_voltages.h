@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command/library_input.h"
+#include "command/stage_report.h"
 #include "readers/parts.h"
 #include "readers/record.h"
 #include "readers/voltage_set.h"
@@ -63,6 +64,6 @@ std::vector<bool> channels_to_read(const readers::Record& record, const VoltageC
 /// each, are added to `notes`. Throws UnknownChoice, readers::ReadError when there are no usable voltages, Refusal when
 /// the analysis does not take them.
 AnalysedVoltages pick_voltages(const readers::Record& record, const VoltageChoice& choice, Waveform& waveform,
-                               std::vector<std::string>& notes);
+                               std::vector<std::string>& notes, const StageReport& report_stage);
 
 }  // namespace command

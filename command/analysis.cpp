@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <new>
+#include <numbers>
 #include <stdexcept>
 
 #include "command/dip_search.h"
@@ -72,6 +74,29 @@ double level_factor(const readers::Record& record, const Waveform& volts, int sa
   throw std::logic_error("the analysis ended without a reason");
 }
 
+/// The fundamental of the first cycle of the stretch that was analysed for a dip, or, where there is none, of the cycle
+/// that lies where it would begin.
+std::array<PhasePhasor, 3> fundamental_before(const Dip& dip, const Analysis& analysis) {
+  const int samples_per_cycle = analysis.voltages.samples_per_cycle;
+  const auto cycle = static_cast<std::size_t>(samples_per_cycle);
+  const std::size_t lead = cycles_before_fall * cycle;
+  const std::size_t begin = dip.stretch.end > 0 ? dip.stretch.begin : dip.start - std::min(lead, dip.start);
+  std::array<std::complex<double>, 3> sums{};
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    for (std::size_t i = 0; i < cycle; i++) {
+      const double angle = -2 * std::numbers::pi * static_cast<double>(i) / samples_per_cycle;
+      sums[phase] += std::polar(static_cast<double>(analysis.waveform[phase][begin + i]), angle);
+    }
+  }
+  std::array<PhasePhasor, 3> phasors{};
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const double turn = (std::arg(sums[phase]) - std::arg(sums[0])) * 180 / std::numbers::pi;
+    phasors[phase] = {std::abs(sums[phase]) * std::numbers::sqrt2 / samples_per_cycle / analysis.level_factor,
+                      within_half_a_turn(turn)};
+  }
+  return phasors;
+}
+
 std::vector<Dip> dips_of(const DipSearch& search, double factor) {
   std::vector<Dip> dips;
   for (const FoundDip& found : search.dips) {
@@ -79,6 +104,7 @@ std::vector<Dip> dips_of(const DipSearch& search, double factor) {
     dip.start = found.start;
     dip.end = found.end;
     for (std::size_t phase = 0; phase < 3; phase++) dip.lowest[phase] = found.lowest[phase] / factor;
+    dip.lowest_of_highest = found.lowest_of_highest / factor;
     dips.push_back(dip);
   }
   return dips;
@@ -304,9 +330,11 @@ class LoneDip {
 };
 
 /// Analyses each recovered dip in a stretch of its own, between its neighbours.
-void analyse_each(Analysis& analysis, Waveform& waveform) {
+void analyse_each(Analysis& analysis, const StageReport& report_stage) {
   auto& dips = analysis.dips;
+  Waveform& waveform = analysis.waveform;
   for (std::size_t i = 0; i < dips.size(); i++) {
+    report_stage("analysing dips", static_cast<double>(i) / static_cast<double>(dips.size()));
     if (!dips[i].end) {
       dips[i].obstacle = Obstacle::not_recovered;
       continue;
@@ -314,6 +342,7 @@ void analyse_each(Analysis& analysis, Waveform& waveform) {
     const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? waveform[0].size() : dips[i + 1].start};
     LoneDip(dips[i], waveform, analysis, between).analyse();
   }
+  for (Dip& dip : dips) dip.before = fundamental_before(dip, analysis);
 }
 
 /// The report that the library writes of the whole record.
@@ -395,8 +424,8 @@ ObstacleText describe(Obstacle obstacle) {
 
 Analysis analyse(const readers::Record& record, const AnalysisOptions& options) {
   Analysis analysis;
-  Waveform waveform;
-  analysis.voltages = pick_voltages(record, options.choice, waveform, analysis.notes);
+  Waveform& waveform = analysis.waveform;
+  analysis.voltages = pick_voltages(record, options.choice, waveform, analysis.notes, options.report_stage);
   const int samples_per_cycle = analysis.voltages.samples_per_cycle;
 
   const LibraryLines lines(options.trace);
@@ -408,7 +437,7 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
   }
 
   const auto longest_run = options.longest_run * static_cast<std::size_t>(samples_per_cycle);
-  const DipSearch search = search_dips(waveform, samples_per_cycle, longest_run);
+  const DipSearch search = search_dips(waveform, samples_per_cycle, longest_run, options.report_stage);
   if (search.outcome != sagx::RunOutcome::searched) refuse(record.file, search.outcome);
   analysis.pre_event_voltage = search.nominal / analysis.level_factor;
   analysis.threshold = search.threshold / analysis.level_factor;
@@ -419,12 +448,13 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
                     search.runs));
   }
   if (options.nominal > 0) analysis.declared = declared_voltage(record, analysis, options.nominal);
-  analyse_each(analysis, waveform);
+  analyse_each(analysis, options.report_stage);
   if (options.report) {
     if (waveform[0].size() > longest_run_cycles * static_cast<std::size_t>(samples_per_cycle)) {
       throw Refusal(record.file, "the library's own report takes 3000 cycles at most, and the record holds more",
                     "leave out --report");
     }
+    options.report_stage("making the library's report", -1);
     analysis.report = library_report(waveform, samples_per_cycle);
   }
   return analysis;

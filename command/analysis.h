@@ -10,6 +10,7 @@
 
 #include "command/analysed_voltages.h"
 #include "command/library_input.h"
+#include "command/stage_report.h"
 #include "readers/record.h"
 
 namespace command {
@@ -47,13 +48,21 @@ struct Segment {
   double unbalance = 0;                ///< largest ratio of negative to positive sequence, per cent
 };
 
+/// The fundamental of one phase.
+struct PhasePhasor {
+  double volts = 0;    ///< RMS
+  double degrees = 0;  ///< against phase A, in (-180, 180]
+};
+
 struct Dip {
   std::size_t start = 0;               ///< first sample below the threshold
   std::optional<std::size_t> end;      ///< first sample back at it; none when the record ends before
   std::array<double, 3> lowest{};      ///< lowest one-cycle RMS of each phase during the dip, volts
+  double lowest_of_highest = 0;        ///< lowest that all three stood at or below at once, volts
   Stretch stretch;                     ///< what was analysed for it; empty when it could not be
   bool gradual_fall_doubtful = false;  ///< less than five steady cycles lie before it
   Obstacle obstacle = Obstacle::none;
+  std::array<PhasePhasor, 3> before{};  ///< fundamental of each phase ahead of the dip, a cycle long
   // What follows is there when nothing stood in the way.
   std::optional<std::array<double, 3>> point_on_wave;  ///< of each phase's sine at the start of the dip, degrees
   std::array<double, 3>
@@ -71,6 +80,7 @@ struct DeclaredVoltage {
 
 struct Analysis {
   AnalysedVoltages voltages;
+  Waveform waveform;             ///< the samples as they were analysed: volts times `level_factor`
   double level_factor = 1;       ///< what the samples were multiplied by for the analysis
   double pre_event_voltage = 0;  ///< volts RMS of the lowest phase over the first two cycles
   double threshold = 0;          ///< volts
@@ -78,6 +88,12 @@ struct Analysis {
   std::vector<Dip> dips;
   std::vector<std::string> notes;  ///< one sentence each
   std::string report;              ///< the library's report of the whole record, when it was asked for
+
+  /// A voltage in per cent of the pre-event voltage, and of the declared one where there is one.
+  [[nodiscard]] double percent(double volts) const { return 100 * volts / pre_event_voltage; }
+  [[nodiscard]] std::optional<double> percent_of_declared(double volts) const {
+    return declared ? std::optional(100 * volts / declared->level) : std::nullopt;
+  }
 };
 
 struct AnalysisOptions {
@@ -86,6 +102,7 @@ struct AnalysisOptions {
   bool report = false;                           ///< have the library write its report
   bool trace = false;                            ///< show the library's lines on standard error
   std::size_t longest_run = longest_run_cycles;  ///< cycles that one search takes; longer records go in several
+  StageReport report_stage = no_report;
 };
 
 /// Analyses the three phase voltages of a record. Throws what pick_voltages throws, and Refusal when the analysis does

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "command/dip_category_name.h"
+#include "command/event_terms.h"
 
 namespace command {
 
@@ -30,12 +31,14 @@ Json per_phase(Figures figures) {
   return list;
 }
 
-Json voltage_and_percent(const std::array<double, 3>& volts, const Analysis& analysis) {
-  return per_phase([&](std::size_t phase) {
-    Json json = {{"voltage_v", volts[phase]}, {"percent", 100 * volts[phase] / analysis.pre_event_voltage}};
-    if (analysis.declared) json["percent_of_declared"] = 100 * volts[phase] / analysis.declared->level;
-    return json;
-  });
+Json voltage_and_percent(double volts, const Analysis& analysis) {
+  Json json = {{"voltage_v", volts}, {"percent", analysis.percent(volts)}};
+  if (const auto percent = analysis.percent_of_declared(volts)) json["percent_of_declared"] = *percent;
+  return json;
+}
+
+Json voltages_and_percents(const std::array<double, 3>& volts, const Analysis& analysis) {
+  return per_phase([&](std::size_t phase) { return voltage_and_percent(volts[phase], analysis); });
 }
 
 Json single_figures(const char* name, const std::array<double, 3>& values) {
@@ -67,7 +70,7 @@ Json declared_of(const Analysis& analysis) {
           {"kind", declared.line ? "line" : "phase"},
           {"divided_by_ratio", declared.secondary},
           {"level_v", declared.level},
-          {"pre_event_percent", 100 * analysis.pre_event_voltage / declared.level}};
+          {"pre_event_percent", *analysis.percent_of_declared(analysis.pre_event_voltage)}};
 }
 
 Json segment_of(std::size_t number, const Segment& segment, const Analysis& analysis) {
@@ -77,9 +80,23 @@ Json segment_of(std::size_t number, const Segment& segment, const Analysis& anal
           {"category", {{"code", segment.category}, {"name", dip_category_name(segment.category)}}},
           {"phases_below_threshold",
            {{"count", segment.low_count}, {"mask", segment.low_mask}, {"letters", phase_letters(segment.low_mask)}}},
-          {"residual_voltage", voltage_and_percent(segment.residual, analysis)},
+          {"residual_voltage", voltages_and_percents(segment.residual, analysis)},
           {"phase_jump", single_figures("degrees", segment.phase_jump)},
           {"unbalance_percent", segment.unbalance}};
+}
+
+void add_terms(Json& json, const Dip& dip, const Analysis& analysis) {
+  const auto terms = terms_of(dip, analysis);
+  json["kind"] = kind_of(terms);
+  json["residual_voltage"] = {{"phase", std::string(1, "ABC"[terms.worst_phase])}};
+  json["residual_voltage"].update(voltage_and_percent(terms.residual, analysis));
+  json["depth_percent"] = terms.depth_percent;
+  json["voltage_tolerance"] = Json::object();
+  for (const auto& curve : tolerance_curves()) {
+    json["voltage_tolerance"][curve.code] = ride_name(ride_through(curve, terms));
+  }
+  const std::string cell = en50160_cell(terms);
+  json["en50160_cell"] = cell.empty() ? Json() : Json(cell);
 }
 
 Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
@@ -92,7 +109,11 @@ Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
   } else {
     json["end"] = json["duration_s"] = json["duration_cycles"] = nullptr;
   }
-  json["lowest_voltage"] = voltage_and_percent(dip.lowest, analysis);
+  json["lowest_voltage"] = voltages_and_percents(dip.lowest, analysis);
+  add_terms(json, dip, analysis);
+  json["before_dip"] = per_phase([&](std::size_t phase) {
+    return Json{{"voltage_v", dip.before[phase].volts}, {"degrees", dip.before[phase].degrees}};
+  });
   json["analysed"] = dip.obstacle == Obstacle::none;
   if (dip.obstacle == Obstacle::none) {
     json["not_analysed"] = nullptr;

@@ -2,114 +2,157 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
 #include <iterator>
 
 #include "command/dip_category_name.h"
+#include "command/event_terms.h"
+#include "command/figures_text.h"
+#include "readers/text.h"
 
 namespace command {
 
 namespace {
 
-/// Four significant digits with the prefix that suits them: "63.36 kV".
-std::string volts(double value) {
-  const double size = std::abs(value);
-  if (size >= 1e6) return fmt::format("{:.4g} MV", value / 1e6);
-  if (size >= 1e3) return fmt::format("{:.4g} kV", value / 1e3);
-  if (size >= 1 || size == 0) return fmt::format("{:.4g} V", value);
-  return fmt::format("{:.4g} mV", value * 1e3);
-}
-
 std::string plural(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count == 0 ? "no" : std::to_string(count), noun, count == 1 ? "" : "s");
 }
 
-/// One dip's lines, with the names of its phases as the record has them.
+/// A name shortened to a column's width.
+std::string heading_of(const std::string& name) {
+  constexpr std::size_t most = 16;
+  std::size_t characters = 0;
+  for (std::size_t i = 0; i < name.size(); i++) {
+    const bool starts = (static_cast<unsigned char>(name[i]) & 0xC0U) != 0x80;
+    if (starts && ++characters > most) return name.substr(0, i) + "…";
+  }
+  return name;
+}
+
+std::string segment_name(const Segment& segment) {
+  return fmt::format("{} ({})", dip_category_name(segment.category), segment.category);
+}
+
+/// One dip's lines: a heading, then a table with a column for each phase.
 class DipText {
  public:
-  DipText(const readers::Record& record, const Analysis& analysis) : record_(record), analysis_(analysis) {}
+  DipText(const readers::Record& record, const Analysis& analysis, const Colours& colours)
+      : record_(record), analysis_(analysis), colours_(colours) {}
 
   std::string of(std::size_t number, const Dip& dip) {
     text_.clear();
-    add_place(number, dip);
-    line("  lowest voltage      ", [&](std::size_t phase) { return level(dip.lowest[phase]); });
-    if (dip.obstacle != Obstacle::none) {
-      fmt::format_to(out(), "  not analysed further: {}\n", describe(dip.obstacle).sentence);
-      return text_;
-    }
-    if (dip.gradual_fall_doubtful) {
-      text_ += "  less than five steady cycles lie before it: a gradual fall may be measured wrongly\n";
-    }
-    if (dip.point_on_wave) {
-      line("  point on wave       ",
-           [&](std::size_t phase) { return fmt::format("{:.1f}°", (*dip.point_on_wave)[phase]); });
+    const auto terms = terms_of(dip, analysis_);
+    add_heading(number, dip, terms);
+    line("", [&](std::size_t phase) { return colours_.faint(right(heading_of(name(phase)))); });
+    levels("  lowest voltage", dip.lowest);
+    if (dip.obstacle == Obstacle::none) {
+      add_figures(dip);
     } else {
-      text_ += "  point on wave       not found: no phase stood at 95 % of nominal before the fall\n";
+      note("not analysed further: ", describe(dip.obstacle).sentence);
     }
-    line("  fastest change      ", [&](std::size_t phase) { return volts(dip.voltage_change[phase]) + "/s"; });
-    for (std::size_t i = 0; i < dip.segments.size(); i++) add_segment(i + 1, dip.segments[i]);
+    add_tolerance(terms);
     return text_;
   }
 
  private:
   [[nodiscard]] double seconds(std::size_t sample) const { return analysis_.voltages.seconds_at(sample); }
-  [[nodiscard]] double duration(std::size_t samples) const {
-    return static_cast<double>(samples) / analysis_.voltages.sampling_rate;
-  }
-  [[nodiscard]] std::string level(double value) const {
-    const auto own = fmt::format("{} ({:.1f} %", volts(value), 100 * value / analysis_.pre_event_voltage);
-    if (!analysis_.declared) return own + ")";
-    return fmt::format("{}, {:.1f} % of declared)", own, 100 * value / analysis_.declared->level);
+  [[nodiscard]] const std::string& name(std::size_t phase) const {
+    return record_.channels[analysis_.voltages.channels[phase]].name;
   }
   std::back_insert_iterator<std::string> out() { return std::back_inserter(text_); }
+
+  static std::string right(const std::string& figure) { return fmt::format("{:>19}", figure); }
 
   /// A line with a figure for each phase.
   template <typename Figure>
   void line(const char* heading, Figure figure) {
-    text_ += heading;
-    for (std::size_t phase = 0; phase < 3; phase++) {
-      fmt::format_to(out(), "{}{} {}", phase == 0 ? "" : ", ",
-                     record_.channels[analysis_.voltages.channels[phase]].name, figure(phase));
-    }
+    fmt::format_to(out(), "{:<22}", heading);
+    for (std::size_t phase = 0; phase < 3; phase++) text_ += figure(phase);
     text_ += '\n';
   }
 
-  void add_place(std::size_t number, const Dip& dip) {
-    fmt::format_to(out(), "\ndip {}   {:.4f} s to ", number, seconds(dip.start));
-    if (dip.end) {
-      const std::size_t length = *dip.end - dip.start;
-      fmt::format_to(out(), "{:.4f} s, {:.1f} ms, {:.2f} cycles\n", seconds(*dip.end), duration(length) * 1e3,
-                     static_cast<double>(length) / analysis_.voltages.samples_per_cycle);
+  void levels(const char* heading, const std::array<double, 3>& volts) {
+    line(heading, [&](std::size_t phase) {
+      const std::string text =
+          right(fmt::format("{} {:>7.1f} %", volts_text(volts[phase]), analysis_.percent(volts[phase])));
+      return volts[phase] < analysis_.threshold ? colours_.low(text) : text;
+    });
+    if (!analysis_.declared) return;
+    line("      of declared", [&](std::size_t phase) {
+      return right(fmt::format("{:.1f} %", *analysis_.percent_of_declared(volts[phase])));
+    });
+  }
+
+  void angles(const char* heading, const std::array<double, 3>& degrees, bool sign) {
+    line(heading, [&](std::size_t phase) {
+      return right(sign ? fmt::format("{:+.1f}°", degrees[phase]) : fmt::format("{:.1f}°", degrees[phase]));
+    });
+  }
+
+  void note(const char* what, const std::string& text) { text_ += "  " + colours_.note(what + text) + '\n'; }
+
+  void add_heading(std::size_t number, const Dip& dip, const EventTerms& terms) {
+    text_ += '\n' + colours_.heading(fmt::format("dip {}", number));
+    fmt::format_to(out(), "   {:.4f} s to ", seconds(dip.start));
+    if (terms.seconds) {
+      fmt::format_to(out(), "{:.4f} s, {}, {:.2f} cycles\n", seconds(*dip.end), duration_text(*terms.seconds),
+                     static_cast<double>(*dip.end - dip.start) / analysis_.voltages.samples_per_cycle);
     } else {
-      fmt::format_to(out(), "the end of the {}, {:.1f} ms and on\n",
-                     analysis_.voltages.parts > 1 ? "record's part" : "record",
-                     duration(analysis_.voltages.length - dip.start) * 1e3);
+      const auto rest = static_cast<double>(analysis_.voltages.length - dip.start) / analysis_.voltages.sampling_rate;
+      fmt::format_to(out(), "the end of the {}, {} and on\n", analysis_.voltages.parts > 1 ? "record's part" : "record",
+                     duration_text(rest));
     }
+    fmt::format_to(out(), "  {}, residual voltage {} ({:.1f} %) in {}, depth {:.1f} %\n", kind_of(terms),
+                   volts_text(terms.residual), terms.residual_percent, name(terms.worst_phase), terms.depth_percent);
+  }
+
+  void add_figures(const Dip& dip) {
+    if (dip.point_on_wave) {
+      angles("  point on wave", *dip.point_on_wave, false);
+    } else {
+      text_ += "  point on wave       none: no phase stood at 95 % of nominal before the fall\n";
+    }
+    line("  fastest change", [&](std::size_t phase) { return right(volts_text(dip.voltage_change[phase]) + "/s"); });
+    if (dip.gradual_fall_doubtful) {
+      note("", "less than five steady cycles lie before it: a gradual fall may be measured wrongly");
+    }
+    for (std::size_t i = 0; i < dip.segments.size(); i++) add_segment(i + 1, dip.segments[i]);
   }
 
   void add_segment(std::size_t number, const Segment& segment) {
-    fmt::format_to(out(), "  segment {}   {:.4f} s to {:.4f} s: {} (code {})\n", number, seconds(segment.samples.begin),
-                   seconds(segment.samples.end), dip_category_name(segment.category), segment.category);
-    line("    residual voltage  ", [&](std::size_t phase) { return level(segment.residual[phase]); });
-    line("    phase jump        ",
-         [&](std::size_t phase) { return fmt::format("{:+.1f}°", segment.phase_jump[phase]); });
+    fmt::format_to(out(), "  {}  {:.4f} s to {:.4f} s: {}\n", colours_.heading(fmt::format("segment {}", number)),
+                   seconds(segment.samples.begin), seconds(segment.samples.end), segment_name(segment));
+    levels("    residual voltage", segment.residual);
+    angles("    phase jump", segment.phase_jump, true);
     const std::string letters = phase_letters(segment.low_mask);
     fmt::format_to(out(), "    {} below the threshold{}, unbalance {:.1f} %\n",
                    plural(static_cast<std::size_t>(segment.low_count), "phase"),
                    letters.empty() ? "" : " (" + letters + ")", segment.unbalance);
   }
 
+  void add_tolerance(const EventTerms& terms) {
+    std::string judged;
+    for (const auto& curve : tolerance_curves()) {
+      const auto ride = ride_through(curve, terms);
+      if (ride != Ride::not_judged) judged += fmt::format("{} {}, ", ride_name(ride), curve.name);
+    }
+    const std::string cell = en50160_cell(terms);
+    if (!cell.empty()) judged += "cell " + cell + " of EN 50160, ";
+    if (judged.empty()) return;
+    fmt::format_to(out(), "  {} (by the {})\n", judged.substr(0, judged.size() - 2), judged_by(analysis_));
+  }
+
   const readers::Record& record_;
   const Analysis& analysis_;
+  const Colours& colours_;
   std::string text_;
 };
 
 }  // namespace
 
-std::string text_of(const readers::Record& record, const Analysis& analysis) {
-  std::string text;
+std::string text_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
+  std::string text = colours.heading(readers::inert(record.file)) + '\n';
   auto out = std::back_inserter(text);
-  fmt::format_to(out, "{}\n  {}", record.file, record.format);
+  fmt::format_to(out, "  {}", record.format);
   for (const auto& about : {record.station, record.device, record.start_time}) {
     if (!about.empty()) fmt::format_to(out, ", {}", about);
   }
@@ -131,25 +174,44 @@ std::string text_of(const readers::Record& record, const Analysis& analysis) {
     fmt::format_to(out, " ({} values, transformer {:g}:{:g})", first.side == 'P' ? "primary" : "secondary",
                    first.primary, first.secondary);
   }
-  text += '\n';
-  fmt::format_to(out, "  pre-event voltage {}, dip threshold {}\n", volts(analysis.pre_event_voltage),
-                 volts(analysis.threshold));
+  fmt::format_to(out, "\n  pre-event voltage {}, dip threshold {}\n", volts_text(analysis.pre_event_voltage),
+                 volts_text(analysis.threshold));
   if (analysis.declared) {
     fmt::format_to(out, "  declared {} voltage {}{}: the pre-event voltage is {:.1f} % of it\n",
-                   analysis.declared->line ? "line" : "phase", volts(analysis.declared->given),
+                   analysis.declared->line ? "line" : "phase", volts_text(analysis.declared->given),
                    analysis.declared->secondary ? ", divided by the transformer's ratio" : "",
-                   100 * analysis.pre_event_voltage / analysis.declared->level);
+                   *analysis.percent_of_declared(analysis.pre_event_voltage));
   }
   if (analysis.level_factor != 1) {
-    fmt::format_to(out, "  analysed at {:.6g} times the recorded voltages; all voltages here are the recorded ones\n",
+    fmt::format_to(out, "  analysed at {:.6g} times the recorded voltages; shown are the recorded ones\n",
                    analysis.level_factor);
   }
   for (const auto* notes : {&record.notes, &analysis.notes}) {
-    for (const auto& note : *notes) fmt::format_to(out, "  note: {}\n", note);
+    for (const auto& note : *notes) text += "  " + colours.note("note: " + note) + '\n';
   }
   fmt::format_to(out, "\n{}\n", plural(analysis.dips.size(), "dip"));
-  DipText dip_text(record, analysis);
+  DipText dip_text(record, analysis, colours);
   for (std::size_t i = 0; i < analysis.dips.size(); i++) text += dip_text.of(i + 1, analysis.dips[i]);
+  return text;
+}
+
+std::string lines_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
+  std::string text;
+  for (std::size_t i = 0; i < analysis.dips.size(); i++) {
+    const Dip& dip = analysis.dips[i];
+    const auto terms = terms_of(dip, analysis);
+    std::string what;
+    for (const Segment& segment : dip.segments) what += (what.empty() ? "" : ", then ") + segment_name(segment);
+    if (dip.obstacle != Obstacle::none) what = std::string("not analysed: ") + describe(dip.obstacle).sentence;
+    std::string residual = fmt::format("residual {:.1f} %", terms.residual_percent);
+    if (analysis.declared) residual += fmt::format(", {:.1f} % of declared", terms.judged_percent);
+    if (analysis.voltages.between_phases) residual += " between phases";
+    text += fmt::format("{}: {}   {:.4f} s, {}, {}, {}\n", readers::inert(record.file),
+                        colours.heading(fmt::format("{} {}", kind_of(terms), i + 1)),
+                        analysis.voltages.seconds_at(dip.start),
+                        terms.seconds ? duration_text(*terms.seconds) : "not recovered", colours.low(residual),
+                        dip.obstacle == Obstacle::none ? what : colours.note(what));
+  }
   return text;
 }
 

@@ -1,14 +1,18 @@
-// An analysis as text for people.
+// An analysis as text for people, within 80 columns and a screen per dip.
 #pragma once
 
 #include <string>
 
 #include "command/analysis.h"
+#include "command/colours.h"
 #include "readers/record.h"
 
 namespace command {
 
 /// The whole summary, lines ending in "\n".
-std::string text_of(const readers::Record& record, const Analysis& analysis);
+std::string text_of(const readers::Record& record, const Analysis& analysis, const Colours& colours = Colours(false));
+
+/// One line per dip; nothing where there is none.
+std::string lines_of(const readers::Record& record, const Analysis& analysis, const Colours& colours = Colours(false));
 
 }  // namespace command

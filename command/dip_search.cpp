@@ -19,17 +19,23 @@ std::array<const float*, 3> curves() {
   return {dq_rms_buf->rmsa, dq_rms_buf->rmsb, dq_rms_buf->rmsc};
 }
 
-std::array<double, 3> lowest_rms(std::size_t begin, std::size_t end) {
-  std::array<double, 3> lowest{};
+/// A dip that is as low as the RMS from `begin` to `end` has it.
+FoundDip as_low_as(std::size_t begin, std::size_t end) {
+  FoundDip dip;
   const auto phases = curves();
   for (std::size_t phase = 0; phase < 3; phase++) {
-    lowest[phase] = static_cast<double>(*std::min_element(phases[phase] + begin, phases[phase] + end));
+    dip.lowest[phase] = static_cast<double>(*std::min_element(phases[phase] + begin, phases[phase] + end));
   }
-  return lowest;
+  const auto highest = [&](std::size_t i) { return std::max({phases[0][i], phases[1][i], phases[2][i]}); };
+  float lowest = highest(begin);
+  for (std::size_t i = begin; i < end; i++) lowest = std::min(lowest, highest(i));
+  dip.lowest_of_highest = static_cast<double>(lowest);
+  return dip;
 }
 
-void take_lower(std::array<double, 3>& lowest, const std::array<double, 3>& others) {
-  for (std::size_t phase = 0; phase < 3; phase++) lowest[phase] = std::min(lowest[phase], others[phase]);
+void take_lower(FoundDip& dip, const FoundDip& other) {
+  for (std::size_t phase = 0; phase < 3; phase++) dip.lowest[phase] = std::min(dip.lowest[phase], other.lowest[phase]);
+  dip.lowest_of_highest = std::min(dip.lowest_of_highest, other.lowest_of_highest);
 }
 
 bool below_threshold(std::size_t i) {
@@ -39,8 +45,11 @@ bool below_threshold(std::size_t i) {
 
 class Searcher {
  public:
-  Searcher(const Waveform& waveform, int samples_per_cycle, std::size_t longest_run)
-      : waveform_(waveform), cycle_(static_cast<std::size_t>(samples_per_cycle)), longest_run_(longest_run) {}
+  Searcher(const Waveform& waveform, int samples_per_cycle, std::size_t longest_run, const StageReport& report_stage)
+      : waveform_(waveform),
+        cycle_(static_cast<std::size_t>(samples_per_cycle)),
+        longest_run_(longest_run),
+        report_stage_(report_stage) {}
 
   /// Goes on from the search of `stretch`, which the library has just made.
   void go_on(Stretch stretch) {
@@ -65,6 +74,7 @@ class Searcher {
 
   /// Searches a stretch by the threshold of the whole waveform, which stands in the record.
   void load(const Stretch& stretch) const {
+    report_stage_("searching for dips", static_cast<double>(stretch.begin) / static_cast<double>(length()));
     const std::array<float*, 3> samples = {dq_rms_buf->va, dq_rms_buf->vb, dq_rms_buf->vc};
     for (std::size_t phase = 0; phase < 3; phase++) {
       std::copy_n(waveform_[phase].begin() + static_cast<std::ptrdiff_t>(stretch.begin), stretch.length(),
@@ -81,10 +91,9 @@ class Searcher {
       const bool recovered = i + 1 < dq_rms_buf->evt_num;
       if (!recovered && stretch.end < length()) return;
       const auto end = recovered ? static_cast<std::size_t>(dq_rms_buf->T[i + 1]) : stretch.length();
-      FoundDip dip;
+      FoundDip dip = as_low_as(fall, end);
       dip.start = stretch.begin + fall;
       if (recovered) dip.end = stretch.begin + end;
-      dip.lowest = lowest_rms(fall, end);
       add(dip, stretch);
     }
   }
@@ -92,8 +101,8 @@ class Searcher {
   void add(const FoundDip& dip, const Stretch& stretch) {
     if (joins(dip.start)) {
       FoundDip& before = dips_.back();
-      take_lower(before.lowest, lowest_rms(*before.end - stretch.begin, dip.start - stretch.begin));
-      take_lower(before.lowest, dip.lowest);
+      take_lower(before, as_low_as(*before.end - stretch.begin, dip.start - stretch.begin));
+      take_lower(before, dip);
       before.end = dip.end;
     } else {
       dips_.push_back(dip);
@@ -134,9 +143,8 @@ class Searcher {
 
   /// Follows a dip that fills a stretch, to its recovery. Returns where the search goes on behind it.
   std::optional<std::size_t> follow(std::size_t fall, Stretch stretch) {
-    FoundDip begun;
+    FoundDip begun = as_low_as(fall - stretch.begin, stretch.length());
     begun.start = fall;
-    begun.lowest = lowest_rms(fall - stretch.begin, stretch.length());
     add(begun, stretch);
     FoundDip& dip = dips_.back();
     while (!dip.end && stretch.end < length()) {
@@ -147,7 +155,7 @@ class Searcher {
       std::size_t i = cycle_ - 1;
       while (i < stretch.length() && below_threshold(i)) i++;
       if (i < stretch.length()) dip.end = stretch.begin + i;
-      if (i > cycle_ - 1) take_lower(dip.lowest, lowest_rms(cycle_ - 1, i));
+      if (i > cycle_ - 1) take_lower(dip, as_low_as(cycle_ - 1, i));
     }
     if (!dip.end) return std::nullopt;
     return at_last_recovery();
@@ -156,13 +164,16 @@ class Searcher {
   const Waveform& waveform_;
   std::size_t cycle_;
   std::size_t longest_run_;
+  const StageReport& report_stage_;
   std::size_t runs_ = 0;
   std::vector<FoundDip> dips_;
 };
 
 }  // namespace
 
-DipSearch search_dips(Waveform& waveform, int samples_per_cycle, std::size_t longest_run) {
+DipSearch search_dips(Waveform& waveform, int samples_per_cycle, std::size_t longest_run,
+                      const StageReport& report_stage) {
+  report_stage("searching for dips", 0);
   DipSearch search;
   const Stretch first{0, std::min(waveform[0].size(), longest_run)};
   set_input(waveform, samples_per_cycle, first);
@@ -171,7 +182,7 @@ DipSearch search_dips(Waveform& waveform, int samples_per_cycle, std::size_t lon
   if (search.outcome != sagx::RunOutcome::searched) return search;
   search.nominal = static_cast<double>(dq_rms_buf->un);
   search.threshold = static_cast<double>(dq_rms_buf->ut);
-  Searcher searcher(waveform, samples_per_cycle, longest_run);
+  Searcher searcher(waveform, samples_per_cycle, longest_run, report_stage);
   searcher.go_on(first);
   search.runs = searcher.runs();
   search.dips = std::move(searcher).dips();

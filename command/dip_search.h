@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "command/library_input.h"
+#include "command/stage_report.h"
 #include "sagx/dipx_outcome.h"
 
 namespace command {
@@ -15,6 +16,7 @@ struct FoundDip {
   std::size_t start = 0;           ///< first sample below the threshold
   std::optional<std::size_t> end;  ///< first sample back at it; none when the waveform ends before
   std::array<double, 3> lowest{};  ///< lowest one-cycle RMS of each phase during the dip, volts
+  double lowest_of_highest = 0;    ///< the same of whichever phase stands highest
 };
 
 struct DipSearch {
@@ -29,6 +31,7 @@ struct DipSearch {
 /// `longest_run` samples and thirty crossings of the threshold, is searched in stretches that overlap, and the dips
 /// come out as one run without these limits would find them: each once, those less than ten cycles apart joined.
 /// `longest_run`: at least thirty cycles.
-DipSearch search_dips(Waveform& waveform, int samples_per_cycle, std::size_t longest_run);
+DipSearch search_dips(Waveform& waveform, int samples_per_cycle, std::size_t longest_run,
+                      const StageReport& report_stage);
 
 }  // namespace command

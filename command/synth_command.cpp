@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "command/option_range.h"
+#include "command/progress.h"
 #include "command/standard_output.h"
 #include "command/whole_file.h"
 #include "readers/file_access.h"
@@ -52,7 +53,8 @@ std::string format_of(const Arguments& arguments) {
                   arguments.output));
 }
 
-void write(const std::string& output, const std::string& bytes) {
+void write(const std::string& output, const std::string& bytes, Progress& progress) {
+  progress.finish();
   if (output == "-") {
     write_standard_output(bytes);
   } else {
@@ -76,12 +78,15 @@ void run(Arguments arguments) {
   }
   for (const auto& harmonic : arguments.harmonics) arguments.dip.harmonics.push_back(parse_harmonic(harmonic));
 
+  Progress progress;
+  progress.stage("making the record");
   const auto record = synth::record_of(synth::waveform_of(arguments.dip));
+  progress.stage("writing");
   const auto data = arguments.binary ? synth::ComtradeData::binary : synth::ComtradeData::ascii;
   if (format == "csv") {
-    write(arguments.output, synth::csv_of(record));
+    write(arguments.output, synth::csv_of(record), progress);
   } else if (format == "cff") {
-    write(arguments.output, synth::single_comtrade_of(record, data));
+    write(arguments.output, synth::single_comtrade_of(record, data), progress);
   } else {
     auto pair = synth::comtrade_of(record, data);
     const std::filesystem::path config = arguments.output;
@@ -180,9 +185,9 @@ void add_synth(CLI::App& app, const std::string& statuses) {
                    "File to write: .csv, .cfg (with a .dat beside it) or .cff; - is standard output")
       ->type_name("FILE")
       ->group(what);
-  synth->add_option("--format", arguments->format, "csv, cfg or cff, where the name does not tell it (csv)")
+  synth->add_option("--format", arguments->format, "Format, where the name does not tell it (csv)")
       ->check(CLI::IsMember({"csv", "cfg", "cff"}).description(""))
-      ->type_name("FORMAT")
+      ->type_name("csv|cfg|cff")
       ->group(what);
   synth->add_flag("--binary", arguments->binary, "COMTRADE data as 16-bit integers, not as text")->group(what);
   synth->callback([arguments] { run(*arguments); });

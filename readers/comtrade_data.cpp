@@ -6,7 +6,9 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -381,8 +383,11 @@ class RowReader : public BinaryReader {
       const std::size_t rows = std::min(count, kRowsAtOnce);
       take_numbers_and_stamps(bytes, rows);
       for (const std::size_t i : wanted_) {
-        append(data_.samples[i], rows, bytes + kNumberBytes + kStampBytes + Word::bytes * i, config_.analogs[i].scale,
-               config_.analogs[i].offset);
+        const Values first(bytes + kNumberBytes + kStampBytes + Word::bytes * i, row_bytes_, config_.analogs[i].scale,
+                           config_.analogs[i].offset);
+        Values end = first;
+        end += static_cast<std::ptrdiff_t>(rows);
+        data_.samples[i].insert(data_.samples[i].end(), first, end);
       }
       bytes += rows * row_bytes_;
       data_.rows += rows;
@@ -390,21 +395,39 @@ class RowReader : public BinaryReader {
     }
   }
 
-  /// Appends a value of each row, by way of a few at a time: a vector that is made longer first is written twice.
-  void append(std::vector<double>& values, std::size_t rows, const char* at, double scale, double offset) const {
-    std::array<double, kRowsAtOnce> block;
-    const char* first = at;
-    bool missing = false;
-    for (std::size_t r = 0; r < rows; ++r, at += row_bytes_) {
-      const auto stored = Word::stored(at);
-      missing |= Word::missing(stored);
-      block[r] = scale * static_cast<double>(stored) + offset;
+  /// Goes from row to row and gives a channel's value in each, so that a vector takes them in without being filled with
+  /// something else first.
+  class Values {
+   public:
+    using iterator_category = std::random_access_iterator_tag;  // for the distance, which is all that is asked for
+    using value_type = double;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const double*;
+    using reference = double;
+
+    Values(const char* at, std::size_t row_bytes, double scale, double offset)
+        : at_(at), row_bytes_(row_bytes), scale_(scale), offset_(offset) {}
+    double operator*() const {
+      const auto stored = Word::stored(at_);
+      return Word::missing(stored) ? kNaN : scale_ * static_cast<double>(stored) + offset_;
     }
-    for (std::size_t r = 0; missing && r < rows; ++r) {
-      if (Word::missing(Word::stored(first + r * row_bytes_))) block[r] = kNaN;
+    Values& operator++() { return *this += 1; }
+    Values& operator--() { return *this += -1; }
+    Values& operator+=(std::ptrdiff_t rows) {
+      at_ += rows * static_cast<std::ptrdiff_t>(row_bytes_);
+      return *this;
     }
-    values.insert(values.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(rows));
-  }
+    std::ptrdiff_t operator-(const Values& other) const {
+      return (at_ - other.at_) / static_cast<std::ptrdiff_t>(row_bytes_);
+    }
+    bool operator==(const Values& other) const { return at_ == other.at_; }
+
+   private:
+    const char* at_;
+    std::size_t row_bytes_;
+    double scale_;
+    double offset_;
+  };
 
   /// Looks at numbers one by one only where they are not simply one after the other.
   void take_numbers_and_stamps(const char* bytes, std::size_t rows) {

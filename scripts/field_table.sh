@@ -12,7 +12,7 @@ find "$folder" -type f \( -iname '*.cfg' -o -iname '*.cff' -o -iname '*.csv' -o 
       NR > 2 && / per cycle of / { rate = $0 }
       /^  voltages / { voltages = substr($0, 12) }
       /^dip [0-9]/ { dips = dips "; " $3 " s to " ($6 ~ /^[0-9]/ ? $6 " s" : "the end") }
-      /^  lowest voltage/ { sub(/^  lowest voltage */, ""); dips = dips ": " $0 }
+      /^  (dip|interruption), residual voltage / { sub(/^  /, ""); sub(/, residual voltage/, ""); dips = dips ": " $0 }
       /not analysed further/ { dips = dips " (" substr($0, 25) ")" }
       /^  note: / { notes++ }
       END {

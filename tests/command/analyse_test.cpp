@@ -12,6 +12,7 @@
 #include "dipx_dll.h"
 #include "readers/open_record.h"
 #include "readers/voltage_set.h"
+#include "sagx/kernels.h"
 #include "synth/record_file.h"
 #include "synth/waveform.h"
 #include "tests/command/dipx_command.h"
@@ -133,19 +134,21 @@ TEST_F(Analyse, ShowsTheExamplesDip) {
                             "  3.281 s: 21000 samples at 6400 Hz, 128 per cycle of 50 Hz\n"
                             "  voltages v1, v2, v3\n"
                             "  pre-event voltage 62.49 kV, dip threshold 56.24 kV\n"
-                            "  analysed at 0.000923971 times the recorded voltages; all voltages here are the recorded "
-                            "ones\n"
+                            "  analysed at 0.000923971 times the recorded voltages; shown are the recorded ones\n"
                             "\n"
                             "1 dip\n"
                             "\n"
                             "dip 1   0.2787 s to 0.5589 s, 280.2 ms, 14.01 cycles\n"
-                            "  lowest voltage      v1 18.19 kV (29.1 %), v2 63.78 kV (102.1 %), v3 21.55 kV (34.5 %)\n"
-                            "  point on wave       v1 96.3°, v2 336.0°, v3 216.1°\n"
-                            "  fastest change      v1 3.115 MV/s, v2 2.682 MV/s, v3 3.388 MV/s\n"
-                            "  segment 1   0.2842 s to 0.5452 s: two-phase dip with zero sequence, C and A (code 7)\n"
-                            "    residual voltage  v1 17.42 kV (27.9 %), v2 78.44 kV (125.5 %), v3 21.22 kV (34.0 %)\n"
-                            "    phase jump        v1 -19.4°, v2 -4.7°, v3 +4.3°\n"
-                            "    2 phases below the threshold (AC), unbalance 47.0 %\n");
+                            "  dip, residual voltage 18.19 kV (29.1 %) in v1, depth 70.9 %\n"
+                            "                                       v1                 v2                 v3\n"
+                            "  lowest voltage       18.19 kV    29.1 % 63.78 kV   102.1 % 21.55 kV    34.5 %\n"
+                            "  point on wave                     96.3°             336.0°             216.1°\n"
+                            "  fastest change               3.115 MV/s         2.682 MV/s         3.388 MV/s\n"
+                            "  segment 1  0.2842 s to 0.5452 s: two-phase dip with zero sequence, C and A (7)\n"
+                            "    residual voltage   17.42 kV    27.9 % 78.44 kV   125.5 % 21.22 kV    34.0 %\n"
+                            "    phase jump                     -19.4°              -4.7°              +4.3°\n"
+                            "    2 phases below the threshold (AC), unbalance 47.0 %\n"
+                            "  below ITIC, below SEMI F47, cell D2 of EN 50160 (by the pre-event voltage)\n");
 }
 
 TEST_F(Analyse, ReadsTheExampleFromItsDatFileToo) {
@@ -564,7 +567,8 @@ TEST_F(Analyse, HelpsAndTellsItsVersion) {
   for (const char* option : {"--channels", "--json", "--report", "--trace", "--rate", "--frequency", "Exit status"}) {
     EXPECT_NE(more.out.find(option), std::string::npos) << option;
   }
-  EXPECT_EQ(dipx({"--version"}).out, "dipx " DIPX_VERSION "\n");
+  const auto set = std::string(sagx::kernels().instruction_set);
+  EXPECT_EQ(dipx({"--version"}).out, "dipx " DIPX_VERSION " (instruction set: " + set + ")\n");
 }
 
 /// The report with its figure of elapsed milliseconds, the first to end in "ms", taken out.

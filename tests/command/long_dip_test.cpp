@@ -1,6 +1,8 @@
 // dipx analyse on dips beyond 500 cycles, which the library measures in another way than short ones.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 
@@ -65,16 +67,16 @@ TEST(LongDip, OfTwoStepsInAMinutesRecordHasBothSegments) {
 
 TEST(LongDip, PrintsBothSegmentsAsText) {
   const std::string text = piped_text(joined(two_steps_in_a_minute, {"--rate", "1600"}));
-  const auto first = text.find("\n  segment 1   5.00");
-  const auto second = text.find("\n  segment 2   13.00");
+  const auto first = text.find("\n  segment 1  5.00");
+  const auto second = text.find("\n  segment 2  13.00");
   ASSERT_NE(first, std::string::npos) << text;
   ASSERT_NE(second, std::string::npos) << text;
   constexpr const char* first_figures =
-      ": three-phase dip (code 9)\n"
-      "    residual voltage  Ua 161 V (70.0 %), Ub 161 V (70.0 %), Uc 161 V (70.0 %)\n";
+      ": three-phase dip (9)\n"
+      "    residual voltage    161.0 V    70.0 %  161.0 V    70.0 %  161.0 V    70.0 %\n";
   constexpr const char* second_figures =
-      ": three-phase dip (code 9)\n"
-      "    residual voltage  Ua 92 V (40.0 %), Ub 92 V (40.0 %), Uc 92 V (40.0 %)\n";
+      ": three-phase dip (9)\n"
+      "    residual voltage    92.00 V    40.0 %  92.00 V    40.0 %  92.00 V    40.0 %\n";
   EXPECT_NE(text.substr(first, second - first).find(first_figures), std::string::npos) << text;
   EXPECT_NE(text.substr(second).find(second_figures), std::string::npos) << text;
   EXPECT_EQ(text.find("segment 3"), std::string::npos);
@@ -200,43 +202,73 @@ std::string printed(const char* format, Figures... figures) {
 
 std::string volts(double value) {
   const double size = std::abs(value);
-  if (size >= 1000) return printed("%.4g kV", value / 1000);
-  return size < 1 && size > 0 ? printed("%.4g mV", value * 1000) : printed("%.4g V", value);
+  const auto digits = [](double figure) {
+    std::string text = printed("%#.4g", figure);
+    if (text.back() == '.') text.pop_back();
+    return text;
+  };
+  if (size >= 1000) return digits(value / 1000) + " kV";
+  return size < 1 && size > 0 ? digits(value * 1000) + " mV" : digits(value) + " V";
+}
+
+std::string lasting(double seconds) {
+  return seconds < 1 ? printed("%.1f ms", seconds * 1000) : printed("%.3f s", seconds);
+}
+
+/// A column of 19 characters, in which a degree sign has two bytes.
+std::string column(const std::string& figure) {
+  const std::size_t characters = figure.size() - (figure.ends_with("°") ? 1 : 0);
+  return std::string(19 - std::min<std::size_t>(characters, 19), ' ') + figure;
 }
 
 template <typename Figure>
 std::string line(const char* heading, const json& phases, Figure figure) {
-  return heading + ("Ua " + figure(phases[0])) + ", Ub " + figure(phases[1]) + ", Uc " + figure(phases[2]) + "\n";
+  return printed("%-22s", heading) + column(figure(phases[0])) + column(figure(phases[1])) + column(figure(phases[2])) +
+         "\n";
 }
 
 std::string level(const json& phase) {
-  return volts(phase["voltage_v"]) + printed(" (%.1f %%)", phase["percent"].get<double>());
+  return volts(phase["voltage_v"]) + printed(" %7.1f %%", phase["percent"].get<double>());
+}
+
+/// Where the dip stands, from the words of the JSON.
+std::string tolerance(const json& dip) {
+  std::string text;
+  const auto& curves = dip["voltage_tolerance"];
+  if (curves["itic"] != "outside") text += curves["itic"].get<std::string>() + " ITIC, ";
+  if (curves["semi_f47"] != "outside") text += curves["semi_f47"].get<std::string>() + " SEMI F47, ";
+  return "  " + text + "cell " + dip["en50160_cell"].get<std::string>() + " of EN 50160 (by the pre-event voltage)\n";
 }
 
 /// The text of a dip from the figures of its JSON.
 std::string text_of(const json& dip) {
   const auto seconds = [](const json& position) { return position["time_s"].get<double>(); };
   std::string text =
-      printed("\ndip %d   %.4f s to %.4f s, %.1f ms, %.2f cycles\n", dip["number"].get<int>(), seconds(dip["start"]),
-              seconds(dip["end"]), dip["duration_s"].get<double>() * 1000, dip["duration_cycles"].get<double>());
-  text += line("  lowest voltage      ", dip["lowest_voltage"], level);
-  text += line("  point on wave       ", dip["point_on_wave"],
+      printed("\ndip %d   %.4f s to %.4f s, %s, %.2f cycles\n", dip["number"].get<int>(), seconds(dip["start"]),
+              seconds(dip["end"]), lasting(dip["duration_s"]).c_str(), dip["duration_cycles"].get<double>());
+  const auto& residual = dip["residual_voltage"];
+  text += printed("  dip, residual voltage %s (%.1f %%) in U%c, depth %.1f %%\n", volts(residual["voltage_v"]).c_str(),
+                  residual["percent"].get<double>(), std::tolower(residual["phase"].get<std::string>()[0]),
+                  dip["depth_percent"].get<double>());
+  text += std::string(22, ' ') + column("Ua") + column("Ub") + column("Uc") + "\n";
+  text += line("  lowest voltage", dip["lowest_voltage"], level);
+  text += line("  point on wave", dip["point_on_wave"],
                [](const json& phase) { return printed("%.1f°", phase["degrees"].get<double>()); });
-  text += line("  fastest change      ", dip["fastest_change"],
-               [](const json& phase) { return volts(phase["v_per_s"]) + "/s"; });
+  text +=
+      line("  fastest change", dip["fastest_change"], [](const json& phase) { return volts(phase["v_per_s"]) + "/s"; });
   for (const auto& segment : dip["segments"]) {
     const auto& low = segment["phases_below_threshold"];
     const int count = low["count"];
-    text += printed("  segment %d   %.4f s to %.4f s: %s (code %d)\n", segment["number"].get<int>(),
+    text += printed("  segment %d  %.4f s to %.4f s: %s (%d)\n", segment["number"].get<int>(),
                     seconds(segment["start"]), seconds(segment["end"]),
                     segment["category"]["name"].get<std::string>().c_str(), segment["category"]["code"].get<int>());
-    text += line("    residual voltage  ", segment["residual_voltage"], level);
-    text += line("    phase jump        ", segment["phase_jump"],
+    text += line("    residual voltage", segment["residual_voltage"], level);
+    text += line("    phase jump", segment["phase_jump"],
                  [](const json& phase) { return printed("%+.1f°", phase["degrees"].get<double>()); });
     text += printed("    %d phase%s below the threshold (%s), unbalance %.1f %%\n", count, count == 1 ? "" : "s",
                     low["letters"].get<std::string>().c_str(), segment["unbalance_percent"].get<double>());
   }
-  return text;
+  return text + tolerance(dip);
 }
 
 class TextAndJson : public testing::TestWithParam<Words> {};

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "command/analysis.h"
@@ -132,6 +133,21 @@ TEST(Stretches, TakeMoreDipsThanARunHolds) {
     EXPECT_NEAR(dips[i]["start"]["time_s"], 1 + 0.7 * static_cast<double>(i), half_cycle);
     EXPECT_TRUE(dips[i]["analysed"]) << i;
   }
+}
+
+TEST(Stretches, AreReportedAsTheyAreSearched) {
+  std::vector<std::pair<std::string, double>> heard;
+  command::AnalysisOptions options;
+  options.longest_run = 1000;
+  options.report_stage = [&](const std::string& what, double done) { heard.emplace_back(what, done); };
+  command::analyse(record_with({{10, 10.2, 0.5, "A"}}, 50), options);
+  // 2500 cycles in runs of 1000 that overlap by one.
+  ASSERT_EQ(heard.size(), 4U);
+  for (std::size_t i = 0; i < 3; i++) {
+    EXPECT_EQ(heard[i].first, "searching for dips");
+    EXPECT_NEAR(heard[i].second, 0.4 * static_cast<double>(i), 0.001);
+  }
+  EXPECT_EQ(heard[3], (std::pair<std::string, double>("analysing dips", 0)));
 }
 
 TEST(Stretches, AreSaid) {

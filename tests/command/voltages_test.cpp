@@ -334,10 +334,16 @@ class VoltagesCommand : public testing::Test {
 TEST_F(VoltagesCommand, ShowsFiguresOfTheDeclaredVoltage) {
   const auto result = dipx({"analyse", "record.csv", "--nominal", "0.4kV"});
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_NE(result.out.find("  declared line voltage 400 V: the pre-event voltage is 99.6 % of it\n"),
+  EXPECT_NE(result.out.find("  declared line voltage 400.0 V: the pre-event voltage is 99.6 % of it\n"),
             std::string::npos)
       << result.out;
-  EXPECT_NE(result.out.find("Ub 115 V (50.0 %, 49.8 % of declared)"), std::string::npos) << result.out;
+  constexpr const char* lowest =
+      "  lowest voltage        230.0 V   100.0 %  115.0 V    50.0 %  230.0 V   100.0 %\n"
+      "      of declared                  99.6 %             49.8 %             99.6 %\n";
+  EXPECT_NE(result.out.find(lowest), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find(" of EN 50160 (by the declared voltage)\n"), std::string::npos) << result.out;
+  const auto line = dipx({"analyse", "record.csv", "--nominal", "0.4kV", "-q"}).out;
+  EXPECT_NE(line.find(", residual 50.0 %, 49.8 % of declared, single-phase dip, B (5)\n"), std::string::npos) << line;
 }
 
 TEST_F(VoltagesCommand, RefusesADeclaredVoltageThatIsNone) {

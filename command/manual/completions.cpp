@@ -1,0 +1,203 @@
+#include "command/manual/completions.h"
+
+#include <fmt/format.h>
+
+namespace pages {
+
+namespace {
+
+constexpr const char* origin = "made from the option tables of dipx " DIPX_VERSION;
+
+std::string joined(const std::vector<std::string>& words, const std::string& between) {
+  std::string all;
+  for (const auto& word : words) all += (all.empty() ? "" : between) + word;
+  return all;
+}
+
+/// One word for bash and zsh, whatever is in it.
+std::string shell_word(const std::string& text) {
+  std::string word = "'";
+  for (const char character : text) {
+    if (character == '\'') {
+      word += "'\\''";
+    } else {
+      word += character;
+    }
+  }
+  return word + "'";
+}
+
+std::string option_names(const CommandTable& table) {
+  std::string names;
+  for (const auto& row : table.options) {
+    if (!row.positional) names += (names.empty() ? "" : " ") + joined(row.names, " ");
+  }
+  return names;
+}
+
+std::string all_words(const CommandTable& all) {
+  std::string words;
+  for (const auto& command : all.commands) words += (words.empty() ? "" : " ") + joined(command.words, " ");
+  return words;
+}
+
+// --- bash ---
+
+constexpr const char* bash_files = "compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- \"$current\")";
+
+std::string bash_words(const std::string& words) {
+  return fmt::format("mapfile -t COMPREPLY < <(compgen -W {} -- \"$current\")", shell_word(words));
+}
+
+std::string bash_values(const OptionRow& row) {
+  if (row.takes_file) return bash_files;
+  return row.choices.empty() ? ":" : bash_words(joined(row.choices, " "));
+}
+
+std::string bash_command(const CommandTable& table) {
+  std::string script = fmt::format("    {})\n      case $previous in\n", joined(table.words, "|"));
+  std::string positional;
+  for (const auto& row : table.options) {
+    if (row.positional) {
+      positional = bash_values(row);
+    } else if (!row.value.empty()) {
+      script += fmt::format("        {}) {}; return ;;\n", joined(row.names, "|"), bash_values(row));
+    }
+  }
+  script += fmt::format("      esac\n      if [[ $current == -* ]]; then {}\n", bash_words(option_names(table)));
+  if (!positional.empty()) script += fmt::format("      else {}\n", positional);
+  return script + "      fi ;;\n";
+}
+
+// --- zsh ---
+
+/// A description inside [...], where brackets and colons would end it.
+std::string zsh_text(const std::string& text) {
+  std::string inert;
+  for (const char character : text) {
+    if (character == '[' || character == ']' || character == ':' || character == '\\') inert += '\\';
+    inert += character;
+  }
+  return inert;
+}
+
+std::string zsh_values(const OptionRow& row) {
+  const std::string value = ":" + zsh_text(row.value) + ":";
+  if (row.takes_file) return value + "_files";
+  return row.choices.empty() ? value + " " : value + "(" + joined(row.choices, " ") + ")";
+}
+
+std::string zsh_option(const OptionRow& row) {
+  if (row.positional) return shell_word((row.required ? "1" : "1:") + zsh_values(row));
+  std::vector<std::string> specifications;
+  for (const auto& name : row.names) {
+    std::string specification = "(" + joined(row.names, " ") + ")" + name;
+    // --option=VALUE and -oVALUE too.
+    if (!row.value.empty()) specification += name[1] == '-' ? "=" : "+";
+    specification += "[" + zsh_text(row.description) + "]";
+    if (!row.value.empty()) specification += zsh_values(row);
+    specifications.push_back(shell_word(specification));
+  }
+  return joined(specifications, " ");
+}
+
+// --- fish ---
+
+/// One word for fish, which knows \' inside quotation marks.
+std::string fish_word(const std::string& text) {
+  std::string word = "'";
+  for (const char character : text) {
+    if (character == '\'' || character == '\\') word += '\\';
+    word += character;
+  }
+  return word + "'";
+}
+
+std::string fish_values(const OptionRow& row) {
+  if (row.takes_file) return " -r -F";
+  return row.choices.empty() ? " -x" : " -x -a " + fish_word(joined(row.choices, " "));
+}
+
+std::string fish_options(const CommandTable& table, const std::string& condition) {
+  std::string script;
+  bool positional_file = false;
+  for (const auto& row : table.options) {
+    if (row.positional) {
+      positional_file = row.takes_file;
+      continue;
+    }
+    script += "complete -c dipx -n " + fish_word(condition);
+    for (const auto& name : row.names) {
+      script += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
+    }
+    if (!row.value.empty()) script += fish_values(row);
+    script += " -d " + fish_word(row.description) + "\n";
+  }
+  if (!positional_file) script = "complete -c dipx -f -n " + fish_word(condition) + "\n" + script;
+  return script;
+}
+
+}  // namespace
+
+std::string bash_completion(const CommandTable& all) {
+  std::string script = fmt::format("# bash completion for dipx, {}\n", origin);
+  script +=
+      "_dipx() {\n"
+      "  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command= word\n"
+      "  COMPREPLY=()\n"
+      "  # --option=value comes as three words.\n"
+      "  if [[ $current == = ]]; then current=\n"
+      "  elif [[ $previous == = ]]; then previous=${COMP_WORDS[COMP_CWORD - 2]}\n"
+      "  fi\n"
+      "  for word in \"${COMP_WORDS[@]:1:COMP_CWORD - 1}\"; do\n";
+  script += fmt::format("    case \" {} \" in *\" $word \"*) command=$word; break ;; esac\n", all_words(all));
+  script += "  done\n  case $command in\n";
+  script += fmt::format("    '') {} ;;\n", bash_words(all_words(all) + " " + option_names(all)));
+  for (const auto& command : all.commands) script += bash_command(command);
+  return script + "  esac\n}\ncomplete -F _dipx dipx\n";
+}
+
+std::string zsh_completion(const CommandTable& all) {
+  std::string script = fmt::format("#compdef dipx\n# zsh completion for dipx, {}\n", origin);
+  script +=
+      "_dipx() {\n"
+      "  local context state state_descr line curcontext=$curcontext\n"
+      "  typeset -A opt_args\n"
+      "  local -a commands=(\n";
+  for (const auto& command : all.commands) {
+    for (const auto& word : command.words) {
+      script += "    " + shell_word(word + ":" + zsh_text(command.description)) + "\n";
+    }
+  }
+  script += "  )\n  _arguments -C \\\n";
+  for (const auto& row : all.options) script += "    " + zsh_option(row) + " \\\n";
+  script +=
+      "    '1:command:->command' '*::argument:->argument'\n"
+      "  case $state in\n"
+      "    command) _describe command commands ;;\n"
+      "    argument)\n"
+      "      case $words[1] in\n";
+  for (const auto& command : all.commands) {
+    script += fmt::format("        {})\n          _arguments", joined(command.words, "|"));
+    for (const auto& row : command.options) script += " \\\n            " + zsh_option(row);
+    script += " ;;\n";
+  }
+  return script + "      esac ;;\n  esac\n}\n_dipx \"$@\"\n";
+}
+
+std::string fish_completion(const CommandTable& all) {
+  std::string script = fmt::format("# fish completion for dipx, {}\n", origin);
+  script += fish_options(all, "__fish_use_subcommand");
+  for (const auto& command : all.commands) {
+    for (const auto& word : command.words) {
+      script +=
+          fmt::format("complete -c dipx -n __fish_use_subcommand -a {} -d {}\n", word, fish_word(command.description));
+    }
+  }
+  for (const auto& command : all.commands) {
+    script += fish_options(command, "__fish_seen_subcommand_from " + joined(command.words, " "));
+  }
+  return script;
+}
+
+}  // namespace pages

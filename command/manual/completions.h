@@ -1,0 +1,14 @@
+// Completions for shells out of the option tables.
+#pragma once
+
+#include <string>
+
+#include "command/manual/option_table.h"
+
+namespace pages {
+
+std::string bash_completion(const CommandTable& all);
+std::string zsh_completion(const CommandTable& all);
+std::string fish_completion(const CommandTable& all);
+
+}  // namespace pages

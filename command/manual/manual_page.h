@@ -1,0 +1,16 @@
+// Manual pages (section 1, in the man macros) out of the option tables.
+#pragma once
+
+#include <string>
+
+#include "command/manual/option_table.h"
+
+namespace pages {
+
+/// "dipx-analyse" for the page of `dipx analyse`.
+std::string page_name(const CommandTable& table);
+
+/// `all`: the table of the whole command, for what stands under SEE ALSO. `date`: year-month-day of the release.
+std::string manual_page(const CommandTable& table, const CommandTable& all, const std::string& date);
+
+}  // namespace pages

@@ -1,0 +1,36 @@
+// What the command line knows of itself, in the order and the words of --help.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+namespace pages {
+
+struct OptionRow {
+  std::vector<std::string> names;  ///< "-o", "--output"; a positional's only name is that of its value
+  std::string value;               ///< FILE; empty for a flag
+  std::string description;
+  std::string group;
+  bool positional = false;
+  bool required = false;
+  bool takes_file = false;
+  std::vector<std::string> choices;   ///< the values there are, where there are only a few
+  std::vector<std::string> needs;     ///< options that it does not go without
+  std::vector<std::string> excludes;  ///< options that it does not go with
+};
+
+struct CommandTable {
+  std::string name;                ///< "dipx analyse"
+  std::vector<std::string> words;  ///< "analyse", "analyze"
+  std::string description;
+  std::string notes;     ///< the footer but for the following two
+  std::string examples;  ///< its indented lines
+  std::string exit_status;
+  std::vector<OptionRow> options;
+  std::vector<CommandTable> commands;
+};
+
+CommandTable table_of(const CLI::App& app);
+
+}  // namespace pages

@@ -1,0 +1,71 @@
+#include "command/outputs.h"
+
+#include <fmt/format.h>
+
+#include <vector>
+
+#include "command/analysis_csv.h"
+#include "command/analysis_json.h"
+#include "command/analysis_text.h"
+#include "command/colours.h"
+#include "command/curves.h"
+#include "command/figure_svg.h"
+#include "command/page_html.h"
+#include "command/standard_output.h"
+#include "command/whole_file.h"
+
+namespace command {
+
+namespace {
+
+std::string standard_output_of(const readers::Record& record, const Analysis& analysis, const Outputs& outputs) {
+  if (outputs.json) return json_of(record, analysis);
+  if (outputs.csv) return csv_of(record, analysis);
+  const Colours colours(terminal_colours());
+  return outputs.quiet ? lines_of(record, analysis, colours) : text_of(record, analysis, colours);
+}
+
+}  // namespace
+
+void add_output_options(CLI::App& app, Outputs& outputs) {
+  CLI::Option* json = app.add_flag("--json", outputs.json, "Print one JSON document instead of text");
+  CLI::Option* csv = app.add_flag("--csv", outputs.csv, "Print a table with one row per segment instead of text");
+  CLI::Option* quiet = app.add_flag("-q,--quiet", outputs.quiet, "Print one line per dip");
+  csv->excludes(json);
+  quiet->excludes(json)->excludes(csv);
+  app.add_option("--report", outputs.report, "Write the library's own report of the whole record to FILE")
+      ->type_name("FILE");
+#ifdef DIPX_HAS_PAGE
+  app.add_option("--html", outputs.html,
+                 "Write a page for a browser to FILE: waveforms, phasors, tables, tolerance curves")
+      ->type_name("FILE");
+#endif
+  CLI::Option* svg =
+      app.add_option("--svg", outputs.svg, "Draw a dip to FILE as a figure of column width (SVG)")->type_name("FILE");
+  app.add_option("--dip", outputs.dip, "The dip that --svg draws (1)")
+      ->check(CLI::PositiveNumber.description(""))
+      ->type_name("N")
+      ->needs(svg);
+}
+
+void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs, Progress& progress) {
+  std::vector<NamedBytes> files;
+  if (!outputs.report.empty()) files.push_back({outputs.report, analysis.report});
+  if (!outputs.svg.empty() && outputs.dip > analysis.dips.size() && outputs.dip > 1) {
+    throw UnknownDip(fmt::format("there is no dip {} to draw; the record holds {}", outputs.dip, analysis.dips.size()));
+  }
+  if (!outputs.svg.empty() || !outputs.html.empty()) {
+    progress.stage("drawing");
+    const Curves curves = curves_of(analysis);
+    if (!outputs.svg.empty()) files.push_back({outputs.svg, figure_of(record, analysis, curves, outputs.dip - 1)});
+#ifdef DIPX_HAS_PAGE
+    if (!outputs.html.empty()) files.push_back({outputs.html, page_of(record, analysis, curves)});
+#endif
+  }
+  progress.stage("writing");
+  write_whole(files);
+  progress.finish();
+  write_standard_output(standard_output_of(record, analysis, outputs));
+}
+
+}  // namespace command

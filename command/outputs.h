@@ -1,0 +1,34 @@
+// What an analysis is shown as: the options that choose it, and the writing.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+
+#include "command/analysis.h"
+#include "command/progress.h"
+
+namespace command {
+
+struct Outputs {
+  bool json = false;
+  bool csv = false;
+  bool quiet = false;
+  std::string report;  ///< files; empty: not asked for
+  std::string svg;
+  std::string html;
+  std::size_t dip = 1;  ///< the one that the figure shows, from 1
+};
+
+/// The dip that the user named is not in the record.
+class UnknownDip : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+void add_output_options(CLI::App& app, Outputs& outputs);
+
+/// Writes the files that were asked for, all or none, then standard output. Throws UnknownDip.
+void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs, Progress& progress);
+
+}  // namespace command

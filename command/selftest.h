@@ -1,0 +1,31 @@
+// Whether this very program measures right: records with known dips are made, analysed and held against what they are.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "command/analysis.h"
+#include "synth/dip_description.h"
+
+namespace command {
+
+/// A dip made from its description. Residual voltages and phase jumps follow from that; the category cannot.
+struct KnownDip {
+  const char* name;
+  synth::DipDescription description;
+  std::vector<int> categories;  ///< one per segment; none when there is no dip to be found
+};
+const std::vector<KnownDip>& known_dips();
+
+/// What is wrong with an analysis of a known dip, in words; empty when nothing is. Wrong is: another number of dips or
+/// segments, another category, a residual voltage more than 1 % of nominal off, a phase jump more than 2 degrees, start
+/// or duration more than a cycle.
+std::string fault_of(const KnownDip& known, const Analysis& analysis);
+
+using Detector = std::function<Analysis(const readers::Record&)>;
+
+/// Takes a detector through all known dips. `show` gets a line per dip. True when nothing was wrong.
+bool self_test(const Detector& detector, const std::function<void(const std::string&)>& show);
+
+}  // namespace command

@@ -1,0 +1,26 @@
+#include "command/selftest_command.h"
+
+#include <fmt/format.h>
+
+#include "command/selftest.h"
+#include "command/standard_output.h"
+
+namespace command {
+
+void add_selftest(CLI::App& app, const std::string& statuses) {
+  CLI::App* selftest = app.add_subcommand("selftest", "Show that this program measures known dips right");
+  selftest->footer(
+      "Makes records whose dips are known, analyses them and compares: number of dips and segments, start,\n"
+      "duration, residual voltages (within 1 % of nominal), phase jumps (within 2 degrees), categories.\n\n" +
+      statuses);
+  selftest->callback([] {
+    const Detector detector = [](const readers::Record& record) { return analyse(record, {}); };
+    if (!self_test(detector, write_standard_output)) {
+      throw SelfTestFailure("the self-test found faults; do not trust this program's figures");
+    }
+    write_standard_output(
+        fmt::format("dipx {}: all {} known records measured right\n", DIPX_VERSION, known_dips().size()));
+  });
+}
+
+}  // namespace command

@@ -1,0 +1,17 @@
+// dipx selftest: whether the installed program measures right.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <stdexcept>
+#include <string>
+
+namespace command {
+
+/// Some known dip was not measured right.
+class SelfTestFailure : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+void add_selftest(CLI::App& app, const std::string& statuses);
+
+}  // namespace command

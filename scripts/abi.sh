@@ -1,0 +1,39 @@
+#!/bin/sh
+# abi.sh [--keep]: holds the library's interface (symbols, functions and the types that they reach) against that of the
+# last release, tests/package/libdipx.abi. What a host built for it can no longer rely on fails, unless the SONAME has
+# moved on; what is added passes. --keep writes the description anew: part of a release, see CONTRIBUTING.md.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh abigail-tools
+kept=tests/package/libdipx.abi
+cmake --preset package >/dev/null
+cmake --build --preset package --target dipx >/dev/null
+library=$(realpath build/package/libdipx.so)
+broken=$(mktemp)
+trap 'rm -f "$broken"' EXIT
+if [ "${1:-}" = --keep ]; then
+  abidw --exported-interfaces-only --no-corpus-path --no-comp-dir-path --no-show-locs --type-id-style hash \
+    --out-file "$kept" "$library"
+  exit
+fi
+holds() { abidiff --no-added-syms "$1" "$library"; }
+
+# A check that cannot fail says nothing. must_break CHANGE: the interface with this change made to it is another one.
+must_break() {
+  sed "$1" "$kept" >"$broken"
+  ! cmp -s "$kept" "$broken" || { echo "abi.sh: '$1' changes nothing" >&2; exit 1; }
+  ! holds "$broken" >/dev/null || { echo "abi.sh: '$1' passes for the same interface" >&2; exit 1; }
+}
+must_break "s/name='dipx_fun'/name='dipx_fun_of_old'/g"
+must_break "/class-decl name='dipx_event_record'/,/<\/class-decl>/s/\(layout-offset-in-bits='\)8192'/\18224'/"
+
+soname=$(readelf -d "$library" | sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p')
+if ! grep -q "soname='$soname'" "$kept"; then
+  echo "$soname is not the SONAME of the last release: nothing to hold it against"
+  exit
+fi
+holds "$kept" || {
+  echo "abi.sh: hosts built for the last release would break; either undo this, or raise the major version" >&2
+  exit 1
+}
+echo "$soname: the interface of the last release holds"
