@@ -61,7 +61,7 @@ void fill(dipx_data_struct& record, unsigned number) {
     record.smp_rate = 128;
     record.smp_len = 91 * 128;
     for (float* phase : phases) {
-      for (int i = 0; i < record.smp_len; i++) phase[i] = i > 10 * 128 && i < 80 * 128 ? 50 : 220;
+      for (int i = 0; i < record.smp_len; i++) phase[i] = i > 5 * 128 && i < 86 * 128 ? 50 : 220;
     }
   }
   if (between(0, 31) == 0) phases[between(0, 2)][between(0, record.smp_len - 1)] = std::nanf("");
