@@ -40,7 +40,7 @@ for name; do
   mkdir -p "$learnt/$name" "$kept"
   seeds=("$kept")
   [ ! -e "$root/fuzz/records/$name" ] || seeds+=("$root/fuzz/records/$name")
-  options=(-close_fd_mask=1 -max_len=1000 -timeout=20 -artifact_prefix="$findings/$name-" -print_final_stats=1)
+  options=(-close_fd_mask=1 -max_len=1000 -timeout=120 -artifact_prefix="$findings/$name-" -print_final_stats=1)
   [ ! -e "$root/fuzz/$name.dict" ] || options+=(-dict="$root/fuzz/$name.dict")
   case $mode in
     kept) options+=(-runs=0 "${seeds[@]}") ;;

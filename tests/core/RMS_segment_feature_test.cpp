@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <ostream>
 #include <vector>
 
 #include "tests/core/dip_waveforms.h"
@@ -579,6 +580,8 @@ struct JoinedCase {
   int samples;
   std::vector<int> begins;
   Boundaries boundaries;
+
+  friend void PrintTo(const JoinedCase& one, std::ostream* out) { *out << one.name; }
 };
 
 /// Falls 28 samples apart, less than a cycle throughout.
