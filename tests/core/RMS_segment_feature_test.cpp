@@ -580,9 +580,11 @@ struct JoinedCase {
   int samples;
   std::vector<int> begins;
   Boundaries boundaries;
-
-  friend void PrintTo(const JoinedCase& one, std::ostream* out) { *out << one.name; }
 };
+
+void PrintTo(const JoinedCase& one, std::ostream* out) {
+  *out << one.name;
+}
 
 /// Falls 28 samples apart, less than a cycle throughout.
 class RmsFeaturesOfManyFalls : public RmsFeatures, public testing::WithParamInterface<JoinedCase> {};
@@ -681,6 +683,10 @@ struct SegmentsCase {
   Boundaries boundaries;
   int segments;
 };
+
+void PrintTo(const SegmentsCase& one, std::ostream* out) {
+  *out << one.name;
+}
 
 class RmsFeaturesOfSegments : public RmsFeatures, public testing::WithParamInterface<SegmentsCase> {};
 
