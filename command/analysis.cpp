@@ -14,9 +14,12 @@
 #include <numbers>
 #include <stdexcept>
 
+#include "command/cycle_phasors.h"
 #include "command/dip_search.h"
+#include "command/frequency_drift.h"
 #include "command/library_lines.h"
 #include "command/long_dip.h"
+#include "command/missed_levels.h"
 #include "command/phase_angle.h"
 #include "command/refusal.h"
 #include "command/temporary_folder.h"
@@ -81,18 +84,12 @@ std::array<PhasePhasor, 3> fundamental_before(const Dip& dip, const Analysis& an
   const auto cycle = static_cast<std::size_t>(samples_per_cycle);
   const std::size_t lead = cycles_before_fall * cycle;
   const std::size_t begin = dip.stretch.end > 0 ? dip.stretch.begin : dip.start - std::min(lead, dip.start);
-  std::array<std::complex<double>, 3> sums{};
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    for (std::size_t i = 0; i < cycle; i++) {
-      const double angle = -2 * std::numbers::pi * static_cast<double>(i) / samples_per_cycle;
-      sums[phase] += std::polar(static_cast<double>(analysis.waveform[phase][begin + i]), angle);
-    }
-  }
+  const Phasors cycle_phasors = CyclePhasors(analysis.waveform, samples_per_cycle).at(begin);
   std::array<PhasePhasor, 3> phasors{};
   for (std::size_t phase = 0; phase < 3; phase++) {
-    const double turn = (std::arg(sums[phase]) - std::arg(sums[0])) * 180 / std::numbers::pi;
-    phasors[phase] = {std::abs(sums[phase]) * std::numbers::sqrt2 / samples_per_cycle / analysis.level_factor,
-                      within_half_a_turn(turn)};
+    const double turn = std::arg(cycle_phasors[phase]) - std::arg(cycle_phasors[0]);
+    phasors[phase] = {std::abs(cycle_phasors[phase]) / analysis.level_factor,
+                      within_half_a_turn(turn * 180 / std::numbers::pi)};
   }
   return phasors;
 }
@@ -137,7 +134,8 @@ class LoneDip {
         samples_per_cycle_(analysis.voltages.samples_per_cycle),
         line_frequency_(analysis.voltages.line_frequency),
         level_factor_(analysis.level_factor),
-        limits_(limits) {}
+        limits_(limits),
+        phasors_(waveform, samples_per_cycle_) {}
 
   void analyse() {
     place(dip_.start, *dip_.end);
@@ -229,10 +227,11 @@ class LoneDip {
     }
     if (dip_.obstacle != Obstacle::none) return;
     take_results(result);
+    const std::size_t window_begin = found->fall - cycles(sagx::window_margin_cycles);
     if (long_window) {
-      take_long_segments(result, *found);
+      take_long_segments(result, window_begin);
     } else {
-      for (int s = 0; s < result.u_min_num; s++) dip_.segments.push_back(segment_of(result, s));
+      take_segments(result, window_begin);
     }
   }
 
@@ -279,8 +278,30 @@ class LoneDip {
     for (double& change : dip_.voltage_change) change *= cycles_per_20_ms / level_factor_;
   }
 
-  void take_long_segments(const dq_dipx_struct& result, const Found& found) {
-    const LongDip dip(result, static_cast<int>(found.fall - dip_.stretch.begin - cycles(sagx::window_margin_cycles)));
+  void take_segments(const dq_dipx_struct& result, std::size_t window_begin) {
+    for (int s = 0; s < result.u_min_num; s++) dip_.segments.push_back(segment_of(result, s));
+    const auto drift = notable_drift();
+    for (int s = 0; s < result.u_min_num; s++) {
+      const std::array<int, 3> lowest = {result.pos_ua_min[s], result.pos_ub_min[s], result.pos_uc_min[s]};
+      Segment& segment = dip_.segments[static_cast<std::size_t>(s)];
+      // The result's own jumps are read at the window's first sample. The window record still holds the referenced
+      // angles, so here they are read where the segment is lowest.
+      segment.phase_jump = {within_half_a_turn(dq_data_buf->angle_a[lowest[0]]),
+                            within_half_a_turn(dq_data_buf->angle_b[lowest[1]]),
+                            within_half_a_turn(dq_data_buf->angle_c[lowest[2]])};
+      if (!drift) continue;
+      for (std::size_t phase = 0; phase < 3; phase++) {
+        const std::size_t at = window_begin + static_cast<std::size_t>(lowest[phase]);
+        double& jump = segment.phase_jump[phase];
+        jump = drift->phase_jump(phase, at, segment.samples)
+                   .value_or(within_half_a_turn(jump - drift->degrees_between(window_begin, at)));
+      }
+      segment.category = drift->category(segment.samples, {result.un, result.ut, true}).value_or(segment.category);
+    }
+  }
+
+  void take_long_segments(const dq_dipx_struct& result, std::size_t window_begin) {
+    const LongDip dip(result, static_cast<int>(window_begin - dip_.stretch.begin));
     if (dip_.point_on_wave) {
       for (double& degrees : *dip_.point_on_wave) {
         degrees = std::fmod(degrees + dip.point_on_wave_correction(), 360.0);
@@ -289,11 +310,38 @@ class LoneDip {
     }
     for (int s = 0; s < result.min_num; s++) {
       dip_.segments.push_back(segment_of(dip.result(), s));
-      Segment& segment = dip_.segments.back();
       const auto at = static_cast<std::size_t>(2 * s + 1);
-      segment.samples = {position(dip.boundaries()[at]), position(dip.boundaries()[at + 1])};
-      segment.phase_jump = dip.phase_jump(s);
+      dip_.segments.back().samples = {position(dip.boundaries()[at]), position(dip.boundaries()[at + 1])};
     }
+    const auto drift = notable_drift();
+    const auto drift_between = [&](int from, int to) {
+      const auto sample = [&](int in_window) { return window_begin + static_cast<std::size_t>(in_window); };
+      return drift ? drift->degrees_between(sample(from), sample(to)) : 0;
+    };
+    for (int s = 0; s < result.min_num; s++) {
+      Segment& segment = dip_.segments[static_cast<std::size_t>(s)];
+      segment.phase_jump = dip.phase_jump(s, drift_between);
+      if (!drift) continue;
+      segment.category = drift->category(segment.samples, {result.un, result.ut, false}).value_or(segment.category);
+    }
+  }
+
+  /// The time ahead of the dip in which it has not begun yet, as much of it as tells the frequency well.
+  [[nodiscard]] Stretch steady_before() const {
+    constexpr std::size_t cycles_that_tell = 25;
+    const std::size_t end = dip_.start - std::min(cycles(2), dip_.start);
+    const std::size_t earliest = limits_.begin == 0 ? 0 : limits_.begin + cycles(2);
+    const std::size_t begin = std::max(earliest, end - std::min(cycles(cycles_that_tell), end));
+    return {std::min(begin, end), end};
+  }
+
+  /// How the frequency turns the angles over the dip, where it is more than what figures are good for.
+  [[nodiscard]] std::optional<FrequencyDrift> notable_drift() {
+    constexpr double least_degrees = 1;
+    FrequencyDrift drift(phasors_, steady_before(), dip_.segments);
+    if (std::abs(drift.degrees_between(dip_.start, *dip_.end)) < least_degrees) return std::nullopt;
+    dip_.frequency = line_frequency_ * (1 + drift.before() / 360);
+    return drift;
   }
 
   [[nodiscard]] std::size_t position(int boundary) const {
@@ -305,20 +353,11 @@ class LoneDip {
     segment.samples = {position(result.T[2 * s + 1]), position(result.T[2 * s + 2])};
     segment.residual = {result.ua_min[s] / level_factor_, result.ub_min[s] / level_factor_,
                         result.uc_min[s] / level_factor_};
-    segment.phase_jump = {jump_at(dq_data_buf->angle_a, result.pos_ua_min[s]),
-                          jump_at(dq_data_buf->angle_b, result.pos_ub_min[s]),
-                          jump_at(dq_data_buf->angle_c, result.pos_uc_min[s])};
     segment.category = result.dipx_cata_seg[s];
     segment.low_count = result.dipx_type[s];
     segment.low_mask = result.dipx_phase[s];
     segment.unbalance = static_cast<double>(result.bph_max_value[s]);
     return segment;
-  }
-
-  /// The result's own jumps are read at the window's first sample. The window record still holds the referenced angles,
-  /// so here they are read where the segment is lowest.
-  static double jump_at(const float (&angles)[DQ_WINDOW_CAPACITY], int position) {
-    return within_half_a_turn(angles[position]);
   }
 
   Dip& dip_;
@@ -327,6 +366,7 @@ class LoneDip {
   double line_frequency_;
   double level_factor_;
   Stretch limits_;
+  CyclePhasors phasors_;
 };
 
 /// Analyses each recovered dip in a stretch of its own, between its neighbours.
@@ -341,6 +381,12 @@ void analyse_each(Analysis& analysis, const StageReport& report_stage) {
     }
     const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? waveform[0].size() : dips[i + 1].start};
     LoneDip(dips[i], waveform, analysis, between).analyse();
+    if (dips[i].frequency) {
+      analysis.notes.push_back(fmt::format(
+          "Dip {}: the line runs at {:.3f} Hz; how that turns the angles is taken out of its phase jumps and "
+          "categories.",
+          i + 1, *dips[i].frequency));
+    }
   }
   for (Dip& dip : dips) dip.before = fundamental_before(dip, analysis);
 }
@@ -449,6 +495,7 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
   }
   if (options.nominal > 0) analysis.declared = declared_voltage(record, analysis, options.nominal);
   analyse_each(analysis, options.report_stage);
+  note_missed_levels(analysis);
   if (options.report) {
     if (waveform[0].size() > longest_run_cycles * static_cast<std::size_t>(samples_per_cycle)) {
       throw Refusal(record.file, "the library's own report takes 3000 cycles at most, and the record holds more",

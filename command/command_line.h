@@ -1,4 +1,4 @@
-// The dipx command line: all subcommands with their options, which --help, the manual and the completions are made from.
+// The dipx command line: all subcommands with their options. --help, the manual and the completions are made from it.
 #pragma once
 
 #include <CLI/CLI.hpp>

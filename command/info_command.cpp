@@ -15,6 +15,7 @@ namespace {
 struct Arguments {
   std::string record;
   readers::OpenOptions open;
+  bool json = false;
 };
 
 }  // namespace
@@ -34,8 +35,11 @@ void add_info(CLI::App& app, const std::string& statuses) {
   info->add_option("--charset", arguments->open.charset, "Character set of the file's names, where the guess is wrong")
       ->check(known_charset())
       ->type_name("NAME");
-  info->callback(
-      [arguments] { write_standard_output(info_of(readers::open_record(arguments->record, arguments->open))); });
+  info->add_flag("--json", arguments->json, "Print one JSON document instead of text");
+  info->callback([arguments] {
+    const auto record = readers::open_record(arguments->record, arguments->open);
+    write_standard_output(arguments->json ? info_json(record) : info_text(record));
+  });
 }
 
 }  // namespace command

@@ -79,7 +79,7 @@ std::array<double, 3> LongDip::angles_at(int window_position) const {
   return angles;
 }
 
-std::array<double, 3> LongDip::phase_jump(int segment) const {
+std::array<double, 3> LongDip::phase_jump(int segment, const Drift& drift) const {
   std::array<double, 3> jump{};
   for (int s = 0; s <= segment; s++) {
     // A cycle off the transition, but no further than half-way through a segment.
@@ -87,10 +87,12 @@ std::array<double, 3> LongDip::phase_jump(int segment) const {
     const int fall = boundary_in_window(2 * s);
     const int hold = boundary_in_window(2 * s + 1);
     const int next = boundary_in_window(2 * s + 2);
-    const auto before = angles_at(fall - (s == 0 ? cycle_ : inside(boundary_in_window(2 * s - 1), fall)));
-    const auto after = angles_at(hold + inside(hold, next));
+    const int from = fall - (s == 0 ? cycle_ : inside(boundary_in_window(2 * s - 1), fall));
+    const int to = hold + inside(hold, next);
+    const auto before = angles_at(from);
+    const auto after = angles_at(to);
     for (std::size_t phase = 0; phase < 3; phase++) {
-      jump[phase] = within_half_a_turn(jump[phase] + after[phase] - before[phase]);
+      jump[phase] = within_half_a_turn(jump[phase] + after[phase] - before[phase] - drift(from, to));
     }
   }
   return jump;

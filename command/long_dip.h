@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <vector>
 
 #include "sagx/dq_dipx.h"
@@ -24,9 +25,12 @@ class LongDip {
   /// an odd number from five on the end transition by the last one.
   [[nodiscard]] const std::vector<int>& boundaries() const { return boundaries_; }
 
+  /// By how many degrees an angle turns from one window position to another without any jump.
+  using Drift = std::function<double(int from, int to)>;
+
   /// Phase jump of a segment against the time before the dip, degrees, in (-180, 180]. Taken from the angles on either
-  /// side of each transition, for a frequency next to 50 Hz turns them by more than any jump over a long dip.
-  [[nodiscard]] std::array<double, 3> phase_jump(int segment) const;
+  /// side of each transition: over a long dip a frequency next to the nominal one turns them by more than any jump.
+  [[nodiscard]] std::array<double, 3> phase_jump(int segment, const Drift& drift) const;
 
   /// Degrees to add to the point on wave: the library takes its times from the window's first sample and its angles
   /// from the start transition's stretch.

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "command/analysed_voltages.h"
@@ -15,17 +18,51 @@ namespace command {
 
 namespace {
 
+struct Contents {
+  explicit Contents(const readers::Record& record)
+      : sets(readers::find_voltage_sets(record)), line_to_line(readers::find_line_to_line_sets(record)) {
+    // As the first set's gaps make them: what dipx analyse does without being told otherwise.
+    const double frequency = record.line_frequency > 0 ? record.line_frequency : 50;
+    parts = sets.empty() ? readers::parts_of(record)
+                         : readers::parts_without_gaps(record, sets[0].channels, longest_bridge_cycles / frequency);
+  }
+
+  std::vector<readers::VoltageSet> sets;
+  std::vector<readers::VoltageSet> line_to_line;
+  std::vector<readers::Part> parts;
+};
+
+double end_of(const readers::Part& part) {
+  return part.start + (part.rate > 0 ? static_cast<double>(part.length()) / part.rate : 0);
+}
+
+bool holds_trigger(const readers::Part& part, const readers::Record& record) {
+  return record.trigger && *record.trigger >= part.start && *record.trigger < end_of(part);
+}
+
+/// Lowest and highest of a channel's values; nothing when it has none.
+std::optional<std::pair<double, double>> range_of(const readers::Channel& channel) {
+  double lowest = INFINITY;
+  double highest = -INFINITY;
+  for (const double value : channel.samples) {
+    if (!std::isfinite(value)) continue;
+    lowest = std::min(lowest, value);
+    highest = std::max(highest, value);
+  }
+  if (lowest > highest) return std::nullopt;
+  return std::pair(lowest, highest);
+}
+
 /// Collects the lines.
 class Summary {
  public:
-  explicit Summary(const readers::Record& record) : record_(record) {}
+  explicit Summary(const readers::Record& record) : record_(record), contents_(record) {}
 
   std::string text() {
     add_heading();
-    const auto sets = readers::find_voltage_sets(record_);
-    add_parts(sets);
-    add_sets("sets of three phase voltages, live ones first", sets);
-    add_sets("sets of line-to-line voltages (--line-to-line)", readers::find_line_to_line_sets(record_));
+    add_parts();
+    add_sets("sets of three phase voltages, live ones first", contents_.sets);
+    add_sets("sets of line-to-line voltages (--line-to-line)", contents_.line_to_line);
     add_channels();
     for (const auto& note : record_.notes) fmt::format_to(out(), "note: {}\n", note);
     return std::move(text_);
@@ -50,22 +87,16 @@ class Summary {
                    record_.line_frequency > 0 ? fmt::format("{:g} Hz", record_.line_frequency) : "not stated");
   }
 
-  /// Parts as the first set's gaps make them: what dipx analyse does without being told otherwise.
-  void add_parts(const std::vector<readers::VoltageSet>& sets) {
-    const double frequency = record_.line_frequency > 0 ? record_.line_frequency : 50;
-    const auto parts = sets.empty()
-                           ? readers::parts_of(record_)
-                           : readers::parts_without_gaps(record_, sets[0].channels, longest_bridge_cycles / frequency);
-    text_ += sets.empty() ? "parts by sampling rate\n" : "parts by sampling rate and gaps of set 1\n";
-    for (std::size_t i = 0; i < parts.size(); i++) {
-      const auto& part = parts[i];
-      const double end = part.start + (part.rate > 0 ? static_cast<double>(part.length()) / part.rate : 0);
-      fmt::format_to(out(), "  {:<3} {:.4f} s to {:.4f} s, {} samples at {}{}{}\n", i + 1, part.start, end,
+  void add_parts() {
+    text_ += contents_.sets.empty() ? "parts by sampling rate\n" : "parts by sampling rate and gaps of set 1\n";
+    for (std::size_t i = 0; i < contents_.parts.size(); i++) {
+      const auto& part = contents_.parts[i];
+      fmt::format_to(out(), "  {:<3} {:.4f} s to {:.4f} s, {} samples at {}{}{}\n", i + 1, part.start, end_of(part),
                      part.length(), part.rate > 0 ? fmt::format("{:.6g} Hz", part.rate) : "an unknown rate",
                      part.rate > 0 && record_.line_frequency > 0
                          ? fmt::format(", {:.4g} per cycle", part.rate / record_.line_frequency)
                          : "",
-                     record_.trigger && *record_.trigger >= part.start && *record_.trigger < end ? ", trigger" : "");
+                     holds_trigger(part, record_) ? ", trigger" : "");
     }
   }
 
@@ -97,30 +128,100 @@ class Summary {
                                              : "",
                        channel.primary, channel.secondary);
       }
-      fmt::format_to(out(), ", {}\n", range_of(channel));
+      const auto range = range_of(channel);
+      text_ += range ? fmt::format(", {:.4g} to {:.4g}\n", range->first, range->second) : ", no values\n";
     }
-  }
-
-  static std::string range_of(const readers::Channel& channel) {
-    double lowest = INFINITY;
-    double highest = -INFINITY;
-    for (const double value : channel.samples) {
-      if (!std::isfinite(value)) continue;
-      lowest = std::min(lowest, value);
-      highest = std::max(highest, value);
-    }
-    if (lowest > highest) return "no values";
-    return fmt::format("{:.4g} to {:.4g}", lowest, highest);
   }
 
   const readers::Record& record_;
+  Contents contents_;
   std::string text_;
 };
 
+// Rises when a member changes its meaning or goes; new members do not raise it.
+constexpr int format_version = 1;
+
+using Json = nlohmann::ordered_json;
+
+Json positive_or_null(double figure) {
+  return figure > 0 ? Json(figure) : Json();
+}
+
+Json sets_json(const readers::Record& record, const std::vector<readers::VoltageSet>& sets) {
+  Json list = Json::array();
+  for (const auto& set : sets) {
+    Json channels = Json::array();
+    for (const std::size_t channel : set.channels) {
+      channels.push_back({{"channel", channel + 1}, {"name", record.channels[channel].name}});
+    }
+    list.push_back({{"number", list.size() + 1},
+                    {"live", set.live},
+                    {"voltages_by_name_only", set.unit_guessed},
+                    {"phases_by_order_only", set.source == readers::PhaseSource::order},
+                    {"channels", std::move(channels)}});
+  }
+  return list;
+}
+
+Json parts_json(const readers::Record& record, const std::vector<readers::Part>& parts) {
+  Json list = Json::array();
+  for (const auto& part : parts) {
+    list.push_back({{"number", list.size() + 1},
+                    {"start_s", part.start},
+                    {"end_s", end_of(part)},
+                    {"samples", part.length()},
+                    {"sampling_rate_hz", positive_or_null(part.rate)},
+                    {"trigger", holds_trigger(part, record)}});
+  }
+  return list;
+}
+
+Json channels_json(const readers::Record& record) {
+  Json list = Json::array();
+  for (const auto& channel : record.channels) {
+    const auto range = range_of(channel);
+    list.push_back({{"number", list.size() + 1},
+                    {"name", channel.name},
+                    {"unit", channel.unit},
+                    {"phase", channel.phase},
+                    {"side", channel.side == 'P'   ? Json("primary")
+                             : channel.side == 'S' ? Json("secondary")
+                                                   : Json()},
+                    {"transformer_primary", channel.primary},
+                    {"transformer_secondary", channel.secondary},
+                    {"lowest", range ? Json(range->first) : Json()},
+                    {"highest", range ? Json(range->second) : Json()}});
+  }
+  return list;
+}
+
 }  // namespace
 
-std::string info_of(const readers::Record& record) {
+std::string info_text(const readers::Record& record) {
   return Summary(record).text();
+}
+
+std::string info_json(const readers::Record& record) {
+  const Contents contents(record);
+  const Json json = {{"format", "dipx info"},
+                     {"format_version", format_version},
+                     {"dipx_version", DIPX_VERSION},
+                     {"record",
+                      {{"file", record.file},
+                       {"format", record.format},
+                       {"station", record.station},
+                       {"device", record.device},
+                       {"start_time", record.start_time},
+                       {"time_zone", record.time_zone},
+                       {"trigger_s", record.trigger ? Json(*record.trigger) : Json()},
+                       {"samples", record.length()},
+                       {"line_frequency_hz", positive_or_null(record.line_frequency)}}},
+                     {"parts", parts_json(record, contents.parts)},
+                     {"voltage_sets", sets_json(record, contents.sets)},
+                     {"line_to_line_sets", sets_json(record, contents.line_to_line)},
+                     {"channels", channels_json(record)},
+                     {"notes", record.notes}};
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 }  // namespace command

@@ -1,4 +1,4 @@
-// What a record holds, as text for people: parts, voltage sets, channels, and what was odd or guessed.
+// What a record holds, for people and for programs: parts, voltage sets, channels, and what was odd or guessed.
 #pragma once
 
 #include <string>
@@ -7,7 +7,10 @@
 
 namespace command {
 
-/// The whole summary, lines ending in "\n".
-std::string info_of(const readers::Record& record);
+/// The whole summary as text, lines ending in "\n".
+std::string info_text(const readers::Record& record);
+
+/// The same as one JSON document.
+std::string info_json(const readers::Record& record);
 
 }  // namespace command

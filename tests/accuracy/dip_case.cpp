@@ -78,9 +78,9 @@ double threshold_crossing(const DipCase& dip) {
   return dip.lead_cycles + dip.fall_cycles * 0.1 / dip.depth;
 }
 
-bool near_jump(double found, const synth::Phasor& ratio) {
-  const double truth = std::arg(ratio) * 180 / std::numbers::pi;
-  return std::abs(std::remainder(found - truth, 360)) <= 2;
+/// Degrees between two angles, the short way round.
+double angle_between(double a, double b) {
+  return std::abs(std::remainder(a - b, 360));
 }
 
 }  // namespace
@@ -105,7 +105,11 @@ synth::DipDescription description_of(const DipCase& dip) {
 }
 
 nlohmann::json analysis_of(const DipCase& dip) {
-  const auto record = synth::record_of(synth::waveform_of(description_of(dip)));
+  return analysis_of(description_of(dip));
+}
+
+nlohmann::json analysis_of(const synth::DipDescription& description) {
+  const auto record = synth::record_of(synth::waveform_of(description));
   return nlohmann::json::parse(command::json_of(record, command::analyse(record, {})));
 }
 
@@ -121,30 +125,40 @@ nlohmann::json piped_analysis_of(const DipCase& dip) {
   return nlohmann::json::parse(text);
 }
 
-Hits judge(const DipCase& dip, const nlohmann::json& analysis) {
+Errors errors_of(const DipCase& dip, const nlohmann::json& analysis) {
   const auto parts = truths(dip);
-  Hits hits;
-  hits.segments = analysis["dips"].size() == 1 && analysis["dips"][0]["segments"].size() == parts.size();
-  if (!hits.segments) return hits;
-  hits.residual = hits.boundaries = hits.category = hits.jump = true;
+  Errors errors;
+  errors.segments = analysis["dips"].size() == 1 && analysis["dips"][0]["segments"].size() == parts.size();
+  if (!errors.segments) return errors;
+  errors.category = true;
   for (std::size_t s = 0; s < parts.size(); s++) {
     const auto& segment = analysis["dips"][0]["segments"][s];
     const auto cycle_of = [&](const char* end) { return segment[end]["time_s"].get<double>() / cycle; };
     const double earliest = s == 0 ? threshold_crossing(dip) : parts[s].begin;
-    hits.boundaries &= cycle_of("start") >= earliest - 0.5 && cycle_of("start") <= parts[s].begin + 0.5 &&
-                       std::abs(cycle_of("end") - parts[s].end) <= 0.5;
+    errors.boundary = std::max({errors.boundary, earliest - cycle_of("start"), cycle_of("start") - parts[s].begin,
+                                std::abs(cycle_of("end") - parts[s].end)});
     int mask = 0;
     for (std::size_t phase = 0; phase < 3; phase++) {
       const auto& ratio = parts[s].ratio[phase];
       const double volts = segment["residual_voltage"][phase]["voltage_v"];
-      hits.residual &= std::abs(volts / 230 - std::abs(ratio)) <= 0.01;
-      hits.jump &= near_jump(segment["phase_jump"][phase]["degrees"], ratio);
+      errors.residual = std::max(errors.residual, std::abs(volts / 230 - std::abs(ratio)));
+      const double degrees = segment["phase_jump"][phase]["degrees"];
+      errors.jump = std::max(errors.jump, angle_between(degrees, std::arg(ratio) * 180 / std::numbers::pi));
       if (std::abs(ratio) < 0.9) mask |= 1 << phase;
     }
-    hits.category &=
+    errors.category &=
         segment["category"]["code"] == code_of(dip.kind) && segment["phases_below_threshold"]["mask"] == mask;
   }
-  return hits;
+  if (const auto& found = analysis["dips"][0]["point_on_wave"]; found.is_array()) {
+    errors.point_on_wave = angle_between(found[0]["degrees"], description_of(dip).point_on_wave);
+  }
+  return errors;
+}
+
+Hits judge(const DipCase& dip, const nlohmann::json& analysis) {
+  const auto errors = errors_of(dip, analysis);
+  if (!errors.segments) return {};
+  return {true, errors.residual <= 0.01, errors.boundary <= 0.5, errors.category, errors.jump <= 2};
 }
 
 namespace {

@@ -51,11 +51,25 @@ struct Hits {
   [[nodiscard]] bool all() const { return segments && residual && boundaries && category && jump; }
 };
 
-/// Judges the document that `dipx analyse --json` prints of the case's record.
+/// How far an analysis is off, at the worst of all segments and phases.
+struct Errors {
+  bool segments = false;       ///< one dip with the right number of segments; without it the rest says nothing
+  double residual = 0;         ///< share of nominal
+  double boundary = 0;         ///< cycles
+  double jump = 0;             ///< degrees
+  bool category = false;       ///< category and phases
+  double point_on_wave = 180;  ///< degrees; a half turn where none was found
+};
+
+/// Compares with the document that `dipx analyse --json` prints of the case's record.
+Errors errors_of(const DipCase& dip, const nlohmann::json& analysis);
+
+/// Judges the same.
 Hits judge(const DipCase& dip, const nlohmann::json& analysis);
 
 /// Makes the case's record in memory and analyses it; the document that the command would print of it.
 nlohmann::json analysis_of(const DipCase& dip);
+nlohmann::json analysis_of(const synth::DipDescription& description);
 
 /// The same by way of `dipx synth | dipx analyse -`, in processes of their own.
 nlohmann::json piped_analysis_of(const DipCase& dip);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "tests/command/dipx_command.h"
@@ -49,6 +50,36 @@ TEST_F(Info, ListsPartsSetsAndChannels) {
             "  6   Vc [kV], secondary values, transformer 1:1, -3 to 3\n"
             "  7   Ia [A], phase A, primary values, transformer 1:1, 0 to 0\n"
             "note: 3 values are marked as missing, the first being sample 2 of channel 7 'Ia'.\n");
+}
+
+TEST_F(Info, PrintsTheSameAsJson) {
+  std::ofstream("r.cfg") << "Station,,1999\n4,4A,0D\n"
+                            "1,Va,,,kV,0.5,0,0,-9,9,110000,100,S\n2,Vb,,,kV,1,0,0,-9,9,1,1,S\n"
+                            "3,Vc,,,kV,1,0,0,-9,9,1,1,S\n4,Ia,A,,A,1,0,0,-9,9,1,1,P\n"
+                            "50\n2\n1000,2\n500,4\n1/1/2020,0:0:0.0\n1/1/2020,0:0:0.003\nASCII\n1\n";
+  std::ofstream("r.dat") << "1,0,1,2,3,\n2,1000,-1,-2,-3,\n3,2000,2,2,3,\n4,4000,1,3,3,\n";
+  const auto result = dipx({"info", "r.cfg", "--json"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const auto expected = nlohmann::json::parse(R"({
+    "format": "dipx info", "format_version": 1, "dipx_version": ")" DIPX_VERSION R"(",
+    "record": {"file": "r.cfg", "format": "COMTRADE 1999 ASCII", "station": "Station", "device": "",
+      "start_time": "1/1/2020 0:0:0.0", "time_zone": "", "trigger_s": 0.003, "samples": 4, "line_frequency_hz": 50},
+    "parts": [{"number": 1, "start_s": 0, "end_s": 0.002, "samples": 2, "sampling_rate_hz": 1000, "trigger": false},
+              {"number": 2, "start_s": 0.002, "end_s": 0.006, "samples": 2, "sampling_rate_hz": 500, "trigger": true}],
+    "voltage_sets": [{"number": 1, "live": true, "voltages_by_name_only": false, "phases_by_order_only": false,
+      "channels": [{"channel": 1, "name": "Va"}, {"channel": 2, "name": "Vb"}, {"channel": 3, "name": "Vc"}]}],
+    "line_to_line_sets": [],
+    "channels": [
+      {"number": 1, "name": "Va", "unit": "kV", "phase": "", "side": "secondary", "transformer_primary": 110000,
+       "transformer_secondary": 100, "lowest": -0.5, "highest": 1},
+      {"number": 2, "name": "Vb", "unit": "kV", "phase": "", "side": "secondary", "transformer_primary": 1,
+       "transformer_secondary": 1, "lowest": -2, "highest": 3},
+      {"number": 3, "name": "Vc", "unit": "kV", "phase": "", "side": "secondary", "transformer_primary": 1,
+       "transformer_secondary": 1, "lowest": -3, "highest": 3},
+      {"number": 4, "name": "Ia", "unit": "A", "phase": "A", "side": "primary", "transformer_primary": 1,
+       "transformer_secondary": 1, "lowest": null, "highest": null}],
+    "notes": ["4 values are marked as missing, the first being sample 1 of channel 4 'Ia'."]})");
+  EXPECT_EQ(nlohmann::json::parse(result.out), expected) << result.out;
 }
 
 TEST_F(Info, ListsLineToLineSets) {

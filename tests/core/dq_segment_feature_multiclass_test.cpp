@@ -811,7 +811,7 @@ TEST_F(AnalysedDip, HasThePointOnWaveAtWhichItBegins) {
 }
 
 TEST_F(AnalysedDip, HasNextToNoPhaseJumpForTheyAreReadAtTheWindowsStart) {
-  analyse(tests::fault_between_others(0, 0.5));  // in truth phases B and C turn by 11 degrees
+  analyse(tests::fault_between_others(0, 0.5));  // in truth phases B and C turn by 19.1 degrees
   for (const float* jump : {event().angle_diff_ap, event().angle_diff_bp, event().angle_diff_cp, event().angle_diff_an,
                             event().angle_diff_bn, event().angle_diff_cn}) {
     EXPECT_NEAR(jump[0], 0, 0.1);

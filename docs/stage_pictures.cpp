@@ -1,0 +1,409 @@
+// stage_pictures RECORD FOLDER [DIP]: what the stages of an analysis make of a record's dip, as pictures for the page
+// that explains them. They show the working records as the stages have left them.
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "command/analysis.h"
+#include "readers/open_record.h"
+#include "sagx/dipx_lib.h"
+#include "sagx/dq_dipx.h"
+#include "sagx/signal_acquisition.h"
+
+namespace {
+
+using Curve = std::function<double(int)>;
+
+constexpr std::array<const char*, 3> phase_colours = {"#0072b2", "#d9730d", "#3d3d3d"};
+constexpr const char* red = "#b00020";
+constexpr const char* green = "#1b7837";
+constexpr const char* shade = "#f3e6c4";
+constexpr const char* grey = "#dddddd";
+
+// Millimetres.
+constexpr double width = 150;
+constexpr double left = 14;
+constexpr double right = width - 3;
+constexpr double panel_height = 26;
+constexpr double gap = 7;
+
+/// Panels under each other over one stretch of samples.
+class Picture {
+ public:
+  /// `from`, `to`: samples shown; `seconds_at`: their time.
+  Picture(int from, int to, std::function<double(int)> seconds_at)
+      : from_(from), to_(to), seconds_at_(std::move(seconds_at)) {}
+
+  void panel(const std::string& title, double low, double high, const std::string& unit) {
+    top_ = bottom_ + gap;
+    bottom_ = top_ + panel_height;
+    low_ = low;
+    high_ = high;
+    add("<text x=\"{}\" y=\"{:.1f}\" font-weight=\"bold\">{}</text>\n", left, top_ - 1.2, title);
+    legend_ = right;
+    last_mark_ = -width;
+    name_row_ = 0;
+    add("<rect x=\"{}\" y=\"{:.1f}\" width=\"{}\" height=\"{}\" fill=\"#ffffff\" stroke=\"#1a1a1a\" "
+        "stroke-width=\"0.2\"/>\n",
+        left, top_, right - left, panel_height);
+    const double step = high - low > 200 ? 100 : high - low > 90 ? 50 : high - low > 40 ? 20 : high - low > 12 ? 5 : 2;
+    for (double tick = std::ceil(low / step) * step; tick <= high; tick += step) {
+      level(tick, grey, "none");
+      add("<text x=\"{}\" y=\"{:.2f}\" text-anchor=\"end\">{:g}</text>\n", left - 1, y(tick) + 0.9, tick);
+    }
+    add("<text transform=\"translate(3.4 {:.1f}) rotate(-90)\" text-anchor=\"middle\">{}</text>\n",
+        (top_ + bottom_) / 2, unit);
+  }
+
+  void level(double value, const char* colour, const char* dash = "1.2 0.6") {
+    add("<path d=\"M{} {:.2f}H{}\" stroke=\"{}\" stroke-width=\"0.2\" stroke-dasharray=\"{}\"/>\n", left, y(value),
+        right, colour, dash);
+  }
+
+  /// What happens where, over the whole height of the panel.
+  void mark(int sample, const std::string& name, const char* colour = "#1a1a1a") {
+    add("<path d=\"M{0:.2f} {1:.1f}V{2:.1f}\" stroke=\"{3}\" stroke-width=\"0.25\" stroke-dasharray=\"0.8 0.5\"/>\n",
+        x(sample), top_, bottom_, colour);
+    // Names of near neighbours stand above each other.
+    name_row_ = x(sample) - last_mark_ < 12 ? name_row_ + 1 : 0;
+    last_mark_ = x(sample);
+    add("<text x=\"{:.2f}\" y=\"{:.1f}\" fill=\"{}\">{}</text>\n", x(sample) + 0.6, bottom_ - 1 - 3 * name_row_, colour,
+        name);
+  }
+
+  void stretch(int begin, int end, const char* colour, const std::string& name = "") {
+    add("<rect x=\"{:.2f}\" y=\"{:.1f}\" width=\"{:.2f}\" height=\"{}\" fill=\"{}\" fill-opacity=\"0.7\"/>\n", x(begin),
+        top_, x(end) - x(begin), panel_height, colour);
+    add("<text x=\"{:.2f}\" y=\"{:.1f}\" text-anchor=\"middle\" font-weight=\"bold\">{}</text>\n",
+        (x(begin) + x(end)) / 2, top_ + 3, name);
+  }
+
+  /// A curve; where samples lie closer than a printer's dots, the lowest and the highest of each step.
+  void curve(const Curve& value, const char* colour, const std::string& name, double thickness = 0.25) {
+    const int step = std::max(1, static_cast<int>((to_ - from_) / ((right - left) / 0.15)));
+    add("<path fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" stroke-linejoin=\"round\" d=\"", colour, thickness);
+    char command = 'M';
+    for (int i = from_; i < to_; i += step) {
+      double lowest = value(i);
+      double highest = lowest;
+      for (int j = i; j < std::min(i + step, to_); j++) {
+        lowest = std::min(lowest, value(j));
+        highest = std::max(highest, value(j));
+      }
+      add("{}{:.2f} {:.2f}", command, x(i), y(lowest));
+      command = 'L';
+      if (highest > lowest) add("L{:.2f} {:.2f}", x(i), y(highest));
+    }
+    text_ += "\"/>\n";
+    legend(name, colour);
+  }
+
+  void dot(int sample, double value, const char* colour) {
+    add("<circle cx=\"{:.2f}\" cy=\"{:.2f}\" r=\"0.7\" fill=\"{}\"/>\n", x(sample), y(value), colour);
+  }
+
+  void save(const std::string& file) {
+    const double shown = seconds_at_(to_) - seconds_at_(from_);
+    const double step = shown > 5 ? 2 : shown > 0.25 ? 0.05 : 0.01;
+    for (double t = std::ceil(seconds_at_(from_) / step) * step; t <= seconds_at_(to_); t += step) {
+      const double share = (t - seconds_at_(from_)) / (seconds_at_(to_) - seconds_at_(from_));
+      const double at = left + share * (right - left);
+      add("<path d=\"M{:.2f} {:.1f}v1\" stroke=\"#1a1a1a\" stroke-width=\"0.2\"/>\n", at, bottom_);
+      add("<text x=\"{:.2f}\" y=\"{:.1f}\" text-anchor=\"middle\">{:.2f}</text>\n", at, bottom_ + 4, t);
+    }
+    add("<text x=\"{:.1f}\" y=\"{:.1f}\" text-anchor=\"middle\">t (s)</text>\n", (left + right) / 2, bottom_ + 7);
+    const double height = bottom_ + 9;
+    std::ofstream out(file);
+    out << fmt::format(
+               "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0}mm\" height=\"{1}mm\" viewBox=\"0 0 {0} {1}\" "
+               "font-family=\"Helvetica, Arial, sans-serif\" font-size=\"2.7\" fill=\"#1a1a1a\">\n<rect width=\"{0}\" "
+               "height=\"{1}\" fill=\"#ffffff\"/>\n",
+               width, height)
+        << text_ << "</svg>\n";
+    if (!out.flush()) throw std::runtime_error("cannot write " + file);
+  }
+
+ private:
+  template <typename... Arguments>
+  void add(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    fmt::format_to(std::back_inserter(text_), format, std::forward<Arguments>(arguments)...);
+  }
+  [[nodiscard]] double x(int sample) const {
+    return left + (right - left) * std::clamp(static_cast<double>(sample - from_) / (to_ - from_), 0.0, 1.0);
+  }
+  [[nodiscard]] double y(double value) const {
+    return bottom_ - (std::clamp(value, low_, high_) - low_) / (high_ - low_) * panel_height;
+  }
+  void legend(const std::string& name, const char* colour) {
+    if (name.empty()) return;
+    add("<text x=\"{:.1f}\" y=\"{:.1f}\" text-anchor=\"end\" fill=\"{}\">{}</text>\n", legend_, top_ - 1.2, colour,
+        name);
+    legend_ -= 1.5 * static_cast<double>(name.size()) + 3;
+  }
+
+  int from_;
+  int to_;
+  std::function<double(int)> seconds_at_;
+  std::string text_;
+  double top_ = 0;
+  double bottom_ = 1;
+  double low_ = 0;
+  double high_ = 1;
+  double legend_ = right;
+  double last_mark_ = -width;  // in this panel, with the row of its name
+  int name_row_ = 0;
+};
+
+/// Runs the library on a stretch of the analysed waveform; the threshold of its segmentation, which it prints.
+double run_library(command::Analysis& analysis, const command::Stretch& stretch) {
+  const auto trace = std::tmpfile();
+  std::fflush(stdout);
+  const int out = dup(STDOUT_FILENO);
+  dup2(fileno(trace), STDOUT_FILENO);
+  command::set_input(analysis.waveform, analysis.voltages.samples_per_cycle, stretch);
+  dq_dipx_new(nullptr);
+  std::fflush(stdout);
+  dup2(out, STDOUT_FILENO);
+  std::rewind(trace);
+  double threshold = 0;
+  char line[512];
+  while (std::fgets(line, sizeof line, trace) != nullptr) std::sscanf(line, "S=%lf", &threshold);
+  std::fclose(trace);
+  return threshold;
+}
+
+class StagePictures {
+ public:
+  StagePictures(const command::Analysis& analysis, const command::Dip& dip, double threshold, std::string folder)
+      : analysis_(analysis), begin_(dip.stretch.begin), threshold_(threshold), folder_(std::move(folder)) {
+    while (index_ + 1 < dq_rms_buf->evt_num / 2 &&
+           static_cast<std::size_t>(dq_rms_buf->T[2 * index_]) + begin_ != dip.start)
+      index_++;
+    window_ = dq_rms_buf->T[2 * index_] - 4 * cycle();
+  }
+
+  void search() {
+    const auto& record = *dq_rms_buf;
+    Picture picture(0, std::min(record.smp_num, window_ + samples() + cycle()), record_time());
+    picture.panel("Samples", -200, 200, "%");
+    picture.stretch(0, 2 * cycle(), "#cfe3f1", "level");
+    picture.curve([&](int i) { return percent(record.va[i]); }, phase_colours[0], "A", 0.15);
+    picture.curve([&](int i) { return percent(record.vb[i]); }, phase_colours[1], "B", 0.15);
+    picture.curve([&](int i) { return percent(record.vc[i]); }, phase_colours[2], "C", 0.15);
+    picture.panel("RMS over the cycle that ends at each sample", 0, 160, "%");
+    picture.stretch(window_, window_ + samples(), shade, "window");
+    picture.level(90, red);
+    picture.mark(record.T[2 * index_], "fall", red);
+    picture.mark(record.T[2 * index_ + 1], "recovery", red);
+    picture.curve([&](int i) { return percent(record.rmsa[i]); }, phase_colours[0], "A");
+    picture.curve([&](int i) { return percent(record.rmsb[i]); }, phase_colours[1], "B");
+    picture.curve([&](int i) { return percent(record.rmsc[i]); }, phase_colours[2], "C");
+    picture.save(folder_ + "/search.svg");
+  }
+
+  /// The transform of phase C, which is the last that the working record holds.
+  void transform() {
+    const auto& data = *dq_data_buf;
+    Picture picture(0, samples(), window_time());
+    picture.panel("Samples of phase C", -200, 200, "%");
+    picture.curve([&](int i) { return percent(data.Vc[i]); }, phase_colours[2], "", 0.2);
+    picture.panel("Its d component", -250, 250, "%");
+    picture.curve([&](int i) { return percent(data.upd1[i]); }, "#9ec9e2", "as transformed", 0.2);
+    picture.curve([&](int i) { return percent(data.upd[i]); }, phase_colours[0], "filtered", 0.3);
+    picture.panel("Its magnitude", 0, 160, "%");
+    picture.curve([&](int i) { return percent(data.uc0[i]); }, "#bbbbbb", "by d and q", 0.25);
+    picture.curve([&](int i) { return percent(data.uc[i]); }, phase_colours[2], "median", 0.3);
+    picture.save(folder_ + "/transform.svg");
+  }
+
+  void segments() {
+    const auto& data = *dq_data_buf;
+    Picture picture(0, samples(), window_time());
+    picture.panel("Magnitudes", 0, 160, "%");
+    magnitudes(picture);
+    const auto feature = [&](int i) {
+      return percent(std::max({data.feasvd_a[i], data.feasvd_b[i], data.feasvd_c[i]}));
+    };
+    double highest = 0;
+    for (int i = 0; i < samples(); i++) highest = std::max(highest, feature(i));
+    picture.panel("SVD feature, the largest of the three phases", 0, 1.1 * highest, "%");
+    picture.curve(feature, green, "");
+    picture.level(100 * threshold_ / static_cast<double>(dip().un), red);
+    for (int i = 0; i < dip().T_num; i++) picture.mark(dip().T[i] - window_, fmt::format("T{}", i), red);
+    picture.save(folder_ + "/segments.svg");
+  }
+
+  void features() {
+    auto& data = *dq_data_buf;
+    Picture picture(0, samples(), window_time());
+    picture.panel("Magnitudes, and where each phase is lowest", 0, 160, "%");
+    shade_segments(picture);
+    magnitudes(picture);
+    for (int s = 0; s < dip().u_min_num; s++) {
+      picture.dot(dip().pos_ua_min[s], percent(dip().ua_min[s]), phase_colours[0]);
+      picture.dot(dip().pos_ub_min[s], percent(dip().ub_min[s]), phase_colours[1]);
+      picture.dot(dip().pos_uc_min[s], percent(dip().uc_min[s]), phase_colours[2]);
+    }
+    picture.panel("Angles against those before the dip", -100, 100, "°");
+    const auto turned = [](float degrees) { return std::remainder(static_cast<double>(degrees), 360.0); };
+    picture.curve([&](int i) { return turned(data.angle_a[i]); }, phase_colours[0], "A");
+    picture.curve([&](int i) { return turned(data.angle_b[i]); }, phase_colours[1], "B");
+    picture.curve([&](int i) { return turned(data.angle_c[i]); }, phase_colours[2], "C");
+    picture.panel("Symmetrical components", 0, 120, "%");
+    const auto size = [&](const vec_struct& phasor) { return percent(std::hypot(phasor.r, phasor.x)); };
+    const auto sequence = [&](int i, bool positive) {
+      vec_struct result{};
+      seq_cal(&data.vec_ua[i], positive ? &data.vec_ub[i] : &data.vec_uc[i],
+              positive ? &data.vec_uc[i] : &data.vec_ub[i], &result);
+      return size(result);
+    };
+    const auto zero = [&](int i) {
+      vec_struct result{};
+      seq0_cal(&data.vec_ua[i], &data.vec_ub[i], &data.vec_uc[i], &result);
+      return size(result);
+    };
+    picture.curve([&](int i) { return sequence(i, true); }, phase_colours[2], "positive");
+    picture.curve([&](int i) { return sequence(i, false); }, phase_colours[1], "negative");
+    picture.curve(zero, phase_colours[0], "zero");
+    picture.panel("Category of each sample", 0, 10, "code");
+    for (int s = 0; s < dip().u_min_num; s++) {
+      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, shade,
+                      fmt::format("segment {}: {}", s + 1, dip().dipx_cata_seg[s]));
+    }
+    picture.curve([&](int i) { return in_segment(i) ? dip().dipx_cata[i] : 0; }, green, "");
+    picture.save(folder_ + "/features.svg");
+  }
+
+  void point_on_wave() {
+    const auto& data = *dq_data_buf;
+    const int fall = 4 * cycle();
+    Picture picture(fall - cycle(), fall + cycle() / 2, window_time());
+    picture.panel("Samples", -200, 200, "%");
+    picture.curve([&](int i) { return percent(data.Va[i]); }, phase_colours[0], "A");
+    picture.curve([&](int i) { return percent(data.Vb[i]); }, phase_colours[1], "B");
+    picture.curve([&](int i) { return percent(data.Vc[i]); }, phase_colours[2], "C");
+    const int start = start_of_dip();
+    picture.mark(start, "start", red);
+    picture.panel("Magnitudes before the median", 0, 160, "%");
+    picture.level(95, green);
+    picture.level(90, red);
+    picture.mark(start, "start", red);
+    picture.curve([&](int i) { return percent(data.ua0[i]); }, phase_colours[0], "A");
+    picture.curve([&](int i) { return percent(data.ub0[i]); }, phase_colours[1], "B");
+    picture.curve([&](int i) { return percent(data.uc0[i]); }, phase_colours[2], "C");
+    picture.save(folder_ + "/point_on_wave.svg");
+  }
+
+  /// A long window keeps the RMS curves' features and positions alone.
+  void long_window() {
+    const auto& data = *dq_data_buf;
+    const int window = dq_rms_buf->T[2 * index_ + 1] - dq_rms_buf->T[2 * index_] + 8 * cycle();
+    Picture picture(0, window, window_time());
+    picture.panel("RMS, its boundaries (Trms) and those of the waveform (T)", 0, 160, "%");
+    for (int s = 0; s < dip().min_num; s++) {
+      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, shade, fmt::format("{}", s + 1));
+    }
+    picture.curve([&](int i) { return percent(data.rms_ua[i]); }, phase_colours[0], "A");
+    picture.curve([&](int i) { return percent(data.rms_ub[i]); }, phase_colours[1], "B");
+    picture.curve([&](int i) { return percent(data.rms_uc[i]); }, phase_colours[2], "C");
+    for (int i = 0; i < dip().Trms_num; i++) picture.mark(dip().Trms[i] - window_, "", red);
+    for (int s = 0; s < dip().min_num; s++) {
+      picture.dot(dip().order_min[s] - window_, percent(dip().u3_min[s]), red);
+    }
+    picture.save(folder_ + "/long_window.svg");
+  }
+
+  [[nodiscard]] bool is_long() const { return dip().Trms_num > 0; }
+
+ private:
+  [[nodiscard]] const dq_dipx_struct& dip() const { return new_dipx_buf[index_]; }
+  [[nodiscard]] int cycle() const { return dq_rms_buf->smprate; }
+  [[nodiscard]] int samples() const { return static_cast<int>(dq_data_buf->num); }
+  [[nodiscard]] double percent(float volts) const { return 100 * static_cast<double>(volts / dip().un); }
+  [[nodiscard]] std::function<double(int)> record_time() const {
+    return [this](int i) { return analysis_.voltages.seconds_at(begin_ + static_cast<std::size_t>(i)); };
+  }
+  [[nodiscard]] std::function<double(int)> window_time() const {
+    return [this](int i) { return analysis_.voltages.seconds_at(begin_ + static_cast<std::size_t>(window_ + i)); };
+  }
+  [[nodiscard]] bool in_segment(int i) const {
+    for (int s = 0; s < dip().u_min_num; s++) {
+      if (i + window_ >= dip().T[2 * s + 1] && i + window_ <= dip().T[2 * s + 2]) return true;
+    }
+    return false;
+  }
+
+  void shade_segments(Picture& picture) const {
+    for (int s = 0; s < dip().u_min_num; s++) {
+      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, shade, fmt::format("{}", s + 1));
+    }
+  }
+
+  void magnitudes(Picture& picture) const {
+    const auto& data = *dq_data_buf;
+    picture.level(90, red);
+    picture.curve([&](int i) { return percent(data.ua[i]); }, phase_colours[0], "A");
+    picture.curve([&](int i) { return percent(data.ub[i]); }, phase_colours[1], "B");
+    picture.curve([&](int i) { return percent(data.uc[i]); }, phase_colours[2], "C");
+  }
+
+  /// The sample at which the point on wave was read: the one whose time gives the dip's angle.
+  [[nodiscard]] int start_of_dip() const {
+    const auto& data = *dq_data_buf;
+    int start = samples();
+    for (const float* magnitude : {data.ua0, data.ub0, data.uc0}) {
+      const auto low = std::find_if(magnitude, magnitude + samples(), [&](float u) { return u <= 0.9F * dip().un; });
+      for (auto i = low; low != magnitude + samples() && i > magnitude; --i) {
+        if (*i < 0.95F * dip().un) continue;
+        start = std::min(start, static_cast<int>(i - magnitude));
+        break;
+      }
+    }
+    return start;
+  }
+
+  const command::Analysis& analysis_;
+  std::size_t begin_;
+  double threshold_;
+  std::string folder_;
+  int index_ = 0;
+  int window_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 3) {
+    std::fputs("usage: stage_pictures RECORD FOLDER [DIP]\n", stderr);
+    return 1;
+  }
+  try {
+    std::filesystem::create_directories(argv[2]);
+    auto analysis = command::analyse(readers::open_record(argv[1]), {});
+    const auto& dip = analysis.dips.at(argc > 3 ? std::stoul(argv[3]) - 1 : 0);
+    const double threshold = run_library(analysis, dip.stretch);
+    StagePictures pictures(analysis, dip, threshold, argv[2]);
+    if (pictures.is_long()) {
+      pictures.long_window();
+      return 0;
+    }
+    pictures.search();
+    pictures.transform();
+    pictures.segments();
+    pictures.features();
+    pictures.point_on_wave();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "stage_pictures: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}

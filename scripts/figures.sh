@@ -1,0 +1,19 @@
+#!/bin/sh
+# figures.sh [--check] [PAGE...]: remakes every picture, quoted output and table of the documentation (or of the pages
+# named) from what the built programs give now; a minute or two of processor time. --check says what differs instead, and
+# which links and commands do not work.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh chromium pkg-config python3
+mode=
+case ${1:-} in --check) mode=$1 && shift ;; esac
+[ $# -gt 0 ] || set -- README.md CONTRIBUTING.md CHANGELOG.md examples/README.md docs/*.md
+cmake --preset release -DDIPX_PAGE=ON >/dev/null
+cmake --build --preset release --target dipx dipx_command dipx_manual influence_table accuracy_table stage_pictures
+programs=$(mktemp -d)
+trap 'rm -rf "$programs"' EXIT
+for program in command/dipx tests/accuracy/influence_table tests/accuracy/accuracy_table docs/stage_pictures; do
+  ln -s "$PWD/build/release/$program" "$programs"
+done
+# shellcheck disable=SC2086  # one word or none
+docs/quotes.py $mode "$programs" "$@"
