@@ -23,6 +23,7 @@
 #include "command/phase_angle.h"
 #include "command/refusal.h"
 #include "command/temporary_folder.h"
+#include "command/whole_report.h"
 #include "dipx_dll.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dipx_outcome.h"
@@ -414,7 +415,9 @@ std::string library_report(const Waveform& waveform, int samples_per_cycle) {
   dipx_fun(host.get());
   std::ifstream file("dipx_result.txt", std::ios::binary);
   std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  if (bytes.empty()) throw std::runtime_error("the library could not write its report into the temporary folder");
+  if (!is_whole_report(bytes, *host)) {
+    throw std::runtime_error("the library could not write its report into the temporary folder");
+  }
   return bytes;
 }
 

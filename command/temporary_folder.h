@@ -2,6 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+
+#include "command/unfinished.h"
 
 namespace command {
 
@@ -17,6 +20,8 @@ class TemporaryFolder {
  private:
   std::filesystem::path before_;
   std::filesystem::path path_;
+  std::optional<Unfinished> unfinished_;
+  std::optional<Unfinished> unfinished_report_;  ///< that the library writes into it
 };
 
 }  // namespace command

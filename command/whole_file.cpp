@@ -8,7 +8,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <system_error>
+
+#include "command/unfinished.h"
 
 namespace command {
 
@@ -18,15 +21,19 @@ namespace {
 class Draft {
  public:
   explicit Draft(const std::filesystem::path& target) : name_(target.string() + ".XXXXXX") {
+    const SignalsHeld held;
     descriptor_ = mkostemp(name_.data(), O_CLOEXEC);
+    if (descriptor_ >= 0) unfinished_.emplace(name_);
   }
   Draft(const Draft&) = delete;
   Draft& operator=(const Draft&) = delete;
   ~Draft() {
+    const SignalsHeld held;
     if (descriptor_ >= 0) {
       close(descriptor_);
       unlink(name_.c_str());
     }
+    unfinished_.reset();
   }
 
   bool write(const std::string& bytes) const {
@@ -45,12 +52,14 @@ class Draft {
     if (std::rename(name_.c_str(), target.c_str()) != 0) return false;
     close(descriptor_);
     descriptor_ = -1;
+    unfinished_.reset();
     return true;
   }
 
  private:
   std::string name_;
   int descriptor_;
+  std::optional<Unfinished> unfinished_;
 };
 
 [[noreturn]] void fail(const std::filesystem::path& file) {
@@ -94,6 +103,8 @@ void write_whole(const std::vector<NamedBytes>& files) {
       fail(file);
     }
   }
+  // A signal in between would leave files that do not belong together.
+  const SignalsHeld held;
   for (std::size_t i = 0; i < files.size(); i++) {
     const auto& [file, bytes] = files[i];
     if (drafts[i] == nullptr) {

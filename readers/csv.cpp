@@ -258,7 +258,7 @@ class WrittenDigits {
       if (significant > 0 || c != '0') ++significant;
       if (behind_point) ++decimals;
     }
-    if (i < number.size()) decimals -= static_cast<int>(parse_number(number.substr(i + 1)).value_or(0));
+    if (i < number.size()) decimals -= exponent_in(number.substr(i + 1));
     significant_ = std::max(significant_, significant);
     decimals_ = any_ ? std::max(decimals_, decimals) : decimals;
     any_ = true;
@@ -284,6 +284,12 @@ class WrittenDigits {
   }
 
  private:
+  /// As far as it makes a difference: none is too large to be written.
+  static int exponent_in(std::string_view text) {
+    constexpr double kLargest = 1000;
+    return static_cast<int>(std::fmax(-kLargest, std::fmin(parse_number(text).value_or(0), kLargest)));
+  }
+
   bool any_ = false;
   int significant_ = 0;
   int decimals_ = 0;

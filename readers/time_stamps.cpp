@@ -222,6 +222,7 @@ std::optional<WrittenTime> parse_time(std::string_view date, std::string_view ti
   WrittenTime written;
   written.date = trimmed(date);
   written.seconds_of_day = 3600 * *hours + 60 * *minutes + *seconds;
+  if (*minutes > 59 || written.seconds_of_day >= kDay + 1) return std::nullopt;  // 24:00:00 and leap seconds are times
   const std::size_t point = fields[2].find('.');
   if (point != fields[2].npos) written.decimals = static_cast<int>(fields[2].size() - point - 1);
   return written;
@@ -231,7 +232,8 @@ std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenT
   const double seconds = later.seconds_of_day - earlier.seconds_of_day;
   if (later.date == earlier.date) return seconds >= 0 ? std::optional(seconds) : std::nullopt;
   // Over midnight; which day it is does not matter, for no record that this is asked of lasts longer than a day.
-  return seconds < 0 ? std::optional(seconds + kDay) : std::nullopt;
+  // A leap second before midnight is taken to be the first of the new day.
+  return seconds < 0 ? std::optional(std::max(seconds + kDay, 0.0)) : std::nullopt;
 }
 
 TimeTable read_time_stamps(const std::vector<RateSection>& declared, const std::vector<double>& stamps, double unit,

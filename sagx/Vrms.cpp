@@ -73,7 +73,7 @@ void merge_close_dips(dq_dipx_rms& record, int crossings) {
 
 void Vrms_cal(float* rms, float* v, int smp, int len) {
   if (rms == nullptr || v == nullptr || smp < 1) return;
-  sagx::kernels().cycle_rms(v, len, smp, rms);
+  if (len >= smp) sagx::kernels().cycle_rms(v, len, smp, rms);
   std::fill_n(rms, smp - 1, rms[smp - 1]);
 }
 

@@ -29,7 +29,8 @@ float two_cycle_rms_sum(const float* samples, int smp) {
 
 /// Share of the first `blocks` half-cycles of an RMS curve that fluctuate.
 float restless_share(const float* rms, int half, int blocks) {
-  return static_cast<float>(sagx::kernels().restless_blocks(rms, half, blocks)) / static_cast<float>(blocks);
+  const int restless = blocks < 1 ? 0 : sagx::kernels().restless_blocks(rms, half, blocks);
+  return static_cast<float>(restless) / static_cast<float>(blocks);
 }
 
 /// Distance of two positions.

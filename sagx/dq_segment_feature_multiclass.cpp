@@ -19,6 +19,7 @@
 #include "sagx/segment_features.h"
 #include "sagx/svd_feature.h"
 #include "sagx/three_phases.h"
+#include "sagx/wrapping.h"
 
 namespace {
 
@@ -26,6 +27,8 @@ using sagx::BoundaryList;
 using sagx::magnitude;
 using sagx::Sequences;
 using sagx::store_jump;
+using sagx::wrapping_difference;
+using sagx::wrapping_sum;
 
 // --- segmentation ----------------------------------------------------------------------------------------------------
 
@@ -236,25 +239,25 @@ void transform_phases(dq_data& data, const dq_dipx_struct& dipx, int samples, in
 int repair_segmentation(dq_dipx_struct& dipx, const dq_dipx_rms& record) {
   const int cycle = dipx.smprate;
   const int eighth = cycle / 8;
-  const int fall = record.T[0] - cycle;
-  const int recovery = record.T[1] - cycle;
-  const bool lasting = recovery - fall > cycle / 4;
+  const int fall = wrapping_difference(record.T[0], cycle);
+  const int recovery = wrapping_difference(record.T[1], cycle);
+  const bool lasting = wrapping_difference(recovery, fall) > cycle / 4;
   int(&boundaries)[DQ_LIST_CAPACITY] = dipx.seg_idx;
   if (dipx.seg_num == 2) dipx.seg_num = boundaries[0] = boundaries[1] = 0;
   const auto set_fall = [&] {
-    boundaries[0] = fall - eighth;
-    boundaries[1] = fall + eighth;
+    boundaries[0] = wrapping_difference(fall, eighth);
+    boundaries[1] = wrapping_sum(fall, eighth);
   };
   const auto set_recovery = [&] {
-    boundaries[2] = recovery - eighth;
-    boundaries[3] = recovery + eighth;
+    boundaries[2] = wrapping_difference(recovery, eighth);
+    boundaries[3] = wrapping_sum(recovery, eighth);
   };
   if (dipx.seg_num == 0 && lasting) {
     set_fall();
     set_recovery();
     dipx.seg_num = 4;
   }
-  if (dipx.seg_num > 2 && lasting && boundaries[0] - fall > cycle) {
+  if (dipx.seg_num > 2 && lasting && wrapping_difference(boundaries[0], fall) > cycle) {
     set_fall();
     if (dipx.seg_num == 3) boundaries[2] = recovery;
     if (dipx.seg_num > 3) set_recovery();
@@ -276,10 +279,10 @@ void refer_angles(float (&angles)[DQ_WINDOW_CAPACITY], int samples, float refere
   for (int i = 0; i <= samples && i < DQ_WINDOW_CAPACITY; i++) angles[i] -= reference;
 }
 
-/// Calls `visit` with each sample of the range that the window's arrays hold.
+/// Calls `visit` with each sample up to `last` that the window's arrays hold.
 template <typename Visit>
-void for_samples(int begin, int end, Visit visit) {
-  for (int j = begin; j < std::min(end, +DQ_WINDOW_CAPACITY); j++) visit(j);
+void for_samples(int begin, int last, Visit visit) {
+  for (int j = begin; j <= std::min(last, DQ_WINDOW_CAPACITY - 1); j++) visit(j);
 }
 
 /// Lowest magnitudes of a segment, its end included.
@@ -292,7 +295,7 @@ void measure_minima(const dq_data& data, dq_dipx_struct& dipx, int segment, int 
     }
   };
   dipx.ua_min[segment] = dipx.ub_min[segment] = dipx.uc_min[segment] = dipx.u3_min[segment] = above_all;
-  for_samples(begin, end + 1, [&](int j) {
+  for_samples(begin, end, [&](int j) {
     take(data.ua[j], j, dipx.ua_min[segment], dipx.pos_ua_min[segment]);
     take(data.ub[j], j, dipx.ub_min[segment], dipx.pos_ub_min[segment]);
     take(data.uc[j], j, dipx.uc_min[segment], dipx.pos_uc_min[segment]);
@@ -304,7 +307,7 @@ void measure_minima(const dq_data& data, dq_dipx_struct& dipx, int segment, int 
 /// Largest ratio of negative to positive sequence in a segment, its end excluded, per cent.
 float unbalance(dq_data& data, int begin, int end) {
   float largest = 0;
-  for_samples(begin, end, [&](int j) {
+  for_samples(begin, end - 1, [&](int j) {
     const float ratio = sagx::unbalance_ratio(Sequences(data, j));
     if (ratio > largest) largest = ratio;
   });
@@ -345,7 +348,7 @@ int category_of(const Sequences& now, const vec_struct& positive_before, sagx::L
 int classify(dq_data& data, dq_dipx_struct& dipx, const vec_struct& positive_before, int begin, int end) {
   const sagx::SequenceThresholds thresholds(dipx.un);
   sagx::CategoryVote vote;
-  for_samples(begin, end + 1, [&](int j) {
+  for_samples(begin, end, [&](int j) {
     const auto low = sagx::low_phases(data.ua[j], data.ub[j], data.uc[j], dipx.ut);
     dipx.dipx_cata[j] = category_of(Sequences(data, j), positive_before, low, thresholds);
     vote.add(dipx.dipx_cata[j]);

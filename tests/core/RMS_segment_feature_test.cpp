@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <ostream>
 #include <vector>
 
 #include "tests/core/dip_waveforms.h"
@@ -367,6 +368,15 @@ TEST_F(RmsSegmentation, MeasuresTheLargestChangeAtTheLastPairToo) {
   EXPECT_EQ(crossings(2), (Boundaries{297, 353}));
 }
 
+TEST_F(RmsSegmentation, MeasuresTheFirstPairsChangeWithoutTheDriftBehindIt) {
+  window(500);
+  ramp(40, 40, -1);       // 40 V: what is below 4 V goes
+  ramp(80, 160, 0.125F);  // too slow for a crossing; takes back 20 of the 40 V
+  ramp(280, 4, -0.8125F);
+  ramp(360, 30, 1);  // 30 V
+  EXPECT_EQ(segmented(), (Boundaries{37, 89, 357, 401}));
+}
+
 TEST_F(RmsSegmentation, DropsTheFirstAndTheLastPairLikeOthers) {
   window(500);
   ramp(40, 40, -1);
@@ -572,6 +582,10 @@ struct JoinedCase {
   Boundaries boundaries;
 };
 
+void PrintTo(const JoinedCase& one, std::ostream* out) {
+  *out << one.name;
+}
+
 /// Falls 28 samples apart, less than a cycle throughout.
 class RmsFeaturesOfManyFalls : public RmsFeatures, public testing::WithParamInterface<JoinedCase> {};
 
@@ -669,6 +683,10 @@ struct SegmentsCase {
   Boundaries boundaries;
   int segments;
 };
+
+void PrintTo(const SegmentsCase& one, std::ostream* out) {
+  *out << one.name;
+}
 
 class RmsFeaturesOfSegments : public RmsFeatures, public testing::WithParamInterface<SegmentsCase> {};
 

@@ -71,6 +71,22 @@ class LongSegmentation : public testing::Test {
   int number = untouched;
 };
 
+// --- smoothing of long cycles ----------------------------------------------------------------------------------------
+
+TEST_F(LongSegmentation, SmoothsToZeroWhereHalfACycleIsMoreThanAMedianTakes) {
+  for (const unsigned cycle : {2046U, 2048U}) {  // medians of 1024 and 1025 samples
+    window(3000);
+    buf->smp = cycle;
+    segmented();
+    const unsigned quarter = cycle / 4;
+    const float inside = cycle == 2046 ? 100.0F : 0.0F;
+    EXPECT_EQ(buf->ua[quarter - 1], 100.0F);
+    EXPECT_EQ(buf->ua[quarter], inside) << cycle;
+    EXPECT_EQ(buf->uc[3000 - quarter - 1], inside) << cycle;
+    EXPECT_EQ(buf->uc[3000 - quarter], 100.0F);
+  }
+}
+
 // --- crossings -------------------------------------------------------------------------------------------------------
 
 TEST_F(LongSegmentation, OfAConstantVoltageFindsNothing) {

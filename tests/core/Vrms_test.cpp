@@ -95,8 +95,11 @@ TEST(SlidingRms, OfLessThanACycleSpreadsWhatStoodAtTheCyclesEnd) {
   std::vector<float> wave(8, 7.0F);
   std::vector<float> rms(8, 42.0F);
   rms[0] = 1;
-  Vrms_cal(rms.data(), wave.data(), 8, 7);
-  EXPECT_EQ(rms, std::vector<float>(8, 42.0F));
+  for (const int samples : {7, 0, -1, std::numeric_limits<int>::min()}) {
+    Vrms_cal(rms.data(), wave.data(), 8, samples);
+    EXPECT_EQ(rms, std::vector<float>(8, 42.0F)) << samples;
+    rms[0] = 1;
+  }
 }
 
 TEST(SlidingRms, WithoutARateOrAnArrayDoesNothing) {

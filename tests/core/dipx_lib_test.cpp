@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <limits>
 #include <memory>
 
@@ -207,6 +208,14 @@ TEST_F(Stability, StaysInsideTheRecordWhateverItsCountSays) {
       EXPECT_EQ(rms_bzc(record.get()), 0.0F) << rate << " " << samples;
     }
   }
+}
+
+TEST_F(Stability, OfHalfCyclesLongerThanTheRecordIsKnownAtOnce) {
+  flat(64, 640);
+  record->smprate = std::numeric_limits<int>::max();
+  const std::clock_t begin = std::clock();
+  EXPECT_EQ(rms_bzc(record.get()), 0.0F);
+  EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC / 10);
 }
 
 }  // namespace

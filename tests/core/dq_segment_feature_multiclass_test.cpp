@@ -103,6 +103,27 @@ TEST_F(ShortWindow, RejectsAFallAheadOfTheWindow) {
   EXPECT_EQ(boundaries(), (Boundaries{0, 8, 176, 184}));
 }
 
+TEST_F(ShortWindow, WrapsRoundWhatPositionsCannotHold) {
+  struct Case {
+    int T0, T1;  // of the record
+    const char* rule;
+    Boundaries segmentation;
+  };
+  constexpr int least = std::numeric_limits<int>::min();
+  constexpr int most = std::numeric_limits<int>::max();
+  for (const auto& [T0, T1, rule, segmentation_] :
+       {Case{132, least + 20, "", {96, 104, most - 15, most - 7}},
+        {132, least + 30, "seg check err2\r\n", {96, 104, most - 5, least + 2}},
+        {least, most, "seg check err1\r\n", {}},
+        {least + 32, 32, "seg check err1\r\n", {}},
+        {least + 40, least + 60, "seg check err2\r\n", {least + 4, least + 12, least + 24, least + 32}}}) {
+    record->T[0] = T0;
+    record->T[1] = T1;
+    EXPECT_EQ(run(), std::string("S=100000.000\r\n") + check_line + rule) << T0 << " " << T1;
+    EXPECT_EQ(segmentation(), segmentation_) << T0 << " " << T1;
+  }
+}
+
 TEST_F(ShortWindow, LeavesAllFeaturesOfARejectedSegmentation) {
   load(SineRecord(smp, 256, 100));
   dipx->T_num = dipx->u_min_num = dipx->evt_num = dipx->dipx_cata_num = 77;

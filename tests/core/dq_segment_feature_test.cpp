@@ -13,6 +13,7 @@
 #include <cstring>
 #include <limits>
 #include <numeric>
+#include <ostream>
 #include <vector>
 
 #include "sagx/dq_delay.h"
@@ -136,6 +137,10 @@ struct RejectedCase {
   int count;
   const char* line;
 };
+
+void PrintTo(const RejectedCase& one, std::ostream* out) {
+  *out << one.name;
+}
 
 class RejectedRms : public LongWindow, public testing::WithParamInterface<RejectedCase> {};
 

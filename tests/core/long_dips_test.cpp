@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -190,6 +191,10 @@ struct FaultCase {
   int type;
   int mask;
 };
+
+void PrintTo(const FaultCase& one, std::ostream* out) {
+  *out << one.name;
+}
 
 class LongDipOfFault : public LongDip, public testing::WithParamInterface<FaultCase> {};
 

@@ -230,6 +230,13 @@ TEST(CsvReader, AllowsForTimesWrittenMoreCoarselyThanTheyStep) {
   EXPECT_NEAR(read_csv("t.csv", table).rates[0].rate, 6400, 7);
 }
 
+TEST(CsvReader, TakesExponentsThatNoIntHolds) {
+  for (const char* zero : {"0e-3200171434797366", "0.0e99999999999999999999"}) {
+    const Record record = read_csv("t.csv", std::string("t,Ua\n") + zero + ",1\n0.001,2\n0.002,3\n");
+    EXPECT_EQ(record.rates[0].rate, 1000) << zero;
+  }
+}
+
 TEST(CsvReader, NamesTheLineWhereTheTimeJumps) {
   EXPECT_EQ(
       refusal("t,Ua\n0.000,1\n0.001,2\n0.002,3\n0.003,4\n1.000,5\n1.001,6\n"),

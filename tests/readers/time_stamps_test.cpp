@@ -135,7 +135,7 @@ TEST(WrittenTimes, AreReadToTheNanosecond) {
 }
 
 TEST(WrittenTimes, ThatAreNoneAreNothing) {
-  for (const char* text : {"", "12:00", "a:b:c", "1:2:-3", "1:2:99", "1:2:nan"}) {
+  for (const char* text : {"", "12:00", "a:b:c", "1:2:-3", "1:2:99", "1:2:nan", "98923:59:59", "24:00:01", "0:60:0"}) {
     EXPECT_FALSE(parse_time("d", text).has_value()) << text;
   }
 }
@@ -146,6 +146,8 @@ TEST(WrittenTimes, LieApartAcrossMidnightToo) {
   };
   EXPECT_NEAR(between("1/1/20", "10:00:00", "1/1/20", "10:00:00.25").value(), 0.25, 1e-9);
   EXPECT_NEAR(between("1/1/20", "23:59:59.5", "2/1/20", "0:0:0.5").value(), 1, 1e-9);
+  EXPECT_EQ(between("1/1/20", "24:00:00", "2/1/20", "0:0:0"), 0);
+  EXPECT_EQ(between("1/1/20", "23:59:60.5", "2/1/20", "0:0:0.25"), 0) << "a leap second";
   EXPECT_FALSE(between("1/1/20", "10:00:00", "1/1/20", "9:00:00").has_value());
   EXPECT_FALSE(between("22/02/2010", "21:41:29", "01/01/1970", "22:00:00").has_value());
 }

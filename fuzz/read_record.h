@@ -1,0 +1,21 @@
+// What every reader's fuzzer does with its input.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "readers/open_options.h"
+#include "readers/record.h"
+
+namespace fuzz {
+
+/// Reads the input with options that depend on its size, then looks for what no record may be and takes it apart as
+/// the command does. Refusals must be fit to show.
+void read_record(const std::uint8_t* data, std::size_t size,
+                 const std::function<readers::Record(const std::string& file, std::string_view content,
+                                                     const readers::OpenOptions& options)>& read);
+
+}  // namespace fuzz

@@ -1,0 +1,27 @@
+#!/bin/sh
+# coverage.sh: which lines and branches of the library its own tests reach, by source, with those that they do not. Kernels
+# are counted as the widest set of instructions that this machine runs has them: the other sets are the same source.
+# Branches that only exceptions take are left out; the library throws none.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh gcovr
+cmake --preset coverage >/dev/null
+cmake --build --preset coverage --target dipx_test failing_allocator_test >/dev/null
+find build/coverage -name '*.gcda' -delete
+build/coverage/tests/core/dipx_test --gtest_brief=1 --gtest_filter='-AMillion*'
+build/coverage/tests/whole/failing_allocator_test --gtest_brief=1
+
+widest=baseline
+for kernel_set in avx2 avx512dq; do
+  ! grep -qw "$kernel_set" /proc/cpuinfo || widest=${kernel_set%dq}
+done
+report() {
+  gcovr --root . --filter sagx/ --filter dipx_dll_main.cpp --exclude-throw-branches --exclude-unreachable-branches "$@" \
+    build/coverage
+}
+set -- --exclude-directories '.*dipx_choice\.dir'
+for kernel_set in baseline avx2 avx512; do
+  [ "$kernel_set" = "$widest" ] || set -- "$@" --exclude-directories ".*dipx_kernels_$kernel_set\.dir"
+done
+report "$@" --fail-under-line 100
+report "$@" --branches

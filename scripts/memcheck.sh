@@ -1,0 +1,29 @@
+#!/bin/sh
+# memcheck.sh: a reduced set of the release build's tests under valgrind memcheck: whole analyses in both styles and in any
+# order, reports, the decomposition, every reader, and the kept fuzzing inputs. It sees what the sanitizers do not:
+# decisions on values that were never set. Any error or leak fails.
+set -eu
+cd "$(dirname "$0")/.."
+scripts/setup.sh valgrind
+cmake --preset release >/dev/null
+cmake --build --preset release --target dipx_test readers_test comtrade_replay csv_replay lists_replay stages_replay >/dev/null
+root=$PWD
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
+memcheck() {
+  program=$1
+  shift
+  echo "memcheck: $program $*"
+  valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite,indirect,possible \
+    --errors-for-leak-kinds=definite,indirect,possible "$root/build/release/$program" "$@" >out 2>err ||
+    { tail -n 60 out err; exit 1; }
+}
+memcheck tests/core/dipx_test --gtest_brief=1 \
+  --gtest_filter='Host.*:CopiedResults.*:BufferStyle.*:Report.*:AnalysedDip.*:Decomposition*:Matrices*:Vectors*:BoundaryCheck*:Seeds/MixedUse.*/[0-4]'
+memcheck tests/readers/readers_test --gtest_brief=1
+memcheck fuzz/comtrade_replay "$root/fuzz/corpus/comtrade" "$root/fuzz/records/comtrade"
+memcheck fuzz/csv_replay "$root/fuzz/corpus/csv" "$root/fuzz/records/csv"
+memcheck fuzz/lists_replay "$root/fuzz/corpus/lists"
+memcheck fuzz/stages_replay "$root/fuzz/corpus/stages"
+echo "memcheck: no errors"

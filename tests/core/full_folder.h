@@ -1,0 +1,61 @@
+// A folder on a file system of its own that has no room left.
+#pragma once
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace tests {
+
+/// Mounted in a name space of the process's own for as long as it lives. Not every machine lets a process have one: ask
+/// is_there() and skip the test.
+class FullFolder {
+ public:
+  /// Makes `path`, in which files take up to `free_bytes` more, in whole pages.
+  FullFolder(std::filesystem::path path, int free_bytes) : path_(std::move(path)) {
+    constexpr int size = 1 << 20;
+    std::filesystem::create_directory(path_);
+    if (!enter_own_name_space()) return;
+    const std::string options = "size=" + std::to_string(size);
+    there_ = mount("none", path_.c_str(), "tmpfs", 0, options.c_str()) == 0;
+    if (there_) std::ofstream(path_ / filler, std::ios::binary) << std::string(size - free_bytes, 'x');
+  }
+  FullFolder(const FullFolder&) = delete;
+  FullFolder& operator=(const FullFolder&) = delete;
+  ~FullFolder() {
+    if (there_) umount2(path_.c_str(), MNT_DETACH);
+  }
+
+  [[nodiscard]] bool is_there() const { return there_; }
+
+  /// Whether nothing is in it but what fills it.
+  [[nodiscard]] bool is_untouched() const {
+    const std::filesystem::directory_iterator files(path_);
+    return files->path().filename() == filler && std::distance(files, {}) == 1;
+  }
+
+ private:
+  static constexpr const char* filler = "filler";
+
+  static bool enter_own_name_space() {
+    static const bool entered = [] {
+      const auto user = getuid();
+      if (user == 0 && unshare(CLONE_NEWNS) == 0) return true;
+      if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+      std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+      return true;
+    }();
+    return entered && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+  }
+
+  std::filesystem::path path_;
+  bool there_ = false;
+};
+
+}  // namespace tests

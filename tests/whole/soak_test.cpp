@@ -1,0 +1,218 @@
+// Many analyses in one process: memory and descriptors stay flat, and each result is that of a process that has done
+// nothing before, but for the count that a refused input leaves standing.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <string>
+#include <string_view>
+
+#include "dipx_dll.h"
+#include "tests/core/working_folder.h"
+
+namespace {
+
+constexpr int rate = 32;
+
+/// The record of a number: a sine with up to three dips, sometimes with noise, harmonics or a value that is no number,
+/// and one in sixteen refused. The first touches as much memory as any.
+void fill(dipx_data_struct& record, unsigned number) {
+  std::mt19937 random(number);
+  const auto between = [&](int low, int high) {
+    return low + static_cast<int>(random() % static_cast<unsigned>(high - low + 1));
+  };
+  std::memset(&record, 0, sizeof record);
+  const int cycle = between(0, 7) == 0 ? between(33, 128) : rate;
+  record.smp_rate = cycle;
+  record.smp_len = between(16, 90) * cycle + between(0, cycle - 1);
+  const double peak = between(60, 390) * std::numbers::sqrt2;
+  const double noise = between(0, 3) == 0 ? 0.01 * between(1, 200) : 0;
+  const double fifth = between(0, 3) == 0 ? 0.08 : 0;
+  float* const phases[] = {record.smp_va, record.smp_vb, record.smp_vc};
+  for (int phase = 0; phase < 3; phase++) {
+    for (int i = 0; i < record.smp_len; i++) {
+      const double angle = 2 * std::numbers::pi * (static_cast<double>(i) / cycle - phase / 3.0);
+      const double off = noise * (static_cast<double>(random() % 2001) / 1000 - 1);
+      phases[phase][i] = static_cast<float>(peak * (std::sin(angle) + fifth * std::sin(5 * angle)) + off);
+    }
+  }
+  for (int dips = between(0, 3); dips > 0; dips--) {
+    const int phases_low = between(1, 7);
+    const int fall = between(0, record.smp_len - 1);
+    const int recovery = std::min(record.smp_len, fall + between(1, 15 * cycle));
+    const auto left = static_cast<float>(between(0, 95)) / 100;
+    for (int phase = 0; phase < 3; phase++) {
+      if ((phases_low >> phase & 1) == 0) continue;
+      for (int i = fall; i < recovery; i++) phases[phase][i] *= left;
+    }
+  }
+  if (number == 0) {
+    record.smp_rate = 128;
+    record.smp_len = 91 * 128;
+    for (float* phase : phases) {
+      for (int i = 0; i < record.smp_len; i++) phase[i] = i > 5 * 128 && i < 86 * 128 ? 50 : 220;
+    }
+  }
+  if (between(0, 31) == 0) phases[between(0, 2)][between(0, record.smp_len - 1)] = std::nanf("");
+  if (number % 16 == 15) {
+    const int refused_rates[] = {31, 129, 0, -1};
+    record.smp_rate = refused_rates[between(0, 3)];
+  }
+}
+
+bool is_refused(unsigned number) {
+  return number % 16 == 15;
+}
+
+struct Result {
+  std::uint64_t digest;  ///< of the host's record and of the report but for its time
+  int events;
+};
+
+Result analyse(dipx_data_struct& record, unsigned number) {
+  fill(record, number);
+  dipx_fun(&record);
+  const int events = record.evt_num;
+  const bool refused = is_refused(number);
+  if (refused) record.evt_num = 0;  // all that differs there
+  std::string report = tests::bytes_of("dipx_result.txt");
+  const std::size_t second = report.find('\n', report.find('\n') + 1) + 1;
+  report.erase(second, report.find('\n', second) + 1 - second);
+  if (refused) report.clear();  // it lists as many events as the count says
+  const std::hash<std::string_view> hash;
+  const std::size_t own = hash({reinterpret_cast<const char*>(&record), sizeof record});
+  return {own ^ hash(report) * 31, events};
+}
+
+/// Memory that processes share.
+template <typename Value>
+class Shared {
+ public:
+  explicit Shared(std::size_t count)
+      : bytes_(count * sizeof(Value)),
+        values_(static_cast<Value*>(mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {
+    if (values_ == MAP_FAILED) std::abort();
+  }
+  Shared(const Shared&) = delete;
+  Shared& operator=(const Shared&) = delete;
+  ~Shared() { munmap(values_, bytes_); }
+  Value& operator[](std::size_t i) const { return values_[i]; }
+
+ private:
+  std::size_t bytes_;
+  Value* values_;
+};
+
+/// To the page, unlike the count in statm.
+long resident_kilobytes() {
+  std::ifstream file("/proc/self/smaps_rollup");
+  for (std::string word; file >> word;) {
+    long kilobytes = 0;
+    if (word == "Rss:" && file >> kilobytes) return kilobytes;
+  }
+  std::abort();
+}
+
+int open_descriptors() {
+  return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
+/// Runs `action` in a process of its own that prints nothing; whether it came to its end.
+template <typename Action>
+bool in_own_process(Action action) {
+  std::fflush(nullptr);
+  const pid_t process = fork();
+  if (process == 0) {
+    if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "w", stderr) == nullptr)
+      _exit(1);
+    action();
+    _exit(0);
+  }
+  int state = 0;
+  return process > 0 && waitpid(process, &state, 0) == process && WIFEXITED(state) && WEXITSTATUS(state) == 0;
+}
+
+/// What the long process had in use.
+struct Use {
+  long kilobytes;
+  int descriptors;
+};
+
+/// The test's own process never calls the library, so that every process it starts is a fresh one.
+void soak(unsigned analyses) {
+  const tests::WorkingFolder folder;
+  const auto record = std::make_unique<dipx_data_struct>();
+  const Shared<Result> all(analyses);
+  const Shared<Use> used(2);
+  ASSERT_TRUE(in_own_process([&] {
+    // The test's own memory is there from the start, what measuring takes included.
+    for (unsigned i = 0; i < analyses; i++) all[i] = {};
+    used[0] = used[1] = {resident_kilobytes(), open_descriptors()};
+    for (unsigned i = 0; i < analyses; i++) {
+      all[i] = analyse(*record, i);
+      if (i == analyses / 4) used[0] = {resident_kilobytes(), open_descriptors()};
+    }
+    used[1] = {resident_kilobytes(), open_descriptors()};
+  }));
+  EXPECT_LE(used[1].kilobytes, used[0].kilobytes + 128);
+  EXPECT_EQ(used[1].descriptors, used[0].descriptors);
+
+  const Shared<Result> fresh(analyses);
+  constexpr unsigned starters = 2;
+  pid_t started[starters];
+  for (unsigned s = 0; s < starters; s++) {
+    started[s] = fork();
+    if (started[s] != 0) continue;
+    const tests::WorkingFolder own_folder;
+    bool ended = true;
+    for (unsigned i = s; i < analyses; i += starters) {
+      ended = in_own_process([&] { fresh[i] = analyse(*record, i); }) && ended;
+    }
+    std::filesystem::current_path("/");
+    std::filesystem::remove_all(own_folder.path());
+    _exit(ended ? 0 : 1);
+  }
+  for (const pid_t starter : started) {
+    int state = 0;
+    ASSERT_EQ(waitpid(starter, &state, 0), starter);
+    ASSERT_EQ(state, 0) << "a fresh process did not come to its end";
+  }
+
+  unsigned with_events = 0;
+  int accepted_before = 0;
+  for (unsigned i = 0; i < analyses; i++) {
+    ASSERT_EQ(all[i].digest, fresh[i].digest) << i;
+    if (is_refused(i)) {
+      ASSERT_EQ(fresh[i].events, 0) << i;
+      ASSERT_EQ(all[i].events, accepted_before) << i;
+    } else {
+      ASSERT_EQ(all[i].events, fresh[i].events) << i;
+      accepted_before = fresh[i].events;
+    }
+    with_events += fresh[i].events > 0 ? 1 : 0;
+  }
+  EXPECT_GT(with_events, analyses / 4) << "records worth analysing";
+}
+
+TEST(Soak, OfTwoHundredAnalysesKeepsMemoryAndEachResultFree) {
+  soak(200);
+}
+
+TEST(LongSoak, OfTwentyThousandAnalysesKeepsMemoryAndEachResultFree) {
+  soak(20000);
+}
+
+}  // namespace
