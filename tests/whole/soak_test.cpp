@@ -85,7 +85,9 @@ bool reaches_past_its_window(const dipx_event_record& event, int recovery, int c
   return event.SEG_T_num > 0 && event.SEG_T_idx[event.SEG_T_num - 1] >= recovery + 4 * cycle;
 }
 
+/// With the rates of change, which are measured in the first transition.
 void clear_segments(dipx_event_record& event) {
+  event.Voltagechange_Va = event.Voltagechange_Vb = event.Voltagechange_Vc = 0;
   for (auto* list :
        {&event.ua_min, &event.ub_min, &event.uc_min, &event.u3_min, &event.bph_max_value, &event.angle_diff_ap,
         &event.angle_diff_bp, &event.angle_diff_cp, &event.angle_diff_an, &event.angle_diff_bn, &event.angle_diff_cn}) {
