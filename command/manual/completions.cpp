@@ -89,16 +89,16 @@ std::string zsh_values(const OptionRow& row) {
 
 std::string zsh_option(const OptionRow& row) {
   if (row.positional) return shell_word((row.required ? "1" : "1:") + zsh_values(row));
-  std::vector<std::string> specifications;
+  std::vector<std::string> arguments;
   for (const auto& name : row.names) {
-    std::string specification = "(" + joined(row.names, " ") + ")" + name;
+    std::string argument = "(" + joined(row.names, " ") + ")" + name;
     // --option=VALUE and -oVALUE too.
-    if (!row.value.empty()) specification += name[1] == '-' ? "=" : "+";
-    specification += "[" + zsh_text(row.description) + "]";
-    if (!row.value.empty()) specification += zsh_values(row);
-    specifications.push_back(shell_word(specification));
+    if (!row.value.empty()) argument += name[1] == '-' ? "=" : "+";
+    argument += "[" + zsh_text(row.description) + "]";
+    if (!row.value.empty()) argument += zsh_values(row);
+    arguments.push_back(shell_word(argument));
   }
-  return joined(specifications, " ");
+  return joined(arguments, " ");
 }
 
 // --- fish ---
