@@ -89,7 +89,7 @@ double power_at(double frequency, const readers::Channel& channel, const readers
   for (std::size_t i = 0; i < length; i++) {
     const double value = channel.samples[part.begin + i];
     const double angle = 2 * std::numbers::pi * frequency * static_cast<double>(i) / part.rate;
-    if (std::isfinite(value)) sum += std::polar(value, angle);
+    if (std::isfinite(value)) sum += value * std::polar(1.0, angle);
   }
   return std::norm(sum);
 }

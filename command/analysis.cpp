@@ -156,6 +156,7 @@ class LoneDip {
       dip_.stretch.begin = dip_.start < limits_.begin + ahead ? limits_.begin : dip_.start - ahead;
       run();
     }
+    note_far_frequency();
   }
 
  private:
@@ -335,6 +336,14 @@ class LoneDip {
     return {std::min(begin, end), end};
   }
 
+  /// A frequency so far off makes the RMS ripple, which may be why the dip is refused.
+  void note_far_frequency() {
+    constexpr double least_hertz = 0.2;
+    if (dip_.obstacle != Obstacle::unstable && dip_.obstacle != Obstacle::not_segmented) return;
+    const double off = line_frequency_ * FrequencyDrift(phasors_, steady_before(), {}).before() / 360;
+    if (std::abs(off) >= least_hertz) dip_.frequency = line_frequency_ + off;
+  }
+
   /// How the frequency turns the angles over the dip, where it is more than what figures are good for.
   [[nodiscard]] std::optional<FrequencyDrift> notable_drift() {
     constexpr double least_degrees = 1;
@@ -381,12 +390,15 @@ void analyse_each(Analysis& analysis, const StageReport& report_stage) {
     }
     const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? waveform[0].size() : dips[i + 1].start};
     LoneDip(dips[i], waveform, analysis, between).analyse();
-    if (dips[i].frequency) {
-      analysis.notes.push_back(fmt::format(
-          "Dip {}: the line runs at {:.3f} Hz; how that turns the angles is taken out of its phase jumps and "
-          "categories.",
-          i + 1, *dips[i].frequency));
-    }
+    if (!dips[i].frequency) continue;
+    const std::string words = fmt::format("Dip {}: the line runs at {:.3f} Hz", i + 1, *dips[i].frequency);
+    analysis.notes.push_back(
+        dips[i].obstacle == Obstacle::none
+            ? words + "; how that turns the angles is taken out of its phase jumps and categories."
+            : words +
+                  fmt::format(", which may be why the dip is not analysed: --frequency {:.3f} has the record analysed "
+                              "at that.",
+                              *dips[i].frequency));
   }
   for (Dip& dip : dips) dip.before = fundamental_before(dip, analysis);
 }

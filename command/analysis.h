@@ -63,8 +63,8 @@ struct Dip {
   bool gradual_fall_doubtful = false;  ///< less than five steady cycles lie before it
   Obstacle obstacle = Obstacle::none;
   std::array<PhasePhasor, 3> before{};  ///< fundamental of each phase ahead of the dip, a cycle long
+  std::optional<double> frequency;      ///< ahead of the dip, hertz, where it is so far off that it matters
   // What follows is there when nothing stood in the way.
-  std::optional<double> frequency;  ///< ahead of the dip, hertz, where it had to be taken out of jumps and categories
   std::optional<std::array<double, 3>> point_on_wave;  ///< of each phase's sine at the start of the dip, degrees
   std::array<double, 3>
       voltage_change{};  ///< steepest change of each phase's RMS over the first transition, volts per second

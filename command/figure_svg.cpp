@@ -284,7 +284,14 @@ class Figure {
   void add_list() {
     double y = list_top;
     const auto line = [&](const std::string& number, const std::string& text) {
-      add("<text x=\"2\" y=\"{:.2f}\"><tspan font-weight=\"bold\">{}</tspan>{}</text>\n", y, number, escaped(text));
+      // Which font there is is for the viewer to choose: so small that the width does for one of wide letters.
+      constexpr double room = 80;
+      constexpr double letter = 0.58;  // of the size
+      const auto bytes = number + text;
+      const auto letters = std::count_if(bytes.begin(), bytes.end(), [](char c) { return (c & 0xC0) != 0x80; });
+      const double size = std::min(2.5, room / (letter * static_cast<double>(letters)));
+      add("<text x=\"2\" y=\"{:.2f}\" font-size=\"{:.2f}\"><tspan font-weight=\"bold\">{}</tspan>{}</text>\n", y, size,
+          number, escaped(text));
       y += line_height;
     };
     if (dip_ != nullptr) list_dip(line);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -133,13 +134,14 @@ bool starts_disturbed(const dq_dipx_rms& record) {
 }
 
 /// Results of all dips to zero. They are nine megabytes, of which most runs write little or nothing: reading costs less
-/// than writing, and what was never written takes no memory.
+/// than writing, and a page of memory that was never written takes none.
 void clear_results() {
   constexpr std::size_t page = 4096;
   static constexpr char zeros[page] = {};
   auto* bytes = reinterpret_cast<char*>(new_dipx_buf);
-  for (std::size_t at = 0; at < sizeof new_dipx_buf; at += page) {
-    const std::size_t length = std::min(page, sizeof new_dipx_buf - at);
+  std::size_t length = page - reinterpret_cast<std::uintptr_t>(bytes) % page;  // up to where the next page begins
+  for (std::size_t at = 0; at < sizeof new_dipx_buf; at += length, length = page) {
+    length = std::min(length, sizeof new_dipx_buf - at);
     if (std::memcmp(bytes + at, zeros, length) != 0) std::memset(bytes + at, 0, length);
   }
 }

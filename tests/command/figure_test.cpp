@@ -176,6 +176,13 @@ TEST_F(Figure, ListsTheDipAndItsSegments) {
   EXPECT_NE(svg.find(">2</tspan>\u2003single-phase dip, B: 16"), std::string::npos);
 }
 
+TEST_F(Figure, WritesLongLinesSmallerSoThatAWideFontFits) {
+  const auto svg = figure(one_dip(), {"--nominal", "200"});
+  EXPECT_NE(svg.find("font-size=\"2.50\"><tspan font-weight=\"bold\">Dip<"), std::string::npos);
+  // "1 single-phase dip, B: 92.00 V (40.0 %, 46.0 % of declared)" has 59 letters: 80 mm by 59 times 0.58.
+  EXPECT_NE(svg.find("font-size=\"2.34\"><tspan font-weight=\"bold\">1<"), std::string::npos);
+}
+
 TEST_F(Figure, DrawsAnEnvelopeWhereCyclesLieTooClose) {
   synth::DipDescription dip = one_dip();
   dip.durations = {12};

@@ -106,6 +106,18 @@ INSTANTIATE_TEST_SUITE_P(
         OffFrequency{"AtNominal", {"--phases", "C", "--depth", "60", "--duration", "3"}, "", {{{0, 0, 0}, 1}}}),
     [](const auto& dip) { return dip.param.name; });
 
+TEST(FarOffFrequency, IsNamedWhereItHasADipRefusedAndHelps) {
+  const Words half_a_hertz_off = {"--deviation", "0.5", "--phases", "A", "--depth", "50"};
+  const auto refused = piped_analysis(half_a_hertz_off);
+  ASSERT_EQ(refused["dips"][0]["not_analysed"]["code"], "unstable");
+  EXPECT_EQ(note_with(refused, "the line runs at"),
+            "Dip 1: the line runs at 50.500 Hz, which may be why the dip is not analysed: --frequency 50.500 has the "
+            "record analysed at that.");
+  const auto analysed = piped_analysis(half_a_hertz_off, {"--frequency", "50.500"});
+  EXPECT_EQ(analysed["dips"][0]["segments"][0]["category"]["code"], 3);
+  EXPECT_EQ(note_with(analysed, "the line runs at"), "");
+}
+
 constexpr int samples_per_cycle = 64;
 
 /// 80 cycles of three phases whose angle at each sample is the nominal one and `degrees` of the time in cycles.

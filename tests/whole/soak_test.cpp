@@ -200,6 +200,8 @@ void soak(unsigned analyses) {
   ASSERT_TRUE(in_own_process([&] {
     // The test's own memory is there from the start, what measuring takes included.
     for (unsigned i = 0; i < analyses; i++) all[i] = {};
+    // So are the results: a page of them takes memory once a dip was ever written there.
+    std::memset(new_dipx_buf, 1, sizeof new_dipx_buf);
     used[0] = used[1] = {resident_kilobytes(), open_descriptors()};
     for (unsigned i = 0; i < analyses; i++) {
       all[i] = analyse(*record, i);
@@ -207,7 +209,9 @@ void soak(unsigned analyses) {
     }
     used[1] = {resident_kilobytes(), open_descriptors()};
   }));
+#ifndef __SANITIZE_ADDRESS__  // which holds on to what is freed; leaks are told there by other means
   EXPECT_LE(used[1].kilobytes, used[0].kilobytes + 128);
+#endif
   EXPECT_EQ(used[1].descriptors, used[0].descriptors);
 
   const Shared<Result> fresh(analyses);
