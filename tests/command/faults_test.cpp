@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -43,7 +44,7 @@ class Faults : public testing::Test {
 // --- full disks ------------------------------------------------------------------------------------------------------
 
 TEST_F(Faults, AFullFolderGetsNoFileAndTheCommandSaysSo) {
-  for (const int room : {0, 4096, 40960}) {  // none, less than any of them, less than a table
+  for (const std::size_t room : {0U, 4096U, 40960U}) {  // none, less than any of them, less than a table
     const FullFolder full(folder.path() / "full", room);
     if (!full.is_there()) GTEST_SKIP() << "no file system of its own for this process";
     for (const char* file : {"full/dip.csv", "full/dip.cff"}) {
@@ -77,10 +78,10 @@ TEST_F(Faults, AReportThatIsCutShortInTheTemporaryFolderIsNone) {
                 .status,
             0);
   ASSERT_EQ(dipx({"analyse", "steps.csv", "--report", "whole.txt"}).status, 0);
-  for (const int room : {0, 4096}) {
+  for (const std::size_t room : {0U, 4096U}) {
     const FullFolder full(folder.path() / "full", room);
     if (!full.is_there()) GTEST_SKIP() << "no file system of its own for this process";
-    const bool fits = bytes_of("whole.txt").size() <= static_cast<std::size_t>(room);
+    const bool fits = bytes_of("whole.txt").size() <= room;
     setenv("TMPDIR", (folder.path() / "full").c_str(), 1);
     const auto result = dipx({"analyse", "steps.csv", "--report", "report.txt"});
     unsetenv("TMPDIR");

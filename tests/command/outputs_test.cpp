@@ -79,7 +79,7 @@ TEST_F(Outputs, CsvHasARowPerSegmentWithTheFiguresOfTheJson) {
     EXPECT_EQ(std::stod(field("duration_s")), dip["duration_s"]);
     EXPECT_EQ(std::stod(field("residual_percent")), dip["residual_voltage"]["percent"]);
     EXPECT_EQ(std::stod(field("depth_percent")), dip["depth_percent"]);
-    EXPECT_EQ(field("en50160_cell"), dip["en50160_cell"]);
+    EXPECT_EQ(field("en50160_cell"), dip["en50160_cell"].get<std::string>());
     EXPECT_EQ(field("segment"), std::to_string(s + 1));
     EXPECT_EQ(std::stod(field("segment_start_s")), segment["start"]["time_s"]);
     EXPECT_EQ(std::stod(field("segment_end_s")), segment["end"]["time_s"]);

@@ -6,7 +6,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -18,8 +18,8 @@ namespace tests {
 class FullFolder {
  public:
   /// Makes `path`, in which files take up to `free_bytes` more, in whole pages.
-  FullFolder(std::filesystem::path path, int free_bytes) : path_(std::move(path)) {
-    constexpr int size = 1 << 20;
+  FullFolder(std::filesystem::path path, std::size_t free_bytes) : path_(std::move(path)) {
+    constexpr std::size_t size = 1 << 20;
     std::filesystem::create_directory(path_);
     if (!enter_own_name_space()) return;
     const std::string options = "size=" + std::to_string(size);
