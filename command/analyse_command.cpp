@@ -50,6 +50,7 @@ void run(Arguments arguments) {
   Progress progress(!arguments.options.trace);
   progress.stage("reading " + (arguments.record == "-" ? "standard input" : arguments.record));
   const auto record = readers::open_record(arguments.record, arguments.open);
+  check_files(record, arguments.outputs);
   arguments.options.report_stage = [&](const std::string& what, double done) { progress.stage(what, done); };
   const auto analysis = analyse(record, arguments.options);
   show(record, analysis, arguments.outputs, progress);
@@ -76,7 +77,7 @@ void add_analyse(CLI::App& app, const std::string& statuses) {
       ->excludes("--channels")
       ->type_name("N");
   analyse->add_flag("--line-to-line", arguments->options.choice.line_to_line,
-                    "Analyse voltages between phases as they are");
+                    "Analyse voltages between phases as they are; with --channels, these are such");
   analyse
       ->add_option("--part", arguments->options.choice.part,
                    "Number of the record's part, where it falls into several by sampling rate or gaps")

@@ -29,7 +29,9 @@ readers::VoltageSet chosen_set(const readers::Record& record, const VoltageChoic
                                std::vector<std::string>& notes) {
   if (!choice.channels.empty()) {
     try {
-      return readers::named_voltage_set(record, choice.channels);
+      auto set = readers::named_voltage_set(record, choice.channels);
+      if (choice.line_to_line) set.between_phases = true;
+      return set;
     } catch (const readers::ReadError& error) {
       throw UnknownChoice(error.what());
     }

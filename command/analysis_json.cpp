@@ -5,6 +5,7 @@
 
 #include "command/dip_category_name.h"
 #include "command/event_terms.h"
+#include "command/record_json.h"
 
 namespace command {
 
@@ -47,9 +48,10 @@ Json single_figures(const char* name, const std::array<double, 3>& values) {
 
 Json voltages(const readers::Record& record, const Analysis& analysis) {
   return per_phase([&](std::size_t phase) {
-    const std::size_t channel = analysis.voltages.channels[phase];
-    Json json = {
-        {"channel", channel + 1}, {"name", record.channels[channel].name}, {"unit", record.channels[channel].unit}};
+    const std::size_t number = analysis.voltages.channels[phase];
+    const auto& channel = record.channels[number];
+    Json json = {{"channel", number + 1}, {"name", channel.name}, {"unit", channel.unit}};
+    add_side(json, channel);
     if (analysis.voltages.unit_assumed[phase]) json["unit_assumed"] = "V";
     return json;
   });
@@ -139,22 +141,18 @@ std::string json_of(const readers::Record& record, const Analysis& analysis) {
   Json dips = Json::array();
   for (std::size_t i = 0; i < analysis.dips.size(); i++) dips.push_back(dip_of(i + 1, analysis.dips[i], analysis));
 
+  Json about = origin_of(record);
+  about["trigger_time"] = record.trigger_time;
+  about["time_zone"] = record.time_zone;
+  about["samples"] = record.length();
+  about["sampling_rate_hz"] = analysis.voltages.sampling_rate;
+  about["line_frequency_hz"] = analysis.voltages.line_frequency;
+  about["samples_per_cycle"] = analysis.voltages.samples_per_cycle;
+  about["part"] = part_of(analysis.voltages);
   const Json document = {{"format", "dipx analysis"},
                          {"format_version", format_version},
                          {"dipx_version", DIPX_VERSION},
-                         {"record",
-                          {{"file", record.file},
-                           {"format", record.format},
-                           {"station", record.station},
-                           {"device", record.device},
-                           {"start_time", record.start_time},
-                           {"trigger_time", record.trigger_time},
-                           {"time_zone", record.time_zone},
-                           {"samples", record.length()},
-                           {"sampling_rate_hz", analysis.voltages.sampling_rate},
-                           {"line_frequency_hz", analysis.voltages.line_frequency},
-                           {"samples_per_cycle", analysis.voltages.samples_per_cycle},
-                           {"part", part_of(analysis.voltages)}}},
+                         {"record", std::move(about)},
                          {"voltages", voltages(record, analysis)},
                          {"line_to_line", analysis.voltages.between_phases},
                          {"analysis_level_factor", analysis.level_factor},

@@ -82,10 +82,8 @@ class DipText {
     });
   }
 
-  void angles(const char* heading, const std::array<double, 3>& degrees, bool sign) {
-    line(heading, [&](std::size_t phase) {
-      return right(sign ? fmt::format("{:+.1f}°", degrees[phase]) : fmt::format("{:.1f}°", degrees[phase]));
-    });
+  void angles(const char* heading, const std::array<double, 3>& degrees, std::string (*words)(double)) {
+    line(heading, [&](std::size_t phase) { return right(words(degrees[phase])); });
   }
 
   void note(const char* what, const std::string& text) { text_ += "  " + colours_.note(what + text) + '\n'; }
@@ -97,9 +95,8 @@ class DipText {
       fmt::format_to(out(), "{:.4f} s, {}, {:.2f} cycles\n", seconds(*dip.end), duration_text(*terms.seconds),
                      static_cast<double>(*dip.end - dip.start) / analysis_.voltages.samples_per_cycle);
     } else {
-      const auto rest = static_cast<double>(analysis_.voltages.length - dip.start) / analysis_.voltages.sampling_rate;
       fmt::format_to(out(), "the end of the {}, {} and on\n", analysis_.voltages.parts > 1 ? "record's part" : "record",
-                     duration_text(rest));
+                     duration_text(terms.least_seconds));
     }
     fmt::format_to(out(), "  {}, residual voltage {} ({:.1f} %) in {}, depth {:.1f} %\n", kind_of(terms),
                    volts_text(terms.residual), terms.residual_percent, name(terms.worst_phase), terms.depth_percent);
@@ -107,7 +104,7 @@ class DipText {
 
   void add_figures(const Dip& dip) {
     if (dip.point_on_wave) {
-      angles("  point on wave", *dip.point_on_wave, false);
+      angles("  point on wave", *dip.point_on_wave, angle_text);
     } else {
       text_ += "  point on wave       none: no phase stood at 95 % of nominal before the fall\n";
     }
@@ -122,7 +119,7 @@ class DipText {
     fmt::format_to(out(), "  {}  {:.4f} s to {:.4f} s: {}\n", colours_.heading(fmt::format("segment {}", number)),
                    seconds(segment.samples.begin), seconds(segment.samples.end), segment_name(segment));
     levels("    residual voltage", segment.residual);
-    angles("    phase jump", segment.phase_jump, true);
+    angles("    phase jump", segment.phase_jump, turn_text);
     const std::string letters = phase_letters(segment.low_mask);
     fmt::format_to(out(), "    {} below the threshold{}, unbalance {:.1f} %\n",
                    plural(static_cast<std::size_t>(segment.low_count), "phase"),
@@ -170,10 +167,7 @@ std::string text_of(const readers::Record& record, const Analysis& analysis, con
   }
   const auto& first = record.channels[voltages.channels[0]];
   if (voltages.unit_assumed[0]) text += " (unit taken for V)";
-  if (first.side != 0 && first.primary != first.secondary) {
-    fmt::format_to(out, " ({} values, transformer {:g}:{:g})", first.side == 'P' ? "primary" : "secondary",
-                   first.primary, first.secondary);
-  }
+  if (is_of_transformer(first)) fmt::format_to(out, " ({})", side_text(first));
   fmt::format_to(out, "\n  pre-event voltage {}, dip threshold {}\n", volts_text(analysis.pre_event_voltage),
                  volts_text(analysis.threshold));
   if (analysis.declared) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <iterator>
 #include <limits>
 
@@ -26,7 +27,9 @@ EventTerms terms_of(const Dip& dip, const Analysis& analysis) {
   };
   terms.judged_percent = judged(*lowest);
   terms.interruption = judged(dip.lowest_of_highest) < interruption_percent;
-  if (dip.end) terms.seconds = static_cast<double>(*dip.end - dip.start) / analysis.voltages.sampling_rate;
+  const std::size_t end = dip.end.value_or(analysis.voltages.length);
+  terms.least_seconds = static_cast<double>(end - dip.start) / analysis.voltages.sampling_rate;
+  if (dip.end) terms.seconds = terms.least_seconds;
   return terms;
 }
 
@@ -48,11 +51,15 @@ const std::vector<ToleranceCurve>& tolerance_curves() {
 }
 
 Ride ride_through(const ToleranceCurve& curve, const EventTerms& terms) {
-  if (!terms.seconds || *terms.seconds < curve.from_seconds) return Ride::not_judged;
-  for (const auto& step : curve.steps) {
-    if (*terms.seconds <= step.seconds) return terms.judged_percent >= step.percent ? Ride::through : Ride::below;
-  }
-  return Ride::not_judged;
+  if (terms.least_seconds < curve.from_seconds) return Ride::not_judged;
+  const bool judged_however_long = std::isinf(curve.steps.back().seconds);
+  if (!terms.seconds && !judged_however_long) return Ride::not_judged;
+  const auto at = std::find_if(curve.steps.begin(), curve.steps.end(),
+                               [&](const ToleranceStep& step) { return terms.least_seconds <= step.seconds; });
+  if (at == curve.steps.end()) return Ride::not_judged;
+  // The curves rise: what is below one stays so however much longer it lasts, what is above it may not.
+  if (terms.judged_percent < at->percent) return Ride::below;
+  return terms.seconds || at + 1 == curve.steps.end() ? Ride::through : Ride::not_judged;
 }
 
 const char* ride_name(Ride ride) {

@@ -20,6 +20,7 @@ struct EventTerms {
   double judged_percent = 0;      ///< residual voltage of the declared voltage, or of what stands for it
   bool interruption = false;      ///< all three phases stood below 5 % of that voltage at once
   std::optional<double> seconds;  ///< duration; none when the voltage does not recover
+  double least_seconds = 0;       ///< duration as far as it was recorded
 };
 EventTerms terms_of(const Dip& dip, const Analysis& analysis);
 

@@ -13,6 +13,7 @@
 #include "command/dip_category_name.h"
 #include "command/event_terms.h"
 #include "command/phasor_sketch.h"
+#include "readers/text.h"
 #include "synth/dip_description.h"
 
 namespace command {
@@ -143,6 +144,12 @@ const char* reason_explained(Obstacle obstacle) {
   return "";
 }
 
+/// Of EN 50160's table: "d2".
+bool is_cell(const std::string& code) {
+  return code.size() == 2 && std::string_view("abcdx").find(code[0]) != std::string_view::npos && code[1] >= '1' &&
+         code[1] <= '5';
+}
+
 struct Term {
   const char* code;
   const char* name;
@@ -154,8 +161,28 @@ const std::vector<Term>& terms() {
       {"dip", "voltage dip (sag)",
        "The voltage of at least one phase falls below 90 % of the pre-event voltage for a while: from the sample at "
        "which the lowest phase's one-cycle RMS passes that threshold to the one at which it is back. Dips less than "
-       "ten cycles apart count as one. Its residual voltage is the lowest RMS of the lowest phase, its depth what is "
-       "missing from it to 100 %."},
+       "ten cycles apart count as one; a note tells how many IEC 61000-4-30 would count."},
+      {"residual_voltage", "residual voltage",
+       "Of a dip: the lowest one-cycle RMS of its lowest phase, as IEC 61000-4-30 has it. Of a segment: per phase, the "
+       "lowest magnitude of the dq transform in that stretch. It follows a change within a quarter of a cycle, where "
+       "the RMS takes a whole one, so that it is right in short segments too. Harmonics do not count in it, and it "
+       "differs from the RMS by some per cent, where a dip is deep and short by more."},
+      {"depth", "depth", "100 % less a dip's residual voltage in per cent of the pre-event voltage."},
+      {"duration", "duration",
+       "From the sample at which the lowest phase's one-cycle RMS passes the dip threshold to the one at which it is "
+       "back."},
+      {"segment", "segment",
+       "A stretch of a dip in which the voltage stays about the same: from the end of one transition to the start of "
+       "the next. Transitions are found in the voltage's 50 Hz part, not in the one-cycle RMS that start and end of "
+       "the dip are taken from, so that a segment may begin up to a cycle ahead of the dip."},
+      {"unbalance", "voltage unbalance",
+       "The largest ratio of negative to positive sequence in a segment. Where all "
+       "voltages are next to zero it is one of noise to noise."},
+      {"phase_jump", "phase jump",
+       "The angle of a phase where it is lowest in the segment, against its angle before the dip. Where the voltage is "
+       "next to zero it is one of noise."},
+      {"point_on_wave", "point on wave",
+       "The angle of each phase's sine at the start of the dip: 0 at the rising zero crossing, 90 at the crest."},
       {"interruption", "voltage interruption",
        "A dip in which all three phases stood below 5 % at once, as EN 50160 has it. Per cent here are of the declared "
        "voltage where --nominal gives it, otherwise of the pre-event voltage."},
@@ -183,7 +210,10 @@ const std::vector<Term>& terms() {
 
 }  // namespace
 
-std::optional<std::string> explanation_of(const std::string& code) {
+std::optional<std::string> explanation_of(const std::string& asked) {
+  std::string code = readers::lower_case(asked);
+  std::replace_if(
+      code.begin(), code.end(), [](char c) { return c == '-' || c == ' '; }, '_');
   for (int category = 0; category <= not_classified; category++) {
     if (code == std::to_string(category)) return category_explained(category);
   }
@@ -192,6 +222,7 @@ std::optional<std::string> explanation_of(const std::string& code) {
     if (code == name)
       return fmt::format("{}   not analysed: {}\n\n{}", name, sentence, paragraph(reason_explained(obstacle)));
   }
+  if (is_cell(code)) code = "en50160";
   for (const auto& term : terms()) {
     if (code == term.code) return fmt::format("{}   {}\n\n{}", term.code, term.name, paragraph(term.text));
   }

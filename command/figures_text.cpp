@@ -29,4 +29,26 @@ std::string duration_text(double seconds) {
   return seconds < 1 ? fmt::format("{:.1f} ms", seconds * 1e3) : fmt::format("{:.3f} s", seconds);
 }
 
+std::string angle_text(double degrees) {
+  const std::string digits = fmt::format("{:.1f}", degrees);
+  return (digits == "360.0" ? "0.0" : digits) + "°";
+}
+
+std::string turn_text(double degrees) {
+  const std::string digits = fmt::format("{:+.1f}", degrees);
+  return (digits.substr(1) == "0.0" ? "0.0" : digits) + "°";
+}
+
+bool is_of_transformer(const readers::Channel& channel) {
+  return channel.side != 0 && channel.primary != channel.secondary;
+}
+
+std::string side_text(const readers::Channel& channel) {
+  return fmt::format("{}transformer {:g}:{:g}",
+                     channel.side == 'P'   ? "primary values, "
+                     : channel.side == 'S' ? "secondary values, "
+                                           : "",
+                     channel.primary, channel.secondary);
+}
+
 }  // namespace command

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "readers/record.h"
+
 namespace command {
 
 /// Four significant digits with the prefix that suits them: "63.36 kV".
@@ -10,5 +12,17 @@ std::string volts_text(double volts);
 
 /// "280.2 ms" below a second, "8.130 s" from there on.
 std::string duration_text(double seconds);
+
+/// An angle in [0, 360): "96.3°".
+std::string angle_text(double degrees);
+
+/// What an angle turns by: "+4.3°", "-19.4°", "0.0°".
+std::string turn_text(double degrees);
+
+/// Whether a channel's values are those of one side of a transformer.
+bool is_of_transformer(const readers::Channel& channel);
+
+/// "secondary values, transformer 500000:100".
+std::string side_text(const readers::Channel& channel);
 
 }  // namespace command

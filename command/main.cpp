@@ -36,6 +36,8 @@ int main(int argc, char** argv) {
     return complain(error.what(), usage);
   } catch (const command::UnknownDip& error) {
     return complain(error.what(), usage);
+  } catch (const command::OutputClash& error) {
+    return complain(error.what(), usage);
   } catch (const synth::DescriptionError& error) {
     return complain(error.what(), usage);
   } catch (const readers::ReadError& error) {

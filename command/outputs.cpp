@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <iterator>
+#include <utility>
 #include <vector>
 
 #include "command/analysis_csv.h"
@@ -46,6 +48,23 @@ void add_output_options(CLI::App& app, Outputs& outputs) {
       ->check(CLI::PositiveNumber.description(""))
       ->type_name("N")
       ->needs(svg);
+}
+
+void check_files(const readers::Record& record, const Outputs& outputs) {
+  const std::pair<const char*, const std::string&> written[] = {
+      {"--report", outputs.report}, {"--svg", outputs.svg}, {"--html", outputs.html}};
+  for (auto one = std::begin(written); one != std::end(written); ++one) {
+    const auto& [option, file] = *one;
+    if (file.empty()) continue;
+    for (const auto& source : record.sources) {
+      if (!is_same_file(file, source)) continue;
+      throw OutputClash(fmt::format("{}: {} is the record itself; name another file", option, file));
+    }
+    for (auto other = std::begin(written); other != one; ++other) {
+      if (other->second.empty() || !is_same_file(file, other->second)) continue;
+      throw OutputClash(fmt::format("{} and {} name the same file, {}", other->first, option, file));
+    }
+  }
 }
 
 void show(const readers::Record& record, const Analysis& analysis, const Outputs& outputs, Progress& progress) {

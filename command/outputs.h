@@ -26,6 +26,14 @@ class UnknownDip : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// A file to be written is one of the record's own, or another that is to be written.
+class OutputClash : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// Throws OutputClash.
+void check_files(const readers::Record& record, const Outputs& outputs);
+
 void add_output_options(CLI::App& app, Outputs& outputs);
 
 /// Writes the files that were asked for, all or none, then standard output. Throws UnknownDip.

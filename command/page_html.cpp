@@ -15,8 +15,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Beyond this many values per phase, curves are thinned; 60 s at the highest rate keep every sample of the waveform.
-constexpr std::size_t most_wave_values = 400000;
+/// Beyond this many values per phase, curves are thinned; 60 s of 60 Hz at 128 per cycle keep every sample.
+constexpr std::size_t most_wave_values = 460800;
 /// RMS curves are smooth over many samples.
 constexpr std::size_t most_rms_values = 100000;
 

@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "command/analysed_voltages.h"
+#include "command/figures_text.h"
+#include "command/record_json.h"
 #include "readers/parts.h"
 #include "readers/voltage_set.h"
 
@@ -122,11 +124,7 @@ class Summary {
       fmt::format_to(out(), "  {:<3} {} [{}]", i + 1, channel.name, channel.unit);
       if (!channel.phase.empty()) fmt::format_to(out(), ", phase {}", channel.phase);
       if (channel.side != 0 || channel.primary != 1 || channel.secondary != 1) {
-        fmt::format_to(out(), ", {}transformer {:g}:{:g}",
-                       channel.side == 'P'   ? "primary values, "
-                       : channel.side == 'S' ? "secondary values, "
-                                             : "",
-                       channel.primary, channel.secondary);
+        text_ += ", " + side_text(channel);
       }
       const auto range = range_of(channel);
       text_ += range ? fmt::format(", {:.4g} to {:.4g}\n", range->first, range->second) : ", no values\n";
@@ -180,17 +178,11 @@ Json channels_json(const readers::Record& record) {
   Json list = Json::array();
   for (const auto& channel : record.channels) {
     const auto range = range_of(channel);
-    list.push_back({{"number", list.size() + 1},
-                    {"name", channel.name},
-                    {"unit", channel.unit},
-                    {"phase", channel.phase},
-                    {"side", channel.side == 'P'   ? Json("primary")
-                             : channel.side == 'S' ? Json("secondary")
-                                                   : Json()},
-                    {"transformer_primary", channel.primary},
-                    {"transformer_secondary", channel.secondary},
-                    {"lowest", range ? Json(range->first) : Json()},
-                    {"highest", range ? Json(range->second) : Json()}});
+    Json json = {{"number", list.size() + 1}, {"name", channel.name}, {"unit", channel.unit}, {"phase", channel.phase}};
+    add_side(json, channel);
+    json["lowest"] = range ? Json(range->first) : Json();
+    json["highest"] = range ? Json(range->second) : Json();
+    list.push_back(std::move(json));
   }
   return list;
 }
@@ -203,19 +195,15 @@ std::string info_text(const readers::Record& record) {
 
 std::string info_json(const readers::Record& record) {
   const Contents contents(record);
+  Json about = origin_of(record);
+  about["time_zone"] = record.time_zone;
+  about["trigger_s"] = record.trigger ? Json(*record.trigger) : Json();
+  about["samples"] = record.length();
+  about["line_frequency_hz"] = positive_or_null(record.line_frequency);
   const Json json = {{"format", "dipx info"},
                      {"format_version", format_version},
                      {"dipx_version", DIPX_VERSION},
-                     {"record",
-                      {{"file", record.file},
-                       {"format", record.format},
-                       {"station", record.station},
-                       {"device", record.device},
-                       {"start_time", record.start_time},
-                       {"time_zone", record.time_zone},
-                       {"trigger_s", record.trigger ? Json(*record.trigger) : Json()},
-                       {"samples", record.length()},
-                       {"line_frequency_hz", positive_or_null(record.line_frequency)}}},
+                     {"record", std::move(about)},
                      {"parts", parts_json(record, contents.parts)},
                      {"voltage_sets", sets_json(record, contents.sets)},
                      {"line_to_line_sets", sets_json(record, contents.line_to_line)},

@@ -88,6 +88,13 @@ std::filesystem::path behind_links(const std::filesystem::path& file) {
 
 }  // namespace
 
+bool is_same_file(const std::filesystem::path& one, const std::filesystem::path& other) {
+  std::error_code ignored;
+  if (is_written_in_place(one)) return false;
+  return std::filesystem::equivalent(one, other, ignored) ||
+         std::filesystem::weakly_canonical(one, ignored) == std::filesystem::weakly_canonical(other, ignored);
+}
+
 void write_whole(const std::filesystem::path& file, const std::string& bytes) {
   write_whole({{file, bytes}});
 }

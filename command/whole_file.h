@@ -11,6 +11,9 @@ namespace command {
 /// whose text names the file; then nothing has changed.
 void write_whole(const std::filesystem::path& file, const std::string& bytes);
 
+/// Whether both names are of one file, be it there or not yet. Devices and pipes are nobody's own.
+bool is_same_file(const std::filesystem::path& one, const std::filesystem::path& other);
+
 /// A file to be written.
 struct NamedBytes {
   std::filesystem::path file;

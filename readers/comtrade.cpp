@@ -208,6 +208,7 @@ Record read_comtrade(const std::string& path, const OpenOptions& options) {
   Record record = described(inert(path), config);
   const std::string data_path = data_named ? path : partner_of(path, ".dat");
   FileStream stream(data_path);
+  record.sources = {config_path, data_path};
   ComtradeData data = read_comtrade_data(inert(data_path), stream, config, wanted_channels(record, options));
   return assemble(std::move(record), config, std::move(data), options);
 }

@@ -83,6 +83,7 @@ Record read_by_kind(const std::string& path, const OpenOptions& options) {
 
 Record open_record(const std::string& path, const OpenOptions& options) {
   Record record = read_by_kind(path, options);
+  if (record.sources.empty()) record.sources = {path == "-" ? "/dev/stdin" : path};
   note_missing_values(record);
   return record;
 }

@@ -31,8 +31,9 @@ struct RateSection {
 };
 
 struct Record {
-  std::string file;    ///< the name it was opened by; "standard input" for "-"
-  std::string format;  ///< for people: "COMTRADE 1999 BINARY", "CSV"
+  std::string file;                  ///< the name it was opened by; "standard input" for "-"
+  std::vector<std::string> sources;  ///< the files that it was read from
+  std::string format;                ///< for people: "COMTRADE 1999 BINARY", "CSV"
   std::string station;
   std::string device;
   std::string start_time;          ///< as in the file, empty when there is none

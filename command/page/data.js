@@ -11,6 +11,11 @@ const cycle = found.record.samples_per_cycle;
 const recordStart = samples.start_s;
 const recordEnd = recordStart + (samples.count - 1) / rate;
 
+/// How long a dip lasted, as far as it was recorded; seconds.
+function lasted(dip) {
+  return dip.duration_s ?? recordStart + samples.count / rate - dip.start.time_s;
+}
+
 /// 16-bit integers, little end first, as base64.
 function integers(text) {
   const bytes = atob(text);

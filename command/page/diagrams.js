@@ -94,8 +94,7 @@ function toleranceDiagram(width) {
     text(curve_.name, [(x(from) + x(until)) / 2, y(percents) + 15], { class: curve_.code, "text-anchor": "middle" });
   }
   for (const dip of found.dips) {
-    const lasted = dip.duration_s ?? recordEnd - dip.start.time_s;
-    const at = [x(lasted), y(judgedBy().share(dip.residual_voltage))];
+    const at = [x(lasted(dip)), y(judgedBy().share(dip.residual_voltage))];
     if (dip.duration_s === null) {
       svg.append(drawn("path", { class: "event", d: `M${at[0] + 8} ${at[1] - 6}l9 6l-9 6Z` }));
     }

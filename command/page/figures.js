@@ -2,15 +2,27 @@
 
 const space = "\u00a0";
 
+/// Like toFixed, which takes a figure right between two away from zero: here it gets the even digit, as in the text.
+function rounded(value, decimals) {
+  const away = value.toFixed(decimals);
+  const longer = value.toFixed(decimals + 1);
+  const between = Number.isInteger(value * 2 ** (decimals + 1)) && longer.endsWith("5");
+  const towards = longer.slice(0, -1).replace(/\.$/, "");
+  return between && "02468".includes(towards.at(-1)) ? towards : away;
+}
+
 function fixed(value, decimals) {
-  const digits = value.toFixed(decimals);
+  const digits = rounded(value, decimals);
   return Number(digits) === 0 ? digits.replace("-", "") : digits.replace("-", "−");
 }
 
 function volts(value) {
   const size = Math.abs(value);
-  const [factor, unit] = size >= 1e6 ? [1e-6, "MV"] : size >= 1e3 ? [1e-3, "kV"] : size >= 1 || size === 0 ? [1, "V"] : [1e3, "mV"];
-  return `${(value * factor).toPrecision(4).replace("-", "−").replace(/\.$/, "")}${space}${unit}`;
+  const [scaled, unit] =
+    size >= 1e6 ? [value / 1e6, "MV"] : size >= 1e3 ? [value / 1e3, "kV"] : size >= 1 || size === 0 ? [value, "V"] : [value * 1e3, "mV"];
+  const digits = scaled.toPrecision(4);
+  const decimals = digits.split(".")[1]?.length ?? 0;
+  return `${(digits.includes("e") ? digits : rounded(scaled, decimals)).replace("-", "−")}${space}${unit}`;
 }
 
 function percent(value) {
@@ -18,11 +30,13 @@ function percent(value) {
 }
 
 function degrees(value) {
-  return `${fixed(value, 1)}°`;
+  const digits = fixed(value, 1);
+  return `${digits === "360.0" ? "0.0" : digits}°`;
 }
 
 function turn(value) {
-  return (value > 0 ? "+" : "") + degrees(value);
+  const digits = fixed(value, 1);
+  return `${value > 0 && digits !== "0.0" ? "+" : ""}${digits}°`;
 }
 
 function time(value) {

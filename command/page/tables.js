@@ -21,6 +21,10 @@ function addHeader() {
   const per = part.resampled ? `resampled to ${cycle}` : String(cycle);
   fact("Sampling", `${+part.recorded_rate_hz.toPrecision(6)} Hz, ${per} per cycle of ${record.line_frequency_hz} Hz`);
   if (found.line_to_line) fact("Voltages", "between phases: A, B, C stand for AB, BC, CA");
+  const [first] = found.voltages;
+  if (first.side !== null && first.transformer_primary !== first.transformer_secondary) {
+    fact("Transformer", `${first.side} values, ${first.transformer_primary}:${first.transformer_secondary}`);
+  }
   const assumed = found.voltages.filter(({ unit_assumed }) => unit_assumed !== undefined);
   if (assumed.length > 0) fact("Unit", `taken for V: ${assumed.map(({ name }) => name).join(", ")}`);
   fact("Pre-event voltage", volts(found.pre_event_voltage_v));
@@ -87,6 +91,8 @@ function dipTable(dip) {
   if (dip.duration_s !== null) {
     whole("duration", `${at}.duration_s`, duration(dip.duration_s));
     whole("duration in cycles", `${at}.duration_cycles`, fixed(dip.duration_cycles, 2));
+  } else {
+    row("duration", [element("td", { colspan: 3, class: "whole" }, `${duration(lasted(dip))} and on`)]);
   }
   row("residual voltage", [
     element("td", { colspan: 3, class: "whole" }, ...levelWords(`${at}.residual_voltage`, dip.residual_voltage),
@@ -127,7 +133,7 @@ function addDips() {
     const section = element("section", { class: "dip", id: `dip-${dip.number}` },
       element("h2", {}, `Dip ${dip.number}: ${dipWords(dip)}`));
     if (!dip.analysed) section.append(element("p", { class: "low" }, `Not analysed further: ${dip.not_analysed.reason}.`));
-    if (dip.gradual_fall_doubtful) {
+    if (dip.analysed && dip.gradual_fall_doubtful) {
       section.append(element("p", { class: "low" }, "Less than five steady cycles lie before it: a gradual fall may be measured wrongly."));
     }
     const values = element("details", {}, element("summary", {}, "All values"), element("div", { class: "wide" }, dipTable(dip)));
