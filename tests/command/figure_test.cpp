@@ -75,8 +75,8 @@ synth::DipDescription one_dip() {
 
 TEST_F(Figure, IsOneColumnWide) {
   EXPECT_TRUE(
-      figure(one_dip()).starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" height=\"78.1mm\" "
-                                    "viewBox=\"0 0 84 78.1\" "));
+      figure(one_dip()).starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" height=\"81.4mm\" "
+                                    "viewBox=\"0 0 84 81.4\" "));
 }
 
 TEST_F(Figure, DrawsEachPhaseTwiceAndTheThresholdOnce) {
