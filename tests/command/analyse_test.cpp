@@ -670,7 +670,13 @@ TEST_F(Analyse, PrintsOneDocumentWithWhatTheRecordSays) {
   EXPECT_EQ(record["trigger_time"], "01/01/2000 00:00:00.250000");
   EXPECT_EQ(record["samples"], 21000);
   EXPECT_EQ(record["sampling_rate_hz"], 6400.0);
-  EXPECT_EQ(found["voltages"][1], (json{{"phase", "B"}, {"channel", 2}, {"name", "v2"}, {"unit", "V"}}));
+  EXPECT_EQ(found["voltages"][1], (json{{"phase", "B"},
+                                          {"channel", 2},
+                                          {"name", "v2"},
+                                          {"unit", "V"},
+                                          {"side", "primary"},
+                                          {"transformer_primary", 1},
+                                          {"transformer_secondary", 1}}));
 }
 
 }  // namespace
