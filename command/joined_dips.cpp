@@ -40,15 +40,17 @@ void note_joined_dips(Analysis& analysis, const Waveform& rms) {
     std::string each;
     for (std::size_t k = 0; k < std::min(joined.size(), most_named); k++) {
       const auto& [samples, lowest] = joined[k];
-      each += fmt::format("{}{:.4f} s, {} at {:.1f} %", each.empty() ? "" : "; ", analysis.voltages.seconds_at(samples.begin),
+      each += fmt::format("{}{:.4f} s, {} at {:.1f} %", each.empty() ? "" : "; ",
+                          analysis.voltages.seconds_at(samples.begin),
                           duration_text(static_cast<double>(samples.length()) / analysis.voltages.sampling_rate),
                           analysis.percent(static_cast<double>(lowest)));
     }
     if (joined.size() > most_named) each += "; and so on";
-    analysis.notes.push_back(fmt::format(
-        "Dip {} joins {} dips that lie less than ten cycles apart; IEC 61000-4-30 counts each: {}. Its duration, kind and "
-        "place on the curves are those of all together.",
-        i + 1, joined.size(), each));
+    analysis.notes.push_back(
+        fmt::format("Dip {} joins {} dips that lie less than ten cycles apart; IEC 61000-4-30 counts each: {}. Its "
+                    "duration, kind and "
+                    "place on the curves are those of all together.",
+                    i + 1, joined.size(), each));
   }
 }
 

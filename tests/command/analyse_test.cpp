@@ -671,12 +671,12 @@ TEST_F(Analyse, PrintsOneDocumentWithWhatTheRecordSays) {
   EXPECT_EQ(record["samples"], 21000);
   EXPECT_EQ(record["sampling_rate_hz"], 6400.0);
   EXPECT_EQ(found["voltages"][1], (json{{"phase", "B"},
-                                          {"channel", 2},
-                                          {"name", "v2"},
-                                          {"unit", "V"},
-                                          {"side", "primary"},
-                                          {"transformer_primary", 1},
-                                          {"transformer_secondary", 1}}));
+                                        {"channel", 2},
+                                        {"name", "v2"},
+                                        {"unit", "V"},
+                                        {"side", "primary"},
+                                        {"transformer_primary", 1},
+                                        {"transformer_secondary", 1}}));
 }
 
 }  // namespace

@@ -171,7 +171,8 @@ TEST_F(Figure, ListsTheDipAndItsSegments) {
   synth::DipDescription dip = one_dip();
   dip.depths = {60, 30};
   const auto svg = figure(dip);
-  EXPECT_NE(svg.find(">Dip</tspan>: residual voltage 92.00 V (40.0 %), 1.00"), std::string::npos) << svg.substr(svg.size() - 600);
+  EXPECT_NE(svg.find(">Dip</tspan>: residual voltage 92.00 V (40.0 %), 1.00"), std::string::npos)
+      << svg.substr(svg.size() - 600);
   EXPECT_NE(svg.find(">1</tspan>\u2003single-phase dip, B: 9"), std::string::npos);
   EXPECT_NE(svg.find(">2</tspan>\u2003single-phase dip, B: 16"), std::string::npos);
 }

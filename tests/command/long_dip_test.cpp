@@ -268,8 +268,7 @@ std::string text_of(const json& dip) {
                     seconds(segment["start"]), seconds(segment["end"]),
                     segment["category"]["name"].get<std::string>().c_str(), segment["category"]["code"].get<int>());
     text += line("    residual voltage", segment["residual_voltage"], level);
-    text += line("    phase jump", segment["phase_jump"],
-                 [](const json& phase) { return turn(phase["degrees"]); });
+    text += line("    phase jump", segment["phase_jump"], [](const json& phase) { return turn(phase["degrees"]); });
     text += printed("    %d phase%s below the threshold (%s), unbalance %.1f %%\n", count, count == 1 ? "" : "s",
                     low["letters"].get<std::string>().c_str(), segment["unbalance_percent"].get<double>());
   }
