@@ -412,6 +412,13 @@ TEST(Matrices, HoldTheirIndicesInOneBlock) {
   }
 }
 
+TEST(Matrices, AndVectorsOfLessThanNothingAreNull) {
+  EXPECT_EQ(dvector(1, -1), nullptr);
+  EXPECT_EQ(dvector(std::numeric_limits<int>::max(), std::numeric_limits<int>::min()), nullptr);
+  EXPECT_EQ(dmatrix(1, 0, 1, 1), nullptr);
+  EXPECT_EQ(dmatrix(1, 1, 1, 0), nullptr);
+}
+
 TEST(Matrices, TakeIndicesAtBothEndsOfInt) {
   constexpr int lowest = std::numeric_limits<int>::min();
   constexpr int highest = std::numeric_limits<int>::max();
