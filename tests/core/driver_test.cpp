@@ -610,7 +610,11 @@ std::size_t resident(const void* begin, std::size_t size) {
 }
 
 TEST_F(Driver, LeavesTheResultsOfNoDipOutOfMemory) {
-  std::memset(new_dipx_buf, 0x55, sizeof new_dipx_buf);
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto first_page = (reinterpret_cast<std::uintptr_t>(new_dipx_buf) + page - 1) / page * page;
+  const auto end = reinterpret_cast<std::uintptr_t>(new_dipx_buf) + sizeof new_dipx_buf;
+  std::memset(new_dipx_buf, 0, sizeof new_dipx_buf);
+  ASSERT_EQ(madvise(reinterpret_cast<void*>(first_page), (end - first_page) / page * page, MADV_DONTNEED), 0);
   auto wave = dip(6, 100);
   run(wave);
   ASSERT_TRUE(reached_features(last_outcome.dips[0].outcome));
