@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <optional>
 #include <utility>
@@ -9,6 +10,7 @@
 #include "readers/comtrade_config.h"
 #include "readers/comtrade_data.h"
 #include "readers/file_access.h"
+#include "readers/lost_rows.h"
 #include "readers/text.h"
 #include "readers/time_stamps.h"
 
@@ -22,19 +24,6 @@ std::string partner_of(const std::string& path, const std::string& extension) {
       inert(wanted), "",
       "there is no such file beside " + inert(path) + ", in capital or small letters, and a record needs both",
       "put the " + extension + " file of the record there");
-}
-
-/// Makes the sections end where the data do.
-std::vector<RateSection> fitted_rates(const std::vector<RateSection>& declared, std::size_t length) {
-  std::vector<RateSection> rates;
-  for (const RateSection& section : declared) {
-    const std::size_t start = rates.empty() ? 0 : rates.back().end;
-    const std::size_t end = std::min(section.end, length);
-    if (end > start) rates.push_back({section.rate, end});
-  }
-  if (rates.empty()) rates.push_back({declared.back().rate, length});
-  rates.back().end = length;
-  return rates;
 }
 
 /// What the configuration alone makes of a record.
@@ -70,19 +59,27 @@ double duration(const std::vector<RateSection>& sections) {
 
 /// The record that a configuration and its data make.
 Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, const OpenOptions& options) {
-  for (std::size_t i = 0; i < record.channels.size(); ++i) record.channels[i].samples = std::move(data.samples[i]);
-  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
-
   const std::size_t declared = config.rates.back().end;
   if (declared != data.rows) {
-    record.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
-                           std::to_string(data.rows) + ".");
+    data.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
+                         std::to_string(data.rows) + ".");
+  }
+  double unit = config.stamp_unit;
+  if (!data.stamps_agree) {
+    unit =
+        unit_of_stamps(fitted_rates(config.rates, data.rows), data.stamps, unit, config.line_frequency, config.trigger);
+  }
+  if (unit != config.stamp_unit) {
+    const auto nanoseconds = [](double seconds) { return number_text(std::round(seconds * 1e9)) + " ns"; };
+    data.notes.push_back("The time stamps are taken to be in units of " + nanoseconds(unit) +
+                         ", as the record does not fit them in units of " + nanoseconds(config.stamp_unit) +
+                         ", which the configuration makes them.");
   }
   TimeTable table;
-  table.sections = fitted_rates(config.rates, data.rows);
-  if (!data.stamps_agree) {
-    table = read_time_stamps(table.sections, data.stamps, config.stamp_unit, options.sampling_rate);
-  }
+  table.sections = repair_rows(config, unit, data);
+  if (!data.stamps_agree) table = read_time_stamps(table.sections, data.stamps, unit, options.sampling_rate);
+  for (std::size_t i = 0; i < record.channels.size(); ++i) record.channels[i].samples = std::move(data.samples[i]);
+  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
   record.rates = std::move(table.sections);
   record.notes.insert(record.notes.end(), table.notes.begin(), table.notes.end());
   if (config.trigger && *config.trigger <= duration(record.rates)) record.trigger = config.trigger;
