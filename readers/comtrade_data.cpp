@@ -372,7 +372,7 @@ struct Word32 {
 struct Float32 {
   static constexpr std::size_t bytes = 4;
   static float stored(const char* at) { return std::bit_cast<float>(little_endian_32(at)); }
-  static bool missing(float value) { return !(std::abs(value) <= std::numeric_limits<float>::max()); }
+  static bool missing(float value) { return !(std::abs(value) < std::numeric_limits<float>::max()); }
 };
 
 constexpr std::size_t kNumberBytes = 4;
