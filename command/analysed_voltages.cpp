@@ -193,11 +193,15 @@ std::vector<double> cycle_levels(const readers::Channel& channel, const readers:
   return levels;
 }
 
+/// Below this a part is taken to hold a dip.
+constexpr double low = 0.9;
+
 /// What of the record may be analysed, and how low the voltage is in it.
 struct PartView {
   bool will_do = false;  ///< for an analysis, by rate and length
   double cycles = 0;
-  double lowest = 1;  ///< the lowest RMS of a cycle in any phase over what that phase usually has
+  bool starts_low = false;  ///< within a dip, so that what was before it is not known
+  double lowest = 1;        ///< the lowest RMS of a cycle in any phase over what that phase usually has
 };
 
 std::vector<PartView> views_of(const readers::Record& record, const AnalysedVoltages& voltages,
@@ -228,13 +232,11 @@ std::vector<PartView> views_of(const readers::Record& record, const AnalysedVolt
     if (!(usual[phase] > noise * *std::max_element(usual.begin(), usual.end()))) continue;
     for (std::size_t i = 0; i < parts.size(); i++) {
       for (const double level : levels[phase][i]) views[i].lowest = std::min(views[i].lowest, level / usual[phase]);
+      if (!levels[phase][i].empty() && levels[phase][i][0] < low * usual[phase]) views[i].starts_low = true;
     }
   }
   return views;
 }
-
-/// Below this a part is taken to hold a dip.
-constexpr double low = 0.9;
 
 /// Which part is analysed, and why.
 struct ChosenPart {
@@ -242,8 +244,8 @@ struct ChosenPart {
   const char* why = "";
 };
 
-/// The part that the user names, or round the trigger, or the longest that will do; but one with a dip comes before all
-/// that have none.
+/// The part that the user names, or round the trigger, or the longest that will do; but one with a dip comes before
+/// those without, and before those that begin within one.
 ChosenPart chosen_part(const readers::Record& record, const std::vector<readers::Part>& parts,
                        const std::vector<PartView>& views, const VoltageChoice& choice) {
   if (parts.empty()) {
@@ -262,12 +264,12 @@ ChosenPart chosen_part(const readers::Record& record, const std::vector<readers:
   for (std::size_t i = parts.size(); i-- > 0;) {
     if (holds_trigger(parts[i], record) && views[i].will_do) best = {i, ", which holds the trigger"};
   }
-  if (views[best.index].lowest < low) return best;
-  const auto lowest = std::min_element(views.begin(), views.end(),
-                                       [](const PartView& a, const PartView& b) { return a.lowest < b.lowest; });
-  if (lowest->lowest < low)
-    return {static_cast<std::size_t>(lowest - views.begin()), ", which holds the lowest voltage"};
-  return best;
+  const auto rank = [](const PartView& view) { return view.lowest < low ? view.starts_low ? 1 : 0 : 2; };
+  const auto lowest = std::min_element(views.begin(), views.end(), [&](const PartView& a, const PartView& b) {
+    return std::pair(rank(a), a.lowest) < std::pair(rank(b), b.lowest);
+  });
+  if (rank(views[best.index]) <= rank(*lowest)) return best;
+  return {static_cast<std::size_t>(lowest - views.begin()), ", which holds a dip"};
 }
 
 void note_part(const AnalysedVoltages& voltages, const std::vector<PartView>& views, const char* why,

@@ -119,7 +119,8 @@ TEST(Parts, OfAnotherRateAreLeftAsideAndPlacesAreThoseOfTheWholeRecord) {
 
 TEST(Parts, RoundTheTriggerComeFirst) {
   auto record = plain_record();
-  record.rates = {{3200, 1440, 0}, {3200, 3200, 10, false}};  // taken apart within the dip
+  for (std::size_t i = 0; i < 64; i++) record.channels[2].samples[i + 200] *= 0.2;
+  record.rates = {{3200, 1000, 0}, {3200, 3200, 10, false}};
   EXPECT_EQ(command::analyse(record, {}).voltages.part_number, 2U) << "the longest";
   record.trigger = 0.1;
   const auto analysis = command::analyse(record, {});
@@ -127,9 +128,17 @@ TEST(Parts, RoundTheTriggerComeFirst) {
   ASSERT_GE(analysis.notes.size(), 2U);
   EXPECT_EQ(analysis.notes[0],
             "The record falls into 2 parts by sampling rate and gaps; this is part 1, which holds the trigger, from "
-            "0.0000 s to 0.4500 s (--part chooses another, dipx info lists them).");
+            "0.0000 s to 0.3125 s (--part chooses another, dipx info lists them).");
   EXPECT_EQ(analysis.notes[1],
             "The voltage falls below 90 % of its usual level elsewhere too: part 2 to 50.0 % (--part analyses it).");
+}
+
+TEST(Parts, ThatBeginWithinADipComeBehindThoseThatHoldItsStart) {
+  auto record = plain_record();
+  record.rates = {{3200, 1440, 0}, {3200, 3200, 10, false}};  // taken apart within the dip
+  const auto analysis = command::analyse(record, {});
+  EXPECT_EQ(analysis.voltages.part_number, 1U) << "though the other is longer";
+  EXPECT_EQ(analysis.notes.size(), 2U);
 }
 
 TEST(Parts, MayBeChosen) {
@@ -157,8 +166,8 @@ TEST(Parts, WithADipComeBeforeThoseRoundTheTriggerAndTheLongest) {
     EXPECT_EQ(analysis.voltages.part_number, 2U);
     EXPECT_EQ(analysis.dips.size(), 1U);
     EXPECT_EQ(analysis.notes,
-              Strings{"The record falls into 3 parts by sampling rate and gaps; this is part 2, which holds the lowest "
-                      "voltage, from 10.0000 s to 10.2812 s (--part chooses another, dipx info lists them)."});
+              Strings{"The record falls into 3 parts by sampling rate and gaps; this is part 2, which holds a dip, "
+                      "from 10.0000 s to 10.2812 s (--part chooses another, dipx info lists them)."});
   }
 }
 
