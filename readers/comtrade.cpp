@@ -117,9 +117,10 @@ Announcement announced_by(std::string_view line) {
 struct Sections {
   std::string_view config;
   std::string_view data;
+  std::optional<std::size_t> stated_bytes;  ///< of the data
 };
 
-/// The data section is the last one: whatever follows its announcement belongs to it, unless it says its length.
+/// The data section is the last one: whatever follows its announcement is in `data`, though it may state a length.
 Sections split_sections(const std::string& file, std::string_view content) {
   Sections sections;
   std::string_view rest = content;
@@ -135,7 +136,8 @@ Sections split_sections(const std::string& file, std::string_view content) {
     kind = announced.kind;
     section_begin = rest.data();
     if (kind == "dat") {
-      sections.data = rest.substr(0, announced.bytes.value_or(rest.npos));
+      sections.data = rest;
+      sections.stated_bytes = announced.bytes;
       return sections;
     }
   }
@@ -185,9 +187,25 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
   const Sections sections = split_sections(file, content);
   const ComtradeConfig config = parse_comtrade_config(file + ", CFG section", sections.config, options.charset);
   Record record = described(file, config);
-  std::string_view data = sections.data;
+  std::string_view data = sections.data.substr(0, sections.stated_bytes.value_or(sections.data.npos));
   std::optional<std::string> decoded;
-  if (config.data_type != ComtradeConfig::DataType::kAscii) decoded = base64_decoded(data);
+  if (config.data_type != ComtradeConfig::DataType::kAscii) {
+    const std::string_view whole = sections.data.substr(0, sections.data.find("\n---"));
+    decoded = base64_decoded(whole);
+    // The length stated may be that of the text or of the bytes it stands for.
+    if (decoded && decoded->size() == sections.stated_bytes) {
+      data = whole;
+    } else {
+      decoded = base64_decoded(data);
+    }
+  }
+  std::string_view left = sections.data.substr(data.size());
+  left.remove_prefix(std::min(left.find_first_not_of(" \t\r\n\x1A"), left.size()));
+  if (!left.empty() && announced_by(left.substr(0, left.find('\n'))).kind.empty()) {
+    record.notes.push_back("The data section goes on for " + std::to_string(left.size()) +
+                           " bytes behind its stated length of " + std::to_string(data.size()) +
+                           "; they were left out.");
+  }
   if (decoded) {
     data = *decoded;
     record.format += " (base64)";

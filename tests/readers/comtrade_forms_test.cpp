@@ -295,6 +295,29 @@ TEST(SingleFile, MayHoldBinaryDataInBase64) {
   EXPECT_EQ(record.format, "COMTRADE 2013 BINARY32 (base64)");
 }
 
+TEST(SingleFile, MayStateTheLengthOfItsTextInBase64OrOfWhatItStandsFor) {
+  const std::string text = "AQAAAOgDAAAC\r\nAAAAAwAAAA==\r\n";
+  for (const std::string behind : {"", "--- file type: HDR ---\r\nremarks\r\n"}) {
+    for (const std::string length : {"16", "26", "28"}) {
+      const std::string announced = "--- file type: DAT BINARY32: " + length + " ---";
+      const Record record =
+          read_single_comtrade("r.cff", single_file(cfg_of("BINARY32", "1"), announced, text + behind));
+      EXPECT_EQ(record.channels[0].samples, Samples{11}) << length;
+      EXPECT_EQ(record.channels[1].samples, Samples{6}) << length;
+      EXPECT_EQ(record.notes.size(), 0U) << length;
+    }
+  }
+}
+
+TEST(SingleFile, SaysWhatItsStatedLengthLeavesOut) {
+  const std::string announced = "--- file type: DAT ASCII: 10 ---";
+  const Record record =
+      read_single_comtrade("r.cff", single_file(cfg_of("ASCII", "1"), announced, "1,0,1,2\r\n\r\n2,1000,3,4\r\n"));
+  EXPECT_EQ(record.length(), 1U);
+  EXPECT_EQ(record.notes.front(),
+            "The data section goes on for 12 bytes behind its stated length of 10; they were left out.");
+}
+
 TEST(SingleFile, MayAnnounceItsSectionsInOtherWays) {
   const std::string data = "1,0,1,2\n2,1000,3,4\n3,2000,5,6\n";
   for (const auto& [first, last] : std::vector<std::pair<std::string, std::string>>{
