@@ -117,7 +117,8 @@ DIPX_API void dipx_fun(void* data);
  * Writes the report of a record, with dipx_fun_use_time in it, to "dipx_result.txt" in the current directory (GBK, CR
  * LF); silent when that file cannot be opened.
  *
- * @param dipx the record; a null pointer is ignored, and lists are not followed past their capacities
+ * @param dipx the record; a null pointer is ignored, and lists are not followed past their capacities. The voltages
+ * ahead of the dips are the RMS over its first `smp_rate` samples: not a number for a rate of 0, minus 0 for one below
  */
 DIPX_API void print_to_txt(dipx_data_struct* dipx);
 
@@ -125,7 +126,8 @@ DIPX_API void print_to_txt(dipx_data_struct* dipx);
  * The other style, for hosts that read the working records themselves: sets the input of the next analysis and takes a
  * copy of the samples. The arrays must stay valid until the analysis (dipx_new_pro) has run and must not be the working
  * records' own. Null pointers or a rate or length below 1 are refused and leave everything as it was; what does not fit
- * the working record is not copied. Prints one line on standard error, whatever the result.
+ * the working record is not copied. Prints one line on standard error, whatever the result. When there is no memory,
+ * neither working record is left and the input is set all the same: the next analysis allocates them anew.
  *
  * @param va samples of phase A, volts, `smp_len` of them
  * @param vb the same, phase B

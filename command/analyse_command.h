@@ -1,7 +1,11 @@
 // `dipx analyse`: options, and what is done with them.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace command {
 

@@ -14,9 +14,12 @@
 #include <numbers>
 #include <stdexcept>
 
+#include "command/curves.h"
 #include "command/cycle_phasors.h"
 #include "command/dip_search.h"
+#include "command/figures_text.h"
 #include "command/frequency_drift.h"
+#include "command/joined_dips.h"
 #include "command/library_lines.h"
 #include "command/long_dip.h"
 #include "command/missed_levels.h"
@@ -55,14 +58,43 @@ double level_factor(const readers::Record& record, const Waveform& volts, int sa
   return standard_level / level;
 }
 
-[[noreturn]] void refuse(const std::string& file, sagx::RunOutcome outcome) {
+/// The first cycles are not what the analysis takes for an undisturbed voltage: because a dip is on, or for good.
+[[noreturn]] void refuse_start(const readers::Record& record, const Analysis& analysis) {
+  constexpr float most_movement = 0.02F;
+  constexpr std::size_t cycles_looked_at = 4;
+  const auto& voltages = analysis.voltages;
+  const std::string part =
+      voltages.parts > 1 ? fmt::format("part {} of {}: ", voltages.part_number, voltages.parts) : "";
+  const std::string other_part = voltages.parts > 1 ? ", or choose another part with --part" : "";
+  const Waveform rms = curves_of(analysis).rms;
+  const auto cycle = static_cast<std::size_t>(voltages.samples_per_cycle);
+  const std::size_t end = std::min(cycles_looked_at * cycle, rms[0].size());
+  bool steady = true;
+  std::string levels;
+  for (const auto& phase : rms) {
+    const auto [low, high] = std::minmax_element(phase.begin() + static_cast<std::ptrdiff_t>(cycle - 1),
+                                                 phase.begin() + static_cast<std::ptrdiff_t>(end));
+    steady = steady && *high - *low <= most_movement * *high;
+    levels += (levels.empty() ? "" : ", ") + volts_text(static_cast<double>(*high));
+  }
+  if (steady) {
+    throw Refusal(record.file,
+                  part + "its phases stand at " + levels +
+                      " from the start, and the analysis takes more than 10 % "
+                      "between them for a dip that is on already",
+                  "choose other voltages with --set, --channels or --line-to-line" + other_part);
+  }
+  throw Refusal(record.file,
+                part + "its first two cycles are not steady (a phase is more than 10 % off the lowest phase's level)",
+                "use a record that begins at least two cycles before the dip" + other_part);
+}
+
+[[noreturn]] void refuse(const readers::Record& record, const Analysis& analysis, sagx::RunOutcome outcome) {
   switch (outcome) {
     case sagx::RunOutcome::too_few_samples:
-      throw Refusal(file, "it is shorter than two cycles", "use a longer record");
+      throw Refusal(record.file, "it is shorter than two cycles", "use a longer record");
     case sagx::RunOutcome::disturbed_start:
-      throw Refusal(file,
-                    "its first two cycles are not steady (a phase is more than 10 % off the lowest phase's level)",
-                    "use a record that begins at least two cycles before the dip");
+      refuse_start(record, analysis);
     case sagx::RunOutcome::no_memory:
       throw std::bad_alloc();
     case sagx::RunOutcome::rate_out_of_range:
@@ -459,7 +491,7 @@ ObstacleText describe(Obstacle obstacle) {
     case Obstacle::none:
       return {"none", "analysed"};
     case Obstacle::not_recovered:
-      return {"not_recovered", "the voltage has not recovered by the end of the record"};
+      return {"not_recovered", "the voltage has not recovered by the end of the analysed stretch"};
     case Obstacle::near_start:
       return {"near_start", "less than four cycles of record lie before it"};
     case Obstacle::near_end:
@@ -496,7 +528,7 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
 
   const auto longest_run = options.longest_run * static_cast<std::size_t>(samples_per_cycle);
   const DipSearch search = search_dips(waveform, samples_per_cycle, longest_run, options.report_stage);
-  if (search.outcome != sagx::RunOutcome::searched) refuse(record.file, search.outcome);
+  if (search.outcome != sagx::RunOutcome::searched) refuse(record, analysis, search.outcome);
   analysis.pre_event_voltage = search.nominal / analysis.level_factor;
   analysis.threshold = search.threshold / analysis.level_factor;
   analysis.dips = dips_of(search, analysis.level_factor);
@@ -507,7 +539,11 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
   }
   if (options.nominal > 0) analysis.declared = declared_voltage(record, analysis, options.nominal);
   analyse_each(analysis, options.report_stage);
-  note_missed_levels(analysis);
+  if (!analysis.dips.empty()) {
+    const Waveform rms = curves_of(analysis).rms;
+    note_joined_dips(analysis, rms);
+    note_missed_levels(analysis, rms);
+  }
   if (options.report) {
     if (waveform[0].size() > longest_run_cycles * static_cast<std::size_t>(samples_per_cycle)) {
       throw Refusal(record.file, "the library's own report takes 3000 cycles at most, and the record holds more",

@@ -84,7 +84,8 @@ Json segment_of(std::size_t number, const Segment& segment, const Analysis& anal
            {{"count", segment.low_count}, {"mask", segment.low_mask}, {"letters", phase_letters(segment.low_mask)}}},
           {"residual_voltage", voltages_and_percents(segment.residual, analysis)},
           {"phase_jump", single_figures("degrees", segment.phase_jump)},
-          {"unbalance_percent", segment.unbalance}};
+          {"unbalance_percent", segment.unbalance},
+          {"next_to_nothing", is_next_to_nothing(segment, analysis)}};
 }
 
 void add_terms(Json& json, const Dip& dip, const Analysis& analysis) {

@@ -17,17 +17,6 @@ std::string plural(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count == 0 ? "no" : std::to_string(count), noun, count == 1 ? "" : "s");
 }
 
-/// A name shortened to a column's width.
-std::string heading_of(const std::string& name) {
-  constexpr std::size_t most = 16;
-  std::size_t characters = 0;
-  for (std::size_t i = 0; i < name.size(); i++) {
-    const bool starts = (static_cast<unsigned char>(name[i]) & 0xC0U) != 0x80;
-    if (starts && ++characters > most) return name.substr(0, i) + "…";
-  }
-  return name;
-}
-
 std::string segment_name(const Segment& segment) {
   return fmt::format("{} ({})", dip_category_name(segment.category), segment.category);
 }
@@ -42,7 +31,7 @@ class DipText {
     text_.clear();
     const auto terms = terms_of(dip, analysis_);
     add_heading(number, dip, terms);
-    line("", [&](std::size_t phase) { return colours_.faint(right(heading_of(name(phase)))); });
+    line("", [&](std::size_t phase) { return colours_.faint(right(shortened(name(phase), 16))); });
     levels("  lowest voltage", dip.lowest);
     if (dip.obstacle == Obstacle::none) {
       add_figures(dip);
@@ -124,6 +113,8 @@ class DipText {
     fmt::format_to(out(), "    {} below the threshold{}, unbalance {:.1f} %\n",
                    plural(static_cast<std::size_t>(segment.low_count), "phase"),
                    letters.empty() ? "" : " (" + letters + ")", segment.unbalance);
+    if (is_next_to_nothing(segment, analysis_))
+      note("  ", "with next to no voltage, its angles and unbalance are noise");
   }
 
   void add_tolerance(const EventTerms& terms) {

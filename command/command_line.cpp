@@ -1,5 +1,6 @@
 #include "command/command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <string>
 
 #include "command/analyse_command.h"
@@ -34,6 +35,17 @@ void add_command_line(CLI::App& app) {
   add_synth(app, exit_statuses);
   add_explain(app, exit_statuses);
   add_selftest(app, exit_statuses);
+}
+
+bool run_command_line(int argc, char** argv) {
+  CLI::App app;
+  add_command_line(app);
+  try {
+    app.parse(argc, argv);
+    return true;
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0;
+  }
 }
 
 }  // namespace command

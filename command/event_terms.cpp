@@ -74,6 +74,11 @@ const char* ride_name(Ride ride) {
   return "outside";
 }
 
+bool is_next_to_nothing(const Segment& segment, const Analysis& analysis) {
+  const double highest = *std::max_element(segment.residual.begin(), segment.residual.end());
+  return analysis.percent(highest) < interruption_percent;
+}
+
 std::string en50160_cell(const EventTerms& terms) {
   constexpr std::array<double, 5> longest = {0.2, 0.5, 1, 5, 60};
   constexpr std::array<double, 5> lowest = {80, 70, 40, 5, 0};

@@ -50,6 +50,10 @@ Ride ride_through(const ToleranceCurve& curve, const EventTerms& terms);
 /// "above", "below" or "outside": for machines and for people.
 const char* ride_name(Ride ride);
 
+/// Whether all three phases of a segment stand below 5 % of the pre-event voltage, so that its angles and unbalance are
+/// noise for the most part.
+bool is_next_to_nothing(const Segment& segment, const Analysis& analysis);
+
 /// The cell of EN 50160's table of dips, "A1" to "X5"; empty for what lies outside it.
 std::string en50160_cell(const EventTerms& terms);
 

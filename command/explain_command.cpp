@@ -1,5 +1,6 @@
 #include "command/explain_command.h"
 
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "command/explain.h"

@@ -1,8 +1,11 @@
 // dipx explain: what a code means.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace command {
 

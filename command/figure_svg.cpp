@@ -101,7 +101,7 @@ class Figure {
   }
 
   std::string text() {
-    const std::size_t lines = (dip_ == nullptr ? 0 : 1 + dip_->segments.size()) + (between_phases() ? 1 : 0);
+    const std::size_t lines = (dip_ == nullptr ? 0 : 1 + dip_->segments.size()) + (between_phases() ? 1 : 0) + 1;
     const double height = list_top + line_height * static_cast<double>(lines);
     add(R"(<svg xmlns="http://www.w3.org/2000/svg" width="{0}mm" height="{1}mm" viewBox="0 0 {0} {1}")"
         R"( font-family="Helvetica, Arial, sans-serif" font-size="2.5" fill="#1a1a1a">)"
@@ -188,6 +188,8 @@ class Figure {
     add("<path class=\"threshold\" d=\"M{} {:.2f}H{}\" stroke=\"#b00020\" stroke-width=\"0.2\" "
         "stroke-dasharray=\"1.2 0.5\"/>\n",
         left, threshold, right);
+    add("<text x=\"{}\" y=\"{:.2f}\" text-anchor=\"end\" font-size=\"2\" fill=\"#b00020\">dip 90 %</text>\n",
+        right - 0.6, threshold + 2);
   }
 
   void grid_line(double y, const std::string& label) {
@@ -202,10 +204,12 @@ class Figure {
   void add_legend() {
     double x = left;
     for (std::size_t phase = 0; phase < 3; phase++) {
-      const std::string& name = record_.channels[analysis_.voltages.channels[phase]].name;
+      const std::string name =
+          fmt::format("{}: {}", "ABC"[phase], shortened(record_.channels[analysis_.voltages.channels[phase]].name, 24));
       add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
           dashes[phase]);
-      add("<text x=\"{}\" y=\"3.9\">{}</text>\n", x + 6, escaped(name));
+      add("<text x=\"{}\" y=\"3.9\" font-size=\"{:.2f}\">{}</text>\n", x + 6, size_within((right - left) / 3 - 7, name),
+          escaped(name));
       x += (right - left) / 3;
     }
   }
@@ -278,23 +282,28 @@ class Figure {
                        declared ? fmt::format(", {:.1f} % of declared", *declared) : "");
   }
 
+  /// A text's size, so small that the width does: which font there is is for the viewer to choose, one of wide letters
+  /// perhaps.
+  static double size_within(double room, const std::string& text) {
+    constexpr double column = 0.58;  // of the size
+    return std::min(2.5, room / (column * static_cast<double>(columns_of(text))));
+  }
+
   [[nodiscard]] bool between_phases() const { return analysis_.voltages.between_phases; }
 
   /// What stands beneath: the dip, then its segments by the numbers over them, and what voltages these are.
   void add_list() {
     double y = list_top;
     const auto line = [&](const std::string& number, const std::string& text) {
-      // Which font there is is for the viewer to choose: so small that the width does for one of wide letters.
-      constexpr double room = 80;
-      constexpr double letter = 0.58;  // of the size
-      const auto bytes = number + text;
-      const auto letters = std::count_if(bytes.begin(), bytes.end(), [](char c) { return (c & 0xC0) != 0x80; });
-      const double size = std::min(2.5, room / (letter * static_cast<double>(letters)));
+      const double size = size_within(width - 4, number + text);
       add("<text x=\"2\" y=\"{:.2f}\" font-size=\"{:.2f}\"><tspan font-weight=\"bold\">{}</tspan>{}</text>\n", y, size,
           number, escaped(text));
       y += line_height;
     };
     if (dip_ != nullptr) list_dip(line);
+    const auto& channel = record_.channels[analysis_.voltages.channels[0]];
+    line("", fmt::format("% of the pre-event voltage, {}{}{}", volts_text(analysis_.pre_event_voltage),
+                         is_of_transformer(channel) ? "; " : "", is_of_transformer(channel) ? side_text(channel) : ""));
     if (between_phases()) line("", "Voltages between phases: A, B, C stand for AB, BC, CA");
   }
 
@@ -302,7 +311,7 @@ class Figure {
   void list_dip(Line line) const {
     const auto terms = terms_of(*dip_, analysis_);
     line(terms.interruption ? "Interruption" : "Dip",
-         fmt::format(": {}, {}", level_text(terms.residual),
+         fmt::format(": residual voltage {}, {}", level_text(terms.residual),
                      terms.seconds ? duration_text(*terms.seconds) : "not recovered"));
     for (std::size_t i = 0; i < dip_->segments.size(); i++) {
       const auto& segment = dip_->segments[i];

@@ -15,6 +15,14 @@ std::string four_digits(double value) {
   return digits;
 }
 
+/// How wide the letter is whose UTF-8 begins with a byte; nothing for the bytes behind the first. From U+3000 on
+/// letters take two columns as a rule.
+std::size_t columns_begun_by(char first) {
+  const auto byte = static_cast<unsigned char>(first);
+  if ((byte & 0xC0U) == 0x80) return 0;
+  return byte > 0xE2 ? 2 : 1;
+}
+
 }  // namespace
 
 std::string volts_text(double volts) {
@@ -37,6 +45,21 @@ std::string angle_text(double degrees) {
 std::string turn_text(double degrees) {
   const std::string digits = fmt::format("{:+.1f}", degrees);
   return (digits.substr(1) == "0.0" ? "0.0" : digits) + "°";
+}
+
+std::size_t columns_of(const std::string& text) {
+  std::size_t columns = 0;
+  for (const char c : text) columns += columns_begun_by(c);
+  return columns;
+}
+
+std::string shortened(const std::string& name, std::size_t most) {
+  std::size_t columns = 0;
+  for (std::size_t i = 0; i < name.size(); i++) {
+    columns += columns_begun_by(name[i]);
+    if (columns > most) return name.substr(0, i) + "…";
+  }
+  return name;
 }
 
 bool is_of_transformer(const readers::Channel& channel) {

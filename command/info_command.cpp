@@ -1,5 +1,6 @@
 #include "command/info_command.h"
 
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "command/known_charset.h"

@@ -1,8 +1,11 @@
 // `dipx info`: what a record holds.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace command {
 

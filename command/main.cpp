@@ -1,5 +1,4 @@
 // The dipx command: runs what its command line asks for, and the status it ends with.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -25,13 +24,8 @@ int complain(const std::string& line, ExitStatus status) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app;
-  command::add_command_line(app);
   try {
-    app.parse(argc, argv);
-    return success;
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? success : usage;
+    return command::run_command_line(argc, argv) ? success : usage;
   } catch (const command::UnknownChoice& error) {
     return complain(error.what(), usage);
   } catch (const command::UnknownDip& error) {

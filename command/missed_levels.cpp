@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "command/curves.h"
 #include "command/figures_text.h"
 
 namespace command {
@@ -103,10 +102,8 @@ MissedLevel missed_level(const Dip& dip, const Levels& levels, double pre_event_
 
 }  // namespace
 
-void note_missed_levels(Analysis& analysis) {
+void note_missed_levels(Analysis& analysis, const Waveform& rms) {
   const auto analysed = [](const Dip& dip) { return dip.obstacle == Obstacle::none; };
-  if (std::none_of(analysis.dips.begin(), analysis.dips.end(), analysed)) return;
-  const Waveform rms = curves_of(analysis).rms;
   const Levels levels(analysis, rms);
   for (std::size_t i = 0; i < analysis.dips.size(); i++) {
     if (!analysed(analysis.dips[i])) continue;

@@ -6,7 +6,8 @@
 namespace command {
 
 /// Adds a note for the longest stretch of each dip in which the voltage stands still for ten cycles or more and which
-/// is in none of the dip's segments, or in one whose residual voltage is another.
-void note_missed_levels(Analysis& analysis);
+/// is in none of the dip's segments, or in one whose residual voltage is another. `rms`: of the analysed samples,
+/// volts.
+void note_missed_levels(Analysis& analysis, const Waveform& rms);
 
 }  // namespace command

@@ -1,13 +1,16 @@
 // What an analysis is shown as: the options that choose it, and the writing.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 
 #include "command/analysis.h"
 #include "command/progress.h"
+
+namespace CLI {
+class App;
+}
 
 namespace command {
 

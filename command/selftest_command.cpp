@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
+
 #include "command/selftest.h"
 #include "command/standard_output.h"
 

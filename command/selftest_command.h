@@ -1,9 +1,12 @@
 // dipx selftest: whether the installed program measures right.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <stdexcept>
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace command {
 

@@ -1,8 +1,11 @@
 // `dipx synth`: makes a record with a dip whose every figure is known.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace command {
 

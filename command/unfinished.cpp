@@ -29,6 +29,8 @@ void remove_and_end(int signal) {
 void handle_signals() {
   static bool handled = false;
   if (std::exchange(handled, true)) return;
+  // A limit on the size of files is an error of writing like others.
+  std::signal(SIGXFSZ, SIG_IGN);
   for (const int signal : ending_signals) {
     if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);
   }

@@ -91,8 +91,10 @@ std::filesystem::path behind_links(const std::filesystem::path& file) {
 bool is_same_file(const std::filesystem::path& one, const std::filesystem::path& other) {
   std::error_code ignored;
   if (is_written_in_place(one)) return false;
-  return std::filesystem::equivalent(one, other, ignored) ||
-         std::filesystem::weakly_canonical(one, ignored) == std::filesystem::weakly_canonical(other, ignored);
+  const auto full = [&](const std::filesystem::path& name) {
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(name, ignored), ignored);
+  };
+  return std::filesystem::equivalent(one, other, ignored) || full(one) == full(other);
 }
 
 void write_whole(const std::filesystem::path& file, const std::string& bytes) {

@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """includes.py [folders]: who includes whom, as a diagram: the sources of the library, or the folders of the repository.
-Fails when includes run in a circle."""
+Fails when includes run in a circle, when a kernel includes a stage, and when a header that all may use includes anything
+that they may not."""
 import re
 import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-# What every stage may use, and no arrow is drawn to: records, and small headers without a source of their own.
-SHARED = {"dq_dipx", "dipx_dll", "three_phases", "gbk_text", "boundary_list", "mms_time", "dipx_outcome", "lanes"}
+# What all may use, kernels too, and no arrow is drawn to: records, and small headers without a stage behind them.
+SHARED = {"dq_dipx", "dipx_dll", "three_phases", "gbk_text", "boundary_list", "mms_time", "dipx_outcome", "lanes",
+          "sorted_median", "wrapping"}
 FOLDERS = ["command", "synth", "readers", "sagx"]
 
 
@@ -15,16 +17,23 @@ def included(path):
     return re.findall(r'#include "([^"]+)"', path.read_text())
 
 
+def node_of(stem):
+    """The kernels, their table and the choice between them are one."""
+    return "kernels" if stem == "kernels" or stem.startswith("kernel_") else stem
+
+
 def of_the_library():
     arrows = {}
     for path in [ROOT / "dipx_dll_main.cpp", *sorted((ROOT / "sagx").glob("*.cpp")), *sorted((ROOT / "sagx").glob("*.h"))]:
-        stem = path.stem
-        # The kernels are reached through their table.
-        targets = {Path(name).stem for name in included(path)} - SHARED - {stem, "kernel_sets"}
-        if stem in SHARED or stem == "kernel_sets":
+        targets = {Path(name).stem for name in included(path)} - SHARED
+        if path.stem in SHARED:
+            if targets:
+                sys.exit(f"{path.name}, which all may use, includes " + ", ".join(sorted(targets)))
             continue
-        arrows.setdefault("kernels" if stem.startswith("kernel_") else stem, set()).update(targets)
-    arrows["kernels"] = set()
+        node = node_of(path.stem)
+        arrows.setdefault(node, set()).update({node_of(target) for target in targets} - {node})
+    if arrows["kernels"]:
+        sys.exit("kernels include stages: " + ", ".join(sorted(arrows["kernels"])))
     return arrows
 
 

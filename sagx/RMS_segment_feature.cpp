@@ -3,7 +3,6 @@
 #include "sagx/RMS_segment_feature.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 #include "sagx/boundary_list.h"
@@ -38,22 +37,15 @@ class RmsSegmentation {
   }
 
  private:
-  [[nodiscard]] float change_between(int from, int to) const {
-    const auto minimum_at = [&](int position) {
-      return position >= 0 && position < DQ_RECORD_CAPACITY ? buf_.u[position] : 0.0F;
-    };
-    return std::fabs(minimum_at(from) - minimum_at(to));
-  }
-
   /// Drops pairs of crossings over which the voltage changes by less than a tenth of the larger of the first and the
   /// last pair's change. An odd last crossing is paired with the entry behind it, as it stands.
   void prune_small_changes() {
     if (T_.count <= 4) return;
-    const float first = change_between(T_.at[0], T_.at[1]);
-    const float last = change_between(T_.at[T_.count - 1], T_.at[T_.count - 2]);
+    const float first = sagx::change_between(buf_, T_.at[0], T_.at[1]);
+    const float last = sagx::change_between(buf_, T_.at[T_.count - 1], T_.at[T_.count - 2]);
     const double least = 0.1 * static_cast<double>(last > first ? last : first);
     for (int i = 0; i < T_.count; i += 2) {
-      if (static_cast<double>(change_between(T_.at[i], T_.at[i + 1])) < least) T_.remove_pair(i);
+      if (static_cast<double>(sagx::change_between(buf_, T_.at[i], T_.at[i + 1])) < least) T_.remove_pair(i);
     }
   }
 

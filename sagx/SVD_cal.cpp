@@ -6,7 +6,7 @@
 #include <iterator>
 #include <limits>
 
-#include "sagx/three_phases.h"
+#include "sagx/svd_feature.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ int SVD_datapro(dq_data* buf, dq_dipx_struct* /*dipx*/) {
   std::fill(std::begin(reduced.feasvd_ten_i), std::end(reduced.feasvd_ten_i), 0);
   const unsigned samples = std::min(buf->num, static_cast<unsigned>(DQ_RECORD_CAPACITY));
   for (unsigned i = 0; i < samples; i++) {
-    const float feature = sagx::largest_of(buf->feasvd_a[i], buf->feasvd_b[i], buf->feasvd_c[i]);
+    const float feature = sagx::largest_feature(*buf, static_cast<int>(i));
     reduced.feasvd_redu[i] = feature;
     if (feature > reduced.feasvd_max) reduced.feasvd_max = feature;
     if (feature < reduced.feasvd_min) reduced.feasvd_min = feature;

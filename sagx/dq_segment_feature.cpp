@@ -26,11 +26,10 @@ namespace {
 
 /// Records the crossings of `threshold` by the largest of the three features: no more than `T` takes.
 int record_crossings(const dq_data& buf, int samples, float threshold, int (&T)[DQ_LIST_CAPACITY]) {
-  const auto feature_at = [&](int i) { return sagx::largest_of(buf.feasvd_a[i], buf.feasvd_b[i], buf.feasvd_c[i]); };
   int count = 0;
-  float previous = feature_at(0);
+  float previous = sagx::largest_feature(buf, 0);
   for (int i = 1; i < samples && count < DQ_LIST_CAPACITY; i++) {
-    const float current = feature_at(i);
+    const float current = sagx::largest_feature(buf, i);
     if (current >= threshold && previous < threshold) T[count++] = i - 1;
     if (current < threshold && previous >= threshold) T[count++] = i;
     previous = current;

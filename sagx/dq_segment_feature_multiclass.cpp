@@ -24,6 +24,7 @@
 namespace {
 
 using sagx::BoundaryList;
+using sagx::change_between;
 using sagx::magnitude;
 using sagx::Sequences;
 using sagx::store_jump;
@@ -56,13 +57,6 @@ class ShortSegmentation {
   /// The depth below which nothing is a change: a tenth of the dip's.
   [[nodiscard]] double least_change() const { return static_cast<double>(dipx_.ud) * 0.1; }
 
-  /// The minimum curve at a boundary; 0 outside the window's array.
-  [[nodiscard]] float minimum_at(int position) const {
-    return position >= 0 && position < DQ_RECORD_CAPACITY ? buf_.u[position] : 0.0F;
-  }
-
-  [[nodiscard]] float change_between(int from, int to) const { return std::fabs(minimum_at(from) - minimum_at(to)); }
-
   /// The lower edge of the tenth of the features' range from which up at least 5 % of the samples lie.
   [[nodiscard]] float first_threshold() const {
     int tenth = 0;
@@ -77,10 +71,6 @@ class ShortSegmentation {
     auto threshold = static_cast<float>(least_change());
     if (tenth != 0) threshold = static_cast<float>(tenth) * feasvd_buf.feasvd_max / 10.0F;
     return static_cast<double>(threshold) < least_change() ? static_cast<float>(least_change()) : threshold;
-  }
-
-  [[nodiscard]] float feature_at(int i) const {
-    return sagx::largest_of(buf_.feasvd_a[i], buf_.feasvd_b[i], buf_.feasvd_c[i]);
   }
 
   /// Raises the threshold until what crosses it fits the result.
@@ -99,9 +89,9 @@ class ShortSegmentation {
   void scan(int& run) {
     bool above = false;
     T_.count = 0;
-    float previous = feature_at(0);
+    float previous = sagx::largest_feature(buf_, 0);
     for (int i = 1; i < samples_ && T_.count < sagx::working_list_capacity; i++) {
-      const float current = feature_at(i);
+      const float current = sagx::largest_feature(buf_, i);
       const bool beyond = above ? current < threshold_ : current >= threshold_;
       const bool before = above ? previous >= threshold_ : previous < threshold_;
       if (beyond && before) run++;
@@ -143,11 +133,11 @@ class ShortSegmentation {
   /// change.
   void prune_small_changes() {
     if (T_.count <= 4) return;
-    const float first = change_between(T_.at[0], T_.at[1]);
-    const float last = change_between(T_.at[T_.count - 1], T_.at[T_.count - 2]);
+    const float first = change_between(buf_, T_.at[0], T_.at[1]);
+    const float last = change_between(buf_, T_.at[T_.count - 1], T_.at[T_.count - 2]);
     const float larger = last <= first ? first : last;
     for (int i = 2; i < T_.count - 2; i += 2) {
-      const float change = change_between(T_.at[i], T_.at[i + 1]);
+      const float change = change_between(buf_, T_.at[i], T_.at[i + 1]);
       if (static_cast<double>(change) < static_cast<double>(larger) * 0.1) T_.remove_pair(i);
     }
   }
@@ -173,7 +163,8 @@ class ShortSegmentation {
   [[nodiscard]] int find_recovery(int begin) const {
     const double level = static_cast<double>(dipx_.un) * 0.02 + static_cast<double>(dipx_.ut);
     for (int i = std::max(begin, 0); i < samples_; i++) {
-      if (static_cast<double>(buf_.u[i]) <= level && level < static_cast<double>(minimum_at(i + 1))) return i;
+      if (static_cast<double>(buf_.u[i]) <= level && level < static_cast<double>(sagx::minimum_at(buf_, i + 1)))
+        return i;
     }
     return -1;
   }

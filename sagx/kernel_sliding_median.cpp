@@ -3,7 +3,7 @@
 // which then is the next one above or below in the window.
 #include "sagx/kernel_sets.h"
 #include "sagx/lanes.h"
-#include "sagx/matlab_svd.h"
+#include "sagx/sorted_median.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ class Window {
   float median() {
     if (odd_ones_ > 0) {  // what the sort makes of them depends on where they stand
       found_ = false;
-      return ::median(const_cast<float*>(values_), length_);
+      return sorted_median(values_, length_);
     }
     if (!found_) start();
     settle();

@@ -4,11 +4,12 @@
 #include "sagx/matlab_svd.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
-#include <utility>
+
+#include "sagx/sorted_median.h"
 
 namespace {
 
@@ -287,6 +288,7 @@ float** dmatrix(int nrl, int nrh, int ncl, int nch) {
   const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(nrh) - nrl + 1;
   const std::ptrdiff_t columns = static_cast<std::ptrdiff_t>(nch) - ncl + 1;
   if (rows < 1 || columns < 1) return nullptr;
+  if (rows > (PTRDIFF_MAX / static_cast<std::ptrdiff_t>(sizeof(float)) - 1) / columns) return nullptr;
   auto* pointers = static_cast<float**>(std::malloc(static_cast<std::size_t>(rows + 1) * sizeof(float*)));
   auto* block = static_cast<float*>(std::malloc(static_cast<std::size_t>(rows * columns + 1) * sizeof(float)));
   if (pointers == nullptr || block == nullptr) {
@@ -295,21 +297,12 @@ float** dmatrix(int nrl, int nrh, int ncl, int nch) {
     return nullptr;
   }
   float** matrix = pointers + (1 - static_cast<std::ptrdiff_t>(nrl));
-  for (std::ptrdiff_t row = 0; row < rows; row++) matrix[nrl + row] = block + (1 - ncl + row * columns);
+  float* const first = block + (1 - static_cast<std::ptrdiff_t>(ncl));
+  for (std::ptrdiff_t row = 0; row < rows; row++) matrix[nrl + row] = first + row * columns;
   return matrix;
 }
 
 float median(float* Array, int len) {
-  std::array<float, 1024> sorted;
-  if (len > static_cast<int>(sorted.size()) || len < 1 || Array == nullptr) return 0.0F;
-  std::copy_n(Array, len, sorted.begin());
-  // Exchanging neighbours keeps equal values in their order and says what becomes of NaN.
-  const auto count = static_cast<std::size_t>(len);
-  for (std::size_t j = 0; j + 1 < count; j++) {
-    for (std::size_t i = 0; i + 1 < count - j; i++) {
-      if (sorted[i] > sorted[i + 1]) std::swap(sorted[i], sorted[i + 1]);
-    }
-  }
-  if (count % 2 == 1) return sorted[count / 2];
-  return (sorted[count / 2 - 1] + sorted[count / 2]) / 2.0F;
+  if (len > longest_median || len < 1 || Array == nullptr) return 0.0F;
+  return sorted_median(Array, len);
 }

@@ -19,7 +19,7 @@ extern "C" {
  * leave everything as it was.
  *
  * @param a a[1..m][1..n]: A in, U out
- * @param m rows of A
+ * @param m rows of A; below 1 there are none: the values are 0 and V is the identity
  * @param n columns of A; below 1 nothing is done
  * @param w w[1..n]: singular values out
  * @param v v[1..n][1..n]: V out, not its transpose
@@ -60,7 +60,8 @@ DIPX_API void free_dvector(float* v, int nl, int nh);
  * @param nrh highest valid row
  * @param ncl lowest valid column
  * @param nch highest valid column
- * @return the matrix, its entries unset; null when there is no memory and for less than one row or column
+ * @return the matrix, its entries unset; null when there is no memory, for less than one row or column and for more
+ * elements than any block holds
  */
 DIPX_API float** dmatrix(int nrl, int nrh, int ncl, int nch);
 

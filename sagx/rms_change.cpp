@@ -35,18 +35,14 @@ void RmsChange::search(float nominal, int enough, BoundaryList& crossings) const
   std::printf("T_num = %d\r\n", crossings.count);
 }
 
-float RmsChange::feature_at(int position) const {
-  return largest_of(buf_.feasvd_a[position], buf_.feasvd_b[position], buf_.feasvd_c[position]);
-}
-
 /// Records alternating rises and falls of the feature through the threshold, each at the sample behind the end of the
 /// matrix two positions ahead of it.
 void RmsChange::scan(float threshold, BoundaryList& crossings) const {
   bool inside = false;
   crossings.count = 0;
-  float previous = positions_ > 0 ? feature_at(0) : 0.0F;
+  float previous = positions_ > 0 ? largest_feature(buf_, 0) : 0.0F;
   for (int p = 1; p < positions_ && crossings.count < working_list_capacity; p++) {
-    const float current = feature_at(p);
+    const float current = largest_feature(buf_, p);
     const bool crossed =
         inside ? current < threshold && threshold <= previous : previous < threshold && threshold <= current;
     if (crossed) {

@@ -28,7 +28,6 @@ class RmsChange {
 
  private:
   void scan(float threshold, BoundaryList& crossings) const;
-  [[nodiscard]] float feature_at(int position) const;
 
   dq_data& buf_;
   int samples_;

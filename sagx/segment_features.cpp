@@ -28,6 +28,10 @@ void store_jump(float jump, float& positive, float& negative) {
   negative = jump >= 0 ? 0.0F : jump;
 }
 
+float change_between(const dq_data& data, int from, int to) {
+  return std::fabs(minimum_at(data, from) - minimum_at(data, to));
+}
+
 void measure_voltage_change(dq_data& data, dq_dipx_struct& dipx, int from, int to) {
   const int begin = std::min(from, +DQ_RECORD_CAPACITY);
   const auto length = static_cast<unsigned>(std::min(to, +DQ_RECORD_CAPACITY) - begin);

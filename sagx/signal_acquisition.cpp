@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +13,7 @@
 #include "sagx/RMS_segment_feature.h"
 #include "sagx/Vrms.h"
 #include "sagx/boundary_list.h"
+#include "sagx/clear_results.h"
 #include "sagx/dip_window.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dipx_outcome.h"
@@ -133,22 +133,9 @@ bool starts_disturbed(const dq_dipx_rms& record) {
   return disturbed >= record.smprate / 4;
 }
 
-/// Results of all dips to zero. They are nine megabytes, of which most runs write little or nothing: reading costs less
-/// than writing, and a page of memory that was never written takes none.
-void clear_results() {
-  constexpr std::size_t page = 4096;
-  static constexpr char zeros[page] = {};
-  auto* bytes = reinterpret_cast<char*>(new_dipx_buf);
-  std::size_t length = page - reinterpret_cast<std::uintptr_t>(bytes) % page;  // up to where the next page begins
-  for (std::size_t at = 0; at < sizeof new_dipx_buf; at += length, length = page) {
-    length = std::min(length, sizeof new_dipx_buf - at);
-    if (std::memcmp(bytes + at, zeros, length) != 0) std::memset(bytes + at, 0, length);
-  }
-}
-
 RunOutcome search_boundaries(int smp, int n) {
   if (!provide_working_records()) return RunOutcome::no_memory;
-  clear_results();
+  sagx::clear_results();
   if (const auto limits = check_limits(smp, n); limits != RunOutcome::searched) return limits;
   dq_dipx_rms& record = *dq_rms_buf;
   if (const auto taken = take_samples(record, smp, n); taken != RunOutcome::searched) return taken;

@@ -1,6 +1,9 @@
 // The SVD feature of a series, by which every segmentation finds where the voltage changes. Private to the stages.
 #pragma once
 
+#include "sagx/dq_dipx.h"
+#include "sagx/three_phases.h"
+
 namespace sagx {
 
 inline constexpr int smallest_svd_order = 1;
@@ -13,5 +16,10 @@ int svd_order(double cycle_share);
 /// matrix that the differences of the order^2 + 1 samples up to and with that one fill column by column. Returns how
 /// many features there are; an order of 0 and a step below 1 give none.
 int svd_features(const float* series, int samples, int step, int order, float* features);
+
+/// The largest of the three phases' features in a window.
+inline float largest_feature(const dq_data& data, int position) {
+  return largest_of(data.feasvd_a[position], data.feasvd_b[position], data.feasvd_c[position]);
+}
 
 }  // namespace sagx

@@ -15,8 +15,8 @@ extern "C" {
  *
  * @param v RMS values, volts, one per sample
  * @param num number of values
- * @param sample samples per 20 ms cycle
- * @return volts per second; 0 for two values or less and for a null pointer
+ * @param sample samples per 20 ms cycle; with 0 a sample lasts for ever
+ * @return volts per second; 0 for two values or less, for a `sample` of 0 and for a null pointer
  */
 DIPX_API float voltagechange(float* v, unsigned int num, unsigned int sample);
 

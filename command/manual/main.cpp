@@ -1,11 +1,9 @@
 // dipx_manual_writer FOLDER DATE: writes the manual pages and the shells' completions of the dipx command into a
 // folder. Part of the build; not installed.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <string>
 
-#include "command/command_line.h"
 #include "command/manual/completions.h"
 #include "command/manual/manual_page.h"
 #include "command/manual/option_table.h"
@@ -19,9 +17,7 @@ int main(int argc, char** argv) {
   const std::string folder = argv[1];
   const std::string date = argv[2];
   try {
-    CLI::App app;
-    command::add_command_line(app);
-    const pages::CommandTable all = pages::table_of(app);
+    const pages::CommandTable all = pages::command_table();
     command::write_whole(folder + "/dipx.1", pages::manual_page(all, all, date));
     for (const auto& command : all.commands) {
       command::write_whole(folder + "/" + pages::page_name(command) + ".1", pages::manual_page(command, all, date));

@@ -1,8 +1,11 @@
 #include "command/manual/option_table.h"
 
+#include <CLI/CLI.hpp>
 #include <set>
 #include <sstream>
 #include <stdexcept>
+
+#include "command/command_line.h"
 
 namespace pages {
 
@@ -82,8 +85,6 @@ void read_footer(const std::string& footer, CommandTable& table) {
   finish();
 }
 
-}  // namespace
-
 CommandTable table_of(const CLI::App& app) {
   CommandTable table;
   table.name = app.get_parent() == nullptr ? app.get_name() : app.get_parent()->get_name() + " " + app.get_name();
@@ -98,6 +99,14 @@ CommandTable table_of(const CLI::App& app) {
     if (!command->get_group().empty()) table.commands.push_back(table_of(*command));
   }
   return table;
+}
+
+}  // namespace
+
+CommandTable command_table() {
+  CLI::App app;
+  command::add_command_line(app);
+  return table_of(app);
 }
 
 }  // namespace pages

@@ -1,7 +1,6 @@
 // What the command line knows of itself, in the order and the words of --help.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
@@ -31,6 +30,7 @@ struct CommandTable {
   std::vector<CommandTable> commands;
 };
 
-CommandTable table_of(const CLI::App& app);
+/// Of the whole command line.
+CommandTable command_table();
 
 }  // namespace pages

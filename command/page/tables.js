@@ -119,6 +119,9 @@ function dipTable(dip) {
     each("phase jump", `${inside}.phase_jump`, "degrees", segment.phase_jump, turn);
     whole("phases below threshold", `${inside}.phases_below_threshold.letters`, segment.phases_below_threshold.letters);
     whole("unbalance", `${inside}.unbalance_percent`, percent(segment.unbalance_percent));
+    if (segment.next_to_nothing) {
+      row("", [element("td", { colspan: 3, class: "whole low" }, "With next to no voltage, its angles and unbalance are noise.")]);
+    }
   });
   const names = found.voltages.map((voltage, i) => element("th", { scope: "col" }, `${"ABC"[i]}: ${voltage.name}`));
   return element("table", {}, element("thead", {}, element("tr", {}, element("th"), ...names)), body);

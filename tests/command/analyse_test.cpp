@@ -233,7 +233,7 @@ TEST_F(Analyse, ListsADipThatHasNotRecovered) {
   EXPECT_NEAR(dip["lowest_voltage"][2]["percent"], 20, 0.01);
   const auto summary = text(record);
   EXPECT_NE(summary.find(" s to the end of the record, "), std::string::npos) << summary;
-  EXPECT_NE(summary.find("not analysed further: the voltage has not recovered by the end of the record\n"),
+  EXPECT_NE(summary.find("not analysed further: the voltage has not recovered by the end of the analysed stretch\n"),
             std::string::npos);
 }
 
@@ -519,6 +519,15 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"TooShort", 0.03, 6400, "it is shorter than two cycles; use a longer record"}),
     [](const auto& refused) { return refused.param.name; });
 
+TEST_F(Analyse, TakesNamedChannelsForVoltagesBetweenPhasesWhenToldSo) {
+  Record(400, 1).lower("A", 0.4, 0.6, 200).write_csv("record.csv");
+  EXPECT_FALSE(json::parse(dipx({"analyse", "record.csv", "--json", "--channels", "1,2,3"}).out)["line_to_line"]);
+  const auto document =
+      json::parse(dipx({"analyse", "record.csv", "--json", "--channels", "1,2,3", "--line-to-line"}).out);
+  EXPECT_TRUE(document["line_to_line"]);
+  EXPECT_NE(document["notes"].dump().find("are line-to-line voltages and analysed as they are"), std::string::npos);
+}
+
 TEST_F(Analyse, RefusesADisturbedStartAndADeadPhase) {
   Record(230, 1).lower("A", 0.01, 0.2, 115).write_csv("record.csv");
   const auto disturbed = dipx({"analyse", "record.csv"});
@@ -526,6 +535,14 @@ TEST_F(Analyse, RefusesADisturbedStartAndADeadPhase) {
   EXPECT_EQ(disturbed.err,
             "dipx: record.csv: its first two cycles are not steady (a phase is more than 10 % off the lowest phase's "
             "level); use a record that begins at least two cycles before the dip\n");
+  Record(230, 1).lower("A", 0, 1, 180).write_csv("record.csv");
+  const auto unequal = dipx({"analyse", "record.csv"});
+  EXPECT_EQ(unequal.status, 3);
+  EXPECT_EQ(
+      unequal.err,
+      "dipx: record.csv: its phases stand at 180.0 V, 230.0 V, 230.0 V from the start, and the analysis takes more "
+      "than 10 % between them for a dip that is on already; choose other voltages with --set, --channels or "
+      "--line-to-line\n");
   Record(230, 1).lower("C", 0, 1, 0).write_csv("record.csv");
   const auto dead = dipx({"analyse", "record.csv", "--channels", "1,2,3"});
   EXPECT_EQ(dead.status, 3);
@@ -653,7 +670,13 @@ TEST_F(Analyse, PrintsOneDocumentWithWhatTheRecordSays) {
   EXPECT_EQ(record["trigger_time"], "01/01/2000 00:00:00.250000");
   EXPECT_EQ(record["samples"], 21000);
   EXPECT_EQ(record["sampling_rate_hz"], 6400.0);
-  EXPECT_EQ(found["voltages"][1], (json{{"phase", "B"}, {"channel", 2}, {"name", "v2"}, {"unit", "V"}}));
+  EXPECT_EQ(found["voltages"][1], (json{{"phase", "B"},
+                                        {"channel", 2},
+                                        {"name", "v2"},
+                                        {"unit", "V"},
+                                        {"side", "primary"},
+                                        {"transformer_primary", 1},
+                                        {"transformer_secondary", 1}}));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 #include <tuple>
+#include <utility>
 
 namespace {
 
@@ -23,7 +24,7 @@ command::Analysis at_100_volts() {
 
 EventTerms event(double seconds, double percent) {
   EventTerms terms;
-  terms.seconds = seconds;
+  terms.seconds = terms.least_seconds = seconds;
   terms.judged_percent = percent;
   return terms;
 }
@@ -112,12 +113,36 @@ INSTANTIATE_TEST_SUITE_P(
                     CurvePoint{"semi_f47", 0.51, 70, "below"}, CurvePoint{"semi_f47", 1, 80, "above"},
                     CurvePoint{"semi_f47", 1.01, 0, "outside"}));
 
-TEST(ToleranceCurves, DoNotJudgeADipThatHasNotRecovered) {
-  EventTerms terms = event(0, 0);
-  terms.seconds.reset();
-  for (const auto& curve : command::tolerance_curves()) {
-    EXPECT_EQ(command::ride_through(curve, terms), Ride::not_judged) << curve.name;
-  }
+TEST(ToleranceCurves, JudgeADipThatHasNotRecoveredWhereNoMoreOfItWouldChangeThat) {
+  const auto& [itic, semi_f47] = std::pair(command::tolerance_curves()[0], command::tolerance_curves()[1]);
+  const auto unrecovered = [](double seconds, double percent) {
+    EventTerms terms = event(seconds, percent);
+    terms.seconds.reset();
+    return terms;
+  };
+  EXPECT_EQ(command::ride_through(itic, unrecovered(0.3, 69.9)), Ride::below) << "below for any longer time too";
+  EXPECT_EQ(command::ride_through(itic, unrecovered(0.3, 70)), Ride::not_judged) << "may last longer than it may";
+  EXPECT_EQ(command::ride_through(itic, unrecovered(20, 89.9)), Ride::below);
+  EXPECT_EQ(command::ride_through(itic, unrecovered(20, 90)), Ride::through) << "may last for ever";
+  EXPECT_EQ(command::ride_through(semi_f47, unrecovered(0.3, 0)), Ride::not_judged) << "may outlast the curve";
+}
+
+TEST(EventTerms, CountWhatWasRecordedOfADipThatHasNotRecovered) {
+  auto analysis = at_100_volts();
+  analysis.voltages.length = 1000;
+  Dip dip;
+  dip.start = 400;
+  const auto terms = command::terms_of(dip, analysis);
+  EXPECT_FALSE(terms.seconds);
+  EXPECT_EQ(terms.least_seconds, 0.6);
+}
+
+TEST(EventTerms, CallASegmentNextToNothingWhereAllPhasesStandBelowFivePerCent) {
+  command::Segment segment;
+  segment.residual = {1, 4.999, 0};
+  EXPECT_TRUE(command::is_next_to_nothing(segment, at_100_volts()));
+  segment.residual[1] = 5;
+  EXPECT_FALSE(command::is_next_to_nothing(segment, at_100_volts()));
 }
 
 TEST(En50160, HasACellForEachRangeOfResidualVoltageAndDuration) {

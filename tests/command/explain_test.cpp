@@ -39,7 +39,8 @@ TEST(Explain, KnowsEveryReasonThatTheSchemaNames) {
 }
 
 TEST(Explain, KeepsWithinATerminalsWidth) {
-  for (const char* code : {"0", "9", "10", "too_shallow", "not_segmented", "dip", "itic", "en50160"}) {
+  for (const char* code :
+       {"0", "9", "10", "too_shallow", "not_segmented", "dip", "itic", "en50160", "residual_voltage", "segment"}) {
     const std::string text = command::explanation_of(code).value_or("");
     ASSERT_NE(text, "") << code;
     const auto paragraphs = text.substr(text.find('\n'));  // behind the heading
@@ -49,6 +50,18 @@ TEST(Explain, KeepsWithinATerminalsWidth) {
       at = end + 1;
     }
   }
+}
+
+TEST(Explain, TakesCodesAsPeopleWriteThem) {
+  for (const auto& [asked, code] : {std::pair("ITIC", "itic"),
+                                    {"SEMI F47", "semi_f47"},
+                                    {"not-recovered", "not_recovered"},
+                                    {"Residual voltage", "residual_voltage"},
+                                    {"D2", "en50160"},
+                                    {"x5", "en50160"}}) {
+    EXPECT_EQ(command::explanation_of(asked), command::explanation_of(code)) << asked;
+  }
+  for (const char* unknown : {"D6", "E1", "d", "11", ""}) EXPECT_FALSE(command::explanation_of(unknown)) << unknown;
 }
 
 TEST(PhasorSketch, DrawsUndisturbedPhasorsToTheirFullLength) {

@@ -34,6 +34,12 @@ class Faults : public testing::Test {
     for (const auto& entry : std::filesystem::directory_iterator(path)) names.insert(entry.path().filename());
     return names;
   }
+  /// The options that draw into a file: a command built without its page lacks one of them.
+  static std::vector<std::string> drawn() {
+    std::vector<std::string> options = {"--svg"};
+    if (dipx({"analyse", "--help"}).out.find("--html") != std::string::npos) options.emplace_back("--html");
+    return options;
+  }
   static void write(const std::string& file, const std::string& bytes) {
     std::ofstream(file, std::ios::binary) << bytes;
   }
@@ -70,6 +76,22 @@ TEST_F(Faults, AFullFolderGetsNoReport) {
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, "dipx: full/report.txt: No space left on device\n");
   EXPECT_TRUE(full.is_untouched());
+}
+
+TEST_F(Faults, AFullFolderGetsNoFigureAndNoPage) {
+  for (const std::string& option : drawn()) {
+    ASSERT_EQ(dipx({"analyse", example, option, "whole"}).status, 0) << option;
+    const std::size_t most = bytes_of("whole").size() - 1;
+    for (const std::size_t room : {std::size_t{0}, std::size_t{4096}, most / 4096 * 4096}) {
+      const FullFolder full(folder.path() / "full", room);
+      if (!full.is_there()) GTEST_SKIP() << "no file system of its own for this process";
+      const auto result = dipx({"analyse", example, option, "full/drawn"});
+      EXPECT_EQ(result.status, 4) << option << " " << room;
+      EXPECT_EQ(result.out, "") << option << " " << room;
+      EXPECT_EQ(result.err, "dipx: full/drawn: No space left on device\n") << option << " " << room;
+      EXPECT_TRUE(full.is_untouched()) << option << " " << room;
+    }
+  }
 }
 
 TEST_F(Faults, AReportThatIsCutShortInTheTemporaryFolderIsNone) {
@@ -206,7 +228,7 @@ TEST_P(Signals, LeaveNothingOfAnAnalysis) {
   EXPECT_GT(cut, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(ThatEndProcesses, Signals, testing::Values(SIGINT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(ThatEndProcesses, Signals, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 // --- claims ----------------------------------------------------------------------------------------------------------
 
@@ -277,7 +299,20 @@ void expect_harmless(const std::string& text) {
   }
 }
 
-class HostileNames : public Faults, public testing::WithParamInterface<const char*> {};
+class HostileNames : public Faults, public testing::WithParamInterface<const char*> {
+ protected:
+  /// The figure that an analysis draws, and its page where the command makes pages.
+  static std::vector<std::string> documents_of(const std::vector<std::string>& record) {
+    std::vector<std::string> documents;
+    for (const std::string& option : drawn()) {
+      std::vector<std::string> arguments = {"analyse", option, "document"};
+      arguments.insert(arguments.end(), record.begin(), record.end());
+      EXPECT_EQ(dipx(arguments).status, 0) << option;
+      documents.push_back(bytes_of("document"));
+    }
+    return documents;
+  }
+};
 
 TEST_P(HostileNames, NeverReachTheTerminalOrTheDocumentRaw) {
   const std::string name = GetParam();
@@ -296,8 +331,15 @@ TEST_P(HostileNames, NeverReachTheTerminalOrTheDocumentRaw) {
     expect_harmless(result.err);
     EXPECT_NE(result.out + result.err, "");
   }
-  const auto document = nlohmann::json::parse(dipx({"analyse", "--json", "--channels", "1,2,3", "dip.cfg"}).out);
-  EXPECT_EQ(document.dump().find('\x1b'), std::string::npos);
+  // Documents hold what is printable of it, and none of it as markup.
+  const std::string json = dipx({"analyse", "--json", "--channels", "1,2,3", "dip.cfg"}).out;
+  ASSERT_TRUE(nlohmann::json::accept(json));
+  EXPECT_NE(json.find("Ua"), std::string::npos);
+  for (const std::string& document : documents_of({"--channels", "1,2,3", "dip.cfg"})) {
+    expect_harmless(document);
+    EXPECT_NE(document.find("Ua"), std::string::npos);
+    EXPECT_EQ(document.find("<script>alert"), std::string::npos);
+  }
 
   // A cell that is no number is cited.
   write("table.csv", "t,Ua" + name + ",Ub,Uc\n0,1,2,3\n0.001,1," + name + ",3\n");

@@ -75,8 +75,8 @@ synth::DipDescription one_dip() {
 
 TEST_F(Figure, IsOneColumnWide) {
   EXPECT_TRUE(
-      figure(one_dip()).starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" height=\"78.1mm\" "
-                                    "viewBox=\"0 0 84 78.1\" "));
+      figure(one_dip()).starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" height=\"81.4mm\" "
+                                    "viewBox=\"0 0 84 81.4\" "));
 }
 
 TEST_F(Figure, DrawsEachPhaseTwiceAndTheThresholdOnce) {
@@ -150,7 +150,7 @@ TEST_F(Figure, PutsAPartAtItsTimes) {
 
 TEST_F(Figure, ShowsPerCentOfTheDeclaredVoltageToo) {
   const auto svg = figure(one_dip(), {"--nominal", "200"});
-  EXPECT_NE(svg.find(">Dip</tspan>: 92.00 V (40.0 %, 46.0 % of declared), "), std::string::npos);
+  EXPECT_NE(svg.find(">Dip</tspan>: residual voltage 92.00 V (40.0 %, 46.0 % of declared), "), std::string::npos);
   EXPECT_NE(svg.find(" (40.0 %, 46.0 % of declared)</text>"), std::string::npos) << "the segment's";
 }
 
@@ -171,14 +171,17 @@ TEST_F(Figure, ListsTheDipAndItsSegments) {
   synth::DipDescription dip = one_dip();
   dip.depths = {60, 30};
   const auto svg = figure(dip);
-  EXPECT_NE(svg.find(">Dip</tspan>: 92.00 V (40.0 %), 1.00"), std::string::npos) << svg.substr(svg.size() - 600);
+  EXPECT_NE(svg.find(">Dip</tspan>: residual voltage 92.00 V (40.0 %), 1.00"), std::string::npos)
+      << svg.substr(svg.size() - 600);
   EXPECT_NE(svg.find(">1</tspan>\u2003single-phase dip, B: 9"), std::string::npos);
   EXPECT_NE(svg.find(">2</tspan>\u2003single-phase dip, B: 16"), std::string::npos);
 }
 
 TEST_F(Figure, WritesLongLinesSmallerSoThatAWideFontFits) {
   const auto svg = figure(one_dip(), {"--nominal", "200"});
-  EXPECT_NE(svg.find("font-size=\"2.50\"><tspan font-weight=\"bold\">Dip<"), std::string::npos);
+  EXPECT_NE(svg.find("font-size=\"2.50\">", svg.find("of declared")), std::string::npos) << "what stands below";
+  // "Dip: residual voltage 92.00 V (40.0 %, 46.0 % of declared), 510.5 ms" has 68.
+  EXPECT_NE(svg.find("font-size=\"2.03\"><tspan font-weight=\"bold\">Dip<"), std::string::npos);
   // "1 single-phase dip, B: 92.00 V (40.0 %, 46.0 % of declared)" has 59 letters: 80 mm by 59 times 0.58.
   EXPECT_NE(svg.find("font-size=\"2.34\"><tspan font-weight=\"bold\">1<"), std::string::npos);
 }

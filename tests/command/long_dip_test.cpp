@@ -227,6 +227,11 @@ std::string line(const char* heading, const json& phases, Figure figure) {
          "\n";
 }
 
+std::string turn(double degrees) {
+  const std::string digits = printed("%+.1f", degrees);
+  return (digits == "+0.0" || digits == "-0.0" ? "0.0" : digits) + "°";
+}
+
 std::string level(const json& phase) {
   return volts(phase["voltage_v"]) + printed(" %7.1f %%", phase["percent"].get<double>());
 }
@@ -263,8 +268,7 @@ std::string text_of(const json& dip) {
                     seconds(segment["start"]), seconds(segment["end"]),
                     segment["category"]["name"].get<std::string>().c_str(), segment["category"]["code"].get<int>());
     text += line("    residual voltage", segment["residual_voltage"], level);
-    text += line("    phase jump", segment["phase_jump"],
-                 [](const json& phase) { return printed("%+.1f°", phase["degrees"].get<double>()); });
+    text += line("    phase jump", segment["phase_jump"], [](const json& phase) { return turn(phase["degrees"]); });
     text += printed("    %d phase%s below the threshold (%s), unbalance %.1f %%\n", count, count == 1 ? "" : "s",
                     low["letters"].get<std::string>().c_str(), segment["unbalance_percent"].get<double>());
   }

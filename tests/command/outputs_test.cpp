@@ -3,6 +3,9 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <vector>
 
@@ -271,6 +274,81 @@ TEST_F(Outputs, ShowsNoEscapesFromAFilesName) {
   const auto refused = dipx({"analyse", "missing\033[31m.cfg"});
   EXPECT_EQ(refused.status, 2);
   EXPECT_EQ(refused.err.find('\033'), std::string::npos);
+}
+
+// --- files that must not be written to -------------------------------------------------------------------------------
+
+TEST_F(Outputs, AreNeverTheRecordItself) {
+  ASSERT_EQ(dipx({"synth", "-o", "record.cfg"}).status, 0);
+  std::filesystem::create_hard_link("record.dat", "another name");
+  const std::string before = tests::bytes_of("record.cfg") + tests::bytes_of("record.dat");
+  for (const char* option : {"--report", "--svg"}) {
+    for (const char* file : {"record.cfg", "./record.dat", "another name"}) {
+      const auto result = dipx({"analyse", "record.cfg", option, file});
+      EXPECT_EQ(result.status, 1) << option << " " << file;
+      EXPECT_EQ(result.err,
+                std::string("dipx: ") + option + ": " + file + " is the record itself; name another file\n");
+      EXPECT_EQ(result.out, "");
+    }
+  }
+  EXPECT_TRUE(tests::bytes_of("record.cfg") + tests::bytes_of("record.dat") == before);
+}
+
+TEST_F(Outputs, AreNeverAFileThatIsReadFromStandardInput) {
+  write_csv(two_steps(), "record.csv");
+  const auto before = tests::bytes_of("record.csv");
+  const auto result = dipx({"analyse", "-", "--svg", "record.csv"}, "record.csv");
+  EXPECT_EQ(result.status, 1) << result.err;
+  EXPECT_TRUE(tests::bytes_of("record.csv") == before);
+}
+
+TEST_F(Outputs, AreDifferentFilesUnlessTheyAreDevices) {
+  write_csv(two_steps(), "record.csv");
+  const auto same = dipx({"analyse", "record.csv", "--svg", "figure", "--report", "./figure"});
+  EXPECT_EQ(same.status, 1);
+  EXPECT_EQ(same.err, "dipx: --report and --svg name the same file, figure\n");
+  EXPECT_FALSE(std::filesystem::exists("figure"));
+  EXPECT_EQ(dipx({"analyse", "record.csv", "--svg", "/dev/null", "--report", "/dev/null"}).status, 0);
+}
+
+// --- what is said beside the figures ---------------------------------------------------------------------------------
+
+TEST_F(Outputs, TellWhichSideOfTheTransformerTheVoltagesAreOf) {
+  ASSERT_EQ(dipx({"synth", "-o", "record.cfg"}).status, 0);
+  auto cfg = tests::bytes_of("record.cfg");
+  for (auto at = cfg.find(",1,1,P"); at != std::string::npos; at = cfg.find(",1,1,P", at))
+    cfg.replace(at, 6, ",110000,100,S");
+  std::ofstream("record.cfg", std::ios::binary) << cfg;
+  const auto result = dipx({"analyse", "record.cfg", "--svg", "figure.svg"});
+  EXPECT_NE(result.out.find("(secondary values, transformer 110000:100)\n"), std::string::npos) << result.out;
+  EXPECT_NE(tests::bytes_of("figure.svg").find("secondary values, transformer 110000:100<"), std::string::npos);
+  const auto voltage = json::parse(dipx({"analyse", "record.cfg", "--json"}).out)["voltages"][1];
+  EXPECT_EQ(voltage["side"], "secondary");
+  EXPECT_EQ(voltage["transformer_primary"], 110000);
+  EXPECT_EQ(voltage["transformer_secondary"], 100);
+}
+
+TEST_F(Outputs, TellWhereDipsWereJoined) {
+  auto close_by = two_steps();
+  close_by.phases = "A";
+  close_by.durations = {0.1, 0.15, 0.1};
+  close_by.depths = {60, 0, 30};
+  write_csv(close_by, "record.csv");
+  const auto document = json::parse(dipx({"analyse", "record.csv", "--json"}).out);
+  ASSERT_EQ(document["dips"].size(), 1U);
+  const double start = document["dips"][0]["start"]["time_s"];
+  std::string note;
+  for (const auto& one : document["notes"]) {
+    if (one.get<std::string>().starts_with("Dip 1 joins 2 dips ")) note = one;
+  }
+  char first[64];
+  std::snprintf(first, sizeof first, "counts each: %.4f s, ", start);
+  EXPECT_NE(note.find(first), std::string::npos) << document["notes"];
+  EXPECT_NE(note.find(" ms at 40.0 %; 0.5"), std::string::npos) << note;
+  EXPECT_NE(note.find(" ms at 70.0 %. "), std::string::npos) << note;
+  close_by.depths = {60, 15, 30};
+  write_csv(close_by, "record.csv");
+  EXPECT_EQ(dipx({"analyse", "record.csv", "--json"}).out.find("joins"), std::string::npos);
 }
 
 }  // namespace

@@ -228,6 +228,14 @@ TEST_F(Driver, ZeroesAllResultsEvenWhenItRefusesTheInput) {
   EXPECT_EQ(std::memcmp(new_dipx_buf, zeros.data(), zeros.size()), 0);
 }
 
+TEST_F(Driver, ZeroesAllResultsInMemoryThatTheHostHasLockedToo) {
+  std::memset(new_dipx_buf, 0x55, sizeof new_dipx_buf);
+  const tests::LockedMemory locked;
+  run(31, 400);
+  const std::vector<char> zeros(sizeof new_dipx_buf);
+  EXPECT_EQ(std::memcmp(new_dipx_buf, zeros.data(), zeros.size()), 0);
+}
+
 TEST_F(Driver, KeepsTheBoundaryCountOfTheLastAcceptedRun) {
   auto wave = dip(6, 100);
   run(wave);
@@ -599,6 +607,15 @@ std::size_t resident(const void* begin, std::size_t size) {
   std::size_t count = 0;
   for (const unsigned char state : pages) count += state & 1U;
   return count * page;
+}
+
+TEST_F(Driver, LeavesTheResultsOfNoDipOutOfMemory) {
+  std::memset(new_dipx_buf, 0x55, sizeof new_dipx_buf);
+  auto wave = dip(6, 100);
+  run(wave);
+  ASSERT_TRUE(reached_features(last_outcome.dips[0].outcome));
+  // Of the one dip's own result, what was written; and the pages that hold what lies next to the results.
+  EXPECT_LE(resident(new_dipx_buf, sizeof new_dipx_buf), sizeof new_dipx_buf[0] + 2UL * 4096);
 }
 
 TEST_F(Driver, LeavesWhatARecordDoesNotNeedOfTheWindowUntouched) {

@@ -7,6 +7,7 @@ namespace {
 
 int callocs_until_failure = 0;  // 0: none fails
 int mallocs_until_failure = 0;
+bool memory_is_locked = false;
 bool clock_stands_in = false;
 timespec stand_in_time{};
 long stand_in_step_ms = 0;
@@ -33,6 +34,13 @@ void* __wrap_malloc(std::size_t size) {
   return __real_malloc(size);
 }
 
+int __real_madvise(void* begin, std::size_t length, int advice);
+int __wrap_madvise(void* begin, std::size_t length, int advice) {
+  if (!memory_is_locked) return __real_madvise(begin, length, advice);
+  errno = EINVAL;
+  return -1;
+}
+
 int __real_clock_gettime(clockid_t clock, timespec* now);
 int __wrap_clock_gettime(clockid_t clock, timespec* now) {
   if (!clock_stands_in) return __real_clock_gettime(clock, now);
@@ -57,6 +65,13 @@ tests::FailingMalloc::FailingMalloc(int which) {
 }
 tests::FailingMalloc::~FailingMalloc() {
   mallocs_until_failure = 0;
+}
+
+tests::LockedMemory::LockedMemory() {
+  memory_is_locked = true;
+}
+tests::LockedMemory::~LockedMemory() {
+  memory_is_locked = false;
 }
 
 tests::StandInClock::StandInClock(std::time_t seconds, long nanoseconds, long step_ms) {

@@ -24,6 +24,15 @@ class FailingMalloc {
   ~FailingMalloc();
 };
 
+/// While it lives, the system takes no memory back, as when it is locked.
+class LockedMemory {
+ public:
+  LockedMemory();
+  LockedMemory(const LockedMemory&) = delete;
+  LockedMemory& operator=(const LockedMemory&) = delete;
+  ~LockedMemory();
+};
+
 /// While it lives, the clock stands at a given time and moves on by `step_ms` after each reading.
 class StandInClock {
  public:

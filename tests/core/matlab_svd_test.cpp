@@ -319,6 +319,16 @@ TEST(Decomposition, WithoutAnArrayOrASizeDoesNothing) {
   EXPECT_TRUE(same_bits(result, Decomposed(a)));
 }
 
+TEST(Decomposition, WithoutRowsHasNoValuesAndAnIdentity) {
+  for (const int m : {0, -1}) {
+    Decomposed result(random_matrix(3, 3, 1));
+    svdcmp(result.u.data(), m, 3, result.w.data(), result.v.data());
+    EXPECT_TRUE(same_bits(result.w, Values{untouched, 0, 0, 0})) << m;
+    EXPECT_TRUE(same_bits(result.v.all(), identity(3, 3).all())) << m;
+    EXPECT_TRUE(same_bits(result.u.all(), random_matrix(3, 3, 1).all())) << m;
+  }
+}
+
 TEST(Decomposition, WithoutMemoryLeavesItsOutputsAsTheyWere) {
   const auto a = random_matrix(64, 64, 1);
   Decomposed result(a);
@@ -400,6 +410,41 @@ TEST(Matrices, HoldTheirIndicesInOneBlock) {
     matrix[top][left - 1] = 1;
     release(matrix, top, left);
   }
+}
+
+TEST(Matrices, AndVectorsOfLessThanNothingAreNull) {
+  EXPECT_EQ(dvector(1, -1), nullptr);
+  EXPECT_EQ(dvector(std::numeric_limits<int>::max(), std::numeric_limits<int>::min()), nullptr);
+  EXPECT_EQ(dmatrix(1, 0, 1, 1), nullptr);
+  EXPECT_EQ(dmatrix(1, 1, 1, 0), nullptr);
+}
+
+TEST(Matrices, TakeIndicesAtBothEndsOfInt) {
+  constexpr int lowest = std::numeric_limits<int>::min();
+  constexpr int highest = std::numeric_limits<int>::max();
+  for (const auto& [top, left] :
+       std::vector<std::pair<int, int>>{{1, lowest}, {lowest, 1}, {highest - 1, highest - 1}}) {
+    float** matrix = dmatrix(top, top + 1, left, left + 1);
+    ASSERT_NE(matrix, nullptr) << top << " " << left;
+    for (int i = 0; i < 2; i++) {
+      for (int j = 0; j < 2; j++) matrix[top + i][left + j] = static_cast<float>(10 * i + j);
+    }
+    EXPECT_EQ(matrix[top][left], 0.0F);
+    EXPECT_EQ(matrix[top][left + 1], 1.0F);
+    EXPECT_EQ(matrix[top + 1][left], 10.0F);
+    EXPECT_EQ(matrix[top + 1][left + 1], 11.0F);
+    // The way back in `release` goes by the same distances, which no int holds.
+    std::free(matrix[top] + (static_cast<std::ptrdiff_t>(left) - 1));
+    std::free(matrix + (static_cast<std::ptrdiff_t>(top) - 1));
+  }
+}
+
+TEST(Matrices, AreNullForMoreElementsThanAnyBlockHolds) {
+  // 2^32 rows and columns: their product is 2^64, which wraps to nothing.
+  constexpr int lowest = std::numeric_limits<int>::min();
+  constexpr int highest = std::numeric_limits<int>::max();
+  EXPECT_EQ(dmatrix(lowest, highest, lowest, highest), nullptr);
+  EXPECT_EQ(dmatrix(0, highest, 0, highest), nullptr);
 }
 
 TEST(Matrices, CanBeDecomposed) {

@@ -237,6 +237,29 @@ TEST_F(RecordCheck, OnlyChecksUnlessToldToWrite) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
+TEST_F(RecordCheck, GivesEachOfItsVerdictsWithoutALogLine) {
+  struct Verdict {
+    int type;
+    int evt_num;
+    Boundaries list;
+  };
+  for (const Verdict& verdict : {Verdict{0, 1, {160, 170, 390, 400}},
+                                 {1, 2, {160, 170, 390, 400}},
+                                 {2, 1, {160, 400}},
+                                 {3, 1, {160, 170, 390, 390}},
+                                 {4, 1, {160 - 65, 170, 390, 400}},
+                                 {5, 1, {160, 170, 390, 399 + 161}},
+                                 {6, 1, {160, 387, 390, 400}}}) {
+    boundaries(verdict.list);
+    EXPECT_EQ(seg_check_hh(record.get(), nullptr, dipx.get(), verdict.evt_num, 0), verdict.type == 0 ? 0 : 1)
+        << verdict.type;
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << verdict.type;
+    // That it is this verdict, only a line says.
+    EXPECT_EQ(std::stoi(type(verdict.evt_num)), verdict.type);
+    std::filesystem::remove("result.txt");
+  }
+}
+
 TEST_F(RecordCheck, ChecksThoughTheLogCannotBeOpened) {
   std::filesystem::create_directory("result.txt");
   const auto printed = tests::printed_by([&] {

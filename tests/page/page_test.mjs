@@ -124,7 +124,7 @@ for (const name of Object.keys(records)) {
         );
       }
       // Every figure of every dip is there, but for samples (their times are) and what others say.
-      const left_out = /\.(sample|number|phase|mask|count|code|reason|analysed|recovered|gradual_fall_doubtful)$/;
+      const left_out = /\.(sample|number|phase|mask|count|code|reason|analysed|recovered|gradual_fall_doubtful|next_to_nothing)$/;
       const expected = [];
       const walk = (value, at) => {
         if (value !== null && typeof value === "object") {
@@ -447,3 +447,31 @@ for (const dark of [false, true]) {
       }
     }));
 }
+
+test("figures right between two are rounded as the text rounds them", () =>
+  opened("example", {}, async (page) => {
+    const figures = [
+      ["fixed(131.25, 1)", "131.2"],
+      ["fixed(131.75, 1)", "131.8"],
+      ["fixed(10.625, 2)", "10.62"],
+      ["fixed(-0.25, 1)", "−0.2"],
+      ["fixed(0.35, 1)", "0.3"], // a little less than it looks
+      ["fixed(-0.04, 1)", "0.0"],
+      ["volts(123.25)", "123.2\u00a0V"],
+      ["volts(1000.5)", "1.000\u00a0kV"],
+      ["degrees(359.97)", "0.0°"],
+      ["degrees(359.94)", "359.9°"],
+      ["turn(0.04)", "0.0°"],
+      ["turn(4.25)", "+4.2°"],
+    ];
+    for (const [call, digits] of figures) assert.equal(await page.value(call), digits, call);
+  }));
+
+test("how long a dip lasts that has not recovered stands in its table", () =>
+  opened("lasting", {}, async (page) => {
+    const { dips: [dip], record } = documents.lasting;
+    const seconds = record.samples / record.sampling_rate_hz - dip.start.time_s;
+    const rows = await page.value(`[...document.querySelectorAll("#dips tr")].map((row) => row.textContent)`);
+    assert.ok(rows.includes(`duration${(seconds * 1e3).toFixed(1)}\u00a0ms and on`), rows.join("; "));
+    assert.equal(dip.voltage_tolerance.itic, "below");
+  }));

@@ -1,6 +1,6 @@
 #include "tests/plain/svd_feature.h"
 
-#include "sagx/matlab_svd.h"
+#include "tests/plain/svdcmp.h"
 
 namespace plain {
 

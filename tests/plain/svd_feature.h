@@ -4,7 +4,7 @@
 namespace plain {
 
 /// The largest singular value of the order x order matrix that the differences up to and with series[end] fill column
-/// by column. `order` is 1 to 9, `end` at least order^2. Decomposes by the library's svdcmp.
+/// by column. `order` is 1 to 9, `end` at least order^2.
 float svd_feature(const float* series, int end, int order);
 
 }  // namespace plain
