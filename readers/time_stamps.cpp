@@ -96,7 +96,8 @@ bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t 
   const std::size_t right = std::min(behind, std::max(kRows / 2, kRows - std::min(before, kRows / 2)));
   const std::size_t left = std::min(before, kRows - std::min(right, kRows / 2));
   const double around = surplus(stamps, at - 1 - left, at - 1, step) + surplus(stamps, at, at + right, step);
-  return steps > 0 ? around > -0.5 : around < 0.5;  // another such place makes it worse, never good
+  const double half = std::min(std::abs(steps), 1.0) / 2;
+  return steps > 0 ? around > -half : around < half;  // another such place makes it worse, never good
 }
 
 std::string sample_text(std::size_t index) {
@@ -143,7 +144,10 @@ class TableMaker {
     agreed_before_ = agreed;
     for (std::size_t i = begin + 1; agreed && i < section.end; ++i) {
       const double jump = step_of(stamps_[i - 1], stamps_[i], step) - step;
-      if (!note_jump(i, jump, step)) continue;
+      if (!note_jump(i, jump, step)) {
+        note_shift(i, jump, begin, section.end, step);
+        continue;
+      }
       push(rate, start, i, missing, missing == 0);
       start = i;
       missing = jump;
@@ -232,6 +236,16 @@ class TableMaker {
     return forward;
   }
 
+  /// Steps too small for a jump and too large for rounding, unless a late stamp is all there is to it.
+  void note_shift(std::size_t at, double jump, std::size_t begin, std::size_t end, double step) {
+    if (!(jump > std::max(2.0, 0.25 * step)) || shift_noted_ || !persists(stamps_, begin, end, at, step, jump / step))
+      return;
+    shift_noted_ = true;
+    table_.notes.push_back("From " + sample_text(at) + " on the time stamps are " +
+                           number_text(std::round(jump * unit_ * 1e9) / 1e3) +
+                           " us later than the rate makes them; the samples are taken to follow each other.");
+  }
+
   void push(double rate, std::size_t begin, std::size_t end, double missing, bool follows) {
     double start = 0;
     if (!table_.sections.empty()) {
@@ -248,6 +262,7 @@ class TableMaker {
   double given_rate_;
   bool agreed_before_ = false;
   bool rate_noted_ = false;
+  bool shift_noted_ = false;
   std::size_t jumps_ = 0;
   std::size_t jumps_back_ = 0;
   std::size_t forward_note_ = 0;
