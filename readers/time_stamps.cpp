@@ -79,25 +79,37 @@ double regular_step(const std::vector<double>& stamps, std::size_t begin, std::s
   return mean > 0 && agree(stamps, begin, end, mean) ? mean : kNaN;
 }
 
-/// How many steps more than there are rows the stamps go on from one to another.
-double surplus(const std::vector<double>& stamps, std::size_t from, std::size_t to, double step) {
-  double units = 0;
-  for (std::size_t i = from + 1; i <= to; ++i) units += step_of(stamps[i - 1], stamps[i], step) - step;
-  return units / step;
+/// How far the stamps from one row on, or back, are off even steps, in steps: the median, of two in the middle the
+/// lower or the upper one.
+double usual_lag(const std::vector<double>& stamps, std::size_t start, std::size_t count, bool forward, bool lower,
+                 double step) {
+  std::vector<double> lags = {0};
+  for (std::size_t k = 1; k < count; ++k) {
+    const std::size_t later = forward ? start + k : start - k + 1;
+    const double units = step_of(stamps[later - 1], stamps[later], step) - step;
+    lags.push_back(lags.back() + (forward ? units : -units) / step);
+  }
+  const std::size_t middle = lower ? (lags.size() - 1) / 2 : lags.size() / 2;
+  std::nth_element(lags.begin(), lags.begin() + static_cast<std::ptrdiff_t>(middle), lags.end());
+  return lags[middle];
 }
 
-/// Whether a step that is off by `steps` is not made good by those around it, as a late stamp is, or one that is
-/// written too coarsely.
+/// Whether the rows behind a step that is off by `steps` are so as a rule, seen from those in front of it. A late stamp
+/// is made good by the rows next to it, one that is written too coarsely by many together.
 bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t end, std::size_t at, double step,
               double steps) {
-  constexpr std::size_t kRows = 64;  // on both sides together
-  const std::size_t before = at - 1 - begin;
-  const std::size_t behind = end - 1 - at;
-  const std::size_t right = std::min(behind, std::max(kRows / 2, kRows - std::min(before, kRows / 2)));
-  const std::size_t left = std::min(before, kRows - std::min(right, kRows / 2));
-  const double around = surplus(stamps, at - 1 - left, at - 1, step) + surplus(stamps, at, at + right, step);
-  const double half = std::min(std::abs(steps), 1.0) / 2;
-  return steps > 0 ? around > -half : around < half;  // another such place makes it worse, never good
+  constexpr double kDrift = 0.3;  // what a rate that is nearly right may come to over so many rows
+  const std::size_t before = at - begin;
+  const std::size_t behind = end - at;
+  for (const std::size_t rows : {8U, 64U}) {  // on both sides together
+    const std::size_t right = std::min(behind, rows - std::min(before, rows / 2));
+    const std::size_t left = std::min(before, rows - right);
+    const bool late = steps > 0;
+    const double shift =
+        steps + usual_lag(stamps, at, right, true, late, step) - usual_lag(stamps, at - 1, left, false, !late, step);
+    if (late ? shift < steps - std::min(kDrift, steps / 2) : shift > steps + kDrift) return false;
+  }
+  return true;
 }
 
 std::string sample_text(std::size_t index) {

@@ -185,6 +185,14 @@ TEST_F(LostRows, AreNoneWhereAStampIsLate) {
   }
 }
 
+TEST_F(LostRows, AreFoundNearALateStampWhichIsNone) {
+  for (const std::size_t late : {25U, 34U, 48U, 60U}) {
+    Rows rows;
+    rows.stamp = [=](std::size_t row) { return 1000.0 * static_cast<double>(row == late ? row : row - 1); };
+    expect_hole(read(rows.without(41, 41)), 41, 41);
+  }
+}
+
 TEST_F(LostRows, AreNoneWhereStampsAreRoundedCoarsely) {
   // Of whole milliseconds at 990 Hz most steps are within a hundredth of what they should be, and one in a hundred is
   // of two.
