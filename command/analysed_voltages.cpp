@@ -5,7 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <iterator>
+#include <limits>
 #include <numbers>
+#include <optional>
 #include <utility>
 
 #include "command/refusal.h"
@@ -23,6 +26,21 @@ constexpr double implausible_volts = 2e6;
 
 std::string plural(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+/// Why three voltages are dead.
+std::string cause_of_death(const readers::Record& record, const readers::VoltageSet& set) {
+  for (const std::size_t index : set.channels) {
+    const auto& channel = record.channels[index];
+    const auto is_value = [](double value) { return std::isfinite(value); };
+    const auto first = std::find_if(channel.samples.begin(), channel.samples.end(), is_value);
+    if (first == channel.samples.end()) return fmt::format("channel {} has no values", channel.name);
+    if (channel.zero_scale) return fmt::format("the scale factor of channel {} is 0", channel.name);
+    const bool flat =
+        std::all_of(first, channel.samples.end(), [&](double value) { return !is_value(value) || value == *first; });
+    if (flat) return fmt::format("channel {} is {:g} throughout", channel.name, *first);
+  }
+  return "they are far smaller than others of the record, or do not alternate";
 }
 
 readers::VoltageSet chosen_set(const readers::Record& record, const VoltageChoice& choice, AnalysedVoltages& voltages,
@@ -52,7 +70,8 @@ readers::VoltageSet chosen_set(const readers::Record& record, const VoltageChoic
   voltages.set = std::max<std::size_t>(choice.set, 1);
   const auto& set = sets[voltages.set - 1];
   if (!set.live) {
-    throw readers::ReadError(record.file, "", fmt::format("its three {} are dead", kind),
+    throw readers::ReadError(record.file, "",
+                             fmt::format("its three {} are dead: {}", kind, cause_of_death(record, set)),
                              "choose others with --set or --channels; dipx info lists what there is");
   }
   if (sets.size() > 1 && choice.set == 0) {
@@ -73,11 +92,27 @@ void note_how_found(const readers::Record& record, const readers::VoltageSet& se
         "categories and zero sequence mean what they do for these.",
         name(0), name(1), name(2)));
   }
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const auto& channel = record.channels[set.channels[phase]];
+    if (set.between_phases && set.turned[phase]) {
+      notes.push_back(fmt::format("{} is taken with the other sign, as the voltage {}.", channel.name,
+                                  std::array{"AB", "BC", "CA"}[phase]));
+    }
+    if (!set.between_phases && set.doubtful[phase]) {
+      notes.push_back(fmt::format(
+          "The name {} and the phase field {} tell different phases; it is taken for phase {} (--channels tells "
+          "otherwise).",
+          channel.name, channel.phase, "ABC"[phase]));
+    }
+  }
   if (set.source == readers::PhaseSource::order) {
     notes.push_back(fmt::format("That {}, {}, {} belong together is guessed from their order in the file.", name(0),
                                 name(1), name(2)));
   }
-  if (set.unit_guessed) {
+  if (set.unit_guessed && unit(0).empty()) {
+    notes.push_back(fmt::format("{}, {}, {} have no unit; by their names they are taken for voltages in V.", name(0),
+                                name(1), name(2)));
+  } else if (set.unit_guessed) {
     notes.push_back(
         fmt::format("The unit of {}, {}, {} is {}, not one of voltage; by their names they are taken for V.", name(0),
                     name(1), name(2), unit(0)));
@@ -139,9 +174,80 @@ bool holds_trigger(const readers::Part& part, const readers::Record& record) {
          *record.trigger < part.start + static_cast<double>(part.length()) / part.rate;
 }
 
-/// Index of the part that is analysed: the one the user names, or round the trigger, or the longest that will do.
-std::size_t chosen_part(const readers::Record& record, const std::vector<readers::Part>& parts,
-                        const VoltageChoice& choice, double frequency) {
+/// RMS of a channel over one cycle each, half a cycle apart; missing values are left aside, and cycles that lack more
+/// than a quarter.
+std::vector<double> cycle_levels(const readers::Channel& channel, const readers::Part& part, double frequency) {
+  std::vector<double> levels;
+  const auto cycle = static_cast<std::size_t>(std::lround(part.rate / frequency));
+  for (std::size_t begin = part.begin; begin + cycle <= part.end; begin += cycle / 2) {
+    double sum = 0;
+    std::size_t count = 0;
+    for (std::size_t i = begin; i < begin + cycle; i++) {
+      const double value = channel.samples[i];
+      if (!(std::abs(value) < std::numeric_limits<float>::max())) continue;
+      sum += value * value;
+      count++;
+    }
+    if (4 * count >= 3 * cycle) levels.push_back(std::sqrt(sum / static_cast<double>(count)));
+  }
+  return levels;
+}
+
+/// Below this a part is taken to hold a dip.
+constexpr double low = 0.9;
+
+/// What of the record may be analysed, and how low the voltage is in it.
+struct PartView {
+  bool will_do = false;  ///< for an analysis, by rate and length
+  double cycles = 0;
+  bool starts_low = false;  ///< within a dip, so that what was before it is not known
+  double lowest = 1;        ///< the lowest RMS of a cycle in any phase over what that phase usually has
+};
+
+std::vector<PartView> views_of(const readers::Record& record, const AnalysedVoltages& voltages,
+                               const std::vector<readers::Part>& parts) {
+  const double frequency = voltages.line_frequency;
+  std::vector<PartView> views(parts.size());
+  for (std::size_t i = 0; i < parts.size(); i++) {
+    const auto& part = parts[i];
+    views[i].cycles = part.rate > 0 ? static_cast<double>(part.length()) * frequency / part.rate : 0;
+    views[i].will_do = part.rate >= fewest_samples_per_cycle * frequency && views[i].cycles >= 2;
+  }
+  if (parts.size() < 2) return views;
+  std::array<std::vector<std::vector<double>>, 3> levels;
+  std::array<double, 3> usual{};
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    for (std::size_t i = 0; i < parts.size(); i++) {
+      auto& those = levels[phase].emplace_back();
+      if (!views[i].will_do) continue;
+      those = cycle_levels(record.channels[voltages.channels[phase]], parts[i], frequency);
+      if (those.empty()) continue;
+      auto sorted = those;
+      std::sort(sorted.begin(), sorted.end());
+      usual[phase] = std::max(usual[phase], sorted[sorted.size() / 2]);
+    }
+  }
+  constexpr double noise = 0.1;
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    if (!(usual[phase] > noise * *std::max_element(usual.begin(), usual.end()))) continue;
+    for (std::size_t i = 0; i < parts.size(); i++) {
+      for (const double level : levels[phase][i]) views[i].lowest = std::min(views[i].lowest, level / usual[phase]);
+      if (!levels[phase][i].empty() && levels[phase][i][0] < low * usual[phase]) views[i].starts_low = true;
+    }
+  }
+  return views;
+}
+
+/// Which part is analysed, and why.
+struct ChosenPart {
+  std::size_t index = 0;
+  const char* why = "";
+};
+
+/// The part that the user names, or round the trigger, or the longest that will do; but one with a dip comes before
+/// those without, and before those that begin within one.
+ChosenPart chosen_part(const readers::Record& record, const std::vector<readers::Part>& parts,
+                       const std::vector<PartView>& views, const VoltageChoice& choice) {
   if (parts.empty()) {
     throw readers::ReadError(record.file, "", "the voltages have no values", "choose other channels or another record");
   }
@@ -149,34 +255,69 @@ std::size_t chosen_part(const readers::Record& record, const std::vector<readers
     throw UnknownChoice(
         fmt::format("{}: there is no part {}, only {}; dipx info lists them", record.file, choice.part, parts.size()));
   }
-  if (choice.part > 0) return choice.part - 1;
-  const auto cycles = [&](const readers::Part& part) {
-    return part.rate > 0 ? static_cast<double>(part.length()) * frequency / part.rate : 0;
-  };
-  const auto will_do = [&](const readers::Part& part) {
-    return part.rate >= fewest_samples_per_cycle * frequency && cycles(part) >= 2;
-  };
-  std::size_t best = 0;
-  for (std::size_t i = 0; i < parts.size(); i++) {
-    if (holds_trigger(parts[i], record) && will_do(parts[i])) return i;
-    if (std::pair(will_do(parts[i]), cycles(parts[i])) > std::pair(will_do(parts[best]), cycles(parts[best]))) best = i;
+  if (choice.part > 0) return {choice.part - 1, ""};
+  ChosenPart best{0, ", the longest"};
+  const auto merit = [&](std::size_t i) { return std::pair(views[i].will_do, views[i].cycles); };
+  for (std::size_t i = 1; i < parts.size(); i++) {
+    if (merit(i) > merit(best.index)) best.index = i;
   }
-  return best;
+  for (std::size_t i = parts.size(); i-- > 0;) {
+    if (holds_trigger(parts[i], record) && views[i].will_do) best = {i, ", which holds the trigger"};
+  }
+  const auto rank = [](const PartView& view) { return view.lowest < low ? view.starts_low ? 1 : 0 : 2; };
+  const auto lowest = std::min_element(views.begin(), views.end(), [&](const PartView& a, const PartView& b) {
+    return std::pair(rank(a), a.lowest) < std::pair(rank(b), b.lowest);
+  });
+  if (rank(views[best.index]) <= rank(*lowest)) return best;
+  return {static_cast<std::size_t>(lowest - views.begin()), ", which holds a dip"};
 }
 
-void note_part(const readers::Record& record, const AnalysedVoltages& voltages, bool by_user,
+void note_part(const AnalysedVoltages& voltages, const std::vector<PartView>& views, const char* why,
                std::vector<std::string>& notes) {
   if (voltages.parts < 2) return;
   const auto& part = voltages.part;
-  const bool triggered = holds_trigger(part, record);
+  const bool by_user = *why == 0;
   notes.push_back(fmt::format(
       "The record falls into {} parts by sampling rate and gaps; this is part {}{}, from {:.4f} s to {:.4f} s{}.",
-      voltages.parts, voltages.part_number,
-      by_user     ? ""
-      : triggered ? ", which holds the trigger"
-                  : ", the longest",
-      part.start, part.start + static_cast<double>(part.length()) / part.rate,
+      voltages.parts, voltages.part_number, why, part.start,
+      part.start + static_cast<double>(part.length()) / part.rate,
       by_user ? "" : " (--part chooses another, dipx info lists them)"));
+  if (by_user) return;
+  constexpr std::size_t most = 5;
+  std::string others;
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < views.size(); i++) {
+    if (i + 1 == voltages.part_number || !(views[i].lowest < low)) continue;
+    if (++count > most) continue;
+    fmt::format_to(std::back_inserter(others), "{}part {} to {:.1f} %", count == 1 ? "" : ", ", i + 1,
+                   100 * views[i].lowest);
+  }
+  if (count == 0) return;
+  if (count > most) fmt::format_to(std::back_inserter(others), " and {} more", count - most);
+  notes.push_back(
+      fmt::format("The voltage falls below 90 % of its usual level elsewhere too: {} (--part analyses "
+                  "{}).",
+                  others, count == 1 ? "it" : "one of them"));
+}
+
+/// Rates that are nearly alike make one part, at their mean.
+void note_rates(const readers::Record& record, const readers::Part& part, std::vector<std::string>& notes) {
+  constexpr double worth_saying = 1e-4;
+  double lowest = part.rate;
+  double highest = part.rate;
+  std::size_t begin = 0;
+  for (const auto& section : record.rates) {
+    if (section.end > part.begin && begin < part.end && section.rate > 0) {
+      lowest = std::min(lowest, section.rate);
+      highest = std::max(highest, section.rate);
+    }
+    begin = section.end;
+  }
+  if (highest - lowest <= worth_saying * lowest) return;
+  notes.push_back(fmt::format(
+      "The sampling rate goes from {:.6g} to {:.6g} samples per second within the part; its mean, {:.6g}, is taken for "
+      "all.",
+      lowest, highest, part.rate));
 }
 
 void note_bridges(const readers::Record& record, std::size_t channel, const readers::BridgedSamples& samples,
@@ -203,28 +344,93 @@ double take_values(const readers::Record& record, const AnalysedVoltages& voltag
   return largest;
 }
 
-void fill(const readers::Record& record, AnalysedVoltages& voltages, Waveform& waveform,
-          std::vector<std::string>& notes) {
+void fill(const readers::Record& record, AnalysedVoltages& voltages, const std::array<bool, 3>& turned,
+          Waveform& waveform, std::vector<std::string>& notes) {
   std::array<double, 3> factors{};
+  std::array<double, 3> signs{};
   for (std::size_t phase = 0; phase < 3; phase++) {
     const auto unit = readers::volts_per_unit(record, voltages.channels[phase]);
-    factors[phase] = unit.factor;
+    signs[phase] = voltages.between_phases && turned[phase] ? -1 : 1;
+    factors[phase] = unit.factor * signs[phase];
     voltages.unit_assumed[phase] = unit.assumed;
   }
   const double level = take_values(record, voltages, factors, waveform, &notes);
-  if (level <= implausible_volts || *std::max_element(factors.begin(), factors.end()) <= 1) return;
+  if (level <= implausible_volts) return;
+  const bool scaled = std::any_of(factors.begin(), factors.end(), [](double factor) { return std::abs(factor) > 1; });
+  if (!scaled) {
+    notes.push_back(fmt::format(
+        "The voltages are {:.3g} V, more than any grid has: check the units and scale factors in the file.", level));
+    return;
+  }
   notes.push_back(fmt::format("The unit {} makes the voltages {:.3g} V, which cannot be; they are taken for V.",
                               record.channels[voltages.channels[0]].unit, level));
   voltages.unit_assumed = {true, true, true};
-  take_values(record, voltages, {1, 1, 1}, waveform, nullptr);
+  const double taken = take_values(record, voltages, signs, waveform, nullptr);
+  if (taken > implausible_volts) {
+    notes.push_back(fmt::format("Even so they are {:.3g} V: check the units and scale factors in the file.", taken));
+  }
+}
+
+/// The phases' fundamentals over the first two cycles; nothing where they are too short or mostly something else.
+std::optional<std::array<std::complex<double>, 3>> first_phasors(const Waveform& waveform, double samples_per_cycle) {
+  constexpr double mostly = 0.8;  // of the energy
+  const auto length = static_cast<std::size_t>(std::lround(2 * samples_per_cycle));
+  std::array<std::complex<double>, 3> phasors;
+  if (waveform[0].size() < length) return std::nullopt;
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    double energy = 0;
+    for (std::size_t i = 0; i < length; i++) {
+      const auto value = static_cast<double>(waveform[phase][i]);
+      phasors[phase] += value * std::polar(1.0, -2 * std::numbers::pi * static_cast<double>(i) / samples_per_cycle);
+      energy += value * value;
+    }
+    if (!(2 * std::norm(phasors[phase]) >= mostly * energy * static_cast<double>(length)) || energy == 0) {
+      return std::nullopt;
+    }
+  }
+  return phasors;
+}
+
+/// Whether three phasors are alike in length and turn as phases A, B, C do.
+bool turn_as_abc(std::complex<double> a, std::complex<double> b, std::complex<double> c) {
+  constexpr double nearly = 0.95;
+  const auto third = std::polar(1.0, 2 * std::numbers::pi / 3);
+  const double longest = std::max({std::abs(a), std::abs(b), std::abs(c)});
+  return std::abs(a + third * b + third * third * c) >= 3 * nearly * longest;
+}
+
+/// Says what the first cycles, when they are sound, show of phases exchanged or connected the other way round.
+void note_connection(const readers::Record& record, const AnalysedVoltages& voltages, const Waveform& waveform,
+                     double samples_per_cycle, std::vector<std::string>& notes) {
+  const auto phasors = first_phasors(waveform, samples_per_cycle);
+  if (!phasors) return;
+  const auto& [a, b, c] = *phasors;
+  const auto name = [&](std::size_t phase) { return record.channels[voltages.channels[phase]].name; };
+  if (turn_as_abc(a, c, b)) {
+    notes.push_back(fmt::format(
+        "In the first cycles the phases follow each other as A, C, B: two of them seem to be exchanged, or the line "
+        "turns that way (--channels {},{},{} takes them in the other order).",
+        voltages.channels[0] + 1, voltages.channels[2] + 1, voltages.channels[1] + 1));
+    return;
+  }
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    auto turned = *phasors;
+    turned[phase] = -turned[phase];
+    const bool in_order = turn_as_abc(turned[0], turned[1], turned[2]);
+    if (!in_order && !turn_as_abc(turned[0], turned[2], turned[1])) continue;
+    notes.push_back(fmt::format(
+        "In the first cycles {} is opposite to where phase {} belongs{}: it seems to be connected the other way round, "
+        "which makes categories, phase jumps and zero sequence wrong (turn its sign in the file).",
+        name(phase), "ABC"[phase], in_order ? "" : ", and the phases follow each other as A, C, B"));
+    return;
+  }
 }
 
 void note_skew(const readers::Record& record, const AnalysedVoltages& voltages, std::vector<std::string>& notes) {
   constexpr double least_degrees = 0.5;
-  double largest = 0;
-  for (const std::size_t channel : voltages.channels) {
-    largest = std::max(largest, std::abs(record.channels[channel].skew));
-  }
+  const auto skew = [&](std::size_t phase) { return record.channels[voltages.channels[phase]].skew; };
+  const auto [first, last] = std::minmax({skew(0), skew(1), skew(2)});
+  const double largest = last - first;
   const double degrees = 360 * voltages.line_frequency * largest;
   if (degrees < least_degrees) return;
   notes.push_back(
@@ -271,11 +477,13 @@ AnalysedVoltages pick_voltages(const readers::Record& record, const VoltageChoic
 
   const auto parts =
       readers::parts_without_gaps(record, voltages.channels, longest_bridge_cycles / voltages.line_frequency);
-  const std::size_t index = chosen_part(record, parts, choice, voltages.line_frequency);
-  voltages.part = parts[index];
-  voltages.part_number = index + 1;
+  const auto views = views_of(record, voltages, parts);
+  const auto chosen = chosen_part(record, parts, views, choice);
+  voltages.part = parts[chosen.index];
+  voltages.part_number = chosen.index + 1;
   voltages.parts = parts.size();
-  note_part(record, voltages, choice.part > 0, notes);
+  note_part(voltages, views, chosen.why, notes);
+  note_rates(record, voltages.part, notes);
 
   const double rate = voltages.part.rate;
   if (!(rate > 0)) {
@@ -288,7 +496,8 @@ AnalysedVoltages pick_voltages(const readers::Record& record, const VoltageChoic
                               rate, samples, voltages.line_frequency),
                   "use a record with at least 8");
   }
-  fill(record, voltages, waveform, notes);
+  fill(record, voltages, set.turned, waveform, notes);
+  note_connection(record, voltages, waveform, samples, notes);
   note_skew(record, voltages, notes);
   voltages.samples_per_cycle = analysed_samples_per_cycle(samples);
   voltages.resampled = needs_resampling(samples, voltages.samples_per_cycle);

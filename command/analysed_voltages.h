@@ -24,7 +24,8 @@ struct VoltageChoice {
   std::string channels;       ///< "A,B,C" as channel names or numbers; empty: found by phase letter and unit
   std::size_t set = 0;        ///< number of the voltage set as `dipx info` lists them; 0: the first
   bool line_to_line = false;  ///< voltages between phases
-  std::size_t part = 0;       ///< number of the record's part; 0: the one round the trigger, otherwise the longest
+  std::size_t part = 0;       ///< number of the record's part; 0: one with a dip, of them the one round the trigger
+                              ///< or else the longest
   double line_frequency = 0;  ///< hertz, over what the file says; 0: not given
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <optional>
 #include <utility>
@@ -9,6 +10,7 @@
 #include "readers/comtrade_config.h"
 #include "readers/comtrade_data.h"
 #include "readers/file_access.h"
+#include "readers/lost_rows.h"
 #include "readers/text.h"
 #include "readers/time_stamps.h"
 
@@ -22,19 +24,6 @@ std::string partner_of(const std::string& path, const std::string& extension) {
       inert(wanted), "",
       "there is no such file beside " + inert(path) + ", in capital or small letters, and a record needs both",
       "put the " + extension + " file of the record there");
-}
-
-/// Makes the sections end where the data do.
-std::vector<RateSection> fitted_rates(const std::vector<RateSection>& declared, std::size_t length) {
-  std::vector<RateSection> rates;
-  for (const RateSection& section : declared) {
-    const std::size_t start = rates.empty() ? 0 : rates.back().end;
-    const std::size_t end = std::min(section.end, length);
-    if (end > start) rates.push_back({section.rate, end});
-  }
-  if (rates.empty()) rates.push_back({declared.back().rate, length});
-  rates.back().end = length;
-  return rates;
 }
 
 /// What the configuration alone makes of a record.
@@ -70,19 +59,27 @@ double duration(const std::vector<RateSection>& sections) {
 
 /// The record that a configuration and its data make.
 Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, const OpenOptions& options) {
-  for (std::size_t i = 0; i < record.channels.size(); ++i) record.channels[i].samples = std::move(data.samples[i]);
-  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
-
   const std::size_t declared = config.rates.back().end;
   if (declared != data.rows) {
-    record.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
-                           std::to_string(data.rows) + ".");
+    data.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
+                         std::to_string(data.rows) + ".");
+  }
+  double unit = config.stamp_unit;
+  if (!data.stamps_agree) {
+    unit =
+        unit_of_stamps(fitted_rates(config.rates, data.rows), data.stamps, unit, config.line_frequency, config.trigger);
+  }
+  if (unit != config.stamp_unit) {
+    const auto nanoseconds = [](double seconds) { return number_text(std::round(seconds * 1e9)) + " ns"; };
+    data.notes.push_back("The time stamps are taken to be in units of " + nanoseconds(unit) +
+                         ", as the record does not fit them in units of " + nanoseconds(config.stamp_unit) +
+                         ", which the configuration makes them.");
   }
   TimeTable table;
-  table.sections = fitted_rates(config.rates, data.rows);
-  if (!data.stamps_agree) {
-    table = read_time_stamps(table.sections, data.stamps, config.stamp_unit, options.sampling_rate);
-  }
+  table.sections = repair_rows(config, unit, data);
+  if (!data.stamps_agree) table = read_time_stamps(table.sections, data.stamps, unit, options.sampling_rate);
+  for (std::size_t i = 0; i < record.channels.size(); ++i) record.channels[i].samples = std::move(data.samples[i]);
+  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
   record.rates = std::move(table.sections);
   record.notes.insert(record.notes.end(), table.notes.begin(), table.notes.end());
   if (config.trigger && *config.trigger <= duration(record.rates)) record.trigger = config.trigger;
@@ -120,9 +117,10 @@ Announcement announced_by(std::string_view line) {
 struct Sections {
   std::string_view config;
   std::string_view data;
+  std::optional<std::size_t> stated_bytes;  ///< of the data
 };
 
-/// The data section is the last one: whatever follows its announcement belongs to it, unless it says its length.
+/// The data section is the last one: whatever follows its announcement is in `data`, though it may state a length.
 Sections split_sections(const std::string& file, std::string_view content) {
   Sections sections;
   std::string_view rest = content;
@@ -138,7 +136,8 @@ Sections split_sections(const std::string& file, std::string_view content) {
     kind = announced.kind;
     section_begin = rest.data();
     if (kind == "dat") {
-      sections.data = rest.substr(0, announced.bytes.value_or(rest.npos));
+      sections.data = rest;
+      sections.stated_bytes = announced.bytes;
       return sections;
     }
   }
@@ -188,9 +187,25 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
   const Sections sections = split_sections(file, content);
   const ComtradeConfig config = parse_comtrade_config(file + ", CFG section", sections.config, options.charset);
   Record record = described(file, config);
-  std::string_view data = sections.data;
+  std::string_view data = sections.data.substr(0, sections.stated_bytes.value_or(sections.data.npos));
   std::optional<std::string> decoded;
-  if (config.data_type != ComtradeConfig::DataType::kAscii) decoded = base64_decoded(data);
+  if (config.data_type != ComtradeConfig::DataType::kAscii) {
+    const std::string_view whole = sections.data.substr(0, sections.data.find("\n---"));
+    decoded = base64_decoded(whole);
+    // The length stated may be that of the text or of the bytes it stands for.
+    if (decoded && decoded->size() == sections.stated_bytes) {
+      data = whole;
+    } else {
+      decoded = base64_decoded(data);
+    }
+  }
+  std::string_view left = sections.data.substr(data.size());
+  left.remove_prefix(std::min(left.find_first_not_of(" \t\r\n\x1A"), left.size()));
+  if (!left.empty() && announced_by(left.substr(0, left.find('\n'))).kind.empty()) {
+    record.notes.push_back("The data section goes on for " + std::to_string(left.size()) +
+                           " bytes behind its stated length of " + std::to_string(data.size()) +
+                           "; they were left out.");
+  }
   if (decoded) {
     data = *decoded;
     record.format += " (base64)";

@@ -135,6 +135,10 @@ class ConfigParser {
     channel.scale = finite_number(fields[5], what + ": the scale factor");
     channel.offset = finite_number(fields[6], what + ": the offset");
     channel.description.skew = 1e-6 * parse_number(fields[7]).value_or(0);
+    if (channel.scale == 0) {
+      channel.description.zero_scale = true;
+      note("the scale factor of " + what + " is 0, which makes all its values " + number_text(channel.offset) + ".");
+    }
     constexpr double kMissing = 99999;
     channel.beyond_99999 =
         parse_number(fields[8]).value_or(0) < -kMissing || parse_number(fields[9]).value_or(0) > kMissing;

@@ -11,6 +11,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "readers/text.h"
@@ -130,7 +131,7 @@ class AsciiReader {
                               ") is not complete and was dropped: " + fault + ".");
         break;
       }
-      note_jump(lines.number());
+      if (number_ != number_before_ + 1 && data_.rows > 1) take_jump(lines.number());
     }
     return std::move(data_);
   }
@@ -193,7 +194,8 @@ class AsciiReader {
     return {};
   }
 
-  void note_jump(std::size_t line) {
+  void take_jump(std::size_t line) {
+    data_.numbers.take_jump(data_.rows - 1, number_before_, number_);
     if (jumped_ || follows(number_, number_before_)) return;
     jumped_ = true;
     data_.notes.push_back("Sample numbers in the data file go from " + number_text(number_before_) + " to " +
@@ -225,7 +227,7 @@ std::uint32_t little_endian_32(const char* bytes) {
 /// but these numbers tells.
 class SampleNumbers {
  public:
-  explicit SampleNumbers(const std::string& file) : file_(file) {}
+  SampleNumbers(const std::string& file, RowNumbers& numbers) : file_(file), numbers_(numbers) {}
 
   /// Takes the number of the next row, which starts at byte `offset`. Throws ReadError when it cannot follow.
   void take(std::uint32_t number, std::size_t offset) {
@@ -233,31 +235,78 @@ class SampleNumbers {
     before_ = number;
     ++row_;
     if (row_ == 1) return;
+    const std::uint32_t step = number - before;  // unsigned: from 2^32 - 1 on to 0
+    if (doubted_ && step != 1 && step != doubted_->step) refuse(*doubted_);
+    accept_doubted();
+    const bool regular = step == 1 || step == step_before_;
+    step_before_ = step;
+    if (step != 1) numbers_.take_jump(row_ - 1, before, number);
+    if (regular) return;
     const bool unnumbered = number == 0 && before == 0;
-    if (number == before + 1 || unnumbered) return;  // unsigned: from 2^32 - 1 on to 0
+    if (unnumbered) return;
     if (number != 1) {
-      throw ReadError(file_, "row " + std::to_string(row_) + " (byte " + std::to_string(offset) + ")",
-                      "sample number jumps from " + std::to_string(before) + " to " + std::to_string(number) +
-                          ": the data are damaged, perhaps by an end-of-line conversion",
-                      "copy the file again in binary mode, and make sure that the .cfg belongs to it");
+      doubted_ = {row_, offset, before, number, step};
+    } else if (first_restart_ == 0) {
+      first_restart_ = row_;
     }
-    if (first_restart_ == 0) first_restart_ = row_;
   }
 
   /// Takes as many more rows, numbered one after the other.
   void go_on(std::size_t rows) {
+    if (rows == 0) return;
+    accept_doubted();
+    step_before_ = 1;
     before_ += static_cast<std::uint32_t>(rows);
     row_ += rows;
+  }
+
+  /// To be called behind the last row. Throws ReadError.
+  void finish() {
+    if (doubted_) refuse(*doubted_);
   }
 
   /// The first row whose number starts again at 1; 0 when none does.
   [[nodiscard]] std::size_t first_restart() const { return first_restart_; }
 
+  /// Says the first jump that rows behind it have made good; empty when there is none.
+  [[nodiscard]] const std::string& jump_note() const { return jump_note_; }
+
  private:
+  /// A jump that the next row has to make good: rows may be lost, or numbered by twos or all alike, but behind a byte
+  /// too many or too few no two numbers fit.
+  struct Jump {
+    std::size_t row = 0;
+    std::size_t offset = 0;
+    std::uint32_t before = 0;
+    std::uint32_t number = 0;
+    std::uint32_t step = 0;
+  };
+
+  void accept_doubted() {
+    if (!doubted_) return;
+    if (jump_note_.empty() && doubted_->step != 0) {
+      jump_note_ = "Sample numbers in the data file go from " + std::to_string(doubted_->before) + " to " +
+                   std::to_string(doubted_->number) + " in row " + std::to_string(doubted_->row) +
+                   "; rows may be missing.";
+    }
+    doubted_.reset();
+  }
+
+  [[noreturn]] void refuse(const Jump& jump) const {
+    throw ReadError(file_, "row " + std::to_string(jump.row) + " (byte " + std::to_string(jump.offset) + ")",
+                    "sample number jumps from " + std::to_string(jump.before) + " to " + std::to_string(jump.number) +
+                        ": the data are damaged, perhaps by an end-of-line conversion",
+                    "copy the file again in binary mode, and make sure that the .cfg belongs to it");
+  }
+
   const std::string& file_;
+  RowNumbers& numbers_;
   std::uint32_t before_ = 0;
   std::size_t row_ = 0;
+  std::uint32_t step_before_ = 1;
   std::size_t first_restart_ = 0;
+  std::optional<Jump> doubted_;
+  std::string jump_note_;
 };
 
 /// Whether all steps between time stamps are what the record's only rate makes them: the rule, and seen in passing.
@@ -281,6 +330,8 @@ class StampSteps {
     // Without sign: a step over the end of 32 bits is one like others, one back is far beyond the range.
     std::uint32_t wrong = any_ && stamps[0] - last_ - least_ > range_ ? 1 : 0;
     for (std::size_t i = 1; i < count; ++i) wrong |= stamps[i] - stamps[i - 1] - least_ > range_ ? 1U : 0U;
+    span_ += (any_ ? stamps[0] - last_ : 0U);
+    span_ += stamps[count - 1] - stamps[0];
     last_ = stamps[count - 1];
     any_ = true;
     return known_ && wrong == 0;
@@ -288,6 +339,8 @@ class StampSteps {
 
   [[nodiscard]] std::uint32_t last() const { return last_; }
   [[nodiscard]] double step() const { return step_; }
+  /// From the first stamp to the last, as long as they agree.
+  [[nodiscard]] double span() const { return static_cast<double>(span_); }
 
  private:
   bool known_ = false;  ///< that there is one rate
@@ -296,6 +349,7 @@ class StampSteps {
   std::uint32_t least_ = 0;
   std::uint32_t range_ = 0;
   std::uint32_t last_ = 0;
+  std::uint64_t span_ = 0;
 };
 
 // What a stored value is, by type, and which one stands for a missing one.
@@ -318,7 +372,7 @@ struct Word32 {
 struct Float32 {
   static constexpr std::size_t bytes = 4;
   static float stored(const char* at) { return std::bit_cast<float>(little_endian_32(at)); }
-  static bool missing(float value) { return !(std::abs(value) <= std::numeric_limits<float>::max()); }
+  static bool missing(float value) { return !(std::abs(value) < std::numeric_limits<float>::max()); }
 };
 
 constexpr std::size_t kNumberBytes = 4;
@@ -337,7 +391,7 @@ class RowReader : public BinaryReader {
  public:
   /// `bytes`: how many are to come, as far as is known.
   RowReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted, std::size_t bytes)
-      : config_(config), wanted_(indices_of(wanted)), numbers_(file), steps_(config) {
+      : config_(config), wanted_(indices_of(wanted)), numbers_(file, data_.numbers), steps_(config) {
     constexpr std::size_t kDigitalWordBytes = 2;
     constexpr std::size_t kDigitalsPerWord = 16;
     const std::size_t digital_words = config.digitals / kDigitalsPerWord + (config.digitals % kDigitalsPerWord != 0);
@@ -361,6 +415,8 @@ class RowReader : public BinaryReader {
   }
 
   ComtradeData finish() override {
+    numbers_.finish();
+    if (!numbers_.jump_note().empty()) data_.notes.push_back(numbers_.jump_note());
     if (numbers_.first_restart() != 0) {
       data_.notes.push_back("Sample numbers in the data file start again at 1 in row " +
                             std::to_string(numbers_.first_restart()) + ".");
@@ -370,6 +426,13 @@ class RowReader : public BinaryReader {
                             " bytes of a row of " + std::to_string(row_bytes_) + " were dropped.");
     }
     data_.stamps_agree = data_.stamps.empty();
+    if (data_.stamps_agree && data_.rows > 1) {
+      const auto steps = static_cast<double>(data_.rows - 1);
+      if (span_disagrees(steps_.span(), steps_.step(), steps)) {
+        const double rate = config_.rates[0].rate;
+        data_.notes.push_back(contradicted_rate(rate * steps * steps_.step() / steps_.span(), rate));
+      }
+    }
     return std::move(data_);
   }
 
@@ -470,11 +533,11 @@ class RowReader : public BinaryReader {
 
   const ComtradeConfig& config_;
   std::vector<std::size_t> wanted_;
-  SampleNumbers numbers_;
+  ComtradeData data_;
+  SampleNumbers numbers_;  ///< writes to `data_`
   StampSteps steps_;
   std::size_t row_bytes_ = 0;
   std::string carried_;  ///< the start of a row whose rest is in the next piece
-  ComtradeData data_;
 };
 
 std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const ComtradeConfig& config,
@@ -515,6 +578,15 @@ ComtradeData with_rows(const std::string& file, ComtradeData data) {
 }
 
 }  // namespace
+
+void RowNumbers::take_jump(std::size_t row, double before, double number) {
+  constexpr std::size_t kFew = 16;
+  if (!regular) return;
+  jumps.push_back({row, before, number});
+  if (jumps.size() <= kFew + row / 10) return;
+  regular = false;
+  jumps.clear();
+}
 
 ComtradeData read_comtrade_data(const std::string& file, std::string_view content, const ComtradeConfig& config,
                                 const std::vector<bool>& wanted) {

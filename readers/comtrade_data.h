@@ -11,11 +11,28 @@
 
 namespace readers {
 
+/// A row whose number is not the next one after that of the row before.
+struct NumberJump {
+  std::size_t row = 0;
+  double before = 0;
+  double number = 0;
+};
+
+/// What the rows' own numbers tell. Some programs number every row alike or not at all, or by twos, or the rows of each
+/// sampling rate anew: only where nearly all go on by one do they tell anything.
+struct RowNumbers {
+  bool regular = true;  ///< `jumps` has all there are; otherwise it is empty
+  std::vector<NumberJump> jumps;
+
+  void take_jump(std::size_t row, double before, double number);
+};
+
 struct ComtradeData {
   std::size_t rows = 0;
   std::vector<std::vector<double>> samples;  ///< scaled, per analog channel; NaN where marked as missing
   std::vector<double> stamps;                ///< of each row as stored; NaN where there is none
   bool stamps_agree = false;                 ///< with the record's only rate, from row to row; `stamps` is empty then
+  RowNumbers numbers;
   std::vector<std::string> notes;
 };
 

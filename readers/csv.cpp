@@ -174,13 +174,43 @@ struct Heading {
   std::string unit;
 };
 
+/// Seconds in one unit of the time column; seconds when the name has none.
+std::optional<double> seconds_per(const std::string& unit) {
+  const std::string small = lower_case(unit);
+  if (is_one_of(small, {"", "s", "sec", "secs", "second", "seconds", "sekunden", "с", "сек"})) return 1;
+  if (is_one_of(small, {"ms", "msec", "millisecond", "milliseconds", "millisekunden", "мс"})) return 1e-3;
+  // The sign of micro is written as such or as the Greek letter.
+  if (is_one_of(small, {"us", "usec", "\xC2\xB5s", "\xCE\xBCs", "microsecond", "microseconds", "мкс"})) return 1e-6;
+  return std::nullopt;
+}
+
 /// Whether `word` behind `name` is a unit. "A" may as well be phase A, as in U_A: it is ampere for currents only.
 bool is_unit(std::string_view word, std::string_view name) {
   const std::string small_name = lower_case(name);
   const std::string small_word = lower_case(word);
   if (small_word == "a") return small_name.starts_with('i') || small_name.find("curr") != small_name.npos;
   return is_one_of(small_word, {"v", "kv", "mv", "volt", "volts", "ka", "ma", "amp", "amps", "ampere"}) ||
-         is_one_of(small_word, {"s", "sec", "ms", "us", "\xC2\xB5s", "hz", "w", "kw", "mw", "%"});
+         is_one_of(small_word, {"В", "в", "кВ", "кв", "мВ", "А", "кА", "hz", "w", "kw", "mw", "%"}) ||
+         (!word.empty() && seconds_per(std::string(word)).has_value());
+}
+
+bool names_time(const Heading& heading) {
+  const std::string name = lower_case(heading.name);
+  return is_one_of(name, {"t", "time", "timestamp", "time_stamp", "time stamp", "datetime", "date time", "date/time",
+                          "date_time", "Время", "время", "时间"}) ||
+         name.starts_with("zeit");
+}
+
+/// Of times the unit may also follow as a word: "Zeit in ms", "Time, ms".
+Heading time_heading_of(const std::string& text) {
+  const std::size_t start = text.find_last_of(" ,");
+  if (start == text.npos || !seconds_per(text.substr(start + 1))) return {text, ""};
+  std::string_view name = text;
+  name = name.substr(0, start);
+  while (name.ends_with(' ') || name.ends_with(',')) name.remove_suffix(1);
+  if (name.ends_with(" in")) name.remove_suffix(3);
+  const Heading heading{std::string(trimmed(name)), text.substr(start + 1)};
+  return names_time(heading) ? heading : Heading{text, ""};
 }
 
 /// Takes a name and its unit apart.
@@ -199,15 +229,8 @@ Heading heading_of(std::string_view cell) {
   const std::string_view name = trimmed(all.substr(0, start));
   // Square brackets hold units, known here or not, unless it is the letter of a phase.
   const bool certain = all.ends_with(']') && !is_one_of(lower_case(unit), {"a", "b", "c"});
-  if (unit.empty() || name.empty() || (!certain && !is_unit(unit, name))) return {text, ""};
+  if (unit.empty() || name.empty() || (!certain && !is_unit(unit, name))) return time_heading_of(text);
   return {std::string(name), std::string(unit)};
-}
-
-bool names_time(const Heading& heading) {
-  const std::string name = lower_case(heading.name);
-  return is_one_of(name, {"t", "time", "timestamp", "time_stamp", "time stamp", "datetime", "date time", "date/time",
-                          "date_time", "Время", "время", "时间"}) ||
-         name.starts_with("zeit");
 }
 
 bool names_date(const Heading& heading) {
@@ -219,15 +242,6 @@ std::string bare_unit(std::string_view cell) {
   const bool bracketed =
       cell.size() > 2 && ((cell.front() == '[' && cell.back() == ']') || (cell.front() == '(' && cell.back() == ')'));
   return inert(trimmed(bracketed ? cell.substr(1, cell.size() - 2) : cell));
-}
-
-/// Seconds in one unit of the time column; seconds when the name has none.
-std::optional<double> seconds_per(const std::string& unit) {
-  const std::string small = lower_case(unit);
-  if (is_one_of(small, {"", "s", "sec"})) return 1;
-  if (small == "ms") return 1e-3;
-  if (is_one_of(small, {"us", "\xC2\xB5s"})) return 1e-6;
-  return std::nullopt;
 }
 
 // --- times -----------------------------------------------------------------------------------------------------------
@@ -300,17 +314,46 @@ struct Times {
   const WrittenDigits& digits;
 };
 
-/// A time stamp such as "2026-11-21 10:00:00.000156", "21.11.2026 10:00:00,5" or "10:00:00.5Z": its time of day. Dates
-/// are left aside; what goes over midnight is put right later.
+/// Whether a time is written without hours. Without a fraction the same would be hours and minutes.
+bool is_minutes_and_seconds(std::string_view time) {
+  return std::count(time.begin(), time.end(), ':') == 1 && time.find('.', time.find(':')) != time.npos;
+}
+
+/// Takes "AM" or "PM" off the end of a time; nothing where there is none.
+std::optional<bool> take_afternoon(std::string& time) {
+  const std::string small = lower_case(time);
+  for (const bool afternoon : {false, true}) {
+    for (const std::string_view mark : {afternoon ? "pm" : "am", afternoon ? "p.m." : "a.m."}) {
+      if (!small.ends_with(mark)) continue;
+      time.resize(time.size() - mark.size());
+      time = trimmed(time);
+      return afternoon;
+    }
+  }
+  return std::nullopt;
+}
+
+/// A time stamp such as "2026-11-21 10:00:00.000156", "21.11.2026 10:00:00,5", "10:00:00.5Z" or "10:00:00.5 PM", and
+/// as spreadsheets show it when left to themselves "00:00.5", minutes and seconds. What goes over midnight is put right
+/// later.
 std::optional<WrittenTime> parse_time_stamp(std::string_view cell) {
   const std::size_t colon = cell.find(':');
   if (colon == cell.npos) return std::nullopt;
   const std::size_t before = cell.find_last_of(" T", colon);
   std::string time(cell.substr(before == cell.npos ? 0 : before + 1));
+  const auto afternoon = take_afternoon(time);
   if (time.ends_with('Z')) time.pop_back();
   if (const std::size_t zone = time.find_first_of("+-"); zone != time.npos) time.resize(zone);
   std::replace(time.begin(), time.end(), ',', '.');
-  return parse_time(before == cell.npos ? std::string_view() : cell.substr(0, before), time);
+  if (is_minutes_and_seconds(time)) time.insert(0, "0:");
+  const std::string_view date = before == cell.npos ? std::string_view() : cell.substr(0, before);
+  auto written = parse_time(date, time);
+  if (!written || !afternoon) return written;
+  constexpr double kHour = 3600;
+  if (written->seconds_of_day >= 13 * kHour || written->seconds_of_day < kHour) return std::nullopt;
+  if (written->seconds_of_day >= 12 * kHour) written->seconds_of_day -= 12 * kHour;
+  if (*afternoon) written->seconds_of_day += 12 * kHour;
+  return written;
 }
 
 constexpr double kRelativeStep = 1e-3;
@@ -357,6 +400,16 @@ std::optional<std::size_t> first_jump(const Times& times) {
 
 double mean_step(const std::vector<double>& times) {
   return (times.back() - times.front()) / static_cast<double>(times.size() - 1);
+}
+
+/// Whether times are written so coarsely that one step from time to time does not tell the rate.
+bool has_uneven_steps(const std::vector<double>& times) {
+  constexpr double kUneven = 0.01;
+  const double mean = mean_step(times);
+  for (std::size_t i = 1; i < times.size(); ++i) {
+    if (std::abs(times[i] - times[i - 1] - mean) > kUneven * mean) return true;
+  }
+  return false;
 }
 
 /// Digits of the times keep a rate from coming out whole; next to a whole one that is what is meant.
@@ -514,6 +567,7 @@ class TableReader {
         time_stamps_ = true;
       } else if (names_date(headings_[i]) || looks_like_date(cell)) {
         is_text_[i] = true;
+        if (!date_column_) date_column_ = i;
       } else if (named_ && i != time_column_ && !headings_[i].name.empty() && row.cells.size() > 2 &&
                  cell.find_first_of("0123456789") == cell.npos) {
         is_text_[i] = true;
@@ -575,12 +629,22 @@ class TableReader {
                       cited(row.cells[column]) + " in column " + std::to_string(column + 1) + " is no time stamp",
                       "write it as those before, as in 10:00:00.000156");
     }
-    constexpr double kDay = 86400;
     const std::vector<double>& before = columns_[column];
-    // A step back by half a day or more is midnight.
-    if (!before.empty() && time->seconds_of_day + days_ * kDay < before.back() - kDay / 2) ++days_;
+    const std::string_view cell = row.cells[column];
+    const bool hours = std::count(cell.begin(), cell.end(), ':') == 2;
+    if (before.empty() && !hours) notes_.emplace_back("The times are taken for minutes and seconds.");
+    const double cycle = hours ? 86400 : 3600;
+    const std::string_view date = date_column_ ? row.cells[*date_column_] : std::string_view(time->date);
+    if (!before.empty()) {
+      // A step back by half a day or more is midnight, if the date has nothing against it. A new date without such a
+      // step is a day later at least, however many: more than any record has between two rows.
+      const bool back = time->seconds_of_day + days_ * cycle < before.back() - cycle / 2;
+      const bool dated = !date.empty() && hours;
+      if (dated ? date != date_ : back) ++days_;
+    }
+    date_ = date;
     time_digits_.take_decimals(time->decimals);
-    return time->seconds_of_day + days_ * kDay;
+    return time->seconds_of_day + days_ * cycle;
   }
 
   void find_time_without_name() {
@@ -613,7 +677,7 @@ class TableReader {
     return in_file;
   }
 
-  double rate_of_times() const {
+  double rate_of_times() {
     const Times times{columns_[*time_column_], time_digits_};
     if (times.values.size() < 2) {
       throw ReadError(file_, line_place(row_lines_.front()), "a single row does not tell the sampling rate",
@@ -630,7 +694,13 @@ class TableReader {
     if (!(step > 0)) {
       throw ReadError(file_, line_place(row_lines_[1]), "the time does not rise", "correct the column of times");
     }
-    return rate_of_step(step);
+    const double rate = rate_of_step(step);
+    if (has_uneven_steps(times.values)) {
+      notes_.push_back("The times are rounded to " + number_text(2 * times.digits.least_rounding() * unit) +
+                       " s; all together they make the sampling rate " + number_text(std::round(rate * 1e3) / 1e3) +
+                       " samples per second.");
+    }
+    return rate;
   }
 
   /// A column without name or value, as a separator at the end of every line makes.
@@ -653,7 +723,9 @@ class TableReader {
   std::optional<std::size_t> counter_column_;
   std::size_t time_line_ = 0;
   bool time_stamps_ = false;
-  double days_ = 0;
+  double days_ = 0;  ///< or hours, of times without them
+  std::optional<std::size_t> date_column_;
+  std::string date_;  ///< of the row before
   WrittenDigits time_digits_;
   std::vector<std::size_t> row_lines_;
   std::size_t comma_line_ = 0;  ///< first line with a decimal comma; 0: none yet

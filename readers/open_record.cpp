@@ -54,7 +54,7 @@ void note_missing_values(Record& record) {
   }
   if (missing == 0) return;
   record.notes.push_back(std::to_string(missing) + (missing == 1 ? " value is" : " values are") +
-                         " marked as missing, the first being " + first + ".");
+                         " missing, the first being " + first + ".");
 }
 
 Record read_by_kind(const std::string& path, const OpenOptions& options) {

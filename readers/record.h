@@ -18,7 +18,8 @@ struct Channel {
   std::vector<double> samples;  ///< in `unit`; NaN where the file marks a value as missing; empty when not asked for
   double primary = 1;           ///< transformer ratio as the file states it
   double secondary = 1;
-  char side = 0;    ///< 'P' or 'S': samples are primary or secondary values; 0 when the file does not say
+  char side = 0;            ///< 'P' or 'S': samples are primary or secondary values; 0 when the file does not say
+  bool zero_scale = false;  ///< the file's scale factor makes all values one
   double skew = 0;  ///< seconds by which the channel is sampled later than the row's time; not corrected in `samples`
 };
 

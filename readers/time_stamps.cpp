@@ -71,6 +71,47 @@ bool agree(const std::vector<double>& stamps, std::size_t begin, std::size_t end
   return end - begin > kFewSteps && 10 * right >= 9 * (end - begin - 1);
 }
 
+/// The step that the stamps of a section go by: its rate's, or the one they have of themselves; NaN for none.
+double regular_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double rate, double unit) {
+  if (rate > 0 && agree(stamps, begin, end, 1 / (rate * unit))) return 1 / (rate * unit);
+  const double usual = usual_step(stamps, begin, end);
+  const double mean = std::isnan(usual) ? kNaN : mean_step(stamps, begin, end, usual);
+  return mean > 0 && agree(stamps, begin, end, mean) ? mean : kNaN;
+}
+
+/// How far the stamps from one row on, or back, are off even steps, in steps: the median, of two in the middle the
+/// lower or the upper one.
+double usual_lag(const std::vector<double>& stamps, std::size_t start, std::size_t count, bool forward, bool lower,
+                 double step) {
+  std::vector<double> lags = {0};
+  for (std::size_t k = 1; k < count; ++k) {
+    const std::size_t later = forward ? start + k : start - k + 1;
+    const double units = step_of(stamps[later - 1], stamps[later], step) - step;
+    lags.push_back(lags.back() + (forward ? units : -units) / step);
+  }
+  const std::size_t middle = lower ? (lags.size() - 1) / 2 : lags.size() / 2;
+  std::nth_element(lags.begin(), lags.begin() + static_cast<std::ptrdiff_t>(middle), lags.end());
+  return lags[middle];
+}
+
+/// Whether the rows behind a step that is off by `steps` are so as a rule, seen from those in front of it. A late stamp
+/// is made good by the rows next to it, one that is written too coarsely by many together.
+bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t end, std::size_t at, double step,
+              double steps) {
+  constexpr double kDrift = 0.3;  // what a rate that is nearly right may come to over so many rows
+  const std::size_t before = at - begin;
+  const std::size_t behind = end - at;
+  for (const std::size_t rows : {8U, 64U}) {  // on both sides together
+    const std::size_t right = std::min(behind, rows - std::min(before, rows / 2));
+    const std::size_t left = std::min(before, rows - right);
+    const bool late = steps > 0;
+    const double shift =
+        steps + usual_lag(stamps, at, right, true, late, step) - usual_lag(stamps, at - 1, left, false, !late, step);
+    if (late ? shift < steps - std::min(kDrift, steps / 2) : shift > steps + kDrift) return false;
+  }
+  return true;
+}
+
 std::string sample_text(std::size_t index) {
   return "sample " + std::to_string(index + 1);
 }
@@ -93,6 +134,7 @@ class TableMaker {
  private:
   void add(const RateSection& section, std::size_t begin) {
     if (section.rate > 0 && all_agree(begin, section.end, 1 / (section.rate * unit_))) {
+      check_span(section.rate, stamps_[section.end - 1] - stamps_[begin], section.end - begin - 1);
       const double missing = gap_before(begin, 1 / (section.rate * unit_), true);
       agreed_before_ = true;
       push(section.rate, begin, section.end, missing, missing == 0);
@@ -108,12 +150,16 @@ class TableMaker {
     const double step = 1 / (rate * unit_);
     const bool agreed = agree(stamps_, begin, section.end, step);
     if (!agreed) check_rate(rate, usual, begin, section.end);
+    if (agreed && section.rate > 0) check_regular_span(rate, begin, section.end);
     std::size_t start = begin;
     double missing = gap_before(begin, step, agreed);
     agreed_before_ = agreed;
     for (std::size_t i = begin + 1; agreed && i < section.end; ++i) {
       const double jump = step_of(stamps_[i - 1], stamps_[i], step) - step;
-      if (!note_jump(i, jump, step)) continue;
+      if (!note_jump(i, jump, step)) {
+        note_shift(i, jump, begin, section.end, step);
+        continue;
+      }
       push(rate, start, i, missing, missing == 0);
       start = i;
       missing = jump;
@@ -148,9 +194,32 @@ class TableMaker {
     if (std::isnan(usual) || end - begin <= kFewSteps || rate_noted_) return;
     const double by_stamps = 1 / (mean_step(stamps_, begin, end, usual) * unit_);
     if (!(std::abs(by_stamps - rate) > kSameRate * rate)) return;
+    note_rate(by_stamps, rate);
+  }
+
+  void note_rate(double by_stamps, double rate) {
     rate_noted_ = true;
-    table_.notes.push_back("The time stamps make the sampling rate " + number_text(std::round(by_stamps * 1e3) / 1e3) +
-                           " samples per second, the file states " + number_text(rate) + ", which is used.");
+    table_.notes.push_back(contradicted_rate(by_stamps, rate));
+  }
+
+  /// Steps that are each near the rate's may still all be off to one side.
+  void check_span(double rate, double span, std::size_t steps) {
+    const auto count = static_cast<double>(steps);
+    if (!rate_noted_ && span_disagrees(span, 1 / (rate * unit_), count)) note_rate(count / (span * unit_), rate);
+  }
+
+  /// The same by those steps that are no jumps.
+  void check_regular_span(double rate, std::size_t begin, std::size_t end) {
+    const double step = 1 / (rate * unit_);
+    double span = 0;
+    std::size_t steps = 0;
+    for (std::size_t i = begin + 1; i < end; ++i) {
+      const double taken = step_of(stamps_[i - 1], stamps_[i], step);
+      if (!(std::abs(taken - step) <= step_tolerance(step))) continue;
+      span += taken;
+      ++steps;
+    }
+    check_span(rate, span, steps);
   }
 
   /// Stamp units missing between the section before and this one; 0 when it follows, or when the stamps say nothing.
@@ -179,6 +248,16 @@ class TableMaker {
     return forward;
   }
 
+  /// Steps too small for a jump and too large for rounding, unless a late stamp is all there is to it.
+  void note_shift(std::size_t at, double jump, std::size_t begin, std::size_t end, double step) {
+    if (!(jump > std::max(2.0, 0.25 * step)) || shift_noted_ || !persists(stamps_, begin, end, at, step, jump / step))
+      return;
+    shift_noted_ = true;
+    table_.notes.push_back("From " + sample_text(at) + " on the time stamps are " +
+                           number_text(std::round(jump * unit_ * 1e9) / 1e3) +
+                           " us later than the rate makes them; the samples are taken to follow each other.");
+  }
+
   void push(double rate, std::size_t begin, std::size_t end, double missing, bool follows) {
     double start = 0;
     if (!table_.sections.empty()) {
@@ -195,6 +274,7 @@ class TableMaker {
   double given_rate_;
   bool agreed_before_ = false;
   bool rate_noted_ = false;
+  bool shift_noted_ = false;
   std::size_t jumps_ = 0;
   std::size_t jumps_back_ = 0;
   std::size_t forward_note_ = 0;
@@ -234,6 +314,66 @@ std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenT
   // Over midnight; which day it is does not matter, for no record that this is asked of lasts longer than a day.
   // A leap second before midnight is taken to be the first of the new day.
   return seconds < 0 ? std::optional(std::max(seconds + kDay, 0.0)) : std::nullopt;
+}
+
+bool span_disagrees(double span, double step, double steps) {
+  constexpr double kRounding = 2;         // units, at the two ends together
+  constexpr double kWorthSaying = 0.001;  // clocks may well be off by a little
+  return std::abs(span - steps * step) > std::max(kRounding, kWorthSaying * steps * step);
+}
+
+std::string contradicted_rate(double by_stamps, double stated) {
+  return "The time stamps make the sampling rate " + number_text(std::round(by_stamps * 1e3) / 1e3) +
+         " samples per second, the file states " + number_text(stated) + ", which is used.";
+}
+
+std::vector<RowShift> row_shifts(const std::vector<RateSection>& sections, const std::vector<double>& stamps,
+                                 double unit) {
+  std::vector<RowShift> shifts;
+  std::size_t begin = 0;
+  for (const RateSection& section : sections) {
+    const double step = regular_step(stamps, begin, section.end, section.rate, unit);
+    for (std::size_t i = begin + 1; !std::isnan(step) && i < section.end; ++i) {
+      const double jump = step_of(stamps[i - 1], stamps[i], step) - step;
+      if (!(std::abs(jump) > step_tolerance(step))) continue;
+      const double steps = std::round(jump / step);
+      const bool whole = std::abs(jump - steps * step) <= 0.25 * step + 1.5 && std::abs(steps) < 1e9;
+      if (!whole || steps < -1 || steps == 0 || !persists(stamps, begin, section.end, i, step, steps)) continue;
+      shifts.push_back({i, static_cast<std::ptrdiff_t>(steps)});
+    }
+    begin = section.end;
+  }
+  return shifts;
+}
+
+bool are_regular(const std::vector<RateSection>& sections, const std::vector<double>& stamps, double unit) {
+  std::size_t begin = 0;
+  for (const RateSection& section : sections) {
+    if (std::isnan(regular_step(stamps, begin, section.end, section.rate, unit))) return false;
+    begin = section.end;
+  }
+  return true;
+}
+
+double unit_of_stamps(const std::vector<RateSection>& sections, const std::vector<double>& stamps, double assumed,
+                      double frequency, std::optional<double> trigger) {
+  constexpr double kThousand = 1000;
+  if (sections.size() != 1 || stamps.size() <= kFewSteps) return assumed;
+  const double usual = usual_step(stamps, 0, stamps.size());
+  const double step = std::isnan(usual) ? kNaN : mean_step(stamps, 0, stamps.size(), usual);
+  if (!(step > 0)) return assumed;
+  const double rate = sections[0].rate;
+  for (const double unit : {assumed * kThousand, assumed / kThousand}) {
+    if (rate > 0 && std::abs(step * unit * rate - 1) <= kSameRate) return unit;
+  }
+  // Of a rate that is not stated, what the stamps make is doubted only where it leaves no record worth having made.
+  const double length = static_cast<double>(stamps.size()) * step;
+  const double cycle = 1 / (frequency > 0 ? frequency : 50);
+  const bool too_short = length * assumed < 2 * cycle;
+  const bool triggered_within = trigger && *trigger > 0 && *trigger <= length * assumed;
+  const bool fine_enough = step * assumed * kThousand <= cycle / 8;
+  const bool long_enough = length * assumed * kThousand >= std::max(2 * cycle, trigger.value_or(0));
+  return rate == 0 && too_short && !triggered_within && fine_enough && long_enough ? assumed * kThousand : assumed;
 }
 
 TimeTable read_time_stamps(const std::vector<RateSection>& declared, const std::vector<double>& stamps, double unit,

@@ -1,6 +1,7 @@
 // What the time stamps of a record's rows tell: its sampling rate where it states none, and where time is missing.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,6 +24,33 @@ std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenT
 
 /// How far the step from one stamp to the next may be off the usual one: stamps are rounded.
 double step_tolerance(double step);
+
+/// Where the stamps leave the rate's regular steps for good, by whole steps: rows are lost there, or one is there
+/// twice.
+struct RowShift {
+  std::size_t row = 0;       ///< in front of which
+  std::ptrdiff_t steps = 0;  ///< missing rows; -1 for a stamp that stands still once
+};
+
+/// All such places. What is late or early for a few rows only is none, nor is a step that is no whole number of steps;
+/// a section whose stamps mostly go neither by its rate nor evenly has none. Parameters as in read_time_stamps.
+std::vector<RowShift> row_shifts(const std::vector<RateSection>& sections, const std::vector<double>& stamps,
+                                 double unit);
+
+/// Whether the stamps of all sections mostly go by their rate or evenly.
+bool are_regular(const std::vector<RateSection>& sections, const std::vector<double>& stamps, double unit);
+
+/// The unit that the stamps are in: the one assumed, or a thousand times or a thousandth of it where only that makes
+/// them agree with the stated rate or, where none is stated, makes a record of `frequency` hertz (0: not known) of
+/// them. `trigger`: seconds from the record's first sample, as far as is known.
+double unit_of_stamps(const std::vector<RateSection>& sections, const std::vector<double>& stamps, double assumed,
+                      double frequency, std::optional<double> trigger);
+
+/// Whether a span of stamps is another than `steps` steps of a rate make it, beyond rounding.
+bool span_disagrees(double span, double step, double steps);
+
+/// Says that the stamps make another rate than the file states.
+std::string contradicted_rate(double by_stamps, double stated);
 
 /// What to make of a record's rates once its time stamps are known.
 struct TimeTable {

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <limits>
 #include <map>
+#include <numbers>
 #include <optional>
 #include <string_view>
 #include <utility>
 
+#include "readers/parts.h"
 #include "readers/text.h"
 
 namespace readers {
@@ -20,6 +23,10 @@ bool is_letter(char c) {
 }  // names are in lower case by then
 bool is_digit(char c) {
   return c >= '0' && c <= '9';
+}
+
+bool is_finite_single(double value) {
+  return std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max());
 }
 
 // --- units -----------------------------------------------------------------------------------------------------------
@@ -83,11 +90,17 @@ bool is_ground(char c) {
 
 std::size_t pair_of(std::size_t one, std::size_t other);
 
+/// Whether a voltage from one phase to another has the other sign than that of AB, BC, CA.
+bool is_turned(std::size_t from, std::size_t to) {
+  return to != (from + 1) % 3;
+}
+
 /// What a phase field says.
 struct PhaseField {
   std::optional<std::size_t> phase;
   bool other = false;               ///< neutral, zero sequence or two phases
   std::optional<std::size_t> pair;  ///< which two
+  bool turned = false;              ///< from the second of them to the first
 };
 
 PhaseField read_phase_field(const std::string& field) {
@@ -95,11 +108,11 @@ PhaseField read_phase_field(const std::string& field) {
   for (const char c : lower_case(field)) {
     if (c != 'l' && kSeparators.find(c) == kSeparators.npos) text += c;  // L1, A-N
   }
-  if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0', {}};
+  if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0', {}, false};
   if (text.size() == 2 && phase_of(text[0])) {
-    if (is_ground(text[1])) return {phase_of(text[0]), false, {}};
+    if (is_ground(text[1])) return {phase_of(text[0]), false, {}, false};
     if (const auto second = phase_of(text[1]); second && second != phase_of(text[0]) && of_one_kind(text[0], text[1])) {
-      return {std::nullopt, true, pair_of(*phase_of(text[0]), *second)};
+      return {std::nullopt, true, pair_of(*phase_of(text[0]), *second), is_turned(*phase_of(text[0]), *second)};
     }
   }
   return {};
@@ -138,6 +151,9 @@ bool beside_digit(std::string_view name, std::size_t position) {
 /// All places of a name (in lower case) that may tell the phase.
 std::vector<PhaseMark> phase_marks(std::string_view name) {
   std::vector<PhaseMark> marks;
+  if (const auto phase = name.size() == 1 && is_letter(name[0]) ? phase_of(name[0]) : std::nullopt) {
+    return {{0, *phase, name[0] <= 'c' ? Alphabet::kLetters : Alphabet::kOther, true}};
+  }
   for (std::size_t i = 0; i < name.size(); ++i) {
     const auto phase = phase_of(name[i]);
     if (!phase) continue;
@@ -162,6 +178,7 @@ struct PairMark {
   std::size_t first = 0;  ///< positions of the two phases
   std::size_t second = 0;
   std::size_t pair = 0;
+  bool turned = false;
 };
 
 /// A voltage between two phases: Uab, VL12, "Ua-Ub".
@@ -173,12 +190,13 @@ std::optional<PairMark> pair_mark(std::string_view name, const std::vector<Phase
     const char behind = i + 2 < name.size() ? name[i + 2] : ' ';
     const bool ends = is_digit(name[i]) ? !is_digit(behind) : !is_letter(behind);
     if (ends && is_one_of(word_before(name, i), {"u", "v", "ul", "vl"}))
-      return PairMark{i, i + 1, pair_of(*first, *second)};
+      return PairMark{i, i + 1, pair_of(*first, *second), is_turned(*first, *second)};
   }
   for (const PhaseMark& one : marks) {
     for (const PhaseMark& other : marks) {
       if (one.after_quantity && other.after_quantity && one.alphabet == other.alphabet && one.phase != other.phase) {
-        return PairMark{one.position, other.position, pair_of(one.phase, other.phase)};
+        return PairMark{one.position, other.position, pair_of(one.phase, other.phase),
+                        is_turned(one.phase, other.phase)};
       }
     }
   }
@@ -300,9 +318,10 @@ class SetCollector {
   std::vector<VoltageSet> sets_;
 };
 
-enum class Units { of_voltage, any };
+/// Which units channels may have, those of other quantities never; or none, with a name that is a phase and no more.
+enum class Units { of_voltage, any, none };
 
-/// Channels that may be phase voltages; `units`: which units they may have, those of other quantities never.
+/// Channels that may be phase voltages.
 std::vector<Candidate> candidates_in(const Record& record, Units units) {
   std::vector<Candidate> candidates;
   for (std::size_t i = 0; i < record.channels.size(); ++i) {
@@ -313,7 +332,8 @@ std::vector<Candidate> candidates_in(const Record& record, Units units) {
     Candidate candidate{i, lower_case(channel.name), field.phase, {}};
     candidate.marks = phase_marks(candidate.name);
     const bool by_name = channel.unit.empty() || !of_voltage;
-    if (by_name && !sounds_like_voltage(candidate.name, candidate.marks)) continue;
+    const bool phase_alone = units == Units::none && channel.unit.empty() && candidate.name.size() == 1;
+    if (by_name && !phase_alone && !sounds_like_voltage(candidate.name, candidate.marks)) continue;
     if (pair_mark(candidate.name, candidate.marks) || is_computed(candidate.name)) continue;
     candidates.push_back(std::move(candidate));
   }
@@ -405,6 +425,67 @@ bool is_flat(const Channel& channel) {
   return count > 2;  // of one or two values there is no telling
 }
 
+/// How much of a channel's energy is at the line's frequency: of one-cycle stretches all over the record; nothing where
+/// there is no such stretch. Leaves room for lines that are off their frequency and for distortion.
+std::optional<double> share_at_line_frequency(const Record& record, std::size_t channel, double frequency) {
+  constexpr double kFewest = 8;  // samples per cycle
+  constexpr std::size_t kMostCycles = 100;
+  const std::vector<double>& samples = record.channels[channel].samples;
+  double shown = 0;
+  double total = 0;
+  bool any = false;
+  for (const Part& part : parts_of(record)) {
+    if (!(part.rate >= kFewest * frequency) || part.end > samples.size()) continue;
+    const auto length = static_cast<std::size_t>(std::lround(part.rate / frequency));
+    const std::size_t step = std::max(length, part.length() / kMostCycles);
+    const std::complex<double> turn = std::polar(1.0, -2 * std::numbers::pi * frequency / part.rate);
+    for (std::size_t begin = part.begin; begin + length <= part.end; begin += step) {
+      std::complex<double> sum = 0;
+      std::complex<double> angle = 1;
+      for (std::size_t i = begin; i < begin + length; ++i, angle *= turn) {
+        if (!is_finite_single(samples[i])) continue;
+        sum += samples[i] * angle;
+        total += samples[i] * samples[i];
+      }
+      shown += 2 * std::norm(sum) / static_cast<double>(length);
+      any = true;
+    }
+  }
+  if (!any || total == 0) return std::nullopt;
+  return shown / total;
+}
+
+bool shows_line_frequency(const Record& record, const VoltageSet& set) {
+  constexpr double kShare = 0.2;
+  bool measured = false;
+  for (const double frequency : {50.0, 60.0}) {
+    for (const std::size_t channel : set.channels) {
+      const auto share = share_at_line_frequency(record, channel, frequency);
+      if (!share) continue;
+      if (*share >= kShare) return true;
+      measured = true;
+    }
+  }
+  return !measured;  // what cannot be told is no fault
+}
+
+bool is_named_as_current(const Channel& channel) {
+  const std::string name = lower_case(channel.name);
+  const std::vector<PhaseMark> marks = phase_marks(name);
+  return std::any_of(marks.begin(), marks.end(), [&](const PhaseMark& mark) {
+    return is_one_of(word_before(name, mark.position), {"i", "il"});
+  });
+}
+
+/// Takes the life of sets that do not pass a test where others do.
+template <typename Test>
+void prefer(std::vector<VoltageSet>& sets, Test passes) {
+  std::vector<bool> passed;
+  for (const VoltageSet& set : sets) passed.push_back(set.live && passes(set));
+  if (std::find(passed.begin(), passed.end(), true) == passed.end()) return;
+  for (std::size_t i = 0; i < sets.size(); ++i) sets[i].live = passed[i];
+}
+
 /// A set is live when none of its phases is flat throughout and the largest is no mere noise beside the record's
 /// largest. One phase may well be low: that is what a long dip looks like.
 void mark_live(const Record& record, std::vector<VoltageSet>& sets) {
@@ -423,6 +504,12 @@ void mark_live(const Record& record, std::vector<VoltageSet>& sets) {
     const auto [low, high] = smallest_and_largest[i];
     sets[i].live = low > 0 && high >= kNoise * largest;
   }
+  if (sets.size() < 2) return;
+  prefer(sets, [&](const VoltageSet& set) { return shows_line_frequency(record, set); });
+  prefer(sets, [&](const VoltageSet& set) {
+    return std::none_of(set.channels.begin(), set.channels.end(),
+                        [&](std::size_t channel) { return is_named_as_current(record.channels[channel]); });
+  });
 }
 
 void live_first(const Record& record, std::vector<VoltageSet>& sets) {
@@ -457,6 +544,32 @@ std::vector<Reading> pair_readings(const Record& record, bool by_field) {
     readings.push_back({i, by_field ? *field.pair : mark->pair, name});
   }
   return readings;
+}
+
+/// Where the name plainly tells another phase than the phase field, one of which the set is made by.
+void mark_doubtful(const Record& record, VoltageSet& set) {
+  for (std::size_t phase = 0; phase < 3; ++phase) {
+    const Channel& channel = record.channels[set.channels[phase]];
+    const auto field = read_phase_field(channel.phase).phase;
+    if (!field) continue;
+    bool others = false;
+    bool same = false;
+    for (const PhaseMark& mark : phase_marks(lower_case(channel.name))) {
+      if (mark.phase == phase) same = true;
+      if (mark.phase != phase && mark.after_quantity) others = true;
+    }
+    set.doubtful[phase] = *field != phase || (others && !same);
+  }
+}
+
+void mark_turned(const Record& record, VoltageSet& set) {
+  for (std::size_t phase = 0; phase < 3; ++phase) {
+    const Channel& channel = record.channels[set.channels[phase]];
+    const std::string name = lower_case(channel.name);
+    const auto mark = pair_mark(name, phase_marks(name));
+    set.turned[phase] =
+        set.source == PhaseSource::phase_field ? read_phase_field(channel.phase).turned : mark && mark->turned;
+  }
 }
 
 // --- sets and samples by name ----------------------------------------------------------------------------------------
@@ -526,8 +639,10 @@ std::vector<VoltageSet> find_voltage_sets(const Record& record) {
   std::vector<VoltageSet> sets = phase_sets(record, Units::of_voltage);
   if (sets.empty()) {
     sets = phase_sets(record, Units::any);
+    if (sets.empty()) sets = phase_sets(record, Units::none);
     for (VoltageSet& set : sets) set.unit_guessed = true;
   }
+  for (VoltageSet& set : sets) mark_doubtful(record, set);
   live_first(record, sets);
   return sets;
 }
@@ -537,7 +652,10 @@ std::vector<VoltageSet> find_line_to_line_sets(const Record& record) {
   collector.add_matching(pair_readings(record, true), PhaseSource::phase_field);
   collector.add_matching(pair_readings(record, false), PhaseSource::name);
   std::vector<VoltageSet> sets = std::move(collector).in_file_order();
-  for (VoltageSet& set : sets) set.between_phases = true;
+  for (VoltageSet& set : sets) {
+    set.between_phases = true;
+    mark_turned(record, set);
+  }
   live_first(record, sets);
   return sets;
 }
@@ -566,6 +684,13 @@ VoltageSet named_voltage_set(const Record& record, const std::string& names) {
     });
   };
   set.between_phases = std::all_of(set.channels.begin(), set.channels.end(), is_between_phases);
+  for (std::size_t phase = 0; phase < 3; ++phase) {
+    for (const VoltageSet& pair : pairs) {
+      const auto at = std::find(pair.channels.begin(), pair.channels.end(), set.channels[phase]);
+      if (at != pair.channels.end())
+        set.turned[phase] = pair.turned[static_cast<std::size_t>(at - pair.channels.begin())];
+    }
+  }
   const auto& [a, b, c] = set.channels;
   if (a == b || b == c || a == c) refuse_names(record, cited(names) + " names a channel twice");
 

@@ -22,18 +22,23 @@ enum class PhaseSource {
 struct VoltageSet {
   std::array<std::size_t, 3> channels{};
   /// All three carry a voltage worth analysing: none is without change throughout, and the largest RMS (over the whole
-  /// record, in volts) is at least 1 % of the largest among all sets of the record.
+  /// record, in volts) is at least 1 % of the largest among all sets of the record. Where some sets show the line's
+  /// frequency, those that do not (direct voltages) are not live, nor are those named as currents beside others.
   bool live = false;
-  bool between_phases = false;  ///< line-to-line voltages
+  bool between_phases = false;     ///< line-to-line voltages
+  std::array<bool, 3> turned{};    ///< named from the second phase to the first (Uac): the sign is to be turned
+  std::array<bool, 3> doubtful{};  ///< the channel's name and its phase field tell different phases
   PhaseSource source = PhaseSource::name;
-  /// Where the unit is none of voltage but the name is: mislabelled, and taken for volts.
+  /// Where the unit is none of voltage but the name is: mislabelled, and taken for volts. Or there is neither a unit
+  /// nor more of a name than the phase.
   bool unit_guessed = false;
 };
 
 /// All complete sets of phase-to-neutral voltages, live ones first, otherwise in file order. Empty when the record has
 /// none. Channels belong together that are named alike but for the phase; those left then make sets where they follow
 /// each other as A, B, C. Voltages between phases, neutral and zero-sequence voltages and computed phasor figures are
-/// left out. Where no channel has a unit of voltage, those count that are named as voltages are.
+/// left out. Where no channel has a unit of voltage, those count that are named as voltages are, and where there are
+/// none either, those without a unit whose names are phases and nothing else.
 std::vector<VoltageSet> find_voltage_sets(const Record& record);
 
 /// All complete sets of voltages between phases (Uab, Ubc, Uca; V12, V23, V31; ...), in the same order.

@@ -49,7 +49,7 @@ TEST_F(Info, ListsPartsSetsAndChannels) {
             "  5   Vb [kV], secondary values, transformer 1:1, -2 to 3\n"
             "  6   Vc [kV], secondary values, transformer 1:1, -3 to 3\n"
             "  7   Ia [A], phase A, primary values, transformer 1:1, 0 to 0\n"
-            "note: 3 values are marked as missing, the first being sample 2 of channel 7 'Ia'.\n");
+            "note: 3 values are missing, the first being sample 2 of channel 7 'Ia'.\n");
 }
 
 TEST_F(Info, PrintsTheSameAsJson) {
@@ -78,7 +78,7 @@ TEST_F(Info, PrintsTheSameAsJson) {
        "transformer_secondary": 1, "lowest": -3, "highest": 3},
       {"number": 4, "name": "Ia", "unit": "A", "phase": "A", "side": "primary", "transformer_primary": 1,
        "transformer_secondary": 1, "lowest": null, "highest": null}],
-    "notes": ["4 values are marked as missing, the first being sample 1 of channel 4 'Ia'."]})");
+    "notes": ["4 values are missing, the first being sample 1 of channel 4 'Ia'."]})");
   EXPECT_EQ(nlohmann::json::parse(result.out), expected) << result.out;
 }
 

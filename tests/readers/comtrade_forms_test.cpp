@@ -76,6 +76,16 @@ TEST_F(ComtradeForms, ReadFloat32) {
   EXPECT_EQ(record.channels[1].samples, (Samples{-0.5, 2.0 * 1e30F, 0}));
 }
 
+TEST_F(ComtradeForms, TakeTheLargestFloat32ForAMissingValue) {
+  const auto bits = [](float value) { return std::bit_cast<std::uint32_t>(value); };
+  const float most = std::numeric_limits<float>::max();
+  const Record record = read(cfg_of("FLOAT32"), row32(1, {bits(most), bits(-most)}) + row32(2, {bits(1), bits(2)}) +
+                                                    row32(3, {bits(3), bits(4)}));
+  EXPECT_TRUE(std::isnan(record.channels[0].samples[0]));
+  EXPECT_TRUE(std::isnan(record.channels[1].samples[0]));
+  EXPECT_EQ(record.channels[1].samples[1], 4);
+}
+
 TEST_F(ComtradeForms, StepOverDigitalWordsBehind32BitValues) {
   std::string cfg = cfg_of("BINARY32", "2");
   cfg.replace(cfg.find("2,2A,0D"), 7, "19,2A,17D");
@@ -107,6 +117,20 @@ TEST_F(ComtradeForms, GiveSamplesOfWantedChannelsOnly) {
 }
 
 // --- missing values --------------------------------------------------------------------------------------------------
+
+TEST_F(ComtradeForms, SayAScaleFactorOfZero) {
+  std::string cfg = cfg_of("ASCII");
+  const std::string scale = ",0.5,10,0,";
+  ASSERT_NE(cfg.find(scale), cfg.npos);
+  cfg.replace(cfg.find(scale), scale.size(), ",0,10,0,");
+  const Record record = read(cfg, "1,0,1,2\n2,1000,3,4\n3,2000,5,6\n");
+  EXPECT_TRUE(record.channels[0].zero_scale);
+  EXPECT_FALSE(record.channels[1].zero_scale);
+  EXPECT_EQ(
+      record.notes.front(),
+      "Line 3 of the configuration file: the scale factor of analog channel 1 of 2 is 0, which makes all its values "
+      "10.");
+}
 
 TEST_F(ComtradeForms, Take99999ForAValueWhereTheStatedRangeGoesFurther) {
   std::string cfg = cfg_of("ASCII");
@@ -293,6 +317,29 @@ TEST(SingleFile, MayHoldBinaryDataInBase64) {
   EXPECT_EQ(record.channels[0].samples, Samples{11});
   EXPECT_EQ(record.channels[1].samples, Samples{6});
   EXPECT_EQ(record.format, "COMTRADE 2013 BINARY32 (base64)");
+}
+
+TEST(SingleFile, MayStateTheLengthOfItsTextInBase64OrOfWhatItStandsFor) {
+  const std::string text = "AQAAAOgDAAAC\r\nAAAAAwAAAA==\r\n";
+  for (const std::string behind : {"", "--- file type: HDR ---\r\nremarks\r\n"}) {
+    for (const std::string length : {"16", "26", "28"}) {
+      const std::string announced = "--- file type: DAT BINARY32: " + length + " ---";
+      const Record record =
+          read_single_comtrade("r.cff", single_file(cfg_of("BINARY32", "1"), announced, text + behind));
+      EXPECT_EQ(record.channels[0].samples, Samples{11}) << length;
+      EXPECT_EQ(record.channels[1].samples, Samples{6}) << length;
+      EXPECT_EQ(record.notes.size(), 0U) << length;
+    }
+  }
+}
+
+TEST(SingleFile, SaysWhatItsStatedLengthLeavesOut) {
+  const std::string announced = "--- file type: DAT ASCII: 10 ---";
+  const Record record =
+      read_single_comtrade("r.cff", single_file(cfg_of("ASCII", "1"), announced, "1,0,1,2\r\n\r\n2,1000,3,4\r\n"));
+  EXPECT_EQ(record.length(), 1U);
+  EXPECT_EQ(record.notes.front(),
+            "The data section goes on for 12 bytes behind its stated length of 10; they were left out.");
 }
 
 TEST(SingleFile, MayAnnounceItsSectionsInOtherWays) {

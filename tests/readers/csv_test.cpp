@@ -146,6 +146,12 @@ TEST(CsvReader, FindsTheTimeByItsName) {
       {"Zeit/ms", 10000},
       {"time_us", 1e7},
       {"t [\xC2\xB5s]", 1e7},
+      {"Time (\xCE\xBCs)", 1e7},
+      {"Time (seconds)", 10},
+      {"Время (мс)", 10000},
+      {"\"Время, с\"", 10},
+      {"Zeit in ms", 10000},
+      {"time us", 1e7},
   };
   for (const auto& [heading, rate] : headings) {
     const Record record = read_csv("t.csv", heading + ",Ua\n0,1\n0.1,2\n0.2,3\n");
@@ -359,6 +365,44 @@ TEST(CsvReader, ReadsTimeStamps) {
     EXPECT_EQ(read_csv("t.csv", "Time,Ua\n" + first + ",1\n" + second + ",2\n").rates[0].rate, 1000) << first;
   }
   EXPECT_EQ(read_csv("t.csv", "Zeit;Ua\n10:00:00,000;1,5\n10:00:00,001;2\n").rates[0].rate, 1000);
+}
+
+TEST(CsvReader, ReadsTimeStampsOfTwelveHours) {
+  const auto rate = [](const std::string& first, const std::string& second) {
+    return read_csv("t.csv", "t,Ua\n" + first + ",1\n" + second + ",2\n").rates[0].rate;
+  };
+  EXPECT_EQ(rate("11/21/2026 11:59:59.999 AM", "11/21/2026 12:00:00.000 PM"), 1000);
+  EXPECT_EQ(rate("11/21/2026 12:59:59.999 am", "11/21/2026 1:00:00.000 a.m."), 1000);
+  EXPECT_EQ(rate("11/21/2026 11:59:59.999 PM", "11/22/2026 12:00:00.000 AM"), 1000);
+  EXPECT_EQ(refusal("t,Ua\n1:00:00.0 PM,1\n13:00:00.1 PM,2\n").substr(0, 22), "t.csv: line 3: '13:00:");
+}
+
+TEST(CsvReader, TakesTimesWithoutHoursForMinutesAndSecondsAndSaysSo) {
+  const Record record = read_csv("t.csv", "t,Ua\n59:59.998,1\n59:59.999,2\n00:00.000,3\n");
+  EXPECT_EQ(record.rates[0].rate, 1000);
+  EXPECT_EQ(record.notes, Strings{"The times are taken for minutes and seconds."});
+}
+
+TEST(CsvReader, SeesThatDaysAreMissing) {
+  const std::string refused = "t.csv: line 4: the time jumps from 36000.001 to 122400.00";
+  for (const std::string separator : {" ", ","}) {
+    const std::string table = (separator == "," ? "Date,Time,Ua\n" : "t,Ua\n") + std::string("2026-11-21") + separator +
+                              "10:00:00.000,1\n2026-11-21" + separator + "10:00:00.001,2\n2026-11-22" + separator +
+                              "10:00:00.002,3\n2026-11-22" + separator + "10:00:00.003,4\n";
+    EXPECT_TRUE(refusal(table).starts_with(refused)) << refusal(table);
+  }
+  EXPECT_TRUE(refusal("t,Ua\n2026-11-21 23:59:59.9,1\n2026-11-21 00:00:00.0,2\n").find("does not rise") !=
+              std::string::npos)
+      << "midnight, but on the same day";
+}
+
+TEST(CsvReader, NamesTheRateThatRoundedTimesMake) {
+  std::string table = "t,Ua\n";
+  for (int i = 0; i < 30; ++i) table += "10:00:00.0" + std::string(1, static_cast<char>('0' + i * 5 / 16)) + ",1\n";
+  const Record record = read_csv("t.csv", table);
+  EXPECT_NEAR(record.rates[0].rate, 29 / 0.09, 1e-6);
+  EXPECT_EQ(record.notes, Strings{"The times are rounded to 0.01 s; all together they make the sampling rate 322.222 "
+                                  "samples per second."});
 }
 
 TEST(CsvReader, ReadsTimeStampsWithoutAName) {

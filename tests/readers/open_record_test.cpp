@@ -98,10 +98,10 @@ TEST_F(OpenRecord, ShowsFileNamesInert) {
 TEST_F(OpenRecord, NotesMissingValues) {
   const std::string table = folder.write("r.csv", "t,Ua,Ub\n0,5,6\n0.001,7,\n0.002,,8\n");
   EXPECT_EQ(open_record(table).notes,
-            std::vector<std::string>{"2 values are marked as missing, the first being sample 3 of channel 1 'Ua'."});
+            std::vector<std::string>{"2 values are missing, the first being sample 3 of channel 1 'Ua'."});
   folder.write("r.dat", "1,0,5,6\n2,0,7,99999\n");
   EXPECT_EQ(open_record(folder.write("r.cfg", kCfg)).notes,
-            std::vector<std::string>{"1 value is marked as missing, the first being sample 2 of channel 2 'Ub'."});
+            std::vector<std::string>{"1 value is missing, the first being sample 2 of channel 2 'Ub'."});
 }
 
 }  // namespace

@@ -301,7 +301,7 @@ TEST(SingleComtradeReader, IsOpenedWithItsMissingValuesNoted) {
   Cff cff;
   cff.data = "1,0,1,2\n2,1000,99999,4\n3,2000,5,6\n";
   EXPECT_EQ(open_record(folder.write("r.cff", cff.text())).notes,
-            Strings{"1 value is marked as missing, the first being sample 2 of channel 1 'Ua'."});
+            Strings{"1 value is missing, the first being sample 2 of channel 1 'Ua'."});
 }
 
 TEST(SingleComtradeReader, NamesItsFileWhenItIsOpenedInVain) {

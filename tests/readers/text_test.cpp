@@ -46,8 +46,8 @@ TEST(CitedText, IsInertAndShort) {
   EXPECT_EQ(cited("12\x1B"
                   "A"),
             "'12A'");
-  EXPECT_EQ(cited(std::string(40, 'x')), "'" + std::string(40, 'x') + "'");
-  EXPECT_EQ(cited(std::string(1000, 'x')), "'" + std::string(40, 'x') + "...'");
+  EXPECT_EQ(cited(std::string(40, 'x')), std::string("'").append(40, 'x').append("'"));
+  EXPECT_EQ(cited(std::string(1000, 'x')), std::string("'").append(40, 'x').append("...'"));
 }
 
 TEST(CitedText, IsCutBetweenCharacters) {

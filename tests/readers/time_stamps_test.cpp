@@ -109,6 +109,17 @@ TEST(TimeStamps, ThatGoBackAreSaidAndLeaveTheRecordWhole) {
                                  "other at the stated rate."});
 }
 
+TEST(TimeStamps, ThatAreLateFromSomewhereOnByAPartOfAStepSaySo) {
+  Stamps stamps = even(100, 1000);
+  stamps[20] += 400;
+  EXPECT_EQ(table_of(1000, stamps).notes, Strings{}) << "one late stamp";
+  for (std::size_t i = 40; i < 100; ++i) stamps[i] += 400;
+  EXPECT_EQ(
+      table_of(1000, stamps).notes,
+      Strings{"From sample 41 on the time stamps are 400 us later than the rate makes them; the samples are taken "
+              "to follow each other."});
+}
+
 TEST(TimeStamps, TellWhetherSectionsFollowEachOther) {
   Stamps stamps = even(50, 1000);
   const Stamps second = even(50, 500, 50000);

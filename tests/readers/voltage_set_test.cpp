@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -440,6 +441,70 @@ TEST(Volts, NameTheSamplesThatAreMissing) {
             "r.cfg: channel 'Ua': missing or not finite: 5 of 9 values (samples 1, 3, 5 and 2 more stretches)" + cure);
   EXPECT_EQ(refusal({std::numeric_limits<double>::infinity(), 1e300}),
             "r.cfg: channel 'Ua': missing or not finite: 2 of 2 values (samples 1 to 2)" + cure);
+}
+
+// --- what is said of them --------------------------------------------------------------------------------------------
+
+TEST(VoltageSets, MayBeNamedByThePhaseAlone) {
+  for (const std::vector<std::string>& names :
+       {std::vector<std::string>{"A", "B", "C"}, {"R", "S", "T"}, {"U", "V", "W"}}) {
+    EXPECT_EQ(sets_named(names), kFirstThree) << names[0];
+    EXPECT_EQ(sets_named(names, ""), kFirstThree) << names[0];
+    EXPECT_EQ(sets_named(names, "ka"), kNone) << names[0];
+  }
+  EXPECT_TRUE(find_voltage_sets(record_named({"A", "B", "C"}, "")).front().unit_guessed);
+}
+
+TEST(VoltageSets, SayWhichPhaseFieldsDoNotFitTheNames) {
+  using Doubts = std::array<bool, 3>;
+  const auto doubts = [](const std::vector<std::string>& names, const std::vector<std::string>& fields) {
+    std::vector<Channel> channels;
+    for (std::size_t i = 0; i < 3; ++i) channels.push_back(channel(names[i], "V", fields[i]));
+    return find_voltage_sets(record_of(channels)).front().doubtful;
+  };
+  EXPECT_EQ(doubts({"Ua", "Ub", "Uc"}, {"A", "B", "C"}), Doubts{});
+  EXPECT_EQ(doubts({"Ua", "Ub", "Uc"}, {"A", "B", "B"}), (Doubts{false, false, true}));
+  EXPECT_EQ(doubts({"Va", "Vb", "Vc"}, {"B", "C", "A"}), (Doubts{true, true, true}));
+  EXPECT_EQ(doubts({"v_Ug_A", "v_Ug_B", "v_Ug_C"}, {"A", "B", "C"}), Doubts{}) << "U stands for the voltage";
+  EXPECT_EQ(doubts({"U2a", "U2b", "U2c"}, {"A", "B", "C"}), Doubts{});
+}
+
+TEST(LineToLineSets, SayWhichAreNamedTheOtherWayRound) {
+  using Turned = std::array<bool, 3>;
+  const auto turned = [](const std::vector<std::string>& names) {
+    return find_line_to_line_sets(record_named(names, "V")).front().turned;
+  };
+  EXPECT_EQ(turned({"Uab", "Ubc", "Uca"}), Turned{});
+  EXPECT_EQ(turned({"Uab", "Ubc", "Uac"}), (Turned{false, false, true}));
+  EXPECT_EQ(turned({"U21", "U32", "U13"}), (Turned{true, true, true}));
+  EXPECT_EQ(turned({"Ua-Ub", "Uc-Ub", "Uc-Ua"}), (Turned{false, true, false}));
+}
+
+TEST(LiveSets, AlternateWithTheLineWhereOthersDo) {
+  std::vector<double> direct(400);
+  std::vector<double> alternating(400);
+  for (std::size_t i = 0; i < 400; ++i) {
+    direct[i] = 220 + static_cast<double>(i % 3);
+    alternating[i] = 100 * std::sin(2 * 3.141592653589793 * static_cast<double>(i) / 20);
+  }
+  std::vector<Channel> channels;
+  for (const char* name : {"U1a", "U1b", "U1c"}) channels.push_back(channel(name, "V", "", direct));
+  Record record = record_of(channels);
+  record.rates = {{1000, 400}};
+  EXPECT_TRUE(find_voltage_sets(record).front().live) << "when there is no better";
+  for (const char* name : {"U2a", "U2b", "U2c"}) record.channels.push_back(channel(name, "V", "", alternating));
+  const auto sets = find_voltage_sets(record);
+  ASSERT_EQ(sets.size(), 2U);
+  EXPECT_EQ(sets[0].channels[0], 3U);
+  EXPECT_TRUE(sets[0].live);
+  EXPECT_FALSE(sets[1].live);
+}
+
+TEST(LiveSets, AreNotNamedAsCurrentsWhereOthersAreNot) {
+  const auto sets = find_voltage_sets(record_named({"Ia", "Ib", "Ic", "Ua", "Ub", "Uc"}, "V"));
+  ASSERT_EQ(sets.size(), 2U);
+  EXPECT_EQ(sets[0].channels[0], 3U);
+  EXPECT_FALSE(sets[1].live);
 }
 
 }  // namespace

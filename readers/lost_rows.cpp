@@ -1,0 +1,243 @@
+#include "readers/lost_rows.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "readers/time_stamps.h"
+
+namespace readers {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// Longer holes take the record apart whatever is done here: a cycle, or nearly.
+constexpr double kLongestHole = 0.02;
+
+bool no_stamps(const std::vector<double>& stamps) {
+  return std::none_of(stamps.begin(), stamps.end(), [&](double stamp) { return stamp != stamps.front(); }) ||
+         std::all_of(stamps.begin(), stamps.end(), [](double stamp) { return std::isnan(stamp); });
+}
+
+/// Stamps as the numbers of the rows make them.
+std::vector<double> stamps_by_numbers(const RowNumbers& numbers, const std::vector<RateSection>& sections,
+                                      std::size_t rows, double unit) {
+  std::vector<double> stamps;
+  stamps.reserve(rows);
+  std::size_t section = 0;
+  std::size_t jump = 0;
+  double stamp = 0;
+  for (std::size_t row = 0; row < rows; ++row) {
+    while (row >= sections[section].end && section + 1 < sections.size()) ++section;
+    double step = 1;
+    if (jump < numbers.jumps.size() && numbers.jumps[jump].row == row) {
+      const NumberJump& at = numbers.jumps[jump++];
+      if (at.number >= at.before) step = at.number - at.before;  // back: the rows of another rate numbered anew
+    }
+    if (row > 0) stamp += step / (sections[section].rate * unit);
+    stamps.push_back(stamp);
+  }
+  return stamps;
+}
+
+/// Whether numbers can stand for stamps: nearly all go on by one, but not all.
+bool numbers_tell(const RowNumbers& numbers, const std::vector<RateSection>& sections) {
+  return numbers.regular && !numbers.jumps.empty() &&
+         std::none_of(numbers.jumps.begin(), numbers.jumps.end(),
+                      [](const NumberJump& jump) { return std::isnan(jump.before) || std::isnan(jump.number); }) &&
+         std::all_of(sections.begin(), sections.end(), [](const RateSection& section) { return section.rate > 0; });
+}
+
+class Repair {
+ public:
+  Repair(const ComtradeConfig& config, double unit, ComtradeData& data) : config_(config), unit_(unit), data_(data) {}
+
+  std::vector<RateSection> make() {
+    const std::vector<RateSection> sections = fitted_rates(config_.rates, data_.rows);
+    const bool numbered = numbers_tell(data_.numbers, sections);
+    if (data_.stamps_agree) {
+      if (numbered && has_hole_by_number()) note_contradiction();
+      return sections;
+    }
+    const bool by_number = numbered && no_stamps(data_.stamps);
+    if (by_number) data_.stamps = stamps_by_numbers(data_.numbers, sections, data_.rows, unit_);
+    source_ = by_number ? "By the sample numbers " : "By the time stamps ";
+    choose(sections);
+    const bool doubtful = !by_number && numbered && holes_ == 0 && has_hole_by_number();
+    if (doubtful && are_regular(sections, data_.stamps, unit_)) note_contradiction();
+    if (edits_.empty()) return sections;
+    apply();
+    note();
+    return fitted_sections(sections);
+  }
+
+ private:
+  struct Edit {
+    std::size_t row = 0;
+    std::size_t insert = 0;  ///< rows in front of it; 0: it is left out
+  };
+
+  [[nodiscard]] bool has_hole_by_number() const {
+    return std::any_of(data_.numbers.jumps.begin(), data_.numbers.jumps.end(),
+                       [](const NumberJump& jump) { return jump.number > jump.before; });
+  }
+
+  void note_contradiction() {
+    data_.notes.emplace_back(
+        "The time stamps go on evenly where the sample numbers jump: no time is taken to be missing.");
+  }
+
+  void choose(const std::vector<RateSection>& sections) {
+    std::size_t inserted = 0;
+    std::size_t section = 0;
+    for (const RowShift& shift : row_shifts(sections, data_.stamps, unit_)) {
+      while (shift.row >= sections[section].end) ++section;
+      if (shift.steps < 0) {
+        choose_repeated(shift.row);
+        continue;
+      }
+      ++holes_;
+      const auto missing = static_cast<std::size_t>(shift.steps);
+      const double step = (data_.stamps[shift.row] - data_.stamps[shift.row - 1]) / static_cast<double>(missing + 1);
+      // The rows that are made up are bounded by those that are there.
+      if (static_cast<double>(missing) * std::abs(step) * unit_ > kLongestHole || inserted + missing > data_.rows)
+        continue;
+      inserted += missing;
+      edits_.push_back({shift.row, missing});
+    }
+  }
+
+  void choose_repeated(std::size_t row) {
+    const auto& jumps = data_.numbers.jumps;
+    const bool same_number = std::any_of(jumps.begin(), jumps.end(), [&](const NumberJump& jump) {
+      return jump.row == row && jump.number == jump.before;
+    });
+    if (!same_number && data_.numbers.regular) return;
+    if (same_values(row)) {
+      edits_.push_back({row, 0});
+    } else if (contradicted_++ == 0) {
+      data_.notes.push_back("Rows " + std::to_string(row) + " and " + std::to_string(row + 1) +
+                            " of the data have one number and time, but other values; both are kept.");
+    }
+  }
+
+  /// Bit for bit, as values that are missing are alike.
+  [[nodiscard]] bool same_values(std::size_t row) const {
+    bool any = false;
+    for (const std::vector<double>& samples : data_.samples) {
+      if (samples.empty()) continue;
+      any = true;
+      if (std::bit_cast<std::uint64_t>(samples[row]) != std::bit_cast<std::uint64_t>(samples[row - 1])) return false;
+    }
+    return any;
+  }
+
+  void apply() {
+    for (std::vector<double>& samples : data_.samples) {
+      if (!samples.empty()) samples = edited(samples, [](double, double, double) { return kNaN; });
+    }
+    data_.stamps = edited(data_.stamps, [](double before, double behind, double part) {
+      return behind > before ? before + part * (behind - before) : kNaN;
+    });
+    for (const Edit& edit : edits_) {
+      inserted_ += edit.insert;
+      dropped_ += edit.insert == 0 ? 1 : 0;
+    }
+    data_.rows += inserted_ - dropped_;
+  }
+
+  /// `between` gives the value at a part of the way from the one before a hole to the one behind it.
+  template <typename Between>
+  std::vector<double> edited(const std::vector<double>& old, Between between) const {
+    std::vector<double> result;
+    std::size_t size = old.size();
+    for (const Edit& edit : edits_) size += edit.insert;
+    result.reserve(size);
+    std::size_t at = 0;
+    for (const Edit& edit : edits_) {
+      result.insert(result.end(), old.begin() + static_cast<std::ptrdiff_t>(at),
+                    old.begin() + static_cast<std::ptrdiff_t>(edit.row));
+      at = edit.row + (edit.insert == 0 ? 1 : 0);
+      for (std::size_t i = 1; i <= edit.insert; ++i) {
+        result.push_back(
+            between(old[edit.row - 1], old[edit.row], static_cast<double>(i) / static_cast<double>(edit.insert + 1)));
+      }
+    }
+    result.insert(result.end(), old.begin() + static_cast<std::ptrdiff_t>(at), old.end());
+    return result;
+  }
+
+  /// Where a row of the data file has come to be.
+  [[nodiscard]] std::size_t moved(std::size_t row) const {
+    std::size_t to = row;
+    for (const Edit& edit : edits_) {
+      if (edit.row >= row) break;
+      to += edit.insert;
+      to -= edit.insert == 0 ? 1 : 0;
+    }
+    return to;
+  }
+
+  void note() {
+    const auto first = [&](bool hole) {
+      return std::find_if(edits_.begin(), edits_.end(), [&](const Edit& edit) { return (edit.insert > 0) == hole; });
+    };
+    if (inserted_ > 0) {
+      const std::size_t places = edits_.size() - dropped_;
+      data_.notes.push_back(source_ + std::to_string(inserted_) + (inserted_ == 1 ? " row is" : " rows are") +
+                            " missing in the data" +
+                            (places == 1 ? " at " : " in " + std::to_string(places) + " places, the first at ") +
+                            "sample " + std::to_string(moved(first(true)->row) + 1) +
+                            (inserted_ == 1 ? ", which has no values." : "; these samples have no values."));
+    }
+    if (dropped_ > 0) {
+      data_.notes.push_back("Row " + std::to_string(first(false)->row + 1) +
+                            " of the data is the row before it once more and was left out" +
+                            (dropped_ == 1 ? "." : ", and so were " + std::to_string(dropped_ - 1) + " others."));
+    }
+  }
+
+  /// The sections of the edited data. Their stated ends count the rows as they were written where they add up to those.
+  [[nodiscard]] std::vector<RateSection> fitted_sections(const std::vector<RateSection>& raw) const {
+    const std::size_t before = data_.rows - inserted_ + dropped_;
+    if (config_.rates.back().end != before) return fitted_rates(config_.rates, data_.rows);
+    std::vector<RateSection> sections = raw;
+    for (RateSection& section : sections) section.end = moved(section.end);
+    return sections;
+  }
+
+  const ComtradeConfig& config_;
+  double unit_;
+  ComtradeData& data_;
+  std::string source_;
+  std::vector<Edit> edits_;
+  std::size_t holes_ = 0;
+  std::size_t inserted_ = 0;
+  std::size_t dropped_ = 0;
+  std::size_t contradicted_ = 0;
+};
+
+}  // namespace
+
+std::vector<RateSection> fitted_rates(const std::vector<RateSection>& declared, std::size_t length) {
+  std::vector<RateSection> rates;
+  for (const RateSection& section : declared) {
+    const std::size_t start = rates.empty() ? 0 : rates.back().end;
+    const std::size_t end = std::min(section.end, length);
+    if (end > start) rates.push_back({section.rate, end});
+  }
+  if (rates.empty()) rates.push_back({declared.back().rate, length});
+  rates.back().end = length;
+  return rates;
+}
+
+std::vector<RateSection> repair_rows(const ComtradeConfig& config, double unit, ComtradeData& data) {
+  return Repair(config, unit, data).make();
+}
+
+}  // namespace readers
