@@ -205,7 +205,7 @@ class Figure {
     double x = left;
     for (std::size_t phase = 0; phase < 3; phase++) {
       const std::string name =
-          fmt::format("{}: {}", "ABC"[phase], shortened(record_.channels[analysis_.voltages.channels[phase]].name, 24));
+          fmt::format("{}: {}", "ABC"[phase], shortened(record_.channels[analysis_.voltages.channels[phase]].name, 14));
       add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
           dashes[phase]);
       add("<text x=\"{}\" y=\"3.9\" font-size=\"{:.2f}\">{}</text>\n", x + 6, size_within((right - left) / 3 - 7, name),

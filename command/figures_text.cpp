@@ -54,12 +54,20 @@ std::size_t columns_of(const std::string& text) {
 }
 
 std::string shortened(const std::string& name, std::size_t most) {
-  std::size_t columns = 0;
-  for (std::size_t i = 0; i < name.size(); i++) {
-    columns += columns_begun_by(name[i]);
-    if (columns > most) return name.substr(0, i) + "…";
+  if (columns_of(name) <= most) return name;
+  // The end stays too: names differ there, by the letter of the phase.
+  const std::size_t behind = most / 2 - 1;
+  std::size_t begin = 0;
+  for (std::size_t columns = 0; columns + columns_begun_by(name[begin]) <= most - behind; begin++) {
+    columns += columns_begun_by(name[begin]);
   }
-  return name;
+  std::size_t end = name.size();
+  for (std::size_t columns = 0, at = name.size(); at-- > begin;) {
+    columns += columns_begun_by(name[at]);
+    if (columns > behind) break;
+    if (columns_begun_by(name[at]) > 0) end = at;
+  }
+  return name.substr(0, begin) + "…" + name.substr(end);
 }
 
 bool is_of_transformer(const readers::Channel& channel) {

@@ -23,7 +23,7 @@ std::string turn_text(double degrees);
 /// How many columns of a terminal a text takes; letters of East Asia take two.
 std::size_t columns_of(const std::string& text);
 
-/// A name cut off, with "…", where it is wider than `most` columns.
+/// A name with its middle cut out, "…" standing for it, where it is wider than `most` columns.
 std::string shortened(const std::string& name, std::size_t most);
 
 /// Whether a channel's values are those of one side of a transformer.

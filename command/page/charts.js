@@ -152,7 +152,7 @@ const charts = {
       draw: (u) => {
         this.threshold(u, found.threshold_v, "dip 90 %", false);
         const { level, of } = judgedBy();
-        this.threshold(u, 0.05 * level, `interruption 5 % of ${of}`, true);
+        this.threshold(u, 0.05 * level, this.narrow ? "interruption 5 %" : `interruption 5 % of ${of}`, true);
       },
     });
     return new uPlot(options, [[recordStart, recordEnd], ...series.map(() => [0, 0])], document.getElementById("rms"));
@@ -173,7 +173,14 @@ const charts = {
     ctx.font = `${11 * devicePixelRatio}px system-ui, sans-serif`;
     ctx.textAlign = "right";
     ctx.textBaseline = above ? "bottom" : "top";
-    ctx.fillText(words, bbox.left + bbox.width - 4 * devicePixelRatio, y + (above ? -2 : 3) * devicePixelRatio);
+    const place = [bbox.left + bbox.width - 4 * devicePixelRatio, y + (above ? -2 : 3) * devicePixelRatio];
+    // Readable where curves pass behind it.
+    ctx.setLineDash([]);
+    ctx.lineWidth = 4 * devicePixelRatio;
+    ctx.lineJoin = "round";
+    ctx.strokeStyle = this.colour("paper");
+    ctx.strokeText(words, ...place);
+    ctx.fillText(words, ...place);
     ctx.restore();
   },
 

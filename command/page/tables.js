@@ -23,7 +23,8 @@ function addHeader() {
   if (found.line_to_line) fact("Voltages", "between phases: A, B, C stand for AB, BC, CA");
   const [first] = found.voltages;
   if (first.side !== null && first.transformer_primary !== first.transformer_secondary) {
-    fact("Transformer", `${first.side} values, ${first.transformer_primary}:${first.transformer_secondary}`);
+    const [primary, secondary] = [first.transformer_primary, first.transformer_secondary].map((turns) => +turns.toPrecision(6));
+    fact("Transformer", `${first.side} values, ${primary}:${secondary}`);
   }
   const assumed = found.voltages.filter(({ unit_assumed }) => unit_assumed !== undefined);
   if (assumed.length > 0) fact("Unit", `taken for V: ${assumed.map(({ name }) => name).join(", ")}`);
