@@ -4,6 +4,7 @@
 set -eu
 folder=$1
 dipx=${2:-dipx}
+command -v "$dipx" >/dev/null || { echo "field_table.sh: there is no $dipx; name the command behind the folder" >&2; exit 1; }
 find "$folder" -type f \( -iname '*.cfg' -o -iname '*.cff' -o -iname '*.csv' -o -iname '*.tsv' -o -iname '*.pqd' \) |
   LC_ALL=C sort | while IFS= read -r file; do
   name=${file#"$folder"/}
