@@ -67,7 +67,9 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
   std::vector<Part> parts;
   for (const Part& part : parts_of(record)) {
     const std::vector<bool> holes = holes_in(record, channels, part);
-    const auto most = static_cast<std::size_t>(std::floor(std::max(longest_gap * part.rate, 0.0) + 1e-9));
+    // Rates may be as absurd as a file can state them.
+    const double most_wanted = std::min(longest_gap * part.rate + 1e-9, static_cast<double>(holes.size()));
+    const auto most = static_cast<std::size_t>(most_wanted > 0 ? most_wanted : 0);
     const auto add = [&](std::size_t from, std::size_t to) {
       const double start = part.start + (part.rate > 0 ? static_cast<double>(from) / part.rate : 0);
       if (to > from) parts.push_back({part.begin + from, part.begin + to, part.rate, start});

@@ -83,6 +83,15 @@ TEST(PartsWithoutGaps, BeginAndEndWithValues) {
   EXPECT_TRUE(parts_without_gaps(gapped({{0, 100}}), {0, 1, 2}, 0.005).empty());
 }
 
+TEST(PartsWithoutGaps, TakeAnyRateThatAFileMayState) {
+  for (const double rate : {6.7e53, 1e308, 1e-300}) {
+    Record record = gapped({{40, 46}});
+    record.rates[0].rate = rate;
+    const std::size_t parts = rate > 1 ? 1 : 2;  // no gap is long at such a rate, or any is
+    EXPECT_EQ(parts_without_gaps(record, {0, 1, 2}, 0.005).size(), parts) << rate;
+  }
+}
+
 TEST(PartsWithoutGaps, CountGapsOfSeveralChannelsTogether) {
   EXPECT_EQ(places(parts_without_gaps(gapped({{40, 44}, {44, 48}}), {0, 1, 2}, 0.005)),
             (std::vector<Place>{{0, 40}, {48, 100}}));
