@@ -35,6 +35,16 @@ readers::Record plain_record(double volts = 230) {
   return synth::record_of(waveform);
 }
 
+/// The same of voltages between phases, which only their names tell.
+readers::Record line_to_line_record(const Strings& names) {
+  auto record = plain_record(400);
+  for (std::size_t i = 0; i < 3; i++) {
+    record.channels[i].name = names[i];
+    record.channels[i].phase.clear();
+  }
+  return record;
+}
+
 void expect_the_dip(const command::Analysis& analysis) {
   ASSERT_EQ(analysis.dips.size(), 1U);
   const auto& dip = analysis.dips[0];
@@ -269,12 +279,7 @@ TEST(Sets, ThatAreDeadAreRefusedWithTheCause) {
 }
 
 TEST(Sets, NamedFromTheSecondPhaseToTheFirstAreTurned) {
-  auto record = plain_record(400);
-  const char* names[] = {"Uab", "Ubc", "Uac"};
-  for (std::size_t i = 0; i < 3; i++) {
-    record.channels[i].name = names[i];
-    record.channels[i].phase = "";
-  }
+  auto record = line_to_line_record({"Uab", "Ubc", "Uac"});
   for (double& sample : record.channels[2].samples) sample = -sample;
   AnalysisOptions by_choice;
   by_choice.choice.line_to_line = true;
@@ -323,12 +328,7 @@ TEST(Connection, OfAPhaseTheOtherWayRoundIsSaid) {
 }
 
 TEST(Sets, OfLineToLineVoltagesAreAnalysedOnRequestAndSaid) {
-  auto record = plain_record(400);
-  const char* names[] = {"Uab", "Ubc", "Uca"};
-  for (std::size_t i = 0; i < 3; i++) {
-    record.channels[i].name = names[i];
-    record.channels[i].phase = "";
-  }
+  auto record = line_to_line_record({"Uab", "Ubc", "Uca"});
   try {
     command::analyse(record, {});
     ADD_FAILURE() << "phase voltages were found";
