@@ -1,5 +1,5 @@
 // Each kernel in all forms that this machine runs, beside its plain form.
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 
 #include <cmath>
 #include <cstdlib>

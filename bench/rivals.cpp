@@ -4,7 +4,7 @@
 #include "bench/comparison.h"
 #include "bench/inputs.h"
 #include "bench/measures.h"
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "tests/plain/svd_feature.h"
 
 #if defined(DIPX_EIGEN)

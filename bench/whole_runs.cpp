@@ -8,7 +8,7 @@
 #include "bench/measures.h"
 #include "bench/silence.h"
 #include "bench/whole_records.h"
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "tests/plain/loaded_library.h"
 
 namespace bench {

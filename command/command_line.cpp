@@ -8,7 +8,7 @@
 #include "command/info_command.h"
 #include "command/selftest_command.h"
 #include "command/synth_command.h"
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 
 namespace command {
 

@@ -24,7 +24,7 @@ def node_of(stem):
 
 def of_the_library():
     arrows = {}
-    for path in [ROOT / "dipx_dll_main.cpp", *sorted((ROOT / "sagx").glob("*.cpp")), *sorted((ROOT / "sagx").glob("*.h"))]:
+    for path in [ROOT / "dipx_dll_main.cpp", *sorted((ROOT / "sagx").rglob("*.cpp")), *sorted((ROOT / "sagx").rglob("*.h"))]:
         targets = {Path(name).stem for name in included(path)} - SHARED
         if path.stem in SHARED:
             if targets:

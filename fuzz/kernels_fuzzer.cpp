@@ -1,7 +1,7 @@
 // Every form of a kernel that this machine runs, against its plain form, to the last bit.
 #include "fuzz/bytes.h"
 #include "sagx/dq_dipx.h"
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "tests/plain/median.h"
 #include "tests/plain/rms.h"
 #include "tests/plain/sliding_extremes.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "sagx/three_phases.h"
 
 namespace {

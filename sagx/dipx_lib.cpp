@@ -10,7 +10,7 @@
 
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "sagx/three_phases.h"
 
 namespace {

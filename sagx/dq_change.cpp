@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "sagx/matlab_svd.h"
 #include "sagx/svd_feature.h"
 #include "sagx/three_phases.h"

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "sagx/sorted_median.h"
+#include "sagx/kernels/sorted_median.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 
 namespace sagx {
 

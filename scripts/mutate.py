@@ -37,8 +37,6 @@ def is_code(line):
 def mutations():
     found = []
     for path in sorted(root.glob("sagx/*.cpp")) + [root / "dipx_dll_main.cpp"]:
-        if path.name.startswith("kernel"):
-            continue
         for number, line in enumerate(path.read_text().splitlines()):
             if not is_code(line):
                 continue

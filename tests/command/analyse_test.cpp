@@ -12,7 +12,7 @@
 #include "dipx_dll.h"
 #include "readers/open_record.h"
 #include "readers/voltage_set.h"
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "synth/record_file.h"
 #include "synth/waveform.h"
 #include "tests/command/dipx_command.h"

@@ -1,5 +1,5 @@
 // Every form of a kernel that this machine runs, against its plain form: to the last bit, whatever the numbers.
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The kernels of the plain library: the library's own code, with every kernel in its plain form.
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 #include "tests/plain/median.h"
 #include "tests/plain/rms.h"
 #include "tests/plain/sliding_extremes.h"

@@ -1,7 +1,7 @@
 // Root mean squares of a cycle that moves on sample by sample, and spreads of blocks. Each sum keeps its own order;
 // many of them run side by side.
-#include "sagx/kernel_sets.h"
-#include "sagx/lanes.h"
+#include "sagx/kernels/kernel_sets.h"
+#include "sagx/kernels/lanes.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
 
-#include "sagx/kernel_sets.h"
+#include "sagx/kernels/kernel_sets.h"
 
 namespace sagx {
 

@@ -4,8 +4,8 @@
 // lanes compute it and those that it does not concern keep what they had. The vectors are left out: they never act back
 // on the values. A lane that is done waits for the others at each value, which costs a third of the work and saves all
 // bookkeeping.
-#include "sagx/kernel_sets.h"
-#include "sagx/lanes.h"
+#include "sagx/kernels/kernel_sets.h"
+#include "sagx/kernels/lanes.h"
 
 namespace {
 

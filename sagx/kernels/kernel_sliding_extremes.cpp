@@ -1,7 +1,7 @@
 // The smallest or largest value of a window that moves on sample by sample. Windows of two, four, eight ... values are
 // made from two of half the width each; the wanted width is two such windows that overlap.
-#include "sagx/kernel_sets.h"
-#include "sagx/lanes.h"
+#include "sagx/kernels/kernel_sets.h"
+#include "sagx/kernels/lanes.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // The median of a window that moves on sample by sample. It keeps the value of the wanted rank with the numbers of
 // values below it and equal to it: a sample that leaves and one that enters change these numbers, and seldom the value,
 // which then is the next one above or below in the window.
-#include "sagx/kernel_sets.h"
-#include "sagx/lanes.h"
-#include "sagx/sorted_median.h"
+#include "sagx/kernels/kernel_sets.h"
+#include "sagx/kernels/lanes.h"
+#include "sagx/kernels/sorted_median.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // compiled for. Private.
 #pragma once
 
-#include "sagx/kernels.h"
+#include "sagx/kernels/kernels.h"
 
 #define SAGX_DECLARE_SET(set)                                                                                    \
   namespace sagx::set {                                                                                          \
