@@ -15,9 +15,9 @@
 
 #include "bench/comparison.h"
 #include "bench/measures.h"
-#include "readers/comtrade.h"
-#include "readers/csv.h"
+#include "readers/comtrade/comtrade.h"
 #include "readers/file_access.h"
+#include "readers/table/csv.h"
 
 namespace bench {
 

@@ -10,9 +10,9 @@
 
 #include "command/library_input.h"
 #include "command/stage_report.h"
-#include "readers/parts.h"
 #include "readers/record.h"
-#include "readers/voltage_set.h"
+#include "readers/voltages/parts.h"
+#include "readers/voltages/voltage_set.h"
 
 namespace command {
 

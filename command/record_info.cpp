@@ -13,8 +13,8 @@
 #include "command/analysed_voltages.h"
 #include "command/figures_text.h"
 #include "command/record_json.h"
-#include "readers/parts.h"
-#include "readers/voltage_set.h"
+#include "readers/voltages/parts.h"
+#include "readers/voltages/voltage_set.h"
 
 namespace command {
 

@@ -2,7 +2,7 @@
 #include <fstream>
 
 #include "fuzz/read_record.h"
-#include "readers/comtrade.h"
+#include "readers/comtrade/comtrade.h"
 
 namespace {
 

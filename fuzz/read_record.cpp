@@ -1,9 +1,9 @@
 #include "fuzz/read_record.h"
 
 #include "fuzz/bytes.h"
-#include "readers/parts.h"
 #include "readers/text.h"
-#include "readers/voltage_set.h"
+#include "readers/voltages/parts.h"
+#include "readers/voltages/voltage_set.h"
 
 namespace fuzz {
 namespace {

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <string_view>
 
-#include "readers/comtrade.h"
-#include "readers/csv.h"
+#include "readers/comtrade/comtrade.h"
 #include "readers/file_access.h"
+#include "readers/table/csv.h"
 #include "readers/text.h"
 
 namespace readers {

@@ -11,7 +11,7 @@
 
 #include "dipx_dll.h"
 #include "readers/open_record.h"
-#include "readers/voltage_set.h"
+#include "readers/voltages/voltage_set.h"
 #include "sagx/kernels/kernels.h"
 #include "synth/record_file.h"
 #include "synth/waveform.h"

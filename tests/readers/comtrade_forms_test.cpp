@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "readers/comtrade.h"
+#include "readers/comtrade/comtrade.h"
 #include "tests/readers/scratch_folder.h"
 
 namespace readers {

@@ -1,4 +1,4 @@
-#include "readers/comtrade.h"
+#include "readers/comtrade/comtrade.h"
 
 #include <gtest/gtest.h>
 

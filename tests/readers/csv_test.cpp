@@ -1,4 +1,4 @@
-#include "readers/csv.h"
+#include "readers/table/csv.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Rows that are lost from the data or written twice: what time stamps and sample numbers tell of them.
-#include "readers/lost_rows.h"
+#include "readers/comtrade/lost_rows.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "readers/comtrade.h"
+#include "readers/comtrade/comtrade.h"
 #include "tests/readers/scratch_folder.h"
 
 namespace readers {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "readers/comtrade.h"
+#include "readers/comtrade/comtrade.h"
 #include "readers/open_record.h"
 #include "tests/readers/scratch_folder.h"
 

@@ -1,4 +1,4 @@
-#include "readers/voltage_set.h"
+#include "readers/voltages/voltage_set.h"
 
 #include <gtest/gtest.h>
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "readers/comtrade.h"
-#include "readers/csv.h"
+#include "readers/comtrade/comtrade.h"
+#include "readers/table/csv.h"
 #include "synth/dip_description.h"
 #include "tests/readers/scratch_folder.h"
 

@@ -1,4 +1,4 @@
-#include "readers/lost_rows.h"
+#include "readers/comtrade/lost_rows.h"
 
 #include <algorithm>
 #include <bit>

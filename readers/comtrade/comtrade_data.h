@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "readers/comtrade_config.h"
+#include "readers/comtrade/comtrade_config.h"
 #include "readers/file_access.h"
 
 namespace readers {

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "readers/comtrade_config.h"
-#include "readers/comtrade_data.h"
+#include "readers/comtrade/comtrade_config.h"
+#include "readers/comtrade/comtrade_data.h"
 
 namespace readers {
 

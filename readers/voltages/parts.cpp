@@ -1,4 +1,4 @@
-#include "readers/parts.h"
+#include "readers/voltages/parts.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "readers/voltage_set.h"
+#include "readers/voltages/voltage_set.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,8 +10,8 @@
 #include <string_view>
 #include <utility>
 
-#include "readers/parts.h"
 #include "readers/text.h"
+#include "readers/voltages/parts.h"
 
 namespace readers {
 namespace {

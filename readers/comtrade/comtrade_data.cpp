@@ -1,6 +1,6 @@
 // Data files are long and are read for a few of their channels: rows are gone through once, and only what is wanted is
 // turned into numbers. Of text, the fields of other channels are counted; of binary rows, they are stepped over.
-#include "readers/comtrade_data.h"
+#include "readers/comtrade/comtrade_data.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "readers/comtrade.h"
+#include "readers/comtrade/comtrade.h"
 
 #include <algorithm>
 #include <array>
@@ -7,10 +7,10 @@
 #include <optional>
 #include <utility>
 
-#include "readers/comtrade_config.h"
-#include "readers/comtrade_data.h"
+#include "readers/comtrade/comtrade_config.h"
+#include "readers/comtrade/comtrade_data.h"
+#include "readers/comtrade/lost_rows.h"
 #include "readers/file_access.h"
-#include "readers/lost_rows.h"
 #include "readers/text.h"
 #include "readers/time_stamps.h"
 

@@ -1,4 +1,4 @@
-#include "readers/comtrade_config.h"
+#include "readers/comtrade/comtrade_config.h"
 
 #include <cmath>
 #include <optional>
