@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "command/analysis.h"
+#include "analysis/analyse.h"
 #include "command/known_charset.h"
 #include "command/option_range.h"
-#include "command/outputs.h"
+#include "command/output_options.h"
 #include "command/progress.h"
 #include "readers/open_record.h"
 
@@ -23,7 +23,7 @@ struct Arguments {
   std::string nominal;
   Outputs outputs;
   readers::OpenOptions open;
-  AnalysisOptions options;
+  analysis::AnalysisOptions options;
 };
 
 /// "230", "20kV", "0.4 kV".
@@ -37,7 +37,7 @@ double parse_volts(const std::string& text) {
   const bool known = name.empty() || name == "V" || name == "v" || factor != 1;
   if (read < 1 || !known || static_cast<std::size_t>(end) + name.size() != text.size() || !(value > 0) ||
       !(value * factor <= 1e7)) {
-    throw UnknownChoice(fmt::format("--nominal: '{}' is no voltage; write it as in 230 or 20kV", text));
+    throw analysis::UnknownChoice(fmt::format("--nominal: '{}' is no voltage; write it as in 230 or 20kV", text));
   }
   return value * factor;
 }
@@ -46,15 +46,14 @@ void run(Arguments arguments) {
   arguments.options.report = !arguments.outputs.report.empty();
   if (!arguments.nominal.empty()) arguments.options.nominal = parse_volts(arguments.nominal);
   arguments.open.wanted = [&choice = arguments.options.choice](const readers::Record& record) {
-    return channels_to_read(record, choice);
+    return analysis::channels_to_read(record, choice);
   };
   Progress progress(!arguments.options.trace);
   progress.stage("reading " + (arguments.record == "-" ? "standard input" : arguments.record));
   const auto record = readers::open_record(arguments.record, arguments.open);
   check_files(record, arguments.outputs);
   arguments.options.report_stage = [&](const std::string& what, double done) { progress.stage(what, done); };
-  const auto analysis = analyse(record, arguments.options);
-  show(record, analysis, arguments.outputs, progress);
+  show(record, analysis::analyse(record, arguments.options), arguments.outputs, progress);
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "command/explain.h"
 #include "command/standard_output.h"
+#include "outputs/explain.h"
 
 namespace command {
 
@@ -14,8 +14,8 @@ void add_explain(CLI::App& app, const std::string& statuses) {
   explain->footer("Without CODE, all codes.\n\n" + statuses);
   explain->add_option("CODE", *code, "Category (0 to 10), reason or term")->type_name("");
   explain->callback([code] {
-    if (code->empty()) return write_standard_output(list_of_codes());
-    const auto text = explanation_of(*code);
+    if (code->empty()) return write_standard_output(outputs::list_of_codes());
+    const auto text = outputs::explanation_of(*code);
     if (!text) throw CLI::ValidationError("'" + *code + "' is no code; dipx explain lists all");
     write_standard_output(*text);
   });

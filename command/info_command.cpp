@@ -5,8 +5,8 @@
 
 #include "command/known_charset.h"
 #include "command/option_range.h"
-#include "command/record_info.h"
 #include "command/standard_output.h"
+#include "outputs/record_info.h"
 #include "readers/open_record.h"
 
 namespace command {
@@ -39,7 +39,7 @@ void add_info(CLI::App& app, const std::string& statuses) {
   info->add_flag("--json", arguments->json, "Print one JSON document instead of text");
   info->callback([arguments] {
     const auto record = readers::open_record(arguments->record, arguments->open);
-    write_standard_output(arguments->json ? info_json(record) : info_text(record));
+    write_standard_output(arguments->json ? outputs::info_json(record) : outputs::info_text(record));
   });
 }
 

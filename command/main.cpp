@@ -4,10 +4,10 @@
 #include <new>
 #include <string>
 
-#include "command/analysed_voltages.h"
+#include "analysis/analysed_voltages.h"
+#include "analysis/refusal.h"
 #include "command/command_line.h"
-#include "command/outputs.h"
-#include "command/refusal.h"
+#include "command/output_options.h"
 #include "command/selftest_command.h"
 #include "readers/text.h"
 #include "synth/dip_description.h"
@@ -26,7 +26,7 @@ int complain(const std::string& line, ExitStatus status) {
 int main(int argc, char** argv) {
   try {
     return command::run_command_line(argc, argv) ? success : usage;
-  } catch (const command::UnknownChoice& error) {
+  } catch (const analysis::UnknownChoice& error) {
     return complain(error.what(), usage);
   } catch (const command::UnknownDip& error) {
     return complain(error.what(), usage);
@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
     return complain(error.what(), usage);
   } catch (const readers::ReadError& error) {
     return complain(error.what(), unreadable);
-  } catch (const command::Refusal& error) {
+  } catch (const analysis::Refusal& error) {
     return complain(error.what(), refused);
   } catch (const command::SelfTestFailure& error) {
     return complain(error.what(), faulty);

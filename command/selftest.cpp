@@ -6,7 +6,7 @@
 #include <exception>
 #include <numbers>
 
-#include "command/event_terms.h"
+#include "analysis/event_terms.h"
 
 namespace command {
 
@@ -33,8 +33,8 @@ bool off(double found, double expected, double most) {
   return !(std::abs(found - expected) <= most);
 }
 
-std::string fault_of_segment(const Segment& segment, const synth::Factors& factors, int category,
-                             const Analysis& analysis) {
+std::string fault_of_segment(const analysis::Segment& segment, const synth::Factors& factors, int category,
+                             const analysis::Analysis& analysis) {
   if (segment.category != category) return fmt::format("category {} instead of {}", segment.category, category);
   for (std::size_t phase = 0; phase < 3; phase++) {
     const double residual = analysis.percent(segment.residual[phase]);
@@ -85,12 +85,13 @@ const std::vector<KnownDip>& known_dips() {
   return list;
 }
 
-std::string fault_of(const KnownDip& known, const Analysis& analysis) {
+std::string fault_of(const KnownDip& known, const analysis::Analysis& analysis) {
   const std::size_t dips = known.categories.empty() ? 0 : 1;
   if (analysis.dips.size() != dips) return fmt::format("{} dips instead of {}", analysis.dips.size(), dips);
   if (dips == 0) return {};
-  const Dip& found = analysis.dips[0];
-  if (found.obstacle != Obstacle::none) return std::string("not analysed: ") + describe(found.obstacle).sentence;
+  const analysis::Dip& found = analysis.dips[0];
+  if (found.obstacle != analysis::Obstacle::none)
+    return std::string("not analysed: ") + describe(found.obstacle).sentence;
   const auto& made = known.description;
   const double cycle = 1 / made.frequency;
   const double start = analysis.voltages.seconds_at(found.start);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "command/analysis.h"
+#include "analysis/analyse.h"
 #include "synth/dip_description.h"
 
 namespace command {
@@ -21,9 +21,9 @@ const std::vector<KnownDip>& known_dips();
 /// What is wrong with an analysis of a known dip, in words; empty when nothing is. Wrong is: another number of dips or
 /// segments, another category, a residual voltage more than 1 % of nominal off, a phase jump more than 2 degrees, start
 /// or duration more than a cycle.
-std::string fault_of(const KnownDip& known, const Analysis& analysis);
+std::string fault_of(const KnownDip& known, const analysis::Analysis& analysis);
 
-using Detector = std::function<Analysis(const readers::Record&)>;
+using Detector = std::function<analysis::Analysis(const readers::Record&)>;
 
 /// Takes a detector through all known dips. `show` gets a line per dip. True when nothing was wrong.
 bool self_test(const Detector& detector, const std::function<void(const std::string&)>& show);

@@ -16,7 +16,7 @@ void add_selftest(CLI::App& app, const std::string& statuses) {
       "duration, residual voltages (within 1 % of nominal), phase jumps (within 2 degrees), categories.\n\n" +
       statuses);
   selftest->callback([] {
-    const Detector detector = [](const readers::Record& record) { return analyse(record, {}); };
+    const Detector detector = [](const readers::Record& record) { return analysis::analyse(record, {}); };
     if (!self_test(detector, write_standard_output)) {
       throw SelfTestFailure("the self-test found faults; do not trust this program's figures");
     }

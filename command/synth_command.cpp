@@ -10,7 +10,7 @@
 #include "command/option_range.h"
 #include "command/progress.h"
 #include "command/standard_output.h"
-#include "command/whole_file.h"
+#include "files/whole_file.h"
 #include "readers/file_access.h"
 #include "readers/text.h"
 #include "synth/dip_description.h"
@@ -59,7 +59,7 @@ void write(const std::string& output, const std::string& bytes, Progress& progre
   if (output == "-") {
     write_standard_output(bytes);
   } else {
-    write_whole(output, bytes);
+    files::write_whole(output, bytes);
   }
 }
 
@@ -93,7 +93,7 @@ void run(Arguments arguments) {
     const std::filesystem::path config = arguments.output;
     auto samples = config;
     samples.replace_extension(".dat");
-    write_whole({{samples, std::move(pair.data)}, {config, std::move(pair.config)}});
+    files::write_whole({{samples, std::move(pair.data)}, {config, std::move(pair.config)}});
   }
 }
 

@@ -10,7 +10,7 @@ ROOT = Path(__file__).resolve().parent.parent
 # What all may use, kernels too, and no arrow is drawn to: records, and small headers without a stage behind them.
 SHARED = {"dq_dipx", "dipx_dll", "three_phases", "gbk_text", "boundary_list", "mms_time", "dipx_outcome", "lanes",
           "sorted_median", "wrapping"}
-FOLDERS = ["command", "synth", "readers", "sagx"]
+FOLDERS = ["command", "outputs", "analysis", "files", "synth", "readers", "sagx"]
 
 
 def included(path):

@@ -27,7 +27,7 @@ import tempfile
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-FOLDERS = ["build", "command", "docs", "readers", "sagx", "scripts", "synth", "tests"]
+FOLDERS = ["analysis", "build", "command", "docs", "files", "outputs", "readers", "sagx", "scripts", "synth", "tests"]
 SCALE = 1.25  # of browser pictures
 
 

@@ -13,7 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "command/analysis.h"
+#include "analysis/analyse.h"
+#include "analysis/embedded/library.h"
 #include "readers/open_record.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dq_dipx.h"
@@ -164,12 +165,12 @@ class Picture {
 };
 
 /// Runs the library on a stretch of the analysed waveform; the threshold of its segmentation, which it prints.
-double run_library(command::Analysis& analysis, const command::Stretch& stretch) {
+double run_library(analysis::Analysis& analysis, const analysis::Stretch& stretch) {
   const auto trace = std::tmpfile();
   std::fflush(stdout);
   const int out = dup(STDOUT_FILENO);
   dup2(fileno(trace), STDOUT_FILENO);
-  command::set_input(analysis.waveform, analysis.voltages.samples_per_cycle, stretch);
+  analysis::embedded::set_input(analysis.waveform, analysis.voltages.samples_per_cycle, stretch);
   dq_dipx_new(nullptr);
   std::fflush(stdout);
   dup2(out, STDOUT_FILENO);
@@ -183,7 +184,7 @@ double run_library(command::Analysis& analysis, const command::Stretch& stretch)
 
 class StagePictures {
  public:
-  StagePictures(const command::Analysis& analysis, const command::Dip& dip, double threshold, std::string folder)
+  StagePictures(const analysis::Analysis& analysis, const analysis::Dip& dip, double threshold, std::string folder)
       : analysis_(analysis), begin_(dip.stretch.begin), threshold_(threshold), folder_(std::move(folder)) {
     while (index_ + 1 < dq_rms_buf->evt_num / 2 &&
            static_cast<std::size_t>(dq_rms_buf->T[2 * index_]) + begin_ != dip.start)
@@ -371,7 +372,7 @@ class StagePictures {
     return start;
   }
 
-  const command::Analysis& analysis_;
+  const analysis::Analysis& analysis_;
   std::size_t begin_;
   double threshold_;
   std::string folder_;
@@ -388,7 +389,7 @@ int main(int argc, char** argv) {
   }
   try {
     std::filesystem::create_directories(argv[2]);
-    auto analysis = command::analyse(readers::open_record(argv[1]), {});
+    auto analysis = analysis::analyse(readers::open_record(argv[1]), {});
     const auto& dip = analysis.dips.at(argc > 3 ? std::stoul(argv[3]) - 1 : 0);
     const double threshold = run_library(analysis, dip.stretch);
     StagePictures pictures(analysis, dip, threshold, argv[2]);

@@ -7,7 +7,7 @@ elsewhere=$(mktemp -d)
 trap 'rm -rf "$elsewhere"' EXIT
 mkdir "$elsewhere/of another length"
 git ls-files -z | xargs -0 cp --parents -t "$elsewhere/of another length"
-if [ -d command/page/node_modules ]; then cp -R command/page/node_modules "$elsewhere/of another length/command/page"; fi
+if [ -d outputs/page/node_modules ]; then cp -R outputs/page/node_modules "$elsewhere/of another length/outputs/page"; fi
 # Nothing may be taken over from the first build.
 CCACHE_DISABLE=1 "$elsewhere/of another length/scripts/packages.sh" >"$elsewhere/log" 2>&1 || {
   tail -n 30 "$elsewhere/log"

@@ -23,7 +23,7 @@ if [ -n "$missing" ]; then
   $as_root apt-get -qq install -y --no-install-recommends $missing >/dev/null
 fi
 
-page=$(dirname "$0")/../command/page
+page=$(dirname "$0")/../outputs/page
 if [ ! "$page/node_modules/.package-lock.json" -nt "$page/package-lock.json" ]; then
   echo "Installing: uPlot (npm)"
   npm ci --prefix "$page" --ignore-scripts --no-audit --no-fund --loglevel=error >/dev/null ||

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-namespace pages {
+namespace command::manual {
 
 namespace {
 
@@ -200,4 +200,4 @@ std::string fish_completion(const CommandTable& all) {
   return script;
 }
 
-}  // namespace pages
+}  // namespace command::manual

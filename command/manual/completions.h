@@ -5,10 +5,10 @@
 
 #include "command/manual/option_table.h"
 
-namespace pages {
+namespace command::manual {
 
 std::string bash_completion(const CommandTable& all);
 std::string zsh_completion(const CommandTable& all);
 std::string fish_completion(const CommandTable& all);
 
-}  // namespace pages
+}  // namespace command::manual

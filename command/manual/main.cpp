@@ -7,7 +7,9 @@
 #include "command/manual/completions.h"
 #include "command/manual/manual_page.h"
 #include "command/manual/option_table.h"
-#include "command/whole_file.h"
+#include "files/whole_file.h"
+
+using namespace command::manual;
 
 int main(int argc, char** argv) {
   if (argc != 3) {
@@ -17,14 +19,14 @@ int main(int argc, char** argv) {
   const std::string folder = argv[1];
   const std::string date = argv[2];
   try {
-    const pages::CommandTable all = pages::command_table();
-    command::write_whole(folder + "/dipx.1", pages::manual_page(all, all, date));
+    const CommandTable all = command_table();
+    files::write_whole(folder + "/dipx.1", manual_page(all, all, date));
     for (const auto& command : all.commands) {
-      command::write_whole(folder + "/" + pages::page_name(command) + ".1", pages::manual_page(command, all, date));
+      files::write_whole(folder + "/" + page_name(command) + ".1", manual_page(command, all, date));
     }
-    command::write_whole(folder + "/dipx.bash", pages::bash_completion(all));
-    command::write_whole(folder + "/_dipx", pages::zsh_completion(all));
-    command::write_whole(folder + "/dipx.fish", pages::fish_completion(all));
+    files::write_whole(folder + "/dipx.bash", bash_completion(all));
+    files::write_whole(folder + "/_dipx", zsh_completion(all));
+    files::write_whole(folder + "/dipx.fish", fish_completion(all));
     return 0;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "dipx_manual_writer: %s\n", error.what());

@@ -6,7 +6,7 @@
 #include <cctype>
 #include <sstream>
 
-namespace pages {
+namespace command::manual {
 
 namespace {
 
@@ -152,4 +152,4 @@ std::string manual_page(const CommandTable& table, const CommandTable& all, cons
   return roff + see_also(table, all);
 }
 
-}  // namespace pages
+}  // namespace command::manual

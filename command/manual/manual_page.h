@@ -5,7 +5,7 @@
 
 #include "command/manual/option_table.h"
 
-namespace pages {
+namespace command::manual {
 
 /// "dipx-analyse" for the page of `dipx analyse`.
 std::string page_name(const CommandTable& table);
@@ -13,4 +13,4 @@ std::string page_name(const CommandTable& table);
 /// `all`: the table of the whole command, for what stands under SEE ALSO. `date`: year-month-day of the release.
 std::string manual_page(const CommandTable& table, const CommandTable& all, const std::string& date);
 
-}  // namespace pages
+}  // namespace command::manual

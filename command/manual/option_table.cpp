@@ -7,7 +7,7 @@
 
 #include "command/command_line.h"
 
-namespace pages {
+namespace command::manual {
 
 namespace {
 
@@ -105,8 +105,8 @@ CommandTable table_of(const CLI::App& app) {
 
 CommandTable command_table() {
   CLI::App app;
-  command::add_command_line(app);
+  add_command_line(app);
   return table_of(app);
 }
 
-}  // namespace pages
+}  // namespace command::manual

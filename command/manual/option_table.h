@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace pages {
+namespace command::manual {
 
 struct OptionRow {
   std::vector<std::string> names;  ///< "-o", "--output"; a positional's only name is that of its value
@@ -33,4 +33,4 @@ struct CommandTable {
 /// Of the whole command line.
 CommandTable command_table();
 
-}  // namespace pages
+}  // namespace command::manual

@@ -9,8 +9,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "command/analysis.h"
-#include "command/analysis_json.h"
+#include "analysis/analyse.h"
+#include "outputs/json.h"
 #include "synth/waveform.h"
 
 namespace accuracy {
@@ -110,7 +110,7 @@ nlohmann::json analysis_of(const DipCase& dip) {
 
 nlohmann::json analysis_of(const synth::DipDescription& description) {
   const auto record = synth::record_of(synth::waveform_of(description));
-  return nlohmann::json::parse(command::json_of(record, command::analyse(record, {})));
+  return nlohmann::json::parse(outputs::json_of(record, analysis::analyse(record, {})));
 }
 
 nlohmann::json piped_analysis_of(const DipCase& dip) {

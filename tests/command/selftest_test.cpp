@@ -11,7 +11,7 @@
 
 namespace {
 
-using command::Analysis;
+using analysis::Analysis;
 using command::known_dips;
 
 const command::KnownDip& known(const std::string& name) {
@@ -20,7 +20,7 @@ const command::KnownDip& known(const std::string& name) {
 }
 
 Analysis analysis_of(const command::KnownDip& dip) {
-  return command::analyse(synth::record_of(synth::waveform_of(dip.description)), {});
+  return analysis::analyse(synth::record_of(synth::waveform_of(dip.description)), {});
 }
 
 TEST(SelfTest, PassesAndSaysWhatWasMeasured) {
@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(
         Error{"Start", [](Analysis& a) { a.dips[0].start += 140, *a.dips[0].end += 140; }, "it starts at "},
         Error{"Duration", [](Analysis& a) { *a.dips[0].end += 140; }, "it lasts "},
         Error{"Recovery", [](Analysis& a) { a.dips[0].end.reset(); }, "it lasts 0.0000 s instead of 0.2000 s"},
-        Error{"Obstacle", [](Analysis& a) { a.dips[0].obstacle = command::Obstacle::unstable; },
+        Error{"Obstacle", [](Analysis& a) { a.dips[0].obstacle = analysis::Obstacle::unstable; },
               "not analysed: the RMS"},
         Error{"Segments", [](Analysis& a) { a.dips[0].segments.clear(); }, "0 segments instead of 1"},
         Error{"Category", [](Analysis& a) { a.dips[0].segments[0].category = 5; },

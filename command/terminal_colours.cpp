@@ -1,0 +1,17 @@
+#include "command/terminal_colours.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace command {
+
+bool terminal_colours() {
+  const char* refused = std::getenv("NO_COLOR");
+  if (refused != nullptr && *refused != '\0') return false;
+  const char* terminal = std::getenv("TERM");
+  return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+}
+
+}  // namespace command

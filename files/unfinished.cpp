@@ -1,0 +1,67 @@
+#include "files/unfinished.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <utility>
+
+namespace files {
+
+namespace {
+
+constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP};
+
+/// The names, for the handler: it can do no more than look at them and remove what they name.
+constexpr int slots = 16;
+std::atomic<const char*> names[slots];
+static_assert(std::atomic<const char*>::is_always_lock_free);
+
+void remove_and_end(int signal) {
+  for (int i = slots - 1; i >= 0; i--) {
+    const char* const name = names[i];
+    if (name != nullptr && unlink(name) != 0) rmdir(name);
+  }
+  std::signal(signal, SIG_DFL);
+  raise(signal);
+}
+
+/// A signal that is ignored (nohup) stays so.
+void handle_signals() {
+  static bool handled = false;
+  if (std::exchange(handled, true)) return;
+  // A limit on the size of files is an error of writing like others.
+  std::signal(SIGXFSZ, SIG_IGN);
+  for (const int signal : ending_signals) {
+    if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
+}
+
+sigset_t set_of_ending_signals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : ending_signals) sigaddset(&set, signal);
+  return set;
+}
+
+}  // namespace
+
+SignalsHeld::SignalsHeld() {
+  const sigset_t set = set_of_ending_signals();
+  sigprocmask(SIG_BLOCK, &set, &before_);
+}
+
+SignalsHeld::~SignalsHeld() {
+  sigprocmask(SIG_SETMASK, &before_, nullptr);
+}
+
+Unfinished::Unfinished(std::string path) : path_(std::move(path)), slot_(0) {
+  handle_signals();
+  while (slot_ < slots && names[slot_] != nullptr) slot_++;
+  if (slot_ < slots) names[slot_] = path_.c_str();
+}
+
+Unfinished::~Unfinished() {
+  if (slot_ < slots) names[slot_] = nullptr;
+}
+
+}  // namespace files

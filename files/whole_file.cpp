@@ -1,0 +1,127 @@
+#include "files/whole_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+#include "files/unfinished.h"
+
+namespace files {
+
+namespace {
+
+/// The temporary file; removed again unless it was renamed.
+class Draft {
+ public:
+  explicit Draft(const std::filesystem::path& target) : name_(target.string() + ".XXXXXX") {
+    const SignalsHeld held;
+    descriptor_ = mkostemp(name_.data(), O_CLOEXEC);
+    if (descriptor_ >= 0) unfinished_.emplace(name_);
+  }
+  Draft(const Draft&) = delete;
+  Draft& operator=(const Draft&) = delete;
+  ~Draft() {
+    const SignalsHeld held;
+    if (descriptor_ >= 0) {
+      close(descriptor_);
+      unlink(name_.c_str());
+    }
+    unfinished_.reset();
+  }
+
+  bool write(const std::string& bytes) const {
+    if (descriptor_ < 0) return false;
+    for (std::size_t done = 0; done < bytes.size();) {
+      const ssize_t count = ::write(descriptor_, bytes.data() + done, bytes.size() - done);
+      if (count < 0 && errno != EINTR) return false;
+      if (count > 0) done += static_cast<std::size_t>(count);
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    return fchmod(descriptor_, 0666 & ~mask) == 0 && fsync(descriptor_) == 0;
+  }
+
+  bool rename_to(const std::filesystem::path& target) {
+    if (std::rename(name_.c_str(), target.c_str()) != 0) return false;
+    close(descriptor_);
+    descriptor_ = -1;
+    unfinished_.reset();
+    return true;
+  }
+
+ private:
+  std::string name_;
+  int descriptor_;
+  std::optional<Unfinished> unfinished_;
+};
+
+[[noreturn]] void fail(const std::filesystem::path& file) {
+  throw std::system_error(errno, std::generic_category(), file.string());
+}
+
+/// Devices and pipes are written to; a rename would put a file in their place.
+bool is_written_in_place(const std::filesystem::path& file) {
+  std::error_code ignored;
+  return std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored) &&
+         !std::filesystem::is_directory(file, ignored);
+}
+
+void write_in_place(const std::filesystem::path& file, const std::string& bytes) {
+  std::FILE* stream = std::fopen(file.c_str(), "wb");
+  const bool opened = stream != nullptr;
+  const bool written = opened && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+  if (!(opened && std::fclose(stream) == 0 && written)) fail(file);
+}
+
+/// A link stays a link: what it points to is replaced.
+std::filesystem::path behind_links(const std::filesystem::path& file) {
+  std::error_code ignored;
+  return std::filesystem::is_symlink(file, ignored) ? std::filesystem::weakly_canonical(file) : file;
+}
+
+}  // namespace
+
+bool is_same_file(const std::filesystem::path& one, const std::filesystem::path& other) {
+  std::error_code ignored;
+  if (is_written_in_place(one)) return false;
+  const auto full = [&](const std::filesystem::path& name) {
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(name, ignored), ignored);
+  };
+  return std::filesystem::equivalent(one, other, ignored) || full(one) == full(other);
+}
+
+void write_whole(const std::filesystem::path& file, const std::string& bytes) {
+  write_whole({{file, bytes}});
+}
+
+void write_whole(const std::vector<NamedBytes>& files) {
+  std::vector<std::unique_ptr<Draft>> drafts;
+  for (const auto& [file, bytes] : files) {
+    drafts.push_back(is_written_in_place(file) ? nullptr : std::make_unique<Draft>(behind_links(file)));
+    if (drafts.back() != nullptr && !drafts.back()->write(bytes)) fail(file);
+    // Seen before any file is replaced: a rename would find it too late for those of the files that came first.
+    if (std::error_code ignored; std::filesystem::is_directory(file, ignored)) {
+      errno = EISDIR;
+      fail(file);
+    }
+  }
+  // A signal in between would leave files that do not belong together.
+  const SignalsHeld held;
+  for (std::size_t i = 0; i < files.size(); i++) {
+    const auto& [file, bytes] = files[i];
+    if (drafts[i] == nullptr) {
+      write_in_place(file, bytes);
+    } else if (!drafts[i]->rename_to(behind_links(file))) {
+      fail(file);
+    }
+  }
+}
+
+}  // namespace files

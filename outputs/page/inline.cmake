@@ -1,0 +1,25 @@
+# Puts style, scripts and uPlot into the page and makes a C++ source of it:
+#   cmake -D page=DIR -D output=FILE -P inline.cmake
+set(uplot ${page}/node_modules/uplot)
+file(READ ${uplot}/dist/uPlot.min.css uplot_style)
+file(READ ${uplot}/dist/uPlot.iife.min.js uplot_script)
+file(READ ${uplot}/LICENSE uplot_licence)
+file(READ ${page}/page.css page_style)
+set(page_script "")
+foreach(part data figures charts gestures diagrams tables main)
+  file(READ ${page}/${part}.js script)
+  string(APPEND page_script "${script}")
+endforeach()
+configure_file(${page}/page.html ${output}.html @ONLY)
+file(READ ${output}.html html)
+# A compiler may take no longer literal than 64 KiB; adjacent ones are one.
+string(LENGTH "${html}" length)
+set(literals "")
+set(at 0)
+while(at LESS length)
+  string(SUBSTRING "${html}" ${at} 16000 piece)
+  string(APPEND literals "R\"~page~(${piece})~page~\"\n")
+  math(EXPR at "${at} + 16000")
+endwhile()
+file(WRITE ${output} "#include \"outputs/page/page_html.h\"\n\nnamespace outputs {\n\n"
+  "const std::string_view page_template =\n${literals};\n\n}  // namespace outputs\n")

@@ -1,0 +1,16 @@
+// What a record holds, for people and for programs: parts, voltage sets, channels, and what was odd or guessed.
+#pragma once
+
+#include <string>
+
+#include "readers/record.h"
+
+namespace outputs {
+
+/// The whole summary as text, lines ending in "\n".
+std::string info_text(const readers::Record& record);
+
+/// The same as one JSON document.
+std::string info_json(const readers::Record& record);
+
+}  // namespace outputs

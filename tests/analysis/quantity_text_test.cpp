@@ -1,0 +1,18 @@
+// Voltages as people read them.
+#include "analysis/quantity_text.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using analysis::volts_text;
+
+TEST(QuantityText, GivesVoltagesFourDigitsAndThePrefixThatSuitsThem) {
+  EXPECT_EQ(volts_text(63360), "63.36 kV");
+  EXPECT_EQ(volts_text(3.4771e6), "3.477 MV");
+  EXPECT_EQ(volts_text(230), "230.0 V");
+  EXPECT_EQ(volts_text(0.5036), "503.6 mV");
+  EXPECT_EQ(volts_text(0), "0.000 V");
+}
+
+}  // namespace
