@@ -90,8 +90,8 @@ double level_factor(const readers::Record& record, const Waveform& volts, int sa
   if (steady) {
     throw Refusal(record.file,
                   part + "its phases stand at " + levels +
-                      " from the start, and the analysis takes more than 10 % "
-                      "between them for a dip that is on already",
+                      " from the start, and the analysis takes more than 10 % between them for a dip that is on "
+                      "already",
                   "choose other voltages with --set, --channels or --line-to-line" + other_part);
   }
   throw Refusal(record.file,

@@ -13,10 +13,11 @@ namespace analysis {
 
 struct AnalysisOptions {
   VoltageChoice choice;
-  double nominal = 0;                            ///< declared voltage, phase or line, volts; 0: not given
-  bool report = false;                           ///< have the library write its report
-  bool trace = false;                            ///< show the library's lines on standard error
-  std::size_t longest_run = embedded::longest_run_cycles;  ///< cycles that one search takes; longer records go in several
+  double nominal = 0;   ///< declared voltage, phase or line, volts; 0: not given
+  bool report = false;  ///< have the library write its report
+  bool trace = false;   ///< show the library's lines on standard error
+  std::size_t longest_run =
+      embedded::longest_run_cycles;  ///< cycles that one search takes; longer records go in several
   StageReport report_stage = no_report;
 };
 

@@ -294,10 +294,8 @@ void note_part(const AnalysedVoltages& voltages, const std::vector<PartView>& vi
   }
   if (count == 0) return;
   if (count > most) fmt::format_to(std::back_inserter(others), " and {} more", count - most);
-  notes.push_back(
-      fmt::format("The voltage falls below 90 % of its usual level elsewhere too: {} (--part analyses "
-                  "{}).",
-                  others, count == 1 ? "it" : "one of them"));
+  notes.push_back(fmt::format("The voltage falls below 90 % of its usual level elsewhere too: {} (--part analyses {}).",
+                              others, count == 1 ? "it" : "one of them"));
 }
 
 /// Rates that are nearly alike make one part, at their mean.

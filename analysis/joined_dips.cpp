@@ -48,8 +48,7 @@ void note_joined_dips(Analysis& analysis, const Waveform& rms) {
     if (joined.size() > most_named) each += "; and so on";
     analysis.notes.push_back(
         fmt::format("Dip {} joins {} dips that lie less than ten cycles apart; IEC 61000-4-30 counts each: {}. Its "
-                    "duration, kind and "
-                    "place on the curves are those of all together.",
+                    "duration, kind and place on the curves are those of all together.",
                     i + 1, joined.size(), each));
   }
 }

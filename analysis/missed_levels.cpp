@@ -110,8 +110,8 @@ void note_missed_levels(Analysis& analysis, const Waveform& rms) {
     const auto [samples, volts] = missed_level(analysis.dips[i], levels, analysis.pre_event_voltage);
     if (samples.length() == 0) continue;
     analysis.notes.push_back(fmt::format(
-        "Dip {}: from {:.4f} s to {:.4f} s the voltage stands at {}, {}, {}; the analysis did not tell that "
-        "level apart, and no segment has its figures.",
+        "Dip {}: from {:.4f} s to {:.4f} s the voltage stands at {}, {}, {}; the analysis did not tell that level "
+        "apart, and no segment has its figures.",
         i + 1, analysis.voltages.seconds_at(samples.begin), analysis.voltages.seconds_at(samples.end),
         volts_text(volts[0]), volts_text(volts[1]), volts_text(volts[2])));
   }

@@ -56,14 +56,14 @@ void add_output_options(CLI::App& app, Outputs& outputs) {
 void check_files(const readers::Record& record, const Outputs& outputs) {
   const std::pair<const char*, const std::string&> written[] = {
       {"--report", outputs.report}, {"--svg", outputs.svg}, {"--html", outputs.html}};
-  for (auto one = std::begin(written); one != std::end(written); ++one) {
+  for (auto one = std::begin(written); one != std::end(written); one++) {
     const auto& [option, file] = *one;
     if (file.empty()) continue;
     for (const auto& source : record.sources) {
       if (!files::is_same_file(file, source)) continue;
       throw OutputClash(fmt::format("{}: {} is the record itself; name another file", option, file));
     }
-    for (auto other = std::begin(written); other != one; ++other) {
+    for (auto other = std::begin(written); other != one; other++) {
       if (other->second.empty() || !files::is_same_file(file, other->second)) continue;
       throw OutputClash(fmt::format("{} and {} name the same file, {}", other->first, option, file));
     }

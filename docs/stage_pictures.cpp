@@ -363,7 +363,7 @@ class StagePictures {
     int start = samples();
     for (const float* magnitude : {data.ua0, data.ub0, data.uc0}) {
       const auto low = std::find_if(magnitude, magnitude + samples(), [&](float u) { return u <= 0.9F * dip().un; });
-      for (auto i = low; low != magnitude + samples() && i > magnitude; --i) {
+      for (auto i = low; low != magnitude + samples() && i > magnitude; i--) {
         if (*i < 0.95F * dip().un) continue;
         start = std::min(start, static_cast<int>(i - magnitude));
         break;

@@ -28,10 +28,9 @@ constexpr const char* decided_by_components =
     "Each sample of a segment votes. Where the negative sequence is below 4 % of nominal, the phases below the dip "
     "threshold decide: one, two or all three; in dips of up to 500 cycles, all three low are a three-phase dip in any "
     "case. Otherwise the angle between the negative sequence and what the positive sequence lost decides, in sectors "
-    "of "
-    "60 degrees (two-phase dips at 0, 120 and 240 degrees, single-phase dips at 180, 300 and 60). A two-phase dip "
-    "whose "
-    "zero sequence exceeds 3 % of nominal has a code of its own. The segment gets the category with the most votes.";
+    "of 60 degrees (two-phase dips at 0, 120 and 240 degrees, single-phase dips at 180, 300 and 60). A two-phase dip "
+    "whose zero sequence exceeds 3 % of nominal has a code of its own. The segment gets the category with the most "
+    "votes.";
 
 constexpr std::array<Obstacle, 9> obstacles = {
     Obstacle::not_recovered, Obstacle::near_start,      Obstacle::near_end,
@@ -69,9 +68,8 @@ const char* meaning_of(int category) {
     case 2:
     case 4:
       return "Two phases move towards each other and fall; the three voltages still add up to zero. A fault between "
-             "two "
-             "phases looks so, and one to earth behind a transformer without a path for zero sequence (type C of the "
-             "ABC classification).";
+             "two phases looks so, and one to earth behind a transformer without a path for zero sequence (type C of "
+             "the ABC classification).";
     case 1:
     case 3:
     case 5:
@@ -80,8 +78,7 @@ const char* meaning_of(int category) {
     case 6:
     case 7:
     case 8:
-      return "Two phases fall and the three voltages no longer add up to zero. A fault of two phases to earth looks "
-             "so "
+      return "Two phases fall and the three voltages no longer add up to zero. A fault of two phases to earth looks so "
              "(types E and G of the ABC classification).";
     case 9:
       return "All three phases fall alike. A three-phase fault looks so, or the start of a large motor (type A of the "
@@ -114,19 +111,16 @@ const char* reason_explained(Obstacle obstacle) {
   switch (obstacle) {
     case Obstacle::not_recovered:
       return "No phase-voltage sample behind the fall brings the lowest one-cycle RMS back to the dip threshold. "
-             "Start, "
-             "lowest voltages and kind are still right for what was recorded. A longer record would help.";
+             "Start, lowest voltages and kind are still right for what was recorded. A longer record would help.";
     case Obstacle::near_start:
     case Obstacle::near_end:
       return "Segments are told apart in a window that reaches four cycles past the dip on either side. A record that "
              "begins earlier or ends later would help.";
     case Obstacle::too_shallow:
       return "Such dips are too close to the ordinary changes of the voltage for their segments to mean anything. "
-             "Start, "
-             "end and lowest voltages are right.";
+             "Start, end and lowest voltages are right.";
     case Obstacle::unstable:
-      return "The half-cycle RMS changes so much for so long that steps of the dip cannot be told from it; flicker "
-             "and "
+      return "The half-cycle RMS changes so much for so long that steps of the dip cannot be told from it; flicker and "
              "arc furnaces do that.";
     case Obstacle::too_long:
       return "One run of the library takes 3000 cycles (60 s at 50 Hz), and segments are told apart within one run. "
@@ -178,8 +172,8 @@ const std::vector<Term>& terms() {
        "the next. Transitions are found in the voltage's 50 Hz part, not in the one-cycle RMS that start and end of "
        "the dip are taken from, so that a segment may begin up to a cycle ahead of the dip."},
       {"unbalance", "voltage unbalance",
-       "The largest ratio of negative to positive sequence in a segment. Where all "
-       "voltages are next to zero it is one of noise to noise."},
+       "The largest ratio of negative to positive sequence in a segment. Where all voltages are next to zero it is one "
+       "of noise to noise."},
       {"phase_jump", "phase jump",
        "The angle of a phase where it is lowest in the segment, against its angle before the dip. Where the voltage is "
        "next to zero it is one of noise."},
@@ -194,10 +188,9 @@ const std::vector<Term>& terms() {
        "cent of it too, and the tolerance curves, EN 50160's table and interruptions relate to it. The dip threshold "
        "stays 90 % of the pre-event voltage."},
       {"itic", "the ITIC curve",
-       "Equipment is to ride through a voltage of 0 % for 20 ms, 70 % for 0.5 s, 80 % for 10 s and 90 % for as long "
-       "as it lasts. A dip with its residual voltage on or above the curve at its duration is 'above', otherwise "
-       "'below'. Per cent here are of the declared voltage where --nominal gives it, otherwise of the pre-event "
-       "voltage."},
+       "Equipment is to ride through a voltage of 0 % for 20 ms, 70 % for 0.5 s, 80 % for 10 s and 90 % for as long as "
+       "it lasts. A dip with its residual voltage on or above the curve at its duration is 'above', otherwise 'below'. "
+       "Per cent here are of the declared voltage where --nominal gives it, otherwise of the pre-event voltage."},
       {"semi_f47", "the SEMI F47 curve",
        "Equipment is to ride through 50 % for 0.2 s, 70 % for 0.5 s and 80 % for 1 s. Dips shorter than 0.05 s or "
        "longer than 1 s are 'outside' it. Per cent here are of the declared voltage where --nominal gives it, "

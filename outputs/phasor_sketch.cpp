@@ -36,7 +36,7 @@ class Canvas {
     const auto first = std::find_if(rows_.begin(), rows_.end(), drawn);
     const auto end = std::find_if(rows_.rbegin(), rows_.rend(), drawn).base();
     std::string text;
-    for (auto row = first; row < end; ++row) {
+    for (auto row = first; row < end; row++) {
       const auto last = row->find_last_not_of(' ');
       if (last != std::string::npos) text += std::string(indent, ' ') + row->substr(0, last + 1);
       text += '\n';

@@ -12,8 +12,6 @@
 namespace readers {
 namespace {
 
-constexpr const char* kReplacement = "\xEF\xBF\xBD";
-
 class Converter {
  public:
   explicit Converter(const std::string& charset) : handle_(iconv_open("UTF-8", charset.c_str())) {
@@ -38,9 +36,9 @@ class Converter {
       const int error = errno;
       text.append(block.data(), block.size() - room);
       if (!failed || error == E2BIG) continue;
-      text += kReplacement;
-      ++in;
-      --left;
+      text += replacement_character;
+      in++;
+      left--;
     }
     return text;
   }
@@ -72,19 +70,19 @@ struct Traits {
 Traits traits_of(std::string_view bytes) {
   Traits traits;
   const auto byte = [&](std::size_t i) { return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U; };
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
+  for (std::size_t i = 0; i < bytes.size(); i++) {
     const unsigned b = byte(i);
     if (b < 0x80) continue;
-    ++traits.high;
-    if (b >= 0xC0 || b == 0xA8 || b == 0xB8 || b == 0xB9) ++traits.cyrillic_1251;
-    if (in(b, 0x80, 0xAF) || in(b, 0xE0, 0xF1) || b == 0xFC) ++traits.cyrillic_866;
-    if (in(b, 0xA1, 0xBF)) ++traits.below_letters;
+    traits.high++;
+    if (b >= 0xC0 || b == 0xA8 || b == 0xB8 || b == 0xB9) traits.cyrillic_1251++;
+    if (in(b, 0x80, 0xAF) || in(b, 0xE0, 0xF1) || b == 0xFC) traits.cyrillic_866++;
+    if (in(b, 0xA1, 0xBF)) traits.below_letters++;
     const unsigned before = i == 0 ? 0 : byte(i - 1);
     const bool alone = before < 0x80 && byte(i + 1) < 0x80;
     const bool in_word = is_ascii_letter(before) || is_ascii_letter(byte(i + 1));
-    if (alone && b >= 0xA0 && (in_word || in(b, 0xB0, 0xB5))) ++traits.lone;
+    if (alone && b >= 0xA0 && (in_word || in(b, 0xB0, 0xB5))) traits.lone++;
   }
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
+  for (std::size_t i = 0; i < bytes.size(); i++) {
     const unsigned lead = byte(i);
     if (lead < 0x80) continue;
     const unsigned trail = byte(i + 1);
@@ -93,9 +91,9 @@ Traits traits_of(std::string_view bytes) {
       traits.pairs_only = false;
       break;
     }
-    ++traits.pairs;
-    if (trail >= 0xA1 && (in(lead, 0xA1, 0xA3) || in(lead, 0xB0, 0xD7))) ++traits.common_pairs;
-    ++i;
+    traits.pairs++;
+    if (trail >= 0xA1 && (in(lead, 0xA1, 0xA3) || in(lead, 0xB0, 0xD7))) traits.common_pairs++;
+    i++;
   }
   return traits;
 }

@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // Small enough to stay in a near memory while it is worked through.
-constexpr std::size_t kPiece = std::size_t{1} << 18;
+constexpr std::size_t piece_size = std::size_t{1} << 18;
 
 [[noreturn]] void refuse_unreadable(const std::string& name, const std::error_code& error) {
   throw ReadError(inert(name), "", "cannot be read: " + error.message(), "check the name and the right to read it");
@@ -27,7 +27,7 @@ std::error_code last_error() {
 
 }  // namespace
 
-FileStream::FileStream(const std::string& path) : path_(path), piece_(new char[kPiece]) {
+FileStream::FileStream(const std::string& path) : path_(path), piece_(new char[piece_size]) {
   std::error_code ignored;
   if (fs::is_directory(path, ignored)) {
     throw ReadError(inert(path), "", "is a folder, not a record", "name a file in it");
@@ -41,8 +41,8 @@ FileStream::FileStream(const std::string& path) : path_(path), piece_(new char[k
 }
 
 std::string_view FileStream::next() {
-  const std::size_t count = std::fread(piece_.get(), 1, kPiece, file_.get());
-  if (count < kPiece && std::ferror(file_.get())) refuse_unreadable(path_, last_error());
+  const std::size_t count = std::fread(piece_.get(), 1, piece_size, file_.get());
+  if (count < piece_size && std::ferror(file_.get())) refuse_unreadable(path_, last_error());
   return {piece_.get(), count};
 }
 
@@ -56,8 +56,8 @@ std::string read_file(const std::string& path) {
 
 std::string read_standard_input() {
   std::string content;
-  const std::unique_ptr<char[]> block(new char[kPiece]);
-  while (const std::size_t count = std::fread(block.get(), 1, kPiece, stdin)) content.append(block.get(), count);
+  const std::unique_ptr<char[]> block(new char[piece_size]);
+  while (const std::size_t count = std::fread(block.get(), 1, piece_size, stdin)) content.append(block.get(), count);
   if (std::ferror(stdin)) refuse_unreadable("standard input", last_error());
   return content;
 }

@@ -12,7 +12,7 @@
 namespace readers {
 namespace {
 
-constexpr const char* kReadable =
+constexpr const char* readable =
     "what is read: COMTRADE records (.cfg with .dat, or .cff) and CSV files (.csv, .tsv, .txt); - for standard input "
     "takes .cff and CSV";
 
@@ -23,7 +23,7 @@ struct Refusal {
   const char* cure;
 };
 
-constexpr Refusal kRefusals[] = {
+constexpr Refusal refusals[] = {
     {".pqd", "PQDIF records are not read", "convert it to a COMTRADE record or a CSV table"},
     {".pqdif", "PQDIF records are not read", "convert it to a COMTRADE record or a CSV table"},
     {".hdr", "is the remarks file of a COMTRADE record", "name the .cfg file of the record"},
@@ -44,9 +44,9 @@ bool looks_like_table(std::string_view content) {
 void note_missing_values(Record& record) {
   std::size_t missing = 0;
   std::string first;
-  for (std::size_t c = 0; c < record.channels.size(); ++c) {
+  for (std::size_t c = 0; c < record.channels.size(); c++) {
     const Channel& channel = record.channels[c];
-    for (std::size_t i = 0; i < channel.samples.size(); ++i) {
+    for (std::size_t i = 0; i < channel.samples.size(); i++) {
       if (!std::isnan(channel.samples[i]) || missing++ > 0) continue;
       first = "sample " + std::to_string(i + 1) + " of channel " + std::to_string(c + 1);
       if (!channel.name.empty()) first.append(" ").append(cited(channel.name));
@@ -70,12 +70,12 @@ Record read_by_kind(const std::string& path, const OpenOptions& options) {
   if (extension == ".cfg" || extension == ".dat") return read_comtrade(path, options);
 
   const std::string content = read_file(path);
-  for (const Refusal& refusal : kRefusals) {
+  for (const Refusal& refusal : refusals) {
     if (extension == refusal.extension) throw ReadError(name, "", refusal.cause, refusal.cure);
   }
   if (extension == ".cff" || is_single_comtrade(content)) return read_single_comtrade(name, content, options);
   const bool table = extension == ".csv" || extension == ".tsv" || extension == ".txt" || looks_like_table(content);
-  if (!table) throw ReadError(name, "", "is not a kind of record that is read", kReadable);
+  if (!table) throw ReadError(name, "", "is not a kind of record that is read", readable);
   return read_csv(name, content, options);
 }
 

@@ -3,12 +3,20 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace readers {
+
+/// Stands for a number that is not there.
+inline constexpr double no_value = std::numeric_limits<double>::quiet_NaN();
+
+/// Rates that differ by no more than this share count as one: devices that follow the line's frequency state it anew
+/// all the time.
+inline constexpr double same_rate = 0.01;
 
 /// One analog channel. Text is valid UTF-8 without control characters, whatever the file held.
 struct Channel {

@@ -8,8 +8,7 @@
 namespace readers {
 namespace {
 
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
-constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view blanks = " \t";
 
 /// One character of UTF-8 text; `length` is 0 when the bytes are none.
 struct Character {
@@ -25,13 +24,13 @@ Character first_character(std::string_view bytes) {
   const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
   if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length) return {};
   std::uint32_t code = lead & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
+  for (std::size_t i = 1; i < length; i++) {
     if ((byte(i) & 0xC0U) != 0x80) return {};
     code = code << 6 | (byte(i) & 0x3FU);
   }
-  constexpr std::array<std::uint32_t, 5> kSmallest = {0, 0, 0x80, 0x800, 0x10000};
+  constexpr std::array<std::uint32_t, 5> smallest = {0, 0, 0x80, 0x800, 0x10000};
   const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  if (code < kSmallest[length] || code > 0x10FFFF || surrogate) return {};
+  if (code < smallest[length] || code > 0x10FFFF || surrogate) return {};
   return {code, length};
 }
 
@@ -53,7 +52,7 @@ std::string inert(std::string_view bytes) {
   while (!bytes.empty()) {
     const Character character = first_character(bytes);
     if (character.length == 0) {
-      text += kReplacement;
+      text += replacement_character;
       bytes.remove_prefix(1);
       continue;
     }
@@ -82,23 +81,24 @@ bool is_utf8(std::string_view bytes) {
 }
 
 std::string cited(std::string_view piece) {
-  constexpr std::size_t kLongest = 40;
-  std::string text = inert(piece.substr(0, 8 * kLongest));  // enough bytes; the rest would be cut anyway
+  constexpr std::size_t longest = 40;
+  std::string text = inert(piece.substr(0, 8 * longest));  // enough bytes; the rest would be cut anyway
   std::size_t characters = 0;
   for (std::size_t i = 0; i < text.size(); i += first_character(std::string_view(text).substr(i)).length) {
-    if (++characters > kLongest) {
+    if (characters == longest) {
       text.resize(i);
       text += "...";
       break;
     }
+    characters++;
   }
   return "'" + text + "'";
 }
 
 std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(kBlanks);
+  const std::size_t first = text.find_first_not_of(blanks);
   if (first == text.npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 bool is_one_of(std::string_view word, std::initializer_list<std::string_view> words) {
@@ -114,10 +114,10 @@ std::string lower_case(std::string_view text) {
 }
 
 std::string_view without_file_marks(std::string_view content) {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-  constexpr std::string_view kBehind("\r\n\x1A\0", 4);
-  if (content.starts_with(kByteOrderMark)) content.remove_prefix(kByteOrderMark.size());
-  return content.substr(0, content.find_last_not_of(kBehind) + 1);  // npos + 1 is 0: nothing but marks
+  constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+  constexpr std::string_view file_end("\r\n\x1A\0", 4);
+  if (content.starts_with(byte_order_mark)) content.remove_prefix(byte_order_mark.size());
+  return content.substr(0, content.find_last_not_of(file_end) + 1);  // npos + 1 is 0: nothing but marks
 }
 
 bool is_utf16(std::string_view content) {
@@ -161,7 +161,7 @@ std::string number_text(double value) {
 
 std::optional<std::string_view> Lines::next() {
   if (rest_.empty()) return std::nullopt;
-  ++number_;
+  number_++;
   const std::size_t end = rest_.find(end_);
   std::string_view line = rest_.substr(0, end);
   rest_.remove_prefix(end == rest_.npos ? rest_.size() : end + 1);

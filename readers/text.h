@@ -12,6 +12,9 @@
 
 namespace readers {
 
+/// U+FFFD, which stands for what cannot be shown.
+inline constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
+
 /// The text as valid UTF-8 that no terminal or report can stumble over: bytes that are not UTF-8 become U+FFFD,
 /// line breaks and tabs become blanks, other control and text-direction characters are dropped.
 std::string inert(std::string_view bytes);
@@ -45,25 +48,25 @@ std::vector<std::string_view> split_fields(std::string_view line, char separator
 /// place behind it; null for all other ways to write a number, which parse_number knows. Up to fifteen digits both
 /// their value and the power of ten are exact, and so their quotient is rounded once, as it should be.
 inline const char* plain_number(const char* at, const char* end, double& number) {
-  constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-  constexpr std::ptrdiff_t kMostDigits = 15;
+  constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  constexpr std::ptrdiff_t most_digits = 15;
   const auto is_digit = [](char c) { return static_cast<unsigned char>(c - '0') < 10; };
   const bool negative = at < end && *at == '-';
-  if (negative) ++at;
+  if (negative) at++;
   const char* digits = at;
   std::uint64_t value = 0;
-  for (; at < end && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
+  for (; at < end && is_digit(*at); at++) value = 10 * value + static_cast<unsigned>(*at - '0');
   std::ptrdiff_t count = at - digits;
   std::ptrdiff_t decimals = 0;
   if (at < end && *at == '.') {
     const char* point = at;
-    for (++at; at < end && is_digit(*at); ++at) value = 10 * value + static_cast<unsigned>(*at - '0');
+    for (at++; at < end && is_digit(*at); at++) value = 10 * value + static_cast<unsigned>(*at - '0');
     decimals = at - point - 1;
     count += decimals;
   }
-  if (count == 0 || count > kMostDigits) return nullptr;
+  if (count == 0 || count > most_digits) return nullptr;
   const auto whole = static_cast<double>(static_cast<std::int64_t>(value));
-  const double size = decimals == 0 ? whole : whole / kPowers[decimals];
+  const double size = decimals == 0 ? whole : whole / powers[decimals];
   number = negative ? -size : size;
   return at;
 }

@@ -10,14 +10,10 @@
 namespace readers {
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kDay = 86400;
-
-/// Rates nearer than this are one: devices that follow the line's frequency state it anew all the time.
-constexpr double kSameRate = 0.01;
+constexpr double seconds_per_day = 86400;
 
 /// So few stamps tell nothing.
-constexpr std::size_t kFewSteps = 16;
+constexpr std::size_t few_steps = 16;
 
 /// The step between two stamps, NaN when one is missing. A step back may be the end of 16 or 32 bits.
 double step_of(double from, double to, double usual) {
@@ -33,10 +29,10 @@ double step_of(double from, double to, double usual) {
 /// The median of the steps between `begin` and `end` that go forward; NaN when fewer than half do.
 double usual_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end) {
   std::vector<double> steps;
-  for (std::size_t i = begin + 1; i < end; ++i) {
+  for (std::size_t i = begin + 1; i < end; i++) {
     if (const double step = stamps[i] - stamps[i - 1]; step > 0) steps.push_back(step);
   }
-  if (end - begin < 2 || 2 * steps.size() < end - begin - 1) return kNaN;
+  if (end - begin < 2 || 2 * steps.size() < end - begin - 1) return no_value;
   const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
   std::nth_element(steps.begin(), middle, steps.end());
   return *middle;
@@ -46,13 +42,13 @@ double usual_step(const std::vector<double>& stamps, std::size_t begin, std::siz
 double mean_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double usual) {
   double sum = 0;
   double count = 0;
-  for (std::size_t i = begin + 1; i < end; ++i) {
+  for (std::size_t i = begin + 1; i < end; i++) {
     const double step = step_of(stamps[i - 1], stamps[i], usual);
     if (!(std::abs(step - usual) <= std::max(1.5, 0.05 * usual))) continue;
     sum += step;
-    ++count;
+    count++;
   }
-  return count == 0 ? kNaN : sum / count;
+  return count == 0 ? no_value : sum / count;
 }
 
 /// Next to a whole rate that is what is meant.
@@ -65,18 +61,18 @@ double rate_of_step(double seconds) {
 /// Whether most steps of a section are what a rate makes them.
 bool agree(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double step) {
   std::size_t right = 0;
-  for (std::size_t i = begin + 1; i < end; ++i) {
-    if (std::abs(step_of(stamps[i - 1], stamps[i], step) - step) <= step_tolerance(step)) ++right;
+  for (std::size_t i = begin + 1; i < end; i++) {
+    if (std::abs(step_of(stamps[i - 1], stamps[i], step) - step) <= step_tolerance(step)) right++;
   }
-  return end - begin > kFewSteps && 10 * right >= 9 * (end - begin - 1);
+  return end - begin > few_steps && 10 * right >= 9 * (end - begin - 1);
 }
 
 /// The step that the stamps of a section go by: its rate's, or the one they have of themselves; NaN for none.
 double regular_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double rate, double unit) {
   if (rate > 0 && agree(stamps, begin, end, 1 / (rate * unit))) return 1 / (rate * unit);
   const double usual = usual_step(stamps, begin, end);
-  const double mean = std::isnan(usual) ? kNaN : mean_step(stamps, begin, end, usual);
-  return mean > 0 && agree(stamps, begin, end, mean) ? mean : kNaN;
+  const double mean = std::isnan(usual) ? no_value : mean_step(stamps, begin, end, usual);
+  return mean > 0 && agree(stamps, begin, end, mean) ? mean : no_value;
 }
 
 /// How far the stamps from one row on, or back, are off even steps, in steps: the median, of two in the middle the
@@ -84,7 +80,7 @@ double regular_step(const std::vector<double>& stamps, std::size_t begin, std::s
 double usual_lag(const std::vector<double>& stamps, std::size_t start, std::size_t count, bool forward, bool lower,
                  double step) {
   std::vector<double> lags = {0};
-  for (std::size_t k = 1; k < count; ++k) {
+  for (std::size_t k = 1; k < count; k++) {
     const std::size_t later = forward ? start + k : start - k + 1;
     const double units = step_of(stamps[later - 1], stamps[later], step) - step;
     lags.push_back(lags.back() + (forward ? units : -units) / step);
@@ -98,7 +94,7 @@ double usual_lag(const std::vector<double>& stamps, std::size_t start, std::size
 /// is made good by the rows next to it, one that is written too coarsely by many together.
 bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t end, std::size_t at, double step,
               double steps) {
-  constexpr double kDrift = 0.3;  // what a rate that is nearly right may come to over so many rows
+  constexpr double drift = 0.3;  // what a rate that is nearly right may come to over so many rows
   const std::size_t before = at - begin;
   const std::size_t behind = end - at;
   for (const std::size_t rows : {8U, 64U}) {  // on both sides together
@@ -107,7 +103,7 @@ bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t 
     const bool late = steps > 0;
     const double shift =
         steps + usual_lag(stamps, at, right, true, late, step) - usual_lag(stamps, at - 1, left, false, !late, step);
-    if (late ? shift < steps - std::min(kDrift, steps / 2) : shift > steps + kDrift) return false;
+    if (late ? shift < steps - std::min(drift, steps / 2) : shift > steps + drift) return false;
   }
   return true;
 }
@@ -154,7 +150,7 @@ class TableMaker {
     std::size_t start = begin;
     double missing = gap_before(begin, step, agreed);
     agreed_before_ = agreed;
-    for (std::size_t i = begin + 1; agreed && i < section.end; ++i) {
+    for (std::size_t i = begin + 1; agreed && i < section.end; i++) {
       const double jump = step_of(stamps_[i - 1], stamps_[i], step) - step;
       if (!note_jump(i, jump, step)) {
         note_shift(i, jump, begin, section.end, step);
@@ -171,14 +167,14 @@ class TableMaker {
   [[nodiscard]] bool all_agree(std::size_t begin, std::size_t end, double step) const {
     const double tolerance = step_tolerance(step);
     std::size_t wrong = 0;
-    for (std::size_t i = begin + 1; i < end; ++i) {
+    for (std::size_t i = begin + 1; i < end; i++) {
       wrong += std::abs(stamps_[i] - stamps_[i - 1] - step) <= tolerance ? 0 : 1;
     }
-    return wrong == 0 && end - begin > kFewSteps;
+    return wrong == 0 && end - begin > few_steps;
   }
 
   double rate_of_stamps(std::size_t begin, std::size_t end, double usual) {
-    const double step = std::isnan(usual) ? kNaN : mean_step(stamps_, begin, end, usual) * unit_;
+    const double step = std::isnan(usual) ? no_value : mean_step(stamps_, begin, end, usual) * unit_;
     if (step > 0) {
       const double rate = rate_of_step(step);
       table_.notes.push_back("The file states no sampling rate; the time stamps make it " +
@@ -191,9 +187,9 @@ class TableMaker {
   }
 
   void check_rate(double rate, double usual, std::size_t begin, std::size_t end) {
-    if (std::isnan(usual) || end - begin <= kFewSteps || rate_noted_) return;
+    if (std::isnan(usual) || end - begin <= few_steps || rate_noted_) return;
     const double by_stamps = 1 / (mean_step(stamps_, begin, end, usual) * unit_);
-    if (!(std::abs(by_stamps - rate) > kSameRate * rate)) return;
+    if (!(std::abs(by_stamps - rate) > same_rate * rate)) return;
     note_rate(by_stamps, rate);
   }
 
@@ -213,11 +209,11 @@ class TableMaker {
     const double step = 1 / (rate * unit_);
     double span = 0;
     std::size_t steps = 0;
-    for (std::size_t i = begin + 1; i < end; ++i) {
+    for (std::size_t i = begin + 1; i < end; i++) {
       const double taken = step_of(stamps_[i - 1], stamps_[i], step);
       if (!(std::abs(taken - step) <= step_tolerance(step))) continue;
       span += taken;
-      ++steps;
+      steps++;
     }
     check_span(rate, span, steps);
   }
@@ -289,7 +285,7 @@ std::optional<double> two_digits(std::string_view text) {
 }  // namespace
 
 double step_tolerance(double step) {
-  return std::max(1.5, kSameRate * step);
+  return std::max(1.5, same_rate * step);
 }
 
 std::optional<WrittenTime> parse_time(std::string_view date, std::string_view time) {
@@ -302,7 +298,8 @@ std::optional<WrittenTime> parse_time(std::string_view date, std::string_view ti
   WrittenTime written;
   written.date = trimmed(date);
   written.seconds_of_day = 3600 * *hours + 60 * *minutes + *seconds;
-  if (*minutes > 59 || written.seconds_of_day >= kDay + 1) return std::nullopt;  // 24:00:00 and leap seconds are times
+  if (*minutes > 59 || written.seconds_of_day >= seconds_per_day + 1)
+    return std::nullopt;  // 24:00:00 and leap seconds are times
   const std::size_t point = fields[2].find('.');
   if (point != fields[2].npos) written.decimals = static_cast<int>(fields[2].size() - point - 1);
   return written;
@@ -313,13 +310,13 @@ std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenT
   if (later.date == earlier.date) return seconds >= 0 ? std::optional(seconds) : std::nullopt;
   // Over midnight; which day it is does not matter, for no record that this is asked of lasts longer than a day.
   // A leap second before midnight is taken to be the first of the new day.
-  return seconds < 0 ? std::optional(std::max(seconds + kDay, 0.0)) : std::nullopt;
+  return seconds < 0 ? std::optional(std::max(seconds + seconds_per_day, 0.0)) : std::nullopt;
 }
 
 bool span_disagrees(double span, double step, double steps) {
-  constexpr double kRounding = 2;         // units, at the two ends together
-  constexpr double kWorthSaying = 0.001;  // clocks may well be off by a little
-  return std::abs(span - steps * step) > std::max(kRounding, kWorthSaying * steps * step);
+  constexpr double rounding = 2;          // units, at the two ends together
+  constexpr double worth_saying = 0.001;  // clocks may well be off by a little
+  return std::abs(span - steps * step) > std::max(rounding, worth_saying * steps * step);
 }
 
 std::string contradicted_rate(double by_stamps, double stated) {
@@ -333,7 +330,7 @@ std::vector<RowShift> row_shifts(const std::vector<RateSection>& sections, const
   std::size_t begin = 0;
   for (const RateSection& section : sections) {
     const double step = regular_step(stamps, begin, section.end, section.rate, unit);
-    for (std::size_t i = begin + 1; !std::isnan(step) && i < section.end; ++i) {
+    for (std::size_t i = begin + 1; !std::isnan(step) && i < section.end; i++) {
       const double jump = step_of(stamps[i - 1], stamps[i], step) - step;
       if (!(std::abs(jump) > step_tolerance(step))) continue;
       const double steps = std::round(jump / step);
@@ -357,23 +354,23 @@ bool are_regular(const std::vector<RateSection>& sections, const std::vector<dou
 
 double unit_of_stamps(const std::vector<RateSection>& sections, const std::vector<double>& stamps, double assumed,
                       double frequency, std::optional<double> trigger) {
-  constexpr double kThousand = 1000;
-  if (sections.size() != 1 || stamps.size() <= kFewSteps) return assumed;
+  constexpr double thousand = 1000;
+  if (sections.size() != 1 || stamps.size() <= few_steps) return assumed;
   const double usual = usual_step(stamps, 0, stamps.size());
-  const double step = std::isnan(usual) ? kNaN : mean_step(stamps, 0, stamps.size(), usual);
+  const double step = std::isnan(usual) ? no_value : mean_step(stamps, 0, stamps.size(), usual);
   if (!(step > 0)) return assumed;
   const double rate = sections[0].rate;
-  for (const double unit : {assumed * kThousand, assumed / kThousand}) {
-    if (rate > 0 && std::abs(step * unit * rate - 1) <= kSameRate) return unit;
+  for (const double unit : {assumed * thousand, assumed / thousand}) {
+    if (rate > 0 && std::abs(step * unit * rate - 1) <= same_rate) return unit;
   }
   // Of a rate that is not stated, what the stamps make is doubted only where it leaves no record worth having made.
   const double length = static_cast<double>(stamps.size()) * step;
   const double cycle = 1 / (frequency > 0 ? frequency : 50);
   const bool too_short = length * assumed < 2 * cycle;
   const bool triggered_within = trigger && *trigger > 0 && *trigger <= length * assumed;
-  const bool fine_enough = step * assumed * kThousand <= cycle / 8;
-  const bool long_enough = length * assumed * kThousand >= std::max(2 * cycle, trigger.value_or(0));
-  return rate == 0 && too_short && !triggered_within && fine_enough && long_enough ? assumed * kThousand : assumed;
+  const bool fine_enough = step * assumed * thousand <= cycle / 8;
+  const bool long_enough = length * assumed * thousand >= std::max(2 * cycle, trigger.value_or(0));
+  return rate == 0 && too_short && !triggered_within && fine_enough && long_enough ? assumed * thousand : assumed;
 }
 
 TimeTable read_time_stamps(const std::vector<RateSection>& declared, const std::vector<double>& stamps, double unit,

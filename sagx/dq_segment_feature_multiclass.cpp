@@ -103,7 +103,10 @@ class ShortSegmentation {
       }
       previous = current;
     }
-    if (above && T_.count != 0) T_.at[--T_.count] = 0;
+    if (above && T_.count != 0) {
+      T_.count--;
+      T_.at[T_.count] = 0;
+    }
   }
 
   /// Drops the runs ahead of the first that goes below the dip threshold, as long as more than four boundaries stay.

@@ -68,8 +68,8 @@ void check_rate(const Waveform& waveform) {
     const double frequency = harmonic.order * waveform.frequency;
     if (fits(frequency)) continue;
     throw DescriptionError(
-        fmt::format("--harmonics {}:{:g}: {} Hz is not below half of the {} samples per second; choose a lower "
-                    "order or a higher --rate",
+        fmt::format("--harmonics {}:{:g}: {} Hz is not below half of the {} samples per second; choose a lower order "
+                    "or a higher --rate",
                     harmonic.order, 100 * harmonic.share, frequency, waveform.rate));
   }
 }
@@ -79,8 +79,8 @@ std::size_t samples_of(double seconds, double rate) {
   const double samples = std::round(seconds * rate);
   if (samples >= 1 && samples <= most_samples) return static_cast<std::size_t>(samples);
   throw DescriptionError(
-      fmt::format("{} s at {} samples per second are {:.0f} samples, and 1 to {:.0f} are made; "
-                  "choose another --length or --rate",
+      fmt::format("{} s at {} samples per second are {:.0f} samples, and 1 to {:.0f} are made; choose another --length "
+                  "or --rate",
                   seconds, rate, samples, most_samples));
 }
 

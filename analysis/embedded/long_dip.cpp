@@ -22,7 +22,7 @@ void LongDip::put_shifts_back() {
   const int count = result_.Trms_num;
   if (count == 3) boundaries_[1] -= Trms[1] - Trms[0];
   if (count >= 5 && count % 2 == 1) {
-    for (auto boundary = boundaries_.end() - 2; boundary != boundaries_.end(); ++boundary) {
+    for (auto boundary = boundaries_.end() - 2; boundary != boundaries_.end(); boundary++) {
       *boundary -= Trms[count - 1] - Trms[count - 2];
     }
   }

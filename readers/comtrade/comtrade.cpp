@@ -78,7 +78,7 @@ Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, 
   TimeTable table;
   table.sections = repair_rows(config, unit, data);
   if (!data.stamps_agree) table = read_time_stamps(table.sections, data.stamps, unit, options.sampling_rate);
-  for (std::size_t i = 0; i < record.channels.size(); ++i) record.channels[i].samples = std::move(data.samples[i]);
+  for (std::size_t i = 0; i < record.channels.size(); i++) record.channels[i].samples = std::move(data.samples[i]);
   record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
   record.rates = std::move(table.sections);
   record.notes.insert(record.notes.end(), table.notes.begin(), table.notes.end());
@@ -149,11 +149,11 @@ Sections split_sections(const std::string& file, std::string_view content) {
 
 /// The bytes that text in base64 stands for; nothing when it is none.
 std::optional<std::string> base64_decoded(std::string_view text) {
-  constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::array<signed char, 256> value_of;
   value_of.fill(-1);
-  for (std::size_t i = 0; i < kDigits.size(); ++i) {
-    value_of[static_cast<unsigned char>(kDigits[i])] = static_cast<signed char>(i);
+  for (std::size_t i = 0; i < digits.size(); i++) {
+    value_of[static_cast<unsigned char>(digits[i])] = static_cast<signed char>(i);
   }
   std::string bytes;
   bytes.reserve(text.size() / 4 * 3);
@@ -189,7 +189,7 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
   Record record = described(file, config);
   std::string_view data = sections.data.substr(0, sections.stated_bytes.value_or(sections.data.npos));
   std::optional<std::string> decoded;
-  if (config.data_type != ComtradeConfig::DataType::kAscii) {
+  if (config.data_type != ComtradeConfig::DataType::ascii) {
     const std::string_view whole = sections.data.substr(0, sections.data.find("\n---"));
     decoded = base64_decoded(whole);
     // The length stated may be that of the text or of the bytes it stands for.

@@ -12,7 +12,7 @@ namespace {
 
 using Fields = std::vector<std::string_view>;
 
-constexpr std::size_t kAnalogFields = 10;  // up to the value range; the transformer ratio came with 1999
+constexpr std::size_t analog_fields = 10;  // up to the value range; the transformer ratio came with 1999
 
 class ConfigParser {
  public:
@@ -26,8 +26,8 @@ class ConfigParser {
     const auto start = read_time("the time of the first sample", config_.start_time);
     const auto trigger = read_time("the time of the trigger", config_.trigger_time);
     if (start && trigger) config_.trigger = seconds_between(*start, *trigger);
-    constexpr int kMicroseconds = 6;
-    if (start && start->decimals > kMicroseconds) config_.stamp_unit = 1e-9;
+    constexpr int microseconds = 6;
+    if (start && start->decimals > microseconds) config_.stamp_unit = 1e-9;
     read_data_type();
     read_what_may_follow();
     return std::move(config_);
@@ -101,8 +101,8 @@ class ConfigParser {
     if (analogs == 0) refuse_line("the record has no analog channels", "choose a record with voltages");
 
     // Channels are added as their lines come, never reserved by the count: it may claim more than there is.
-    for (std::size_t i = 1; i <= analogs; ++i) read_analog_channel("analog channel " + position(i, analogs));
-    for (std::size_t i = 1; i <= config_.digitals; ++i) {
+    for (std::size_t i = 1; i <= analogs; i++) read_analog_channel("analog channel " + position(i, analogs));
+    for (std::size_t i = 1; i <= config_.digitals; i++) {
       next_line("digital channel " + position(i, config_.digitals));
     }
   }
@@ -113,8 +113,8 @@ class ConfigParser {
 
   /// Some programs write an empty field too many in front of the unit.
   void drop_empty_field(Fields& fields) {
-    constexpr std::size_t kOneTooMany = 14;
-    if (fields.size() != kOneTooMany || !fields[3].empty() || !fields[4].empty()) return;
+    constexpr std::size_t one_too_many = 14;
+    if (fields.size() != one_too_many || !fields[3].empty() || !fields[4].empty()) return;
     if (parse_number(fields[5]) || !parse_number(fields[6]) || !parse_number(fields[7])) return;
     fields.erase(fields.begin() + 4);
     if (!dropped_field_) note("an empty field too many in front of the unit is left out.");
@@ -124,9 +124,9 @@ class ConfigParser {
   void read_analog_channel(const std::string& what) {
     Fields fields = next_fields(what);
     drop_empty_field(fields);
-    if (fields.size() < kAnalogFields) {
+    if (fields.size() < analog_fields) {
       refuse_line(what + " has " + std::to_string(fields.size()) + " fields where at least " +
-                  std::to_string(kAnalogFields) + " belong");
+                  std::to_string(analog_fields) + " belong");
     }
     AnalogChannel channel;
     channel.description.name = inert(fields[1]);
@@ -139,9 +139,8 @@ class ConfigParser {
       channel.description.zero_scale = true;
       note("the scale factor of " + what + " is 0, which makes all its values " + number_text(channel.offset) + ".");
     }
-    constexpr double kMissing = 99999;
     channel.beyond_99999 =
-        parse_number(fields[8]).value_or(0) < -kMissing || parse_number(fields[9]).value_or(0) > kMissing;
+        parse_number(fields[8]).value_or(0) < -missing_mark || parse_number(fields[9]).value_or(0) > missing_mark;
     if (fields.size() >= 13) {
       channel.description.primary = parse_number(fields[10]).value_or(1);
       channel.description.secondary = parse_number(fields[11]).value_or(1);
@@ -168,7 +167,7 @@ class ConfigParser {
     if (!stated) refuse_line(cited(field) + " is not a number of sampling rates");
     // With none stated the time stamps rule, and one line still follows for the number of samples.
     const std::size_t sections = *stated == 0 ? 1 : *stated;
-    for (std::size_t i = 1; i <= sections; ++i) {
+    for (std::size_t i = 1; i <= sections; i++) {
       const std::string what = "sampling rate " + position(i, sections);
       const Fields fields = next_fields(what);
       if (fields.size() < 2) refuse_line(what + " needs a rate and the number of its last sample");
@@ -179,9 +178,9 @@ class ConfigParser {
   }
 
   std::size_t last_sample(std::string_view field, const std::string& what) const {
-    constexpr double kMost = 9007199254740992;  // 2^53: whole numbers beyond are not exact
+    constexpr double most = 9007199254740992;  // 2^53: whole numbers beyond are not exact
     const double last = finite_number(field, what + ": the last sample");
-    if (last < 0 || last > kMost || last != std::floor(last)) {
+    if (last < 0 || last > most || last != std::floor(last)) {
       refuse_line(what + ": the last sample " + cited(field) + " is not a sample number");
     }
     return static_cast<std::size_t>(last);
@@ -210,7 +209,7 @@ class ConfigParser {
     using Type = ComtradeConfig::DataType;
     const std::string_view field = trimmed(next_line("the type of the data file"));
     const std::string type = lower_case(field);
-    for (const Type known : {Type::kAscii, Type::kBinary, Type::kBinary32, Type::kFloat32}) {
+    for (const Type known : {Type::ascii, Type::binary, Type::binary32, Type::float32}) {
       if (type != lower_case(name_of(known))) continue;
       config_.data_type = known;
       return;
@@ -242,13 +241,13 @@ class ConfigParser {
 
 const char* name_of(ComtradeConfig::DataType type) {
   switch (type) {
-    case ComtradeConfig::DataType::kAscii:
+    case ComtradeConfig::DataType::ascii:
       return "ASCII";
-    case ComtradeConfig::DataType::kBinary:
+    case ComtradeConfig::DataType::binary:
       return "BINARY";
-    case ComtradeConfig::DataType::kBinary32:
+    case ComtradeConfig::DataType::binary32:
       return "BINARY32";
-    case ComtradeConfig::DataType::kFloat32:
+    case ComtradeConfig::DataType::float32:
       return "FLOAT32";
   }
   return "";

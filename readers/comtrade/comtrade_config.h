@@ -11,6 +11,9 @@
 
 namespace readers {
 
+/// What a stored value is where the file marks it as missing.
+inline constexpr double missing_mark = 99999;
+
 struct AnalogChannel {
   Channel description;  ///< without samples
   double scale = 1;     ///< a sample is scale * stored value + offset
@@ -19,7 +22,7 @@ struct AnalogChannel {
 };
 
 struct ComtradeConfig {
-  enum class DataType { kAscii, kBinary, kBinary32, kFloat32 };
+  enum class DataType { ascii, binary, binary32, float32 };
 
   std::string station;
   std::string device;
@@ -33,7 +36,7 @@ struct ComtradeConfig {
   std::optional<double> trigger;  ///< seconds from the first sample to the trigger
   std::string time_zone;
   double stamp_unit = 1e-6;  ///< seconds in one unit of the rows' time stamps
-  DataType data_type = DataType::kAscii;
+  DataType data_type = DataType::ascii;
   std::vector<std::string> notes;
 };
 

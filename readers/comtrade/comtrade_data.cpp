@@ -22,11 +22,9 @@ namespace {
 
 using DataType = ComtradeConfig::DataType;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
 std::vector<std::size_t> indices_of(const std::vector<bool>& wanted) {
   std::vector<std::size_t> indices;
-  for (std::size_t i = 0; i < wanted.size(); ++i) {
+  for (std::size_t i = 0; i < wanted.size(); i++) {
     if (wanted[i]) indices.push_back(i);
   }
   return indices;
@@ -44,7 +42,7 @@ class Fields {
   explicit Fields(std::string_view line) : at_(line.data()), end_(line.data() + line.size()) {}
 
   void skip(std::size_t count) {
-    for (; count > 0 && !used_up_; --count) pass(std::find(at_, end_, ','));
+    for (; count > 0 && !used_up_; count--) pass(std::find(at_, end_, ','));
   }
 
   /// The next field as a whole, trimmed.
@@ -66,7 +64,7 @@ class Fields {
       at_ = start;
       used_up_ = false;
     }
-    number = parsed.value_or(kNaN);
+    number = parsed.value_or(no_value);
     return parsed.has_value();
   }
 
@@ -80,10 +78,10 @@ class Fields {
  private:
   bool plain_number(double& number) {
     const char* at = at_;
-    while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
+    while (at < end_ && (*at == ' ' || *at == '\t')) at++;
     at = readers::plain_number(at, end_, number);
     if (at == nullptr) return false;
-    while (at < end_ && (*at == ' ' || *at == '\t')) ++at;
+    while (at < end_ && (*at == ' ' || *at == '\t')) at++;
     if (at < end_ && *at != ',') return false;
     pass(at);
     return true;
@@ -147,22 +145,22 @@ class AsciiReader {
   /// Takes the row of a line. Returns what is wrong with it, empty when nothing is.
   std::string take(std::string_view line) {
     Fields fields(line);
-    double number = kNaN;
-    double stamp = kNaN;
+    double number = no_value;
+    double stamp = no_value;
     if (!fields.next_number(number)) fields.skip(1);
     if (!fields.next_number(stamp)) fields.skip(1);
     std::size_t next = 0;
     bool numbers = true;
-    for (std::size_t w = 0; w < wanted_.size() && numbers; ++w) {
+    for (std::size_t w = 0; w < wanted_.size() && numbers; w++) {
       const std::size_t i = wanted_[w];
       fields.skip(i - next);
       next = i + 1;
       const AnalogChannel& channel = config_.analogs[i];
-      double stored = kNaN;
+      double stored = no_value;
       if (fields.next_number(stored)) {
-        row_[w] = stored == kMissing && !channel.beyond_99999 ? kNaN : channel.scale * stored + channel.offset;
+        row_[w] = stored == missing_mark && !channel.beyond_99999 ? no_value : channel.scale * stored + channel.offset;
       } else {
-        row_[w] = kNaN;
+        row_[w] = no_value;
         numbers = !fields.used_up() && fields.next().empty();
       }
     }
@@ -171,9 +169,9 @@ class AsciiReader {
     }
     number_before_ = number_;
     number_ = number;
-    for (std::size_t w = 0; w < wanted_.size(); ++w) data_.samples[wanted_[w]].push_back(row_[w]);
+    for (std::size_t w = 0; w < wanted_.size(); w++) data_.samples[wanted_[w]].push_back(row_[w]);
     data_.stamps.push_back(stamp);
-    ++data_.rows;
+    data_.rows++;
     return {};
   }
 
@@ -202,15 +200,13 @@ class AsciiReader {
                           number_text(number_) + " at line " + std::to_string(line) + "; rows may be missing.");
   }
 
-  static constexpr double kMissing = 99999;
-
   const std::string& file_;
   const ComtradeConfig& config_;
   std::vector<std::size_t> wanted_;
   std::size_t fields_;
   std::vector<double> row_;
-  double number_ = kNaN;  ///< NaN when a row has none
-  double number_before_ = kNaN;
+  double number_ = no_value;  ///< NaN when a row has none
+  double number_before_ = no_value;
   bool jumped_ = false;
   ComtradeData data_;
 };
@@ -219,7 +215,7 @@ class AsciiReader {
 
 std::uint32_t little_endian_32(const char* bytes) {
   std::uint32_t value = 0;
-  for (int i = 3; i >= 0; --i) value = value << 8 | static_cast<unsigned char>(bytes[i]);
+  for (int i = 3; i >= 0; i--) value = value << 8 | static_cast<unsigned char>(bytes[i]);
   return value;
 }
 
@@ -233,7 +229,7 @@ class SampleNumbers {
   void take(std::uint32_t number, std::size_t offset) {
     const std::uint32_t before = before_;
     before_ = number;
-    ++row_;
+    row_++;
     if (row_ == 1) return;
     const std::uint32_t step = number - before;  // unsigned: from 2^32 - 1 on to 0
     if (doubted_ && step != 1 && step != doubted_->step) refuse(*doubted_);
@@ -329,7 +325,7 @@ class StampSteps {
     if (count == 0) return known_;
     // Without sign: a step over the end of 32 bits is one like others, one back is far beyond the range.
     std::uint32_t wrong = any_ && stamps[0] - last_ - least_ > range_ ? 1 : 0;
-    for (std::size_t i = 1; i < count; ++i) wrong |= stamps[i] - stamps[i - 1] - least_ > range_ ? 1U : 0U;
+    for (std::size_t i = 1; i < count; i++) wrong |= stamps[i] - stamps[i - 1] - least_ > range_ ? 1U : 0U;
     span_ += (any_ ? stamps[0] - last_ : 0U);
     span_ += stamps[count - 1] - stamps[0];
     last_ = stamps[count - 1];
@@ -375,8 +371,8 @@ struct Float32 {
   static bool missing(float value) { return !(std::abs(value) < std::numeric_limits<float>::max()); }
 };
 
-constexpr std::size_t kNumberBytes = 4;
-constexpr std::size_t kStampBytes = 4;
+constexpr std::size_t number_bytes = 4;
+constexpr std::size_t stamp_bytes = 4;
 
 /// Takes binary data piece by piece.
 class BinaryReader {
@@ -392,10 +388,10 @@ class RowReader : public BinaryReader {
   /// `bytes`: how many are to come, as far as is known.
   RowReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted, std::size_t bytes)
       : config_(config), wanted_(indices_of(wanted)), numbers_(file, data_.numbers), steps_(config) {
-    constexpr std::size_t kDigitalWordBytes = 2;
-    constexpr std::size_t kDigitalsPerWord = 16;
-    const std::size_t digital_words = config.digitals / kDigitalsPerWord + (config.digitals % kDigitalsPerWord != 0);
-    row_bytes_ = kNumberBytes + kStampBytes + Word::bytes * config.analogs.size() + kDigitalWordBytes * digital_words;
+    constexpr std::size_t digital_word_bytes = 2;
+    constexpr std::size_t digitals_per_word = 16;
+    const std::size_t digital_words = config.digitals / digitals_per_word + (config.digitals % digitals_per_word != 0);
+    row_bytes_ = number_bytes + stamp_bytes + Word::bytes * config.analogs.size() + digital_word_bytes * digital_words;
     data_.samples.resize(config.analogs.size());
     reserve(bytes / row_bytes_);
   }
@@ -443,10 +439,10 @@ class RowReader : public BinaryReader {
 
   void take_rows(const char* bytes, std::size_t count) {
     while (count > 0) {
-      const std::size_t rows = std::min(count, kRowsAtOnce);
+      const std::size_t rows = std::min(count, rows_at_once);
       take_numbers_and_stamps(bytes, rows);
       for (const std::size_t i : wanted_) {
-        const Values first(bytes + kNumberBytes + kStampBytes + Word::bytes * i, row_bytes_, config_.analogs[i].scale,
+        const Values first(bytes + number_bytes + stamp_bytes + Word::bytes * i, row_bytes_, config_.analogs[i].scale,
                            config_.analogs[i].offset);
         Values end = first;
         end += static_cast<std::ptrdiff_t>(rows);
@@ -472,7 +468,7 @@ class RowReader : public BinaryReader {
         : at_(at), row_bytes_(row_bytes), scale_(scale), offset_(offset) {}
     double operator*() const {
       const auto stored = Word::stored(at_);
-      return Word::missing(stored) ? kNaN : scale_ * static_cast<double>(stored) + offset_;
+      return Word::missing(stored) ? no_value : scale_ * static_cast<double>(stored) + offset_;
     }
     Values& operator++() { return *this += 1; }
     Values& operator--() { return *this += -1; }
@@ -494,20 +490,20 @@ class RowReader : public BinaryReader {
 
   /// Looks at numbers one by one only where they are not simply one after the other.
   void take_numbers_and_stamps(const char* bytes, std::size_t rows) {
-    std::array<std::uint32_t, kRowsAtOnce> stamps;
+    std::array<std::uint32_t, rows_at_once> stamps;
     const std::uint32_t first = little_endian_32(bytes);
     std::uint32_t off = 0;
     const char* row = bytes;
-    for (std::size_t r = 0; r < rows; ++r, row += row_bytes_) {
+    for (std::size_t r = 0; r < rows; r++, row += row_bytes_) {
       off |= little_endian_32(row) - (first + static_cast<std::uint32_t>(r));
-      stamps[r] = little_endian_32(row + kNumberBytes);
+      stamps[r] = little_endian_32(row + number_bytes);
     }
     numbers_.take(first, data_.rows * row_bytes_);
     if (off == 0) {
       numbers_.go_on(rows - 1);
     } else {
       row = bytes + row_bytes_;
-      for (std::size_t r = 1; r < rows; ++r, row += row_bytes_) {
+      for (std::size_t r = 1; r < rows; r++, row += row_bytes_) {
         numbers_.take(little_endian_32(row), (data_.rows + r) * row_bytes_);
       }
     }
@@ -521,15 +517,15 @@ class RowReader : public BinaryReader {
     if (data_.stamps.empty()) {
       if (steps_.take(stamps, rows)) return;
       data_.stamps.reserve(data_.rows + rows);
-      for (std::size_t r = 0; r < data_.rows; ++r) {
+      for (std::size_t r = 0; r < data_.rows; r++) {
         data_.stamps.push_back(before - steps_.step() * static_cast<double>(data_.rows - 1 - r));
       }
     }
-    constexpr std::uint32_t kNoStamp = 0xFFFFFFFF;
-    for (std::size_t r = 0; r < rows; ++r) data_.stamps.push_back(stamps[r] == kNoStamp ? kNaN : stamps[r]);
+    constexpr std::uint32_t no_stamp = 0xFFFFFFFF;
+    for (std::size_t r = 0; r < rows; r++) data_.stamps.push_back(stamps[r] == no_stamp ? no_value : stamps[r]);
   }
 
-  static constexpr std::size_t kRowsAtOnce = 128;  ///< few enough to stay in the nearest memory while each is read
+  static constexpr std::size_t rows_at_once = 128;  ///< few enough to stay in the nearest memory while each is read
 
   const ComtradeConfig& config_;
   std::vector<std::size_t> wanted_;
@@ -543,13 +539,13 @@ class RowReader : public BinaryReader {
 std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const ComtradeConfig& config,
                                             const std::vector<bool>& wanted, std::size_t bytes) {
   switch (config.data_type) {
-    case DataType::kBinary:
+    case DataType::binary:
       return std::make_unique<RowReader<Word16>>(file, config, wanted, bytes);
-    case DataType::kBinary32:
+    case DataType::binary32:
       return std::make_unique<RowReader<Word32>>(file, config, wanted, bytes);
-    case DataType::kFloat32:
+    case DataType::float32:
       return std::make_unique<RowReader<Float32>>(file, config, wanted, bytes);
-    case DataType::kAscii:
+    case DataType::ascii:
       break;
   }
   return nullptr;
@@ -557,8 +553,8 @@ std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const Comtr
 
 /// Whether what should be numbers in binary form is a table of text.
 bool looks_like_text(std::string_view content) {
-  constexpr std::size_t kEnough = 256;
-  const std::string_view start = content.substr(0, kEnough);
+  constexpr std::size_t enough = 256;
+  const std::string_view start = content.substr(0, enough);
   return start.size() >= 8 && start.find(',') != start.npos && std::all_of(start.begin(), start.end(), [](char c) {
            return (c >= '0' && c <= '9') || std::string_view(" ,.+-eE\t\r\n").find(c) != std::string_view::npos;
          });
@@ -580,10 +576,10 @@ ComtradeData with_rows(const std::string& file, ComtradeData data) {
 }  // namespace
 
 void RowNumbers::take_jump(std::size_t row, double before, double number) {
-  constexpr std::size_t kFew = 16;
+  constexpr std::size_t few = 16;
   if (!regular) return;
   jumps.push_back({row, before, number});
-  if (jumps.size() <= kFew + row / 10) return;
+  if (jumps.size() <= few + row / 10) return;
   regular = false;
   jumps.clear();
 }

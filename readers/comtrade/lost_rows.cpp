@@ -14,10 +14,8 @@
 namespace readers {
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
 /// Longer holes take the record apart whatever is done here: a cycle, or nearly.
-constexpr double kLongestHole = 0.02;
+constexpr double longest_hole = 0.02;
 
 bool no_stamps(const std::vector<double>& stamps) {
   return std::none_of(stamps.begin(), stamps.end(), [&](double stamp) { return stamp != stamps.front(); }) ||
@@ -32,8 +30,8 @@ std::vector<double> stamps_by_numbers(const RowNumbers& numbers, const std::vect
   std::size_t section = 0;
   std::size_t jump = 0;
   double stamp = 0;
-  for (std::size_t row = 0; row < rows; ++row) {
-    while (row >= sections[section].end && section + 1 < sections.size()) ++section;
+  for (std::size_t row = 0; row < rows; row++) {
+    while (row >= sections[section].end && section + 1 < sections.size()) section++;
     double step = 1;
     if (jump < numbers.jumps.size() && numbers.jumps[jump].row == row) {
       const NumberJump& at = numbers.jumps[jump++];
@@ -96,16 +94,16 @@ class Repair {
     std::size_t inserted = 0;
     std::size_t section = 0;
     for (const RowShift& shift : row_shifts(sections, data_.stamps, unit_)) {
-      while (shift.row >= sections[section].end) ++section;
+      while (shift.row >= sections[section].end) section++;
       if (shift.steps < 0) {
         choose_repeated(shift.row);
         continue;
       }
-      ++holes_;
+      holes_++;
       const auto missing = static_cast<std::size_t>(shift.steps);
       const double step = (data_.stamps[shift.row] - data_.stamps[shift.row - 1]) / static_cast<double>(missing + 1);
       // The rows that are made up are bounded by those that are there.
-      if (static_cast<double>(missing) * std::abs(step) * unit_ > kLongestHole || inserted + missing > data_.rows)
+      if (static_cast<double>(missing) * std::abs(step) * unit_ > longest_hole || inserted + missing > data_.rows)
         continue;
       inserted += missing;
       edits_.push_back({shift.row, missing});
@@ -139,10 +137,10 @@ class Repair {
 
   void apply() {
     for (std::vector<double>& samples : data_.samples) {
-      if (!samples.empty()) samples = edited(samples, [](double, double, double) { return kNaN; });
+      if (!samples.empty()) samples = edited(samples, [](double, double, double) { return no_value; });
     }
     data_.stamps = edited(data_.stamps, [](double before, double behind, double part) {
-      return behind > before ? before + part * (behind - before) : kNaN;
+      return behind > before ? before + part * (behind - before) : no_value;
     });
     for (const Edit& edit : edits_) {
       inserted_ += edit.insert;
@@ -163,7 +161,7 @@ class Repair {
       result.insert(result.end(), old.begin() + static_cast<std::ptrdiff_t>(at),
                     old.begin() + static_cast<std::ptrdiff_t>(edit.row));
       at = edit.row + (edit.insert == 0 ? 1 : 0);
-      for (std::size_t i = 1; i <= edit.insert; ++i) {
+      for (std::size_t i = 1; i <= edit.insert; i++) {
         result.push_back(
             between(old[edit.row - 1], old[edit.row], static_cast<double>(i) / static_cast<double>(edit.insert + 1)));
       }

@@ -19,8 +19,6 @@
 namespace readers {
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
 std::string line_place(std::size_t line) {
   return "line " + std::to_string(line);
 }
@@ -155,10 +153,10 @@ char skip_to_table(Lines& lines) {
     if (!text.empty() && text[0] != '#') break;
   }
   if (stated) return *stated;
-  constexpr int kMostPreamble = 200;
+  constexpr int most_preamble = 200;
   Lines ahead = lines;
   std::string_view first;
-  for (int i = 0; i < kMostPreamble; ++i) {
+  for (int i = 0; i < most_preamble; i++) {
     const auto line = ahead.next();
     if (!line) break;
     if (i == 0) first = *line;
@@ -248,13 +246,13 @@ std::string bare_unit(std::string_view cell) {
 
 /// std::pow takes long, and is asked for each row.
 double power_of_ten(int exponent) {
-  constexpr int kLargest = 40;
-  static const auto kPowers = [] {
-    std::array<double, 2 * kLargest + 1> powers;
-    for (int i = -kLargest; i <= kLargest; ++i) powers[static_cast<std::size_t>(i + kLargest)] = std::pow(10.0, i);
-    return powers;
+  constexpr int largest = 40;
+  static const auto powers = [] {
+    std::array<double, 2 * largest + 1> list;
+    for (int i = -largest; i <= largest; i++) list[static_cast<std::size_t>(i + largest)] = std::pow(10.0, i);
+    return list;
   }();
-  return kPowers[static_cast<std::size_t>(std::clamp(exponent, -kLargest, kLargest) + kLargest)];
+  return powers[static_cast<std::size_t>(std::clamp(exponent, -largest, largest) + largest)];
 }
 
 /// How finely the numbers of a column are written. One number does not tell, as trailing zeros may be left out.
@@ -265,12 +263,12 @@ class WrittenDigits {
     int decimals = 0;
     bool behind_point = false;
     std::size_t i = 0;
-    for (; i < number.size() && number[i] != 'e' && number[i] != 'E'; ++i) {
+    for (; i < number.size() && number[i] != 'e' && number[i] != 'E'; i++) {
       const char c = number[i];
       if (c == '.' || c == ',') behind_point = true;
       if (c < '0' || c > '9') continue;
-      if (significant > 0 || c != '0') ++significant;
-      if (behind_point) ++decimals;
+      if (significant > 0 || c != '0') significant++;
+      if (behind_point) decimals++;
     }
     if (i < number.size()) decimals -= exponent_in(number.substr(i + 1));
     significant_ = std::max(significant_, significant);
@@ -280,8 +278,8 @@ class WrittenDigits {
 
   /// The same for a number of which only the decimals are known; it has all digits before the point.
   void take_decimals(int decimals) {
-    constexpr int kAll = 17;
-    significant_ = kAll;
+    constexpr int all = 17;
+    significant_ = all;
     decimals_ = any_ ? std::max(decimals_, decimals) : decimals;
     any_ = true;
   }
@@ -300,8 +298,8 @@ class WrittenDigits {
  private:
   /// As far as it makes a difference: none is too large to be written.
   static int exponent_in(std::string_view text) {
-    constexpr double kLargest = 1000;
-    return static_cast<int>(std::fmax(-kLargest, std::fmin(parse_number(text).value_or(0), kLargest)));
+    constexpr double largest = 1000;
+    return static_cast<int>(std::fmax(-largest, std::fmin(parse_number(text).value_or(0), largest)));
   }
 
   bool any_ = false;
@@ -349,19 +347,20 @@ std::optional<WrittenTime> parse_time_stamp(std::string_view cell) {
   const std::string_view date = before == cell.npos ? std::string_view() : cell.substr(0, before);
   auto written = parse_time(date, time);
   if (!written || !afternoon) return written;
-  constexpr double kHour = 3600;
-  if (written->seconds_of_day >= 13 * kHour || written->seconds_of_day < kHour) return std::nullopt;
-  if (written->seconds_of_day >= 12 * kHour) written->seconds_of_day -= 12 * kHour;
-  if (*afternoon) written->seconds_of_day += 12 * kHour;
+  constexpr double seconds_per_hour = 3600;
+  if (written->seconds_of_day >= 13 * seconds_per_hour || written->seconds_of_day < seconds_per_hour)
+    return std::nullopt;
+  if (written->seconds_of_day >= 12 * seconds_per_hour) written->seconds_of_day -= 12 * seconds_per_hour;
+  if (*afternoon) written->seconds_of_day += 12 * seconds_per_hour;
   return written;
 }
 
-constexpr double kRelativeStep = 1e-3;
+constexpr double relative_step = 1e-3;
 
 /// How far the step from one time of the column to the next may be off the real one.
 double step_tolerance(const Times& times, double step, double from, double to) {
   const double rounding = times.digits.rounding(from) + times.digits.rounding(to);
-  return kRelativeStep * std::abs(step) + (1 + kRelativeStep) * rounding;
+  return relative_step * std::abs(step) + (1 + relative_step) * rounding;
 }
 
 /// The step from time to time as it is nearly everywhere. The mean alone would be spoilt by a jump, the median is as
@@ -377,7 +376,7 @@ double usual_step(const Times& times, const std::vector<double>& steps) {
   for (const double step : steps) {
     if (std::abs(step - *middle) > near) continue;
     sum += step;
-    ++count;
+    count++;
   }
   return sum / count;
 }
@@ -387,10 +386,10 @@ std::optional<std::size_t> first_jump(const Times& times) {
   const std::vector<double>& values = times.values;
   if (values.size() < 2) return std::nullopt;
   std::vector<double> steps(values.size() - 1);
-  for (std::size_t i = 0; i < steps.size(); ++i) steps[i] = values[i + 1] - values[i];
+  for (std::size_t i = 0; i < steps.size(); i++) steps[i] = values[i + 1] - values[i];
   const double usual = usual_step(times, steps);
-  const double surely = kRelativeStep * std::abs(usual) + 2 * times.digits.least_rounding();
-  for (std::size_t i = 0; i < steps.size(); ++i) {
+  const double surely = relative_step * std::abs(usual) + 2 * times.digits.least_rounding();
+  for (std::size_t i = 0; i < steps.size(); i++) {
     if (std::abs(steps[i] - usual) <= surely) continue;
     const bool right = std::abs(steps[i] - usual) <= step_tolerance(times, usual, values[i], values[i + 1]);
     if (!right) return i + 1;
@@ -404,20 +403,20 @@ double mean_step(const std::vector<double>& times) {
 
 /// Whether times are written so coarsely that one step from time to time does not tell the rate.
 bool has_uneven_steps(const std::vector<double>& times) {
-  constexpr double kUneven = 0.01;
+  constexpr double uneven = 0.01;
   const double mean = mean_step(times);
-  for (std::size_t i = 1; i < times.size(); ++i) {
-    if (std::abs(times[i] - times[i - 1] - mean) > kUneven * mean) return true;
+  for (std::size_t i = 1; i < times.size(); i++) {
+    if (std::abs(times[i] - times[i - 1] - mean) > uneven * mean) return true;
   }
   return false;
 }
 
 /// Digits of the times keep a rate from coming out whole; next to a whole one that is what is meant.
 double rate_of_step(double seconds) {
-  constexpr double kNear = 1e-4;
+  constexpr double near_whole = 1e-4;
   const double rate = 1 / seconds;
   const double whole = std::round(rate);
-  return std::abs(rate - whole) <= kNear * rate ? whole : rate;
+  return std::abs(rate - whole) <= near_whole * rate ? whole : rate;
 }
 
 // --- the table -------------------------------------------------------------------------------------------------------
@@ -442,7 +441,7 @@ class TableReader {
     record.file = file_;
     record.format = "CSV";
     record.rates = {{rate(sampling_rate), row_lines_.size()}};
-    for (std::size_t i = 0; i < headings_.size(); ++i) {
+    for (std::size_t i = 0; i < headings_.size(); i++) {
       if (i == time_column_ || i == counter_column_ || is_text_[i] || is_blank(i)) continue;
       Channel& channel = record.channels.emplace_back();
       channel.name = headings_[i].name.empty() ? "column " + std::to_string(i + 1) : headings_[i].name;
@@ -481,17 +480,17 @@ class TableReader {
       HeadRow& kept = head.emplace_back();
       kept.line = row->line;
       for (const std::string_view cell : row->cells) kept.cells.emplace_back(cell);
-      if (head.size() > kMostHead) break;
+      if (head.size() > most_head) break;
       row = rows.next();
     }
-    const std::size_t columns = row != nullptr && head.size() <= kMostHead ? row->cells.size()
+    const std::size_t columns = row != nullptr && head.size() <= most_head ? row->cells.size()
                                 : head.empty()                             ? 0
                                                                            : head.back().cells.size();
     headings_.resize(columns);
     columns_.resize(columns);
     is_text_.assign(columns, false);
     read_head(head, row);
-    if (row == nullptr || head.size() > kMostHead) return;
+    if (row == nullptr || head.size() > most_head) return;
     find_kinds(*row);
     for (; row != nullptr; row = rows.next()) add_row(*row);
   }
@@ -527,7 +526,7 @@ class TableReader {
     if (names > 0 && head[names - 1].cells.size() == columns_.size() && is_unit_row(head[names])) units = names--;
     named_ = true;
     note_remarks(names);
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
+    for (std::size_t i = 0; i < columns_.size(); i++) {
       headings_[i] = heading_of(head[names].cells[i]);
       if (units) {
         headings_[i].name = inert(trimmed(head[names].cells[i]));
@@ -545,7 +544,7 @@ class TableReader {
       if (cell.empty()) continue;
       const std::string unit = lower_case(bare_unit(cell));
       if (!is_unit(unit, "i") && !is_one_of(unit, {"-", "1", "hh:mm:ss", "hh:mm:ss.sss"})) return false;
-      ++units;
+      units++;
     }
     return units > 0;
   }
@@ -559,7 +558,7 @@ class TableReader {
   /// What the columns hold, by the first row of data.
   void find_kinds(const Row& row) {
     if (row.cells.size() != columns_.size()) return;  // refused when the row is taken
-    for (std::size_t i = 0; i < row.cells.size(); ++i) {
+    for (std::size_t i = 0; i < row.cells.size(); i++) {
       const std::string_view cell = row.cells[i];
       if (cell.empty() || cell_of(cell).number) continue;
       if (parse_time_stamp(cell) && (!time_column_ || *time_column_ == i)) {
@@ -588,7 +587,7 @@ class TableReader {
                           std::to_string(columns_.size()) + " belong",
                       "correct or remove the row");
     }
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
+    for (std::size_t i = 0; i < columns_.size(); i++) {
       if (!is_text_[i]) columns_[i].push_back(number_in(row, i));
     }
     // Without names the first column may turn out to hold the time.
@@ -601,7 +600,7 @@ class TableReader {
     const std::string_view cell = row.cells[column];
     const bool time = column == time_column_;
     if (time && time_stamps_) return time_of_day(row, column);
-    if (cell.empty() && !time) return kNaN;
+    if (cell.empty() && !time) return no_value;
     const Cell read = cell_of(cell);
     if (!read.number || (time && !std::isfinite(*read.number))) {
       throw ReadError(
@@ -640,7 +639,7 @@ class TableReader {
       // step is a day later at least, however many: more than any record has between two rows.
       const bool back = time->seconds_of_day + days_ * cycle < before.back() - cycle / 2;
       const bool dated = !date.empty() && hours;
-      if (dated ? date != date_ : back) ++days_;
+      if (dated ? date != date_ : back) days_++;
     }
     date_ = date;
     time_digits_.take_decimals(time->decimals);
@@ -648,9 +647,9 @@ class TableReader {
   }
 
   void find_time_without_name() {
-    constexpr std::size_t kTimeAndThreePhases = 4;
+    constexpr std::size_t time_and_three_phases = 4;
     const std::vector<double>& first = columns_.front();
-    if (columns_.size() < kTimeAndThreePhases || first.size() < 2) return;
+    if (columns_.size() < time_and_three_phases || first.size() < 2) return;
     const bool rises =
         std::adjacent_find(first.begin(), first.end(), [](double a, double b) { return !(a < b); }) == first.end();
     if (!rises || first_jump({first, time_digits_})) return;
@@ -710,7 +709,7 @@ class TableReader {
            std::all_of(values.begin(), values.end(), [](double value) { return std::isnan(value); });
   }
 
-  static constexpr std::size_t kMostHead = 200;  ///< rows in front of the data
+  static constexpr std::size_t most_head = 200;  ///< rows in front of the data
 
   const std::string& file_;
   Lines lines_;

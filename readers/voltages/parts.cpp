@@ -7,8 +7,6 @@
 namespace readers {
 namespace {
 
-constexpr double kSameRate = 0.01;
-
 bool is_value(double value) {
   return std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max());
 }
@@ -19,7 +17,7 @@ std::vector<bool> holes_in(const Record& record, const std::array<std::size_t, 3
   for (const std::size_t channel : channels) {
     const std::vector<double>& samples = record.channels[channel].samples;
     if (samples.empty()) continue;
-    for (std::size_t i = 0; i < holes.size(); ++i) {
+    for (std::size_t i = 0; i < holes.size(); i++) {
       if (!is_value(samples[part.begin + i])) holes[i] = true;
     }
   }
@@ -47,7 +45,7 @@ std::vector<Part> parts_of(const Record& record) {
     const double length = static_cast<double>(section.end - begin);
     Part* last = parts.empty() ? nullptr : &parts.back();
     const bool joins = last != nullptr && section.follows && section.rate > 0 && last->rate > 0 &&
-                       std::abs(section.rate - last->rate) <= kSameRate * last->rate;
+                       std::abs(section.rate - last->rate) <= same_rate * last->rate;
     if (joins) {
       last->end = section.end;
       seconds += length / section.rate;
@@ -75,9 +73,9 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
       if (to > from) parts.push_back({part.begin + from, part.begin + to, part.rate, start});
     };
     std::size_t from = 0;
-    while (from < holes.size() && holes[from]) ++from;
+    while (from < holes.size() && holes[from]) from++;
     std::size_t last = from;  // one past the last value that is there
-    for (std::size_t i = from; i < holes.size(); ++i) {
+    for (std::size_t i = from; i < holes.size(); i++) {
       if (holes[i]) continue;
       if (i - last > most) {
         add(from, last);
@@ -98,7 +96,7 @@ BridgedSamples bridged_samples(const Record& record, std::size_t channel, const 
   std::vector<std::ptrdiff_t> there;  // last values before a gap, in pairs with the first ones behind it
   std::ptrdiff_t before = -1;
   const auto length = static_cast<std::ptrdiff_t>(part.length());
-  for (std::ptrdiff_t i = 0; i < length; ++i) {
+  for (std::ptrdiff_t i = 0; i < length; i++) {
     const double value = samples[part.begin + static_cast<std::size_t>(i)] * factor;
     if (!is_value(value)) continue;
     values[static_cast<std::size_t>(i)] = static_cast<float>(value);
@@ -124,7 +122,7 @@ BridgedSamples bridged_samples(const Record& record, std::size_t channel, const 
     result.longest_gap = std::max(result.longest_gap, gap);
     const auto value = [&](std::ptrdiff_t i) { return static_cast<double>(values[static_cast<std::size_t>(i)]); };
     const double span = static_cast<double>(right - left);
-    for (std::ptrdiff_t i = left + 1; i < right; ++i) {
+    for (std::ptrdiff_t i = left + 1; i < right; i++) {
       double made_up = 0;
       if (left < 0 || right == length) {
         made_up = left >= 0 ? value(left) : right < length ? value(right) : 0;

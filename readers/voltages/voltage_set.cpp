@@ -16,7 +16,7 @@
 namespace readers {
 namespace {
 
-constexpr std::string_view kSeparators = " _-.:/()[]'#";
+constexpr std::string_view separators = " _-.:/()[]'#";
 
 bool is_letter(char c) {
   return c >= 'a' && c <= 'z';
@@ -106,7 +106,7 @@ struct PhaseField {
 PhaseField read_phase_field(const std::string& field) {
   std::string text;
   for (const char c : lower_case(field)) {
-    if (c != 'l' && kSeparators.find(c) == kSeparators.npos) text += c;  // L1, A-N
+    if (c != 'l' && separators.find(c) == separators.npos) text += c;  // L1, A-N
   }
   if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0', {}, false};
   if (text.size() == 2 && phase_of(text[0])) {
@@ -118,22 +118,22 @@ PhaseField read_phase_field(const std::string& field) {
   return {};
 }
 
-enum class Alphabet { kLetters, kOther };  // other: digits, R S T, or U V W
+enum class Alphabet { letters, other };  // other: digits, R S T, or U V W
 
 /// A place in a name that may tell the phase.
 struct PhaseMark {
   std::size_t position = 0;
   std::size_t phase = 0;
-  Alphabet alphabet = Alphabet::kLetters;
+  Alphabet alphabet = Alphabet::letters;
   bool after_quantity = false;  ///< right behind U, V, L or "phase", so that hardly anything else can be meant
 };
 
 /// The word that ends, separators left aside, in front of `position`.
 std::string_view word_before(std::string_view name, std::size_t position) {
-  const std::size_t last = position == 0 ? name.npos : name.find_last_not_of(kSeparators, position - 1);
+  const std::size_t last = position == 0 ? name.npos : name.find_last_not_of(separators, position - 1);
   if (last == name.npos) return {};
   std::size_t first = last + 1;
-  while (first > 0 && is_letter(name[first - 1])) --first;
+  while (first > 0 && is_letter(name[first - 1])) first--;
   return name.substr(first, last + 1 - first);
 }
 
@@ -152,9 +152,9 @@ bool beside_digit(std::string_view name, std::size_t position) {
 std::vector<PhaseMark> phase_marks(std::string_view name) {
   std::vector<PhaseMark> marks;
   if (const auto phase = name.size() == 1 && is_letter(name[0]) ? phase_of(name[0]) : std::nullopt) {
-    return {{0, *phase, name[0] <= 'c' ? Alphabet::kLetters : Alphabet::kOther, true}};
+    return {{0, *phase, name[0] <= 'c' ? Alphabet::letters : Alphabet::other, true}};
   }
-  for (std::size_t i = 0; i < name.size(); ++i) {
+  for (std::size_t i = 0; i < name.size(); i++) {
     const auto phase = phase_of(name[i]);
     if (!phase) continue;
     const bool after_quantity = is_one_of(word_before(name, i), {"u", "v", "ul", "vl", "l", "ph", "phase"});
@@ -162,7 +162,7 @@ std::vector<PhaseMark> phase_marks(std::string_view name) {
     if (is_digit(name[i]) ? beside_digit(name, i) : word_goes_on(name, i)) continue;
     // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), digits, R, S, T and U, V, W stand for much else.
     if (!letter && !after_quantity) continue;
-    marks.push_back({i, *phase, letter ? Alphabet::kLetters : Alphabet::kOther, after_quantity});
+    marks.push_back({i, *phase, letter ? Alphabet::letters : Alphabet::other, after_quantity});
   }
   return marks;
 }
@@ -183,7 +183,7 @@ struct PairMark {
 
 /// A voltage between two phases: Uab, VL12, "Ua-Ub".
 std::optional<PairMark> pair_mark(std::string_view name, const std::vector<PhaseMark>& marks) {
-  for (std::size_t i = 0; i + 1 < name.size(); ++i) {
+  for (std::size_t i = 0; i + 1 < name.size(); i++) {
     const auto first = phase_of(name[i]);
     const auto second = phase_of(name[i + 1]);
     if (!first || !second || *first == *second || !of_one_kind(name[i], name[i + 1])) continue;
@@ -205,12 +205,12 @@ std::optional<PairMark> pair_mark(std::string_view name, const std::vector<Phase
 
 /// Whether a name without a unit is that of a voltage.
 bool sounds_like_voltage(std::string_view name, const std::vector<PhaseMark>& marks) {
-  constexpr std::string_view kVoltageInChinese = "\xE7\x94\xB5\xE5\x8E\x8B";
+  constexpr std::string_view voltage_in_chinese = "\xE7\x94\xB5\xE5\x8E\x8B";
   for (const std::string_view word : {std::string_view("volt"), std::string_view("spannung"),
-                                      std::string_view("напряж"), std::string_view("Напряж"), kVoltageInChinese}) {
+                                      std::string_view("напряж"), std::string_view("Напряж"), voltage_in_chinese}) {
     if (name.find(word) != name.npos) return true;
   }
-  for (std::size_t i = 0; i < name.size(); ++i) {  // a word of its own: "U Sig (a)", "V_L1"
+  for (std::size_t i = 0; i < name.size(); i++) {  // a word of its own: "U Sig (a)", "V_L1"
     const bool quantity = name[i] == 'u' || name[i] == 'v';
     const bool starts = i == 0 || !is_letter(name[i - 1]);
     if (quantity && starts && (i + 1 == name.size() || !is_letter(name[i + 1]))) return true;
@@ -223,7 +223,7 @@ bool sounds_like_voltage(std::string_view name, const std::vector<PhaseMark>& ma
 /// Phasor figures that some relays record beside the waveforms.
 bool is_computed(std::string_view name) {
   std::size_t start = 0;
-  for (std::size_t i = 0; i <= name.size(); ++i) {
+  for (std::size_t i = 0; i <= name.size(); i++) {
     if (i < name.size() && is_letter(name[i])) continue;
     if (is_one_of(name.substr(start, i - start), {"mag", "magnitude", "rms", "ang", "angle"})) return true;
     start = i + 1;
@@ -248,11 +248,11 @@ struct Reading {
   std::string rest;
 };
 
-constexpr char kPhasePlace = '\x01';  // stands where the phase was; names have no control characters
+constexpr char phase_place = '\x01';  // stands where the phase was; names have no control characters
 
 Reading read_mark(const Candidate& candidate, const PhaseMark& mark) {
   Reading reading{candidate.channel, mark.phase, candidate.name};
-  reading.rest[mark.position] = kPhasePlace;
+  reading.rest[mark.position] = phase_place;
   return reading;
 }
 
@@ -286,7 +286,7 @@ class SetCollector {
     std::vector<std::array<std::size_t, 3>> found;
     for (const auto& [rest, phases] : groups) {
       if (phases[0].size() != phases[1].size() || phases[0].size() != phases[2].size()) continue;
-      for (std::size_t i = 0; i < phases[0].size(); ++i) found.push_back({phases[0][i], phases[1][i], phases[2][i]});
+      for (std::size_t i = 0; i < phases[0].size(); i++) found.push_back({phases[0][i], phases[1][i], phases[2][i]});
     }
     // Where a channel could go into several, its neighbours are the likelier company.
     const auto rank = [](const std::array<std::size_t, 3>& set) {
@@ -324,7 +324,7 @@ enum class Units { of_voltage, any, none };
 /// Channels that may be phase voltages.
 std::vector<Candidate> candidates_in(const Record& record, Units units) {
   std::vector<Candidate> candidates;
-  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+  for (std::size_t i = 0; i < record.channels.size(); i++) {
     const Channel& channel = record.channels[i];
     const PhaseField field = read_phase_field(channel.phase);
     const bool of_voltage = volts_per(channel.unit).has_value();
@@ -368,7 +368,7 @@ std::vector<Reading> readings_without_numbers(const std::vector<Candidate>& cand
   std::vector<Reading> readings;
   for (const Candidate& candidate : candidates) {
     for (const PhaseMark& mark : candidate.marks) {
-      if (mark.alphabet != Alphabet::kLetters || mark.phase != candidate.field_phase.value_or(mark.phase)) continue;
+      if (mark.alphabet != Alphabet::letters || mark.phase != candidate.field_phase.value_or(mark.phase)) continue;
       readings.push_back(read_mark(candidate, mark));
       readings.back().rest = without_numbers(readings.back().rest);
     }
@@ -408,7 +408,7 @@ double rms_volts(const Channel& channel) {
   for (const double value : channel.samples) {
     if (!std::isfinite(value)) continue;
     sum += value * value;
-    ++count;
+    count++;
   }
   return count == 0 ? 0 : volts_per(channel.unit).value_or(1) * std::sqrt(sum / static_cast<double>(count));
 }
@@ -428,21 +428,21 @@ bool is_flat(const Channel& channel) {
 /// How much of a channel's energy is at the line's frequency: of one-cycle stretches all over the record; nothing where
 /// there is no such stretch. Leaves room for lines that are off their frequency and for distortion.
 std::optional<double> share_at_line_frequency(const Record& record, std::size_t channel, double frequency) {
-  constexpr double kFewest = 8;  // samples per cycle
-  constexpr std::size_t kMostCycles = 100;
+  constexpr double fewest = 8;  // samples per cycle
+  constexpr std::size_t most_cycles = 100;
   const std::vector<double>& samples = record.channels[channel].samples;
   double shown = 0;
   double total = 0;
   bool any = false;
   for (const Part& part : parts_of(record)) {
-    if (!(part.rate >= kFewest * frequency) || part.end > samples.size()) continue;
+    if (!(part.rate >= fewest * frequency) || part.end > samples.size()) continue;
     const auto length = static_cast<std::size_t>(std::lround(part.rate / frequency));
-    const std::size_t step = std::max(length, part.length() / kMostCycles);
+    const std::size_t step = std::max(length, part.length() / most_cycles);
     const std::complex<double> turn = std::polar(1.0, -2 * std::numbers::pi * frequency / part.rate);
     for (std::size_t begin = part.begin; begin + length <= part.end; begin += step) {
       std::complex<double> sum = 0;
       std::complex<double> angle = 1;
-      for (std::size_t i = begin; i < begin + length; ++i, angle *= turn) {
+      for (std::size_t i = begin; i < begin + length; i++, angle *= turn) {
         if (!is_finite_single(samples[i])) continue;
         sum += samples[i] * angle;
         total += samples[i] * samples[i];
@@ -456,13 +456,13 @@ std::optional<double> share_at_line_frequency(const Record& record, std::size_t 
 }
 
 bool shows_line_frequency(const Record& record, const VoltageSet& set) {
-  constexpr double kShare = 0.2;
+  constexpr double least_share = 0.2;
   bool measured = false;
   for (const double frequency : {50.0, 60.0}) {
     for (const std::size_t channel : set.channels) {
       const auto share = share_at_line_frequency(record, channel, frequency);
       if (!share) continue;
-      if (*share >= kShare) return true;
+      if (*share >= least_share) return true;
       measured = true;
     }
   }
@@ -483,13 +483,13 @@ void prefer(std::vector<VoltageSet>& sets, Test passes) {
   std::vector<bool> passed;
   for (const VoltageSet& set : sets) passed.push_back(set.live && passes(set));
   if (std::find(passed.begin(), passed.end(), true) == passed.end()) return;
-  for (std::size_t i = 0; i < sets.size(); ++i) sets[i].live = passed[i];
+  for (std::size_t i = 0; i < sets.size(); i++) sets[i].live = passed[i];
 }
 
 /// A set is live when none of its phases is flat throughout and the largest is no mere noise beside the record's
 /// largest. One phase may well be low: that is what a long dip looks like.
 void mark_live(const Record& record, std::vector<VoltageSet>& sets) {
-  constexpr double kNoise = 0.01;
+  constexpr double noise = 0.01;
   std::vector<std::pair<double, double>> smallest_and_largest;
   double largest = 0;
   for (const VoltageSet& set : sets) {
@@ -500,9 +500,9 @@ void mark_live(const Record& record, std::vector<VoltageSet>& sets) {
     smallest_and_largest.push_back(std::minmax({rms(0), rms(1), rms(2)}));
     largest = std::max(largest, smallest_and_largest.back().second);
   }
-  for (std::size_t i = 0; i < sets.size(); ++i) {
+  for (std::size_t i = 0; i < sets.size(); i++) {
     const auto [low, high] = smallest_and_largest[i];
-    sets[i].live = low > 0 && high >= kNoise * largest;
+    sets[i].live = low > 0 && high >= noise * largest;
   }
   if (sets.size() < 2) return;
   prefer(sets, [&](const VoltageSet& set) { return shows_line_frequency(record, set); });
@@ -521,8 +521,8 @@ std::vector<VoltageSet> phase_sets(const Record& record, Units units) {
   const std::vector<Candidate> candidates = candidates_in(record, units);
   SetCollector collector(record.channels.size());
   collector.add_matching(readings_by_field(candidates), PhaseSource::phase_field);
-  collector.add_matching(readings_by_name(candidates, Alphabet::kLetters), PhaseSource::name);
-  collector.add_matching(readings_by_name(candidates, Alphabet::kOther), PhaseSource::name);
+  collector.add_matching(readings_by_name(candidates, Alphabet::letters), PhaseSource::name);
+  collector.add_matching(readings_by_name(candidates, Alphabet::other), PhaseSource::name);
   collector.add_matching(readings_without_numbers(candidates), PhaseSource::name);
   add_consecutive(candidates, collector);
   return std::move(collector).in_file_order();
@@ -531,7 +531,7 @@ std::vector<VoltageSet> phase_sets(const Record& record, Units units) {
 /// Voltages between phases, by their phase field or else by their name.
 std::vector<Reading> pair_readings(const Record& record, bool by_field) {
   std::vector<Reading> readings;
-  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+  for (std::size_t i = 0; i < record.channels.size(); i++) {
     const Channel& channel = record.channels[i];
     if (!volts_per(channel.unit)) continue;
     std::string name = lower_case(channel.name);
@@ -540,7 +540,7 @@ std::vector<Reading> pair_readings(const Record& record, bool by_field) {
     if (is_computed(name) || (channel.unit.empty() && !mark && !sounds_like_voltage(name, marks))) continue;
     const PhaseField field = read_phase_field(channel.phase);
     if (by_field ? !field.pair : !mark) continue;
-    if (mark) name[mark->first] = name[mark->second] = kPhasePlace;
+    if (mark) name[mark->first] = name[mark->second] = phase_place;
     readings.push_back({i, by_field ? *field.pair : mark->pair, name});
   }
   return readings;
@@ -548,7 +548,7 @@ std::vector<Reading> pair_readings(const Record& record, bool by_field) {
 
 /// Where the name plainly tells another phase than the phase field, one of which the set is made by.
 void mark_doubtful(const Record& record, VoltageSet& set) {
-  for (std::size_t phase = 0; phase < 3; ++phase) {
+  for (std::size_t phase = 0; phase < 3; phase++) {
     const Channel& channel = record.channels[set.channels[phase]];
     const auto field = read_phase_field(channel.phase).phase;
     if (!field) continue;
@@ -563,7 +563,7 @@ void mark_doubtful(const Record& record, VoltageSet& set) {
 }
 
 void mark_turned(const Record& record, VoltageSet& set) {
-  for (std::size_t phase = 0; phase < 3; ++phase) {
+  for (std::size_t phase = 0; phase < 3; phase++) {
     const Channel& channel = record.channels[set.channels[phase]];
     const std::string name = lower_case(channel.name);
     const auto mark = pair_mark(name, phase_marks(name));
@@ -576,7 +576,7 @@ void mark_turned(const Record& record, VoltageSet& set) {
 
 std::string channel_list(const Record& record) {
   std::string list;
-  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+  for (std::size_t i = 0; i < record.channels.size(); i++) {
     const Channel& channel = record.channels[i];
     if (i > 0) list += ", ";
     list += std::to_string(i + 1) + " " + channel.name;
@@ -599,7 +599,7 @@ bool is_named(const Channel& channel, std::string_view text) {
 std::size_t channel_named(const Record& record, std::string_view text) {
   std::vector<std::size_t> exact;
   std::vector<std::size_t> in_any_case;
-  for (std::size_t i = 0; i < record.channels.size(); ++i) {
+  for (std::size_t i = 0; i < record.channels.size(); i++) {
     const Channel& channel = record.channels[i];
     if (is_named(channel, text)) exact.push_back(i);
     if (lower_case(channel.name) == lower_case(text)) in_any_case.push_back(i);
@@ -616,20 +616,20 @@ std::size_t channel_named(const Record& record, std::string_view text) {
 
 /// Says which samples of `bad` are meant, up to three stretches of them.
 std::string stretches_text(const std::vector<bool>& bad) {
-  constexpr std::size_t kMost = 3;
+  constexpr std::size_t most = 3;
   std::string text;
   std::size_t stretches = 0;
-  for (std::size_t i = 0; i < bad.size(); ++i) {
+  for (std::size_t i = 0; i < bad.size(); i++) {
     if (!bad[i]) continue;
     std::size_t last = i;
-    while (last + 1 < bad.size() && bad[last + 1]) ++last;
-    if (++stretches <= kMost) {
+    while (last + 1 < bad.size() && bad[last + 1]) last++;
+    if (++stretches <= most) {
       text += (text.empty() ? "" : ", ") + std::to_string(i + 1);
       if (last > i) text += " to " + std::to_string(last + 1);
     }
     i = last;
   }
-  if (stretches > kMost) text += " and " + std::to_string(stretches - kMost) + " more stretches";
+  if (stretches > most) text += " and " + std::to_string(stretches - most) + " more stretches";
   return text;
 }
 
@@ -675,7 +675,7 @@ VoltageSet named_voltage_set(const Record& record, const std::string& names) {
     refuse_names(record, "three channels separated by commas are needed, not " + cited(names));
   }
   VoltageSet set;
-  for (std::size_t i = 0; i < 3; ++i) set.channels[i] = channel_named(record, parts[i]);
+  for (std::size_t i = 0; i < 3; i++) set.channels[i] = channel_named(record, parts[i]);
   set.source = PhaseSource::user;
   const auto pairs = find_line_to_line_sets(record);
   const auto is_between_phases = [&](std::size_t channel) {
@@ -684,7 +684,7 @@ VoltageSet named_voltage_set(const Record& record, const std::string& names) {
     });
   };
   set.between_phases = std::all_of(set.channels.begin(), set.channels.end(), is_between_phases);
-  for (std::size_t phase = 0; phase < 3; ++phase) {
+  for (std::size_t phase = 0; phase < 3; phase++) {
     for (const VoltageSet& pair : pairs) {
       const auto at = std::find(pair.channels.begin(), pair.channels.end(), set.channels[phase]);
       if (at != pair.channels.end())
@@ -708,7 +708,7 @@ std::vector<float> volts(const Record& record, std::size_t channel) {
   std::vector<float> values;
   values.reserve(source.samples.size());
   std::vector<bool> bad(source.samples.size(), false);
-  for (std::size_t i = 0; i < source.samples.size(); ++i) {
+  for (std::size_t i = 0; i < source.samples.size(); i++) {
     const double value = source.samples[i] * factor;
     bad[i] = !(std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max()));
     values.push_back(bad[i] ? 0.0F : static_cast<float>(value));

@@ -23,8 +23,6 @@ using nlohmann::json;
 using tests::dipx;
 using Strings = std::vector<std::string>;
 
-constexpr double missing = std::numeric_limits<double>::quiet_NaN();
-
 /// A second of voltage with a dip of phase B to a half from 0.4 s to 0.5 s.
 readers::Record plain_record(double volts = 230) {
   synth::Waveform waveform;
@@ -57,8 +55,8 @@ void expect_the_dip(const analysis::Analysis& analysis) {
 
 TEST(Gaps, OfAQuarterCycleAreBridgedAndSaid) {
   auto record = plain_record();
-  for (std::size_t i = 2000; i < 2016; i++) record.channels[0].samples[i] = missing;
-  for (std::size_t i = 2100; i < 2103; i++) record.channels[0].samples[i] = missing;
+  for (std::size_t i = 2000; i < 2016; i++) record.channels[0].samples[i] = readers::no_value;
+  for (std::size_t i = 2100; i < 2103; i++) record.channels[0].samples[i] = readers::no_value;
   const auto analysis = analysis::analyse(record, {});
   expect_the_dip(analysis);
   EXPECT_EQ(analysis.notes, Strings{"Of Ua 19 values are missing (the first is sample 2001, the longest gap 16 "
@@ -67,21 +65,21 @@ TEST(Gaps, OfAQuarterCycleAreBridgedAndSaid) {
 
 TEST(Gaps, ThatAreLongerTakeTheRecordApart) {
   auto record = plain_record();
-  for (std::size_t i = 2000; i < 2017; i++) record.channels[0].samples[i] = missing;
+  for (std::size_t i = 2000; i < 2017; i++) record.channels[0].samples[i] = readers::no_value;
   const auto analysis = analysis::analyse(record, {});
   expect_the_dip(analysis);
   EXPECT_EQ(analysis.voltages.part.begin, 0U);
   EXPECT_EQ(analysis.voltages.part.end, 2000U);
   EXPECT_EQ(
       analysis.notes,
-      Strings{"The record falls into 2 parts by sampling rate and gaps; this is part 1, the longest, from 0.0000 s "
-              "to 0.6250 s (--part chooses another, dipx info lists them)."});
+      Strings{"The record falls into 2 parts by sampling rate and gaps; this is part 1, the longest, from 0.0000 s to "
+              "0.6250 s (--part chooses another, dipx info lists them)."});
 }
 
 TEST(Gaps, AreNeverTakenForADip) {
   auto record = plain_record();
   for (std::size_t i = 2000; i < 2500; i++) {
-    for (auto& channel : record.channels) channel.samples[i] = missing;
+    for (auto& channel : record.channels) channel.samples[i] = readers::no_value;
   }
   for (const std::size_t part : {1U, 2U}) {
     AnalysisOptions options;
@@ -92,7 +90,7 @@ TEST(Gaps, AreNeverTakenForADip) {
 
 TEST(Gaps, OfTheWholeRecordAreRefused) {
   auto record = plain_record();
-  record.channels[2].samples.assign(3200, missing);
+  record.channels[2].samples.assign(3200, readers::no_value);
   AnalysisOptions options;
   options.choice.channels = "1,2,3";
   EXPECT_THROW(analysis::analyse(record, options), readers::ReadError);
@@ -267,7 +265,7 @@ TEST(Sets, ThatAreDeadAreRefusedWithTheCause) {
   };
   const std::string start = "made in memory: its three phase voltages are dead: ";
   const std::string end = "; choose others with --set or --channels; dipx info lists what there is";
-  EXPECT_EQ(refusal([](auto& channel) { channel.samples.assign(3200, missing); }),
+  EXPECT_EQ(refusal([](auto& channel) { channel.samples.assign(3200, readers::no_value); }),
             start + "channel Ub has no values" + end);
   EXPECT_EQ(refusal([](auto& channel) { channel.samples.assign(3200, 5); }),
             start + "channel Ub is 5 throughout" + end);

@@ -339,8 +339,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{
             "HarmonicAboveTheRate",
             {"--harmonics", "5:4,64:2", "-o", "dip.csv"},
-            "dipx: --harmonics 64:2: 3200 Hz is not below half of the 6400 samples per second; choose a lower order "
-            "or a higher --rate"},
+            "dipx: --harmonics 64:2: 3200 Hz is not below half of the 6400 samples per second; choose a lower order or "
+            "a higher --rate"},
         bad_harmonic("TheFundamental", "1:5"), bad_harmonic("AHarmonicWithoutShare", "5"),
         bad_harmonic("AHarmonicWithTwo", "5:4:3"), bad_harmonic("AHarmonicOfNothing", "5:"),
         bad_harmonic("AHarmonicOfNoNumber", "5:x"), bad_harmonic("ABrokenHarmonic", "5.5:1"),

@@ -18,7 +18,7 @@ extern "C" {
 
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  if (callocs_until_failure > 0 && --callocs_until_failure == 0) {
+  if (callocs_until_failure > 0 && callocs_until_failure-- == 1) {
     errno = ENOMEM;
     return nullptr;
   }
@@ -27,7 +27,7 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 
 void* __real_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size) {
-  if (mallocs_until_failure > 0 && --mallocs_until_failure == 0) {
+  if (mallocs_until_failure > 0 && mallocs_until_failure-- == 1) {
     errno = ENOMEM;
     return nullptr;
   }

@@ -134,10 +134,10 @@ TEST_F(Figure, PutsAPartAtItsTimes) {
   std::istringstream whole(bytes_of("part.dat"));
   std::ofstream part("part.dat");
   // A tenth of a second is missing; the rows are numbered on.
-  int number = 0;
+  int number = 1;
   int row = 0;
   for (std::string line; std::getline(whole, line); row++) {
-    if (row < 640 || row >= 1280) part << ++number << line.substr(line.find(',')) << '\n';
+    if (row < 640 || row >= 1280) part << number++ << line.substr(line.find(',')) << '\n';
   }
   part.close();
   const auto result = dipx({"analyse", "part.cfg", "--json", "--svg", "figure.svg"});

@@ -84,7 +84,7 @@ TEST(Charset, IsSaidWhenGuessed) {
 TEST(Charset, OfLongTextIsConvertedWhole) {
   std::string bytes;
   std::string expected;
-  for (int i = 0; i < 5000; ++i) {
+  for (int i = 0; i < 5000; i++) {
     bytes += "\xC4\xB8\xCF\xDF";
     expected += "母线";
   }

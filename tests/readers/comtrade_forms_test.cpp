@@ -21,7 +21,7 @@ using Strings = std::vector<std::string>;
 
 std::string little_endian(std::uint32_t value, int bytes) {
   std::string text;
-  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i) & 0xFFU);
+  for (int i = 0; i < bytes; i++) text += static_cast<char>(value >> (8 * i) & 0xFFU);
   return text;
 }
 
@@ -90,7 +90,7 @@ TEST_F(ComtradeForms, StepOverDigitalWordsBehind32BitValues) {
   std::string cfg = cfg_of("BINARY32", "2");
   cfg.replace(cfg.find("2,2A,0D"), 7, "19,2A,17D");
   std::string digitals;
-  for (int i = 1; i <= 17; ++i) digitals += std::to_string(i) + ",D,,,0\n";
+  for (int i = 1; i <= 17; i++) digitals += std::to_string(i) + ",D,,,0\n";
   cfg.insert(cfg.find("50\n"), digitals);
   const std::string words = "\xA5\xA5\xA5\xA5";
   const Record record = read(cfg, row32(1, {2, 3}) + words + row32(2, {4, 5}) + words);
@@ -179,7 +179,7 @@ std::string rows_stamped(const std::vector<std::uint32_t>& stamps) {
   std::string rows;
   std::uint32_t number = 0;
   for (const std::uint32_t stamp : stamps) {
-    ++number;
+    number++;
     rows += little_endian(number, 4) + little_endian(stamp, 4) + little_endian(number % 7, 2) + little_endian(3, 2);
   }
   return rows;
@@ -187,7 +187,7 @@ std::string rows_stamped(const std::vector<std::uint32_t>& stamps) {
 
 std::vector<std::uint32_t> even_stamps(std::size_t count, std::uint32_t first = 0) {
   std::vector<std::uint32_t> stamps;
-  for (std::uint32_t i = 0; i < count; ++i) stamps.push_back(first + 1000 * i);
+  for (std::uint32_t i = 0; i < count; i++) stamps.push_back(first + 1000 * i);
   return stamps;
 }
 
@@ -204,7 +204,7 @@ TEST_F(ComtradeForms, HaveBinaryTimeStampsThatAgree) {
 TEST_F(ComtradeForms, HaveBinaryTimeStampsThatJumpAnywhere) {
   for (const std::size_t at : {1U, 100U, 128U, 200U, 256U, 499U}) {
     auto stamps = even_stamps(500);
-    for (std::size_t i = at; i < 500; ++i) stamps[i] += 2000000;
+    for (std::size_t i = at; i < 500; i++) stamps[i] += 2000000;
     const Record record = read(cfg_of("BINARY", "500"), rows_stamped(stamps));
     ASSERT_EQ(record.rates.size(), 2U) << at;
     EXPECT_EQ(record.rates[0].end, at);
@@ -226,7 +226,7 @@ TEST_F(ComtradeForms, AreReadWholeAcrossThePiecesOfALongFile) {
   const std::size_t count = 50000;  // 600000 bytes
   const Record record = read(cfg_of("BINARY", std::to_string(count)), rows_stamped(even_stamps(count)));
   ASSERT_EQ(record.length(), count);
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < count; i++) {
     ASSERT_EQ(record.channels[0].samples[i], 10 + 0.5 * static_cast<double>((i + 1) % 7)) << i;
   }
   EXPECT_EQ(record.notes, Strings{});
@@ -357,8 +357,8 @@ TEST(SingleFile, MayAnnounceItsSectionsInOtherWays) {
 TEST(SingleFile, IsRefusedWithoutItsSections) {
   EXPECT_EQ(
       refusal_of([] { read_single_comtrade("r.cff", "hello\n"); }),
-      "r.cff: has no sections (\"--- file type: CFG ---\"); a single-file COMTRADE record holds its configuration "
-      "and its data in such sections");
+      "r.cff: has no sections (\"--- file type: CFG ---\"); a single-file COMTRADE record holds its configuration and "
+      "its data in such sections");
   EXPECT_EQ(refusal_of([] { read_single_comtrade("r.cff", "--- file type: CFG ---\n" + cfg_of("ASCII")); }),
             "r.cff: has no data section (\"--- file type: DAT ASCII ---\"); a single-file COMTRADE record holds its "
             "configuration and its data in such sections");

@@ -15,7 +15,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-constexpr const char* kCfg1991 =
+constexpr const char* config_of_1991 =
     "Station,Recorder\n"
     "3,2A,1D\n"
     "1,Ua,A,,V,0.5,10,0,-32767,32767\n"
@@ -48,11 +48,11 @@ struct Cfg {
   }
 };
 
-constexpr const char* kThreeRows = "1,0,1,2\n2,1000,3,4\n3,2000,5,6\n";
+constexpr const char* three_rows = "1,0,1,2\n2,1000,3,4\n3,2000,5,6\n";
 
 std::string little_endian(std::uint32_t value, int bytes) {
   std::string text;
-  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i) & 0xFFU);
+  for (int i = 0; i < bytes; i++) text += static_cast<char>(value >> (8 * i) & 0xFFU);
   return text;
 }
 
@@ -85,7 +85,7 @@ using Samples = std::vector<double>;
 // --- what a good record gives ----------------------------------------------------------------------------------------
 
 TEST_F(ComtradeReader, ReadsRevision1991) {
-  const Record record = read(kCfg1991, "1,0,2,-3,0\n2,1000,4,5,1\n3,2000,-6,0,1\n");
+  const Record record = read(config_of_1991, "1,0,2,-3,0\n2,1000,4,5,1\n3,2000,-6,0,1\n");
   EXPECT_EQ(record.file, folder.path("r.cfg"));
   EXPECT_EQ(record.format, "COMTRADE 1991 ASCII");
   EXPECT_EQ(record.station, "Station");
@@ -108,7 +108,7 @@ TEST_F(ComtradeReader, ReadsRevision1991) {
 }
 
 TEST_F(ComtradeReader, ReadsRevision1999WithTransformerRatio) {
-  const Record record = read(Cfg{}.text(), kThreeRows);
+  const Record record = read(Cfg{}.text(), three_rows);
   EXPECT_EQ(record.format, "COMTRADE 1999 ASCII");
   ASSERT_EQ(record.channels.size(), 2U);
   EXPECT_EQ(record.channels[0].samples, (Samples{10.5, 11.5, 12.5}));
@@ -125,7 +125,7 @@ TEST_F(ComtradeReader, ReadsRevision2013WithAndWithoutTimeZoneLines) {
     Cfg cfg;
     cfg.year = "2013";
     cfg.tail = tail;
-    const Record record = read(cfg.text(), kThreeRows);
+    const Record record = read(cfg.text(), three_rows);
     EXPECT_EQ(record.format, "COMTRADE 2013 ASCII");
     EXPECT_EQ(record.channels[1].samples, (Samples{4, 8, 12}));
     EXPECT_TRUE(record.notes.empty());
@@ -136,7 +136,7 @@ TEST_F(ComtradeReader, ReadsUnknownRevisionsAs1999AndSaysSo) {
   for (const std::string year : {"2000", "2001", "0", "1997", "2022"}) {
     Cfg cfg;
     cfg.year = year;
-    const Record record = read(cfg.text(), kThreeRows);
+    const Record record = read(cfg.text(), three_rows);
     EXPECT_EQ(record.format, "COMTRADE 1999 ASCII");
     EXPECT_EQ(record.channels[0].samples, (Samples{10.5, 11.5, 12.5}));
     EXPECT_EQ(record.notes, Strings{"Line 1 of the configuration file: revision year '" + year +
@@ -157,7 +157,7 @@ TEST_F(ComtradeReader, ReadsBinaryData) {
 
 TEST_F(ComtradeReader, ReadsBinaryDataOfAllRevisions) {
   const std::string rows = binary_row(1, {2, 0, 1}) + binary_row(2, {4, 0, 1}) + binary_row(3, {6, 0, 1});
-  std::string cfg_1991 = kCfg1991;
+  std::string cfg_1991 = config_of_1991;
   cfg_1991.replace(cfg_1991.find("ASCII"), 5, "BINARY");
   EXPECT_EQ(read(cfg_1991, rows).format, "COMTRADE 1991 BINARY");
   EXPECT_EQ(read(cfg_1991, rows).channels[0].samples, (Samples{11, 12, 13}));
@@ -176,9 +176,9 @@ TEST_F(ComtradeReader, StepsOverDigitalWordsOfSixteenChannelsEach) {
     Cfg cfg;
     cfg.type = "BINARY";
     cfg.counts = std::to_string(2 + digitals) + ",2A," + std::to_string(digitals) + "D";
-    for (int i = 1; i <= digitals; ++i) cfg.digital_lines += std::to_string(i) + ",D,,,0\n";
+    for (int i = 1; i <= digitals; i++) cfg.digital_lines += std::to_string(i) + ",D,,,0\n";
     std::string rows;
-    for (std::uint32_t n = 1; n <= 3; ++n) {
+    for (std::uint32_t n = 1; n <= 3; n++) {
       std::vector<int> row = {static_cast<int>(n), 7};
       row.insert(row.end(), words, 0xA5A5);
       rows += binary_row(n, row);
@@ -199,7 +199,7 @@ TEST_F(ComtradeReader, CountsDigitalColumnsOfAsciiData) {
 TEST_F(ComtradeReader, ReadsTheTypeOfDataInAnyLetterCase) {
   Cfg cfg;
   cfg.type = "  Ascii ";
-  EXPECT_EQ(read(cfg.text(), kThreeRows).format, "COMTRADE 1999 ASCII");
+  EXPECT_EQ(read(cfg.text(), three_rows).format, "COMTRADE 1999 ASCII");
   cfg.type = "binary";
   cfg.rates = "1\n1000,1\n";
   EXPECT_EQ(read(cfg.text(), binary_row(1, {0, 0})).format, "COMTRADE 1999 BINARY");
@@ -258,7 +258,7 @@ TEST_F(ComtradeReader, ReadsDecimalsAndExponentsInAsciiData) {
 TEST_F(ComtradeReader, AcceptsZeroScale) {
   std::string cfg = Cfg{}.text();
   cfg.replace(cfg.find("0.5,10,"), 7, "0,10,");
-  EXPECT_EQ(read(cfg, kThreeRows).channels[0].samples, (Samples{10, 10, 10}));
+  EXPECT_EQ(read(cfg, three_rows).channels[0].samples, (Samples{10, 10, 10}));
 }
 
 TEST_F(ComtradeReader, GivesMissingAsciiValuesAsNaN) {
@@ -284,7 +284,7 @@ TEST_F(ComtradeReader, GivesMissingBinaryValuesAsNaN) {
 TEST_F(ComtradeReader, ReadsSeveralSamplingRates) {
   Cfg cfg;
   cfg.rates = "2\n1000,1\n20.5,3\n";
-  const Record record = read(cfg.text(), kThreeRows);
+  const Record record = read(cfg.text(), three_rows);
   ASSERT_EQ(record.rates.size(), 2U);
   EXPECT_EQ(record.rates[0].rate, 1000);
   EXPECT_EQ(record.rates[0].end, 1U);
@@ -295,7 +295,7 @@ TEST_F(ComtradeReader, ReadsSeveralSamplingRates) {
 TEST_F(ComtradeReader, TakesTheRateFromTheTimeStampsWhenNoneIsStated) {
   Cfg cfg;
   cfg.rates = "0\n0,3\n";
-  const Record record = read(cfg.text(), kThreeRows);
+  const Record record = read(cfg.text(), three_rows);
   ASSERT_EQ(record.rates.size(), 1U);
   EXPECT_EQ(record.rates[0].rate, 1000);
   EXPECT_EQ(record.rates[0].end, 3U);
@@ -307,7 +307,7 @@ TEST_F(ComtradeReader, TakesTheRateFromTheTimeStampsWhenNoneIsStated) {
 TEST_F(ComtradeReader, ReadsFewerSamplesThanDeclaredAndSaysSo) {
   Cfg cfg;
   cfg.rates = "3\n1000,2\n500,5\n100,2147483648\n";
-  const Record record = read(cfg.text(), kThreeRows);
+  const Record record = read(cfg.text(), three_rows);
   ASSERT_EQ(record.rates.size(), 2U);
   EXPECT_EQ(record.rates[1].rate, 500);
   EXPECT_EQ(record.rates[1].end, 3U);
@@ -317,7 +317,7 @@ TEST_F(ComtradeReader, ReadsFewerSamplesThanDeclaredAndSaysSo) {
 TEST_F(ComtradeReader, ReadsMoreSamplesThanDeclaredAtTheLastRate) {
   Cfg cfg;
   cfg.rates = "2\n1000,1\n500,2\n";
-  const Record record = read(cfg.text(), kThreeRows);
+  const Record record = read(cfg.text(), three_rows);
   EXPECT_EQ(record.length(), 3U);
   ASSERT_EQ(record.rates.size(), 2U);
   EXPECT_EQ(record.rates[1].rate, 500);
@@ -328,7 +328,7 @@ TEST_F(ComtradeReader, ReadsMoreSamplesThanDeclaredAtTheLastRate) {
 TEST_F(ComtradeReader, RefusesRatesThatRunBackwards) {
   Cfg cfg;
   cfg.rates = "2\n1000,3\n500,2\n";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+  EXPECT_EQ(refusal(cfg.text(), three_rows),
             in_cfg("line 8: this sampling rate ends with sample 2, but the one before with sample 3; correct the line: "
                    "last samples are counted from the start of the record"));
 }
@@ -336,25 +336,25 @@ TEST_F(ComtradeReader, RefusesRatesThatRunBackwards) {
 TEST_F(ComtradeReader, RefusesRatesThatAreNone) {
   Cfg cfg;
   cfg.rates = "1\n-1000,3\n";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows), in_cfg("line 7: sampling rate 1 of 1 is negative; correct the line"));
+  EXPECT_EQ(refusal(cfg.text(), three_rows), in_cfg("line 7: sampling rate 1 of 1 is negative; correct the line"));
   cfg.rates = "1\nfast,3\n";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+  EXPECT_EQ(refusal(cfg.text(), three_rows),
             in_cfg("line 7: sampling rate 1 of 1: 'fast' is not a number; correct the line"));
   cfg.rates = "1\n1000\n";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+  EXPECT_EQ(refusal(cfg.text(), three_rows),
             in_cfg("line 7: sampling rate 1 of 1 needs a rate and the number of its last sample; correct the line"));
   cfg.rates = "1\n1000,2.5\n";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+  EXPECT_EQ(refusal(cfg.text(), three_rows),
             in_cfg("line 7: sampling rate 1 of 1: the last sample '2.5' is not a sample number; correct the line"));
   cfg.rates = "one\n1000,3\n";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+  EXPECT_EQ(refusal(cfg.text(), three_rows),
             in_cfg("line 6: 'one' is not a number of sampling rates; correct the line"));
 }
 
 TEST_F(ComtradeReader, TakesNoMemoryForClaimedRates) {
   Cfg cfg;
   cfg.rates = "4000000000\n1000,3\n";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+  EXPECT_EQ(refusal(cfg.text(), three_rows),
             in_cfg("line 8: sampling rate 2 of 4000000000: '31/12/1998' is not a number; correct the line"));
 }
 
@@ -364,7 +364,7 @@ TEST_F(ComtradeReader, NotesALineFrequencyThatSaysNothing) {
   for (const std::string frequency : {"0", "unknown", "", "-50"}) {
     Cfg cfg;
     cfg.frequency = frequency;
-    const Record record = read(cfg.text(), kThreeRows);
+    const Record record = read(cfg.text(), three_rows);
     EXPECT_EQ(record.line_frequency, 0);
     EXPECT_EQ(record.notes,
               Strings{"Line 5 of the configuration file: the line frequency '" + frequency + "' says nothing."});
@@ -375,7 +375,7 @@ TEST_F(ComtradeReader, NotesATotalThatIsNotTheSum) {
   Cfg cfg;
   cfg.counts = "7,2A,0D";
   EXPECT_EQ(
-      read(cfg.text(), kThreeRows).notes,
+      read(cfg.text(), three_rows).notes,
       Strings{"Line 2 of the configuration file: the total '7' is not the sum of 2 analog and 0 digital channels, "
               "which are used."});
 }
@@ -421,7 +421,7 @@ TEST_F(ComtradeReader, RefusesBinaryDataWithAJumpInSampleNumbers) {
   Cfg cfg;
   cfg.type = "BINARY";
   std::string rows;
-  for (std::uint32_t n = 1; n <= 12; ++n) rows += binary_row(n, {1, 2});
+  for (std::uint32_t n = 1; n <= 12; n++) rows += binary_row(n, {1, 2});
   EXPECT_EQ(refusal(cfg.text(), rows + binary_row(900, {1, 2})),
             in_dat("row 13 (byte 144): sample number jumps from 12 to 900: the data are damaged, perhaps by an "
                    "end-of-line conversion; copy the file again in binary mode, and make sure that the .cfg belongs to "
@@ -432,7 +432,7 @@ TEST_F(ComtradeReader, FindsWhatAnEndOfLineConversionDidToBinaryData) {
   Cfg cfg;
   cfg.type = "BINARY";
   std::string rows;
-  for (std::uint32_t n = 1; n <= 20; ++n) rows += binary_row(n, {1, 2});
+  for (std::uint32_t n = 1; n <= 20; n++) rows += binary_row(n, {1, 2});
   rows.insert(rows.find('\n'), 1, '\r');  // in row 10, whose number is a line feed
   EXPECT_NE(refusal(cfg.text(), rows).find("row 10 (byte 108): sample number jumps from 9 to 2573"), std::string::npos);
 }
@@ -464,14 +464,14 @@ TEST_F(ComtradeReader, NotesSampleNumbersThatStartAgain) {
 
 TEST_F(ComtradeReader, NamesTheLineOfAMissingChannel) {
   const std::string cfg = "Station,Recorder,1999\n999999,999999A,0D\n1,Ua,A,,V,1,0,0,0,0,1,1,P\n";
-  EXPECT_EQ(refusal(cfg, kThreeRows),
-            in_cfg("line 4: the file ends where analog channel 2 of 999999 should be; get the "
-                   "whole configuration file"));
+  EXPECT_EQ(refusal(cfg, three_rows),
+            in_cfg("line 4: the file ends where analog channel 2 of 999999 should be; get the whole configuration "
+                   "file"));
 }
 
 TEST_F(ComtradeReader, NamesTheLineOfAMissingDigitalChannel) {
   const std::string cfg = "S,R,1999\n4294967296,1A,4294967295D\n1,Ua,A,,V,1,0,0,0,0,1,1,P\n1,D,,,0\n";
-  EXPECT_EQ(refusal(cfg, kThreeRows), in_cfg("line 5: the file ends where digital channel 2 of 4294967295 should be; "
+  EXPECT_EQ(refusal(cfg, three_rows), in_cfg("line 5: the file ends where digital channel 2 of 4294967295 should be; "
                                              "get the whole configuration file"));
 }
 
@@ -482,49 +482,49 @@ TEST_F(ComtradeReader, RefusesAConfigurationThatEndsEarly) {
       "the line frequency",           "the number of sampling rates", "sampling rate 1 of 1",
       "the time of the first sample", "the time of the trigger",      "the type of the data file"};
   std::size_t end = 0;
-  for (std::size_t i = 0; i < parts.size(); ++i) {
+  for (std::size_t i = 0; i < parts.size(); i++) {
     end = whole.find('\n', end) + 1;
-    EXPECT_EQ(refusal(whole.substr(0, end), kThreeRows),
+    EXPECT_EQ(refusal(whole.substr(0, end), three_rows),
               in_cfg("line " + std::to_string(i + 2) + ": the file ends where " + parts[i] +
                      " should be; get the whole configuration file"));
   }
-  EXPECT_EQ(refusal("", kThreeRows),
+  EXPECT_EQ(refusal("", three_rows),
             in_cfg("line 1: the file ends where the station name should be; get the whole configuration file"));
 }
 
 TEST_F(ComtradeReader, RefusesAFileThatIsNoConfiguration) {
-  EXPECT_EQ(refusal("Dear reader,\nhello\n", kThreeRows),
+  EXPECT_EQ(refusal("Dear reader,\nhello\n", three_rows),
             in_cfg("line 2: total, analog and digital numbers of channels expected, found 'hello'; make sure that this "
                    "is a COMTRADE configuration file with a line such as 6,4A,2D"));
-  EXPECT_EQ(refusal("S,R,1999\n6,4,2\n", kThreeRows),
+  EXPECT_EQ(refusal("S,R,1999\n6,4,2\n", three_rows),
             in_cfg("line 2: '4' is not a count of analog (A) channels; make sure that this is a COMTRADE configuration "
                    "file with a line such as 6,4A,2D"));
-  EXPECT_EQ(refusal("S,R,1999\n6,4A,-2D\n", kThreeRows),
+  EXPECT_EQ(refusal("S,R,1999\n6,4A,-2D\n", three_rows),
             in_cfg("line 2: '-2D' is not a count of digital (D) channels; make sure that this is a COMTRADE "
                    "configuration file with a line such as 6,4A,2D"));
 }
 
 TEST_F(ComtradeReader, RefusesARecordWithoutAnalogChannels) {
-  EXPECT_EQ(refusal("S,R,1999\n0,0A,0D\n", kThreeRows),
+  EXPECT_EQ(refusal("S,R,1999\n0,0A,0D\n", three_rows),
             in_cfg("line 2: the record has no analog channels; choose a record with voltages"));
 }
 
 TEST_F(ComtradeReader, RefusesAChannelLineThatIsTooShort) {
-  EXPECT_EQ(refusal("S,R,1999\n2,1A,1D\n1,Ua,A,,V,1,0\n", kThreeRows),
+  EXPECT_EQ(refusal("S,R,1999\n2,1A,1D\n1,Ua,A,,V,1,0\n", three_rows),
             in_cfg("line 3: analog channel 1 of 1 has 7 fields where at least 10 belong; correct the line"));
 }
 
 TEST_F(ComtradeReader, RefusesAScaleThatIsNoNumber) {
-  EXPECT_EQ(refusal("S,R,1999\n1,1A,0D\n1,Ua,A,,V,one,0,0,0,0\n", kThreeRows),
+  EXPECT_EQ(refusal("S,R,1999\n1,1A,0D\n1,Ua,A,,V,one,0,0,0,0\n", three_rows),
             in_cfg("line 3: analog channel 1 of 1: the scale factor 'one' is not a number; correct the line"));
-  EXPECT_EQ(refusal("S,R,1999\n1,1A,0D\n1,Ua,A,,V,1,inf,0,0,0\n", kThreeRows),
+  EXPECT_EQ(refusal("S,R,1999\n1,1A,0D\n1,Ua,A,,V,1,inf,0,0,0\n", three_rows),
             in_cfg("line 3: analog channel 1 of 1: the offset 'inf' is not a number; correct the line"));
 }
 
 TEST_F(ComtradeReader, RefusesOtherTypesOfData) {
   Cfg cfg;
   cfg.type = "ZIP";
-  EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+  EXPECT_EQ(refusal(cfg.text(), three_rows),
             in_cfg("line 10: 'ZIP' is not a type of data; correct the line to what the data are: ASCII, BINARY, "
                    "BINARY32 or FLOAT32"));
 }
@@ -533,7 +533,7 @@ TEST_F(ComtradeReader, RefusesTextWhereBinaryDataBelong) {
   for (const std::string type : {"BINARY", "BINARY32", "FLOAT32"}) {
     Cfg cfg;
     cfg.type = type;
-    EXPECT_EQ(refusal(cfg.text(), kThreeRows),
+    EXPECT_EQ(refusal(cfg.text(), three_rows),
               in_dat("byte 0: the data are text where " + type +
                      " belongs; correct the type of data in the .cfg to ASCII, and make sure that it belongs to this "
                      "file"));
@@ -566,7 +566,7 @@ TEST_F(ComtradeReader, RefusesARecordWithoutSamples) {
 
 TEST_F(ComtradeReader, FindsThePartnerInAnyLetterCase) {
   const std::string cfg = folder.write("Fault 1.CFG", Cfg{}.text());
-  const std::string dat = folder.write("fault 1.Dat", kThreeRows);
+  const std::string dat = folder.write("fault 1.Dat", three_rows);
   EXPECT_EQ(read_comtrade(cfg).length(), 3U);
   EXPECT_EQ(read_comtrade(dat).length(), 3U);
   EXPECT_EQ(read_comtrade(dat).file, dat);
@@ -578,14 +578,14 @@ TEST_F(ComtradeReader, PrefersThePartnerThatIsWrittenAlike) {
   const std::string small = folder.write("r.cfg", Cfg{}.text());
   folder.write("r.dat", "1,0,1,2\n2,0,3,4\n");
   const std::string mixed = folder.write("r.CFG", Cfg{}.text());
-  folder.write("r.DAT", kThreeRows);
+  folder.write("r.DAT", three_rows);
   EXPECT_EQ(read_comtrade(large).length(), 1U);
   EXPECT_EQ(read_comtrade(small).length(), 2U);
   EXPECT_EQ(read_comtrade(mixed).length(), 3U);
 }
 
 TEST_F(ComtradeReader, KeepsToTheNameBeforeTheLastDot) {
-  folder.write("a.cfg.dat", kThreeRows);
+  folder.write("a.cfg.dat", three_rows);
   folder.write("a.dat", "1,0,1,2\n");
   EXPECT_EQ(read_comtrade(folder.write("a.cfg.cfg", Cfg{}.text())).length(), 3U);
 }
@@ -595,7 +595,7 @@ TEST_F(ComtradeReader, NamesTheMissingPartner) {
   EXPECT_EQ(refusal_of([&] { read_comtrade(cfg); }),
             folder.path("alone.dat") + ": there is no such file beside " + cfg +
                 ", in capital or small letters, and a record needs both; put the .dat file of the record there");
-  const std::string dat = folder.write("lone.dat", kThreeRows);
+  const std::string dat = folder.write("lone.dat", three_rows);
   EXPECT_EQ(refusal_of([&] { read_comtrade(dat); }),
             folder.path("lone.cfg") + ": there is no such file beside " + dat +
                 ", in capital or small letters, and a record needs both; put the .cfg file of the record there");

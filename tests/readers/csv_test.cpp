@@ -200,8 +200,7 @@ TEST(CsvReader, PrefersTheTimesToAGivenRateAndSaysSo) {
   const Record record = read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {500});
   EXPECT_EQ(record.rates[0].rate, 1000);
   EXPECT_EQ(record.notes,
-            Strings{"The rate given (500 samples per second) was not used, as the times in the table make "
-                    "it 1000."});
+            Strings{"The rate given (500 samples per second) was not used, as the times in the table make it 1000."});
   EXPECT_TRUE(read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {1000}).notes.empty());
 }
 
@@ -216,7 +215,7 @@ TEST(CsvReader, AllowsForTheRoundingOfWrittenTimes) {
   std::string shortest = "t,Ua\n";
   std::string six_digits = "t,Ua\n";
   char number[64];
-  for (int i = 0; i < 20000; ++i) {
+  for (int i = 0; i < 20000; i++) {
     const double time = i / 6400.0;
     std::snprintf(number, sizeof number, "%.5f,1\n", time);
     fixed += number;
@@ -232,7 +231,7 @@ TEST(CsvReader, AllowsForTheRoundingOfWrittenTimes) {
 
 TEST(CsvReader, AllowsForTimesWrittenMoreCoarselyThanTheyStep) {
   std::string table = "t_ms,Ua\n";
-  for (int i = 0; i < 6400; ++i) table += std::to_string(i * 1000 / 6400) + ",1\n";
+  for (int i = 0; i < 6400; i++) table += std::to_string(i * 1000 / 6400) + ",1\n";
   EXPECT_NEAR(read_csv("t.csv", table).rates[0].rate, 6400, 7);
 }
 
@@ -253,7 +252,7 @@ TEST(CsvReader, NamesTheLineWhereTheTimeJumps) {
 
 TEST(CsvReader, FindsALostRowWhateverTheRestOfTheTimesIs) {
   std::string table = "t,Ua\n";
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < 1000; i++) {
     if (i != 700) table += std::to_string(0.00015625 * i) + ",1\n";  // six decimals
   }
   EXPECT_EQ(refusal(table).substr(0, 17), "t.csv: line 702: ");
@@ -398,7 +397,7 @@ TEST(CsvReader, SeesThatDaysAreMissing) {
 
 TEST(CsvReader, NamesTheRateThatRoundedTimesMake) {
   std::string table = "t,Ua\n";
-  for (int i = 0; i < 30; ++i) table += "10:00:00.0" + std::string(1, static_cast<char>('0' + i * 5 / 16)) + ",1\n";
+  for (int i = 0; i < 30; i++) table += "10:00:00.0" + std::string(1, static_cast<char>('0' + i * 5 / 16)) + ",1\n";
   const Record record = read_csv("t.csv", table);
   EXPECT_NEAR(record.rates[0].rate, 29 / 0.09, 1e-6);
   EXPECT_EQ(record.notes, Strings{"The times are rounded to 0.01 s; all together they make the sampling rate 322.222 "
@@ -432,8 +431,7 @@ TEST(CsvReader, FindsARowThatIsMissingBetweenTimeStamps) {
 
 TEST(CsvReader, RefusesStrayQuotationMarks) {
   const std::string rest =
-      "a quotation mark stands alone or in the middle of a cell; put cells that need quotation marks "
-      "in a pair of them";
+      "a quotation mark stands alone or in the middle of a cell; put cells that need quotation marks in a pair of them";
   EXPECT_EQ(refusal("Ua,Ub\n1,2\"3\n", 50), "t.csv: line 2: " + rest);
   EXPECT_EQ(refusal("Ua,Ub\n1,\"2\n3,4\n", 50), "t.csv: line 3: " + rest);
 }

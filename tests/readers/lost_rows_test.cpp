@@ -32,7 +32,7 @@ struct Rows {
   std::vector<std::size_t> kept = {};
 
   Rows() {
-    for (std::size_t row = 1; row <= 100; ++row) kept.push_back(row);
+    for (std::size_t row = 1; row <= 100; row++) kept.push_back(row);
   }
 
   [[nodiscard]] Rows without(std::size_t first, std::size_t last) const {
@@ -64,7 +64,7 @@ struct Rows {
   [[nodiscard]] std::string binary_row(std::size_t row) const {
     const auto little_endian = [](std::uint32_t value, int bytes) {
       std::string text;
-      for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i) & 0xFFU);
+      for (int i = 0; i < bytes; i++) text += static_cast<char>(value >> (8 * i) & 0xFFU);
       return text;
     };
     return little_endian(static_cast<std::uint32_t>(number(row)), 4) +
@@ -86,7 +86,7 @@ class LostRows : public testing::Test {
     ASSERT_EQ(record.length(), 100U);
     const std::vector<double>& samples = record.channels[0].samples;
     ASSERT_EQ(samples.size(), 100U);
-    for (std::size_t i = 1; i <= 100; ++i) {
+    for (std::size_t i = 1; i <= 100; i++) {
       if (i >= first && i <= last) {
         EXPECT_TRUE(std::isnan(samples[i - 1])) << i;
       } else {

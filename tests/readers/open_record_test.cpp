@@ -13,10 +13,10 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr const char* kCfg =
+constexpr const char* config =
     "S,R,1999\n2,2A,0D\n1,Ua,A,,V,1,0,0,0,0,1,1,P\n2,Ub,B,,V,1,0,0,0,0,1,1,P\n50\n1\n1000,2\nd,t\nd,t\nASCII\n1\n";
-constexpr const char* kDat = "1,0,5,6\n2,0,7,8\n";
-constexpr const char* kTable = "t,Ua,Ub\n0,5,6\n0.001,7,8\n";
+constexpr const char* data = "1,0,5,6\n2,0,7,8\n";
+constexpr const char* small_table = "t,Ua,Ub\n0,5,6\n0.001,7,8\n";
 
 class OpenRecord : public testing::Test {
  protected:
@@ -31,12 +31,12 @@ class OpenRecord : public testing::Test {
 };
 
 TEST_F(OpenRecord, TakesExtensionsInAnyLetterCase) {
-  const std::string cfg = folder.write("R.Cfg", kCfg);
-  const std::string dat = folder.write("R.daT", kDat);
+  const std::string cfg = folder.write("R.Cfg", config);
+  const std::string dat = folder.write("R.daT", data);
   EXPECT_EQ(open_record(cfg).format, "COMTRADE 1999 ASCII");
   EXPECT_EQ(open_record(dat).format, "COMTRADE 1999 ASCII");
   for (const char* name : {"r.csv", "r.CSV", "r.tsv", "r.Txt"}) {
-    EXPECT_EQ(open_record(folder.write(name, kTable)).format, "CSV") << name;
+    EXPECT_EQ(open_record(folder.write(name, small_table)).format, "CSV") << name;
   }
 }
 
@@ -50,14 +50,14 @@ TEST_F(OpenRecord, HandsTheRateToTables) {
 }
 
 TEST_F(OpenRecord, ReadsTablesUnderOtherNames) {
-  EXPECT_EQ(open_record(folder.write("r.log", kTable)).channels.size(), 2U);
-  EXPECT_EQ(open_record(folder.write("table", kTable)).channels.size(), 2U);
+  EXPECT_EQ(open_record(folder.write("r.log", small_table)).channels.size(), 2U);
+  EXPECT_EQ(open_record(folder.write("table", small_table)).channels.size(), 2U);
 }
 
 TEST_F(OpenRecord, RefusesOtherFilesWithTheListOfWhatIsRead) {
   const std::string expected =
-      "is not a kind of record that is read; what is read: COMTRADE records (.cfg with .dat, or .cff) and CSV "
-      "files (.csv, .tsv, .txt); - for standard input takes .cff and CSV";
+      "is not a kind of record that is read; what is read: COMTRADE records (.cfg with .dat, or .cff) and CSV files "
+      "(.csv, .tsv, .txt); - for standard input takes .cff and CSV";
   EXPECT_EQ(refusal("r.bin", "a,b\0c,d"s), expected);
   EXPECT_EQ(refusal("r.doc", "no separators here\n1,2\n"), expected);
   EXPECT_EQ(refusal("empty", ""), expected);
@@ -88,7 +88,7 @@ TEST_F(OpenRecord, RefusesAFolder) {
 }
 
 TEST_F(OpenRecord, ShowsFileNamesInert) {
-  const std::string path = folder.write("bad\x1B[1m\xFF.csv", kTable);
+  const std::string path = folder.write("bad\x1B[1m\xFF.csv", small_table);
   EXPECT_EQ(open_record(path).file, folder.path("bad[1m\xEF\xBF\xBD.csv"));
   EXPECT_EQ(
       refusal_of([&] { open_record(folder.path("\x07.csv")); }),
@@ -100,7 +100,7 @@ TEST_F(OpenRecord, NotesMissingValues) {
   EXPECT_EQ(open_record(table).notes,
             std::vector<std::string>{"2 values are missing, the first being sample 3 of channel 1 'Ua'."});
   folder.write("r.dat", "1,0,5,6\n2,0,7,99999\n");
-  EXPECT_EQ(open_record(folder.write("r.cfg", kCfg)).notes,
+  EXPECT_EQ(open_record(folder.write("r.cfg", config)).notes,
             std::vector<std::string>{"1 value is missing, the first being sample 2 of channel 2 'Ub'."});
 }
 

@@ -11,8 +11,6 @@
 namespace readers {
 namespace {
 
-constexpr double kGap = std::numeric_limits<double>::quiet_NaN();
-
 struct Place {
   std::size_t begin;
   std::size_t end;
@@ -66,8 +64,8 @@ Record gapped(const std::vector<Place>& gaps, std::size_t length = 100) {
   for (Channel& channel : record.channels) channel.samples.assign(length, 1);
   std::size_t turn = 0;
   for (const Place& gap : gaps) {
-    for (std::size_t i = gap.begin; i < gap.end; ++i) record.channels[turn % 3].samples[i] = kGap;
-    ++turn;
+    for (std::size_t i = gap.begin; i < gap.end; i++) record.channels[turn % 3].samples[i] = no_value;
+    turn++;
   }
   return record;
 }
@@ -102,22 +100,22 @@ TEST(BridgedSamples, FollowASineThroughAQuarterCycle) {
   Record record = record_of({{1000, 200, 0}});
   record.channels.resize(1);
   const auto sine = [](std::size_t i) { return 100 * std::sin(2 * std::numbers::pi * static_cast<double>(i) / 20); };
-  for (std::size_t i = 0; i < 200; ++i) record.channels[0].samples.push_back(i >= 103 && i < 108 ? kGap : sine(i));
+  for (std::size_t i = 0; i < 200; i++) record.channels[0].samples.push_back(i >= 103 && i < 108 ? no_value : sine(i));
   const auto bridged = bridged_samples(record, 0, {0, 200, 1000, 0}, 2);
   EXPECT_EQ(bridged.bridged, 5U);
   EXPECT_EQ(bridged.first, 103U);
   EXPECT_EQ(bridged.longest_gap, 5U);
-  for (std::size_t i = 0; i < 200; ++i) EXPECT_NEAR(static_cast<double>(bridged.values[i]), 2 * sine(i), 8) << i;
+  for (std::size_t i = 0; i < 200; i++) EXPECT_NEAR(static_cast<double>(bridged.values[i]), 2 * sine(i), 8) << i;
 }
 
 TEST(BridgedSamples, JoinAStraightLineExactly) {
   Record record = record_of({{1000, 12, 0}});
   record.channels.resize(1);
-  for (int i = 0; i < 12; ++i) record.channels[0].samples.push_back(i == 4 || i == 5 || i == 8 ? kGap : i);
+  for (int i = 0; i < 12; i++) record.channels[0].samples.push_back(i == 4 || i == 5 || i == 8 ? no_value : i);
   const auto bridged = bridged_samples(record, 0, {2, 12, 1000, 0}, 1);
   EXPECT_EQ(bridged.bridged, 3U);
   EXPECT_EQ(bridged.first, 4U);
-  for (std::size_t i = 0; i < 10; ++i)
+  for (std::size_t i = 0; i < 10; i++)
     EXPECT_NEAR(static_cast<double>(bridged.values[i]), static_cast<double>(i + 2), 1e-5);
 }
 

@@ -14,11 +14,10 @@ using namespace std::string_literals;
 using Samples = std::vector<double>;
 using Strings = std::vector<std::string>;
 
-constexpr const char* kNoSections =
+constexpr const char* no_sections =
     "r.cff: has no sections (\"--- file type: CFG ---\"); a single-file COMTRADE record holds its configuration and "
-    "its "
-    "data in such sections";
-constexpr const char* kNoData =
+    "its data in such sections";
+constexpr const char* no_data =
     "r.cff: has no data section (\"--- file type: DAT ASCII ---\"); a single-file COMTRADE record holds its "
     "configuration and its data in such sections";
 
@@ -65,7 +64,7 @@ std::string with_crlf(const std::string& text) {
 }
 
 /// Three rows of the same samples as 16-bit values.
-const std::string kBinaryRows =
+const std::string binary_rows =
     "\x01\0\0\0\0\0\0\0\x01\0\x02\0"
     "\x02\0\0\0\xE8\x03\0\0\x03\0\x04\0"
     "\x03\0\0\0\xD0\x07\0\0\x05\0\x06\0"s;
@@ -74,7 +73,7 @@ Cff binary() {
   Cff cff;
   cff.type = "BINARY";
   cff.dat_line = "--- file type: DAT BINARY: 36 ---\n";
-  cff.data = kBinaryRows;
+  cff.data = binary_rows;
   return cff;
 }
 
@@ -103,7 +102,7 @@ TEST(SingleComtradeReader, IsReadWithBinaryData) {
   const Record record = read(binary().text());
   expect_whole(record);
   EXPECT_EQ(record.format, "COMTRADE 2013 BINARY");
-  expect_whole(read(with_crlf(binary().text().substr(0, binary().text().size() - kBinaryRows.size())) + kBinaryRows));
+  expect_whole(read(with_crlf(binary().text().substr(0, binary().text().size() - binary_rows.size())) + binary_rows));
 }
 
 TEST(SingleComtradeReader, TakesBinaryDataThatLookLikeTextForData) {
@@ -176,18 +175,18 @@ TEST(SingleComtradeReader, NotesOddities) {
 TEST(SingleComtradeReader, IsRefusedWithoutSections) {
   for (const auto& content : {""s, "\n\n"s, Cff{}.cfg(), "t,Ua\n0,1\n"s, "--- file type: CFG\n" + Cff{}.cfg(),
                               "- file type: CFG ---\n" + Cff{}.cfg(), "\xFF\xFE-\0-\0"s}) {
-    EXPECT_EQ(refusal(content), kNoSections) << content;
+    EXPECT_EQ(refusal(content), no_sections) << content;
   }
 }
 
 TEST(SingleComtradeReader, IsRefusedWithoutData) {
   Cff cff;
   cff.dat_line = "";
-  EXPECT_EQ(refusal(cff.text()), kNoData);
+  EXPECT_EQ(refusal(cff.text()), no_data);
   cff.dat_line = "--- file type: DAT ASCII\n";
-  EXPECT_EQ(refusal(cff.text()), kNoData);
-  EXPECT_EQ(refusal("--- file type: CFG ---"), kNoData);
-  EXPECT_EQ(refusal("--- file type: HDR ---\nDear reader\n"), kNoData);
+  EXPECT_EQ(refusal(cff.text()), no_data);
+  EXPECT_EQ(refusal("--- file type: CFG ---"), no_data);
+  EXPECT_EQ(refusal("--- file type: HDR ---\nDear reader\n"), no_data);
 }
 
 TEST(SingleComtradeReader, IsRefusedWithAnEmptyDataSection) {
@@ -224,7 +223,7 @@ TEST(SingleComtradeReader, NamesTheLineOfItsConfigurationWhereThatEnds) {
       "the line frequency",           "the number of sampling rates", "sampling rate 1 of 1",
       "the time of the first sample", "the time of the trigger",      "the type of the data file"};
   std::size_t end = 0;
-  for (std::size_t i = 0; i < parts.size(); ++i) {
+  for (std::size_t i = 0; i < parts.size(); i++) {
     end = cff.cfg().find('\n', end) + 1;
     EXPECT_EQ(refusal(cff.cfg_line + cff.cfg().substr(0, end) + cff.between + cff.dat_line + cff.data),
               "r.cff, CFG section: line " + std::to_string(i + 2) + ": the file ends where " + parts[i] +
@@ -237,8 +236,8 @@ TEST(SingleComtradeReader, NamesTheLineOfItsSectionThatIsWrong) {
   cff.data = "1,0,1,2\n2,1000,3,four\n3,2000,5,6\n";
   EXPECT_EQ(
       refusal(cff.text()),
-      "r.cff, DAT section: line 2: 'four' is not a number (analog channel 2); correct the line, and make sure that "
-      "the .cfg belongs to this file");
+      "r.cff, DAT section: line 2: 'four' is not a number (analog channel 2); correct the line, and make sure that the "
+      ".cfg belongs to this file");
   cff.type = "BINARY64";
   EXPECT_EQ(
       refusal(cff.text()),
@@ -266,7 +265,7 @@ TEST(SingleComtradeReader, IsReadAsFarAsItsBinaryDataGo) {
 
 TEST(SingleComtradeReader, IsRefusedWhereALineEndConversionHasDamagedBinaryData) {
   Cff cff = binary();
-  cff.data = with_crlf("\x01\0\0\0\0\0\0\0\x0A\0\x02\0"s + kBinaryRows.substr(12));
+  cff.data = with_crlf("\x01\0\0\0\0\0\0\0\x0A\0\x02\0"s + binary_rows.substr(12));
   EXPECT_TRUE(refusal(cff.text()).starts_with("r.cff, DAT section: row 2 (byte 12): sample number jumps from 1 to 512"))
       << refusal(cff.text());
 }
@@ -307,7 +306,7 @@ TEST(SingleComtradeReader, IsOpenedWithItsMissingValuesNoted) {
 TEST(SingleComtradeReader, NamesItsFileWhenItIsOpenedInVain) {
   const ScratchFolder folder;
   const std::string path = folder.write("r.cff", "Dear reader,\n");
-  EXPECT_EQ(refusal_of([&] { open_record(path); }), path + (kNoSections + std::string("r.cff").size()));
+  EXPECT_EQ(refusal_of([&] { open_record(path); }), path + (no_sections + std::string("r.cff").size()));
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ TEST(CitedText, IsInertAndShort) {
 
 TEST(CitedText, IsCutBetweenCharacters) {
   std::string forty;
-  for (int i = 0; i < 40; ++i) forty += "\xC2\xB5";
+  for (int i = 0; i < 40; i++) forty += "\xC2\xB5";
   EXPECT_EQ(cited(forty + forty), "'" + forty + "...'");
 }
 

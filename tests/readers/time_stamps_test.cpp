@@ -13,18 +13,17 @@ namespace {
 using Strings = std::vector<std::string>;
 using Stamps = std::vector<double>;
 
-constexpr double kMicroseconds = 1e-6;
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr double microseconds = 1e-6;
 
 /// Stamps from `first` on, `step` apart.
 Stamps even(std::size_t count, double step, double first = 0) {
   Stamps stamps;
-  for (std::size_t i = 0; i < count; ++i) stamps.push_back(std::round(first + step * static_cast<double>(i)));
+  for (std::size_t i = 0; i < count; i++) stamps.push_back(std::round(first + step * static_cast<double>(i)));
   return stamps;
 }
 
 TimeTable table_of(double rate, const Stamps& stamps) {
-  return read_time_stamps({{rate, stamps.size()}}, stamps, kMicroseconds, 0);
+  return read_time_stamps({{rate, stamps.size()}}, stamps, microseconds, 0);
 }
 
 // --- rates -----------------------------------------------------------------------------------------------------------
@@ -57,14 +56,14 @@ TEST(TimeStamps, MayRunOverTheEndOfSixteenOrThirtyTwoBits) {
 }
 
 TEST(TimeStamps, ThatAreMissingLeaveTheRateOpen) {
-  const TimeTable table = table_of(0, Stamps(50, kNone));
+  const TimeTable table = table_of(0, Stamps(50, no_value));
   EXPECT_EQ(table.sections[0].rate, 0);
   EXPECT_EQ(table.notes, Strings{"The file states no sampling rate, and its time stamps do not tell it."});
-  EXPECT_EQ(read_time_stamps({{0, 50}}, Stamps(50, kNone), kMicroseconds, 4000).sections[0].rate, 4000);
+  EXPECT_EQ(read_time_stamps({{0, 50}}, Stamps(50, no_value), microseconds, 4000).sections[0].rate, 4000);
 }
 
 TEST(TimeStamps, ThatAreMissingDoNotDisturbAStatedRate) {
-  const TimeTable table = table_of(1000, Stamps(50, kNone));
+  const TimeTable table = table_of(1000, Stamps(50, no_value));
   ASSERT_EQ(table.sections.size(), 1U);
   EXPECT_EQ(table.sections[0].rate, 1000);
   EXPECT_EQ(table.notes, Strings{});
@@ -81,7 +80,7 @@ TEST(TimeStamps, ThatDisagreeWithTheStatedRateAreSaidAndLeft) {
 
 TEST(TimeStamps, TakeTheRecordApartWhereTimeIsMissing) {
   Stamps stamps = even(100, 1000);
-  for (std::size_t i = 40; i < 100; ++i) stamps[i] += 2e6;
+  for (std::size_t i = 40; i < 100; i++) stamps[i] += 2e6;
   const TimeTable table = table_of(1000, stamps);
   ASSERT_EQ(table.sections.size(), 2U);
   EXPECT_EQ(table.sections[0].end, 40U);
@@ -94,7 +93,7 @@ TEST(TimeStamps, TakeTheRecordApartWhereTimeIsMissing) {
 
 TEST(TimeStamps, CountThePlacesWhereTimeIsMissing) {
   Stamps stamps = even(100, 1000);
-  for (std::size_t i = 40; i < 100; ++i) stamps[i] += i < 70 ? 1e5 : 2e5;
+  for (std::size_t i = 40; i < 100; i++) stamps[i] += i < 70 ? 1e5 : 2e5;
   EXPECT_EQ(table_of(1000, stamps).notes,
             Strings{"The time stamps jump forward by 0.1 s at sample 41; the record is taken apart there. There are 1 "
                     "more such places."});
@@ -102,7 +101,7 @@ TEST(TimeStamps, CountThePlacesWhereTimeIsMissing) {
 
 TEST(TimeStamps, ThatGoBackAreSaidAndLeaveTheRecordWhole) {
   Stamps stamps = even(100, 1000);
-  for (std::size_t i = 40; i < 100; ++i) stamps[i] -= 30000;
+  for (std::size_t i = 40; i < 100; i++) stamps[i] -= 30000;
   const TimeTable table = table_of(1000, stamps);
   EXPECT_EQ(table.sections.size(), 1U);
   EXPECT_EQ(table.notes, Strings{"The time stamps go back by 0.03 s at sample 41; the samples are taken to follow each "
@@ -113,11 +112,11 @@ TEST(TimeStamps, ThatAreLateFromSomewhereOnByAPartOfAStepSaySo) {
   Stamps stamps = even(100, 1000);
   stamps[20] += 400;
   EXPECT_EQ(table_of(1000, stamps).notes, Strings{}) << "one late stamp";
-  for (std::size_t i = 40; i < 100; ++i) stamps[i] += 400;
+  for (std::size_t i = 40; i < 100; i++) stamps[i] += 400;
   EXPECT_EQ(
       table_of(1000, stamps).notes,
-      Strings{"From sample 41 on the time stamps are 400 us later than the rate makes them; the samples are taken "
-              "to follow each other."});
+      Strings{"From sample 41 on the time stamps are 400 us later than the rate makes them; the samples are taken to "
+              "follow each other."});
 }
 
 TEST(TimeStamps, TellWhetherSectionsFollowEachOther) {
@@ -126,7 +125,7 @@ TEST(TimeStamps, TellWhetherSectionsFollowEachOther) {
   const Stamps third = even(50, 1000, 1e6);
   stamps.insert(stamps.end(), second.begin(), second.end());
   stamps.insert(stamps.end(), third.begin(), third.end());
-  const TimeTable table = read_time_stamps({{1000, 50}, {2000, 100}, {1000, 150}}, stamps, kMicroseconds, 0);
+  const TimeTable table = read_time_stamps({{1000, 50}, {2000, 100}, {1000, 150}}, stamps, microseconds, 0);
   ASSERT_EQ(table.sections.size(), 3U);
   EXPECT_TRUE(table.sections[1].follows);
   EXPECT_NEAR(table.sections[1].start, 0.05, 1e-9);

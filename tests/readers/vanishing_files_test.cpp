@@ -12,15 +12,16 @@
 namespace readers {
 namespace {
 
-constexpr int kRows = 40000;  // more than is read in one go
+constexpr int row_count = 40000;  // more than is read in one go
 
 class VanishingFiles : public testing::Test {
  protected:
   VanishingFiles() {
     std::string rows;
-    for (int row = 0; row < kRows; ++row) rows += std::to_string(row + 1) + "," + std::to_string(row * 1000) + ",7\n";
+    for (int row = 0; row < row_count; row++)
+      rows += std::to_string(row + 1) + "," + std::to_string(row * 1000) + ",7\n";
     config = folder.write("r.cfg", "Station,Recorder,1999\n1,1A,0D\n1,Ua,A,,V,1,0,0,-32767,32767,1,1,P\n50\n1\n1000," +
-                                       std::to_string(kRows) +
+                                       std::to_string(row_count) +
                                        "\n01/01/2020,00:00:00.000\n01/01/2020,00:00:00.000\nASCII\n1\n");
     data = folder.write("r.dat", rows);
   }
@@ -46,7 +47,7 @@ TEST_F(VanishingFiles, AreReadToTheirEndOnceTheyAreOpen) {
     std::filesystem::remove(config);
     std::filesystem::remove(data);
   });
-  EXPECT_EQ(record.length(), static_cast<std::size_t>(kRows));
+  EXPECT_EQ(record.length(), static_cast<std::size_t>(row_count));
   EXPECT_EQ(record.notes, std::vector<std::string>{});
 }
 

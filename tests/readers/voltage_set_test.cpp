@@ -52,8 +52,8 @@ Sets sets_named(const std::vector<std::string>& names, const std::string& unit =
   return sets_in(record_named(names, unit));
 }
 
-const Sets kNone;
-const Sets kFirstThree = {{1, 2, 3}};
+const Sets no_value;
+const Sets first_three = {{1, 2, 3}};
 
 // --- names -----------------------------------------------------------------------------------------------------------
 
@@ -89,7 +89,7 @@ TEST(VoltageSets, AreFoundByManyWaysOfNaming) {
        "\xE7\x94\xB5\xE5\x8E\x8B"
        "C\xE7\x9B\xB8"},
   };
-  for (const auto& names : ways) EXPECT_EQ(sets_named(names), kFirstThree) << names[0];
+  for (const auto& names : ways) EXPECT_EQ(sets_named(names), first_three) << names[0];
 }
 
 TEST(VoltageSets, AreFoundByNameWithoutUnit) {
@@ -104,38 +104,38 @@ TEST(VoltageSets, AreFoundByNameWithoutUnit) {
       {"U (A)", "U (B)", "U (C)"},
       {"phase_A_voltage", "phase_B_voltage", "phase_C_voltage"},
   };
-  for (const auto& names : ways) EXPECT_EQ(sets_named(names, ""), kFirstThree) << names[0];
+  for (const auto& names : ways) EXPECT_EQ(sets_named(names, ""), first_three) << names[0];
 }
 
 TEST(VoltageSets, AreNotMadeOfOtherQuantitiesWithoutUnit) {
-  EXPECT_EQ(sets_named({"Ia", "Ib", "Ic"}, ""), kNone);
-  EXPECT_EQ(sets_named({"GEN_A", "GEN_B", "GEN_C"}, ""), kNone);
-  EXPECT_EQ(sets_named({"DC1", "DC2", "DC3"}, ""), kNone);
+  EXPECT_EQ(sets_named({"Ia", "Ib", "Ic"}, ""), no_value);
+  EXPECT_EQ(sets_named({"GEN_A", "GEN_B", "GEN_C"}, ""), no_value);
+  EXPECT_EQ(sets_named({"DC1", "DC2", "DC3"}, ""), no_value);
 }
 
 TEST(VoltageSets, AreMadeOfVoltagesOnly) {
   for (const char* unit : {"V", "v", "kV", "KV", "mV", "MV", "volt", "Volts", " V "}) {
-    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kFirstThree) << unit;
+    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), first_three) << unit;
   }
   for (const char* unit : {"kA", "Hz", "VA", "%", "deg"})
-    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kNone) << unit;
+    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), no_value) << unit;
 }
 
 TEST(VoltageSets, MayHaveUnitsInCyrillicLetters) {
   for (const char* unit : {"В", "кВ", "В/кВ", "В/к", "мВ"}) {
-    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), kFirstThree) << unit;
+    EXPECT_EQ(sets_named({"Ua", "Ub", "Uc"}, unit), first_three) << unit;
   }
 }
 
 TEST(VoltageSets, MayBeMislabelledWhereNoUnitIsOfVoltage) {
   for (const char* unit : {"A", "А", "-", "?"}) {
     const Record record = record_named({"UA", "UB", "UC", "IA", "IB", "IC"}, unit);
-    EXPECT_EQ(sets_in(record), kFirstThree) << unit;
+    EXPECT_EQ(sets_in(record), first_three) << unit;
     EXPECT_TRUE(find_voltage_sets(record)[0].unit_guessed) << unit;
   }
   EXPECT_FALSE(find_voltage_sets(record_named({"UA", "UB", "UC"}, "V"))[0].unit_guessed);
   Record both = record_named({"UA", "UB", "UC", "Ua2", "Ub2", "Uc2"}, "A");
-  for (std::size_t i = 3; i < 6; ++i) both.channels[i].unit = "V";
+  for (std::size_t i = 3; i < 6; i++) both.channels[i].unit = "V";
   EXPECT_EQ(sets_in(both), (Sets{{4, 5, 6}}));
 }
 
@@ -160,27 +160,27 @@ Sets line_sets_in(const Record& record) {
 }
 
 TEST(LineToLineSets, AreFoundByNameInTheOrderAbBcCa) {
-  EXPECT_EQ(line_sets_in(record_named({"Uab", "Ubc", "Uca"}, "V")), kFirstThree);
-  EXPECT_EQ(line_sets_in(record_named({"VAB", "VBC", "VCA"}, "")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"Uab", "Ubc", "Uca"}, "V")), first_three);
+  EXPECT_EQ(line_sets_in(record_named({"VAB", "VBC", "VCA"}, "")), first_three);
   EXPECT_EQ(line_sets_in(record_named({"U31", "U12", "U23"}, "kV")), (Sets{{2, 3, 1}}));
-  EXPECT_EQ(line_sets_in(record_named({"Ua-Ub", "Ub-Uc", "Uc-Ua"}, "V")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"Ua-Ub", "Ub-Uc", "Uc-Ua"}, "V")), first_three);
   EXPECT_EQ(line_sets_in(record_named({"Uac", "Ucb", "Uba"}, "V")), (Sets{{3, 2, 1}}));
-  EXPECT_EQ(line_sets_in(record_named({"Urs", "Ust", "Utr"}, "V")), kFirstThree);
-  EXPECT_EQ(line_sets_in(record_named({"Uuv", "Uvw", "Uwu"}, "V")), kFirstThree);
+  EXPECT_EQ(line_sets_in(record_named({"Urs", "Ust", "Utr"}, "V")), first_three);
+  EXPECT_EQ(line_sets_in(record_named({"Uuv", "Uvw", "Uwu"}, "V")), first_three);
 }
 
 TEST(LineToLineSets, AreFoundByThePhaseField) {
   EXPECT_EQ(line_sets_in(record_of({channel("Bus", "V", "AB"), channel("Bus", "V", "BC"), channel("Bus", "V", "CA")})),
-            kFirstThree);
+            first_three);
   EXPECT_EQ(
       line_sets_in(record_of({channel("B", "V", "L1-L2"), channel("B", "V", "L2-L3"), channel("B", "V", "L3-L1")})),
-      kFirstThree);
+      first_three);
 }
 
 TEST(LineToLineSets, AreNotMadeOfPhaseVoltagesOrCurrents) {
-  EXPECT_EQ(line_sets_in(record_named({"Ua", "Ub", "Uc"}, "V")), kNone);
-  EXPECT_EQ(line_sets_in(record_named({"Uab", "Ubc", "Uca"}, "A")), kNone);
-  EXPECT_EQ(line_sets_in(record_named({"Iab", "Ibc", "Ica"}, "")), kNone);
+  EXPECT_EQ(line_sets_in(record_named({"Ua", "Ub", "Uc"}, "V")), no_value);
+  EXPECT_EQ(line_sets_in(record_named({"Uab", "Ubc", "Uca"}, "A")), no_value);
+  EXPECT_EQ(line_sets_in(record_named({"Iab", "Ibc", "Ica"}, "")), no_value);
 }
 
 TEST(LineToLineSets, AreKnownWhenAUserNamesThem) {
@@ -208,7 +208,7 @@ TEST(VoltageSets, OfOneNameAreTakenInTheirOrder) {
 TEST(VoltageSets, AreMadeOfNeighboursWhenNamesHaveNothingInCommon) {
   EXPECT_EQ(sets_named({"UA left", "UB middle", "UC right", "I", "VA x", "VB y", "VC z"}),
             (Sets{{1, 2, 3}, {5, 6, 7}}));
-  EXPECT_EQ(sets_named({"UA left", "UC right", "UB middle"}), kNone);
+  EXPECT_EQ(sets_named({"UA left", "UC right", "UB middle"}), no_value);
 }
 
 TEST(VoltageSets, LeaveOutNeutralAndZeroSequence) {
@@ -222,32 +222,32 @@ TEST(VoltageSets, LeaveOutNeutralAndZeroSequence) {
 }
 
 TEST(VoltageSets, LeaveOutVoltagesBetweenPhases) {
-  EXPECT_EQ(sets_named({"Uab", "Ubc", "Uca"}), kNone);
-  EXPECT_EQ(sets_named({"VAB", "VBC", "VCA"}, ""), kNone);
-  EXPECT_EQ(sets_named({"U12", "U23", "U31"}), kNone);
-  EXPECT_EQ(sets_named({"L1-L2", "L2-L3", "L3-L1"}), kNone);
-  EXPECT_EQ(sets_named({"Ua-Ub", "Ub-Uc", "Uc-Ua"}), kNone);
+  EXPECT_EQ(sets_named({"Uab", "Ubc", "Uca"}), no_value);
+  EXPECT_EQ(sets_named({"VAB", "VBC", "VCA"}, ""), no_value);
+  EXPECT_EQ(sets_named({"U12", "U23", "U31"}), no_value);
+  EXPECT_EQ(sets_named({"L1-L2", "L2-L3", "L3-L1"}), no_value);
+  EXPECT_EQ(sets_named({"Ua-Ub", "Ub-Uc", "Uc-Ua"}), no_value);
   EXPECT_EQ(sets_named({"Uab", "Ubc", "Uca", "Ua", "Ub", "Uc"}), (Sets{{4, 5, 6}}));
 
   Record record = record_named({"Uab", "Ubc", "Uca"}, "V");
-  for (std::size_t i = 0; i < 3; ++i) record.channels[i].phase = std::string(1, static_cast<char>('A' + i));
-  EXPECT_EQ(sets_in(record), kNone) << "even where the phase field has a single letter";
+  for (std::size_t i = 0; i < 3; i++) record.channels[i].phase = std::string(1, static_cast<char>('A' + i));
+  EXPECT_EQ(sets_in(record), no_value) << "even where the phase field has a single letter";
 }
 
 TEST(VoltageSets, LeaveOutComputedFigures) {
-  EXPECT_EQ(sets_named({"Vag Mag", "Vbg Mag", "Vcg Mag"}), kNone);
+  EXPECT_EQ(sets_named({"Vag Mag", "Vbg Mag", "Vcg Mag"}), no_value);
   EXPECT_EQ(sets_named({"Va RMS", "Vb RMS", "Vc RMS", "Va", "Vb", "Vc"}), (Sets{{4, 5, 6}}));
 }
 
 TEST(VoltageSets, MayHaveAVoltageLetterInThePhaseField) {
   const Record record = record_of({channel("Ua", "V", "V"), channel("Ub", "V", "V"), channel("Uc", "V", "V")});
-  EXPECT_EQ(sets_in(record), kFirstThree);
+  EXPECT_EQ(sets_in(record), first_three);
 }
 
 TEST(VoltageSets, NeedAllThreePhases) {
-  EXPECT_EQ(sets_named({"Ua", "Ub"}), kNone);
-  EXPECT_EQ(sets_named({"Ua", "Ub", "Ub"}), kNone);
-  EXPECT_EQ(sets_named({}), kNone);
+  EXPECT_EQ(sets_named({"Ua", "Ub"}), no_value);
+  EXPECT_EQ(sets_named({"Ua", "Ub", "Ub"}), no_value);
+  EXPECT_EQ(sets_named({}), no_value);
 }
 
 // --- phase fields ----------------------------------------------------------------------------------------------------
@@ -259,7 +259,7 @@ TEST(VoltageSets, AreFoundByThePhaseField) {
   for (const auto& phases : ways) {
     const Record record =
         record_of({channel("Bus", "V", phases[0]), channel("Bus", "V", phases[1]), channel("Bus", "V", phases[2])});
-    EXPECT_EQ(sets_in(record), kFirstThree) << phases[0];
+    EXPECT_EQ(sets_in(record), first_three) << phases[0];
   }
 }
 
@@ -268,7 +268,7 @@ TEST(VoltageSets, DropChannelsWhosePhaseFieldNamesTwoPhases) {
            {"AB", "BC", "CA"}, {"L1-L2", "L2-L3", "L3-L1"}, {"12", "23", "31"}, {"RS", "ST", "TR"}}) {
     const Record record =
         record_of({channel("Ua", "V", phases[0]), channel("Ub", "V", phases[1]), channel("Uc", "V", phases[2])});
-    EXPECT_EQ(sets_in(record), kNone) << phases[0];
+    EXPECT_EQ(sets_in(record), no_value) << phases[0];
   }
 }
 
@@ -286,7 +286,7 @@ TEST(VoltageSets, GoByTheNameWhereThePhaseFieldIsFilledWithoutCare) {
        std::vector<std::vector<std::string>>{{"1", "1", "1"}, {"A", "B", "B"}, {"U1", "U2", "?"}}) {
     const Record record =
         record_of({channel("Ua", "V", phases[0]), channel("Ub", "V", phases[1]), channel("Uc", "V", phases[2])});
-    EXPECT_EQ(sets_in(record), kFirstThree) << phases[0];
+    EXPECT_EQ(sets_in(record), first_three) << phases[0];
   }
 }
 
@@ -327,7 +327,7 @@ TEST(LiveSets, HaveNoPhaseThatIsZeroThroughout) {
 
 TEST(LiveSets, MayHaveAPhaseThatIsLostForMostOfTheRecord) {
   Record record = two_sets(100, 100);
-  for (std::size_t i = 0; i < 6; ++i) record.channels[i].samples.resize(1000, i == 0 ? 0.001 : 100);
+  for (std::size_t i = 0; i < 6; i++) record.channels[i].samples.resize(1000, i == 0 ? 0.001 : 100);
   EXPECT_EQ(live_in(record), (std::vector<bool>{true, true}));
 }
 
@@ -448,9 +448,9 @@ TEST(Volts, NameTheSamplesThatAreMissing) {
 TEST(VoltageSets, MayBeNamedByThePhaseAlone) {
   for (const std::vector<std::string>& names :
        {std::vector<std::string>{"A", "B", "C"}, {"R", "S", "T"}, {"U", "V", "W"}}) {
-    EXPECT_EQ(sets_named(names), kFirstThree) << names[0];
-    EXPECT_EQ(sets_named(names, ""), kFirstThree) << names[0];
-    EXPECT_EQ(sets_named(names, "ka"), kNone) << names[0];
+    EXPECT_EQ(sets_named(names), first_three) << names[0];
+    EXPECT_EQ(sets_named(names, ""), first_three) << names[0];
+    EXPECT_EQ(sets_named(names, "ka"), no_value) << names[0];
   }
   EXPECT_TRUE(find_voltage_sets(record_named({"A", "B", "C"}, "")).front().unit_guessed);
 }
@@ -459,7 +459,7 @@ TEST(VoltageSets, SayWhichPhaseFieldsDoNotFitTheNames) {
   using Doubts = std::array<bool, 3>;
   const auto doubts = [](const std::vector<std::string>& names, const std::vector<std::string>& fields) {
     std::vector<Channel> channels;
-    for (std::size_t i = 0; i < 3; ++i) channels.push_back(channel(names[i], "V", fields[i]));
+    for (std::size_t i = 0; i < 3; i++) channels.push_back(channel(names[i], "V", fields[i]));
     return find_voltage_sets(record_of(channels)).front().doubtful;
   };
   EXPECT_EQ(doubts({"Ua", "Ub", "Uc"}, {"A", "B", "C"}), Doubts{});
@@ -483,7 +483,7 @@ TEST(LineToLineSets, SayWhichAreNamedTheOtherWayRound) {
 TEST(LiveSets, AlternateWithTheLineWhereOthersDo) {
   std::vector<double> direct(400);
   std::vector<double> alternating(400);
-  for (std::size_t i = 0; i < 400; ++i) {
+  for (std::size_t i = 0; i < 400; i++) {
     direct[i] = 220 + static_cast<double>(i % 3);
     alternating[i] = 100 * std::sin(2 * 3.141592653589793 * static_cast<double>(i) / 20);
   }

@@ -31,7 +31,7 @@ struct {
 bool fails() {
   if (!allocator.watching) return false;
   allocator.allocations++;
-  if (allocator.until_failure == 0 || --allocator.until_failure > 0) return false;
+  if (allocator.until_failure == 0 || allocator.until_failure-- > 1) return false;
   errno = ENOMEM;
   return true;
 }
