@@ -1,6 +1,6 @@
 #include "analysis/curves.h"
 
-#include "sagx/Vrms.h"
+#include "analysis/embedded/library.h"
 
 namespace analysis {
 
@@ -11,9 +11,8 @@ Curves curves_of(const Analysis& analysis) {
   for (std::size_t phase = 0; phase < 3; phase++) {
     auto& volts = curves.volts[phase];
     auto& rms = curves.rms[phase];
-    rms.resize(volts.size());
     // Before it is brought back from the analysis' level: there the squares keep within a float whatever the voltage.
-    Vrms_cal(rms.data(), volts.data(), analysis.voltages.samples_per_cycle, static_cast<int>(volts.size()));
+    rms = embedded::cycle_rms(volts, analysis.voltages.samples_per_cycle);
     for (auto* curve : {&volts, &rms}) {
       for (float& value : *curve) value /= factor;
     }

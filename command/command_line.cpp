@@ -1,14 +1,16 @@
 #include "command/command_line.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "analysis/embedded/library.h"
 #include "command/analyse_command.h"
 #include "command/explain_command.h"
 #include "command/info_command.h"
 #include "command/selftest_command.h"
 #include "command/synth_command.h"
-#include "sagx/kernels/kernels.h"
 
 namespace command {
 
@@ -19,7 +21,7 @@ constexpr const char* exit_statuses =
     "3 the analysis does not take the record, 4 an output cannot be written, 5 the self-test found faults.";
 
 std::string version() {
-  return std::string("dipx " DIPX_VERSION " (instruction set: ") + sagx::kernels().instruction_set + ")";
+  return fmt::format("dipx {} (instruction set: {})", DIPX_VERSION, analysis::embedded::instruction_set());
 }
 
 }  // namespace

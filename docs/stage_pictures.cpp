@@ -14,13 +14,16 @@
 #include <vector>
 
 #include "analysis/analyse.h"
-#include "analysis/embedded/library.h"
+#include "analysis/embedded/working_records.h"
 #include "readers/open_record.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dq_dipx.h"
-#include "sagx/signal_acquisition.h"
 
 namespace {
+
+using analysis::embedded::result_of;
+using analysis::embedded::searched;
+using analysis::embedded::window;
 
 using Curve = std::function<double(int)>;
 
@@ -170,8 +173,7 @@ double run_library(analysis::Analysis& analysis, const analysis::Stretch& stretc
   std::fflush(stdout);
   const int out = dup(STDOUT_FILENO);
   dup2(fileno(trace), STDOUT_FILENO);
-  analysis::embedded::set_input(analysis.waveform, analysis.voltages.samples_per_cycle, stretch);
-  dq_dipx_new(nullptr);
+  analysis::embedded::run(analysis.waveform, analysis.voltages.samples_per_cycle, stretch);
   std::fflush(stdout);
   dup2(out, STDOUT_FILENO);
   std::rewind(trace);
@@ -186,14 +188,14 @@ class StagePictures {
  public:
   StagePictures(const analysis::Analysis& analysis, const analysis::Dip& dip, double threshold, std::string folder)
       : analysis_(analysis), begin_(dip.stretch.begin), threshold_(threshold), folder_(std::move(folder)) {
-    while (index_ + 1 < dq_rms_buf->evt_num / 2 &&
-           static_cast<std::size_t>(dq_rms_buf->T[2 * index_]) + begin_ != dip.start)
+    while (index_ + 1 < searched().evt_num / 2 &&
+           static_cast<std::size_t>(searched().T[2 * index_]) + begin_ != dip.start)
       index_++;
-    window_ = dq_rms_buf->T[2 * index_] - 4 * cycle();
+    window_ = searched().T[2 * index_] - 4 * cycle();
   }
 
   void search() {
-    const auto& record = *dq_rms_buf;
+    const auto& record = searched();
     Picture picture(0, std::min(record.smp_num, window_ + samples() + cycle()), record_time());
     picture.panel("Samples", -200, 200, "%");
     picture.stretch(0, 2 * cycle(), "#cfe3f1", "level");
@@ -213,7 +215,7 @@ class StagePictures {
 
   /// The transform of phase C, which is the last that the working record holds.
   void transform() {
-    const auto& data = *dq_data_buf;
+    const auto& data = window();
     Picture picture(0, samples(), window_time());
     picture.panel("Samples of phase C", -200, 200, "%");
     picture.curve([&](int i) { return percent(data.Vc[i]); }, phase_colours[2], "", 0.2);
@@ -227,7 +229,7 @@ class StagePictures {
   }
 
   void segments() {
-    const auto& data = *dq_data_buf;
+    const auto& data = window();
     Picture picture(0, samples(), window_time());
     picture.panel("Magnitudes", 0, 160, "%");
     magnitudes(picture);
@@ -244,7 +246,7 @@ class StagePictures {
   }
 
   void features() {
-    auto& data = *dq_data_buf;
+    auto& data = window();
     Picture picture(0, samples(), window_time());
     picture.panel("Magnitudes, and where each phase is lowest", 0, 160, "%");
     shade_segments(picture);
@@ -285,7 +287,7 @@ class StagePictures {
   }
 
   void point_on_wave() {
-    const auto& data = *dq_data_buf;
+    const auto& data = window();
     const int fall = 4 * cycle();
     Picture picture(fall - cycle(), fall + cycle() / 2, window_time());
     picture.panel("Samples", -200, 200, "%");
@@ -306,8 +308,8 @@ class StagePictures {
 
   /// A long window keeps the RMS curves' features and positions alone.
   void long_window() {
-    const auto& data = *dq_data_buf;
-    const int window = dq_rms_buf->T[2 * index_ + 1] - dq_rms_buf->T[2 * index_] + 8 * cycle();
+    const auto& data = window();
+    const int window = searched().T[2 * index_ + 1] - searched().T[2 * index_] + 8 * cycle();
     Picture picture(0, window, window_time());
     picture.panel("RMS, its boundaries (Trms) and those of the waveform (T)", 0, 160, "%");
     for (int s = 0; s < dip().min_num; s++) {
@@ -326,9 +328,9 @@ class StagePictures {
   [[nodiscard]] bool is_long() const { return dip().Trms_num > 0; }
 
  private:
-  [[nodiscard]] const dq_dipx_struct& dip() const { return new_dipx_buf[index_]; }
-  [[nodiscard]] int cycle() const { return dq_rms_buf->smprate; }
-  [[nodiscard]] int samples() const { return static_cast<int>(dq_data_buf->num); }
+  [[nodiscard]] const dq_dipx_struct& dip() const { return result_of(index_); }
+  [[nodiscard]] int cycle() const { return searched().smprate; }
+  [[nodiscard]] int samples() const { return static_cast<int>(window().num); }
   [[nodiscard]] double percent(float volts) const { return 100 * static_cast<double>(volts / dip().un); }
   [[nodiscard]] std::function<double(int)> record_time() const {
     return [this](int i) { return analysis_.voltages.seconds_at(begin_ + static_cast<std::size_t>(i)); };
@@ -350,7 +352,7 @@ class StagePictures {
   }
 
   void magnitudes(Picture& picture) const {
-    const auto& data = *dq_data_buf;
+    const auto& data = window();
     picture.level(90, red);
     picture.curve([&](int i) { return percent(data.ua[i]); }, phase_colours[0], "A");
     picture.curve([&](int i) { return percent(data.ub[i]); }, phase_colours[1], "B");
@@ -359,7 +361,7 @@ class StagePictures {
 
   /// The sample at which the point on wave was read: the one whose time gives the dip's angle.
   [[nodiscard]] int start_of_dip() const {
-    const auto& data = *dq_data_buf;
+    const auto& data = window();
     int start = samples();
     for (const float* magnitude : {data.ua0, data.ub0, data.uc0}) {
       const auto low = std::find_if(magnitude, magnitude + samples(), [&](float u) { return u <= 0.9F * dip().un; });

@@ -3,11 +3,11 @@
 #include "analysis/embedded/dip_search.h"
 
 #include <algorithm>
+#include <new>
+#include <stdexcept>
 #include <utility>
 
-#include "analysis/embedded/library.h"
-#include "sagx/Vrms.h"
-#include "sagx/dq_dipx.h"
+#include "analysis/embedded/working_records.h"
 
 namespace analysis::embedded {
 
@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t joining_cycles = 10;
 
 std::array<const float*, 3> curves() {
-  return {dq_rms_buf->rmsa, dq_rms_buf->rmsb, dq_rms_buf->rmsc};
+  return {searched().rmsa, searched().rmsb, searched().rmsc};
 }
 
 /// A dip that is as low as the RMS from `begin` to `end` has it.
@@ -39,9 +39,13 @@ void take_lower(FoundDip& dip, const FoundDip& other) {
   dip.lowest_of_highest = std::min(dip.lowest_of_highest, other.lowest_of_highest);
 }
 
-bool below_threshold(std::size_t i) {
-  const auto phases = curves();
-  return std::min({phases[0][i], phases[1][i], phases[2][i]}) < dq_rms_buf->ut;
+/// The first sample from `begin` to `end` that lies below the threshold, or not below it; `end` when there is none.
+std::size_t first(bool below, std::size_t begin, std::size_t end) {
+  const auto [a, b, c] = curves();
+  const float threshold = searched().ut;
+  std::size_t i = begin;
+  while (i < end && (std::min({a[i], b[i], c[i]}) < threshold) != below) i++;
+  return i;
 }
 
 class Searcher {
@@ -76,22 +80,16 @@ class Searcher {
   /// Searches a stretch by the threshold of the whole waveform, which stands in the record.
   void load(const Stretch& stretch) const {
     report_stage_("searching for dips", static_cast<double>(stretch.begin) / static_cast<double>(length()));
-    const std::array<float*, 3> samples = {dq_rms_buf->va, dq_rms_buf->vb, dq_rms_buf->vc};
-    for (std::size_t phase = 0; phase < 3; phase++) {
-      std::copy_n(waveform_[phase].begin() + static_cast<std::ptrdiff_t>(stretch.begin), stretch.length(),
-                  samples[phase]);
-    }
-    dq_rms_buf->smp_num = static_cast<int>(stretch.length());
-    rms_seg_pro(dq_rms_buf);
+    search_on(waveform_, stretch);
   }
 
   /// The dips that the stretch holds from fall to recovery, and one that the waveform ends in.
   void take_dips(const Stretch& stretch) {
-    for (int i = 0; i < dq_rms_buf->evt_num; i += 2) {
-      const auto fall = static_cast<std::size_t>(dq_rms_buf->T[i]);
-      const bool recovered = i + 1 < dq_rms_buf->evt_num;
+    for (int i = 0; i < searched().evt_num; i += 2) {
+      const auto fall = static_cast<std::size_t>(searched().T[i]);
+      const bool recovered = i + 1 < searched().evt_num;
       if (!recovered && stretch.end < length()) return;
-      const auto end = recovered ? static_cast<std::size_t>(dq_rms_buf->T[i + 1]) : stretch.length();
+      const auto end = recovered ? static_cast<std::size_t>(searched().T[i + 1]) : stretch.length();
       FoundDip dip = as_low_as(fall, end);
       dip.start = stretch.begin + fall;
       if (recovered) dip.end = stretch.begin + end;
@@ -112,14 +110,14 @@ class Searcher {
 
   /// Where the next stretch begins; nothing when there is none.
   std::optional<std::size_t> next_begin(const Stretch& stretch) {
-    const int crossings = dq_rms_buf->evt_num;
+    const int crossings = searched().evt_num;
     if (crossings % 2 != 0) {
       if (stretch.end == length()) return std::nullopt;
-      const std::size_t fall = stretch.begin + static_cast<std::size_t>(dq_rms_buf->T[crossings - 1]);
+      const std::size_t fall = stretch.begin + static_cast<std::size_t>(searched().T[crossings - 1]);
       const std::size_t begin = joins(fall) ? std::min(fall - cycle_, at_last_recovery()) : fall - cycle_;
       return begin > stretch.begin ? begin : follow(fall, stretch);
     }
-    if (crossings > 0 && falls_again(static_cast<std::size_t>(dq_rms_buf->T[crossings - 1]), stretch)) {
+    if (crossings > 0 && falls_again(static_cast<std::size_t>(searched().T[crossings - 1]), stretch)) {
       return at_last_recovery();  // the run ended with its last crossing
     }
     if (stretch.end == length()) return std::nullopt;
@@ -136,10 +134,7 @@ class Searcher {
   [[nodiscard]] std::size_t at_last_recovery() const { return *dips_.back().end - cycle_ + 1; }
 
   static bool falls_again(std::size_t behind, const Stretch& stretch) {
-    for (std::size_t i = behind + 1; i < stretch.length(); i++) {
-      if (below_threshold(i)) return true;
-    }
-    return false;
+    return first(true, behind + 1, stretch.length()) < stretch.length();
   }
 
   /// Follows a dip that fills a stretch, to its recovery. Returns where the search goes on behind it.
@@ -153,10 +148,9 @@ class Searcher {
       load(stretch);
       runs_++;
       // What lies before the first whole cycle is no RMS of its own.
-      std::size_t i = cycle_ - 1;
-      while (i < stretch.length() && below_threshold(i)) i++;
-      if (i < stretch.length()) dip.end = stretch.begin + i;
-      if (i > cycle_ - 1) take_lower(dip, as_low_as(cycle_ - 1, i));
+      const std::size_t recovery = first(false, cycle_ - 1, stretch.length());
+      if (recovery < stretch.length()) dip.end = stretch.begin + recovery;
+      if (recovery > cycle_ - 1) take_lower(dip, as_low_as(cycle_ - 1, recovery));
     }
     if (!dip.end) return std::nullopt;
     return at_last_recovery();
@@ -170,21 +164,40 @@ class Searcher {
   std::vector<FoundDip> dips_;
 };
 
+SearchEnd end_of(sagx::RunOutcome outcome) {
+  switch (outcome) {
+    case sagx::RunOutcome::searched:
+      return SearchEnd::searched;
+    case sagx::RunOutcome::too_few_samples:
+      return SearchEnd::too_short;
+    case sagx::RunOutcome::disturbed_start:
+      return SearchEnd::disturbed_start;
+    case sagx::RunOutcome::no_memory:
+      throw std::bad_alloc();
+    case sagx::RunOutcome::rate_out_of_range:
+    case sagx::RunOutcome::too_many_samples:
+    case sagx::RunOutcome::too_many_cycles:
+    case sagx::RunOutcome::not_run:
+    case sagx::RunOutcome::no_samples:
+    case sagx::RunOutcome::analysed:
+      break;
+  }
+  throw std::logic_error("the analysis ended without a reason");
+}
+
 }  // namespace
 
 DipSearch search_dips(Waveform& waveform, int samples_per_cycle, std::size_t longest_run,
                       const StageReport& report_stage) {
   report_stage("searching for dips", 0);
   DipSearch search;
-  const Stretch first{0, std::min(waveform[0].size(), longest_run)};
-  set_input(waveform, samples_per_cycle, first);
-  sagx::search_dips();
-  search.outcome = sagx::last_outcome.run;
-  if (search.outcome != sagx::RunOutcome::searched) return search;
-  search.nominal = static_cast<double>(dq_rms_buf->un);
-  search.threshold = static_cast<double>(dq_rms_buf->ut);
+  const Stretch beginning{0, std::min(waveform[0].size(), longest_run)};
+  search.end = end_of(embedded::search(waveform, samples_per_cycle, beginning));
+  if (search.end != SearchEnd::searched) return search;
+  search.nominal = static_cast<double>(searched().un);
+  search.threshold = static_cast<double>(searched().ut);
   Searcher searcher(waveform, samples_per_cycle, longest_run, report_stage);
-  searcher.go_on(first);
+  searcher.go_on(beginning);
   search.runs = searcher.runs();
   search.dips = std::move(searcher).dips();
   return search;

@@ -8,7 +8,6 @@
 
 #include "analysis/stage_report.h"
 #include "analysis/waveform.h"
-#include "sagx/dipx_outcome.h"
 
 namespace analysis::embedded {
 
@@ -19,10 +18,17 @@ struct FoundDip {
   double lowest_of_highest = 0;    ///< the same of whichever phase stands highest
 };
 
+/// How a search ended.
+enum class SearchEnd {
+  searched,
+  too_short,       ///< the waveform is shorter than two cycles
+  disturbed_start  ///< its first two cycles are not steady
+};
+
 struct DipSearch {
-  sagx::RunOutcome outcome = sagx::RunOutcome::not_run;  ///< `searched`, or why the waveform is not taken
-  double nominal = 0;                                    ///< RMS of the lowest phase over the first two cycles, volts
-  double threshold = 0;                                  ///< volts
+  SearchEnd end = SearchEnd::searched;
+  double nominal = 0;    ///< RMS of the lowest phase over the first two cycles, volts
+  double threshold = 0;  ///< volts
   std::vector<FoundDip> dips;
   std::size_t runs = 0;  ///< stretches that were searched one by one
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "analysis/embedded/working_records.h"
 #include "analysis/phase_angle.h"
 #include "sagx/dq_delay.h"
 #include "sagx/dq_segment_feature.h"
@@ -37,9 +38,7 @@ int LongDip::reference_point(int segment) const {
   // Within the library's own boundaries too, or it moves the point out.
   const int begin = std::max(boundary_in_window(2 * segment + 1), result_.T[2 * segment + 1] - window_begin_);
   const int end = std::min(boundary_in_window(2 * segment + 2), result_.T[2 * segment + 2] - window_begin_);
-  const auto lowest = [&](int i) {
-    return std::min({dq_data_buf->rms_ua[i], dq_data_buf->rms_ub[i], dq_data_buf->rms_uc[i]});
-  };
+  const auto lowest = [&](int i) { return std::min({window().rms_ua[i], window().rms_ub[i], window().rms_uc[i]}); };
   int point = (begin + end) / 2;
   if (end - begin <= 2 * cycle_) return point;
   point = begin + cycle_;
@@ -58,7 +57,7 @@ void LongDip::move_reference_points() {
     result_.order_min[s] = reference_point(s);
     moved = moved || result_.order_min[s] != found;
   }
-  if (moved) dq_segment_feature(dq_data_buf, &result_);
+  if (moved) dq_segment_feature(&window(), &result_);
 }
 
 std::array<double, 3> LongDip::angles_at(int window_position) const {
@@ -71,8 +70,8 @@ std::array<double, 3> LongDip::angles_at(int window_position) const {
   std::vector<vec_struct> phasor(magnitude.size());
   std::array<double, 3> angles{};
   std::size_t phase = 0;
-  for (float* samples : {dq_data_buf->Va, dq_data_buf->Vb, dq_data_buf->Vc}) {
-    dq_delay(samples + begin, dq_data_buf->t + begin, cycle_, length, result_.f, magnitude.data(), angle.data(),
+  for (float* samples : {window().Va, window().Vb, window().Vc}) {
+    dq_delay(samples + begin, window().t + begin, cycle_, length, result_.f, magnitude.data(), angle.data(),
              phasor.data());
     angles[phase++] = static_cast<double>(angle[static_cast<std::size_t>(at - begin)]);
   }
