@@ -12,16 +12,26 @@ namespace sagx {
 inline constexpr double lowest_plausible_voltage = 50.0;
 inline constexpr double highest_plausible_voltage = 400.0;
 
+/// Cycles that one record may have.
+inline constexpr int longest_record_cycles = 3000;
+
 /// Cycles of record that a dip needs on either side of it.
 inline constexpr int window_margin_cycles = 4;
+
+/// Windows of more cycles are analysed the long way.
+inline constexpr unsigned longest_short_window_cycles = 500;
+
+/// A dip that is no deeper than this share of nominal counts only when it has these many cycles.
+inline constexpr double least_depth = 0.14;
+inline constexpr unsigned shortest_shallow_cycles = 5;
 
 /// How the run as a whole ended.
 enum class RunOutcome {
   not_run,            ///< nothing was analysed yet
   no_memory,          ///< a working record could not be allocated
   rate_out_of_range,  ///< not 32 to 128 samples per cycle
-  too_many_samples,   ///< more than 384000 samples
-  too_many_cycles,    ///< more than 3000 cycles
+  too_many_samples,   ///< more than DQ_RECORD_CAPACITY samples
+  too_many_cycles,    ///< more than longest_record_cycles
   no_samples,         ///< a sample array was missing
   too_few_samples,    ///< less than two cycles
   disturbed_start,    ///< the first two cycles are not steady: the boundaries found were discarded
@@ -32,9 +42,9 @@ enum class RunOutcome {
 /// What became of one dip.
 enum class DipOutcome {
   not_reached,      ///< the run ended before it
-  window_too_long,  ///< window longer than 384000 samples
-  window_at_edge,   ///< less than four cycles of record before or behind it
-  too_shallow,      ///< less than 14 % deep and shorter than five cycles
+  window_too_long,  ///< window longer than DQ_RECORD_CAPACITY samples
+  window_at_edge,   ///< less than window_margin_cycles of record before or behind it
+  too_shallow,      ///< not deeper than least_depth and shorter than shortest_shallow_cycles
   unstable,         ///< more than half of the record's half-cycles fluctuate
   not_segmented,    ///< no valid segmentation: it has boundaries but no features
   analysed
@@ -42,7 +52,7 @@ enum class DipOutcome {
 
 struct Dip {
   DipOutcome outcome = DipOutcome::not_reached;
-  bool long_window = false;  ///< its window exceeds 500 cycles, so it went the long way
+  bool long_window = false;  ///< its window exceeds longest_short_window_cycles, so it went the long way
 };
 
 struct Outcome {

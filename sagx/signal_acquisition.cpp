@@ -36,8 +36,6 @@ sagx::Outcome sagx::last_outcome;
 namespace {
 
 constexpr float cal_fn = 50.0F;  // nominal frequency, hertz
-constexpr int longest_record_cycles = 3000;
-constexpr unsigned longest_short_window_cycles = 500;
 
 /// Makes sure that `record` exists. It is not cleared here: a fresh large block is zero without ever being touched, and
 /// so what a run does not need stays out of memory.
@@ -67,37 +65,51 @@ bool provide_working_records() {
   return false;
 }
 
+/// What the host has set, taken once for the whole run.
+struct Input {
+  int smp;  ///< samples per cycle
+  int n;    ///< samples per phase
+  const float* va;
+  const float* vb;
+  const float* vc;
+};
+
+Input input_that_is_set() {
+  return {sample_input_smprate, sample_input_number, psample_input_va, psample_input_vb, psample_input_vc};
+}
+
 /// Whether rate and length are such as the analysis takes.
-RunOutcome check_limits(int smp, int n) {
-  if (smp > 128 || smp < 32) {
+RunOutcome check_limits(const Input& input) {
+  if (input.smp > 128 || input.smp < 32) {
     std::puts("采样率越限\r");
     return RunOutcome::rate_out_of_range;
   }
-  if (n > DQ_RECORD_CAPACITY) {
+  if (input.n > DQ_RECORD_CAPACITY) {
     std::puts("sample_input_number1数据个数越限\r");
     return RunOutcome::too_many_samples;
   }
-  if (smp * longest_record_cycles < n) {
+  if (input.smp * sagx::longest_record_cycles < input.n) {
     std::puts("sample_input_number2数据个数越限\r");
     return RunOutcome::too_many_cycles;
   }
   return RunOutcome::searched;
 }
 
-void copy_samples(dq_dipx_rms& record, int smp, int n) {
-  if (n < 1) return;
-  std::copy_n(psample_input_va, n, record.va);
-  std::copy_n(psample_input_vb, n, record.vb);
-  std::copy_n(psample_input_vc, n, record.vc);
-  const double step = 0.02 / smp;
-  for (int i = 0; i < n; i++) record.t[i] = static_cast<float>(i * step);
+void copy_samples(dq_dipx_rms& record, const Input& input) {
+  if (input.n < 1) return;
+  std::copy_n(input.va, input.n, record.va);
+  std::copy_n(input.vb, input.n, record.vb);
+  std::copy_n(input.vc, input.n, record.vc);
+  const double step = 0.02 / input.smp;
+  for (int i = 0; i < input.n; i++) record.t[i] = static_cast<float>(i * step);
 }
 
 /// Copies the input into the whole-record record once it is known to fit.
-RunOutcome take_samples(dq_dipx_rms& record, int smp, int n) {
-  const bool missing = psample_input_va == nullptr || psample_input_vb == nullptr || psample_input_vc == nullptr;
+RunOutcome take_samples(dq_dipx_rms& record, const Input& input) {
+  const auto& [smp, n, va, vb, vc] = input;
+  const bool missing = va == nullptr || vb == nullptr || vc == nullptr;
   if (missing && n > 0) return RunOutcome::no_samples;
-  copy_samples(record, smp, n);
+  copy_samples(record, input);
   std::printf("[GUARD] smp=%d, n=%d, need(n>=2*smp)=%d\n", smp, n, 2 * smp);
   std::printf("[GUARD] rms_buf=%p ua=%p ub=%p uc=%p\n", static_cast<void*>(&record), static_cast<void*>(record.va),
               static_cast<void*>(record.vb), static_cast<void*>(record.vc));
@@ -113,9 +125,9 @@ RunOutcome take_samples(dq_dipx_rms& record, int smp, int n) {
 
 /// The estimate of the nominal voltage, or what stands in for an implausible one. That it is not the bound itself is
 /// meant.
-float nominal_voltage(const dq_dipx_rms& record, int smp, int n) {
+float nominal_voltage(const dq_dipx_rms& record, const Input& input) {
   float un = 0;
-  dipx_cal_un(record.va, record.vb, record.vc, smp, n, &un);
+  dipx_cal_un(record.va, record.vb, record.vc, input.smp, input.n, &un);
   if (un < sagx::lowest_plausible_voltage) un = static_cast<float>(57.74);
   if (un > sagx::highest_plausible_voltage) un = 220.0F;
   return un;
@@ -133,17 +145,17 @@ bool starts_disturbed(const dq_dipx_rms& record) {
   return disturbed >= record.smprate / 4;
 }
 
-RunOutcome search_boundaries(int smp, int n) {
+RunOutcome search_boundaries(const Input& input) {
   if (!provide_working_records()) return RunOutcome::no_memory;
   sagx::clear_results();
-  if (const auto limits = check_limits(smp, n); limits != RunOutcome::searched) return limits;
+  if (const auto limits = check_limits(input); limits != RunOutcome::searched) return limits;
   dq_dipx_rms& record = *dq_rms_buf;
-  if (const auto taken = take_samples(record, smp, n); taken != RunOutcome::searched) return taken;
+  if (const auto taken = take_samples(record, input); taken != RunOutcome::searched) return taken;
 
-  record.un = nominal_voltage(record, smp, n);
+  record.un = nominal_voltage(record, input);
   record.f = cal_fn;
-  record.smp_num = n;
-  record.smprate = smp;
+  record.smp_num = input.n;
+  record.smprate = input.smp;
   record.ut = static_cast<float>(0.9 * record.un);
   rms_seg_pro(&record);
   if (starts_disturbed(record)) {
@@ -224,8 +236,8 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, Stability& stability, dq_data& data, 
   copy_window(record.rmsb, window, data.rms_ub);
   copy_window(record.rmsc, window, data.rms_uc);
   dip.ud = depth(data, window, dip.un);
-  const bool deep = 0.14 * dip.un < dip.ud;
-  if (!deep && end - start < 5 * smp) {
+  const bool deep = sagx::least_depth * dip.un < dip.ud;
+  if (!deep && end - start < sagx::shortest_shallow_cycles * smp) {
     std::fputs("暂降深度不足14%\r\n", stdout);
     return {DipOutcome::too_shallow};
   }
@@ -234,7 +246,7 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, Stability& stability, dq_data& data, 
     std::puts("有效值标准差越限\r");
     return {DipOutcome::unstable};
   }
-  const bool long_window = window.length > longest_short_window_cycles * smp;
+  const bool long_window = window.length > sagx::longest_short_window_cycles * smp;
   if (long_window) {
     RMS_segment_feature(&data, &dip);
     dq_segment_feature(&data, &dip);
@@ -251,7 +263,7 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, Stability& stability, dq_data& data, 
 
 bool sagx::search_dips() {
   last_outcome = Outcome();
-  last_outcome.run = search_boundaries(sample_input_smprate, sample_input_number);
+  last_outcome.run = search_boundaries(input_that_is_set());
   return last_outcome.run == RunOutcome::searched;
 }
 
