@@ -78,6 +78,21 @@ int with_zero_sequence(int category, float zero_sequence, float threshold) {
   }
 }
 
+int category_of(const SequenceSample& sample, LowPhases low, const SequenceThresholds& thresholds, AllLow all_low) {
+  const auto& [before, now, negative, negative_size, zero_size] = sample;
+  int category = no_category;
+  if (negative_size < thresholds.negative) {
+    category = category_by_phases(low);
+  } else if (now.r == before.r && now.x == before.x) {
+    return no_category;
+  } else if (all_low == AllLow::three_phase && low.count == 3) {
+    category = three_phase_category;
+  } else {
+    category = category_by_angle(negative, before, now, low.count);
+  }
+  return with_zero_sequence(category, zero_size, thresholds.zero);
+}
+
 void CategoryVote::add(int category) {
   if (category >= 0 && category < no_category) votes_[category]++;
 }

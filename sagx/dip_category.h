@@ -37,6 +37,22 @@ int category_by_angle(const vec_struct& negative, const vec_struct& positive_bef
 /// A two-phase category with its zero-sequence component, when that is above the threshold.
 int with_zero_sequence(int category, float zero_sequence, float threshold);
 
+/// One sample of a dip in symmetrical components, with the magnitudes that the caller has measured.
+struct SequenceSample {
+  vec_struct positive_before;
+  vec_struct positive;
+  vec_struct negative;
+  float negative_size;
+  float zero_size;
+};
+
+/// What a sample is whose phases are all low although its negative sequence counts.
+enum class AllLow { by_angle, three_phase };
+
+/// The category of one sample: by the low phases alone where the negative sequence is below its threshold, otherwise by
+/// the angle; 10 where the positive sequence has not moved, so that there is no angle.
+int category_of(const SequenceSample& sample, LowPhases low, const SequenceThresholds& thresholds, AllLow all_low);
+
 /// The category that most samples have; the lowest of equals, 10 without any vote.
 class CategoryVote {
  public:

@@ -156,10 +156,8 @@ void seq0_cal(vec_struct* v_ua, vec_struct* v_ub, vec_struct* v_uc, vec_struct* 
 int symmetrical_components_dq(vec_struct* phasor_up0, vec_struct* phasor_up, vec_struct* phasor_un, float un, float u0,
                               float V, int type, int phase) {
   if (phasor_up0 == nullptr || phasor_up == nullptr || phasor_un == nullptr) return sagx::no_category;
-  const sagx::SequenceThresholds thresholds(V);
-  const int category = un < thresholds.negative ? sagx::category_by_phases({type, phase})
-                                                : sagx::category_by_angle(*phasor_un, *phasor_up0, *phasor_up, type);
-  return sagx::with_zero_sequence(category, u0, thresholds.zero);
+  return sagx::category_of({*phasor_up0, *phasor_up, *phasor_un, un, u0}, {type, phase}, sagx::SequenceThresholds(V),
+                           sagx::AllLow::by_angle);
 }
 
 int seg_check(int* T, int num) {

@@ -321,30 +321,17 @@ void measure_phase_jumps(const dq_data& data, dq_dipx_struct& dipx, int segment)
   store_jump(angle_at(data.angle_c, dipx.pos_uc_min), dipx.angle_diff_cp[segment], dipx.angle_diff_cn[segment]);
 }
 
-/// Category of one sample. Unlike in symmetrical_components_dq a sample with all phases low is a three-phase one
-/// whatever its negative sequence, unless its positive sequence has not moved at all.
-int category_of(const Sequences& now, const vec_struct& positive_before, sagx::LowPhases low,
-                const sagx::SequenceThresholds& thresholds) {
-  int category = sagx::no_category;
-  if (magnitude(now.negative) < thresholds.negative) {
-    category = sagx::category_by_phases(low);
-  } else if (now.positive.r == positive_before.r && now.positive.x == positive_before.x) {
-    return sagx::no_category;
-  } else if (low.count == 3) {
-    category = sagx::three_phase_category;
-  } else {
-    category = sagx::category_by_angle(now.negative, positive_before, now.positive, low.count);
-  }
-  return sagx::with_zero_sequence(category, magnitude(now.zero), thresholds.zero);
-}
-
-/// Categories of a segment's samples, its end included, and the one that most of them have.
+/// Categories of a segment's samples, its end included, and the one that most of them have. Unlike in
+/// symmetrical_components_dq a sample with all phases low is a three-phase one whatever its negative sequence.
 int classify(dq_data& data, dq_dipx_struct& dipx, const vec_struct& positive_before, int begin, int end) {
   const sagx::SequenceThresholds thresholds(dipx.un);
   sagx::CategoryVote vote;
   for_samples(begin, end, [&](int j) {
     const auto low = sagx::low_phases(data.ua[j], data.ub[j], data.uc[j], dipx.ut);
-    dipx.dipx_cata[j] = category_of(Sequences(data, j), positive_before, low, thresholds);
+    const Sequences now(data, j);
+    dipx.dipx_cata[j] =
+        sagx::category_of({positive_before, now.positive, now.negative, magnitude(now.negative), magnitude(now.zero)},
+                          low, thresholds, sagx::AllLow::three_phase);
     vote.add(dipx.dipx_cata[j]);
   });
   return vote.winner();

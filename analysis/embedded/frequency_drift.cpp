@@ -5,8 +5,6 @@
 #include <complex>
 #include <numbers>
 
-#include "sagx/dip_category.h"
-
 namespace analysis::embedded {
 
 namespace {
@@ -77,19 +75,11 @@ vec_struct in_float(const std::complex<double>& value) {
 
 int category_of(const Phasors& phasors, const Phasors& before, const CategoryRule& rule) {
   const Components now(phasors);
-  const sagx::SequenceThresholds thresholds(rule.nominal);
   const auto size = [](const std::complex<double>& phasor) { return static_cast<float>(std::abs(phasor)); };
   const auto low = sagx::low_phases(size(phasors[0]), size(phasors[1]), size(phasors[2]), rule.threshold);
-  int category = 0;
-  if (size(now.negative) < thresholds.negative) {
-    category = sagx::category_by_phases(low);
-  } else if (rule.three_low_three_phase && low.count == 3) {
-    category = sagx::three_phase_category;
-  } else {
-    category = sagx::category_by_angle(in_float(now.negative), in_float(Components(before).positive),
-                                       in_float(now.positive), low.count);
-  }
-  return sagx::with_zero_sequence(category, size(now.zero), thresholds.zero);
+  return sagx::category_of({in_float(Components(before).positive), in_float(now.positive), in_float(now.negative),
+                            size(now.negative), size(now.zero)},
+                           low, sagx::SequenceThresholds(rule.nominal), rule.all_low);
 }
 
 }  // namespace

@@ -8,14 +8,15 @@
 
 #include "analysis/cycle_phasors.h"
 #include "analysis/findings.h"
+#include "sagx/dip_category.h"
 
 namespace analysis::embedded {
 
 /// By what a segment's category is decided, at the level of the analysis.
 struct CategoryRule {
-  float nominal;               ///< voltage, RMS
-  float threshold;             ///< of a dip, RMS
-  bool three_low_three_phase;  ///< three low phases are a three-phase dip whatever the negative sequence
+  float nominal;    ///< voltage, RMS
+  float threshold;  ///< of a dip, RMS
+  sagx::AllLow all_low;
 };
 
 /// The turning of the voltages away from nominal frequency over a dip, and what the dip is without it.

@@ -22,8 +22,8 @@ bool takes_level(float volts);
 /// RMS over the cycle that ends at each sample. The first, incomplete cycle has the value of the first complete one.
 std::vector<float> cycle_rms(std::vector<float>& samples, int samples_per_cycle);
 
-/// The report that the library writes of a whole record, of at most `longest_run_cycles`. Throws std::runtime_error when
-/// the library could not write all of it.
+/// The report that the library writes of a whole record, of at most `longest_run_cycles`. Throws std::runtime_error
+/// when the library could not write all of it.
 std::string report_of(const Waveform& waveform, int samples_per_cycle);
 
 /// Name of the instruction set that the library runs with.

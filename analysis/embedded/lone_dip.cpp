@@ -210,7 +210,8 @@ class LoneDip {
         jump = drift->phase_jump(phase, at, segment.samples)
                    .value_or(within_half_a_turn(jump - drift->degrees_between(window_begin, at)));
       }
-      segment.category = drift->category(segment.samples, {result.un, result.ut, true}).value_or(segment.category);
+      segment.category = drift->category(segment.samples, {result.un, result.ut, sagx::AllLow::three_phase})
+                             .value_or(segment.category);
     }
   }
 
@@ -236,7 +237,8 @@ class LoneDip {
       Segment& segment = dip_.segments[static_cast<std::size_t>(s)];
       segment.phase_jump = dip.phase_jump(s, drift_between);
       if (!drift) continue;
-      segment.category = drift->category(segment.samples, {result.un, result.ut, false}).value_or(segment.category);
+      segment.category =
+          drift->category(segment.samples, {result.un, result.ut, sagx::AllLow::by_angle}).value_or(segment.category);
     }
   }
 
