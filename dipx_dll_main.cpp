@@ -11,6 +11,7 @@
 #include "sagx/dq_dipx.h"
 #include "sagx/gbk_text.h"
 #include "sagx/mms_time.h"
+#include "sagx/report_lines.h"
 #include "sagx/signal_acquisition.h"
 
 using sagx::gbk;
@@ -174,6 +175,19 @@ void print_to_txt(dipx_data_struct* dipx) {
                static_cast<double>(first_cycle_rms(dipx->smp_vc, dipx->smp_rate)));
   std::fprintf(report, "%s = %d\r\n", gbk<"暂降事件个数">, dipx->evt_num);
   for (int i = 0; i < std::min(dipx->evt_num, +DIPX_EVENT_CAPACITY); i++) print_event(report, i + 1, dipx->evt_buf[i]);
+}
+
+int sagx::report_lines(const dipx_data_struct& record) {
+  constexpr int header = 5;
+  constexpr int per_event = 8;     // its number, the duration, three points on wave, three rates of change
+  constexpr int per_segment = 12;  // three residual voltages, phases, category, unbalance, six phase jumps
+  const auto listed = [](int count) { return std::clamp(count, 0, +DIPX_SEGMENT_CAPACITY); };
+  int lines = header;
+  for (int i = 0; i < std::min(record.evt_num, +DIPX_EVENT_CAPACITY); i++) {
+    const dipx_event_record& event = record.evt_buf[i];
+    lines += per_event + per_segment * listed(event.u_min_num) + listed(event.SEG_T_num) + listed(event.SEG_RMS_T_num);
+  }
+  return lines;
 }
 
 void dipx_new_pro(dipx_data_struct* dipx_data) {

@@ -157,8 +157,8 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
   analysis.dips = dips_of(search, analysis.level_factor);
   if (search.runs > 1) {
     analysis.notes.push_back(
-        fmt::format("Searched in {} stretches that overlap, as one run of the library takes 3000 cycles and 15 dips.",
-                    search.runs));
+        fmt::format("Searched in {} stretches that overlap, as one run of the library takes {} cycles and {} dips.",
+                    search.runs, embedded::longest_run_cycles, embedded::most_dips_of_a_run));
   }
   if (options.nominal > 0) analysis.declared = declared_voltage(record, analysis, options.nominal);
   analyse_each(analysis, options.report_stage);
@@ -169,7 +169,9 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
   }
   if (options.report) {
     if (waveform[0].size() > embedded::longest_run_cycles * static_cast<std::size_t>(samples_per_cycle)) {
-      throw Refusal(record.file, "the library's own report takes 3000 cycles at most, and the record holds more",
+      throw Refusal(record.file,
+                    fmt::format("the library's own report takes {} cycles at most, and the record holds more",
+                                embedded::longest_run_cycles),
                     "leave out --report");
     }
     options.report_stage("making the library's report", -1);

@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "analysis/analysed_voltages.h"
-#include "analysis/embedded/library.h"
+#include "analysis/embedded/limits.h"
 #include "analysis/findings.h"
 #include "analysis/stage_report.h"
 #include "readers/record.h"

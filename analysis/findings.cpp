@@ -1,8 +1,19 @@
 #include "analysis/findings.h"
 
+#include <fmt/format.h>
+
 #include <stdexcept>
 
+#include "analysis/embedded/limits.h"
+#include "analysis/quantity_text.h"
+
 namespace analysis {
+
+using embedded::cycles_after_recovery;
+using embedded::least_depth_percent;
+using embedded::longest_run_cycles;
+using embedded::shortest_shallow_cycles;
+using embedded::window_margin_cycles;
 
 ObstacleText describe(Obstacle obstacle) {
   switch (obstacle) {
@@ -11,15 +22,18 @@ ObstacleText describe(Obstacle obstacle) {
     case Obstacle::not_recovered:
       return {"not_recovered", "the voltage has not recovered by the end of the analysed stretch"};
     case Obstacle::near_start:
-      return {"near_start", "less than four cycles of record lie before it"};
+      return {"near_start",
+              fmt::format("less than {} cycles of record lie before it", count_text(window_margin_cycles))};
     case Obstacle::near_end:
-      return {"near_end", "less than four cycles of record lie behind it"};
+      return {"near_end", fmt::format("less than {} cycles of record lie behind it", count_text(window_margin_cycles))};
     case Obstacle::too_shallow:
-      return {"too_shallow", "less than 14 % deep and shorter than five cycles"};
+      return {"too_shallow", fmt::format("less than {:g} % deep and shorter than {} cycles", least_depth_percent,
+                                         count_text(shortest_shallow_cycles))};
     case Obstacle::unstable:
       return {"unstable", "the RMS fluctuates in more than half of the half-cycles round it"};
     case Obstacle::too_long:
-      return {"too_long", "with five cycles on either side it is longer than 3000 cycles"};
+      return {"too_long", fmt::format("with {} cycles on either side it is longer than {} cycles",
+                                      count_text(cycles_after_recovery), longest_run_cycles)};
     case Obstacle::not_segmented:
       return {"not_segmented", "its segments could not be told apart"};
     case Obstacle::unsteady_before:

@@ -17,9 +17,9 @@ namespace analysis {
 enum class Obstacle {
   none,
   not_recovered,    ///< still below the threshold at the record's end
-  near_start,       ///< less than four cycles of record before it
-  near_end,         ///< less than four cycles of record behind it
-  too_shallow,      ///< less than 14 % deep and shorter than five cycles
+  near_start,       ///< too little of the record before it
+  near_end,         ///< too little of the record behind it
+  too_shallow,      ///< neither deep nor long enough
   unstable,         ///< the RMS fluctuates in more than half of the half-cycles round it
   too_long,         ///< its window is longer than the library holds
   not_segmented,    ///< its segments could not be told apart
@@ -30,7 +30,7 @@ enum class Obstacle {
 /// A name for machines ("too_shallow") and a sentence for people.
 struct ObstacleText {
   const char* code;
-  const char* sentence;
+  std::string sentence;
 };
 ObstacleText describe(Obstacle obstacle);
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "analysis/embedded/limits.h"
 #include "analysis/quantity_text.h"
 
 namespace analysis {
@@ -47,9 +48,9 @@ void note_joined_dips(Analysis& analysis, const Waveform& rms) {
     }
     if (joined.size() > most_named) each += "; and so on";
     analysis.notes.push_back(
-        fmt::format("Dip {} joins {} dips that lie less than ten cycles apart; IEC 61000-4-30 counts each: {}. Its "
+        fmt::format("Dip {} joins {} dips that lie less than {} cycles apart; IEC 61000-4-30 counts each: {}. Its "
                     "duration, kind and place on the curves are those of all together.",
-                    i + 1, joined.size(), each));
+                    i + 1, joined.size(), count_text(embedded::joining_cycles), each));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <cmath>
 
 namespace analysis {
@@ -23,6 +24,12 @@ std::string volts_text(double volts) {
   if (size >= 1e3) return four_digits(volts / 1e3) + " kV";
   if (size >= 1 || size == 0) return four_digits(volts) + " V";
   return four_digits(volts * 1e3) + " mV";
+}
+
+std::string count_text(std::size_t count) {
+  constexpr std::array<const char*, 12> words = {"one",   "two",   "three", "four", "five",   "six",
+                                                 "seven", "eight", "nine",  "ten",  "eleven", "twelve"};
+  return count >= 1 && count <= words.size() ? words[count - 1] : fmt::format("{}", count);
 }
 
 std::string duration_text(double seconds) {

@@ -8,7 +8,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 # What all may use, kernels too, and no arrow is drawn to: records, and small headers without a stage behind them.
-SHARED = {"dq_dipx", "dipx_dll", "three_phases", "gbk_text", "boundary_list", "mms_time", "dipx_outcome", "lanes",
+SHARED = {"dq_dipx", "dipx_dll", "three_phases", "gbk_text", "boundary_list", "mms_time", "dipx_outcome", "report_lines", "lanes",
           "sorted_median", "wrapping"}
 FOLDERS = ["command", "outputs", "analysis", "files", "synth", "readers", "sagx"]
 

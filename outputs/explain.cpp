@@ -9,8 +9,10 @@
 #include <string_view>
 #include <vector>
 
+#include "analysis/embedded/limits.h"
 #include "analysis/event_terms.h"
 #include "analysis/findings.h"
+#include "analysis/quantity_text.h"
 #include "outputs/dip_category_name.h"
 #include "outputs/phasor_sketch.h"
 #include "readers/text.h"
@@ -18,19 +20,25 @@
 
 namespace outputs {
 
+using analysis::count_text;
 using analysis::Obstacle;
+namespace embedded = analysis::embedded;
 
 namespace {
 
 constexpr int not_classified = 10;
 
-constexpr const char* decided_by_components =
-    "Each sample of a segment votes. Where the negative sequence is below 4 % of nominal, the phases below the dip "
-    "threshold decide: one, two or all three; in dips of up to 500 cycles, all three low are a three-phase dip in any "
-    "case. Otherwise the angle between the negative sequence and what the positive sequence lost decides, in sectors "
-    "of 60 degrees (two-phase dips at 0, 120 and 240 degrees, single-phase dips at 180, 300 and 60). A two-phase dip "
-    "whose zero sequence exceeds 3 % of nominal has a code of its own. The segment gets the category with the most "
-    "votes.";
+std::string decided_by_components() {
+  return fmt::format(
+      "Each sample of a segment votes. Where the negative sequence is below {:g} % of nominal, the phases below the dip "
+      "threshold decide: one, two or all three; in dips of up to {} cycles, all three low are a three-phase dip in any "
+      "case. Otherwise the angle between the negative sequence and what the positive sequence lost decides, in sectors "
+      "of 60 degrees (two-phase dips at 0, 120 and 240 degrees, single-phase dips at 180, 300 and 60). A two-phase dip "
+      "whose zero sequence exceeds {:g} % of nominal has a code of its own. The segment gets the category with the most "
+      "votes.",
+      embedded::least_negative_sequence_percent, embedded::longest_short_window_cycles,
+      embedded::least_zero_sequence_percent);
+}
 
 constexpr std::array<Obstacle, 9> obstacles = {
     Obstacle::not_recovered, Obstacle::near_start,      Obstacle::near_end,
@@ -62,7 +70,7 @@ const char* phases_of(int category) {
   return phases[static_cast<std::size_t>(category)];
 }
 
-const char* meaning_of(int category) {
+std::string meaning_of(int category) {
   switch (category) {
     case 0:
     case 2:
@@ -84,8 +92,10 @@ const char* meaning_of(int category) {
       return "All three phases fall alike. A three-phase fault looks so, or the start of a large motor (type A of the "
              "ABC classification).";
     default:
-      return "No sample had a category: the negative sequence is below 4 % of nominal with no phase below the dip "
-             "threshold, or the positive sequence lost nothing.";
+      return fmt::format(
+          "No sample had a category: the negative sequence is below {:g} % of nominal with no phase below the dip "
+          "threshold, or the positive sequence lost nothing.",
+          embedded::least_negative_sequence_percent);
   }
 }
 
@@ -101,21 +111,23 @@ std::string sketch_of(int category) {
 
 std::string category_explained(int category) {
   std::string text = fmt::format("{}   {}\n\n{}\nHow it is decided\n{}", category, dip_category_name(category),
-                                 paragraph(meaning_of(category)), paragraph(decided_by_components));
+                                 paragraph(meaning_of(category)), paragraph(decided_by_components()));
   if (category != not_classified) text += '\n' + sketch_of(category);
   return text;
 }
 
 /// How it comes about, and what helps.
-const char* reason_explained(Obstacle obstacle) {
+std::string reason_explained(Obstacle obstacle) {
   switch (obstacle) {
     case Obstacle::not_recovered:
       return "No phase-voltage sample behind the fall brings the lowest one-cycle RMS back to the dip threshold. "
              "Start, lowest voltages and kind are still right for what was recorded. A longer record would help.";
     case Obstacle::near_start:
     case Obstacle::near_end:
-      return "Segments are told apart in a window that reaches four cycles past the dip on either side. A record that "
-             "begins earlier or ends later would help.";
+      return fmt::format(
+          "Segments are told apart in a window that reaches {} cycles past the dip on either side. A record that begins "
+          "earlier or ends later would help.",
+          count_text(embedded::window_margin_cycles));
     case Obstacle::too_shallow:
       return "Such dips are too close to the ordinary changes of the voltage for their segments to mean anything. "
              "Start, end and lowest voltages are right.";
@@ -123,8 +135,10 @@ const char* reason_explained(Obstacle obstacle) {
       return "The half-cycle RMS changes so much for so long that steps of the dip cannot be told from it; flicker and "
              "arc furnaces do that.";
     case Obstacle::too_long:
-      return "One run of the library takes 3000 cycles (60 s at 50 Hz), and segments are told apart within one run. "
-             "Start, end and lowest voltages are right.";
+      return fmt::format(
+          "One run of the library takes {} cycles ({} s at 50 Hz), and segments are told apart within one run. Start, "
+          "end and lowest voltages are right.",
+          embedded::longest_run_cycles, embedded::longest_run_cycles / 50);
     case Obstacle::not_segmented:
       return "The dip has no stretch in which the voltage stays about the same, or its transitions hide one another; "
              "slow falls over many cycles do that. Start, end and lowest voltages are right.";
@@ -149,15 +163,17 @@ bool is_cell(const std::string& code) {
 struct Term {
   const char* code;
   const char* name;
-  const char* text;
+  std::string text;
 };
 
 const std::vector<Term>& terms() {
   static const std::vector<Term> list = {
       {"dip", "voltage dip (sag)",
-       "The voltage of at least one phase falls below 90 % of the pre-event voltage for a while: from the sample at "
-       "which the lowest phase's one-cycle RMS passes that threshold to the one at which it is back. Dips less than "
-       "ten cycles apart count as one; a note tells how many IEC 61000-4-30 would count."},
+       fmt::format("The voltage of at least one phase falls below 90 % of the pre-event voltage for a while: from the "
+                   "sample at which the lowest phase's one-cycle RMS passes that threshold to the one at which it is "
+                   "back. Dips less than {} cycles apart count as one; a note tells how many IEC 61000-4-30 would "
+                   "count.",
+                   count_text(embedded::joining_cycles))},
       {"residual_voltage", "residual voltage",
        "Of a dip: the lowest one-cycle RMS of its lowest phase, as IEC 61000-4-30 has it. Of a segment: per phase, the "
        "lowest magnitude of the dq transform in that stretch. It follows a change within a quarter of a cycle, where "

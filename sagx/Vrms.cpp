@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "sagx/dipx_outcome.h"
 #include "sagx/kernels/kernels.h"
 #include "sagx/three_phases.h"
 
@@ -59,11 +60,11 @@ int find_crossings(dq_dipx_rms& record, int samples) {
   return crossings;
 }
 
-/// Marks each recovery that is followed by another fall within ten cycles, and that fall, with 0: no crossing can lie
+/// Marks each recovery that another fall follows within joining_cycles, and that fall, with 0: no crossing can lie
 /// at sample 0. The pairs are judged by what the search found, so a chain of short gaps joins a chain of dips.
 void merge_close_dips(dq_dipx_rms& record, int crossings) {
   if (crossings <= 2) return;
-  const long long closest = 10LL * record.smprate;
+  const long long closest = static_cast<long long>(sagx::joining_cycles) * record.smprate;
   for (int i = 1; i < crossings - 1; i += 2) {
     if (record.T0[i + 1] - record.T0[i] < closest) record.T0[i] = record.T0[i + 1] = 0;
   }

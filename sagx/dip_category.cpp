@@ -31,8 +31,8 @@ LowPhases low_phases(float a, float b, float c, float threshold) {
 }
 
 SequenceThresholds::SequenceThresholds(float nominal)
-    : negative(static_cast<float>(0.04 * static_cast<double>(nominal))),
-      zero(static_cast<float>(0.03 * static_cast<double>(nominal))) {}
+    : negative(static_cast<float>(least_negative_sequence * static_cast<double>(nominal))),
+      zero(static_cast<float>(least_zero_sequence * static_cast<double>(nominal))) {}
 
 int category_by_phases(LowPhases low) {
   const auto has = [&](int phases) { return (low.mask & phases) == phases; };

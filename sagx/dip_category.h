@@ -19,7 +19,9 @@ struct LowPhases {
 };
 LowPhases low_phases(float a, float b, float c, float threshold);
 
-/// Smallest magnitudes of the negative and of the zero sequence that count.
+/// Smallest magnitudes of the negative and of the zero sequence that count, as shares of nominal and in volts.
+inline constexpr double least_negative_sequence = 0.04;
+inline constexpr double least_zero_sequence = 0.03;
 struct SequenceThresholds {
   explicit SequenceThresholds(float nominal);
   float negative;

@@ -15,6 +15,9 @@ inline constexpr double highest_plausible_voltage = 400.0;
 /// Cycles that one record may have.
 inline constexpr int longest_record_cycles = 3000;
 
+/// Dips less than this apart are one.
+inline constexpr int joining_cycles = 10;
+
 /// Cycles of record that a dip needs on either side of it.
 inline constexpr int window_margin_cycles = 4;
 

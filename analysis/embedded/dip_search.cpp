@@ -7,14 +7,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "analysis/embedded/limits.h"
 #include "analysis/embedded/working_records.h"
 
 namespace analysis::embedded {
 
 namespace {
-
-/// Dips nearer to each other than this are one, as the library has it within a run.
-constexpr std::size_t joining_cycles = 10;
 
 std::array<const float*, 3> curves() {
   return {searched().rmsa, searched().rmsb, searched().rmsc};

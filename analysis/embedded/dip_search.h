@@ -35,7 +35,7 @@ struct DipSearch {
 
 /// Searches the waveform's dips by the level of its first two cycles. What one run of the library does not hold, of
 /// `longest_run` samples and thirty crossings of the threshold, is searched in stretches that overlap, and the dips
-/// come out as one run without these limits would find them: each once, those less than ten cycles apart joined.
+/// come out as one run without these limits would find them: each once, those less than joining_cycles apart joined.
 /// `longest_run`: at least thirty cycles.
 DipSearch search_dips(Waveform& waveform, int samples_per_cycle, std::size_t longest_run,
                       const StageReport& report_stage);

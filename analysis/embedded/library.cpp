@@ -12,22 +12,15 @@
 #include "sagx/dipx_lib.h"
 #include "sagx/dipx_outcome.h"
 #include "sagx/kernels/kernels.h"
+#include "sagx/report_lines.h"
 
 namespace analysis::embedded {
 
 namespace {
 
-/// Whether a report file of the library holds all lines of its record: the library does not check its writing.
+/// Whether a report file holds all lines of its record: the library does not check its writing.
 bool is_whole_report(const std::string& report, const dipx_data_struct& record) {
-  constexpr int header = 5;
-  constexpr int per_event = 8;
-  constexpr int per_segment = 12;
-  int lines = header;
-  for (int i = 0; i < std::min(record.evt_num, +DIPX_EVENT_CAPACITY); i++) {
-    const dipx_event_record& event = record.evt_buf[i];
-    lines += per_event + per_segment * event.u_min_num + event.SEG_T_num + event.SEG_RMS_T_num;
-  }
-  return report.ends_with('\n') && std::count(report.begin(), report.end(), '\n') == lines;
+  return report.ends_with('\n') && std::count(report.begin(), report.end(), '\n') == sagx::report_lines(record);
 }
 
 }  // namespace

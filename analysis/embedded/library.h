@@ -1,7 +1,6 @@
 // What the analysis asks the library besides dips: levels, curves, its report. Waveforms go in, values come out.
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,9 +8,6 @@
 #include "analysis/waveform.h"
 
 namespace analysis::embedded {
-
-/// What one run of the library takes at most.
-inline constexpr std::size_t longest_run_cycles = 3000;
 
 /// RMS of the lowest phase over the first two cycles, volts; nothing where the waveform is shorter.
 std::optional<float> level_at_start(const Waveform& waveform, int samples_per_cycle);

@@ -9,7 +9,7 @@
 
 #include "analysis/cycle_phasors.h"
 #include "analysis/embedded/frequency_drift.h"
-#include "analysis/embedded/library.h"
+#include "analysis/embedded/limits.h"
 #include "analysis/embedded/long_dip.h"
 #include "analysis/embedded/working_records.h"
 #include "analysis/phase_angle.h"
@@ -17,9 +17,6 @@
 namespace analysis::embedded {
 
 namespace {
-
-/// One more than the window needs, so that the boundaries' moving by some samples does not cost the dip its place.
-constexpr std::size_t cycles_after_recovery = sagx::window_margin_cycles + 1;
 
 /// Where a dip lies in a stretch: a pair of the boundaries that the library's last search found.
 struct Found {
@@ -141,7 +138,7 @@ class LoneDip {
     }
     if (dip_.obstacle != Obstacle::none) return;
     take_results(result);
-    const std::size_t window_begin = found->fall - cycles(sagx::window_margin_cycles);
+    const std::size_t window_begin = found->fall - cycles(window_margin_cycles);
     if (long_window) {
       take_long_segments(result, window_begin);
     } else {
@@ -152,7 +149,7 @@ class LoneDip {
   /// Whether all segments lie within the dip's window. Where a fall is not in its place they may be put past it, and
   /// their figures are then those of no voltage at all.
   [[nodiscard]] bool inside_window(const dq_dipx_struct& result, const Found& found) const {
-    const auto window_end = static_cast<int>(found.fall - dip_.stretch.begin - cycles(sagx::window_margin_cycles)) +
+    const auto window_end = static_cast<int>(found.fall - dip_.stretch.begin - cycles(window_margin_cycles)) +
                             static_cast<int>(window().num);
     return result.u_min_num < 1 || result.T[2 * result.u_min_num] < window_end;
   }
@@ -174,8 +171,8 @@ class LoneDip {
       case sagx::DipOutcome::window_too_long:
         return Obstacle::too_long;
       case sagx::DipOutcome::window_at_edge:
-        return found.fall < dip_.stretch.begin + cycles(sagx::window_margin_cycles) ? Obstacle::near_start
-                                                                                    : Obstacle::near_end;
+        return found.fall < dip_.stretch.begin + cycles(window_margin_cycles) ? Obstacle::near_start
+                                                                              : Obstacle::near_end;
       case sagx::DipOutcome::not_reached:
         break;
     }

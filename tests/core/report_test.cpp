@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "dipx_dll.h"
+#include "sagx/report_lines.h"
 #include "tests/core/printed_lines.h"
 #include "tests/core/waveforms.h"
 #include "tests/core/working_folder.h"
@@ -30,7 +32,9 @@ class Report : public testing::Test {
   std::string report() {
     const auto printed = tests::printed_by([&] { print_to_txt(record.get()); });
     EXPECT_EQ(printed.out + printed.err, "");
-    return tests::bytes_of("dipx_result.txt");
+    const std::string bytes = tests::bytes_of("dipx_result.txt");
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '\n'), sagx::report_lines(*record));
+    return bytes;
   }
 
   tests::WorkingFolder folder;
