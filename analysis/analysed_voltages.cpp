@@ -13,20 +13,18 @@
 
 #include "analysis/refusal.h"
 #include "analysis/resampling.h"
+#include "readers/text.h"
+#include "readers/voltages/channel_choice.h"
+#include "readers/voltages/fourier.h"
+#include "readers/voltages/named_channel.h"
+#include "readers/voltages/set_search.h"
 
 namespace analysis {
 
 namespace {
 
-/// Below this the shape of a cycle cannot be told.
-constexpr double fewest_samples_per_cycle = 8;
-
 /// No phase voltage of any grid; where a unit makes one so high, it is wrong.
 constexpr double implausible_volts = 2e6;
-
-std::string plural(std::size_t count, const char* noun) {
-  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
-}
 
 /// Why three voltages are dead.
 std::string cause_of_death(const readers::Record& record, const readers::VoltageSet& set) {
@@ -122,13 +120,8 @@ void note_how_found(const readers::Record& record, const readers::VoltageSet& se
 /// How much of the part's first tenth of a second, a whole number of cycles of 50 and of 60 Hz, is at a frequency.
 double power_at(double frequency, const readers::Channel& channel, const readers::Part& part) {
   const auto length = static_cast<std::size_t>(std::lround(part.rate / 10));
-  std::complex<double> sum = 0;
-  for (std::size_t i = 0; i < length; i++) {
-    const double value = channel.samples[part.begin + i];
-    const double angle = 2 * std::numbers::pi * frequency * static_cast<double>(i) / part.rate;
-    if (std::isfinite(value)) sum += value * std::polar(1.0, angle);
-  }
-  return std::norm(sum);
+  return std::norm(
+      readers::fourier_sum(channel.samples, part.begin, length, readers::rotation_of(part.rate / frequency, length)));
 }
 
 /// The line frequency that the waveform shows: 50 or 60 Hz, one having at least `clearly` times the other's power; 0
@@ -136,7 +129,8 @@ double power_at(double frequency, const readers::Channel& channel, const readers
 double shown_frequency(const readers::Record& record, std::size_t channel, double clearly) {
   const auto& samples = record.channels[channel];
   for (const auto& part : readers::parts_of(record)) {
-    if (!(part.rate >= 60 * fewest_samples_per_cycle) || static_cast<double>(part.length()) < part.rate / 10) continue;
+    if (!(part.rate >= 60 * readers::fewest_samples_per_cycle) || static_cast<double>(part.length()) < part.rate / 10)
+      continue;
     const double fifty = power_at(50, samples, part);
     const double sixty = power_at(60, samples, part);
     if (fifty > clearly * sixty) return 50;
@@ -184,7 +178,7 @@ std::vector<double> cycle_levels(const readers::Channel& channel, const readers:
     std::size_t count = 0;
     for (std::size_t i = begin; i < begin + cycle; i++) {
       const double value = channel.samples[i];
-      if (!(std::abs(value) < std::numeric_limits<float>::max())) continue;
+      if (!readers::fits_float(value)) continue;
       sum += value * value;
       count++;
     }
@@ -211,7 +205,7 @@ std::vector<PartView> views_of(const readers::Record& record, const AnalysedVolt
   for (std::size_t i = 0; i < parts.size(); i++) {
     const auto& part = parts[i];
     views[i].cycles = part.rate > 0 ? static_cast<double>(part.length()) * frequency / part.rate : 0;
-    views[i].will_do = part.rate >= fewest_samples_per_cycle * frequency && views[i].cycles >= 2;
+    views[i].will_do = part.rate >= readers::fewest_samples_per_cycle * frequency && views[i].cycles >= 2;
   }
   if (parts.size() < 2) return views;
   std::array<std::vector<std::vector<double>>, 3> levels;
@@ -324,7 +318,7 @@ void note_bridges(const readers::Record& record, std::size_t channel, const read
   notes.push_back(fmt::format("Of {} {} missing (the first is sample {}, the longest gap {}): bridged by a curve.",
                               record.channels[channel].name,
                               samples.bridged == 1 ? "1 value is" : fmt::format("{} values are", samples.bridged),
-                              samples.first + 1, plural(samples.longest_gap, "sample")));
+                              samples.first + 1, readers::plural(samples.longest_gap, "sample")));
 }
 
 /// The phases' values over the part, in volts; returns the largest RMS.
@@ -375,11 +369,12 @@ std::optional<std::array<std::complex<double>, 3>> first_phasors(const Waveform&
   const auto length = static_cast<std::size_t>(std::lround(2 * samples_per_cycle));
   std::array<std::complex<double>, 3> phasors;
   if (waveform[0].size() < length) return std::nullopt;
+  const readers::Rotation rotation = readers::rotation_of(samples_per_cycle, length);
   for (std::size_t phase = 0; phase < 3; phase++) {
+    phasors[phase] = readers::fourier_sum(waveform[phase], 0, length, rotation);
     double energy = 0;
     for (std::size_t i = 0; i < length; i++) {
       const auto value = static_cast<double>(waveform[phase][i]);
-      phasors[phase] += value * std::polar(1.0, -2 * std::numbers::pi * static_cast<double>(i) / samples_per_cycle);
       energy += value * value;
     }
     if (!(2 * std::norm(phasors[phase]) >= mostly * energy * static_cast<double>(length)) || energy == 0) {
@@ -488,11 +483,11 @@ AnalysedVoltages pick_voltages(const readers::Record& record, const VoltageChoic
     throw Refusal(record.file, "neither it nor its time stamps tell the sampling rate", "give it with --rate");
   }
   const double samples = rate / voltages.line_frequency;
-  if (samples < fewest_samples_per_cycle * (1 - 1e-9)) {
+  if (samples < readers::fewest_samples_per_cycle * (1 - 1e-9)) {
     throw Refusal(record.file,
                   fmt::format("its {:g} Hz are {:g} samples per cycle of {:g} Hz, too few to tell a cycle's shape",
                               rate, samples, voltages.line_frequency),
-                  "use a record with at least 8");
+                  fmt::format("use a record with at least {:g}", readers::fewest_samples_per_cycle));
   }
   fill(record, voltages, set.turned, waveform, notes);
   note_connection(record, voltages, waveform, samples, notes);

@@ -12,7 +12,6 @@
 #include "analysis/waveform.h"
 #include "readers/record.h"
 #include "readers/voltages/parts.h"
-#include "readers/voltages/voltage_set.h"
 
 namespace analysis {
 

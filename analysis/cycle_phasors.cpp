@@ -4,23 +4,17 @@
 
 namespace analysis {
 
-CyclePhasors::CyclePhasors(const Waveform& waveform, int samples_per_cycle) : waveform_(waveform) {
-  for (int i = 0; i < samples_per_cycle; i++) {
-    const double angle = -2 * std::numbers::pi * i / samples_per_cycle;
-    rotation_.push_back(std::polar(std::numbers::sqrt2 / samples_per_cycle, angle));
-  }
-}
+CyclePhasors::CyclePhasors(const Waveform& waveform, int samples_per_cycle)
+    : waveform_(waveform),
+      rotation_(readers::rotation_of(samples_per_cycle, static_cast<std::size_t>(samples_per_cycle),
+                                     std::numbers::sqrt2 / samples_per_cycle)) {}
 
 Phasors CyclePhasors::at(std::size_t begin) const {
-  Phasors sums{};
+  Phasors phasors{};
   for (std::size_t phase = 0; phase < 3; phase++) {
-    std::size_t turn = begin % cycle();
-    for (std::size_t i = begin; i < begin + cycle(); i++) {
-      sums[phase] += static_cast<double>(waveform_[phase][i]) * rotation_[turn];
-      if (++turn == cycle()) turn = 0;
-    }
+    phasors[phase] = readers::fourier_sum(waveform_[phase], begin, cycle(), rotation_, begin % cycle());
   }
-  return sums;
+  return phasors;
 }
 
 }  // namespace analysis

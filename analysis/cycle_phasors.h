@@ -4,9 +4,9 @@
 #include <array>
 #include <complex>
 #include <cstddef>
-#include <vector>
 
 #include "analysis/waveform.h"
+#include "readers/voltages/fourier.h"
 
 namespace analysis {
 
@@ -26,7 +26,7 @@ class CyclePhasors {
 
  private:
   const Waveform& waveform_;
-  std::vector<std::complex<double>> rotation_;  ///< of a cycle, scaled such that a sum is an RMS phasor
+  readers::Rotation rotation_;  ///< of a cycle, scaled such that a sum is an RMS phasor
 };
 
 }  // namespace analysis

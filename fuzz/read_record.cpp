@@ -2,8 +2,10 @@
 
 #include "fuzz/bytes.h"
 #include "readers/text.h"
+#include "readers/voltages/channel_choice.h"
+#include "readers/voltages/named_channel.h"
 #include "readers/voltages/parts.h"
-#include "readers/voltages/voltage_set.h"
+#include "readers/voltages/set_search.h"
 
 namespace fuzz {
 namespace {
@@ -49,7 +51,7 @@ void take_apart(const readers::Record& record) {
       expect(readers::bridged_samples(record, set.channels[0], part, factor).values.size() == part.length());
     }
     try {
-      for (const std::size_t channel : set.channels) readers::volts(record, channel);
+      for (const std::size_t channel : set.channels) readers::volts_per_unit(record, channel);
     } catch (const readers::ReadError& error) {
       expect_inert(error.what());
     }

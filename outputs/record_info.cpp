@@ -14,15 +14,17 @@
 #include "outputs/figures_text.h"
 #include "outputs/record_json.h"
 #include "readers/voltages/parts.h"
-#include "readers/voltages/voltage_set.h"
+#include "readers/voltages/set_search.h"
 
 namespace outputs {
 
 namespace {
 
 struct Contents {
-  explicit Contents(const readers::Record& record)
-      : sets(readers::find_voltage_sets(record)), line_to_line(readers::find_line_to_line_sets(record)) {
+  explicit Contents(const readers::Record& record) {
+    const auto names = readers::named_channels(record);
+    sets = readers::find_voltage_sets(record, names);
+    line_to_line = readers::find_line_to_line_sets(record, names);
     // As the first set's gaps make them: what dipx analyse does without being told otherwise.
     const double frequency = record.line_frequency > 0 ? record.line_frequency : 50;
     parts = sets.empty()

@@ -24,8 +24,8 @@ using analysis::volts_text;
 
 namespace {
 
-std::string plural(std::size_t count, const char* noun) {
-  return fmt::format("{} {}{}", count == 0 ? "no" : std::to_string(count), noun, count == 1 ? "" : "s");
+std::string number_of(std::size_t count, const char* noun) {
+  return count == 0 ? fmt::format("no {}s", noun) : readers::plural(count, noun);
 }
 
 std::string segment_name(const Segment& segment) {
@@ -122,7 +122,7 @@ class DipText {
     angles("    phase jump", segment.phase_jump, turn_text);
     const std::string letters = phase_letters(segment.low_mask);
     fmt::format_to(out(), "    {} below the threshold{}, unbalance {:.1f} %\n",
-                   plural(static_cast<std::size_t>(segment.low_count), "phase"),
+                   number_of(static_cast<std::size_t>(segment.low_count), "phase"),
                    letters.empty() ? "" : " (" + letters + ")", segment.unbalance);
     if (is_next_to_nothing(segment, analysis_))
       note("  ", "with next to no voltage, its angles and unbalance are noise");
@@ -185,7 +185,7 @@ std::string text_of(const readers::Record& record, const Analysis& analysis, con
   for (const auto* notes : {&record.notes, &analysis.notes}) {
     for (const auto& note : *notes) text += "  " + colours.note("note: " + note) + '\n';
   }
-  fmt::format_to(out, "\n{}\n", plural(analysis.dips.size(), "dip"));
+  fmt::format_to(out, "\n{}\n", number_of(analysis.dips.size(), "dip"));
   DipText dip_text(record, analysis, colours);
   for (std::size_t i = 0; i < analysis.dips.size(); i++) text += dip_text.of(i + 1, analysis.dips[i]);
   return text;

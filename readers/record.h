@@ -2,6 +2,7 @@
 // The reader library knows nothing of dips; programs other than the dipx command may use it as well.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <optional>
@@ -13,6 +14,11 @@ namespace readers {
 
 /// Stands for a number that is not there.
 inline constexpr double no_value = std::numeric_limits<double>::quiet_NaN();
+
+/// Whether a sample is there and a float can hold it.
+inline bool fits_float(double sample) {
+  return std::abs(sample) <= static_cast<double>(std::numeric_limits<float>::max());
+}
 
 /// Rates that differ by no more than this share count as one: devices that follow the line's frequency state it anew
 /// all the time.

@@ -1,5 +1,7 @@
 #include "readers/text.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -157,6 +159,10 @@ std::optional<std::size_t> parse_count(std::string_view text) {
 std::string number_text(double value) {
   std::array<char, 32> digits;
   return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
+}
+
+std::string plural(std::size_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 std::optional<std::string_view> Lines::next() {

@@ -80,6 +80,9 @@ std::optional<std::size_t> parse_count(std::string_view text);
 /// The shortest digits that mean this number, for messages.
 std::string number_text(double value);
 
+/// "1 sample", "3 samples".
+std::string plural(std::size_t count, std::string_view noun);
+
 /// Walks through text line by line. Ends of lines may be LF, CRLF or, where there is no LF at all, CR.
 class Lines {
  public:

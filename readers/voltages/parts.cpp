@@ -2,14 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace readers {
 namespace {
-
-bool is_value(double value) {
-  return std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max());
-}
 
 /// Positions of a part at which one of the channels has no value.
 std::vector<bool> holes_in(const Record& record, const std::array<std::size_t, 3>& channels, const Part& part) {
@@ -18,7 +13,7 @@ std::vector<bool> holes_in(const Record& record, const std::array<std::size_t, 3
     const std::vector<double>& samples = record.channels[channel].samples;
     if (samples.empty()) continue;
     for (std::size_t i = 0; i < holes.size(); i++) {
-      if (!is_value(samples[part.begin + i])) holes[i] = true;
+      if (!fits_float(samples[part.begin + i])) holes[i] = true;
     }
   }
   return holes;
@@ -98,7 +93,7 @@ BridgedSamples bridged_samples(const Record& record, std::size_t channel, const 
   const auto length = static_cast<std::ptrdiff_t>(part.length());
   for (std::ptrdiff_t i = 0; i < length; i++) {
     const double value = samples[part.begin + static_cast<std::size_t>(i)] * factor;
-    if (!is_value(value)) continue;
+    if (!fits_float(value)) continue;
     values[static_cast<std::size_t>(i)] = static_cast<float>(value);
     if (i > before + 1) {
       there.push_back(before);

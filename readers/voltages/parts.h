@@ -9,6 +9,9 @@
 
 namespace readers {
 
+/// With fewer the shape of a cycle cannot be told.
+inline constexpr double fewest_samples_per_cycle = 8;
+
 struct Part {
   std::size_t begin = 0;  ///< first sample
   std::size_t end = 0;    ///< one past the last sample

@@ -11,7 +11,6 @@
 
 #include "dipx_dll.h"
 #include "readers/open_record.h"
-#include "readers/voltages/voltage_set.h"
 #include "sagx/kernels/kernels.h"
 #include "synth/record_file.h"
 #include "synth/waveform.h"
@@ -604,8 +603,8 @@ TEST_F(Analyse, WritesTheLibrarysReportByteForByte) {
   const auto host = std::make_unique<dipx_data_struct>();
   std::size_t channel = 0;
   for (float* samples : {host->smp_va, host->smp_vb, host->smp_vc}) {
-    const auto volts = readers::volts(record, channel++);
-    std::copy(volts.begin(), volts.end(), samples);
+    const auto& volts = record.channels[channel++].samples;
+    std::transform(volts.begin(), volts.end(), samples, [](double value) { return static_cast<float>(value); });
   }
   host->smp_rate = 128;
   host->smp_len = static_cast<int>(record.length());

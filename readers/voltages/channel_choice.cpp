@@ -1,0 +1,89 @@
+#include "readers/voltages/channel_choice.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include "readers/text.h"
+#include "readers/voltages/live_sets.h"
+#include "readers/voltages/set_search.h"
+
+namespace readers {
+
+namespace {
+
+std::string channel_list(const Record& record) {
+  std::string list;
+  for (std::size_t i = 0; i < record.channels.size(); i++) {
+    const Channel& channel = record.channels[i];
+    if (i > 0) list += ", ";
+    list += std::to_string(i + 1) + " " + channel.name;
+    if (!channel.unit.empty()) list += " [" + channel.unit + "]";
+  }
+  return list;
+}
+
+[[noreturn]] void refuse_names(const Record& record, const std::string& cause) {
+  throw ReadError(record.file, "", cause, "choose three of the channels by name or number: " + channel_list(record));
+}
+
+/// Whether `text` names the channel; tables may spell its unit behind the name.
+bool is_named(const Channel& channel, std::string_view text) {
+  return text == channel.name || (!channel.unit.empty() && (text == channel.name + "_" + channel.unit ||
+                                                            text == channel.name + " [" + channel.unit + "]" ||
+                                                            text == channel.name + " (" + channel.unit + ")"));
+}
+
+std::size_t channel_named(const Record& record, std::string_view text) {
+  std::vector<std::size_t> exact;
+  std::vector<std::size_t> in_any_case;
+  for (std::size_t i = 0; i < record.channels.size(); i++) {
+    const Channel& channel = record.channels[i];
+    if (is_named(channel, text)) exact.push_back(i);
+    if (lower_case(channel.name) == lower_case(text)) in_any_case.push_back(i);
+  }
+  const std::vector<std::size_t>& found = exact.empty() ? in_any_case : exact;
+  if (found.size() == 1) return found[0];
+  if (found.size() > 1) {
+    refuse_names(record, std::to_string(found.size()) + " channels go by the name " + cited(text));
+  }
+  const auto number = parse_count(text);
+  if (number && *number >= 1 && *number <= record.channels.size()) return *number - 1;
+  refuse_names(record, "there is no channel " + cited(text));
+}
+
+}  // namespace
+
+VoltageSet named_voltage_set(const Record& record, const std::string& names) {
+  const std::vector<std::string_view> parts = split_fields(names, ',');
+  if (parts.size() != 3) {
+    refuse_names(record, "three channels separated by commas are needed, not " + cited(names));
+  }
+  VoltageSet set;
+  for (std::size_t i = 0; i < 3; i++) set.channels[i] = channel_named(record, parts[i]);
+  set.source = PhaseSource::user;
+  const NamedChannels channels = named_channels(record);
+  const auto pairs = find_line_to_line_sets(record, channels);
+  const auto is_between_phases = [&](std::size_t channel) {
+    return std::any_of(pairs.begin(), pairs.end(), [&](const VoltageSet& pair) {
+      return std::find(pair.channels.begin(), pair.channels.end(), channel) != pair.channels.end();
+    });
+  };
+  set.between_phases = std::all_of(set.channels.begin(), set.channels.end(), is_between_phases);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    for (const VoltageSet& pair : pairs) {
+      const auto at = std::find(pair.channels.begin(), pair.channels.end(), set.channels[phase]);
+      if (at != pair.channels.end())
+        set.turned[phase] = pair.turned[static_cast<std::size_t>(at - pair.channels.begin())];
+    }
+  }
+  const auto& [a, b, c] = set.channels;
+  if (a == b || b == c || a == c) refuse_names(record, cited(names) + " names a channel twice");
+
+  std::vector<VoltageSet> sets = find_voltage_sets(record, channels);
+  sets.push_back(set);
+  mark_live(record, channels, sets);
+  return sets.back();
+}
+
+}  // namespace readers
