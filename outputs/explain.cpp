@@ -226,7 +226,7 @@ std::optional<std::string> explanation_of(const std::string& asked) {
   std::replace_if(
       code.begin(), code.end(), [](char c) { return c == '-' || c == ' '; }, '_');
   for (int category = 0; category <= not_classified; category++) {
-    if (code == std::to_string(category)) return category_explained(category);
+    if (code == fmt::format("{}", category)) return category_explained(category);
   }
   for (const Obstacle obstacle : obstacles) {
     const auto [name, sentence] = describe(obstacle);

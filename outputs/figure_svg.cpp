@@ -324,7 +324,8 @@ class Figure {
     for (std::size_t i = 0; i < dip_->segments.size(); i++) {
       const auto& segment = dip_->segments[i];
       const double lowest = *std::min_element(segment.residual.begin(), segment.residual.end());
-      line(std::to_string(i + 1), fmt::format("\u2003{}: {}", dip_category_name(segment.category), level_text(lowest)));
+      line(fmt::format("{}", i + 1),
+           fmt::format("\u2003{}: {}", dip_category_name(segment.category), level_text(lowest)));
     }
   }
 

@@ -1,5 +1,7 @@
 #include "readers/open_record.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <string_view>
@@ -48,13 +50,13 @@ void note_missing_values(Record& record) {
     const Channel& channel = record.channels[c];
     for (std::size_t i = 0; i < channel.samples.size(); i++) {
       if (!std::isnan(channel.samples[i]) || missing++ > 0) continue;
-      first = "sample " + std::to_string(i + 1) + " of channel " + std::to_string(c + 1);
-      if (!channel.name.empty()) first.append(" ").append(cited(channel.name));
+      first = fmt::format("sample {} of channel {}", i + 1, c + 1);
+      if (!channel.name.empty()) first += " " + cited(channel.name);
     }
   }
   if (missing == 0) return;
-  record.notes.push_back(std::to_string(missing) + (missing == 1 ? " value is" : " values are") +
-                         " missing, the first being " + first + ".");
+  record.notes.push_back(fmt::format("{} missing, the first being {}.",
+                                     missing == 1 ? "1 value is" : fmt::format("{} values are", missing), first));
 }
 
 Record read_by_kind(const std::string& path, const OpenOptions& options) {

@@ -161,6 +161,10 @@ std::string number_text(double value) {
   return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
 }
 
+std::string line_place(std::size_t line) {
+  return fmt::format("line {}", line);
+}
+
 std::string plural(std::size_t count, std::string_view noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }

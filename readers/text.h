@@ -80,6 +80,9 @@ std::optional<std::size_t> parse_count(std::string_view text);
 /// The shortest digits that mean this number, for messages.
 std::string number_text(double value);
 
+/// "line 12", the place of a fault.
+std::string line_place(std::size_t line);
+
 /// "1 sample", "3 samples".
 std::string plural(std::size_t count, std::string_view noun);
 

@@ -1,5 +1,7 @@
 #include "readers/time_stamps.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -109,7 +111,7 @@ bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t 
 }
 
 std::string sample_text(std::size_t index) {
-  return "sample " + std::to_string(index + 1);
+  return fmt::format("sample {}", index + 1);
 }
 
 class TableMaker {
@@ -123,7 +125,7 @@ class TableMaker {
       add(section, begin);
       begin = section.end;
     }
-    if (jumps_ > 1) table_.notes[forward_note_] += " There are " + std::to_string(jumps_ - 1) + " more such places.";
+    if (jumps_ > 1) table_.notes[forward_note_] += fmt::format(" There are {} more such places.", jumps_ - 1);
     return std::move(table_);
   }
 
@@ -177,8 +179,9 @@ class TableMaker {
     const double step = std::isnan(usual) ? no_value : mean_step(stamps_, begin, end, usual) * unit_;
     if (step > 0) {
       const double rate = rate_of_step(step);
-      table_.notes.push_back("The file states no sampling rate; the time stamps make it " +
-                             number_text(std::round(rate * 1e3) / 1e3) + " samples per second.");
+      table_.notes.push_back(
+          fmt::format("The file states no sampling rate; the time stamps make it {} samples per second.",
+                      number_text(std::round(rate * 1e3) / 1e3)));
       return rate;
     }
     if (given_rate_ > 0) return given_rate_;
@@ -233,13 +236,14 @@ class TableMaker {
     const bool back = jump + step < -1;
     const std::string by = number_text(std::round(std::abs(jump) * unit_ * 1e6) / 1e6) + " s";
     if (forward && jumps_++ == 0) {
-      table_.notes.push_back("The time stamps jump forward by " + by + " at " + sample_text(at) +
-                             "; the record is taken apart there.");
+      table_.notes.push_back(fmt::format("The time stamps jump forward by {} at {}; the record is taken apart there.",
+                                         by, sample_text(at)));
       forward_note_ = table_.notes.size() - 1;
     }
     if (back && jumps_back_++ == 0) {
-      table_.notes.push_back("The time stamps go back by " + by + " at " + sample_text(at) +
-                             "; the samples are taken to follow each other at the stated rate.");
+      table_.notes.push_back(fmt::format(
+          "The time stamps go back by {} at {}; the samples are taken to follow each other at the stated rate.", by,
+          sample_text(at)));
     }
     return forward;
   }
@@ -249,9 +253,10 @@ class TableMaker {
     if (!(jump > std::max(2.0, 0.25 * step)) || shift_noted_ || !persists(stamps_, begin, end, at, step, jump / step))
       return;
     shift_noted_ = true;
-    table_.notes.push_back("From " + sample_text(at) + " on the time stamps are " +
-                           number_text(std::round(jump * unit_ * 1e9) / 1e3) +
-                           " us later than the rate makes them; the samples are taken to follow each other.");
+    table_.notes.push_back(fmt::format(
+        "From {} on the time stamps are {} us later than the rate makes them; the samples are taken to follow each "
+        "other.",
+        sample_text(at), number_text(std::round(jump * unit_ * 1e9) / 1e3)));
   }
 
   void push(double rate, std::size_t begin, std::size_t end, double missing, bool follows) {
@@ -320,8 +325,8 @@ bool span_disagrees(double span, double step, double steps) {
 }
 
 std::string contradicted_rate(double by_stamps, double stated) {
-  return "The time stamps make the sampling rate " + number_text(std::round(by_stamps * 1e3) / 1e3) +
-         " samples per second, the file states " + number_text(stated) + ", which is used.";
+  return fmt::format("The time stamps make the sampling rate {} samples per second, the file states {}, which is used.",
+                     number_text(std::round(by_stamps * 1e3) / 1e3), number_text(stated));
 }
 
 std::vector<RowShift> row_shifts(const std::vector<RateSection>& sections, const std::vector<double>& stamps,

@@ -1,5 +1,7 @@
 #include "readers/comtrade/comtrade.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -61,8 +63,7 @@ double duration(const std::vector<RateSection>& sections) {
 Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, const OpenOptions& options) {
   const std::size_t declared = config.rates.back().end;
   if (declared != data.rows) {
-    data.notes.push_back("The configuration declares " + std::to_string(declared) + " samples, the data hold " +
-                         std::to_string(data.rows) + ".");
+    data.notes.push_back(fmt::format("The configuration declares {} samples, the data hold {}.", declared, data.rows));
   }
   double unit = config.stamp_unit;
   if (!data.stamps_agree) {
@@ -71,9 +72,10 @@ Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, 
   }
   if (unit != config.stamp_unit) {
     const auto nanoseconds = [](double seconds) { return number_text(std::round(seconds * 1e9)) + " ns"; };
-    data.notes.push_back("The time stamps are taken to be in units of " + nanoseconds(unit) +
-                         ", as the record does not fit them in units of " + nanoseconds(config.stamp_unit) +
-                         ", which the configuration makes them.");
+    data.notes.push_back(fmt::format(
+        "The time stamps are taken to be in units of {}, as the record does not fit them in units of {}, which the "
+        "configuration makes them.",
+        nanoseconds(unit), nanoseconds(config.stamp_unit)));
   }
   TimeTable table;
   table.sections = repair_rows(config, unit, data);
@@ -202,9 +204,9 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
   std::string_view left = sections.data.substr(data.size());
   left.remove_prefix(std::min(left.find_first_not_of(" \t\r\n\x1A"), left.size()));
   if (!left.empty() && announced_by(left.substr(0, left.find('\n'))).kind.empty()) {
-    record.notes.push_back("The data section goes on for " + std::to_string(left.size()) +
-                           " bytes behind its stated length of " + std::to_string(data.size()) +
-                           "; they were left out.");
+    record.notes.push_back(
+        fmt::format("The data section goes on for {} bytes behind its stated length of {}; they were left out.",
+                    left.size(), data.size()));
   }
   if (decoded) {
     data = *decoded;

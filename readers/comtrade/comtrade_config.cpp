@@ -1,5 +1,7 @@
 #include "readers/comtrade/comtrade_config.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 #include <optional>
 
@@ -37,23 +39,23 @@ class ConfigParser {
   /// The next line, which should hold `what`.
   std::string_view next_line(const std::string& what) {
     if (const auto line = lines_.next()) return *line;
-    throw ReadError(file_, "line " + std::to_string(lines_.number() + 1), "the file ends where " + what + " should be",
+    throw ReadError(file_, line_place(lines_.number() + 1), fmt::format("the file ends where {} should be", what),
                     "get the whole configuration file");
   }
 
   Fields next_fields(const std::string& what) { return split_fields(next_line(what), ','); }
 
   [[noreturn]] void refuse_line(const std::string& cause, const std::string& cure = "correct the line") const {
-    throw ReadError(file_, "line " + std::to_string(lines_.number()), cause, cure);
+    throw ReadError(file_, line_place(lines_.number()), cause, cure);
   }
 
   void note(const std::string& sentence) {
-    config_.notes.push_back("Line " + std::to_string(lines_.number()) + " of the configuration file: " + sentence);
+    config_.notes.push_back(fmt::format("Line {} of the configuration file: {}", lines_.number(), sentence));
   }
 
   double finite_number(std::string_view field, const std::string& what) const {
     const auto value = parse_number(field);
-    if (!value || !std::isfinite(*value)) refuse_line(what + " " + cited(field) + " is not a number");
+    if (!value || !std::isfinite(*value)) refuse_line(fmt::format("{} {} is not a number", what, cited(field)));
     return *value;
   }
 
@@ -69,7 +71,7 @@ class ConfigParser {
       config_.revision = "2013";
     } else {
       config_.revision = "1999";
-      if (year != "1999") note("revision year " + cited(year) + " is unknown; the rules of 1999 are used.");
+      if (year != "1999") note(fmt::format("revision year {} is unknown; the rules of 1999 are used.", cited(year)));
     }
   }
 
@@ -80,8 +82,9 @@ class ConfigParser {
       count = parse_count(field.substr(0, field.size() - 1));
     }
     if (!count) {
-      refuse_line(cited(field) + " is not a count of " + (letter == 'a' ? "analog (A)" : "digital (D)") + " channels",
-                  "make sure that this is a COMTRADE configuration file with a line such as 6,4A,2D");
+      refuse_line(
+          fmt::format("{} is not a count of {} channels", cited(field), letter == 'a' ? "analog (A)" : "digital (D)"),
+          "make sure that this is a COMTRADE configuration file with a line such as 6,4A,2D");
     }
     return *count;
   }
@@ -95,8 +98,8 @@ class ConfigParser {
     const std::size_t analogs = channel_count(counts[1], 'a');
     config_.digitals = channel_count(counts[2], 'd');
     if (parse_count(counts[0]) != analogs + config_.digitals) {
-      note("the total " + cited(counts[0]) + " is not the sum of " + std::to_string(analogs) + " analog and " +
-           std::to_string(config_.digitals) + " digital channels, which are used.");
+      note(fmt::format("the total {} is not the sum of {} analog and {} digital channels, which are used.",
+                       cited(counts[0]), analogs, config_.digitals));
     }
     if (analogs == 0) refuse_line("the record has no analog channels", "choose a record with voltages");
 
@@ -107,9 +110,7 @@ class ConfigParser {
     }
   }
 
-  static std::string position(std::size_t i, std::size_t count) {
-    return std::to_string(i) + " of " + std::to_string(count);
-  }
+  static std::string position(std::size_t i, std::size_t count) { return fmt::format("{} of {}", i, count); }
 
   /// Some programs write an empty field too many in front of the unit.
   void drop_empty_field(Fields& fields) {
@@ -125,8 +126,7 @@ class ConfigParser {
     Fields fields = next_fields(what);
     drop_empty_field(fields);
     if (fields.size() < analog_fields) {
-      refuse_line(what + " has " + std::to_string(fields.size()) + " fields where at least " +
-                  std::to_string(analog_fields) + " belong");
+      refuse_line(fmt::format("{} has {} fields where at least {} belong", what, fields.size(), analog_fields));
     }
     AnalogChannel channel;
     channel.description.name = inert(fields[1]);
@@ -137,7 +137,8 @@ class ConfigParser {
     channel.description.skew = 1e-6 * parse_number(fields[7]).value_or(0);
     if (channel.scale == 0) {
       channel.description.zero_scale = true;
-      note("the scale factor of " + what + " is 0, which makes all its values " + number_text(channel.offset) + ".");
+      note(fmt::format("the scale factor of {} is 0, which makes all its values {}.", what,
+                       number_text(channel.offset)));
     }
     channel.beyond_99999 =
         parse_number(fields[8]).value_or(0) < -missing_mark || parse_number(fields[9]).value_or(0) > missing_mark;
@@ -157,7 +158,7 @@ class ConfigParser {
     if (frequency && std::isfinite(*frequency) && *frequency > 0) {
       config_.line_frequency = *frequency;
     } else {
-      note("the line frequency " + cited(field) + " says nothing.");
+      note(fmt::format("the line frequency {} says nothing.", cited(field)));
     }
   }
 
@@ -181,7 +182,7 @@ class ConfigParser {
     constexpr double most = 9007199254740992;  // 2^53: whole numbers beyond are not exact
     const double last = finite_number(field, what + ": the last sample");
     if (last < 0 || last > most || last != std::floor(last)) {
-      refuse_line(what + ": the last sample " + cited(field) + " is not a sample number");
+      refuse_line(fmt::format("{}: the last sample {} is not a sample number", what, cited(field)));
     }
     return static_cast<std::size_t>(last);
   }
@@ -189,8 +190,7 @@ class ConfigParser {
   void add_rate_section(double rate, std::size_t end) {
     const std::size_t before = config_.rates.empty() ? 0 : config_.rates.back().end;
     if (end < before) {
-      refuse_line("this sampling rate ends with sample " + std::to_string(end) + ", but the one before with sample " +
-                      std::to_string(before),
+      refuse_line(fmt::format("this sampling rate ends with sample {}, but the one before with sample {}", end, before),
                   "correct the line: last samples are counted from the start of the record");
     }
     config_.rates.push_back({rate, end});
@@ -226,7 +226,7 @@ class ConfigParser {
     if (factor && std::isfinite(*factor) && *factor > 0) {
       config_.stamp_unit *= *factor;
     } else {
-      note("the factor of the time stamps " + cited(*line) + " says nothing; 1 is used.");
+      note(fmt::format("the factor of the time stamps {} says nothing; 1 is used.", cited(*line)));
     }
     if (const auto zone = lines_.next()) config_.time_zone = inert(split_fields(*zone, ',')[0]);
   }

@@ -2,6 +2,8 @@
 // turned into numbers. Of text, the fields of other channels are counted; of binary rows, they are stepped over.
 #include "readers/comtrade/comtrade_data.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -122,11 +124,11 @@ class AsciiReader {
       if (data_.rows == 0) reserve(lines, line->size());
       if (const std::string fault = take(*line); !fault.empty()) {
         if (!lines.at_end()) {
-          throw ReadError(file_, "line " + std::to_string(lines.number()), fault,
+          throw ReadError(file_, line_place(lines.number()), fault,
                           "correct the line, and make sure that the .cfg belongs to this file");
         }
-        data_.notes.push_back("The last line of the data file (line " + std::to_string(lines.number()) +
-                              ") is not complete and was dropped: " + fault + ".");
+        data_.notes.push_back(fmt::format("The last line of the data file ({}) is not complete and was dropped: {}.",
+                                          line_place(lines.number()), fault));
         break;
       }
       if (number_ != number_before_ + 1 && data_.rows > 1) take_jump(lines.number());
@@ -179,14 +181,14 @@ class AsciiReader {
   [[nodiscard]] std::string fault_of(std::string_view line) const {
     const std::size_t found = Fields(line).left();
     if (found != fields_ && !(found == fields_ + 1 && trimmed(line).ends_with(','))) {
-      return "the row has " + std::to_string(found) + " fields where " + std::to_string(fields_) + " belong";
+      return fmt::format("the row has {} fields where {} belong", found, fields_);
     }
     for (const std::size_t i : wanted_) {
       Fields fields(line);
       fields.skip(2 + i);
       const std::string_view field = fields.next();
       if (!field.empty() && !parse_number(field)) {
-        return cited(field) + " is not a number (analog channel " + std::to_string(i + 1) + ")";
+        return fmt::format("{} is not a number (analog channel {})", cited(field), i + 1);
       }
     }
     return {};
@@ -196,8 +198,8 @@ class AsciiReader {
     data_.numbers.take_jump(data_.rows - 1, number_before_, number_);
     if (jumped_ || follows(number_, number_before_)) return;
     jumped_ = true;
-    data_.notes.push_back("Sample numbers in the data file go from " + number_text(number_before_) + " to " +
-                          number_text(number_) + " at line " + std::to_string(line) + "; rows may be missing.");
+    data_.notes.push_back(fmt::format("Sample numbers in the data file go from {} to {} at {}; rows may be missing.",
+                                      number_text(number_before_), number_text(number_), line_place(line)));
   }
 
   const std::string& file_;
@@ -281,17 +283,17 @@ class SampleNumbers {
   void accept_doubted() {
     if (!doubted_) return;
     if (jump_note_.empty() && doubted_->step != 0) {
-      jump_note_ = "Sample numbers in the data file go from " + std::to_string(doubted_->before) + " to " +
-                   std::to_string(doubted_->number) + " in row " + std::to_string(doubted_->row) +
-                   "; rows may be missing.";
+      jump_note_ = fmt::format("Sample numbers in the data file go from {} to {} in row {}; rows may be missing.",
+                               doubted_->before, doubted_->number, doubted_->row);
     }
     doubted_.reset();
   }
 
   [[noreturn]] void refuse(const Jump& jump) const {
-    throw ReadError(file_, "row " + std::to_string(jump.row) + " (byte " + std::to_string(jump.offset) + ")",
-                    "sample number jumps from " + std::to_string(jump.before) + " to " + std::to_string(jump.number) +
-                        ": the data are damaged, perhaps by an end-of-line conversion",
+    throw ReadError(file_, fmt::format("row {} (byte {})", jump.row, jump.offset),
+                    fmt::format("sample number jumps from {} to {}: the data are damaged, perhaps by an end-of-line "
+                                "conversion",
+                                jump.before, jump.number),
                     "copy the file again in binary mode, and make sure that the .cfg belongs to it");
   }
 
@@ -414,12 +416,13 @@ class RowReader : public BinaryReader {
     numbers_.finish();
     if (!numbers_.jump_note().empty()) data_.notes.push_back(numbers_.jump_note());
     if (numbers_.first_restart() != 0) {
-      data_.notes.push_back("Sample numbers in the data file start again at 1 in row " +
-                            std::to_string(numbers_.first_restart()) + ".");
+      data_.notes.push_back(
+          fmt::format("Sample numbers in the data file start again at 1 in row {}.", numbers_.first_restart()));
     }
     if (!carried_.empty() && carried_ != "\x1A") {
-      data_.notes.push_back("The data file does not end with a whole row: its last " + std::to_string(carried_.size()) +
-                            " bytes of a row of " + std::to_string(row_bytes_) + " were dropped.");
+      data_.notes.push_back(
+          fmt::format("The data file does not end with a whole row: its last {} bytes of a row of {} were dropped.",
+                      carried_.size(), row_bytes_));
     }
     data_.stamps_agree = data_.stamps.empty();
     if (data_.stamps_agree && data_.rows > 1) {

@@ -1,5 +1,7 @@
 #include "readers/comtrade/lost_rows.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -119,8 +121,8 @@ class Repair {
     if (same_values(row)) {
       edits_.push_back({row, 0});
     } else if (contradicted_++ == 0) {
-      data_.notes.push_back("Rows " + std::to_string(row) + " and " + std::to_string(row + 1) +
-                            " of the data have one number and time, but other values; both are kept.");
+      data_.notes.push_back(fmt::format(
+          "Rows {} and {} of the data have one number and time, but other values; both are kept.", row, row + 1));
     }
   }
 
@@ -187,16 +189,16 @@ class Repair {
     };
     if (inserted_ > 0) {
       const std::size_t places = edits_.size() - dropped_;
-      data_.notes.push_back(source_ + std::to_string(inserted_) + (inserted_ == 1 ? " row is" : " rows are") +
-                            " missing in the data" +
-                            (places == 1 ? " at " : " in " + std::to_string(places) + " places, the first at ") +
-                            "sample " + std::to_string(moved(first(true)->row) + 1) +
-                            (inserted_ == 1 ? ", which has no values." : "; these samples have no values."));
+      data_.notes.push_back(fmt::format("{}{} missing in the data{}at sample {}{}", source_,
+                                        inserted_ == 1 ? "1 row is" : fmt::format("{} rows are", inserted_),
+                                        places == 1 ? " " : fmt::format(" in {} places, the first ", places),
+                                        moved(first(true)->row) + 1,
+                                        inserted_ == 1 ? ", which has no values." : "; these samples have no values."));
     }
     if (dropped_ > 0) {
-      data_.notes.push_back("Row " + std::to_string(first(false)->row + 1) +
-                            " of the data is the row before it once more and was left out" +
-                            (dropped_ == 1 ? "." : ", and so were " + std::to_string(dropped_ - 1) + " others."));
+      data_.notes.push_back(fmt::format("Row {} of the data is the row before it once more and was left out{}.",
+                                        first(false)->row + 1,
+                                        dropped_ == 1 ? "" : fmt::format(", and so were {} others", dropped_ - 1)));
     }
   }
 

@@ -1,5 +1,7 @@
 #include "readers/voltages/channel_choice.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <string_view>
 #include <vector>
@@ -16,9 +18,8 @@ std::string channel_list(const Record& record) {
   std::string list;
   for (std::size_t i = 0; i < record.channels.size(); i++) {
     const Channel& channel = record.channels[i];
-    if (i > 0) list += ", ";
-    list += std::to_string(i + 1) + " " + channel.name;
-    if (!channel.unit.empty()) list += " [" + channel.unit + "]";
+    list += fmt::format("{}{} {}", i > 0 ? ", " : "", i + 1, channel.name);
+    if (!channel.unit.empty()) list += fmt::format(" [{}]", channel.unit);
   }
   return list;
 }
@@ -45,7 +46,7 @@ std::size_t channel_named(const Record& record, std::string_view text) {
   const std::vector<std::size_t>& found = exact.empty() ? in_any_case : exact;
   if (found.size() == 1) return found[0];
   if (found.size() > 1) {
-    refuse_names(record, std::to_string(found.size()) + " channels go by the name " + cited(text));
+    refuse_names(record, fmt::format("{} channels go by the name {}", found.size(), cited(text)));
   }
   const auto number = parse_count(text);
   if (number && *number >= 1 && *number <= record.channels.size()) return *number - 1;

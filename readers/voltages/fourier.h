@@ -9,7 +9,8 @@
 
 namespace readers {
 
-/// What the samples of a stretch are multiplied by: a pointer of length `size` that turns back once in `period` samples.
+/// What the samples of a stretch are multiplied by: a pointer of length `size` that turns back once in `period`
+/// samples.
 using Rotation = std::vector<std::complex<double>>;
 Rotation rotation_of(double period, std::size_t length, double size = 1);
 

@@ -37,8 +37,8 @@ struct VoltsPerUnit {
   bool assumed = false;  ///< the unit does not say it: there is none, or it is that of something else
 };
 
-/// No unit, or a wrong one of a channel whose name is a voltage's, is taken for V. Throws ReadError for units that are no
-/// voltage.
+/// No unit, or a wrong one of a channel whose name is a voltage's, is taken for V. Throws ReadError for units that are
+/// no voltage.
 VoltsPerUnit volts_per_unit(const Record& record, std::size_t channel);
 
 }  // namespace readers

@@ -13,8 +13,8 @@ namespace readers {
 namespace {
 
 TEST(Volts, AreScaledByTheUnit) {
-  const std::vector<std::pair<std::string, double>> units = {{"V", 1},     {"v", 1},     {"", 1},    {"Volt", 1},
-                                                             {"kV", 1e3},  {"KV", 1e3},  {"kv", 1e3}, {"mV", 1e-3},
+  const std::vector<std::pair<std::string, double>> units = {{"V", 1},     {"v", 1},    {"", 1},     {"Volt", 1},
+                                                             {"kV", 1e3},  {"KV", 1e3}, {"kv", 1e3}, {"mV", 1e-3},
                                                              {"mv", 1e-3}, {"MV", 1e6}, {"Mv", 1e6}};
   for (const auto& [unit, expected] : units) {
     EXPECT_EQ(volts_per_unit(record_of({channel("Ua", unit)}), 0).factor, expected) << unit;

@@ -10,7 +10,7 @@
 namespace readers {
 
 inline Channel channel(const std::string& name, const std::string& unit = "V", const std::string& phase = "",
-                std::vector<double> samples = {100, -100}) {
+                       std::vector<double> samples = {100, -100}) {
   Channel result;
   result.name = name;
   result.unit = unit;

@@ -1,0 +1,55 @@
+// A text table split into rows of cells.
+#pragma once
+
+#include <csv.h>
+
+#include <cstddef>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "readers/text.h"
+
+namespace readers {
+
+struct Row {
+  std::size_t line = 0;
+  std::vector<std::string_view> cells;  ///< trimmed; valid until the next row is asked for
+};
+
+/// Splits a table into rows of cells, one at a time. Blank lines are passed over.
+class Rows {
+ public:
+  /// `file`: its name, for messages.
+  Rows(const std::string& file, Lines lines, char separator);
+  ~Rows();
+  Rows(const Rows&) = delete;
+  Rows& operator=(const Rows&) = delete;
+
+  /// Nothing when the table is used up.
+  const Row* next();
+
+ private:
+  void split(std::string_view line);
+  bool parse(std::string_view line);
+  void feed(std::string_view text);
+  void check(bool accepted) const;
+  static void on_cell(void* cell, std::size_t size, void* self_pointer) noexcept;
+  static void on_row_end(int end, void* self) noexcept;
+
+  const std::string& file_;
+  Lines lines_;
+  char separator_;
+  csv_parser parser_{};
+  Row row_;
+  std::vector<std::string> quoted_;
+  bool row_complete_ = false;
+  std::exception_ptr failure_;
+};
+
+/// Steps over blank lines and remarks in front of the table; `lines` then gives its first line. Returns the table's
+/// separator: what the line "sep=;" of a spreadsheet says, otherwise by the first line that looks like data.
+char skip_to_table(Lines& lines);
+
+}  // namespace readers
