@@ -8,6 +8,7 @@
 #include <cmath>
 #include <complex>
 #include <numbers>
+#include <utility>
 
 #include "analysis/curves.h"
 #include "analysis/cycle_phasors.h"
@@ -19,6 +20,7 @@
 #include "analysis/joined_dips.h"
 #include "analysis/missed_levels.h"
 #include "analysis/phase_angle.h"
+#include "analysis/pick_voltages.h"
 #include "analysis/quantity_text.h"
 #include "analysis/refusal.h"
 
@@ -133,9 +135,12 @@ void analyse_each(Analysis& analysis, const StageReport& report_stage) {
 }  // namespace
 
 Analysis analyse(const readers::Record& record, const AnalysisOptions& options) {
+  auto picked = pick_voltages(record, options.choice, options.report_stage);
   Analysis analysis;
+  analysis.voltages = picked.voltages;
+  analysis.waveform = std::move(picked.waveform);
+  analysis.notes = std::move(picked.notes);
   Waveform& waveform = analysis.waveform;
-  analysis.voltages = pick_voltages(record, options.choice, waveform, analysis.notes, options.report_stage);
   const int samples_per_cycle = analysis.voltages.samples_per_cycle;
 
   const embedded::LibraryLines lines(options.trace);

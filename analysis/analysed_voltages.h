@@ -1,37 +1,12 @@
-// What of a record is analysed: which channels, which part of it, at which rate; with what had to be guessed or made up
-// said in notes.
+// What of a record is analysed: which channels, which part of it, at which rate.
 #pragma once
 
 #include <array>
 #include <cstddef>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "analysis/stage_report.h"
-#include "analysis/waveform.h"
-#include "readers/record.h"
 #include "readers/voltages/parts.h"
 
 namespace analysis {
-
-/// Missing values are bridged over as much of a cycle at most; longer gaps take a record apart.
-inline constexpr double longest_bridge_cycles = 0.25;
-
-/// What the user chose.
-struct VoltageChoice {
-  std::string channels;       ///< "A,B,C" as channel names or numbers; empty: found by phase letter and unit
-  std::size_t set = 0;        ///< number of the voltage set as `dipx info` lists them; 0: the first
-  bool line_to_line = false;  ///< voltages between phases
-  std::size_t part = 0;       ///< number of the record's part; 0: one with a dip, of them the one round the trigger
-                              ///< or else the longest
-  double line_frequency = 0;  ///< hertz, over what the file says; 0: not given
-};
-
-/// The channels, the set or the part that the user named are not in the record.
-class UnknownChoice : public std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
 
 struct AnalysedVoltages {
   std::array<std::size_t, 3> channels{};  ///< indices into the record's channels
@@ -56,14 +31,5 @@ struct AnalysedVoltages {
   /// The record's sample at or nearest to an analysed one.
   [[nodiscard]] std::size_t record_sample_at(std::size_t sample) const;
 };
-
-/// Which channels of a record have to be read for a choice; for readers::OpenOptions.
-std::vector<bool> channels_to_read(const readers::Record& record, const VoltageChoice& choice);
-
-/// Picks the voltages and brings them into the form that the library takes, save for their level. Notes, one sentence
-/// each, are added to `notes`. Throws UnknownChoice, readers::ReadError when there are no usable voltages, Refusal when
-/// the analysis does not take them.
-AnalysedVoltages pick_voltages(const readers::Record& record, const VoltageChoice& choice, Waveform& waveform,
-                               std::vector<std::string>& notes, const StageReport& report_stage);
 
 }  // namespace analysis

@@ -1,0 +1,37 @@
+// Which part of a record is analysed.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "analysis/noted.h"
+#include "readers/record.h"
+#include "readers/voltages/parts.h"
+
+namespace analysis {
+
+/// Missing values are bridged over as much of a cycle at most; longer gaps take a record apart.
+inline constexpr double longest_bridge_cycles = 0.25;
+
+/// Why a part was chosen.
+enum class PartReason {
+  named,  ///< by the user
+  longest,
+  holds_trigger,
+  holds_dip
+};
+
+struct ChosenPart {
+  readers::Part part;
+  std::size_t number = 1;  ///< of `of`, from 1
+  std::size_t of = 1;
+  PartReason reason = PartReason::longest;
+};
+
+/// The part that the user names by its number, or for 0 the one round the trigger or the longest that will do; but one
+/// with a dip comes before those without, and before those that begin within one. Throws UnknownChoice, and
+/// readers::ReadError when the voltages have no values.
+Noted<ChosenPart> choose_part(const readers::Record& record, const std::array<std::size_t, 3>& channels,
+                              double line_frequency, std::size_t wanted);
+
+}  // namespace analysis

@@ -1,0 +1,143 @@
+#include "analysis/chosen_set.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "readers/voltages/channel_choice.h"
+#include "readers/voltages/set_search.h"
+
+namespace analysis {
+
+namespace {
+
+/// Why three voltages are dead.
+std::string cause_of_death(const readers::Record& record, const readers::VoltageSet& set) {
+  for (const std::size_t index : set.channels) {
+    const auto& channel = record.channels[index];
+    const auto is_value = [](double value) { return std::isfinite(value); };
+    const auto first = std::find_if(channel.samples.begin(), channel.samples.end(), is_value);
+    if (first == channel.samples.end()) return fmt::format("channel {} has no values", channel.name);
+    if (channel.zero_scale) return fmt::format("the scale factor of channel {} is 0", channel.name);
+    const bool flat =
+        std::all_of(first, channel.samples.end(), [&](double value) { return !is_value(value) || value == *first; });
+    if (flat) return fmt::format("channel {} is {:g} throughout", channel.name, *first);
+  }
+  return "they are far smaller than others of the record, or do not alternate";
+}
+
+readers::VoltageSet named_set(const readers::Record& record, const VoltageChoice& choice) {
+  try {
+    auto set = readers::named_voltage_set(record, choice.channels);
+    if (choice.line_to_line) set.between_phases = true;
+    return set;
+  } catch (const readers::ReadError& error) {
+    throw UnknownChoice(error.what());
+  }
+}
+
+std::vector<readers::VoltageSet> sets_of_kind(const readers::Record& record, const VoltageChoice& choice) {
+  return choice.line_to_line ? readers::find_line_to_line_sets(record) : readers::find_voltage_sets(record);
+}
+
+/// One of those that the record holds.
+ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice, Notes& notes) {
+  const auto sets = sets_of_kind(record, choice);
+  const char* kind = choice.line_to_line ? "line-to-line voltages" : "phase voltages";
+  if (sets.empty()) {
+    const bool others = !choice.line_to_line && !readers::find_line_to_line_sets(record).empty();
+    throw readers::ReadError(
+        record.file, "", fmt::format("no three {} found among its channels", kind),
+        others ? "it has line-to-line voltages: --line-to-line analyses them as such" : "name them with --channels");
+  }
+  if (choice.set > sets.size()) {
+    throw UnknownChoice(fmt::format("{}: there is no set {} of three {}, only {}; dipx info lists what there is",
+                                    record.file, choice.set, kind, sets.size()));
+  }
+  const std::size_t number = std::max<std::size_t>(choice.set, 1);
+  const auto& set = sets[number - 1];
+  if (!set.live) {
+    throw readers::ReadError(record.file, "",
+                             fmt::format("its three {} are dead: {}", kind, cause_of_death(record, set)),
+                             "choose others with --set or --channels; dipx info lists what there is");
+  }
+  if (sets.size() > 1 && choice.set == 0) {
+    notes.push_back(
+        fmt::format("The record holds {} sets of three {}; this is set {} (--set or --channels chooses another, dipx "
+                    "info lists them).",
+                    sets.size(), kind, number));
+  }
+  return {set, number, sets.size()};
+}
+
+void note_how_found(const readers::Record& record, const readers::VoltageSet& set, Notes& notes) {
+  const auto name = [&](std::size_t phase) { return record.channels[set.channels[phase]].name; };
+  const auto unit = [&](std::size_t phase) { return record.channels[set.channels[phase]].unit; };
+  if (set.between_phases) {
+    notes.push_back(fmt::format(
+        "{}, {}, {} are line-to-line voltages and analysed as they are: phases A, B, C stand for AB, BC, CA, and "
+        "categories and zero sequence mean what they do for these.",
+        name(0), name(1), name(2)));
+  }
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const auto& channel = record.channels[set.channels[phase]];
+    if (set.between_phases && set.turned[phase]) {
+      notes.push_back(fmt::format("{} is taken with the other sign, as the voltage {}.", channel.name,
+                                  std::array{"AB", "BC", "CA"}[phase]));
+    }
+    if (!set.between_phases && set.doubtful[phase]) {
+      notes.push_back(fmt::format(
+          "The name {} and the phase field {} tell different phases; it is taken for phase {} (--channels tells "
+          "otherwise).",
+          channel.name, channel.phase, "ABC"[phase]));
+    }
+  }
+  if (set.source == readers::PhaseSource::order) {
+    notes.push_back(fmt::format("That {}, {}, {} belong together is guessed from their order in the file.", name(0),
+                                name(1), name(2)));
+  }
+  if (set.unit_guessed && unit(0).empty()) {
+    notes.push_back(fmt::format("{}, {}, {} have no unit; by their names they are taken for voltages in V.", name(0),
+                                name(1), name(2)));
+  } else if (set.unit_guessed) {
+    notes.push_back(
+        fmt::format("The unit of {}, {}, {} is {}, not one of voltage; by their names they are taken for V.", name(0),
+                    name(1), name(2), unit(0)));
+  }
+}
+
+}  // namespace
+
+std::vector<bool> channels_to_read(const readers::Record& record, const VoltageChoice& choice) {
+  std::vector<bool> wanted(record.channels.size(), false);
+  const auto want = [&](const readers::VoltageSet& set) {
+    for (const std::size_t channel : set.channels) wanted[channel] = true;
+  };
+  if (choice.channels.empty()) {
+    // All sets, as only their samples tell which are live.
+    const auto sets = sets_of_kind(record, choice);
+    std::for_each(sets.begin(), sets.end(), want);
+    return wanted;
+  }
+  try {
+    want(readers::named_voltage_set(record, choice.channels));
+  } catch (const readers::ReadError&) {
+    // Names that fit no channel are refused when the voltages are picked.
+  }
+  return wanted;
+}
+
+Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice) {
+  Noted<ChosenSet> chosen;
+  if (choice.channels.empty()) {
+    chosen.value = found_set(record, choice, chosen.notes);
+  } else {
+    chosen.value.set = named_set(record, choice);
+  }
+  note_how_found(record, chosen.value.set, chosen.notes);
+  return chosen;
+}
+
+}  // namespace analysis

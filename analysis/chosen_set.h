@@ -1,0 +1,26 @@
+// Which three channels are analysed.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "analysis/noted.h"
+#include "analysis/voltage_choice.h"
+#include "readers/record.h"
+#include "readers/voltages/voltage_set.h"
+
+namespace analysis {
+
+/// Which channels of a record have to be read for a choice; for readers::OpenOptions.
+std::vector<bool> channels_to_read(const readers::Record& record, const VoltageChoice& choice);
+
+struct ChosenSet {
+  readers::VoltageSet set;
+  std::size_t number = 0;  ///< among `of`; 0 when the user named the channels
+  std::size_t of = 0;      ///< voltage sets of this kind in the record
+};
+
+/// Throws UnknownChoice, and readers::ReadError when there are no usable voltages.
+Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice);
+
+}  // namespace analysis
