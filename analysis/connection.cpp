@@ -78,7 +78,7 @@ Notes notes_on_skew(const readers::Record& record, const std::array<std::size_t,
   const double degrees = 360 * line_frequency * largest;
   if (degrees < least_degrees) return {};
   return {fmt::format("The channels are sampled up to {:.4g} us apart ({:.1f} degrees), which is not corrected.",
-                  largest * 1e6, degrees)};
+                      largest * 1e6, degrees)};
 }
 
 }  // namespace analysis

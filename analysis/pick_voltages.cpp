@@ -50,9 +50,7 @@ PickedVoltages pick_voltages(const readers::Record& record, const VoltageChoice&
                              const StageReport& report_stage) {
   PickedVoltages picked;
   AnalysedVoltages& voltages = picked.voltages;
-  const auto note = [&](const Notes& notes) {
-    picked.notes.insert(picked.notes.end(), notes.begin(), notes.end());
-  };
+  const auto note = [&](const Notes& notes) { picked.notes.insert(picked.notes.end(), notes.begin(), notes.end()); };
   const auto noted = [&](auto result) {
     note(result.notes);
     return std::move(result.value);

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# fuzz.sh [--long] [NAME...]: builds the fuzzers (all of fuzz/, or those named) and runs each over its kept inputs, a
-# matter of seconds. --long goes on from there, ten million records and 280 thousand analyses in an hour of one core; what
-# it learns is kept in build/fuzz/corpus. --keep puts the fewest of those inputs that reach as much into fuzz/corpus.
-# Any finding ends it with an error and lies in build/fuzz/findings.
+# fuzz.sh [--long | --keep] [NAME...]: builds the fuzzers (all of fuzz/, or those named) and runs each over its kept
+# inputs, a matter of seconds. --long goes on from there, ten million records and 280 thousand analyses in an hour of one
+# core; what it learns is kept in build/fuzz/corpus. --keep puts the fewest of those inputs that reach as much into
+# fuzz/seeds, one archive for each fuzzer. Any finding ends it with an error and lies in build/fuzz/findings; once it is
+# mended, it belongs into fuzz/regressions under a name that says what it found.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=kept
@@ -10,7 +11,7 @@ case ${1-} in
   --long | --keep) mode=${1#--} && shift ;;
 esac
 [ $# -gt 0 ] || set -- comtrade csv dipx_fun stages lists kernels
-scripts/setup.sh clang libclang-rt-14-dev
+scripts/setup.sh clang libclang-rt-14-dev xz-utils
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz --target "${@/%/_fuzzer}" >/dev/null
 
@@ -36,10 +37,11 @@ trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 total=0
 for name; do
-  kept=$root/fuzz/corpus/$name
-  mkdir -p "$learnt/$name" "$kept"
-  seeds=("$kept")
-  [ ! -e "$root/fuzz/records/$name" ] || seeds+=("$root/fuzz/records/$name")
+  mkdir -p "$learnt/$name"
+  seeds=("$root/build/fuzz/fuzz/seeds/$name")
+  for more in "$root/fuzz/regressions/$name" "$root/fuzz/records/$name"; do
+    [ ! -e "$more" ] || seeds+=("$more")
+  done
   options=(-close_fd_mask=1 -max_len=1000 -timeout=120 -artifact_prefix="$findings/$name-" -print_final_stats=1)
   [ ! -e "$root/fuzz/$name.dict" ] || options+=(-dict="$root/fuzz/$name.dict")
   case $mode in
@@ -56,9 +58,11 @@ for name; do
     exit 1
   }
   if [ "$mode" = keep ]; then
-    rm -rf "$kept"
-    mv fewest "$kept"
-    echo "$name: $(find "$kept" -type f | wc -l) inputs, $(du -sb "$kept" | cut -f 1) bytes"
+    # Equal inputs make an equal archive.
+    (cd fewest && LC_ALL=C ls | tar --create --files-from=- --format=ustar --mtime=@0 --owner=0 --group=0 --numeric-owner \
+      --mode=u=rw,go=r) | xz -9e >"$root/fuzz/seeds/$name.tar.xz"
+    echo "$name: $(ls fewest | wc -l) inputs, $(stat -c %s "$root/fuzz/seeds/$name.tar.xz") bytes"
+    rm -rf fewest
     continue
   fi
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$findings/$name.log")

@@ -8,6 +8,7 @@ scripts/setup.sh valgrind
 cmake --preset release >/dev/null
 cmake --build --preset release --target dipx_test readers_test comtrade_replay csv_replay lists_replay stages_replay >/dev/null
 root=$PWD
+seeds=$root/build/release/fuzz/seeds
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
@@ -22,8 +23,8 @@ memcheck() {
 memcheck tests/core/dipx_test --gtest_brief=1 \
   --gtest_filter='Host.*:CopiedResults.*:BufferStyle.*:Report.*:AnalysedDip.*:Decomposition*:Matrices*:Vectors*:BoundaryCheck*:Seeds/MixedUse.*/[0-4]'
 memcheck tests/readers/readers_test --gtest_brief=1
-memcheck fuzz/comtrade_replay "$root/fuzz/corpus/comtrade" "$root/fuzz/records/comtrade"
-memcheck fuzz/csv_replay "$root/fuzz/corpus/csv" "$root/fuzz/records/csv"
-memcheck fuzz/lists_replay "$root/fuzz/corpus/lists"
-memcheck fuzz/stages_replay "$root/fuzz/corpus/stages"
+memcheck fuzz/comtrade_replay "$seeds/comtrade" "$root/fuzz/regressions/comtrade" "$root/fuzz/records/comtrade"
+memcheck fuzz/csv_replay "$seeds/csv" "$root/fuzz/regressions/csv" "$root/fuzz/records/csv"
+memcheck fuzz/lists_replay "$seeds/lists"
+memcheck fuzz/stages_replay "$seeds/stages" "$root/fuzz/regressions/stages"
 echo "memcheck: no errors"
