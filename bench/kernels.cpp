@@ -1,6 +1,8 @@
 // Each kernel in all forms that this machine runs, beside its plain form.
 #include "sagx/kernels/kernels.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -39,7 +41,7 @@ void add_plain(const std::string& measure, std::int64_t items, Run run) {
 }
 
 void add_svd_features(const std::string& what, const Values& series, int order) {
-  const std::string measure = "SVD feature, " + what + ", order " + std::to_string(order) + " (per matrix)";
+  const std::string measure = fmt::format("SVD feature, {}, order {} (per matrix)", what, order);
   const auto samples = static_cast<int>(series.size());
   const int features = samples - order * order;
   add_plain(measure, features, [=](float* results) {
@@ -53,7 +55,7 @@ void add_svd_features(const std::string& what, const Values& series, int order) 
 }
 
 void add_median(const std::string& what, const Values& series, int length) {
-  const std::string measure = "sliding median, " + what + ", " + std::to_string(length) + " values (per window)";
+  const std::string measure = fmt::format("sliding median, {}, {} values (per window)", what, length);
   const int windows = static_cast<int>(series.size()) - length + 1;
   add_plain(measure, windows, [=](float* results) {
     plain::sliding_median(series.data(), static_cast<int>(series.size()), length, results);
@@ -81,7 +83,7 @@ void add_filter() {
 
 void add_rms(int cycle) {
   constexpr int samples = 384000;
-  const std::string measure = "RMS, 384000 samples, " + std::to_string(cycle) + " per cycle (per sample)";
+  const std::string measure = fmt::format("RMS, 384000 samples, {} per cycle (per sample)", cycle);
   Values wave;
   for (int i = 0; i < samples; i++) {
     wave.push_back(static_cast<float>(311.127 * std::sin(2 * std::numbers::pi * i / cycle)));

@@ -2,6 +2,7 @@
 // copying the bytes in memory and converting them. Files with three channels, and with a hundred of which three are
 // wanted.
 #include <benchmark/benchmark.h>
+#include <fmt/format.h>
 
 #include <cmath>
 #include <cstdint>
@@ -32,18 +33,18 @@ int value(std::size_t row, std::size_t channel) {
 }
 
 std::string cfg_of(std::size_t channels, const char* type) {
-  std::string text = "Bench,Device,1999\n" + std::to_string(channels) + "," + std::to_string(channels) + "A,0D\n";
+  std::string text = fmt::format("Bench,Device,1999\n{},{}A,0D\n", channels, channels);
   for (std::size_t i = 1; i <= channels; i++) {
-    text += std::to_string(i) + ",U" + std::to_string(i) + ",A,,V,0.01,0.5,0,-32767,32767,1,1,P\n";
+    text += fmt::format("{},U{},A,,V,0.01,0.5,0,-32767,32767,1,1,P\n", i, i);
   }
-  return text + "50\n1\n6400," + std::to_string(rows) + "\n1/1/2020,0:0:0.0\n1/1/2020,0:0:0.0\n" + type + "\n1\n";
+  return fmt::format("{}50\n1\n6400,{}\n1/1/2020,0:0:0.0\n1/1/2020,0:0:0.0\n{}\n1\n", text, rows, type);
 }
 
 std::string ascii_data(std::size_t channels) {
   std::string text;
   for (std::size_t r = 0; r < rows; r++) {
-    text += std::to_string(r + 1) + "," + std::to_string(r * 156);
-    for (std::size_t i = 0; i < channels; i++) text += "," + std::to_string(value(r, i));
+    text += fmt::format("{},{}", r + 1, r * 156);
+    for (std::size_t i = 0; i < channels; i++) text += fmt::format(",{}", value(r, i));
     text += "\r\n";
   }
   return text;
@@ -80,7 +81,7 @@ class Files {
 
   /// The .cfg file of a record; `type` is ASCII, BINARY or BINARY32.
   std::string record(std::size_t channels, const std::string& type) {
-    const auto stem = folder_ / (type + std::to_string(channels));
+    const auto stem = folder_ / fmt::format("{}{}", type, channels);
     const auto cfg = stem.string() + ".cfg";
     if (!std::filesystem::exists(cfg)) {
       std::ofstream(stem.string() + ".dat", std::ios::binary)
@@ -91,7 +92,7 @@ class Files {
   }
 
   std::string table(std::size_t channels) {
-    const auto name = folder_ / ("table" + std::to_string(channels) + ".csv");
+    const auto name = folder_ / fmt::format("table{}.csv", channels);
     if (!std::filesystem::exists(name)) {
       std::ofstream out(name);
       out << "t_s";
@@ -188,7 +189,7 @@ void add_binary(const std::string& type, std::size_t channels, const std::string
 
 void add_reading() {
   for (const std::size_t channels : {std::size_t{3}, std::size_t{100}}) {
-    const std::string columns = "3 of " + std::to_string(channels) + " channels";
+    const std::string columns = fmt::format("3 of {} channels", channels);
     const std::string cfg = files().record(channels, "ASCII");
     add_both(
         "ASCII data, 200000 rows, " + columns + ", beside istream >> double",

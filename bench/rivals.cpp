@@ -1,4 +1,6 @@
 // Largest singular values of the same matrices by the kernels, by LAPACK and by Eigen.
+#include <fmt/format.h>
+
 #include <string>
 
 #include "bench/comparison.h"
@@ -61,7 +63,7 @@ template <int order>
 void add_order() {
   constexpr int samples = 2000;
   constexpr int features = samples - order * order;
-  const std::string measure = "largest singular value, noise, order " + std::to_string(order) + " (per matrix)";
+  const std::string measure = fmt::format("largest singular value, noise, order {} (per matrix)", order);
   const Values series = noise(samples);
   const auto add_form = [&](const std::string& form, auto value) {
     add(measure, form, features, [=, results = Values(features)]() mutable {

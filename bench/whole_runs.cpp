@@ -1,4 +1,6 @@
 // Whole analyses by the library as it ships, beside the one with plain kernels.
+#include <fmt/format.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -46,7 +48,7 @@ void add_whole_runs() {
   for (const Run& run : runs) add_run(std::string("dipx_fun, ") + run.name + " (whole)", run, 1);
   for (const int seconds : {10, 20, 40, 60}) {
     const Run quiet{"", 50 * seconds, 0, 0};
-    add_run("dipx_fun, " + std::to_string(seconds) + " s without a dip (per sample)", quiet, quiet.cycles * rate);
+    add_run(fmt::format("dipx_fun, {} s without a dip (per sample)", seconds), quiet, quiet.cycles * rate);
   }
 }
 

@@ -11,7 +11,7 @@
 #include "analysis/quantity_text.h"
 #include "outputs/dip_category_name.h"
 #include "outputs/figures_text.h"
-#include "readers/text.h"
+#include "outputs/markup.h"
 
 namespace outputs {
 
@@ -38,26 +38,6 @@ constexpr double line_height = 3.3;
 // The same as in the page's light scheme; a colour-blind reader can tell them apart, and the dashes help a printer.
 constexpr std::array<const char*, 3> colours = {"#0072b2", "#d9730d", "#3d3d3d"};
 constexpr std::array<const char*, 3> dashes = {"none", "1.6 0.6", "0.4 0.5"};
-
-std::string escaped(const std::string& text) {
-  std::string safe;
-  for (const char c : readers::inert(text)) {
-    switch (c) {
-      case '&':
-        safe += "&amp;";
-        break;
-      case '<':
-        safe += "&lt;";
-        break;
-      case '>':
-        safe += "&gt;";
-        break;
-      default:
-        safe += c;
-    }
-  }
-  return safe;
-}
 
 /// Round values from `low` to `high`, five or so.
 struct Ticks {
@@ -115,7 +95,7 @@ class Figure {
         R"( font-family="Helvetica, Arial, sans-serif" font-size="2.5" fill="#1a1a1a">)"
         "\n",
         width, height);
-    add("<title>{}</title>\n", escaped(record_.file));
+    add("<title>{}</title>\n", markup_text(record_.file));
     add("<rect width=\"{}\" height=\"{}\" fill=\"#ffffff\"/>\n", width, height);
     if (dip_ != nullptr) add_shades();
     add_axes();
@@ -217,7 +197,7 @@ class Figure {
       add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
           dashes[phase]);
       add("<text x=\"{}\" y=\"3.9\" font-size=\"{:.2f}\">{}</text>\n", x + 6, size_within((right - left) / 3 - 7, name),
-          escaped(name));
+          markup_text(name));
       x += (right - left) / 3;
     }
   }
@@ -305,7 +285,7 @@ class Figure {
     const auto line = [&](const std::string& number, const std::string& text) {
       const double size = size_within(width - 4, number + text);
       add("<text x=\"2\" y=\"{:.2f}\" font-size=\"{:.2f}\"><tspan font-weight=\"bold\">{}</tspan>{}</text>\n", y, size,
-          number, escaped(text));
+          number, markup_text(text));
       y += line_height;
     };
     if (dip_ != nullptr) list_dip(line);

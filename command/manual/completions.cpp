@@ -8,12 +8,6 @@ namespace {
 
 constexpr const char* origin = "made from the option tables of dipx " DIPX_VERSION;
 
-std::string joined(const std::vector<std::string>& words, const std::string& between) {
-  std::string all;
-  for (const auto& word : words) all += (all.empty() ? "" : between) + word;
-  return all;
-}
-
 /// One word for bash and zsh, whatever is in it.
 std::string shell_word(const std::string& text) {
   std::string word = "'";

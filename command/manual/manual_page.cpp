@@ -51,12 +51,6 @@ std::string italic(const std::string& text) {
   return "\\fI" + inert(text) + "\\fR";
 }
 
-std::string joined(const std::vector<std::string>& words, const std::string& between) {
-  std::string all;
-  for (const auto& word : words) all += (all.empty() ? "" : between) + word;
-  return all;
-}
-
 std::string upper(std::string text) {
   for (char& character : text) character = static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
   return text;

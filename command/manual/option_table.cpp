@@ -109,4 +109,10 @@ CommandTable command_table() {
   return table_of(app);
 }
 
+std::string joined(const std::vector<std::string>& words, const std::string& between) {
+  std::string all;
+  for (const auto& word : words) all += (all.empty() ? "" : between) + word;
+  return all;
+}
+
 }  // namespace command::manual

@@ -33,4 +33,7 @@ struct CommandTable {
 /// Of the whole command line.
 CommandTable command_table();
 
+/// The words with something between them.
+std::string joined(const std::vector<std::string>& words, const std::string& between);
+
 }  // namespace command::manual

@@ -7,7 +7,7 @@
 
 #include "analysis/event_terms.h"
 #include "outputs/json.h"
-#include "readers/text.h"
+#include "outputs/markup.h"
 
 namespace outputs {
 
@@ -79,15 +79,6 @@ std::string inert_json(std::string json) {
   return json;
 }
 
-std::string escaped(std::string text) {
-  for (const auto& [character, entity] : {std::pair('&', "&amp;"), {'<', "&lt;"}, {'>', "&gt;"}}) {
-    for (std::size_t at = text.find(character); at != std::string::npos; at = text.find(character, at + 1)) {
-      text.replace(at, 1, entity);
-    }
-  }
-  return text;
-}
-
 }  // namespace
 
 std::string page_of(const readers::Record& record, const Analysis& analysis, const Curves& curves) {
@@ -104,7 +95,7 @@ std::string page_of(const readers::Record& record, const Analysis& analysis, con
     page += text;
     at = place + mark.size();
   };
-  fill("{{title}}", escaped(readers::inert(record.file)));
+  fill("{{title}}", markup_text(record.file));
   fill("{{document}}", inert_json(json_of(record, analysis)));
   fill("{{samples}}", samples.dump());
   page += page_template.substr(at);

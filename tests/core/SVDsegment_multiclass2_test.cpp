@@ -1,6 +1,7 @@
 // At one sample per cycle the order is 1 and nothing is smoothed: the feature is the difference between neighbours. A
 // change over the samples b to b + L has the crossings b and b + L + 1. At 32 samples per cycle the order is 4 (16
 // differences) and the median of 17 leaves a curve that only falls as it is: crossings b and b + L + 16.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -425,9 +426,7 @@ INSTANTIATE_TEST_SUITE_P(RatesAndLengths, LongSegmentationOfAnything,
                          testing::Values(PlainCase{1, 100}, PlainCase{2, 100}, PlainCase{32, 16}, PlainCase{32, 17},
                                          PlainCase{32, 150}, PlainCase{33, 151}, PlainCase{34, 152}, PlainCase{35, 153},
                                          PlainCase{64, 150}, PlainCase{127, 160}, PlainCase{128, 160}),
-                         [](const auto& test) {
-                           return std::to_string(test.param.rate) + "And" + std::to_string(test.param.samples);
-                         });
+                         [](const auto& test) { return fmt::format("{}And{}", test.param.rate, test.param.samples); });
 
 // --- bounds ----------------------------------------------------------------------------------------------------------
 

@@ -5,6 +5,7 @@
 // without an order there are no crossings, so that transitions lie where the RMS boundaries are.
 #include "sagx/dq_segment_feature.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -981,7 +982,7 @@ INSTANTIATE_TEST_SUITE_P(RatesAndBoundaries, LongWindowOfAnything,
                                          WindowCase{33, 6}, WindowCase{50, 5}, WindowCase{64, 8}, WindowCase{99, 3},
                                          WindowCase{128, 4}, WindowCase{128, 6}),
                          [](const auto& test) {
-                           return std::to_string(test.param.rate) + "And" + std::to_string(test.param.boundaries);
+                           return fmt::format("{}And{}", test.param.rate, test.param.boundaries);
                          });
 
 // --- bounds ----------------------------------------------------------------------------------------------------------

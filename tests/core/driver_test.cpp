@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -68,32 +69,17 @@ class Driver : public testing::Test {
 
   /// The trace of a run whose records exist and whose samples begin at `volts`, up to and with the boundary search.
   static std::string trace(int rate, int samples, const char* volts, const char* how = "reused") {
-    const std::string n = std::to_string(samples);
-    const std::string s = std::to_string(rate);
-    const std::string last = std::to_string(rate - 1);
-    const std::string v = volts;
-    return "[ALLOC] sizeof(dq_data)=60580460 bytes, sizeof(dq_dipx_rms)=10752276 bytes\r\n"
-           "[ALLOC] dq_data_buf " +
-           std::string(how) + ": " + text_of(dq_data_buf) +
-           "\r\n"
-           "[ALLOC] dq_rms_buf " +
-           how + ": " + text_of(dq_rms_buf) +
-           "\r\n"
-           "[GUARD] smp=" +
-           s + ", n=" + n + ", need(n>=2*smp)=" + std::to_string(2 * rate) +
-           "\n"
-           "[GUARD] rms_buf=" +
-           text_of(dq_rms_buf) + " ua=" + text_of(dq_rms_buf->va) + " ub=" + text_of(dq_rms_buf->vb) +
-           " uc=" + text_of(dq_rms_buf->vc) +
-           "\n"
-           "[DBG] ua[0]=" +
-           v + " ua[" + last + "]=" + v + " | ub[0]=" + v + " | uc[0]=" + v +
-           "\n"
-           "[dipx_cal_un] ua0=" +
-           v + " ub0=" + v + " uc0=" + v + " | ua[" + last + "]=" + v +
-           "\n"
-           "smprate = " +
-           s + " smp_num = " + n + "\r\n";
+    return fmt::format(
+        "[ALLOC] sizeof(dq_data)=60580460 bytes, sizeof(dq_dipx_rms)=10752276 bytes\r\n"
+        "[ALLOC] dq_data_buf {0}: {1}\r\n"
+        "[ALLOC] dq_rms_buf {0}: {2}\r\n"
+        "[GUARD] smp={3}, n={4}, need(n>=2*smp)={5}\n"
+        "[GUARD] rms_buf={2} ua={6} ub={7} uc={8}\n"
+        "[DBG] ua[0]={9} ua[{10}]={9} | ub[0]={9} | uc[0]={9}\n"
+        "[dipx_cal_un] ua0={9} ub0={9} uc0={9} | ua[{10}]={9}\n"
+        "smprate = {3} smp_num = {4}\r\n",
+        how, text_of(dq_data_buf), text_of(dq_rms_buf), rate, samples, 2 * rate, text_of(dq_rms_buf->va),
+        text_of(dq_rms_buf->vb), text_of(dq_rms_buf->vc), volts, rate - 1);
   }
 
   /// What an allocation that finds both records prints.
@@ -113,8 +99,8 @@ class Driver : public testing::Test {
   }
   static std::string dip_lines(int i = 0) {
     const auto& record = *dq_rms_buf;
-    return "pos = " + std::to_string(record.T[2 * i] - 4 * smp) +
-           " data_len = " + std::to_string(record.T[2 * i + 1] - record.T[2 * i] + 8 * smp) + "\r\n";
+    return fmt::format("pos = {} data_len = {}\r\n", record.T[2 * i] - 4 * smp,
+                       record.T[2 * i + 1] - record.T[2 * i] + 8 * smp);
   }
 };
 
@@ -539,7 +525,7 @@ TEST_F(Driver, TakesTheLongWayBeyondAWindowOf500Cycles) {
     LevelRecord wave(smp, 520 * smp, 220);
     wave.set(0, 10 * smp, 10 * smp + samples - 8 * smp - around, 100);
     const auto printed = run(wave);
-    EXPECT_NE(printed.out.find(" data_len = " + std::to_string(samples) + "\r\n"), std::string::npos);
+    EXPECT_NE(printed.out.find(fmt::format(" data_len = {}\r\n", samples)), std::string::npos);
     EXPECT_TRUE(reached_features(last_outcome.dips[0].outcome));
     return last_outcome.dips[0].long_window;
   };

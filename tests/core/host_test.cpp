@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -285,10 +286,9 @@ class BufferStyle : public Host {
     });
   }
   static std::string init_line(int rate, int samples) {
-    return "[SAGX] init ok: rate=" + std::to_string(rate) + " len=" + std::to_string(samples) +
-           " | dq_data_buf=" + text_of(dq_data_buf) + " dq_rms_buf=" + text_of(dq_rms_buf) +
-           " va=" + text_of(dq_rms_buf->va) + " vb=" + text_of(dq_rms_buf->vb) + " vc=" + text_of(dq_rms_buf->vc) +
-           "\n";
+    return fmt::format("[SAGX] init ok: rate={} len={} | dq_data_buf={} dq_rms_buf={} va={} vb={} vc={}\n", rate,
+                       samples, text_of(dq_data_buf), text_of(dq_rms_buf), text_of(dq_rms_buf->va),
+                       text_of(dq_rms_buf->vb), text_of(dq_rms_buf->vc));
   }
 };
 
@@ -348,9 +348,8 @@ TEST_F(BufferStyle, RefusesBadArgumentsAndChangesNothing) {
                           {a, a, a, -1, 640},
                           {a, a, a, 64, 0}}) {
     const auto printed = printed_by([&] { sagx_init_from_samples(bad.va, bad.vb, bad.vc, bad.rate, bad.samples); });
-    EXPECT_EQ(printed.err, "[FATAL] sagx_init_from_samples: bad args va=" + text_of(bad.va) + " vb=" + text_of(bad.vb) +
-                               " vc=" + text_of(bad.vc) + " rate=" + std::to_string(bad.rate) +
-                               " len=" + std::to_string(bad.samples) + "\n");
+    EXPECT_EQ(printed.err, fmt::format("[FATAL] sagx_init_from_samples: bad args va={} vb={} vc={} rate={} len={}\n",
+                                       text_of(bad.va), text_of(bad.vb), text_of(bad.vc), bad.rate, bad.samples));
     EXPECT_EQ(printed.out, "");
     EXPECT_EQ(dq_data_buf, data);
     EXPECT_EQ(dq_rms_buf, rms);

@@ -1,6 +1,7 @@
 // Every form of a kernel that this machine runs, against its plain form: to the last bit, whatever the numbers.
 #include "sagx/kernels/kernels.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -58,8 +59,7 @@ class Comparison {
 void compare_features(Comparison& comparison, int order, int step, int features) {
   const int samples = order * order + (features - 1) * step + 1;
   comparison.on_every_kind(
-      "order " + std::to_string(order) + " step " + std::to_string(step) + " features " + std::to_string(features),
-      samples, features,
+      fmt::format("order {} step {} features {}", order, step, features), samples, features,
       [&](const float* series, float* results) {
         for (int i = 0; i < features; i++) results[i] = plain::svd_feature(series, order * order + i * step, order);
       },
@@ -70,7 +70,7 @@ void compare_features(Comparison& comparison, int order, int step, int features)
 
 void compare_medians(Comparison& comparison, int length, int medians) {
   comparison.on_every_kind(
-      "length " + std::to_string(length) + " medians " + std::to_string(medians), medians + length - 1, medians,
+      fmt::format("length {} medians {}", length, medians), medians + length - 1, medians,
       [&](const float* series, float* results) {
         plain::sliding_median(series, medians + length - 1, length, results);
       },
@@ -80,7 +80,7 @@ void compare_medians(Comparison& comparison, int length, int medians) {
 }
 
 void compare_extremes(Comparison& comparison, int width, int windows) {
-  const std::string what = "width " + std::to_string(width) + " windows " + std::to_string(windows);
+  const std::string what = fmt::format("width {} windows {}", width, windows);
   comparison.on_every_kind(
       "minima, " + what, windows + width - 1, windows,
       [&](const float* series, float* results) { plain::sliding_minimum(series, windows, width, results); },
@@ -97,7 +97,7 @@ void compare_extremes(Comparison& comparison, int width, int windows) {
 
 void compare_rms(Comparison& comparison, int cycle, int samples) {
   comparison.on_every_kind(
-      "cycle " + std::to_string(cycle) + " samples " + std::to_string(samples), samples, samples,
+      fmt::format("cycle {} samples {}", cycle, samples), samples, samples,
       [&](const float* series, float* results) { plain::cycle_rms(series, samples, cycle, results); },
       [&](const Kernels& kernels, const float* series, float* results) {
         kernels.cycle_rms(series, samples, cycle, results);
@@ -106,7 +106,7 @@ void compare_rms(Comparison& comparison, int cycle, int samples) {
 
 void compare_restless_blocks(Comparison& comparison, int length, int blocks) {
   comparison.on_every_kind(
-      "length " + std::to_string(length) + " blocks " + std::to_string(blocks), length * blocks, 1,
+      fmt::format("length {} blocks {}", length, blocks), length * blocks, 1,
       [&](const float* series, float* results) {
         *results = static_cast<float>(plain::restless_blocks(series, length, blocks));
       },

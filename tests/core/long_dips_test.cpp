@@ -1,6 +1,7 @@
 // Dips whose windows are longer than 500 cycles, as a host has them analysed: records of 220 V, at 32 samples per cycle
 // but for one, whose voltage steps sharply or changes too slowly for the segmentation to see. Such slow changes are of
 // 0.02 V per sample, for its lowest threshold lies at 0.295 V over 16 samples.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -462,7 +463,7 @@ TEST_F(LongDip, HasNearlyTheFeaturesOfAShortOneAtTheBorder) {
   const auto with_window = [&](int length) {
     for (int end = 502 * smp - 20; end < 502 * smp; end++) {
       run(SineRecord(smp, samples, 220).set(fall, end, tests::scaled(1, 0.5, 1)));
-      if (prints(" data_len = " + std::to_string(length) + "\r\n")) return true;
+      if (prints(fmt::format(" data_len = {}\r\n", length))) return true;
     }
     return false;
   };

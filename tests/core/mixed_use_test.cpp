@@ -1,4 +1,5 @@
 // Both ways into the library, in any order, against a model of what the host can see: globals, buffers and counts.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -189,8 +190,8 @@ TEST_P(MixedUse, LeavesWhatTheRulesSayInAnyOrderOfCalls) {
   for (int call = 0; call < 60 && !HasFailure(); call++) {
     const Input& input = all[below(all.size())];
     const int failing = below(5) == 0 ? 1 + static_cast<int>(below(2)) : 0;
-    const std::string with = std::string("(") + input.name +
-                             (failing == 0 ? "" : ", allocation " + std::to_string(failing) + " fails") + ") ";
+    const std::string with =
+        std::string("(") + input.name + (failing == 0 ? "" : fmt::format(", allocation {} fails", failing)) + ") ";
     switch (below(10)) {
       case 0:
       case 1:

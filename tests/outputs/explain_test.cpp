@@ -1,6 +1,7 @@
 // dipx explain: every code that the command prints has an explanation, and the sketch shows what is said.
 #include "outputs/explain.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,8 +20,7 @@ class CategoryCode : public testing::TestWithParam<int> {};
 
 TEST_P(CategoryCode, IsExplainedByItsName) {
   const auto text = outputs::explanation_of(std::to_string(GetParam())).value_or("");
-  EXPECT_TRUE(text.starts_with(std::to_string(GetParam()) + "   " + outputs::dip_category_name(GetParam()) + "\n\n"))
-      << text;
+  EXPECT_TRUE(text.starts_with(fmt::format("{}   {}\n\n", GetParam(), outputs::dip_category_name(GetParam())))) << text;
   EXPECT_NE(text.find("How it is decided\n"), std::string::npos);
 }
 

@@ -1,4 +1,5 @@
 // The forms of data that COMTRADE knows besides 16-bit binary and text in two files, and oddities that devices write.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -90,7 +91,7 @@ TEST_F(ComtradeForms, StepOverDigitalWordsBehind32BitValues) {
   std::string cfg = cfg_of("BINARY32", "2");
   cfg.replace(cfg.find("2,2A,0D"), 7, "19,2A,17D");
   std::string digitals;
-  for (int i = 1; i <= 17; i++) digitals += std::to_string(i) + ",D,,,0\n";
+  for (int i = 1; i <= 17; i++) digitals += fmt::format("{},D,,,0\n", i);
   cfg.insert(cfg.find("50\n"), digitals);
   const std::string words = "\xA5\xA5\xA5\xA5";
   const Record record = read(cfg, row32(1, {2, 3}) + words + row32(2, {4, 5}) + words);
@@ -210,8 +211,9 @@ TEST_F(ComtradeForms, HaveBinaryTimeStampsThatJumpAnywhere) {
     EXPECT_EQ(record.rates[0].end, at);
     EXPECT_FALSE(record.rates[1].follows);
     EXPECT_NEAR(record.rates[1].start, 2 + 0.001 * static_cast<double>(at), 1e-9);
-    EXPECT_EQ(record.notes, Strings{"The time stamps jump forward by 2 s at sample " + std::to_string(at + 1) +
-                                    "; the record is taken apart there."});
+    EXPECT_EQ(record.notes,
+              Strings{fmt::format("The time stamps jump forward by 2 s at sample {}; the record is taken apart there.",
+                                  at + 1)});
   }
 }
 

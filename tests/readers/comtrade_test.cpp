@@ -1,5 +1,6 @@
 #include "readers/comtrade/comtrade.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -175,8 +176,8 @@ TEST_F(ComtradeReader, StepsOverDigitalWordsOfSixteenChannelsEach) {
   for (const auto& [digitals, words] : std::vector<std::pair<int, std::size_t>>{{1, 1}, {16, 1}, {17, 2}, {33, 3}}) {
     Cfg cfg;
     cfg.type = "BINARY";
-    cfg.counts = std::to_string(2 + digitals) + ",2A," + std::to_string(digitals) + "D";
-    for (int i = 1; i <= digitals; i++) cfg.digital_lines += std::to_string(i) + ",D,,,0\n";
+    cfg.counts = fmt::format("{},2A,{}D", 2 + digitals, digitals);
+    for (int i = 1; i <= digitals; i++) cfg.digital_lines += fmt::format("{},D,,,0\n", i);
     std::string rows;
     for (std::uint32_t n = 1; n <= 3; n++) {
       std::vector<int> row = {static_cast<int>(n), 7};
@@ -485,8 +486,8 @@ TEST_F(ComtradeReader, RefusesAConfigurationThatEndsEarly) {
   for (std::size_t i = 0; i < parts.size(); i++) {
     end = whole.find('\n', end) + 1;
     EXPECT_EQ(refusal(whole.substr(0, end), three_rows),
-              in_cfg("line " + std::to_string(i + 2) + ": the file ends where " + parts[i] +
-                     " should be; get the whole configuration file"));
+              in_cfg(fmt::format("line {}: the file ends where {} should be; get the whole configuration file", i + 2,
+                                 parts[i])));
   }
   EXPECT_EQ(refusal("", three_rows),
             in_cfg("line 1: the file ends where the station name should be; get the whole configuration file"));

@@ -1,5 +1,6 @@
 #include "readers/table/csv.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -231,7 +232,7 @@ TEST(CsvReader, AllowsForTheRoundingOfWrittenTimes) {
 
 TEST(CsvReader, AllowsForTimesWrittenMoreCoarselyThanTheyStep) {
   std::string table = "t_ms,Ua\n";
-  for (int i = 0; i < 6400; i++) table += std::to_string(i * 1000 / 6400) + ",1\n";
+  for (int i = 0; i < 6400; i++) table += fmt::format("{},1\n", i * 1000 / 6400);
   EXPECT_NEAR(read_csv("t.csv", table).rates[0].rate, 6400, 7);
 }
 
@@ -253,7 +254,7 @@ TEST(CsvReader, NamesTheLineWhereTheTimeJumps) {
 TEST(CsvReader, FindsALostRowWhateverTheRestOfTheTimesIs) {
   std::string table = "t,Ua\n";
   for (int i = 0; i < 1000; i++) {
-    if (i != 700) table += std::to_string(0.00015625 * i) + ",1\n";  // six decimals
+    if (i != 700) table += fmt::format("{:.6f},1\n", 0.00015625 * i);  // six decimals
   }
   EXPECT_EQ(refusal(table).substr(0, 17), "t.csv: line 702: ");
 }

@@ -1,6 +1,7 @@
 // Rows that are lost from the data or written twice: what time stamps and sample numbers tell of them.
 #include "readers/comtrade/lost_rows.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -44,8 +45,7 @@ struct Rows {
   [[nodiscard]] std::string config() const {
     std::string text = "Station,Recorder,1999\n1,1A,0D\n1,Ua,A,,V,1,0,0,-32767,32767,1,1,P\n50\n";
     text += rate == "0" ? "0\n" : "1\n";
-    for (const std::string& line : {rate + "," + std::to_string(declared), start, start})
-      text.append(line).append("\n");
+    for (const std::string& line : {fmt::format("{},{}", rate, declared), start, start}) text.append(line).append("\n");
     return text.append(form == Form::ascii ? "ASCII\n1\n" : "BINARY\n1\n");
   }
 
@@ -58,7 +58,7 @@ struct Rows {
  private:
   [[nodiscard]] std::string ascii_row(std::size_t row) const {
     const std::string at = stamped ? std::to_string(std::lround(stamp(row))) : "";
-    return std::to_string(number(row)) + "," + at + "," + std::to_string(row) + "\n";
+    return fmt::format("{},{},{}\n", number(row), at, row);
   }
 
   [[nodiscard]] std::string binary_row(std::size_t row) const {

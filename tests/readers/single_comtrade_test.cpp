@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -225,9 +226,10 @@ TEST(SingleComtradeReader, NamesTheLineOfItsConfigurationWhereThatEnds) {
   std::size_t end = 0;
   for (std::size_t i = 0; i < parts.size(); i++) {
     end = cff.cfg().find('\n', end) + 1;
-    EXPECT_EQ(refusal(cff.cfg_line + cff.cfg().substr(0, end) + cff.between + cff.dat_line + cff.data),
-              "r.cff, CFG section: line " + std::to_string(i + 2) + ": the file ends where " + parts[i] +
-                  " should be; get the whole configuration file");
+    EXPECT_EQ(
+        refusal(cff.cfg_line + cff.cfg().substr(0, end) + cff.between + cff.dat_line + cff.data),
+        fmt::format("r.cff, CFG section: line {}: the file ends where {} should be; get the whole configuration file",
+                    i + 2, parts[i]));
   }
 }
 

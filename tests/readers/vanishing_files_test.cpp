@@ -1,4 +1,5 @@
 // Files that go or shrink while they are read.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -18,11 +19,12 @@ class VanishingFiles : public testing::Test {
  protected:
   VanishingFiles() {
     std::string rows;
-    for (int row = 0; row < row_count; row++)
-      rows += std::to_string(row + 1) + "," + std::to_string(row * 1000) + ",7\n";
-    config = folder.write("r.cfg", "Station,Recorder,1999\n1,1A,0D\n1,Ua,A,,V,1,0,0,-32767,32767,1,1,P\n50\n1\n1000," +
-                                       std::to_string(row_count) +
-                                       "\n01/01/2020,00:00:00.000\n01/01/2020,00:00:00.000\nASCII\n1\n");
+    for (int row = 0; row < row_count; row++) rows += fmt::format("{},{},7\n", row + 1, row * 1000);
+    config = folder.write(
+        "r.cfg",
+        fmt::format(
+            "Station,Recorder,1999\n1,1A,0D\n1,Ua,A,,V,1,0,0,-32767,32767,1,1,P\n50\n1\n1000,{}\n01/01/2020,00:00:00.000\n01/01/2020,00:00:00.000\nASCII\n1\n",
+            row_count));
     data = folder.write("r.dat", rows);
   }
 
