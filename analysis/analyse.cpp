@@ -10,6 +10,7 @@
 #include <numbers>
 #include <utility>
 
+#include "analysis/choice/pick_voltages.h"
 #include "analysis/curves.h"
 #include "analysis/cycle_phasors.h"
 #include "analysis/declared_voltage.h"
@@ -20,7 +21,6 @@
 #include "analysis/joined_dips.h"
 #include "analysis/missed_levels.h"
 #include "analysis/phase_angle.h"
-#include "analysis/pick_voltages.h"
 #include "analysis/quantity_text.h"
 #include "analysis/refusal.h"
 
@@ -67,9 +67,9 @@ double level_factor(const readers::Record& record, const Waveform& volts, int sa
   }
   if (steady) {
     throw Refusal(record.file,
-                  part + "its phases stand at " + levels +
-                      " from the start, and the analysis takes more than 10 % between them for a dip that is on "
-                      "already",
+                  fmt::format("{}its phases stand at {} from the start, and the analysis takes more than 10 % between "
+                              "them for a dip that is on already",
+                              part, levels),
                   "choose other voltages with --set, --channels or --line-to-line" + other_part);
   }
   throw Refusal(record.file,
@@ -107,6 +107,18 @@ std::vector<Dip> dips_of(const DipSearch& search, double factor) {
   return dips;
 }
 
+std::string note_on_frequency(std::size_t number, const Dip& dip) {
+  if (dip.obstacle == Obstacle::none) {
+    return fmt::format(
+        "Dip {}: the line runs at {:.3f} Hz; how that turns the angles is taken out of its phase jumps and categories.",
+        number, *dip.frequency);
+  }
+  return fmt::format(
+      "Dip {0}: the line runs at {1:.3f} Hz, which may be why the dip is not analysed: --frequency {1:.3f} has the "
+      "record analysed at that.",
+      number, *dip.frequency);
+}
+
 /// Analyses each recovered dip in a stretch of its own, between its neighbours.
 void analyse_each(Analysis& analysis, const StageReport& report_stage) {
   auto& dips = analysis.dips;
@@ -119,15 +131,7 @@ void analyse_each(Analysis& analysis, const StageReport& report_stage) {
     }
     const Stretch between{i == 0 ? 0 : *dips[i - 1].end, i + 1 == dips.size() ? length : dips[i + 1].start};
     embedded::analyse_alone(dips[i], analysis, between);
-    if (!dips[i].frequency) continue;
-    const std::string words = fmt::format("Dip {}: the line runs at {:.3f} Hz", i + 1, *dips[i].frequency);
-    analysis.notes.push_back(
-        dips[i].obstacle == Obstacle::none
-            ? words + "; how that turns the angles is taken out of its phase jumps and categories."
-            : words +
-                  fmt::format(", which may be why the dip is not analysed: --frequency {:.3f} has the record analysed "
-                              "at that.",
-                              *dips[i].frequency));
+    if (dips[i].frequency) analysis.notes.push_back(note_on_frequency(i + 1, dips[i]));
   }
   for (Dip& dip : dips) dip.before = fundamental_before(dip, analysis);
 }

@@ -3,10 +3,10 @@
 
 #include <cstddef>
 
+#include "analysis/choice/voltage_choice.h"
 #include "analysis/embedded/limits.h"
 #include "analysis/findings.h"
 #include "analysis/stage_report.h"
-#include "analysis/voltage_choice.h"
 #include "readers/record.h"
 
 namespace analysis {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "analysis/analyse.h"
-#include "analysis/chosen_set.h"
+#include "analysis/choice/chosen_set.h"
 #include "command/known_charset.h"
 #include "command/option_range.h"
 #include "command/output_options.h"

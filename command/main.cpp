@@ -4,8 +4,8 @@
 #include <new>
 #include <string>
 
+#include "analysis/choice/voltage_choice.h"
 #include "analysis/refusal.h"
-#include "analysis/voltage_choice.h"
 #include "command/command_line.h"
 #include "command/output_options.h"
 #include "command/selftest_command.h"

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "analysis/chosen_part.h"
+#include "analysis/choice/chosen_part.h"
 #include "outputs/figures_text.h"
 #include "outputs/record_json.h"
 #include "readers/voltages/parts.h"

@@ -1,5 +1,5 @@
 // Bringing samples to another rate, and what that does to the figures of a dip.
-#include "analysis/resampling.h"
+#include "analysis/choice/resampling.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "analysis/noted.h"
+#include "analysis/choice/noted.h"
 #include "analysis/waveform.h"
 #include "readers/record.h"
 

@@ -1,16 +1,16 @@
-#include "analysis/pick_voltages.h"
+#include "analysis/choice/pick_voltages.h"
 
 #include <fmt/format.h>
 
 #include <utility>
 
-#include "analysis/chosen_part.h"
-#include "analysis/chosen_set.h"
-#include "analysis/connection.h"
-#include "analysis/line_frequency.h"
-#include "analysis/part_volts.h"
+#include "analysis/choice/chosen_part.h"
+#include "analysis/choice/chosen_set.h"
+#include "analysis/choice/connection.h"
+#include "analysis/choice/line_frequency.h"
+#include "analysis/choice/part_volts.h"
+#include "analysis/choice/resampling.h"
 #include "analysis/refusal.h"
-#include "analysis/resampling.h"
 
 namespace analysis {
 

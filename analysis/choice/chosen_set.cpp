@@ -1,4 +1,4 @@
-#include "analysis/chosen_set.h"
+#include "analysis/choice/chosen_set.h"
 
 #include <fmt/format.h>
 

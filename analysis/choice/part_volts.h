@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "analysis/noted.h"
+#include "analysis/choice/noted.h"
 #include "analysis/waveform.h"
 #include "readers/record.h"
 #include "readers/voltages/parts.h"

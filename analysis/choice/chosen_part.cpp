@@ -1,4 +1,4 @@
-#include "analysis/chosen_part.h"
+#include "analysis/choice/chosen_part.h"
 
 #include <fmt/format.h>
 
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "analysis/voltage_choice.h"
+#include "analysis/choice/voltage_choice.h"
 
 namespace analysis {
 

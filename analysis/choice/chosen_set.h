@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "analysis/noted.h"
-#include "analysis/voltage_choice.h"
+#include "analysis/choice/noted.h"
+#include "analysis/choice/voltage_choice.h"
 #include "readers/record.h"
 #include "readers/voltages/voltage_set.h"
 

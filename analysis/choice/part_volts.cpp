@@ -1,4 +1,4 @@
-#include "analysis/part_volts.h"
+#include "analysis/choice/part_volts.h"
 
 #include <fmt/format.h>
 

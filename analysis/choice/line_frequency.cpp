@@ -1,4 +1,4 @@
-#include "analysis/line_frequency.h"
+#include "analysis/choice/line_frequency.h"
 
 #include <fmt/format.h>
 

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "analysis/noted.h"
+#include "analysis/choice/noted.h"
 #include "readers/record.h"
 
 namespace analysis {

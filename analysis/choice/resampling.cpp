@@ -1,4 +1,4 @@
-#include "analysis/resampling.h"
+#include "analysis/choice/resampling.h"
 
 #include <fmt/format.h>
 #include <soxr.h>

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "analysis/analysed_voltages.h"
-#include "analysis/noted.h"
+#include "analysis/choice/noted.h"
+#include "analysis/choice/voltage_choice.h"
 #include "analysis/stage_report.h"
-#include "analysis/voltage_choice.h"
 #include "analysis/waveform.h"
 #include "readers/record.h"
 

@@ -1,4 +1,4 @@
-#include "analysis/connection.h"
+#include "analysis/choice/connection.h"
 
 #include <fmt/format.h>
 
