@@ -15,4 +15,11 @@ TEST(QuantityText, GivesVoltagesFourDigitsAndThePrefixThatSuitsThem) {
   EXPECT_EQ(volts_text(0), "0.000 V");
 }
 
+TEST(QuantityText, SpellsCountsUpToTwelve) {
+  EXPECT_EQ(analysis::count_text(0), "0");
+  EXPECT_EQ(analysis::count_text(1), "one");
+  EXPECT_EQ(analysis::count_text(12), "twelve");
+  EXPECT_EQ(analysis::count_text(13), "13");
+}
+
 }  // namespace

@@ -419,4 +419,38 @@ TEST(DipCategory, NeedsADropOfTwelvePerCentForItsAngle) {
   EXPECT_EQ(of_scaled(1, 0.89, 1), 10) << "by phases, of which none is low";
 }
 
+// --- the decision about one sample -----------------------------------------------------------------------------------
+
+/// 30 V of 100 V of the positive sequence are lost, in phase with the negative one.
+sagx::SequenceSample sample_of(float negative_size, float zero_size = 0) {
+  return {{100, 0}, {70, 0}, {negative_size, 0}, negative_size, zero_size};
+}
+
+TEST(CategoryOfASample, IsByThePhasesBelowTheThresholdOfTheNegativeSequence) {
+  const sagx::SequenceThresholds thresholds(100);
+  EXPECT_EQ(sagx::category_of(sample_of(3.9F), {1, 2}, thresholds, sagx::AllLow::by_angle), 5);
+  EXPECT_EQ(sagx::category_of(sample_of(4), {1, 2}, thresholds, sagx::AllLow::by_angle), 0);
+}
+
+TEST(CategoryOfASample, WithAllPhasesLowIsByTheRule) {
+  const sagx::SequenceThresholds thresholds(100);
+  EXPECT_EQ(sagx::category_of(sample_of(20), {3, 7}, thresholds, sagx::AllLow::by_angle), 0);
+  EXPECT_EQ(sagx::category_of(sample_of(20), {3, 7}, thresholds, sagx::AllLow::three_phase), 9);
+  EXPECT_EQ(sagx::category_of(sample_of(20), {2, 6}, thresholds, sagx::AllLow::three_phase), 0);
+}
+
+TEST(CategoryOfASample, OfTwoPhasesCountsTheZeroSequence) {
+  const sagx::SequenceThresholds thresholds(100);
+  EXPECT_EQ(sagx::category_of(sample_of(20, 3), {2, 6}, thresholds, sagx::AllLow::by_angle), 0);
+  EXPECT_EQ(sagx::category_of(sample_of(20, 3.1F), {2, 6}, thresholds, sagx::AllLow::by_angle), 6);
+}
+
+TEST(CategoryOfASample, IsNoneWhereThePositiveSequenceHasNotMoved) {
+  auto sample = sample_of(20);
+  sample.positive = sample.positive_before;
+  for (const auto all_low : {sagx::AllLow::by_angle, sagx::AllLow::three_phase}) {
+    EXPECT_EQ(sagx::category_of(sample, {3, 7}, sagx::SequenceThresholds(100), all_low), sagx::no_category);
+  }
+}
+
 }  // namespace

@@ -128,5 +128,11 @@ TEST(LinesOfText, AreCounted) {
   EXPECT_EQ(lines.number(), 2U);
 }
 
+TEST(Messages, CountThingsInTheRightNumber) {
+  EXPECT_EQ(plural(0, "sample"), "0 samples");
+  EXPECT_EQ(plural(1, "sample"), "1 sample");
+  EXPECT_EQ(plural(2, "sample"), "2 samples");
+}
+
 }  // namespace
 }  // namespace readers
