@@ -1,0 +1,662 @@
+#include "measure/course.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <utility>
+#include <vector>
+
+#include "measure/dip_type.h"
+#include "measure/explained.h"
+#include "measure/frequency.h"
+#include "measure/gradual_course.h"
+#include "measure/harmonics.h"
+#include "measure/moving_phasors.h"
+#include "measure/partition.h"
+#include "measure/runs.h"
+#include "measure/steady_fit.h"
+
+namespace measure {
+
+namespace {
+
+constexpr double pi = std::numbers::pi;
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// A phase is low below this share of its own level before.
+constexpr double threshold = 0.9;
+/// Below this share of its level before a phase has next to no voltage: no angle, and nothing to divide it by.
+constexpr double next_to_nothing = 0.05;
+/// How much of the waveform round a dip is looked at, in cycles.
+constexpr double cycles_before = 25;
+constexpr double cycles_after = 15;
+/// Neighbouring segments whose phasors differ by less are one; in usual peaks, as all voltages within a course.
+constexpr double same_voltage = 0.025;
+/// A gradual run that changes less than this is a steady one.
+constexpr double steady_change = 0.035;
+/// Steady runs of fewer cycles between gradual ones are part of these.
+constexpr double short_cycles = 5;
+
+/// A segment with what its figures need.
+struct Item {
+  double start_s = 0;
+  double end_s = 0;
+  bool gradual = false;
+  bool goes_on = false;  ///< at the record's end
+  bool recovery = false;  ///< gradual, and the voltage is back at its end
+  Phasors phasors{};
+  PerPhase error{};  ///< standard error of each component of a phasor
+  PhasorFit fit;     ///< of a steady one
+};
+
+class CourseFinder {
+ public:
+  CourseFinder(const Supply& supply, const Event& dip)
+      : supply_(supply),
+        dip_(dip),
+        phases_(supply.waveform.phases.size()),
+        dip_start_s_(dip.start_known ? dip.start_s : -infinity),
+        dip_end_s_(dip.end_s.value_or(infinity)),
+        frequency_(frequency_round(supply.track, supply.wiring.to_positive(), phases_, dip_start_s_, dip_end_s_)),
+        excerpt_(excerpt_round()) {}
+
+  Course course() {
+    find_runs();
+    Course course;
+    course.frequency = frequency_.hertz;
+    course.frequency_before = frequency_.before;
+    course.frequency_after = frequency_.after;
+    if (!choose_runs()) return course;
+    find_level_before();
+    collect_items();
+    refine_items();
+    write(course);
+    return course;
+  }
+
+ private:
+  // --- the waveform round the dip -------------------------------------------------------------------------------------
+
+  [[nodiscard]] Excerpt excerpt_round() const {
+    const Waveform& waveform = supply_.waveform;
+    const double cycle = 1 / frequency_.hertz;
+    const double from = std::max(0.0, dip_start_s_ - cycles_before * cycle);
+    const double length_s = static_cast<double>(waveform.length()) / waveform.rate;
+    const double to = std::min(length_s, dip_end_s_ + cycles_after * cycle);
+    double peak = 0;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      peak += supply_.levels.fundamental_v[phase] * std::numbers::sqrt2 / static_cast<double>(phases_);
+    }
+    if (!(peak > 0)) peak = dip_.reference_v * std::numbers::sqrt2;
+    return {waveform, static_cast<std::size_t>(from * waveform.rate),
+            static_cast<std::size_t>(std::ceil(to * waveform.rate)), peak, frequency_.hertz};
+  }
+
+  void find_runs() {
+    Excerpt quiet = excerpt_;
+    remove_harmonics(quiet, supply_.track, dip_start_s_ - 0.1 * excerpt_.cycle());
+    runs_ = runs_of(excerpt_, partition(quiet));
+  }
+
+  // --- which runs belong to the dip -----------------------------------------------------------------------------------
+
+  [[nodiscard]] bool is_fall(std::size_t run) const { return runs_[run].gradual && !runs_[run].begins_abruptly; }
+
+  /// Finds the first run of the dip and the one after its last. A dip's first window may begin up to a cycle before the
+  /// change and half a cycle after it, its last one ends more than a cycle after the voltage is back.
+  bool choose_runs() {
+    if (runs_.empty()) return false;
+    const double cycle = excerpt_.cycle();
+    first_ = 0;
+    if (dip_.start_known) {
+      first_ = runs_.size();
+      for (std::size_t k = 1; k < runs_.size() && first_ == runs_.size(); k++) {
+        const double change_end = is_fall(k) ? runs_[k].end_s : runs_[k].begin_s;
+        if (change_end > dip_start_s_ - 0.6 * cycle) first_ = k;
+      }
+      if (first_ == runs_.size()) return false;
+      const double change_begin = is_fall(first_) ? runs_[first_].begin_s : runs_[first_ - 1].end_s;
+      if (change_begin > dip_end_s_ - 0.3 * cycle) return false;
+    }
+    end_ = runs_.size();
+    if (!dip_.end_s) return true;
+    for (std::size_t k = std::max<std::size_t>(first_, 1); k < runs_.size(); k++) {
+      const bool after_ramp = is_fall(k - 1) && !runs_[k].begins_abruptly && k > first_;
+      const double change_begin = after_ramp ? runs_[k - 1].begin_s : runs_[k - 1].end_s;
+      if (change_begin < dip_end_s_ - 0.3 * cycle) end_ = k;
+    }
+    return true;
+  }
+
+  [[nodiscard]] bool has_before() const { return dip_.start_known && first_ > 0; }
+  [[nodiscard]] bool has_after() const { return dip_.end_s.has_value() && end_ < runs_.size(); }
+
+  /// The last steady run before the dip at about the usual level: others are stages of the same disturbance.
+  [[nodiscard]] std::size_t run_before() const {
+    constexpr double about_usual = 0.06;
+    for (std::size_t k = first_; k-- > 0;) {
+      if (runs_[k].gradual || runs_[k].length_s() < excerpt_.cycle()) continue;
+      const Phasors phasors = runs_[k].stretches.back().fit.phasors(runs_[k].end_s);
+      bool usual = true;
+      for (std::size_t phase = 0; phase < phases_; phase++) {
+        const double level = supply_.levels.fundamental_v[phase];
+        usual = usual && std::abs(volts(std::abs(phasors[phase])) - level) < about_usual * level;
+      }
+      if (usual) return k;
+    }
+    return first_ - 1;
+  }
+
+  void find_level_before() {
+    const double cycle = excerpt_.cycle();
+    if (has_before()) {
+      const Run& run = runs_[run_before()];
+      const double from = std::max(run.begin_s, run.end_s - cycles_before * cycle);
+      const PhasorFit fit = steady_fit(excerpt_, from, run.end_s, run.begins_abruptly && from == run.begin_s);
+      before_ = fit.phasors(run.end_s);
+      before_error_ = fit.standard_error(run.end_s);
+      before_s_ = (from + run.end_s) / 2;
+      find_flicker(from, run.end_s);
+      return;
+    }
+    // The record begins in the dip.
+    source_ = LevelSource::after;
+    if (has_after()) {
+      const Run& run = runs_[end_];
+      const PhasorFit fit = steady_fit(excerpt_, run.begin_s, std::min(run.end_s, run.begin_s + cycles_before * cycle), true);
+      before_ = fit.phasors(run.begin_s);
+      before_error_ = fit.standard_error(run.begin_s);
+      before_s_ = run.begin_s;
+    } else {
+      angles_known_ = false;
+      const double usual = dip_.reference_v * std::numbers::sqrt2 / excerpt_.peak();
+      for (std::size_t phase = 0; phase < phases_; phase++) before_[phase] = usual;
+    }
+    if (!supply_.declared_v) return;
+    source_ = LevelSource::declared;
+    const double declared = *supply_.declared_v * std::numbers::sqrt2 / excerpt_.peak();
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      before_[phase] *= declared / std::max(std::abs(before_[phase]), 1e-12);
+    }
+  }
+
+  /// How much the magnitudes sway in the steady voltage before: what no figure of the dip can be better than.
+  void find_flicker(double from_s, double to_s) {
+    const MovingPhasors moving(excerpt_);
+    double sum = 0;
+    double squares = 0;
+    double count = 0;
+    const std::size_t step = std::max<std::size_t>(1, moving.window() / 2);
+    for (std::size_t i = excerpt_.index_at(from_s); i + moving.window() <= excerpt_.index_at(to_s); i += step) {
+      const auto phasors = moving.at(i);
+      if (!phasors) continue;
+      for (std::size_t phase = 0; phase < phases_; phase++) {
+        const double off = std::abs((*phasors)[phase]) / std::abs(before_[phase]) - 1;
+        sum += off;
+        squares += off * off;
+        count++;
+      }
+    }
+    if (count > 2) flicker_ = std::sqrt(std::max(0.0, squares / count - sum / count * sum / count));
+  }
+
+  // --- segments -------------------------------------------------------------------------------------------------------
+
+  void collect_items() {
+    start_s_ = has_before() ? runs_[first_ - 1].end_s : excerpt_.begin_s();
+    if (has_after()) end_s_ = runs_[end_].begin_s;
+    take_recovery_after_dip();
+    std::size_t k = first_;
+    if (has_before() && k < end_ && is_fall(k)) {
+      const GradualCourse fall = followed(runs_[k], runs_[k].end_s);
+      gradual_start_ = true;
+      start_s_ = fall.falls_through(before_, threshold);
+      k++;
+    }
+    while (k < end_) k = take_runs(k);
+  }
+
+  [[nodiscard]] GradualCourse followed(const Run& run, double end_s) const {
+    if (run.ramp) return {excerpt_, run};
+    return {excerpt_, run.begin_s, end_s, run.begins_abruptly};
+  }
+
+  /// A course that begins low after a sudden change and recovers gradually is the dip's own last one, unless it is above
+  /// the threshold again within a cycle: then it is the tail of the return.
+  void take_recovery_after_dip() {
+    if (!has_after() || !runs_[end_].gradual || !runs_[end_].begins_abruptly) return;
+    const GradualCourse recovery = followed(runs_[end_], runs_[end_].end_s);
+    if (recovery.first_share(before_) < threshold &&
+        recovery.rises_through(before_, threshold) > runs_[end_].begin_s + excerpt_.cycle()) {
+      end_++;
+    }
+  }
+
+  /// Takes one segment or transition that begins with run `k`; returns the run after it.
+  std::size_t take_runs(std::size_t k) {
+    const Run& run = runs_[k];
+    // Runs that follow without a sudden change.
+    std::size_t to = k + 1;
+    while (to < end_ && !runs_[to].begins_abruptly) to++;
+    const bool back_smoothly = to == end_ && dip_.end_s && (end_ == runs_.size() || !runs_[end_].begins_abruptly);
+    if (run.gradual && run.begins_abruptly && back_smoothly) {
+      // What begins gradually after a sudden change and goes on without another until the voltage is back.
+      const GradualCourse recovery(excerpt_, run.begin_s, runs_[to - 1].end_s, true);
+      end_s_ = recovery.rises_through(before_, threshold);
+      gradual_end_ = true;
+      if (*end_s_ > run.begin_s) {
+        add_gradual(recovery, run.begin_s, *end_s_);
+        items_.back().recovery = true;
+      }
+      return to;
+    }
+    if (!run.gradual) {
+      const bool restless = k + 1 < to && k > first_ && runs_[k - 1].gradual && !run.begins_abruptly &&
+                            run.length_s() < short_cycles * excerpt_.cycle();
+      if (!restless) {
+        add_steady(run);
+        return k + 1;
+      }
+    }
+    // A gradual run at the end of the dip brings the voltage back; where the dip goes on, it is a segment of its own.
+    if (run.gradual && k + 1 == end_ && dip_.end_s && !run.begins_abruptly && !run.ends_abruptly) {
+      const GradualCourse back = followed(run, run.end_s);
+      end_s_ = back.rises_through(before_, threshold);
+      gradual_end_ = true;
+      return k + 1;
+    }
+    constexpr double longest_transition_cycles = 2.5;
+    if (run.ramp && run.length_s() < longest_transition_cycles * excerpt_.cycle()) return k + 1;
+    // Gradual runs, and short steady ones between them, are one gradual segment.
+    std::size_t last = k;
+    while (last + 1 < to && (runs_[last + 1].gradual ||
+                             (runs_[last + 1].length_s() < short_cycles * excerpt_.cycle() && last + 2 < to))) {
+      last++;
+    }
+    const double end = runs_[last].end_s;
+    const GradualCourse course(excerpt_, run.begin_s, end, run.begins_abruptly);
+    if (course.spread() < steady_change / 2) {
+      Run steady = run;
+      steady.end_s = end;
+      add_steady(steady);
+    } else {
+      add_gradual(course, run.begin_s, end);
+    }
+    return last + 1;
+  }
+
+  void add_steady(const Run& run) {
+    Item item;
+    item.start_s = run.begin_s;
+    item.end_s = run.end_s;
+    const PhasorFit fit = steady_fit(excerpt_, run.begin_s, run.end_s, run.begins_abruptly);
+    item.phasors = fit.phasors(run.begin_s);
+    item.error = fit.standard_error(run.begin_s);
+    item.fit = fit;
+    items_.push_back(item);
+  }
+
+  void add_gradual(const GradualCourse& course, double start_s, double end_s) {
+    Item item;
+    item.start_s = start_s;
+    item.end_s = end_s;
+    item.gradual = true;
+    item.phasors = course.lowest();
+    item.error = course.standard_error();
+    items_.push_back(item);
+  }
+
+  [[nodiscard]] double distance(const Phasors& one, const Phasors& other) const {
+    double farthest = 0;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (std::abs(one[phase]) < next_to_nothing && std::abs(other[phase]) < next_to_nothing) continue;
+      farthest = std::max(farthest, std::abs(one[phase] - other[phase]));
+    }
+    return farthest;
+  }
+
+  [[nodiscard]] bool is_dead(const Item& item) const {
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (std::abs(item.phasors[phase]) > next_to_nothing * std::abs(before_[phase])) return false;
+    }
+    return true;
+  }
+
+  /// Joins what is one segment, and looks at steady segments again that the waveform does not bear out.
+  void refine_items() {
+    join_dead();
+    drop_fragile();
+    fill_gaps();
+    drop_tail();
+    std::vector<Item> joined;
+    for (const Item& item : items_) {
+      const bool same = !joined.empty() && !joined.back().gradual && !item.gradual &&
+                        distance(joined.back().phasors, item.phasors) < same_voltage;
+      if (same) {
+        joined.back().end_s = item.end_s;
+      } else {
+        joined.push_back(item);
+      }
+    }
+    items_.clear();
+    for (const Item& item : joined) add_borne_out(item);
+    if (!dip_.end_s && !items_.empty() && items_.back().end_s >= excerpt_.end_s() - 2 / excerpt_.rate()) {
+      items_.back().goes_on = true;
+    }
+  }
+
+  [[nodiscard]] double cycles(double seconds) const { return seconds / excerpt_.cycle(); }
+
+  /// What lasts about a cycle between changes that last nearly as long is part of a restless course.
+  void drop_fragile() {
+    constexpr double fragile_cycles = 1.2;
+    constexpr double long_change_cycles = 0.35;
+    std::vector<Item> kept;
+    for (std::size_t k = 0; k < items_.size(); k++) {
+      const Item& item = items_[k];
+      const double gap_before = k == 0 ? 0 : cycles(item.start_s - items_[k - 1].end_s);
+      const double gap_after = k + 1 == items_.size() ? 0 : cycles(items_[k + 1].start_s - item.end_s);
+      const bool fragile = cycles(item.end_s - item.start_s) < fragile_cycles;
+      if (!fragile || (gap_before < long_change_cycles && gap_after < long_change_cycles)) kept.push_back(item);
+    }
+    items_ = std::move(kept);
+  }
+
+  /// A long time between two segments in which nothing is steady is a gradual segment.
+  void fill_gaps() {
+    constexpr double longest_change_cycles = 2.5;
+    const std::vector<Item> found = std::move(items_);
+    items_.clear();
+    for (const Item& item : found) {
+      const double from = items_.empty() ? item.start_s : items_.back().end_s;
+      if (cycles(item.start_s - from) > longest_change_cycles) {
+        add_gradual(GradualCourse(excerpt_, from, item.start_s, true), from, item.start_s);
+      }
+      items_.push_back(item);
+    }
+    if (found.empty() || gradual_end_ || !end_s_) return;
+    const double from = items_.back().end_s;
+    if (cycles(*end_s_ - from) > longest_change_cycles) {
+      add_gradual(GradualCourse(excerpt_, from, *end_s_, true), from, *end_s_);
+    }
+  }
+
+  /// A short last segment in which no phase is low any more is the tail of the return.
+  void drop_tail() {
+    constexpr double short_tail_cycles = 3;
+    if (!dip_.end_s || items_.empty() || (items_.size() == 1 && !has_before())) return;
+    const Item& last = items_.back();
+    if (cycles(last.end_s - last.start_s) >= short_tail_cycles) return;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (std::abs(last.phasors[phase]) < threshold * std::abs(before_[phase])) return;
+    }
+    if (items_.size() == 1) return;
+    end_s_ = last.start_s;
+    gradual_end_ = false;
+    items_.pop_back();
+  }
+
+  /// With next to no voltage, transformers and capacitors discharge in pulses that look like short pieces of voltage.
+  void join_dead() {
+    constexpr double pulse_cycles = 4;
+    for (std::size_t k = 0; k < items_.size(); k++) {
+      if (!is_dead(items_[k])) continue;
+      std::size_t next = k + 1;
+      std::size_t last_dead = k;
+      while (next < items_.size() &&
+             (is_dead(items_[next]) || items_[next].end_s - items_[next].start_s < pulse_cycles * excerpt_.cycle())) {
+        if (is_dead(items_[next])) last_dead = next;
+        next++;
+      }
+      if (last_dead == k) continue;
+      Item all = items_[k];
+      for (std::size_t i = k + 1; i <= last_dead; i++) {
+        if (is_dead(items_[i]) && items_[i].end_s - items_[i].start_s > all.end_s - all.start_s) {
+          all.phasors = items_[i].phasors;
+          all.error = items_[i].error;
+        }
+      }
+      all.end_s = items_[last_dead].end_s;
+      all.gradual = false;
+      items_[k] = all;
+      items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(k) + 1,
+                   items_.begin() + static_cast<std::ptrdiff_t>(last_dead) + 1);
+    }
+  }
+
+  /// A steady segment whose one-cycle windows differ from it is a gradual one after all, or it is shorter than it was
+  /// taken for; a gradual one that ends where it began is two.
+  void add_borne_out(Item item) {
+    const double length = (item.end_s - item.start_s) / excerpt_.cycle();
+    if (item.recovery) {
+      items_.push_back(item);
+      return;
+    }
+    if (item.gradual) {
+      const GradualCourse course(excerpt_, item.start_s, item.end_s, false);
+      if (!changes(excerpt_, item.start_s, item.end_s, before_) && course.spread() < steady_change) {
+        Run run;
+        run.begin_s = item.start_s;
+        run.end_s = item.end_s;
+        run.begins_abruptly = true;
+        add_steady(run);
+        return;
+      }
+      if (length > 4 && course.change() < same_voltage && course.spread() > steady_change / 2) {
+        const double turn = std::clamp(course.turning_point(), item.start_s + 1.5 * excerpt_.cycle(),
+                                       item.end_s - 1.5 * excerpt_.cycle());
+        add_gradual(GradualCourse(excerpt_, item.start_s, turn, false), item.start_s, turn);
+        add_gradual(GradualCourse(excerpt_, turn, item.end_s, false), turn, item.end_s);
+      } else {
+        items_.push_back(item);
+      }
+      return;
+    }
+    Segment segment;
+    segment.start_s = item.start_s;
+    segment.end_s = item.end_s;
+    segment.phasors = item.phasors;
+    if (is_borne_out(excerpt_, segment, item.fit, before_)) {
+      items_.push_back(item);
+      return;
+    }
+    if (length > 3) {
+      const GradualCourse course(excerpt_, item.start_s, item.end_s, true);
+      if (course.change() > same_voltage) {
+        add_gradual(course, item.start_s, item.end_s);
+        return;
+      }
+    }
+    if (!is_dead(item)) take_steadiest(item);
+    items_.push_back(item);
+  }
+
+  /// Where arcs or ringing spoil the fit of a steady segment: the longest time in which the one-cycle windows agree.
+  void take_steadiest(Item& item) const {
+    constexpr double noisy = 0.02;      // root mean square of what the fit leaves
+    constexpr double agreeing = 0.012;  // of the windows' magnitudes, in usual peaks
+    double left = 0;
+    for (std::size_t phase = 0; phase < phases_; phase++) left = std::max(left, item.fit.residual()[phase]);
+    if (left < noisy * noisy) return;
+    const MovingPhasors moving(excerpt_);
+    std::vector<std::pair<std::size_t, Phasors>> windows;
+    for (std::size_t i = excerpt_.index_at(item.start_s); i + moving.window() <= excerpt_.index_at(item.end_s); i++) {
+      if (const auto phasors = moving.at(i)) windows.emplace_back(i, *phasors);
+    }
+    std::size_t best_begin = 0;
+    std::size_t best_count = 0;
+    std::size_t begin = 0;
+    for (std::size_t end = 1; end <= windows.size(); end++) {
+      const auto agrees = [&](std::size_t from) {
+        for (std::size_t phase = 0; phase < phases_; phase++) {
+          const double one = std::abs(windows[from].second[phase]);
+          const double other = std::abs(windows[end - 1].second[phase]);
+          if (std::abs(one - other) > 2 * agreeing) return false;
+        }
+        return true;
+      };
+      for (std::size_t i = end - 1; i-- > begin;) {
+        if (agrees(i)) continue;
+        begin = i + 1;
+        break;
+      }
+      if (end - begin > best_count) {
+        best_count = end - begin;
+        best_begin = begin;
+      }
+    }
+    if (best_count < moving.window() / 4) return;
+    Phasors mean{};
+    for (std::size_t k = best_begin; k < best_begin + best_count; k++) {
+      for (std::size_t phase = 0; phase < phases_; phase++) {
+        mean[phase] += windows[k].second[phase] / static_cast<double>(best_count);
+      }
+    }
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      item.error[phase] = std::max(item.error[phase], std::abs(mean[phase] - item.phasors[phase]) / 2);
+    }
+    item.phasors = mean;
+    const std::size_t first = windows[best_begin].first;
+    const std::size_t last = windows[best_begin + best_count - 1].first + moving.window();
+    // Windows slide over what differs at the ends: their reach shows where it begins.
+    if (best_begin > moving.window() / 4) item.start_s = excerpt_.start_of(first);
+    if (best_begin + best_count + moving.window() / 4 < windows.size()) item.end_s = excerpt_.start_of(last);
+  }
+
+  // --- figures --------------------------------------------------------------------------------------------------------
+
+  [[nodiscard]] double volts(double peaks) const { return peaks * excerpt_.peak() / std::numbers::sqrt2; }
+
+  void write(Course& course) const {
+    course.level_source = source_;
+    for (std::size_t phase = 0; phase < phases_; phase++) course.before[phase] = before_[phase] * volts(1);
+    if (has_before()) course.start_s = Figure{start_s_, start_plus_minus()};
+    if (end_s_) course.end_s = Figure{*end_s_, end_plus_minus()};
+    write_point_on_wave(course);
+    std::vector<Segment> in_peaks;
+    for (const Item& item : items_) {
+      Segment segment = segment_of(item);
+      in_peaks.push_back(segment);
+      for (Phasor& phasor : segment.phasors) phasor *= volts(1);
+      course.segments.push_back(segment);
+    }
+    course.explained_share =
+        explained_share(excerpt_, in_peaks, before_, start_s_, end_s_.value_or(excerpt_.end_s()));
+    write_transitions(course);
+  }
+
+  /// What no instant is better known than: filters and converters before the record move a change by a sample.
+  [[nodiscard]] double sharpest() const { return 1 / excerpt_.rate(); }
+
+  /// Where a voltage changes gradually, flicker and noise move its crossing of the threshold.
+  [[nodiscard]] double gradual_plus_minus(const Run& run) const {
+    const GradualCourse course = followed(run, run.end_s);
+    const double slope = course.change() / std::max(run.length_s(), excerpt_.cycle());
+    return 2 * std::hypot(flicker_, before_error_[0]) / std::max(slope, 1e-6);
+  }
+
+  [[nodiscard]] double start_plus_minus() const {
+    if (gradual_start_) return std::min(gradual_plus_minus(runs_[first_]), runs_[first_].length_s());
+    return std::max(sharpest(), runs_[first_ - 1].end_plus_minus);
+  }
+
+  [[nodiscard]] double end_plus_minus() const {
+    const std::size_t run = std::min(end_, runs_.size() - 1);
+    if (gradual_end_ && run > 0) return std::min(gradual_plus_minus(runs_[run - 1]), runs_[run - 1].length_s());
+    return std::max(sharpest(), runs_[run].begin_plus_minus);
+  }
+
+  void write_point_on_wave(Course& course) const {
+    if (!has_before() || gradual_start_) return;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      double degrees = (excerpt_.omega() * start_s_ + std::arg(before_[phase]) + pi / 2) * 180 / pi;
+      degrees -= 360 * std::floor(degrees / 360);
+      const double angle_error = 2 * before_error_[phase] / std::abs(before_[phase]) * 180 / pi;
+      course.point_on_wave_degrees[phase] =
+          Figure{degrees, std::hypot(360 * frequency_.hertz * start_plus_minus(), angle_error)};
+    }
+  }
+
+  [[nodiscard]] Segment segment_of(const Item& item) const {
+    Segment segment;
+    segment.start_s = item.start_s;
+    if (!item.goes_on) segment.end_s = item.end_s;
+    segment.gradual = item.gradual;
+    segment.phasors = item.phasors;
+    const double length = (item.end_s - item.start_s) * frequency_.hertz;
+    constexpr double flicker_cycles = 6;
+    const double sway = flicker_ * (item.gradual ? 1 : std::min(1.0, flicker_cycles / length));
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      SegmentPhase& figures = segment.phases[phase];
+      const double magnitude = std::abs(item.phasors[phase]);
+      const double error = std::hypot(item.error[phase], sway * magnitude);
+      figures.voltage_v = {volts(magnitude), 2 * volts(error)};
+      figures.share_of_before = magnitude / std::abs(before_[phase]);
+      figures.below_threshold = figures.share_of_before < threshold;
+      if (figures.share_of_before >= next_to_nothing && angles_known_) {
+        const double drift = frequency_.plus_minus * std::abs(item.start_s + item.end_s - 2 * before_s_) / 2 * 360;
+        const double angle_error = std::hypot(item.error[phase] / magnitude, before_error_[phase] / std::abs(before_[phase]));
+        figures.phase_jump_degrees = Figure{std::arg(item.phasors[phase] / before_[phase]) * 180 / pi,
+                                            std::hypot(2 * angle_error * 180 / pi, drift)};
+      }
+    }
+    if (phases_ == 3) {
+      Phasors in_volts = item.phasors;
+      for (Phasor& phasor : in_volts) phasor *= volts(1);
+      segment.sequences = sequences_of(in_volts, supply_.wiring);
+      if (angles_known_) segment.type = type_of(item.phasors, before_, supply_.wiring);
+    }
+    return segment;
+  }
+
+  void write_transitions(Course& course) const {
+    const auto add = [&](double start_s, double end_s, bool gradual, const Phasors& one, const Phasors& other) {
+      Transition transition{start_s, end_s, gradual, {}};
+      for (std::size_t phase = 0; phase < phases_; phase++) {
+        transition.phases[phase] = std::abs(one[phase] - other[phase]) > same_voltage;
+      }
+      course.transitions.push_back(transition);
+    };
+    if (items_.empty()) {
+      if (course.start_s && course.end_s) add(start_s_, *end_s_, gradual_start_, before_, before_);
+      return;
+    }
+    if (course.start_s) add(start_s_, items_.front().start_s, gradual_start_, before_, items_.front().phasors);
+    for (std::size_t k = 0; k + 1 < items_.size(); k++) {
+      const double lasts = items_[k + 1].start_s - items_[k].end_s;
+      add(items_[k].end_s, items_[k + 1].start_s, lasts > excerpt_.cycle(), items_[k].phasors, items_[k + 1].phasors);
+    }
+    if (end_s_) add(std::min(items_.back().end_s, *end_s_), *end_s_, gradual_end_, items_.back().phasors, before_);
+  }
+
+  const Supply& supply_;
+  const Event& dip_;
+  std::size_t phases_;
+  double dip_start_s_;
+  double dip_end_s_;
+  FrequencyRound frequency_;
+  Excerpt excerpt_;
+  std::vector<Run> runs_;
+  std::size_t first_ = 0;  // of the dip's runs
+  std::size_t end_ = 0;    // of the runs after them
+  LevelSource source_ = LevelSource::before;
+  Phasors before_{};
+  PerPhase before_error_{};
+  double before_s_ = 0;  // about when the level before was
+  bool angles_known_ = true;
+  double flicker_ = 0;  // standard deviation of a one-cycle magnitude, of the level
+  double start_s_ = 0;
+  std::optional<double> end_s_;
+  bool gradual_start_ = false;
+  bool gradual_end_ = false;
+  std::vector<Item> items_;
+};
+
+}  // namespace
+
+Course measure_course(const Supply& supply, const Event& dip) {
+  return CourseFinder(supply, dip).course();
+}
+
+}  // namespace measure

@@ -1,0 +1,190 @@
+#include "measure/cycle_track.h"
+
+#include <Eigen/Dense>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace measure {
+
+namespace {
+
+/// Sums of products keep this order on every machine, in lanes that a compiler can make vectors of.
+constexpr std::size_t lanes = 4;
+
+struct Weights {
+  std::vector<double> re;
+  std::vector<double> im;
+};
+
+/// What a window's samples are multiplied by and added up, to give its phasor against the window's first sample.
+Weights projection(double radians_per_sample, std::size_t window) {
+  const auto rows = static_cast<Eigen::Index>(window);
+  Eigen::MatrixX3d design(rows, 3);
+  for (Eigen::Index k = 0; k < rows; k++) {
+    const double angle = radians_per_sample * static_cast<double>(k);
+    design.row(k) << std::cos(angle), std::sin(angle), 1;
+  }
+  const Eigen::Matrix3d gram = design.transpose() * design;
+  const Eigen::Matrix3Xd solution = gram.llt().solve(design.transpose());
+  Weights weights;
+  for (Eigen::Index k = 0; k < rows; k++) {
+    weights.re.push_back(solution(0, k));
+    weights.im.push_back(-solution(1, k));
+  }
+  return weights;
+}
+
+Phasor project(const double* samples, const Weights& weights) {
+  std::array<double, lanes> re{};
+  std::array<double, lanes> im{};
+  const std::size_t whole = weights.re.size() / lanes * lanes;
+  for (std::size_t k = 0; k < whole; k += lanes) {
+    for (std::size_t lane = 0; lane < lanes; lane++) {
+      re[lane] += samples[k + lane] * weights.re[k + lane];
+      im[lane] += samples[k + lane] * weights.im[k + lane];
+    }
+  }
+  double re_sum = (re[0] + re[1]) + (re[2] + re[3]);
+  double im_sum = (im[0] + im[1]) + (im[2] + im[3]);
+  for (std::size_t k = whole; k < weights.re.size(); k++) {
+    re_sum += samples[k] * weights.re[k];
+    im_sum += samples[k] * weights.im[k];
+  }
+  return {re_sum, im_sum};
+}
+
+}  // namespace
+
+CycleTrack::CycleTrack(const Waveform& waveform) : waveform_(waveform), frequency_(waveform.line_frequency) {
+  find_frequency();
+  follow();
+  find_steady();
+}
+
+/// Measures how the phasors turn from half-cycle to half-cycle where the voltage is steadiest, and again at the
+/// frequency so found, until it stays.
+void CycleTrack::find_frequency() {
+  constexpr std::size_t chunk_cycles = 12;
+  constexpr std::size_t most_chunks = 64;
+  constexpr int rounds = 4;
+  const double nominal = waveform_.line_frequency;
+  for (int round = 0; round < rounds; round++) {
+    const double per_cycle = waveform_.rate / frequency_;
+    const auto window = std::max<std::size_t>(4, static_cast<std::size_t>(std::lround(per_cycle)));
+    const auto hop = std::max<std::size_t>(1, static_cast<std::size_t>(std::lround(per_cycle / 2)));
+    if (waveform_.length() < window + hop) return;
+    const Weights weights = projection(2 * std::numbers::pi / per_cycle, window);
+    const std::size_t hops = std::min<std::size_t>(2 * chunk_cycles, (waveform_.length() - window) / hop);
+    const std::size_t span = window + hops * hop;
+    const std::size_t chunks = std::min(most_chunks, std::max<std::size_t>(1, waveform_.length() / span));
+    const std::size_t apart = chunks > 1 ? (waveform_.length() - span) / (chunks - 1) : 0;
+    double best_score = 0;
+    double best_turn = 0;
+    for (std::size_t chunk = 0; chunk < chunks; chunk++) {
+      Phasor turn = 0;
+      double score = 0;
+      for (const Phase& phase : waveform_.phases) {
+        double lowest = std::numeric_limits<double>::infinity();
+        Phasor previous = 0;
+        Phasor sum = 0;
+        for (std::size_t k = 0; k <= hops; k++) {
+          const Phasor now = project(phase.samples.data() + chunk * apart + k * hop, weights) * phase.volts_per_unit;
+          lowest = std::isfinite(std::abs(now)) ? std::min(lowest, std::abs(now)) : 0;
+          if (k > 0) sum += now * std::conj(previous);
+          previous = now;
+        }
+        if (lowest > 0) {
+          turn += sum;
+          score += lowest;  // high where the voltage is high throughout
+        }
+      }
+      // Earlier chunks win unless a later one is clearly better.
+      if (score > 1.02 * best_score) {
+        best_score = score;
+        best_turn = std::arg(turn * std::polar(1.0, -std::numbers::pi * static_cast<double>(hop) / per_cycle * 2));
+      }
+    }
+    if (best_score <= 0) return;
+    const double off = best_turn / (2 * std::numbers::pi) * waveform_.rate / static_cast<double>(hop);
+    frequency_ = std::clamp(frequency_ + off, 0.8 * nominal, 1.2 * nominal);
+  }
+}
+
+void CycleTrack::follow() {
+  const double per_cycle = waveform_.rate / frequency_;
+  window_ = std::max<std::size_t>(4, static_cast<std::size_t>(std::lround(per_cycle)));
+  if (waveform_.length() < window_) return;
+  const double step = 2 * std::numbers::pi / per_cycle;
+  const Weights weights = projection(step, window_);
+  const auto count =
+      static_cast<std::size_t>(static_cast<double>(waveform_.length() - window_) / per_cycle) + 1;
+  phasors_.resize(count);
+  for (std::size_t k = 0; k < count; k++) {
+    const std::size_t first = first_sample(k);
+    // The number of whole cycles before does not turn anything.
+    const double turns = static_cast<double>(first) / per_cycle;
+    const Phasor back = std::polar(1.0, -2 * std::numbers::pi * (turns - std::floor(turns)));
+    for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
+      const Phase& source = waveform_.phases[phase];
+      phasors_[k][phase] = project(source.samples.data() + first, weights) * source.volts_per_unit * back;
+    }
+  }
+}
+
+std::size_t CycleTrack::first_sample(std::size_t cycle) const {
+  return static_cast<std::size_t>(static_cast<double>(cycle) * waveform_.rate / frequency_);
+}
+
+double CycleTrack::time_of(std::size_t cycle) const {
+  return (static_cast<double>(first_sample(cycle)) + static_cast<double>(window_ - 1) / 2) / waveform_.rate;
+}
+
+std::size_t CycleTrack::cycle_at(double seconds) const {
+  const double cycle = std::max(0.0, seconds * frequency_);
+  return std::min(cycles() - 1, static_cast<std::size_t>(cycle));
+}
+
+bool CycleTrack::is_missing(std::size_t cycle) const {
+  for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
+    if (!std::isfinite(std::abs(phasors_[cycle][phase]))) return true;
+  }
+  return false;
+}
+
+void CycleTrack::find_steady() {
+  constexpr double steady_change = 0.02;     // from one cycle to the next, of the largest phase
+  constexpr double steady_drift = 0.03;      // from the stretch's first cycle
+  constexpr std::size_t fewest_cycles = 2;
+  const std::size_t phases = waveform_.phases.size();
+  const auto magnitudes_differ = [&](std::size_t one, std::size_t other, double most) {
+    double largest = 0;
+    double change = 0;
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      const double a = std::abs(phasors_[one][phase]);
+      const double b = std::abs(phasors_[other][phase]);
+      largest = std::max({largest, a, b});
+      change = std::max(change, std::abs(a - b));
+    }
+    return !(change <= most * largest);
+  };
+  std::size_t begin = 0;
+  for (std::size_t k = 1; k <= cycles(); k++) {
+    const bool goes_on = k < cycles() && !is_missing(k) && !is_missing(begin) &&
+                         !magnitudes_differ(k, k - 1, steady_change) && !magnitudes_differ(k, begin, steady_drift);
+    if (goes_on) continue;
+    if (k - begin >= fewest_cycles) {
+      SteadyStretch stretch{begin, k, {}};
+      for (std::size_t phase = 0; phase < phases; phase++) {
+        double sum = 0;
+        for (std::size_t i = begin; i < k; i++) sum += std::abs(phasors_[i][phase]);
+        stretch.level[phase] = sum / static_cast<double>(k - begin) / std::numbers::sqrt2;
+      }
+      steady_.push_back(stretch);
+    }
+    begin = k;
+  }
+}
+
+}  // namespace measure

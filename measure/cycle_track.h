@@ -1,0 +1,52 @@
+// The fundamentals of a whole waveform, cycle by cycle: the frequency, the usual levels and where they are steady.
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <vector>
+
+#include "measure/excerpt.h"
+#include "measure/waveform.h"
+
+namespace measure {
+
+/// One fundamental per cycle, by least squares with a constant, each sample used once. Peak values in volts, against
+/// cos(omega t), t from the waveform's first sample; not a number where samples are missing.
+class CycleTrack {
+ public:
+  /// The frequency is looked for within 20 % of the waveform's line frequency.
+  explicit CycleTrack(const Waveform& waveform);
+
+  [[nodiscard]] double frequency() const { return frequency_; }
+  [[nodiscard]] std::size_t cycles() const { return phasors_.size(); }
+  [[nodiscard]] const Phasors& phasors(std::size_t cycle) const { return phasors_[cycle]; }
+  [[nodiscard]] bool is_missing(std::size_t cycle) const;
+  /// First sample of a cycle, and the middle of the cycle in seconds.
+  [[nodiscard]] std::size_t first_sample(std::size_t cycle) const;
+  [[nodiscard]] double time_of(std::size_t cycle) const;
+  /// The cycle that a time falls into; the last one for later times.
+  [[nodiscard]] std::size_t cycle_at(double seconds) const;
+
+  /// Cycles from `begin` to, not including, `end` whose fundamentals stay the same.
+  struct SteadyStretch {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    PerPhase level{};  ///< volts RMS of the fundamentals
+    [[nodiscard]] std::size_t length() const { return end - begin; }
+  };
+  /// All stretches of at least two steady cycles, in order.
+  [[nodiscard]] const std::vector<SteadyStretch>& steady() const { return steady_; }
+
+ private:
+  void find_frequency();
+  void follow();
+  void find_steady();
+
+  const Waveform& waveform_;
+  double frequency_;
+  std::size_t window_ = 0;
+  std::vector<Phasors> phasors_;
+  std::vector<SteadyStretch> steady_;
+};
+
+}  // namespace measure

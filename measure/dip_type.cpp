@@ -1,0 +1,87 @@
+#include "measure/dip_type.h"
+
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace measure {
+
+namespace {
+
+struct Components {
+  Phasor positive;
+  Phasor negative;
+  Phasor zero;
+};
+
+Phasor sum(const Phasors& voltages, const Phasors& turns) {
+  return (voltages[0] * turns[0] + voltages[1] * turns[1] + voltages[2] * turns[2]) / 3.0;
+}
+
+Components components(const Phasors& voltages, const Wiring& wiring) {
+  return {sum(voltages, wiring.to_positive()), sum(voltages, wiring.to_negative()), sum(voltages, wiring.to_zero())};
+}
+
+/// Negative sequence below which the three phases fall alike: of the positive sequence before, and of its loss.
+constexpr double balanced = 0.015;
+constexpr double balanced_of_loss = 0.08;
+/// Zero sequence from which a dip has one, of the positive sequence before and of the negative sequence.
+constexpr double notable_zero = 0.02;
+constexpr double notable_zero_of_negative = 0.25;
+
+}  // namespace
+
+Sequences sequences_of(const Phasors& voltages, const Wiring& wiring) {
+  const Components parts = components(voltages, wiring);
+  Sequences result{std::abs(parts.positive), std::abs(parts.negative), std::abs(parts.zero), {}};
+  if (result.positive_v > 0) result.unbalance_percent = 100 * result.negative_v / result.positive_v;
+  return result;
+}
+
+DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wiring) {
+  // Each phase against its own voltage before, so that what was unequal before does not count as the dip's.
+  Phasors relative{};
+  const Phasors turns = wiring.to_positive();
+  for (std::size_t phase = 0; phase < 3; phase++) relative[phase] = voltages[phase] / before[phase] / turns[phase];
+  // `relative` follows the rotation that the wiring tells, whatever it is.
+  const Components parts = components(relative, wiring);
+  const Phasor loss = 1.0 - parts.positive;
+
+  DipType type;
+  type.phases = {true, true, true};
+  type.characteristic = type.pn_factor = parts.positive;
+  if (std::abs(parts.negative) < balanced || std::abs(parts.negative) < balanced_of_loss * std::abs(loss)) return type;
+
+  // Sectors of 60 degrees: even ones for two phases, odd ones for one.
+  const double sectors = std::arg(parts.negative / loss) / (std::numbers::pi / 3);
+  int sector = (static_cast<int>(std::lround(sectors)) % 6 + 6) % 6;
+  const Phasor turned = parts.negative * std::pow(std::polar(1.0, -std::numbers::pi / 3), sector);
+  type.characteristic = parts.positive - turned;
+  type.pn_factor = parts.positive + turned;
+  // In a network that turns the other way the sectors lie the other way round.
+  if (wiring.reversed) sector = (6 - sector) % 6;
+
+  const bool zero = std::abs(parts.zero) > notable_zero && std::abs(parts.zero) > notable_zero_of_negative * std::abs(parts.negative);
+  // Where two phases fall to ground, the positive-negative factor loses a third of what the characteristic voltage
+  // does; where one falls or two fall together, nothing.
+  const bool to_ground = std::abs(1.0 - type.pn_factor) > std::abs(1.0 - type.characteristic) / 6;
+  constexpr std::array<PhaseFlags, 6> phases = {{{false, true, true},
+                                                 {false, false, true},
+                                                 {true, false, true},
+                                                 {true, false, false},
+                                                 {true, true, false},
+                                                 {false, true, false}}};
+  type.phases = phases[static_cast<std::size_t>(sector)];
+  type.category = sector;
+  if (sector % 2 == 1) {
+    type.letter = zero ? 'B' : to_ground ? 'F' : 'D';
+  } else if (zero) {
+    type.letter = 'E';
+    type.category = 6 + sector / 2;
+  } else {
+    type.letter = to_ground ? 'G' : 'C';
+  }
+  return type;
+}
+
+}  // namespace measure

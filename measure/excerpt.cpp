@@ -1,0 +1,84 @@
+#include "measure/excerpt.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+namespace measure {
+
+namespace {
+
+/// Averages per cycle at most: enough for the seventh harmonic, and few enough to be cheap.
+constexpr double most_averages_per_cycle = 24;
+
+}  // namespace
+
+Excerpt::Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, double peak, double frequency)
+    : waveform_(waveform),
+      phases_(waveform.phases.size()),
+      first_(first),
+      end_(std::min(end, waveform.length())),
+      block_(std::max<std::size_t>(1, static_cast<std::size_t>(waveform.rate / frequency / most_averages_per_cycle))),
+      rate_(waveform.rate),
+      peak_(peak),
+      omega_(2 * std::numbers::pi * frequency) {
+  const std::size_t count = (end_ - first_) / block_;
+  missing_.assign(count, false);
+  for (std::size_t phase = 0; phase < phases_; phase++) {
+    const Phase& source = waveform.phases[phase];
+    const double scale = source.volts_per_unit / peak / static_cast<double>(block_);
+    auto& averages = averages_[phase];
+    averages.resize(count);
+    const double* sample = source.samples.data() + first_;
+    for (std::size_t i = 0; i < count; i++) {
+      double sum = 0;
+      for (std::size_t k = 0; k < block_; k++) sum += *sample++;
+      averages[i] = sum * scale;
+      if (!std::isfinite(averages[i])) missing_[i] = true;
+    }
+  }
+}
+
+double Excerpt::cycle() const {
+  return 2 * std::numbers::pi / omega_;
+}
+
+double Excerpt::begin_s() const {
+  return (static_cast<double>(first_) - 0.5) / rate_;
+}
+
+double Excerpt::end_s() const {
+  return (static_cast<double>(end_) - 0.5) / rate_;
+}
+
+double Excerpt::value(std::size_t phase, std::size_t sample) const {
+  return waveform_.volts(phase, sample) / peak_;
+}
+
+double Excerpt::averages_per_cycle() const {
+  return rate_ / static_cast<double>(block_) * cycle();
+}
+
+double Excerpt::time_of(double index) const {
+  const auto block = static_cast<double>(block_);
+  return (static_cast<double>(first_) + index * block + (block - 1) / 2) / rate_;
+}
+
+double Excerpt::start_of(std::size_t index) const {
+  return (static_cast<double>(first_ + index * block_) - 0.5) / rate_;
+}
+
+std::size_t Excerpt::index_at(double seconds) const {
+  const double index = std::ceil((seconds * rate_ + 0.5 - static_cast<double>(first_)) / static_cast<double>(block_) - 1e-9);
+  return static_cast<std::size_t>(std::clamp(index, 0.0, static_cast<double>(length())));
+}
+
+double Excerpt::attenuation(int order) const {
+  if (block_ == 1) return 1;
+  const double half_step = order * omega_ / rate_ / 2;
+  const auto block = static_cast<double>(block_);
+  return std::sin(half_step * block) / (block * std::sin(half_step));
+}
+
+}  // namespace measure

@@ -1,0 +1,64 @@
+// The part of a waveform round an event, made small and handy for fitting: averages over a few samples, in units of the
+// voltage's usual peak.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "measure/findings.h"
+#include "measure/waveform.h"
+
+namespace measure {
+
+/// Averages over `block` samples keep all that white noise leaves of a fundamental and its low harmonics, at a fraction
+/// of the cost. Only instants need the samples themselves; `value` gives them in the same units.
+class Excerpt {
+ public:
+  /// `first` to `end` are samples of the waveform; `peak` is the voltage in volts that becomes 1.
+  Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, double peak, double frequency);
+
+  [[nodiscard]] std::size_t phases() const { return phases_; }
+  [[nodiscard]] double peak() const { return peak_; }
+
+  // --- time: seconds from the waveform's first sample
+  [[nodiscard]] double omega() const { return omega_; }
+  [[nodiscard]] double cycle() const;                      ///< seconds
+  [[nodiscard]] double begin_s() const;                    ///< half a sample before the first one
+  [[nodiscard]] double end_s() const;                      ///< half a sample after the last one
+  void set_omega(double omega) { omega_ = omega; }
+
+  // --- the samples
+  [[nodiscard]] double rate() const { return rate_; }
+  [[nodiscard]] std::size_t first() const { return first_; }
+  [[nodiscard]] std::size_t end() const { return end_; }
+  [[nodiscard]] double value(std::size_t phase, std::size_t sample) const;
+  [[nodiscard]] double time_of_sample(double sample) const { return sample / rate_; }
+
+  // --- the averages
+  [[nodiscard]] std::size_t length() const { return averages_[0].size(); }
+  [[nodiscard]] std::size_t block() const { return block_; }
+  [[nodiscard]] double averages_per_cycle() const;
+  [[nodiscard]] double average(std::size_t phase, std::size_t index) const { return averages_[phase][index]; }
+  [[nodiscard]] bool is_missing(std::size_t index) const { return missing_[index]; }
+  [[nodiscard]] double time_of(double index) const;        ///< of an average's middle
+  [[nodiscard]] double start_of(std::size_t index) const;  ///< half a sample before an average's first sample
+  [[nodiscard]] std::size_t index_at(double seconds) const;  ///< first average that begins at or after a time
+  /// How much of the harmonic of an order is left in the averages.
+  [[nodiscard]] double attenuation(int order) const;
+  void subtract(std::size_t phase, std::size_t index, double value) { averages_[phase][index] -= value; }
+
+ private:
+  const Waveform& waveform_;
+  std::size_t phases_;
+  std::size_t first_;
+  std::size_t end_;
+  std::size_t block_;
+  double rate_;
+  double peak_;
+  double omega_;
+  std::array<std::vector<double>, most_phases> averages_;
+  std::vector<bool> missing_;
+};
+
+}  // namespace measure

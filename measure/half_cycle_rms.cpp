@@ -1,0 +1,100 @@
+#include "measure/half_cycle_rms.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace measure {
+
+namespace {
+
+/// A grid of windows catches up with a fundamental that has another phase by so much of a cycle per half cycle.
+constexpr double fastest_catching_up = 0.01;
+/// Voltage in units of the usual one below which its zero crossings are not followed.
+constexpr double too_little_to_follow = 0.3;
+
+/// Sum of the squares of samples `first` to, not including, `end`.
+double squares(const double* samples, std::size_t first, std::size_t end) {
+  constexpr std::size_t lanes = 4;
+  std::array<double, lanes> sums{};
+  std::size_t i = first;
+  for (; i + lanes <= end; i += lanes) {
+    for (std::size_t lane = 0; lane < lanes; lane++) sums[lane] += samples[i + lane] * samples[i + lane];
+  }
+  double sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+  for (; i < end; i++) sum += samples[i] * samples[i];
+  return sum;
+}
+
+/// Integral of the squares over a time in samples; sample i stands for the time from i to i + 1.
+double energy(const double* samples, double from, double to) {
+  const auto first = static_cast<std::size_t>(from);
+  const auto last = static_cast<std::size_t>(to);
+  const auto square = [&](std::size_t i) { return samples[i] * samples[i]; };
+  if (first == last) return (to - from) * square(first);
+  double sum = (static_cast<double>(first) + 1 - from) * square(first) + squares(samples, first + 1, last);
+  const double rest = to - static_cast<double>(last);
+  if (rest > 0) sum += rest * square(last);
+  return sum;
+}
+
+}  // namespace
+
+HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const CycleTrack& track, double usual_v) {
+  HalfCycleRms result;
+  if (track.cycles() == 0) return result;
+  const Phase& source = waveform.phases[phase];
+  const double half_cycle = 0.5 / track.frequency();
+  const double omega = 2 * std::numbers::pi * track.frequency();
+  const double followed = too_little_to_follow * usual_v * std::numbers::sqrt2;
+  const double length = static_cast<double>(waveform.length());
+
+  // How far a time lies after the fundamental's latest zero crossing, in half cycles from -0.5 to 0.5; none where there
+  // is nothing to follow.
+  const auto after_crossing = [&](double seconds) {
+    const Phasor phasor = track.phasors(track.cycle_at(seconds))[phase];
+    if (!(std::abs(phasor) > followed)) return 0.0;
+    const double half_turns = (omega * seconds + std::arg(phasor)) / std::numbers::pi + 0.5;
+    return half_turns - std::round(half_turns);
+  };
+
+  // Times count from half a sample before the first one, as samples stand for the time round them.
+  const double offset = 0.5 / waveform.rate;
+  std::size_t start_cycle = 0;
+  while (start_cycle + 1 < track.cycles() && !(std::abs(track.phasors(start_cycle)[phase]) > followed)) start_cycle++;
+  const Phasor begin_phasor = track.phasors(start_cycle)[phase];
+  const double half_turns = (-omega * offset + (std::isfinite(std::abs(begin_phasor)) ? std::arg(begin_phasor) : 0)) /
+                                std::numbers::pi + 0.5;
+  double boundary = (std::ceil(half_turns - 1e-9) - half_turns) * half_cycle;  // seconds after the record's beginning
+
+  const auto expected = static_cast<std::size_t>(length / waveform.rate / half_cycle) + 2;
+  result.start_s.reserve(expected);
+  result.end_s.reserve(expected);
+  result.volts.reserve(expected);
+  double previous_boundary = 0;
+  double previous_energy = -1;
+  // The last window may end a quarter of a sample after the last sample's time.
+  while (true) {
+    const double lag = after_crossing(boundary + half_cycle / 2 - offset) - 0.5;
+    // The middle of the half cycle should lie half-way between two crossings.
+    const double late = lag < -0.5 ? lag + 1 : lag;
+    const double correction = std::clamp(-late, -2 * fastest_catching_up, 2 * fastest_catching_up);
+    const double next = boundary + half_cycle * (1 + (std::abs(late) < 0.5 ? correction : 0));
+    const double to = next * waveform.rate;
+    if (to > length + 0.25) break;
+    const double now = energy(source.samples.data(), boundary * waveform.rate, std::min(to, length));
+    if (previous_energy >= 0 || std::isnan(previous_energy)) {
+      const double mean = (previous_energy + now) / ((next - previous_boundary) * waveform.rate);
+      result.start_s.push_back(previous_boundary - offset);
+      result.end_s.push_back(next - offset);
+      result.volts.push_back(std::sqrt(mean) * std::abs(source.volts_per_unit));
+    }
+    previous_boundary = boundary;
+    previous_energy = now;
+    boundary = next;
+  }
+  return result;
+}
+
+}  // namespace measure

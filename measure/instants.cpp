@@ -1,0 +1,109 @@
+#include "measure/instants.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace measure {
+
+namespace {
+
+/// A phase whose fundamental changes by less than so much of the largest change is left aside: squares.
+constexpr double share_that_tells = 0.06;
+/// A sample that follows neither course costs as much as one so many standard deviations off, squared.
+constexpr double price_of_neither = 9;
+/// Within the change each sample costs so much for each phase, so that none is taken for changing without need.
+constexpr double price_of_changing = 2;
+/// What the models do not carry grows with the change: their deviation is never taken for less than these shares of it.
+constexpr double unmodelled_before = 0.02;
+constexpr double unmodelled_after = 0.05;
+
+}  // namespace
+
+Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s) {
+  const std::size_t phases = excerpt.phases();
+  const auto sample_at = [&](double seconds) {
+    const double sample = std::ceil(seconds * excerpt.rate());
+    return static_cast<std::size_t>(
+        std::clamp(sample, static_cast<double>(excerpt.first()), static_cast<double>(excerpt.end())));
+  };
+  const std::size_t first = sample_at(from_s);
+  const std::size_t end = std::max(sample_at(to_s), first);
+
+  const double middle = (from_s + to_s) / 2;
+  const Phasors left = before.phasors(middle);
+  const Phasors right = after.phasors(middle);
+  PerPhase change{};
+  for (std::size_t phase = 0; phase < phases; phase++) change[phase] = std::norm(left[phase] - right[phase]);
+  const double largest = *std::max_element(change.begin(), change.end());
+  // Of white noise an average has less than a sample has.
+  const auto block = static_cast<double>(excerpt.block());
+  const auto variance = [&](const PhasorFit& fit, std::size_t phase, double unmodelled) {
+    return std::max({1e-6, fit.residual()[phase] * block, unmodelled * unmodelled * change[phase]});
+  };
+
+  // Costs of the samples before each one, by whether they follow the one course, the other or the change.
+  std::vector<double> as_before(end - first + 1, 0);
+  std::vector<double> as_after(as_before.size(), 0);
+  std::vector<double> as_changing(as_before.size(), 0);
+  for (std::size_t i = first; i < end; i++) {
+    const double seconds = excerpt.time_of_sample(static_cast<double>(i));
+    const PerPhase expected_before = before.voltage(seconds);
+    const PerPhase expected_after = after.voltage(seconds);
+    double cost_before = 0;
+    double cost_after = 0;
+    double cost_changing = 0;
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      const double value = excerpt.value(phase, i);
+      if (change[phase] < share_that_tells * largest || !std::isfinite(value)) continue;
+      const double off_before = value - expected_before[phase];
+      const double off_after = value - expected_after[phase];
+      const double variance_before = variance(before, phase, unmodelled_before);
+      const double variance_after = variance(after, phase, unmodelled_after);
+      const double one = off_before * off_before / variance_before + std::log(variance_before);
+      const double other = off_after * off_after / variance_after + std::log(variance_after);
+      const double neither = price_of_neither + std::log(std::max(variance_before, variance_after));
+      cost_before += one;
+      cost_after += other;
+      cost_changing += std::min({one, other, neither}) + price_of_changing;
+    }
+    const std::size_t k = i - first;
+    as_before[k + 1] = as_before[k] + cost_before;
+    as_after[k + 1] = as_after[k] + cost_after;
+    as_changing[k + 1] = as_changing[k] + cost_changing;
+  }
+
+  // Of each possible end of the change the best beginning, and the other way round.
+  const auto falling = [&](std::size_t k) { return as_before[k] - as_changing[k]; };
+  const auto rising = [&](std::size_t k) { return as_changing[k] - as_after[k]; };
+  const std::size_t count = as_before.size();
+  std::vector<std::size_t> best_until(count, 0);
+  std::vector<std::size_t> best_from(count, count - 1);
+  for (std::size_t k = 1; k < count; k++) best_until[k] = falling(k) < falling(best_until[k - 1]) ? k : best_until[k - 1];
+  for (std::size_t k = count - 1; k-- > 0;) best_from[k] = rising(k) < rising(best_from[k + 1]) ? k : best_from[k + 1];
+  std::size_t last = 0;
+  for (std::size_t k = 1; k < count; k++) {
+    if (falling(best_until[k]) + rising(k) < falling(best_until[last]) + rising(last)) last = k;
+  }
+  const std::size_t start = best_until[last];
+  const double least = falling(start) + rising(last);
+
+  // Costs are twice the logarithm of a likelihood: within 4 of the least lie 95 %. Noise of neighbouring samples is
+  // not independent, so more is taken.
+  constexpr double as_likely = 8;
+  const auto spread = [&](std::size_t best, auto cost) {
+    std::size_t low = best;
+    std::size_t high = best;
+    while (low > 0 && cost(low - 1) <= least + as_likely) low--;
+    while (high + 1 < count && cost(high + 1) <= least + as_likely) high++;
+    return static_cast<double>(std::max(best - low, high - best)) + 0.5;
+  };
+  const double first_spread = spread(start, [&](std::size_t k) { return falling(k) + rising(best_from[k]); });
+  const double last_spread = spread(last, [&](std::size_t k) { return falling(best_until[k]) + rising(k); });
+  // A change lies between the last sample that follows the one course and the first that follows the other.
+  const auto time = [&](std::size_t k) { return excerpt.time_of_sample(static_cast<double>(first + k) - 0.5); };
+  return {time(start), time(last), first_spread / excerpt.rate(), last_spread / excerpt.rate()};
+}
+
+}  // namespace measure

@@ -1,0 +1,28 @@
+// The fundamental over one cycle, as the cycle moves along an excerpt.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "measure/excerpt.h"
+
+namespace measure {
+
+/// Least squares of a fundamental and a constant over windows of one cycle.
+class MovingPhasors {
+ public:
+  explicit MovingPhasors(const Excerpt& excerpt);
+
+  /// Averages in a window.
+  [[nodiscard]] std::size_t window() const { return weights_.size(); }
+  /// Of the window that begins at an average; none where samples are missing or the excerpt ends.
+  [[nodiscard]] std::optional<Phasors> at(std::size_t begin) const;
+  /// Time of the middle of that window.
+  [[nodiscard]] double time_of(std::size_t begin) const;
+
+ private:
+  const Excerpt& excerpt_;
+  std::vector<Phasor> weights_;  // of a window's averages, for a phasor against the window's beginning
+};
+
+}  // namespace measure

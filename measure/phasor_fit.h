@@ -1,0 +1,64 @@
+// Least squares of a stretch of voltage: a fundamental, steady or changing linearly, with harmonics and decaying offsets.
+#pragma once
+
+#include <Eigen/Dense>
+#include <array>
+#include <initializer_list>
+#include <vector>
+
+#include "measure/excerpt.h"
+
+namespace measure {
+
+/// What is fitted beside the fundamental and a constant.
+struct FitForm {
+  std::vector<int> harmonics;  ///< orders; those that the sampling rate does not carry are left out
+  bool linear = false;         ///< the fundamental's phasor changes linearly
+  std::vector<double> decays;  ///< offsets that decay, by their time constants in cycles
+
+  /// What a stretch of so many cycles can carry. `after_change`: decaying offsets follow a sudden change.
+  static FitForm for_length(double cycles, bool linear, bool after_change);
+};
+
+/// Phasors are complex peak values in the excerpt's units against cos(omega t), t from the waveform's first sample.
+class PhasorFit {
+ public:
+  PhasorFit() = default;
+  /// Fits the averages from `begin` to, not including, `end`.
+  PhasorFit(const Excerpt& excerpt, std::size_t begin, std::size_t end, FitForm form);
+
+  [[nodiscard]] bool is_linear() const { return form_.linear; }
+  [[nodiscard]] const FitForm& form() const { return form_; }
+  [[nodiscard]] std::size_t rows() const { return rows_; }
+  /// The fundamental at a time; a steady one is the same at all times.
+  [[nodiscard]] Phasors phasors(double seconds) const;
+  /// All that was fitted, at a time. Decaying offsets are carried back at most a third of a cycle before the stretch.
+  [[nodiscard]] PerPhase voltage(double seconds) const;
+  /// The fitted harmonic of an order; 0 when it was not fitted.
+  [[nodiscard]] Phasors harmonic(int order) const;
+  /// Mean square of what is left, of one sample's average.
+  [[nodiscard]] const PerPhase& residual() const { return residual_; }
+  /// Standard error of each component of the phasor at a time, from white noise of the residual's size.
+  [[nodiscard]] PerPhase standard_error(double seconds) const;
+
+ private:
+  class BasisWalk;
+  static constexpr int orders = 8;  // of harmonics, 0 to 7
+
+  /// Writes all columns but the decays; returns where these go. `kept`: what is left of each harmonic.
+  double* write_waves(double c, double s, double since, const double* kept, double* row) const;
+  [[nodiscard]] int columns() const;
+
+  FitForm form_;
+  std::size_t phases_ = 0;
+  std::size_t rows_ = 0;
+  double omega_ = 0;
+  double start_ = 0;
+  double cycle_ = 1;
+  std::array<double, orders> attenuation_{};
+  Eigen::MatrixXd coefficients_;          // columns x phases
+  Eigen::LLT<Eigen::MatrixXd> factor_;    // of the normal equations
+  PerPhase residual_{};
+};
+
+}  // namespace measure

@@ -1,0 +1,60 @@
+#include "measure/steady_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace measure {
+
+namespace {
+
+/// Time constants of offsets, in cycles: faults whose reactance is 0.8 to 15 times their resistance.
+const std::vector<std::vector<double>> one_decay = {{0.12}, {0.25}, {0.6}, {1.2}, {2.4}};
+const std::vector<std::vector<double>> two_decays = {{0.25, 1}, {0.12, 0.6}, {0.6, 2.25}, {0.5, 4}, {1, 4}};
+/// Shorter stretches do not tell an offset that decays from the fundamental, nor two from each other.
+constexpr double cycles_for_one = 1.3;
+constexpr double cycles_for_two = 3;
+
+/// Penalised likelihood: what is left, and a price for each decay. Neighbouring averages are not independent.
+double cost(const PhasorFit& fit, std::size_t phases, std::size_t decays) {
+  constexpr double sample_weight = 0.5;
+  constexpr double floor = 0.001;  // of the usual peak: what no model explains
+  const double count = sample_weight * static_cast<double>(fit.rows());
+  double sum = 0;
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    sum += count * std::log(fit.residual()[phase] + floor * floor);
+  }
+  return sum + static_cast<double>(decays * phases) * std::log(std::max(count, 2.0));
+}
+
+}  // namespace
+
+PhasorFit steady_fit(const Excerpt& excerpt, double from_s, double to_s, bool after_change) {
+  const double cycle = excerpt.cycle();
+  const double guard = std::min(0.075 * cycle, 0.1 * (to_s - from_s));
+  const auto shortest = static_cast<std::size_t>(0.5 * excerpt.averages_per_cycle());
+  std::size_t begin = excerpt.index_at(from_s + guard);
+  const std::size_t end = std::min(std::max(excerpt.index_at(to_s - 0.015 * cycle), begin + shortest), excerpt.length());
+  begin = std::min(begin, end - std::min(end, shortest));
+
+  const double cycles = static_cast<double>(end - begin) / excerpt.averages_per_cycle();
+  FitForm form = FitForm::for_length(cycles, false, false);
+  PhasorFit best(excerpt, begin, end, form);
+  if (!after_change) return best;
+  double least = cost(best, excerpt.phases(), 0);
+  const auto consider = [&](const std::vector<std::vector<double>>& choices) {
+    for (const auto& decays : choices) {
+      form.decays = decays;
+      PhasorFit fit(excerpt, begin, end, form);
+      const double now = cost(fit, excerpt.phases(), decays.size());
+      if (now >= least) continue;
+      least = now;
+      best = std::move(fit);
+    }
+  };
+  if (cycles > cycles_for_one) consider(one_decay);
+  if (cycles > cycles_for_two) consider(two_decays);
+  return best;
+}
+
+}  // namespace measure
