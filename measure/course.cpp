@@ -43,7 +43,7 @@ struct Item {
   double start_s = 0;
   double end_s = 0;
   bool gradual = false;
-  bool goes_on = false;  ///< at the record's end
+  bool goes_on = false;   ///< at the record's end
   bool recovery = false;  ///< gradual, and the voltage is back at its end
   Phasors phasors{};
   PerPhase error{};  ///< standard error of each component of a phasor
@@ -76,7 +76,8 @@ class CourseFinder {
   }
 
  private:
-  // --- the waveform round the dip -------------------------------------------------------------------------------------
+  // --- the waveform round the dip
+  // -------------------------------------------------------------------------------------
 
   [[nodiscard]] Excerpt excerpt_round() const {
     const Waveform& waveform = supply_.waveform;
@@ -99,7 +100,8 @@ class CourseFinder {
     runs_ = runs_of(excerpt_, partition(quiet));
   }
 
-  // --- which runs belong to the dip -----------------------------------------------------------------------------------
+  // --- which runs belong to the dip
+  // -----------------------------------------------------------------------------------
 
   [[nodiscard]] bool is_fall(std::size_t run) const { return runs_[run].gradual && !runs_[run].begins_abruptly; }
 
@@ -164,7 +166,8 @@ class CourseFinder {
     source_ = LevelSource::after;
     if (has_after()) {
       const Run& run = runs_[end_];
-      const PhasorFit fit = steady_fit(excerpt_, run.begin_s, std::min(run.end_s, run.begin_s + cycles_before * cycle), true);
+      const PhasorFit fit =
+          steady_fit(excerpt_, run.begin_s, std::min(run.end_s, run.begin_s + cycles_before * cycle), true);
       before_ = fit.phasors(run.begin_s);
       before_error_ = fit.standard_error(run.begin_s);
       before_s_ = run.begin_s;
@@ -201,7 +204,8 @@ class CourseFinder {
     if (count > 2) flicker_ = std::sqrt(std::max(0.0, squares / count - sum / count * sum / count));
   }
 
-  // --- segments -------------------------------------------------------------------------------------------------------
+  // --- segments
+  // -------------------------------------------------------------------------------------------------------
 
   void collect_items() {
     start_s_ = has_before() ? runs_[first_ - 1].end_s : excerpt_.begin_s();
@@ -222,8 +226,8 @@ class CourseFinder {
     return {excerpt_, run.begin_s, end_s, run.begins_abruptly};
   }
 
-  /// A course that begins low after a sudden change and recovers gradually is the dip's own last one, unless it is above
-  /// the threshold again within a cycle: then it is the tail of the return.
+  /// A course that begins low after a sudden change and recovers gradually is the dip's own last one, unless it is
+  /// above the threshold again within a cycle: then it is the tail of the return.
   void take_recovery_after_dip() {
     if (!has_after() || !runs_[end_].gradual || !runs_[end_].begins_abruptly) return;
     const GradualCourse recovery = followed(runs_[end_], runs_[end_].end_s);
@@ -524,7 +528,8 @@ class CourseFinder {
     if (best_begin + best_count + moving.window() / 4 < windows.size()) item.end_s = excerpt_.start_of(last);
   }
 
-  // --- figures --------------------------------------------------------------------------------------------------------
+  // --- figures
+  // --------------------------------------------------------------------------------------------------------
 
   [[nodiscard]] double volts(double peaks) const { return peaks * excerpt_.peak() / std::numbers::sqrt2; }
 
@@ -541,8 +546,7 @@ class CourseFinder {
       for (Phasor& phasor : segment.phasors) phasor *= volts(1);
       course.segments.push_back(segment);
     }
-    course.explained_share =
-        explained_share(excerpt_, in_peaks, before_, start_s_, end_s_.value_or(excerpt_.end_s()));
+    course.explained_share = explained_share(excerpt_, in_peaks, before_, start_s_, end_s_.value_or(excerpt_.end_s()));
     write_transitions(course);
   }
 
@@ -596,7 +600,8 @@ class CourseFinder {
       figures.below_threshold = figures.share_of_before < threshold;
       if (figures.share_of_before >= next_to_nothing && angles_known_) {
         const double drift = frequency_.plus_minus * std::abs(item.start_s + item.end_s - 2 * before_s_) / 2 * 360;
-        const double angle_error = std::hypot(item.error[phase] / magnitude, before_error_[phase] / std::abs(before_[phase]));
+        const double angle_error =
+            std::hypot(item.error[phase] / magnitude, before_error_[phase] / std::abs(before_[phase]));
         figures.phase_jump_degrees = Figure{std::arg(item.phasors[phase] / before_[phase]) * 180 / pi,
                                             std::hypot(2 * angle_error * 180 / pi, drift)};
       }

@@ -118,8 +118,7 @@ void CycleTrack::follow() {
   if (waveform_.length() < window_) return;
   const double step = 2 * std::numbers::pi / per_cycle;
   const Weights weights = projection(step, window_);
-  const auto count =
-      static_cast<std::size_t>(static_cast<double>(waveform_.length() - window_) / per_cycle) + 1;
+  const auto count = static_cast<std::size_t>(static_cast<double>(waveform_.length() - window_) / per_cycle) + 1;
   phasors_.resize(count);
   for (std::size_t k = 0; k < count; k++) {
     const std::size_t first = first_sample(k);
@@ -154,8 +153,8 @@ bool CycleTrack::is_missing(std::size_t cycle) const {
 }
 
 void CycleTrack::find_steady() {
-  constexpr double steady_change = 0.02;     // from one cycle to the next, of the largest phase
-  constexpr double steady_drift = 0.03;      // from the stretch's first cycle
+  constexpr double steady_change = 0.02;  // from one cycle to the next, of the largest phase
+  constexpr double steady_drift = 0.03;   // from the stretch's first cycle
   constexpr std::size_t fewest_cycles = 2;
   const std::size_t phases = waveform_.phases.size();
   const auto magnitudes_differ = [&](std::size_t one, std::size_t other, double most) {

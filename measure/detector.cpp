@@ -259,13 +259,12 @@ Steadiness steadiness(const std::vector<double>& values, std::size_t window, dou
 }  // namespace
 
 std::vector<Event> detect(const std::vector<HalfCycleRms>& series, References references,
-                                  const Thresholds& thresholds) {
+                          const Thresholds& thresholds) {
   return Detector(series, std::move(references), thresholds).events();
 }
 
 std::vector<Event> detect_rapid_changes(const std::vector<HalfCycleRms>& series, double reference,
-                                                const PerPhase& references, const Thresholds& thresholds,
-                                                std::size_t window) {
+                                        const PerPhase& references, const Thresholds& thresholds, std::size_t window) {
   std::vector<Event> events;
   if (!(thresholds.rapid_change > 0)) return events;
   std::vector<Steadiness> signals;
@@ -279,7 +278,9 @@ std::vector<Event> detect_rapid_changes(const std::vector<HalfCycleRms>& series,
   std::array<bool, most_phases> now{};
   PerPhase held{};
   PerPhase before{};
-  const auto all_steady = [&] { return std::all_of(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(phases), [](bool s) { return s; }); };
+  const auto all_steady = [&] {
+    return std::all_of(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(phases), [](bool s) { return s; });
+  };
   std::optional<Event> open;
   bool crossed = false;
   Timeline timeline(series);

@@ -19,28 +19,26 @@ enum class Reference {
 };
 
 struct Thresholds {
-  double dip = 90;            ///< per cent of the reference, as all of these
+  double dip = 90;  ///< per cent of the reference, as all of these
   double swell = 110;
   double interruption = 5;
   double hysteresis = 2;
-  double rapid_change = 3;    ///< of the declared voltage; 0: rapid changes are not looked for
+  double rapid_change = 3;  ///< of the declared voltage; 0: rapid changes are not looked for
 };
 
 /// How the references of the voltages move: constant, or by blocks of ten (60 Hz: twelve) cycles.
 struct References {
-  PerPhase start{};                              ///< volts RMS
-  std::vector<double> block_end_s;               ///< of a sliding reference: ends of the blocks
+  PerPhase start{};                                        ///< volts RMS
+  std::vector<double> block_end_s;                         ///< of a sliding reference: ends of the blocks
   std::array<std::vector<double>, most_phases> block_rms;  ///< and the RMS over each
 };
 
 /// `series`: one for each voltage.
-std::vector<Event> detect(const std::vector<HalfCycleRms>& series, References references,
-                                  const Thresholds& thresholds);
+std::vector<Event> detect(const std::vector<HalfCycleRms>& series, References references, const Thresholds& thresholds);
 
 /// Rapid voltage changes. `reference`: volts to which the threshold refers; `window`: half cycles in a second, 100 or
 /// 120. `references`: those by which dips and swells are told, since a change that crosses these is none.
 std::vector<Event> detect_rapid_changes(const std::vector<HalfCycleRms>& series, double reference,
-                                                const PerPhase& references, const Thresholds& thresholds,
-                                                std::size_t window);
+                                        const PerPhase& references, const Thresholds& thresholds, std::size_t window);
 
 }  // namespace measure

@@ -61,7 +61,8 @@ DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wi
   // In a network that turns the other way the sectors lie the other way round.
   if (wiring.reversed) sector = (6 - sector) % 6;
 
-  const bool zero = std::abs(parts.zero) > notable_zero && std::abs(parts.zero) > notable_zero_of_negative * std::abs(parts.negative);
+  const bool zero =
+      std::abs(parts.zero) > notable_zero && std::abs(parts.zero) > notable_zero_of_negative * std::abs(parts.negative);
   // Where two phases fall to ground, the positive-negative factor loses a third of what the characteristic voltage
   // does; where one falls or two fall together, nothing.
   const bool to_ground = std::abs(1.0 - type.pn_factor) > std::abs(1.0 - type.characteristic) / 6;

@@ -70,7 +70,8 @@ double Excerpt::start_of(std::size_t index) const {
 }
 
 std::size_t Excerpt::index_at(double seconds) const {
-  const double index = std::ceil((seconds * rate_ + 0.5 - static_cast<double>(first_)) / static_cast<double>(block_) - 1e-9);
+  const double index =
+      std::ceil((seconds * rate_ + 0.5 - static_cast<double>(first_)) / static_cast<double>(block_) - 1e-9);
   return static_cast<std::size_t>(std::clamp(index, 0.0, static_cast<double>(length())));
 }
 

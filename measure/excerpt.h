@@ -23,9 +23,9 @@ class Excerpt {
 
   // --- time: seconds from the waveform's first sample
   [[nodiscard]] double omega() const { return omega_; }
-  [[nodiscard]] double cycle() const;                      ///< seconds
-  [[nodiscard]] double begin_s() const;                    ///< half a sample before the first one
-  [[nodiscard]] double end_s() const;                      ///< half a sample after the last one
+  [[nodiscard]] double cycle() const;    ///< seconds
+  [[nodiscard]] double begin_s() const;  ///< half a sample before the first one
+  [[nodiscard]] double end_s() const;    ///< half a sample after the last one
   void set_omega(double omega) { omega_ = omega; }
 
   // --- the samples
@@ -41,8 +41,8 @@ class Excerpt {
   [[nodiscard]] double averages_per_cycle() const;
   [[nodiscard]] double average(std::size_t phase, std::size_t index) const { return averages_[phase][index]; }
   [[nodiscard]] bool is_missing(std::size_t index) const { return missing_[index]; }
-  [[nodiscard]] double time_of(double index) const;        ///< of an average's middle
-  [[nodiscard]] double start_of(std::size_t index) const;  ///< half a sample before an average's first sample
+  [[nodiscard]] double time_of(double index) const;          ///< of an average's middle
+  [[nodiscard]] double start_of(std::size_t index) const;    ///< half a sample before an average's first sample
   [[nodiscard]] std::size_t index_at(double seconds) const;  ///< first average that begins at or after a time
   /// How much of the harmonic of an order is left in the averages.
   [[nodiscard]] double attenuation(int order) const;

@@ -90,7 +90,8 @@ double explained_share(const Excerpt& excerpt, const std::vector<Segment>& segme
     while (at + 1 < segments.size() && segments[at].end_s && middle + half > *segments[at].end_s) at++;
     if (at < segments.size() && holds(segments[at], middle, half, end_s)) {
       judged++;
-      const bool agrees = segments[at].gradual ? does_change[at] : agree(phasors, segments[at].phasors, before, excerpt.phases());
+      const bool agrees =
+          segments[at].gradual ? does_change[at] : agree(phasors, segments[at].phasors, before, excerpt.phases());
       explained += agrees ? 1 : 0;
       return;
     }

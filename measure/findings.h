@@ -47,19 +47,19 @@ struct Sequences {
 /// What kind of dip three voltages show: M. H. J. Bollen, Understanding Power Quality Problems (IEEE Press, 2000),
 /// chapter 4, by the symmetrical components.
 struct DipType {
-  char letter = 'A';            ///< A to G
-  PhaseFlags phases{};          ///< the phase, or the two, that make the type symmetrical; all three for A
-  Phasor characteristic;        ///< characteristic voltage, of the positive-sequence voltage before
-  Phasor pn_factor;             ///< positive-negative factor, of the same
-  int category = 9;             ///< 0 BC, 1 C, 2 CA, 3 A, 4 AB, 5 B; 6 to 8 BC, CA, AB with zero sequence; 9 all three
+  char letter = 'A';      ///< A to G
+  PhaseFlags phases{};    ///< the phase, or the two, that make the type symmetrical; all three for A
+  Phasor characteristic;  ///< characteristic voltage, of the positive-sequence voltage before
+  Phasor pn_factor;       ///< positive-negative factor, of the same
+  int category = 9;       ///< 0 BC, 1 C, 2 CA, 3 A, 4 AB, 5 B; 6 to 8 BC, CA, AB with zero sequence; 9 all three
 };
 
 /// A time between two transitions in which the fundamentals are steady, or change gradually.
 struct Segment {
-  double start_s = 0;                ///< seconds from the waveform's first sample, as all times
-  std::optional<double> end_s;       ///< none: it goes on at the record's end
-  bool gradual = false;              ///< the fundamentals change from its beginning to its end
-  bool measured = true;              ///< false: too many samples are missing for any figure
+  double start_s = 0;           ///< seconds from the waveform's first sample, as all times
+  std::optional<double> end_s;  ///< none: it goes on at the record's end
+  bool gradual = false;         ///< the fundamentals change from its beginning to its end
+  bool measured = true;         ///< false: too many samples are missing for any figure
   std::array<SegmentPhase, most_phases> phases;
   std::optional<Sequences> sequences;  ///< of three voltages only, as is the type
   std::optional<DipType> type;
@@ -84,14 +84,15 @@ enum class LevelSource {
 struct Course {
   std::optional<Figure> start_s;  ///< none: the record begins in the dip
   std::optional<Figure> end_s;    ///< none: the dip goes on at the record's end
-  std::array<std::optional<Figure>, most_phases> point_on_wave_degrees;  ///< of each phase's sine at the start, 0 at a
-                                                                         ///< rising zero crossing; none if it is gradual
+  std::array<std::optional<Figure>, most_phases>
+      point_on_wave_degrees;  ///< of each phase's sine at the start, 0 at a
+                              ///< rising zero crossing; none if it is gradual
   LevelSource level_source = LevelSource::before;
   Phasors before{};                        ///< volts RMS, carried on through the dip at `frequency`
   double frequency = 0;                    ///< hertz
   std::optional<double> frequency_before;  ///< as far as enough steady voltage lies there to tell
   std::optional<double> frequency_after;
-  PerPhase steepest_change_v_per_s{};      ///< largest slope of each phase's one-cycle RMS
+  PerPhase steepest_change_v_per_s{};  ///< largest slope of each phase's one-cycle RMS
   std::vector<Segment> segments;
   std::vector<Transition> transitions;
   double explained_share = 0;  ///< of the one-cycle windows clear of transitions, how many agree with their segment
@@ -108,12 +109,12 @@ struct Event {
   std::optional<double> end_s;  ///< end of the window that ended it; none: it is on in the last window
   double extreme_v = 0;         ///< residual voltage: lowest Urms(1/2) of any voltage; of a swell the highest
   std::size_t extreme_phase = 0;
-  double reference_v = 0;       ///< highest of the references of the voltages that crossed the threshold
-  PhaseFlags phases{};          ///< the voltages that crossed the threshold
-  PerPhase lowest_v{};          ///< of each voltage's Urms(1/2) during the event
+  double reference_v = 0;  ///< highest of the references of the voltages that crossed the threshold
+  PhaseFlags phases{};     ///< the voltages that crossed the threshold
+  PerPhase lowest_v{};     ///< of each voltage's Urms(1/2) during the event
   PerPhase highest_v{};
-  double delta_max_v = 0;       ///< of a rapid change: largest distance from the steady value before
-  double delta_steady_v = 0;    ///< of a rapid change: from the steady value before to that after
+  double delta_max_v = 0;        ///< of a rapid change: largest distance from the steady value before
+  double delta_steady_v = 0;     ///< of a rapid change: from the steady value before to that after
   std::optional<Course> course;  ///< of dips
 };
 

@@ -9,9 +9,9 @@ namespace measure {
 
 /// By regression of an angle over steady cycles.
 struct FrequencyRound {
-  double hertz = 0;                   ///< by the cycles before and after, with one slope
+  double hertz = 0;  ///< by the cycles before and after, with one slope
   double plus_minus = 0;
-  std::optional<double> before;       ///< by the cycles before alone; none with fewer than three
+  std::optional<double> before;  ///< by the cycles before alone; none with fewer than three
   std::optional<double> after;
 };
 

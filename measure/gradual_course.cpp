@@ -62,7 +62,8 @@ GradualCourse::GradualCourse(const Excerpt& excerpt, const Run& ramp)
     const Phasors one = before.phasors(seconds);
     const Phasors other = after.phasors(seconds);
     Phasors value{};
-    for (std::size_t phase = 0; phase < phases_; phase++) value[phase] = one[phase] + share * (other[phase] - one[phase]);
+    for (std::size_t phase = 0; phase < phases_; phase++)
+      value[phase] = one[phase] + share * (other[phase] - one[phase]);
     times_.push_back(seconds);
     values_.push_back(value);
   }

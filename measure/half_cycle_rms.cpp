@@ -64,8 +64,8 @@ HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const C
   std::size_t start_cycle = 0;
   while (start_cycle + 1 < track.cycles() && !(std::abs(track.phasors(start_cycle)[phase]) > followed)) start_cycle++;
   const Phasor begin_phasor = track.phasors(start_cycle)[phase];
-  const double half_turns = (-omega * offset + (std::isfinite(std::abs(begin_phasor)) ? std::arg(begin_phasor) : 0)) /
-                                std::numbers::pi + 0.5;
+  const double half_turns =
+      (-omega * offset + (std::isfinite(std::abs(begin_phasor)) ? std::arg(begin_phasor) : 0)) / std::numbers::pi + 0.5;
   double boundary = (std::ceil(half_turns - 1e-9) - half_turns) * half_cycle;  // seconds after the record's beginning
 
   const auto expected = static_cast<std::size_t>(length / waveform.rate / half_cycle) + 2;

@@ -41,7 +41,8 @@ void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s)
     for (const int order : fit.form().harmonics) {
       const Phasor turn = std::polar(excerpt.attenuation(order), order * excerpt.omega() * seconds);
       const Phasors amplitude = fit.harmonic(order);
-      for (std::size_t phase = 0; phase < excerpt.phases(); phase++) harmonics[phase] += std::real(amplitude[phase] * turn);
+      for (std::size_t phase = 0; phase < excerpt.phases(); phase++)
+        harmonics[phase] += std::real(amplitude[phase] * turn);
     }
     for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
       excerpt.subtract(phase, i, harmonics[phase] * share_at(seconds, phase));

@@ -80,7 +80,8 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const std::size_t count = as_before.size();
   std::vector<std::size_t> best_until(count, 0);
   std::vector<std::size_t> best_from(count, count - 1);
-  for (std::size_t k = 1; k < count; k++) best_until[k] = falling(k) < falling(best_until[k - 1]) ? k : best_until[k - 1];
+  for (std::size_t k = 1; k < count; k++)
+    best_until[k] = falling(k) < falling(best_until[k - 1]) ? k : best_until[k - 1];
   for (std::size_t k = count - 1; k-- > 0;) best_from[k] = rising(k) < rising(best_from[k + 1]) ? k : best_from[k + 1];
   std::size_t last = 0;
   for (std::size_t k = 1; k < count; k++) {

@@ -12,8 +12,8 @@ namespace measure {
 
 namespace {
 
-// The basis of a piece, in the order in which a longer piece takes more of it: the fundamental and a constant; the third
-// harmonic; the second and the fifth; the fundamental times time.
+// The basis of a piece, in the order in which a longer piece takes more of it: the fundamental and a constant; the
+// third harmonic; the second and the fifth; the fundamental times time.
 constexpr int fundamental_columns = 3;
 constexpr int third_columns = 5;
 constexpr int steady_columns = 9;
@@ -77,8 +77,8 @@ class Partitioner {
     std::vector<std::size_t> from(candidates_.size(), 0);
     std::vector<bool> linear(candidates_.size(), false);
     best[0] = 0;
-    const double price = parameter_weight * static_cast<double>(phases_) *
-                         std::log(std::max(10.0, sample_weight * sums_.back().count));
+    const double price =
+        parameter_weight * static_cast<double>(phases_) * std::log(std::max(10.0, sample_weight * sums_.back().count));
     std::vector<std::size_t> open = {0};
     std::size_t next = 1;
     std::vector<double> costs;
@@ -187,8 +187,8 @@ class Partitioner {
     sums.count++;
   }
 
-  /// What a piece between two borders leaves unexplained with the first columns of the basis: of each phase, by how many
-  /// of them it takes.
+  /// What a piece between two borders leaves unexplained with the first columns of the basis: of each phase, by how
+  /// many of them it takes.
   template <int columns>
   [[nodiscard]] Left left_of(std::size_t from, std::size_t to) const {
     const Sums& a = sums_[from];
@@ -231,7 +231,8 @@ class Partitioner {
   }
 
   /// The columns of the fundamental times time, which counts from the piece's beginning.
-  static void add_time(const Sums& a, const Sums& b, double origin, Eigen::Matrix<double, all_columns, all_columns>& gram,
+  static void add_time(const Sums& a, const Sums& b, double origin,
+                       Eigen::Matrix<double, all_columns, all_columns>& gram,
                        Eigen::Matrix<double, all_columns, most_phases>& right) {
     for (int u = 0; u < steady_columns; u++) {
       const auto k = static_cast<std::size_t>(u);
@@ -307,7 +308,8 @@ class Partitioner {
     }
   }
 
-  /// At each border between cells, by how much the fundamental of the cycle after differs from that of the cycle before.
+  /// At each border between cells, by how much the fundamental of the cycle after differs from that of the cycle
+  /// before.
   [[nodiscard]] std::vector<double> changes() const {
     const MovingPhasors moving(excerpt_);
     std::vector<double> result(borders_.size(), 0);
@@ -333,8 +335,8 @@ class Partitioner {
   const Excerpt& excerpt_;
   std::size_t phases_;
   int cells_per_cycle_;
-  std::size_t shortest_;              // cells
-  std::vector<std::size_t> borders_;  // averages
+  std::size_t shortest_;                 // cells
+  std::vector<std::size_t> borders_;     // averages
   std::vector<std::size_t> candidates_;  // cells at whose borders a piece may begin
   std::vector<double> times_;            // of these borders, cycles
   std::vector<Sums> sums_;               // up to these borders

@@ -17,8 +17,8 @@ struct Piece {
 
 /// Divides an excerpt into pieces, half a cycle long or longer. The division is the best one there is among borders on
 /// a grid of an eighth of a cycle, by penalised likelihood: a piece costs its length times the logarithm of what it
-/// leaves unexplained, and a constant. See R. Killick, P. Fearnhead, I. Eckley: Optimal detection of changepoints with a
-/// linear computational cost, JASA 107 (2012).
+/// leaves unexplained, and a constant. See R. Killick, P. Fearnhead, I. Eckley: Optimal detection of changepoints with
+/// a linear computational cost, JASA 107 (2012).
 std::vector<Piece> partition(const Excerpt& excerpt);
 
 }  // namespace measure

@@ -80,7 +80,8 @@ PhasorFit::PhasorFit(const Excerpt& excerpt, std::size_t begin, std::size_t end,
       cycle_(excerpt.cycle()) {
   constexpr double highest_order = 0.45;  // of the averages per cycle
   std::erase_if(form_.harmonics, [&](int order) { return order > highest_order * excerpt.averages_per_cycle(); });
-  for (int order = 1; order < orders; order++) attenuation_[static_cast<std::size_t>(order)] = excerpt.attenuation(order);
+  for (int order = 1; order < orders; order++)
+    attenuation_[static_cast<std::size_t>(order)] = excerpt.attenuation(order);
 
   const Eigen::Index count = columns();
   Eigen::MatrixXd design(count, static_cast<Eigen::Index>(end - begin));  // a column for each average
@@ -113,7 +114,8 @@ PhasorFit::PhasorFit(const Excerpt& excerpt, std::size_t begin, std::size_t end,
 }
 
 int PhasorFit::columns() const {
-  return 2 + (form_.linear ? 2 : 0) + 2 * static_cast<int>(form_.harmonics.size()) + 1 + static_cast<int>(form_.decays.size());
+  return 2 + (form_.linear ? 2 : 0) + 2 * static_cast<int>(form_.harmonics.size()) + 1 +
+         static_cast<int>(form_.decays.size());
 }
 
 double* PhasorFit::write_waves(double c, double s, double since, const double* kept, double* row) const {
@@ -154,7 +156,8 @@ PerPhase PhasorFit::voltage(double seconds) const {
   constexpr std::array<double, orders> unattenuated = {1, 1, 1, 1, 1, 1, 1, 1};
   std::array<double, most_columns> row{};
   const double since = (seconds - start_) / cycle_;
-  double* decays = write_waves(std::cos(omega_ * seconds), std::sin(omega_ * seconds), since, unattenuated.data(), row.data());
+  double* decays =
+      write_waves(std::cos(omega_ * seconds), std::sin(omega_ * seconds), since, unattenuated.data(), row.data());
   for (const double cycles : form_.decays) *decays++ = std::exp(-std::max(since, -longest_carry_back_cycles) / cycles);
   const Eigen::Map<const Eigen::VectorXd> basis(row.data(), columns());
   PerPhase result{};

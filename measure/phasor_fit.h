@@ -1,4 +1,5 @@
-// Least squares of a stretch of voltage: a fundamental, steady or changing linearly, with harmonics and decaying offsets.
+// Least squares of a stretch of voltage: a fundamental, steady or changing linearly, with harmonics and decaying
+// offsets.
 #pragma once
 
 #include <Eigen/Dense>
@@ -56,8 +57,8 @@ class PhasorFit {
   double start_ = 0;
   double cycle_ = 1;
   std::array<double, orders> attenuation_{};
-  Eigen::MatrixXd coefficients_;          // columns x phases
-  Eigen::LLT<Eigen::MatrixXd> factor_;    // of the normal equations
+  Eigen::MatrixXd coefficients_;        // columns x phases
+  Eigen::LLT<Eigen::MatrixXd> factor_;  // of the normal equations
   PerPhase residual_{};
 };
 

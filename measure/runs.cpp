@@ -92,8 +92,8 @@ class RunFinder {
     for (std::size_t k = 0; k < stretches_.size(); k++) {
       Stretch& stretch = stretches_[k];
       const bool after_change = k > 0 && changes_[k - 1].abrupt;
-      stretch.fit = PhasorFit(excerpt_, stretch.begin, stretch.end,
-                              FitForm::for_length(cycles(stretch), true, after_change));
+      stretch.fit =
+          PhasorFit(excerpt_, stretch.begin, stretch.end, FitForm::for_length(cycles(stretch), true, after_change));
     }
   }
 
@@ -194,7 +194,8 @@ class RunFinder {
     constexpr double unknown_clear = 0.125;
     const bool after_change = k > 0 && changes_[k - 1].abrupt;
     if (after_change) begin += changes_[k - 1].known ? 0.03 * cycle : unknown_clear * cycle;
-    if (k + 1 < changes_.size() && changes_[k + 1].abrupt) end -= changes_[k + 1].known ? 0.03 * cycle : unknown_clear * cycle;
+    if (k + 1 < changes_.size() && changes_[k + 1].abrupt)
+      end -= changes_[k + 1].known ? 0.03 * cycle : unknown_clear * cycle;
     Instants instants{excerpt_.start_of(before.end), excerpt_.start_of(after.begin), 0, 0};
     if (changes_[k].known) instants = {changes_[k].first_s, changes_[k].last_s, 0, 0};
     double clear_before = changes_[k].known ? 0.15 : 0.35;
@@ -241,7 +242,8 @@ class RunFinder {
           begin = std::min(begin, end - 0.6 * cycle);
         }
       }
-      Candidate candidate{course(begin, end, linear, side > 0 || (after_change && begin <= from)), side < 0 ? end : begin, 0};
+      Candidate candidate{course(begin, end, linear, side > 0 || (after_change && begin <= from)),
+                          side < 0 ? end : begin, 0};
       candidate.left = total(candidate.fit.residual());
       return candidate;
     };
@@ -279,8 +281,8 @@ class RunFinder {
                      FitForm::for_length(cycles(end - begin), linear && cycles(end - begin) > 2, after_change));
   }
 
-  /// Ends the stretches where the changes begin, now that these are known. What is then too short belongs to the change;
-  /// a change that changes nothing is none. Returns whether there are other stretches now.
+  /// Ends the stretches where the changes begin, now that these are known. What is then too short belongs to the
+  /// change; a change that changes nothing is none. Returns whether there are other stretches now.
   bool settle() {
     for (std::size_t k = 0; k < changes_.size(); k++) {
       if (!changes_[k].abrupt) continue;
@@ -333,8 +335,8 @@ class RunFinder {
   };
 
   /// The ramp from the course before a time to the one after another, where such a ramp explains what lies between.
-  [[nodiscard]] std::optional<FoundRamp> ramp_between(double begin, double first_s, double last_s, double end, double margin_s,
-                                                      bool after_change) const {
+  [[nodiscard]] std::optional<FoundRamp> ramp_between(double begin, double first_s, double last_s, double end,
+                                                      double margin_s, bool after_change) const {
     const double cycle = excerpt_.cycle();
     double left_end = first_s;
     const PhasorFit before = clean_course(begin, left_end, -1, false, after_change);
@@ -373,7 +375,8 @@ class RunFinder {
       const bool after_change = k > 0 && changes_[k - 1].abrupt;
       const bool level = !is_gradual(stretches_[k]) && k + 2 < stretches_.size() && !is_gradual(stretches_[k + 2]);
       if (level && cycles(stretches_[k + 1]) <= longest_cycles && (changes_[k].abrupt || changes_[k + 1].abrupt)) {
-        const auto found = ramp_between(begin_of(k), changes_[k].first_s, changes_[k + 1].last_s, end_of(k + 2), 0.3 * cycle, after_change);
+        const auto found = ramp_between(begin_of(k), changes_[k].first_s, changes_[k + 1].last_s, end_of(k + 2),
+                                        0.3 * cycle, after_change);
         if (found) {
           stretches_.erase(stretches_.begin() + static_cast<std::ptrdiff_t>(k) + 1);
           changes_.erase(changes_.begin() + static_cast<std::ptrdiff_t>(k) + 1);
@@ -382,7 +385,8 @@ class RunFinder {
         }
       }
       if (changes_[k].abrupt && changes_[k].last_s - changes_[k].first_s > 0.35 * cycle) {
-        const auto found = ramp_between(begin_of(k), changes_[k].first_s, changes_[k].last_s, end_of(k + 1), 0.4 * cycle, after_change);
+        const auto found = ramp_between(begin_of(k), changes_[k].first_s, changes_[k].last_s, end_of(k + 1),
+                                        0.4 * cycle, after_change);
         if (found) take_ramp(k, *found);
       }
     }
@@ -401,7 +405,8 @@ class RunFinder {
       if (!run.gradual || run.ramp || run.begins_abruptly || run.ends_abruptly) continue;
       if (runs[r - 1].gradual || runs[r + 1].gradual) continue;
       const double margin = std::min(2 * excerpt_.cycle(), 0.5 * run.length_s());
-      const auto found = ramp_between(runs[r - 1].begin_s, run.begin_s, run.end_s, runs[r + 1].end_s, margin, runs[r - 1].begins_abruptly);
+      const auto found = ramp_between(runs[r - 1].begin_s, run.begin_s, run.end_s, runs[r + 1].end_s, margin,
+                                      runs[r - 1].begins_abruptly);
       if (!found) continue;
       run.begin_s = runs[r - 1].end_s = found->ramp.begin_s;
       run.end_s = runs[r + 1].begin_s = found->ramp.end_s;
@@ -498,9 +503,9 @@ class RunFinder {
       Run& run = runs[r];
       run.begins_abruptly = r == 0 && !from_start && !changes_[begin - 1].ramp;
       run.ends_abruptly = r + 1 == runs.size() && !to_end && !changes_[end - 1].ramp;
-      run.begin_s = r > 0          ? meeting_point(runs[r - 1].stretches.back(), run.stretches.front())
-                    : from_start   ? excerpt_.begin_s()
-                                   : changes_[begin - 1].last_s;
+      run.begin_s = r > 0        ? meeting_point(runs[r - 1].stretches.back(), run.stretches.front())
+                    : from_start ? excerpt_.begin_s()
+                                 : changes_[begin - 1].last_s;
       run.end_s = r + 1 < runs.size() ? meeting_point(run.stretches.back(), runs[r + 1].stretches.front())
                   : to_end            ? excerpt_.end_s()
                                       : changes_[end - 1].first_s;

@@ -26,8 +26,7 @@ void expect_near(const std::complex<double>& sum, const std::complex<double>& ex
 }
 
 TEST(FourierSum, IsHalfTheAmplitudeForEachSampleAtTheAngleOfTheWave) {
-  expect_near(fourier_sum(three_cycles(), 0, cycle, rotation_of(cycle, cycle)),
-              std::polar(20.0, std::numbers::pi / 6));
+  expect_near(fourier_sum(three_cycles(), 0, cycle, rotation_of(cycle, cycle)), std::polar(20.0, std::numbers::pi / 6));
 }
 
 TEST(FourierSum, BeginsTheRotationAnewBehindItsEnd) {
