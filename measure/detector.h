@@ -8,23 +8,9 @@
 
 #include "measure/findings.h"
 #include "measure/half_cycle_rms.h"
+#include "measure/options.h"
 
 namespace measure {
-
-/// What the thresholds are per cent of.
-enum class Reference {
-  declared,   ///< the declared voltage
-  sliding,    ///< the mean of the last minute, which stands still during events
-  pre_event,  ///< each voltage's own usual level
-};
-
-struct Thresholds {
-  double dip = 90;  ///< per cent of the reference, as all of these
-  double swell = 110;
-  double interruption = 5;
-  double hysteresis = 2;
-  double rapid_change = 3;  ///< of the declared voltage; 0: rapid changes are not looked for
-};
 
 /// How the references of the voltages move: constant, or by blocks of ten (60 Hz: twelve) cycles.
 struct References {

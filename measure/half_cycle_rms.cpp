@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "measure/cycle_track.h"
+
 namespace measure {
 
 namespace {

@@ -5,10 +5,11 @@
 #include <cstddef>
 #include <vector>
 
-#include "measure/cycle_track.h"
 #include "measure/waveform.h"
 
 namespace measure {
+
+class CycleTrack;
 
 /// The values of one voltage in order of time.
 struct HalfCycleRms {
