@@ -1,28 +1,33 @@
-// Finds and measures the voltage dips of a record.
+// Finds and measures what happened to the voltages of a record.
 #pragma once
 
-#include <cstddef>
+#include <optional>
 
 #include "analysis/choice/voltage_choice.h"
-#include "analysis/embedded/limits.h"
 #include "analysis/findings.h"
 #include "analysis/stage_report.h"
+#include "measure/options.h"
 #include "readers/record.h"
 
 namespace analysis {
 
+/// Whether a declared voltage is one of phases or between them.
+enum class DeclaredKind { by_level, phase, line };
+
 struct AnalysisOptions {
   VoltageChoice choice;
-  double nominal = 0;   ///< declared voltage, phase or line, volts; 0: not given
-  bool report = false;  ///< have the library write its report
-  bool trace = false;   ///< show the library's lines on standard error
-  std::size_t longest_run =
-      embedded::longest_run_cycles;  ///< cycles that one search takes; longer records go in several
+  double nominal = 0;  ///< declared voltage, volts; 0: not given
+  DeclaredKind nominal_kind = DeclaredKind::by_level;
+  std::optional<measure::Reference> reference;  ///< none: the declared voltage if there is one, otherwise pre-event
+  measure::Thresholds thresholds;
+  bool report = false;   ///< have the library write its report
+  bool library = false;  ///< have the library's own results beside the findings
+  bool trace = false;    ///< show the library's lines on standard error
   StageReport report_stage = no_report;
 };
 
-/// Analyses the three phase voltages of a record. Throws what pick_voltages throws, and Refusal when the analysis does
-/// not take the record.
+/// Analyses one to three voltages of a record. Throws what pick_voltages throws, and Refusal when the record holds too
+/// little or does not agree with the options. The result refers to the record's samples.
 Analysis analyse(const readers::Record& record, const AnalysisOptions& options);
 
 }  // namespace analysis

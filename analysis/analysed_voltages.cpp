@@ -5,10 +5,24 @@
 
 namespace analysis {
 
-std::size_t AnalysedVoltages::record_sample_at(std::size_t sample) const {
-  if (!resampled) return part.begin + sample;
-  const double behind = (seconds_at(sample) - part.start) * part.rate;
-  return part.begin + std::min(static_cast<std::size_t>(std::lround(std::max(behind, 0.0))), part.length());
+std::size_t AnalysedVoltages::record_sample_at(double seconds) const {
+  const double sample = std::round(std::max(seconds, 0.0) * part.rate);
+  return part.begin + std::min(static_cast<std::size_t>(sample), part.length());
+}
+
+std::string AnalysedVoltages::letter(std::size_t phase) const {
+  constexpr std::array<const char*, 3> pairs = {"AB", "BC", "CA"};
+  return between_phases ? pairs[phase] : std::string(1, "ABC"[phase]);
+}
+
+std::string AnalysedVoltages::letters(const measure::PhaseFlags& flags) const {
+  std::string text;
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    if (!flags[phase]) continue;
+    if (between_phases && !text.empty()) text += ',';
+    text += letter(phase);
+  }
+  return text;
 }
 
 }  // namespace analysis

@@ -1,4 +1,4 @@
-// The analysed waveforms and their RMS, for drawing.
+// The measured waveforms and their RMS, for drawing.
 #pragma once
 
 #include "analysis/findings.h"
@@ -6,10 +6,10 @@
 
 namespace analysis {
 
-/// At the analysed samples, whose times AnalysedVoltages tells; in the record's volts.
+/// One value for each sample of the measured waveform, volts; not a number where samples are missing.
 struct Curves {
   Waveform volts;
-  Waveform rms;  ///< over the cycle that ends at each sample, as the analysis judges it
+  Waveform rms;  ///< over the cycle that ends at each sample; before the first whole cycle that cycle's
 };
 
 Curves curves_of(const Analysis& analysis);

@@ -8,37 +8,56 @@
 
 namespace analysis {
 
-namespace {
-
-/// Of the declared voltage; EN 50160 calls it an interruption when all phases lie below.
-constexpr double interruption_percent = 5;
-
-}  // namespace
-
-EventTerms terms_of(const Dip& dip, const Analysis& analysis) {
+EventTerms terms_of(const measure::Event& event, const Analysis& analysis) {
   EventTerms terms;
-  const auto lowest = std::min_element(dip.lowest.begin(), dip.lowest.end());
-  terms.worst_phase = static_cast<std::size_t>(std::distance(dip.lowest.begin(), lowest));
-  terms.residual = *lowest;
-  terms.residual_percent = analysis.percent(*lowest);
-  terms.depth_percent = 100 - terms.residual_percent;
-  const auto judged = [&](double volts) {
-    return analysis.percent_of_declared(volts).value_or(analysis.percent(volts));
-  };
-  terms.judged_percent = judged(*lowest);
-  terms.interruption = judged(dip.lowest_of_highest) < interruption_percent;
-  const std::size_t end = dip.end.value_or(analysis.voltages.length);
-  terms.least_seconds = static_cast<double>(end - dip.start) / analysis.voltages.sampling_rate;
-  if (dip.end) terms.seconds = terms.least_seconds;
+  terms.percent = event.reference_v > 0 ? 100 * event.extreme_v / event.reference_v : 0;
+  terms.depth_percent = 100 - terms.percent;
+  const double record_end_s = static_cast<double>(analysis.voltages.length()) / analysis.voltages.part.rate;
+  terms.least_seconds = event.end_s.value_or(record_end_s) - event.start_s;
+  if (event.start_known && event.end_s) terms.seconds = terms.least_seconds;
   return terms;
 }
 
-const char* judged_by(const Analysis& analysis) {
-  return analysis.declared ? "declared voltage" : "pre-event voltage";
+const char* kind_code(measure::EventKind kind) {
+  switch (kind) {
+    case measure::EventKind::dip:
+      return "dip";
+    case measure::EventKind::swell:
+      return "swell";
+    case measure::EventKind::interruption:
+      return "interruption";
+    case measure::EventKind::rapid_voltage_change:
+      break;
+  }
+  return "rapid_voltage_change";
 }
 
-const char* kind_of(const EventTerms& terms) {
-  return terms.interruption ? "interruption" : "dip";
+const char* kind_words(measure::EventKind kind) {
+  return kind == measure::EventKind::rapid_voltage_change ? "rapid voltage change" : kind_code(kind);
+}
+
+const char* reference_words(measure::Reference reference) {
+  switch (reference) {
+    case measure::Reference::declared:
+      return "declared voltage";
+    case measure::Reference::sliding:
+      return "sliding reference";
+    case measure::Reference::pre_event:
+      break;
+  }
+  return "pre-event voltage";
+}
+
+const char* reference_code(measure::Reference reference) {
+  switch (reference) {
+    case measure::Reference::declared:
+      return "declared";
+    case measure::Reference::sliding:
+      return "sliding";
+    case measure::Reference::pre_event:
+      break;
+  }
+  return "pre-event";
 }
 
 const std::vector<ToleranceCurve>& tolerance_curves() {
@@ -58,7 +77,7 @@ Ride ride_through(const ToleranceCurve& curve, const EventTerms& terms) {
                                [&](const ToleranceStep& step) { return terms.least_seconds <= step.seconds; });
   if (at == curve.steps.end()) return Ride::not_judged;
   // The curves rise: what is below one stays so however much longer it lasts, what is above it may not.
-  if (terms.judged_percent < at->percent) return Ride::below;
+  if (terms.percent < at->percent) return Ride::below;
   return terms.seconds || at + 1 == curve.steps.end() ? Ride::through : Ride::not_judged;
 }
 
@@ -74,19 +93,13 @@ const char* ride_name(Ride ride) {
   return "outside";
 }
 
-bool is_next_to_nothing(const Segment& segment, const Analysis& analysis) {
-  const double highest = *std::max_element(segment.residual.begin(), segment.residual.end());
-  return analysis.percent(highest) < interruption_percent;
-}
-
 std::string en50160_cell(const EventTerms& terms) {
   constexpr std::array<double, 5> longest = {0.2, 0.5, 1, 5, 60};
   constexpr std::array<double, 5> lowest = {80, 70, 40, 5, 0};
   if (!terms.seconds || *terms.seconds < 0.01 || *terms.seconds > longest.back()) return {};
-  if (!(terms.judged_percent < 90)) return {};
+  if (!(terms.percent < 90)) return {};
   const auto column = std::find_if(longest.begin(), longest.end(), [&](double most) { return *terms.seconds <= most; });
-  const auto row =
-      std::find_if(lowest.begin(), lowest.end(), [&](double least) { return terms.judged_percent >= least; });
+  const auto row = std::find_if(lowest.begin(), lowest.end(), [&](double least) { return terms.percent >= least; });
   return {"ABCDX"[row - lowest.begin()], static_cast<char>('1' + (column - longest.begin()))};
 }
 

@@ -1,6 +1,5 @@
-// A dip in the field's own terms: residual voltage and depth, dip or interruption, and where it stands on the
-// voltage-tolerance curves and in the dip table of EN 50160. These relate to the declared voltage; where the user does
-// not give it, the pre-event voltage stands for it.
+// An event in the field's own terms: residual voltage and depth in per cent, and its place on the voltage-tolerance
+// curves and in the dip table of EN 50160.
 #pragma once
 
 #include <cstddef>
@@ -13,22 +12,22 @@
 namespace analysis {
 
 struct EventTerms {
-  std::size_t worst_phase = 0;    ///< index of the phase with the lowest voltage
-  double residual = 0;            ///< its lowest one-cycle RMS, volts
-  double residual_percent = 0;    ///< of the pre-event voltage
-  double depth_percent = 0;       ///< what is missing to 100
-  double judged_percent = 0;      ///< residual voltage of the declared voltage, or of what stands for it
-  bool interruption = false;      ///< all three phases stood below 5 % of that voltage at once
-  std::optional<double> seconds;  ///< duration; none when the voltage does not recover
+  double percent = 0;             ///< residual or highest voltage, per cent of the event's reference
+  double depth_percent = 0;       ///< what a dip's residual voltage lacks to 100
+  std::optional<double> seconds;  ///< duration; none where beginning or end lies outside of the record
   double least_seconds = 0;       ///< duration as far as it was recorded
 };
-EventTerms terms_of(const Dip& dip, const Analysis& analysis);
+EventTerms terms_of(const measure::Event& event, const Analysis& analysis);
 
-/// What curves, table and kind relate to: "declared voltage" or "pre-event voltage".
-const char* judged_by(const Analysis& analysis);
+/// "dip", "swell", "interruption" or "rapid_voltage_change": for machines.
+const char* kind_code(measure::EventKind kind);
+/// "rapid voltage change": for people.
+const char* kind_words(measure::EventKind kind);
 
-/// "interruption" or "dip".
-const char* kind_of(const EventTerms& terms);
+/// "declared voltage", "sliding reference" or "pre-event voltage": what per cents of events are relative to.
+const char* reference_words(measure::Reference reference);
+/// "declared", "sliding" or "pre-event": as the option has it.
+const char* reference_code(measure::Reference reference);
 
 /// A step of a voltage-tolerance curve: until `seconds`, equipment is to ride through voltages down to `percent`.
 struct ToleranceStep {
@@ -49,10 +48,6 @@ enum class Ride { not_judged, through, below };
 Ride ride_through(const ToleranceCurve& curve, const EventTerms& terms);
 /// "above", "below" or "outside": for machines and for people.
 const char* ride_name(Ride ride);
-
-/// Whether all three phases of a segment stand below 5 % of the pre-event voltage, so that its angles and unbalance are
-/// noise for the most part.
-bool is_next_to_nothing(const Segment& segment, const Analysis& analysis);
 
 /// The cell of EN 50160's table of dips, "A1" to "X5"; empty for what lies outside it.
 std::string en50160_cell(const EventTerms& terms);

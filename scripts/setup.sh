@@ -3,7 +3,7 @@
 # page of dipx analyse --html. Asks apt only for what is missing; needs root or sudo for that.
 set -eu
 export DEBIAN_FRONTEND=noninteractive
-packages="g++ cmake ninja-build pkg-config libgtest-dev libcli11-dev nlohmann-json3-dev libcsv-dev libfmt-dev libsoxr-dev"
+packages="g++ cmake ninja-build pkg-config libgtest-dev libcli11-dev nlohmann-json3-dev libcsv-dev libfmt-dev"
 packages="$packages libeigen3-dev libbenchmark-dev $*"
 # Where npm is there already, it may be one that Debian's package would get in the way of.
 command -v npm >/dev/null || packages="$packages npm"

@@ -185,7 +185,7 @@ void note_rates(const readers::Record& record, const readers::Part& part, Notes&
 
 Noted<ChosenPart> choose_part(const readers::Record& record, const std::array<std::size_t, 3>& channels,
                               double line_frequency, std::size_t wanted) {
-  const auto parts = readers::parts_without_gaps(record, channels, longest_bridge_cycles / line_frequency);
+  const auto parts = readers::parts_without_gaps(record, channels, longest_gap_cycles / line_frequency);
   const auto views = views_of(record, channels, line_frequency, parts);
   const auto [index, reason] = chosen_among(record, parts, views, wanted);
   Noted<ChosenPart> chosen{{parts[index], index + 1, parts.size(), reason}, {}};

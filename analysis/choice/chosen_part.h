@@ -10,8 +10,9 @@
 
 namespace analysis {
 
-/// Missing values are bridged over as much of a cycle at most; longer gaps take a record apart.
-inline constexpr double longest_bridge_cycles = 0.25;
+/// Missing values are left out of all figures; a gap of more cycles takes a record apart, since nothing can be said of
+/// what happened within it.
+inline constexpr double longest_gap_cycles = 25;
 
 /// Why a part was chosen.
 enum class PartReason {

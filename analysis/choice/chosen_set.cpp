@@ -30,22 +30,27 @@ std::string cause_of_death(const readers::Record& record, const readers::Voltage
 
 readers::VoltageSet named_set(const readers::Record& record, const VoltageChoice& choice) {
   try {
-    auto set = readers::named_voltage_set(record, choice.channels);
-    if (choice.line_to_line) set.between_phases = true;
-    return set;
+    return readers::named_voltage_set(record, choice.channels);
   } catch (const readers::ReadError& error) {
     throw UnknownChoice(error.what());
   }
 }
 
+/// Voltages between phases that are not recorded are computed from phase voltages.
+bool computes_line_voltages(const readers::Record& record, const VoltageChoice& choice) {
+  return choice.line_to_line && readers::find_line_to_line_sets(record).empty();
+}
+
 std::vector<readers::VoltageSet> sets_of_kind(const readers::Record& record, const VoltageChoice& choice) {
-  return choice.line_to_line ? readers::find_line_to_line_sets(record) : readers::find_voltage_sets(record);
+  const bool recorded_lines = choice.line_to_line && !computes_line_voltages(record, choice);
+  return recorded_lines ? readers::find_line_to_line_sets(record) : readers::find_voltage_sets(record);
 }
 
 /// One of those that the record holds.
 ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice, Notes& notes) {
   const auto sets = sets_of_kind(record, choice);
-  const char* kind = choice.line_to_line ? "line-to-line voltages" : "phase voltages";
+  const bool compute = computes_line_voltages(record, choice);
+  const char* kind = choice.line_to_line && !compute ? "line-to-line voltages" : "phase voltages";
   if (sets.empty()) {
     const bool others = !choice.line_to_line && !readers::find_line_to_line_sets(record).empty();
     throw readers::ReadError(
@@ -69,19 +74,17 @@ ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice, 
                     "info lists them).",
                     sets.size(), kind, number));
   }
-  return {set, number, sets.size()};
+  return {set, number, sets.size(), compute};
 }
 
 void note_how_found(const readers::Record& record, const readers::VoltageSet& set, Notes& notes) {
   const auto name = [&](std::size_t phase) { return record.channels[set.channels[phase]].name; };
   const auto unit = [&](std::size_t phase) { return record.channels[set.channels[phase]].unit; };
-  if (set.between_phases) {
-    notes.push_back(fmt::format(
-        "{}, {}, {} are line-to-line voltages and analysed as they are: phases A, B, C stand for AB, BC, CA, and "
-        "categories and zero sequence mean what they do for these.",
-        name(0), name(1), name(2)));
+  if (set.between_phases && set.count == 3) {
+    notes.push_back(
+        fmt::format("{}, {}, {} are line-to-line voltages and are analysed as they are.", name(0), name(1), name(2)));
   }
-  for (std::size_t phase = 0; phase < 3; phase++) {
+  for (std::size_t phase = 0; phase < set.count; phase++) {
     const auto& channel = record.channels[set.channels[phase]];
     if (set.between_phases && set.turned[phase]) {
       notes.push_back(fmt::format("{} is taken with the other sign, as the voltage {}.", channel.name,
@@ -135,6 +138,11 @@ Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& 
     chosen.value = found_set(record, choice, chosen.notes);
   } else {
     chosen.value.set = named_set(record, choice);
+    chosen.value.compute = choice.line_to_line && chosen.value.set.count == 3 && !chosen.value.set.between_phases;
+    if (choice.line_to_line && chosen.value.set.count < 3) chosen.value.set.between_phases = true;
+  }
+  if (chosen.value.compute) {
+    chosen.notes.push_back("The voltages between phases were computed from the phase voltages.");
   }
   note_how_found(record, chosen.value.set, chosen.notes);
   return chosen;

@@ -18,6 +18,7 @@ struct ChosenSet {
   readers::VoltageSet set;
   std::size_t number = 0;  ///< among `of`; 0 when the user named the channels
   std::size_t of = 0;      ///< voltage sets of this kind in the record
+  bool compute = false;    ///< voltages between phases are wanted, and these are phase voltages to compute them from
 };
 
 /// Throws UnknownChoice, and readers::ReadError when there are no usable voltages.

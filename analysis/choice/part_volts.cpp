@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 #include "readers/text.h"
 #include "readers/voltages/named_channel.h"
@@ -13,29 +12,23 @@ namespace analysis {
 
 namespace {
 
-/// No phase voltage of any grid; where a unit makes one so high, it is wrong.
+/// No grid has so high a phase voltage; where a unit makes one, it is wrong.
 constexpr double implausible_volts = 2e6;
 
-void note_bridges(const readers::Record& record, std::size_t channel, const readers::BridgedSamples& samples,
-                  Notes& notes) {
-  if (samples.bridged == 0) return;
-  notes.push_back(fmt::format("Of {} {} missing (the first is sample {}, the longest gap {}): bridged by a curve.",
-                              record.channels[channel].name,
-                              samples.bridged == 1 ? "1 value is" : fmt::format("{} values are", samples.bridged),
-                              samples.first + 1, readers::plural(samples.longest_gap, "sample")));
-}
-
-/// The phases' values over the part, in volts; returns the largest RMS.
-double take_values(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part,
-                   const std::array<double, 3>& factors, Waveform& waveform, Notes* notes) {
+/// The largest RMS of the channels over the part, of the values that are there.
+double level_of(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part,
+                const std::array<double, 3>& per_unit) {
   double largest = 0;
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    auto samples = readers::bridged_samples(record, set.channels[phase], part, factors[phase]);
-    if (notes != nullptr) note_bridges(record, set.channels[phase], samples, *notes);
-    waveform[phase] = std::move(samples.values);
+  for (std::size_t phase = 0; phase < set.count; phase++) {
+    const auto& samples = record.channels[set.channels[phase]].samples;
     double sum = 0;
-    for (const float value : waveform[phase]) sum += static_cast<double>(value) * static_cast<double>(value);
-    largest = std::max(largest, std::sqrt(sum / static_cast<double>(waveform[phase].size())));
+    double count = 0;
+    for (std::size_t i = part.begin; i < part.end; i++) {
+      if (!readers::fits_float(samples[i])) continue;
+      sum += samples[i] * samples[i];
+      count++;
+    }
+    if (count > 0) largest = std::max(largest, std::sqrt(sum / count) * std::abs(per_unit[phase]));
   }
   return largest;
 }
@@ -44,32 +37,56 @@ double take_values(const readers::Record& record, const readers::VoltageSet& set
 
 Noted<PartVolts> volts_of(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part) {
   Noted<PartVolts> result;
-  auto& [waveform, unit_assumed] = result.value;
-  Notes& notes = result.notes;
-  std::array<double, 3> factors{};
-  std::array<double, 3> signs{};
-  for (std::size_t phase = 0; phase < 3; phase++) {
+  auto& [per_unit, unit_assumed] = result.value;
+  std::array<double, 3> signs = {1, 1, 1};
+  for (std::size_t phase = 0; phase < set.count; phase++) {
     const auto unit = readers::volts_per_unit(record, set.channels[phase]);
-    signs[phase] = set.between_phases && set.turned[phase] ? -1 : 1;
-    factors[phase] = unit.factor * signs[phase];
+    if (set.between_phases && set.turned[phase]) signs[phase] = -1;
+    per_unit[phase] = unit.factor * signs[phase];
     unit_assumed[phase] = unit.assumed;
   }
-  const double level = take_values(record, set, part, factors, waveform, &notes);
+  const double level = level_of(record, set, part, per_unit);
   if (level <= implausible_volts) return result;
-  const bool scaled = std::any_of(factors.begin(), factors.end(), [](double factor) { return std::abs(factor) > 1; });
+  const bool scaled = std::any_of(per_unit.begin(), per_unit.end(), [](double factor) { return std::abs(factor) > 1; });
   if (!scaled) {
-    notes.push_back(fmt::format(
-        "The voltages are {:.3g} V, more than any grid has: check the units and scale factors in the file.", level));
+    result.notes.push_back(fmt::format(
+        "The voltages are {:.3g} V, more than any grid has; check the units and scale factors in the file.", level));
     return result;
   }
-  notes.push_back(fmt::format("The unit {} makes the voltages {:.3g} V, which cannot be; they are taken for V.",
-                              record.channels[set.channels[0]].unit, level));
+  result.notes.push_back(
+      fmt::format("The unit {} makes the voltages {:.3g} V, more than any grid has; the values are taken as volts.",
+                  record.channels[set.channels[0]].unit, level));
   unit_assumed = {true, true, true};
-  const double taken = take_values(record, set, part, signs, waveform, nullptr);
+  per_unit = signs;
+  const double taken = level_of(record, set, part, per_unit);
   if (taken > implausible_volts) {
-    notes.push_back(fmt::format("Even so they are {:.3g} V: check the units and scale factors in the file.", taken));
+    result.notes.push_back(
+        fmt::format("Even as volts they are {:.3g} V; check the units and scale factors in the file.", taken));
   }
   return result;
+}
+
+Notes notes_on_missing(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part) {
+  Notes notes;
+  for (std::size_t phase = 0; phase < set.count; phase++) {
+    const auto& channel = record.channels[set.channels[phase]];
+    std::size_t missing = 0;
+    std::size_t first = 0;
+    std::size_t longest = 0;
+    std::size_t gap = 0;
+    for (std::size_t i = part.begin; i < part.end; i++) {
+      gap = readers::fits_float(channel.samples[i]) ? 0 : gap + 1;
+      if (gap == 0) continue;
+      if (missing++ == 0) first = i;
+      longest = std::max(longest, gap);
+    }
+    if (missing == 0) continue;
+    notes.push_back(fmt::format(
+        "{} of {} {} missing (the first is sample {}, the longest gap is {}); they are left out of every figure.",
+        readers::plural(missing, "value"), channel.name, missing == 1 ? "is" : "are", first + 1,
+        readers::plural(longest, "sample")));
+  }
+  return notes;
 }
 
 }  // namespace analysis

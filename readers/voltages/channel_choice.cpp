@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -25,7 +26,8 @@ std::string channel_list(const Record& record) {
 }
 
 [[noreturn]] void refuse_names(const Record& record, const std::string& cause) {
-  throw ReadError(record.file, "", cause, "choose three of the channels by name or number: " + channel_list(record));
+  throw ReadError(record.file, "", cause,
+                  "choose one to three of the channels by name or number: " + channel_list(record));
 }
 
 /// Whether `text` names the channel; tables may spell its unit behind the name.
@@ -57,11 +59,12 @@ std::size_t channel_named(const Record& record, std::string_view text) {
 
 VoltageSet named_voltage_set(const Record& record, const std::string& names) {
   const std::vector<std::string_view> parts = split_fields(names, ',');
-  if (parts.size() != 3) {
-    refuse_names(record, "three channels separated by commas are needed, not " + cited(names));
+  if (parts.size() > 3) {
+    refuse_names(record, "one to three channels separated by commas are needed, not " + cited(names));
   }
   VoltageSet set;
-  for (std::size_t i = 0; i < 3; i++) set.channels[i] = channel_named(record, parts[i]);
+  set.count = parts.size();
+  for (std::size_t i = 0; i < 3; i++) set.channels[i] = channel_named(record, parts[std::min(i, set.count - 1)]);
   set.source = PhaseSource::user;
   const NamedChannels channels = named_channels(record);
   const auto pairs = find_line_to_line_sets(record, channels);
@@ -78,8 +81,8 @@ VoltageSet named_voltage_set(const Record& record, const std::string& names) {
         set.turned[phase] = pair.turned[static_cast<std::size_t>(at - pair.channels.begin())];
     }
   }
-  const auto& [a, b, c] = set.channels;
-  if (a == b || b == c || a == c) refuse_names(record, cited(names) + " names a channel twice");
+  const std::set<std::size_t> different(set.channels.begin(), set.channels.end());
+  if (different.size() != set.count) refuse_names(record, cited(names) + " names a channel twice");
 
   std::vector<VoltageSet> sets = find_voltage_sets(record, channels);
   sets.push_back(set);

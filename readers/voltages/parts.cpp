@@ -83,16 +83,15 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
   return parts;
 }
 
-BridgedSamples bridged_samples(const Record& record, std::size_t channel, const Part& part, double factor) {
-  const std::vector<double>& samples = record.channels.at(channel).samples;
+BridgedSamples bridged(std::span<const double> samples, double factor) {
   BridgedSamples result;
   std::vector<float>& values = result.values;
-  values.resize(part.length(), 0);
+  values.resize(samples.size(), 0);
   std::vector<std::ptrdiff_t> there;  // last values before a gap, in pairs with the first ones behind it
   std::ptrdiff_t before = -1;
-  const auto length = static_cast<std::ptrdiff_t>(part.length());
+  const auto length = static_cast<std::ptrdiff_t>(samples.size());
   for (std::ptrdiff_t i = 0; i < length; i++) {
-    const double value = samples[part.begin + static_cast<std::size_t>(i)] * factor;
+    const double value = samples[static_cast<std::size_t>(i)] * factor;
     if (!fits_float(value)) continue;
     values[static_cast<std::size_t>(i)] = static_cast<float>(value);
     if (i > before + 1) {
@@ -112,7 +111,7 @@ BridgedSamples bridged_samples(const Record& record, std::size_t channel, const 
     const std::ptrdiff_t right = there[g + 1];
     const std::ptrdiff_t next_gap = g + 2 < there.size() ? there[g + 2] : length - 1;
     const auto gap = static_cast<std::size_t>(right - left - 1);
-    if (result.bridged == 0) result.first = part.begin + static_cast<std::size_t>(left + 1);
+    if (result.bridged == 0) result.first = static_cast<std::size_t>(left + 1);
     result.bridged += gap;
     result.longest_gap = std::max(result.longest_gap, gap);
     const auto value = [&](std::ptrdiff_t i) { return static_cast<double>(values[static_cast<std::size_t>(i)]); };

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "readers/record.h"
@@ -30,14 +31,14 @@ std::vector<Part> parts_of(const Record& record);
 std::vector<Part> parts_without_gaps(const Record& record, const std::array<std::size_t, 3>& channels,
                                      double longest_gap);
 
-/// A channel's values over a part, multiplied by `factor`, with the gaps that are left in it bridged by a cubic that
-/// joins the values and slopes on either side.
+/// A channel's values, multiplied by `factor`, with gaps bridged by a cubic that joins the values and slopes on either
+/// side.
 struct BridgedSamples {
   std::vector<float> values;
   std::size_t bridged = 0;      ///< values that were made up
-  std::size_t first = 0;        ///< record position of the first of them
+  std::size_t first = 0;        ///< position of the first of them
   std::size_t longest_gap = 0;  ///< samples
 };
-BridgedSamples bridged_samples(const Record& record, std::size_t channel, const Part& part, double factor);
+BridgedSamples bridged(std::span<const double> samples, double factor);
 
 }  // namespace readers

@@ -16,6 +16,7 @@ enum class PhaseSource {
 
 /// Three voltages that belong together, as indices into Record::channels in the order A, B, C or AB, BC, CA.
 struct VoltageSet {
+  std::size_t count = 3;  ///< one or two where the user named so few; the last channel fills the rest
   std::array<std::size_t, 3> channels{};
   /// All three carry a voltage worth analysing: none is without change throughout, and the largest RMS (over the whole
   /// record, in volts) is at least 1 % of the largest among all sets of the record. Where some sets show the line's
