@@ -219,7 +219,9 @@ const charts = {
     if (kind === "swell" || (kind === "" && events.some((event) => event.kind === "swell"))) {
       level("swell", parameters.swell_threshold_percent, false);
     }
-    for (const event of events) for (const segment of event.course?.segments ?? []) this.drawSteps(u, segment);
+    for (const event of this.drawnEvents()) {
+      for (const segment of event.course?.segments ?? []) this.drawSteps(u, segment);
+    }
   },
 
   /// Each phase's voltage in a segment, as a level from its beginning to its end; dashed where it is the lowest of a
@@ -285,36 +287,57 @@ const charts = {
     };
     const [from, to] = this.shown;
     const visible = (begin, end) => end >= from && begin <= to;
-    this.lastLabel = -Infinity; // how far labels reach
+    this.labels = []; // what is taken by labels, from left to right
     ctx.save();
     ctx.font = `${12 * devicePixelRatio}px system-ui, sans-serif`;
     ctx.textAlign = "center";
     ctx.textBaseline = "bottom";
-    for (const event of events) {
-      const end = event.end.time_s ?? recordEnd;
-      if (!event.course && visible(event.start.time_s, end)) {
-        const [left, right] = [across(event.start.time_s), across(end)];
-        if (event.kind !== "interruption") this.shade(ctx, bbox, left, right, `${event.kind === "swell" ? "swell" : "change"}`);
-        if (named && event.kind !== "interruption") this.label(ctx, [`${nameOf(event)}: ${extentWords(event)}`, nameOf(event)], left, right, bbox);
-      }
-      for (const segment of event.course?.segments ?? []) {
-        if (!visible(segment.start_s, segment.end_s ?? recordEnd)) continue;
-        const [left, right] = [across(segment.start_s), across(segment.end_s ?? recordEnd)];
-        this.shade(ctx, bbox, left, right, "segment");
-        if (segment.gradual) this.hatch(ctx, bbox, left, right);
-        if (named) this.nameSegment(ctx, event, segment, left, right, bbox);
-      }
-      for (const transition of event.course?.transitions ?? []) {
-        if (!visible(transition.start_s, transition.end_s)) continue;
-        const [left, right] = [across(transition.start_s), across(transition.end_s)];
-        if (transition.gradual) this.hatch(ctx, bbox, left, right);
-        else this.upright(ctx, bbox, (left + right) / 2, "ink", []);
-      }
+    for (const event of this.drawnEvents()) {
+      if (event.course) this.drawCourse(ctx, bbox, event, across, visible, named);
+      else this.drawSpan(ctx, bbox, event, across, visible, named);
       for (const [bound, known] of [[event.start.time_s, event.start.known], [event.end.time_s, event.end.time_s !== null]]) {
         if (known && bound >= from && bound <= to) this.upright(ctx, bbox, across(bound), "boundary", [3, 3]);
       }
     }
     ctx.restore();
+  },
+
+  /// The chosen event and those that do not overlap it; all of them, dips first, while none is chosen.
+  drawnEvents() {
+    const chosen = this.event;
+    if (chosen === null) return [...events].sort((one, other) => Boolean(other.course) - Boolean(one.course));
+    const end = (event) => event.end.time_s ?? recordEnd;
+    return events.filter((event) => event === chosen || event.start.time_s > end(chosen) || end(event) < chosen.start.time_s);
+  },
+
+  /// A dip's segments and transitions. What is abrupt has a line where it begins, what is gradual is hatched.
+  drawCourse(ctx, bbox, event, across, visible, named) {
+    for (const segment of event.course.segments) {
+      if (!visible(segment.start_s, segment.end_s ?? recordEnd)) continue;
+      const [left, right] = [across(segment.start_s), across(segment.end_s ?? recordEnd)];
+      this.shade(ctx, bbox, left, right, "segment");
+      if (segment.gradual) this.hatch(ctx, bbox, left, right);
+      if (named) this.nameSegment(ctx, event, segment, left, right, bbox);
+    }
+    for (const transition of event.course.transitions) {
+      if (!visible(transition.start_s, transition.end_s)) continue;
+      const [left, right] = [across(transition.start_s), across(transition.end_s)];
+      if (transition.gradual) {
+        this.hatch(ctx, bbox, left, right);
+      } else {
+        this.shade(ctx, bbox, left, right, "transition");
+        this.upright(ctx, bbox, left, "ink", []);
+      }
+    }
+  },
+
+  /// An event without a course, from its beginning to its end.
+  drawSpan(ctx, bbox, event, across, visible, named) {
+    const end = event.end.time_s ?? recordEnd;
+    if (!visible(event.start.time_s, end)) return;
+    const [left, right] = [across(event.start.time_s), across(end)];
+    this.shade(ctx, bbox, left, right, event.kind === "swell" ? "swell" : "change");
+    if (named) this.label(ctx, [`${nameOf(event)}: ${extentWords(event)}`, nameOf(event)], left, right, bbox);
   },
 
   shade(ctx, bbox, left, right, colour) {
@@ -364,9 +387,8 @@ const charts = {
     const fitting = words.find((text) => ctx.measureText(text).width < right - left) ?? words.at(-1);
     const half = ctx.measureText(fitting).width / 2;
     const middle = Math.min(Math.max((left + right) / 2, bbox.left + half), bbox.left + bbox.width - half);
-    // Labels that have no room of their own come once only.
-    if (half * 2 > right - left && this.lastLabel > middle - half) return;
-    this.lastLabel = middle + half;
+    if (this.labels.some(([begin, end]) => begin < middle + half && end > middle - half)) return;
+    this.labels.push([middle - half, middle + half]);
     ctx.fillStyle = this.colour("ink");
     ctx.fillText(fitting, middle, bbox.top - 2 * devicePixelRatio);
   },
