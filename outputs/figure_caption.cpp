@@ -49,12 +49,13 @@ class Caption {
     kind[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(kind[0])));
     const std::string phases = analysis_.voltages.letters(event.phases);
     add(kind, fmt::format("{}: {}, {}", phases.empty() ? "" : " of " + phases, extent_text(event), lasts_text(event)));
+    if (event.kind != EventKind::rapid_voltage_change) return;
+    add("Steady voltage", fmt::format(": {} between before and after", level_text(event.delta_steady_v)));
   }
 
   [[nodiscard]] std::string extent_text(const measure::Event& event) const {
     if (event.kind == EventKind::rapid_voltage_change) {
-      return fmt::format("largest change {}, lasting {}", level_text(event.delta_max_v),
-                         level_text(event.delta_steady_v));
+      return fmt::format("{} at most", level_text(event.delta_max_v));
     }
     return fmt::format("{} {}", event.kind == EventKind::swell ? "highest voltage" : "residual voltage",
                        level_text(event.extreme_v));

@@ -43,9 +43,13 @@ constexpr std::array<const char*, 3> dashes = {"none", "1.6 0.6", "0.4 0.5"};
 struct Extremes {
   double low = std::numeric_limits<double>::infinity();
   double high = -std::numeric_limits<double>::infinity();
+  std::size_t missing = 0;
 
   void take(double value) {
-    if (!std::isfinite(value)) return;
+    if (!std::isfinite(value)) {
+      missing++;
+      return;
+    }
     low = std::min(low, value);
     high = std::max(high, value);
   }
@@ -362,7 +366,8 @@ class Figure {
     }
   };
 
-  /// Highest and lowest value of each cycle, with breaks where all of a cycle's values are missing.
+  /// Highest and lowest value of each cycle, with breaks where a cycle lacks so many values that its peaks may be
+  /// among them.
   void envelope(std::size_t phase) {
     const auto most = static_cast<std::size_t>((right - left) / 0.2);
     const auto& shown = view_.shown;
@@ -374,7 +379,7 @@ class Figure {
       // A last piece shorter than the others would lack its peaks.
       const std::size_t begin = end - std::min(step, end - shown.begin);
       const Extremes volts = extremes_of(curves_.volts[phase], begin, end);
-      if (!volts.any()) {
+      if (!volts.any() || 4 * volts.missing > end - begin) {
         if (!outlines.back().above.empty()) outlines.emplace_back();
         continue;
       }
