@@ -143,7 +143,7 @@ const charts = {
       series: [{}, ...more.series],
       bands: more.bands,
       hooks: {
-        drawClear: [(u) => this.drawEvents(u, more.named)],
+        drawAxes: [(u) => this.drawEvents(u, more.named)] // over the grid, which would hide lines at its ticks,
         draw: [(u) => more.draw?.(u)],
         setSelect: [(u) => this.zoomToSelection(u)],
         setCursor: [(u) => this.read(u)],
