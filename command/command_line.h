@@ -7,10 +7,15 @@ class App;
 
 namespace command {
 
-/// Adds everything to `app`; parsing then runs what was asked for.
-void add_command_line(CLI::App& app);
+/// Adds everything to `app`; parsing then runs what was asked for. `found`: see add_analyse.
+void add_command_line(CLI::App& app, bool& found);
 
-/// Parses and runs. False when the command line cannot be understood, which has been said then.
-bool run_command_line(int argc, char** argv);
+/// How a run ended that threw nothing.
+enum class CommandEnd {
+  done,
+  found,  ///< an event that --fail-on names
+  usage   ///< the command line could not be understood; the user has been told
+};
+CommandEnd run_command_line(int argc, char** argv);
 
 }  // namespace command

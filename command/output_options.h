@@ -21,11 +21,13 @@ struct Outputs {
   std::string report;  ///< files; empty: not asked for
   std::string svg;
   std::string html;
-  std::size_t dip = 1;  ///< the one that the figure shows, from 1
+  std::size_t event = 1;     ///< the one that the figure shows, from 1
+  bool one_of_many = false;  ///< several analyses are shown one after another: JSON as one line each
+  bool first = true;         ///< of those
 };
 
-/// The dip that the user named is not in the record.
-class UnknownDip : public std::runtime_error {
+/// The event that the user named is not in the record.
+class UnknownEvent : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
@@ -39,7 +41,7 @@ void check_files(const readers::Record& record, const Outputs& outputs);
 
 void add_output_options(CLI::App& app, Outputs& outputs);
 
-/// Writes the files that were asked for, all or none, then standard output. Throws UnknownDip.
+/// Writes the files that were asked for, all or none, then standard output. Throws UnknownEvent.
 void show(const readers::Record& record, const analysis::Analysis& analysis, const Outputs& outputs,
           Progress& progress);
 

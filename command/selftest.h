@@ -10,18 +10,23 @@
 
 namespace command {
 
-/// A dip made from its description. Residual voltages and phase jumps follow from that; the category cannot.
+/// A dip made from its description. Instants, voltages and phase jumps follow from that; the category cannot.
 struct KnownDip {
   const char* name;
   synth::DipDescription description;
   std::vector<int> categories;  ///< one per segment; none when there is no dip to be found
+  bool for_library = true;      ///< the embedded library measures it right as well
 };
 const std::vector<KnownDip>& known_dips();
 
-/// What is wrong with an analysis of a known dip, in words; empty when nothing is. Wrong is: another number of dips or
-/// segments, another category, a residual voltage more than 1 % of nominal off, a phase jump more than 2 degrees, start
-/// or duration more than a cycle.
+/// What is wrong with the findings of a known dip, in words; empty when nothing is. Wrong is: another number of dips or
+/// segments, another category, a voltage more than 1 % of nominal off, a phase jump more than 2 degrees, start or end
+/// more than a quarter of a cycle, or half a cycle where they are gradual.
 std::string fault_of(const KnownDip& known, const analysis::Analysis& analysis);
+
+/// What is wrong with the embedded library's own results: another number of dips or segments, another category, a
+/// residual voltage more than 1 % of nominal off, start or duration more than a cycle.
+std::string library_fault_of(const KnownDip& known, const analysis::Analysis& analysis);
 
 using Detector = std::function<analysis::Analysis(const readers::Record&)>;
 

@@ -197,10 +197,14 @@ struct Measuring {
     return {parts.waveform, parts.track, parts.levels, parts.wiring, declared};
   }
 
-  [[nodiscard]] Findings findings() const {
+  void check_options() const {
     if (options.reference == Reference::declared && !(options.declared_v > 0)) {
       throw std::invalid_argument("a declared reference needs a declared voltage");
     }
+  }
+
+  [[nodiscard]] Findings findings() const {
+    check_options();
     Findings findings;
     findings.frequency = parts.track.frequency();
     findings.reference_v = reference_at_start();
@@ -215,13 +219,17 @@ struct Measuring {
     return findings;
   }
 
-  static Findings of(const Screening& screening, const Options& options) {
-    return Measuring(*screening.parts_, options).findings();
-  }
+  static Measuring of(const Screening& screening, const Options& options) { return {*screening.parts_, options}; }
 };
 
+std::vector<Event> events_of(const Screening& screening, const Options& options) {
+  const Measuring measuring = Measuring::of(screening, options);
+  measuring.check_options();
+  return measuring.events(measuring.reference_at_start());
+}
+
 Findings measure(const Screening& screening, const Options& options) {
-  return Measuring::of(screening, options);
+  return Measuring::of(screening, options).findings();
 }
 
 Findings measure(const Waveform& waveform, const Options& options) {

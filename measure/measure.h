@@ -68,6 +68,9 @@ class Screening {
   std::unique_ptr<Parts> parts_;
 };
 
+/// Finds the events by the options' rules, without measuring the courses of dips. Throws as `measure` does.
+std::vector<Event> events_of(const Screening& screening, const Options& options);
+
 /// Finds the events by the options' rules and measures the course of each dip. Throws std::invalid_argument for
 /// Reference::declared without a declared voltage.
 Findings measure(const Screening& screening, const Options& options);

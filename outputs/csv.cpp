@@ -50,9 +50,10 @@ class Row {
   Row& number(const std::optional<double>& value, Rounding rounding) {
     return value && std::isfinite(*value) ? add(fmt::format("{}", rounding(*value))) : skip(1);
   }
+  /// Half widths of intervals keep six significant digits, however the figure itself is rounded.
   Row& figure(const std::optional<Figure>& figure, Rounding rounding) {
     if (!figure) return skip(2);
-    return number(figure->value, rounding).number(figure->plus_minus, rounding);
+    return number(figure->value, rounding).number(figure->plus_minus, rounded_volts);
   }
   Row& skip(std::size_t fields) {
     for (std::size_t i = 0; i < fields; i++) add("");

@@ -5,22 +5,21 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <limits>
+#include <optional>
+#include <utility>
 #include <vector>
 
-#include "analysis/event_terms.h"
-#include "analysis/quantity_text.h"
-#include "outputs/dip_category_name.h"
+#include "outputs/figure_caption.h"
+#include "outputs/figure_view.h"
 #include "outputs/figures_text.h"
 #include "outputs/markup.h"
+#include "outputs/ticks.h"
 
 namespace outputs {
 
 using analysis::Analysis;
 using analysis::Curves;
-using analysis::Dip;
-using analysis::duration_text;
-using analysis::Stretch;
-using analysis::volts_text;
 
 namespace {
 
@@ -34,81 +33,67 @@ constexpr double rms_top = 35;
 constexpr double rms_bottom = 62;
 constexpr double list_top = 71.5;
 constexpr double line_height = 3.3;
+constexpr double text_size = 2.5;
 
 // The same as in the page's light scheme; a colour-blind reader can tell them apart, and the dashes help a printer.
 constexpr std::array<const char*, 3> colours = {"#0072b2", "#d9730d", "#3d3d3d"};
 constexpr std::array<const char*, 3> dashes = {"none", "1.6 0.6", "0.4 0.5"};
 
-/// Round values from `low` to `high`, five or so.
-struct Ticks {
-  Ticks(double low, double high) {
-    const double rough = (high - low) / 5;
-    const double power = std::pow(10, std::floor(std::log10(rough)));
-    step = power * (rough / power < 1.5 ? 1 : rough / power < 3.5 ? 2 : rough / power < 7.5 ? 5 : 10);
-    decimals = std::max(0, -static_cast<int>(std::floor(std::log10(step) + 1e-9)));
-    for (double tick = std::ceil(low / step - 1e-9) * step; tick <= high + 1e-9 * step; tick += step) {
-      values.push_back(std::abs(tick) < step / 2 ? 0 : tick);
-    }
-  }
-  [[nodiscard]] std::string text(double value) const {
-    return fmt::format("{}{:.{}f}", value < 0 ? "\u2212" : "", std::abs(value), decimals);
-  }
+/// Lowest and highest of some values, missing ones left out.
+struct Extremes {
+  double low = std::numeric_limits<double>::infinity();
+  double high = -std::numeric_limits<double>::infinity();
 
-  double step;
-  int decimals;
-  std::vector<double> values;
-};
-
-/// A linear scale from values to millimetres.
-struct Scale {
-  double low;
-  double high;
-  double at_low;
-  double at_high;
-  [[nodiscard]] double operator()(double value) const {
-    return at_low + (value - low) / (high - low) * (at_high - at_low);
+  void take(double value) {
+    if (!std::isfinite(value)) return;
+    low = std::min(low, value);
+    high = std::max(high, value);
   }
+  [[nodiscard]] bool any() const { return low <= high; }
 };
 
 class Figure {
  public:
-  Figure(const readers::Record& record, const Analysis& analysis, const Curves& curves, const Dip* dip)
-      : record_(record), analysis_(analysis), curves_(curves), dip_(dip), shown_(stretch_shown()) {
-    time_ = {seconds(shown_.begin), seconds(shown_.end), left, right};
-    double peak = 0;
-    double highest = 0;
-    for (std::size_t phase = 0; phase < 3; phase++) {
-      for (std::size_t i = shown_.begin; i < shown_.end; i++) {
-        peak = std::max(peak, static_cast<double>(std::abs(curves.volts[phase][i])));
-        highest = std::max(highest, static_cast<double>(curves.rms[phase][i]));
-      }
-    }
-    unit_ = peak >= 1e6 ? 1e6 : peak >= 1e3 ? 1e3 : peak >= 1 ? 1 : 1e-3;
-    wave_ = {-1.05 * peak / unit_, 1.05 * peak / unit_, wave_bottom, wave_top};
-    rms_ = {0, std::max(105.0, 1.03 * analysis.percent(highest)), rms_bottom, rms_top};
+  Figure(const readers::Record& record, const Analysis& analysis, const Curves& curves, const measure::Event* event)
+      : record_(record),
+        analysis_(analysis),
+        curves_(curves),
+        view_(view_of(analysis, curves, event)),
+        course_(event != nullptr && event->course ? &*event->course : nullptr) {
+    time_ = {seconds(view_.shown.begin), seconds(view_.shown.end), left, right};
+    scale_waveform();
+    scale_rms();
   }
 
   std::string text() {
-    const std::size_t lines = (dip_ == nullptr ? 0 : 1 + dip_->segments.size()) + (between_phases() ? 1 : 0) + 1;
-    const double height = list_top + line_height * static_cast<double>(lines);
-    add(R"(<svg xmlns="http://www.w3.org/2000/svg" width="{0}mm" height="{1}mm" viewBox="0 0 {0} {1}")"
-        R"( font-family="Helvetica, Arial, sans-serif" font-size="2.5" fill="#1a1a1a">)"
+    const auto lines = caption_of(record_, analysis_, view_);
+    const double height = list_top + line_height * static_cast<double>(lines.size());
+    add(R"(<svg xmlns="http://www.w3.org/2000/svg" width="{0}mm" height="{1:.1f}mm" viewBox="0 0 {0} {1:.1f}")"
+        R"( font-family="Helvetica, Arial, sans-serif" font-size="{2}" fill="#1a1a1a">)"
         "\n",
-        width, height);
+        width, height, text_size);
     add("<title>{}</title>\n", markup_text(record_.file));
-    add("<rect width=\"{}\" height=\"{}\" fill=\"#ffffff\"/>\n", width, height);
-    if (dip_ != nullptr) add_shades();
+    add("<defs><pattern id=\"gradual\" width=\"1.2\" height=\"1.2\" patternUnits=\"userSpaceOnUse\" "
+        "patternTransform=\"rotate(45)\"><path d=\"M0 0V1.2\" stroke=\"#b08a2e\" stroke-width=\"0.3\"/></pattern>"
+        "</defs>\n");
+    add("<rect width=\"{}\" height=\"{:.1f}\" fill=\"#ffffff\"/>\n", width, height);
+    add_segments();
     add_axes();
     add_legend();
-    for (std::size_t phase = 0; phase < 3; phase++) {
+    for (std::size_t phase = 0; phase < phases(); phase++) {
       if (dense()) {
         envelope(phase);
       } else {
-        path(phase, curves_.volts[phase], 1 / unit_, wave_, "none", "wave");
+        curve(phase, curves_.volts[phase], 1 / unit_, wave_, "none", "wave");
       }
-      path(phase, curves_.rms[phase], analysis_.percent(1), rms_, dashes[phase], "rms");
+      add_steps(phase);
+      curve(phase, curves_.rms[phase], view_.percent(1), rms_, dashes[phase], "rms");
     }
-    add_list();
+    add_transitions();
+    add_event_bounds();
+    add_point_on_wave();
+    add_levels();
+    add_lines(lines);
     return text_ + "</svg>\n";
   }
 
@@ -118,49 +103,111 @@ class Figure {
     fmt::format_to(std::back_inserter(text_), format, std::forward<Arguments>(arguments)...);
   }
 
-  [[nodiscard]] double seconds(std::size_t sample) const { return analysis_.voltages.seconds_at(sample); }
+  [[nodiscard]] std::size_t phases() const { return analysis_.voltages.phases; }
 
-  /// The dip with a part of what lies before and behind it.
-  [[nodiscard]] Stretch stretch_shown() const {
-    const std::size_t length = curves_.volts[0].size();
-    if (dip_ == nullptr) return {0, length};
-    const std::size_t end = dip_->end.value_or(length);
-    const std::size_t margin =
-        std::max((end - dip_->start) / 5, 3 * static_cast<std::size_t>(analysis_.voltages.samples_per_cycle));
-    return {dip_->start - std::min(margin, dip_->start), std::min(end + margin, length)};
+  /// The record's seconds at a sample of the curves.
+  [[nodiscard]] double seconds(std::size_t sample) const {
+    return analysis_.voltages.record_seconds(static_cast<double>(sample) / analysis_.voltages.part.rate);
   }
 
-  void add_shades() {
-    const double begin = time_(seconds(dip_->start));
-    const double end = time_(seconds(dip_->end.value_or(shown_.end)));
-    for (std::size_t i = 0; i < dip_->segments.size(); i++) {
-      const auto& samples = dip_->segments[i].samples;
-      const double from = time_(seconds(std::max(samples.begin, shown_.begin)));
-      const double to = time_(seconds(std::min(samples.end, shown_.end)));
-      add("<rect class=\"segment\" x=\"{:.2f}\" y=\"{}\" width=\"{:.2f}\" height=\"{}\" fill=\"#f3e6c4\"/>\n", from,
-          wave_top, std::max(to - from, 0.1), rms_bottom - wave_top);
+  /// Millimetres across for a time of the measured waveform; within the frame.
+  [[nodiscard]] double across(double waveform_seconds) const {
+    return std::clamp(time_(analysis_.voltages.record_seconds(waveform_seconds)), left, right);
+  }
+
+  [[nodiscard]] bool is_shown(double waveform_seconds) const {
+    const double at = time_(analysis_.voltages.record_seconds(waveform_seconds));
+    return at >= left && at <= right;
+  }
+
+  [[nodiscard]] Extremes extremes(const analysis::Waveform& curves) const {
+    Extremes extremes;
+    for (std::size_t phase = 0; phase < phases(); phase++) {
+      for (std::size_t i = view_.shown.begin; i < view_.shown.end; i++) {
+        extremes.take(static_cast<double>(curves[phase][i]));
+      }
+    }
+    return extremes;
+  }
+
+  void scale_waveform() {
+    const Extremes volts = extremes(curves_.volts);
+    double peak = volts.any() ? std::max(std::abs(volts.low), std::abs(volts.high)) : 0;
+    if (!(peak > 0)) peak = 1;
+    unit_ = peak >= 1e6 ? 1e6 : peak >= 1e3 ? 1e3 : peak >= 1 ? 1 : 1e-3;
+    wave_ = {-1.05 * peak / unit_, 1.05 * peak / unit_, wave_bottom, wave_top};
+  }
+
+  void scale_rms() {
+    Extremes volts = extremes(curves_.rms);
+    if (!volts.any()) volts.take(view_.reference_v);
+    Extremes percent;
+    percent.take(view_.percent(volts.low));
+    percent.take(view_.percent(volts.high));
+    for (const auto& level : view_.levels) percent.take(level.percent);
+    if (view_.from_zero) {
+      rms_ = {0, std::max(105.0, 1.03 * percent.high), rms_bottom, rms_top};
+      return;
+    }
+    // Swells and rapid changes are a small share of the voltage, which zero would flatten.
+    const double room = std::max(0.12 * (percent.high - percent.low), 0.5);
+    rms_ = {std::max(0.0, percent.low - room), percent.high + room, rms_bottom, rms_top};
+  }
+
+  /// Shades each segment and puts its number over it. A gradual one is hatched, too.
+  void add_segments() {
+    if (course_ == nullptr) return;
+    for (std::size_t i = 0; i < course_->segments.size(); i++) {
+      const measure::Segment& segment = course_->segments[i];
+      const double from = across(segment.start_s);
+      const double to = segment.end_s ? across(*segment.end_s) : right;
+      area("segment", from, to, "#f3e6c4", 1);
+      if (segment.gradual) area("gradual", from, to, "url(#gradual)", 0.6);
       add("<text x=\"{:.2f}\" y=\"{}\" text-anchor=\"middle\" font-weight=\"bold\">{}</text>\n", (from + to) / 2,
           wave_top - 0.8, i + 1);
     }
-    for (const double boundary : {begin, end}) {
-      if (!dip_->end && boundary == end) continue;
-      add("<path class=\"boundary\" d=\"M{0:.2f} {1}V{2}\" stroke=\"#777777\" stroke-width=\"0.15\" "
-          "stroke-dasharray=\"0.8 0.5\"/>\n",
-          boundary, wave_top, rms_bottom);
+  }
+
+  void area(const char* kind, double from, double to, const char* fill, double opacity) {
+    add("<rect class=\"{}\" x=\"{:.2f}\" y=\"{}\" width=\"{:.2f}\" height=\"{}\" fill=\"{}\" fill-opacity=\"{}\"/>\n",
+        kind, from, wave_top, std::max(to - from, 0.1), rms_bottom - wave_top, fill, opacity);
+  }
+
+  /// An abrupt transition is a line, a gradual one is hatched from its beginning to its end.
+  void add_transitions() {
+    if (course_ == nullptr) return;
+    for (const measure::Transition& transition : course_->transitions) {
+      const double from = across(transition.start_s);
+      const double to = across(transition.end_s);
+      if (transition.gradual) {
+        area("transition gradual", from, to, "url(#gradual)", 1);
+      } else {
+        add("<path class=\"transition abrupt\" d=\"M{:.2f} {}V{}\" stroke=\"#1a1a1a\" stroke-width=\"0.15\"/>\n",
+            (from + to) / 2, wave_top, rms_bottom);
+      }
     }
+  }
+
+  /// Where the event begins and ends by its threshold.
+  void add_event_bounds() {
+    const measure::Event* event = view_.event;
+    if (event == nullptr) return;
+    if (event->start_known && is_shown(event->start_s)) bound(across(event->start_s));
+    if (event->end_s && is_shown(*event->end_s)) bound(across(*event->end_s));
+  }
+
+  void bound(double x) {
+    add("<path class=\"boundary\" d=\"M{:.2f} {}V{}\" stroke=\"#777777\" stroke-width=\"0.15\" "
+        "stroke-dasharray=\"0.8 0.5\"/>\n",
+        x, rms_top, rms_bottom);
   }
 
   void add_axes() {
     const Ticks volts(wave_.low, wave_.high);
-    for (const double tick : volts.values) grid_line(wave_(tick), volts.text(tick));
+    for (const double tick : volts.values()) grid_line(wave_(tick), volts.text(tick));
     const Ticks percent(rms_.low, rms_.high);
-    for (const double tick : percent.values) grid_line(rms_(tick), percent.text(tick));
-    const Ticks time(time_.low, time_.high);
-    for (const double tick : time.values) {
-      add("<path d=\"M{0:.2f} {1}v0.9\" stroke=\"#1a1a1a\" stroke-width=\"0.15\"/>\n", time_(tick), rms_bottom);
-      add("<text x=\"{:.2f}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", time_(tick), rms_bottom + 3.4,
-          time.text(tick));
-    }
+    for (const double tick : percent.values()) grid_line(rms_(tick), percent.text(tick));
+    add_time_axis();
     for (const auto& [top, bottom] : {std::pair(wave_top, wave_bottom), {rms_top, rms_bottom}}) {
       add("<rect x=\"{}\" y=\"{}\" width=\"{}\" height=\"{}\" fill=\"none\" stroke=\"#1a1a1a\" "
           "stroke-width=\"0.2\"/>\n",
@@ -171,13 +218,18 @@ class Figure {
                                             : unit_ == 1   ? "u (V)"
                                                            : "u (mV)");
     axis_name((rms_top + rms_bottom) / 2, "RMS (%)");
-    add("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">t (s)</text>\n", (left + right) / 2, rms_bottom + 6.6);
-    const double threshold = rms_(analysis_.percent(analysis_.threshold));
-    add("<path class=\"threshold\" d=\"M{} {:.2f}H{}\" stroke=\"#b00020\" stroke-width=\"0.2\" "
-        "stroke-dasharray=\"1.2 0.5\"/>\n",
-        left, threshold, right);
-    add("<text x=\"{}\" y=\"{:.2f}\" text-anchor=\"end\" font-size=\"2\" fill=\"#b00020\">dip 90 %</text>\n",
-        right - 0.6, threshold + 2);
+  }
+
+  void add_time_axis() {
+    const Ticks time(time_.low, time_.high);
+    for (const double tick : time.values()) {
+      add("<path class=\"tick\" d=\"M{0:.2f} {1}v0.9\" stroke=\"#1a1a1a\" stroke-width=\"0.15\"/>\n", time_(tick),
+          rms_bottom);
+      add("<text x=\"{:.2f}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", time_(tick), rms_bottom + 3.4,
+          time.text(tick));
+    }
+    const std::string name = time.base() == 0 ? "t (s)" : fmt::format("t \u2212 {} s (s)", time.base_text());
+    add("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", (left + right) / 2, rms_bottom + 6.6, name);
   }
 
   void grid_line(double y, const std::string& label) {
@@ -189,131 +241,186 @@ class Figure {
     add("<text transform=\"translate(2.6 {:.2f}) rotate(-90)\" text-anchor=\"middle\">{}</text>\n", middle, name);
   }
 
-  void add_legend() {
-    double x = left;
-    for (std::size_t phase = 0; phase < 3; phase++) {
-      const std::string name =
-          fmt::format("{}: {}", "ABC"[phase], shortened(record_.channels[analysis_.voltages.channels[phase]].name, 14));
-      add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
-          dashes[phase]);
-      add("<text x=\"{}\" y=\"3.9\" font-size=\"{:.2f}\">{}</text>\n", x + 6, size_within((right - left) / 3 - 7, name),
-          markup_text(name));
-      x += (right - left) / 3;
+  void add_levels() {
+    for (const auto& level : view_.levels) {
+      const double y = rms_(level.percent);
+      if (!std::isfinite(y)) continue;
+      add("<path class=\"threshold\" d=\"M{} {:.2f}H{}\" stroke=\"#b00020\" stroke-width=\"0.2\" "
+          "stroke-dasharray=\"1.2 0.5\"/>\n",
+          left, y, right);
+      // The words are below the line unless the frame is.
+      const double base = y + 2.4 < rms_bottom ? y + 2 : y - 0.6;
+      add("<text x=\"{}\" y=\"{:.2f}\" text-anchor=\"end\" font-size=\"2\" fill=\"#b00020\" stroke=\"#ffffff\" "
+          "stroke-width=\"0.5\" paint-order=\"stroke\">{}</text>\n",
+          right - 0.6, base, level.words);
     }
   }
 
-  /// A curve within the stretch shown. Where samples lie closer than a printer's dots, the lowest and the highest of
-  /// those within each step.
-  void path(std::size_t phase, const std::vector<float>& values, double factor, const Scale& scale, const char* dash,
-            const char* kind) {
+  /// A segment's voltage as a level from its beginning to its end. A gradual one has none; its lowest is dashed.
+  void add_steps(std::size_t phase) {
+    if (course_ == nullptr) return;
+    for (const measure::Segment& segment : course_->segments) {
+      const double percent = view_.percent(segment.phases[phase].voltage_v.value);
+      if (!segment.measured || !std::isfinite(percent)) continue;
+      add("<path class=\"step\" d=\"M{:.2f} {:.2f}H{:.2f}\" stroke=\"{}\" stroke-width=\"0.9\" stroke-opacity=\"0.4\" "
+          "stroke-dasharray=\"{}\"/>\n",
+          across(segment.start_s), rms_(percent), segment.end_s ? across(*segment.end_s) : right, colours[phase],
+          segment.gradual ? "0.6 0.6" : "none");
+    }
+  }
+
+  /// A ring on each phase's waveform where the dip begins.
+  void add_point_on_wave() {
+    if (course_ == nullptr || !course_->start_s || dense() || !is_shown(course_->start_s->value)) return;
+    const double x = across(course_->start_s->value);
+    const auto sample =
+        static_cast<std::size_t>(std::lround(std::max(0.0, course_->start_s->value) * analysis_.voltages.part.rate));
+    for (std::size_t phase = 0; phase < phases(); phase++) {
+      if (!course_->point_on_wave_degrees[phase] || sample >= curves_.volts[phase].size()) continue;
+      const double y = wave_(static_cast<double>(curves_.volts[phase][sample]) / unit_);
+      if (!std::isfinite(y)) continue;
+      add("<circle class=\"point-on-wave\" cx=\"{:.2f}\" cy=\"{:.2f}\" r=\"0.8\" fill=\"none\" stroke=\"{}\" "
+          "stroke-width=\"0.3\"/>\n",
+          x, y, colours[phase]);
+    }
+  }
+
+  void add_legend() {
+    double x = left;
+    const double room = (right - left) / 3;
+    for (std::size_t phase = 0; phase < phases(); phase++) {
+      std::string name = analysis_.voltages.letter(phase);
+      if (!analysis_.voltages.computed) {
+        name += ": " + shortened(record_.channels[analysis_.voltages.channels[phase]].name, 14);
+      }
+      add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
+          dashes[phase]);
+      add("<text x=\"{}\" y=\"3.9\" font-size=\"{:.2f}\">{}</text>\n", x + 6, size_within(room - 7, name),
+          markup_text(name));
+      x += room;
+    }
+  }
+
+  /// A curve within the stretch shown, with breaks where values are missing. Where samples lie closer than a printer's
+  /// dots, it runs through the lowest and the highest of those within each step.
+  void curve(std::size_t phase, const std::vector<float>& values, double factor, const Scale& scale, const char* dash,
+             const char* kind) {
     constexpr double dot = 0.1;
     const auto most = static_cast<std::size_t>((right - left) / dot);
-    const std::size_t count = shown_.end - shown_.begin;
+    const std::size_t count = view_.shown.length();
     add("<path class=\"{}\" fill=\"none\" stroke=\"{}\" stroke-width=\"0.2\" stroke-linejoin=\"round\" "
         "stroke-dasharray=\"{}\" d=\"",
         kind, colours[phase], dash);
     char command = 'M';
-    const auto point = [&](std::size_t i, float value) {
-      add("{}{:.2f} {:.2f}", command, time_(seconds(i)), scale(factor * static_cast<double>(value)));
+    const auto point = [&](std::size_t i) {
+      add("{}{:.2f} {:.2f}", command, time_(seconds(i)), scale(factor * static_cast<double>(values[i])));
       command = 'L';
     };
     const std::size_t step = count <= 2 * most ? 1 : (count + most - 1) / most;
-    for (std::size_t i = shown_.begin; i < shown_.end; i += step) {
-      const auto first = values.begin() + static_cast<std::ptrdiff_t>(i);
-      const auto [low, high] =
-          std::minmax_element(first, first + static_cast<std::ptrdiff_t>(std::min(step, shown_.end - i)));
-      point(i, *std::min(low, high));
-      if (low != high) point(i, *std::max(low, high));
+    for (std::size_t i = view_.shown.begin; i < view_.shown.end; i += step) {
+      const auto ends = extreme_samples(values, i, std::min(i + step, view_.shown.end));
+      if (!ends) {
+        command = 'M';
+        continue;
+      }
+      point(ends->first);
+      if (ends->first != ends->second) point(ends->second);
     }
     text_ += "\"/>\n";
+  }
+
+  /// Where a curve is lowest and where it is highest, in order of time; nothing where all values are missing.
+  static std::optional<std::pair<std::size_t, std::size_t>> extreme_samples(const std::vector<float>& values,
+                                                                            std::size_t begin, std::size_t end) {
+    std::optional<std::size_t> low;
+    std::optional<std::size_t> high;
+    for (std::size_t i = begin; i < end; i++) {
+      if (!std::isfinite(values[i])) continue;
+      if (!low || values[i] < values[*low]) low = i;
+      if (!high || values[i] > values[*high]) high = i;
+    }
+    if (!low) return std::nullopt;
+    return std::minmax(*low, *high);
   }
 
   /// Whether cycles lie so close that a phase's waveform would hide the others.
   [[nodiscard]] bool dense() const {
     constexpr double narrowest_cycle = 1;
-    const double cycles = static_cast<double>(shown_.end - shown_.begin) / analysis_.voltages.samples_per_cycle;
-    return (right - left) / cycles < narrowest_cycle;
+    const double cycles = static_cast<double>(view_.shown.length()) / analysis_.voltages.samples_per_cycle();
+    return (right - left) < narrowest_cycle * cycles;
   }
 
-  /// Highest and lowest value of each cycle.
-  void envelope(std::size_t phase) {
-    const std::vector<float>& volts = curves_.volts[phase];
-    const auto most = static_cast<std::size_t>((right - left) / 0.2);
-    const std::size_t step =
-        std::max(static_cast<std::size_t>(analysis_.voltages.samples_per_cycle), (shown_.end - shown_.begin) / most);
+  /// One piece of an envelope: from left to right above, and back below.
+  struct Outline {
     std::string above;
     std::string below;
-    const auto point = [&](double x, float low, float high) {
-      above += fmt::format("{}{:.2f} {:.2f}", above.empty() ? "" : "L", x, wave_(static_cast<double>(high) / unit_));
-      below.insert(
-          0, fmt::format("{:.2f} {:.2f}{}", x, wave_(static_cast<double>(low) / unit_), below.empty() ? "" : "L"));
-    };
-    for (std::size_t i = shown_.begin; i < shown_.end; i += step) {
-      const std::size_t end = std::min(i + step, shown_.end);
-      // A last piece shorter than the others would lack its peaks.
-      const std::size_t begin = end - std::min(step, end - shown_.begin);
-      const auto [low, high] = std::minmax_element(volts.begin() + static_cast<std::ptrdiff_t>(begin),
-                                                   volts.begin() + static_cast<std::ptrdiff_t>(end));
-      if (i == shown_.begin) point(left, *low, *high);
-      point(time_((seconds(begin) + seconds(end)) / 2), *low, *high);
-      if (end == shown_.end) point(right, *low, *high);
+    void add(double x, double above_y, double below_y) {
+      above += fmt::format("{}{:.2f} {:.2f}", above.empty() ? "" : "L", x, above_y);
+      below.insert(0, fmt::format("{:.2f} {:.2f}{}", x, below_y, below.empty() ? "" : "L"));
     }
-    add("<path fill=\"{}\" fill-opacity=\"0.12\" d=\"M{}L{}Z\"/>\n", colours[phase], above, below);
-    add("<path class=\"wave\" fill=\"none\" stroke=\"{}\" stroke-width=\"0.25\" d=\"M{}M{}\"/>\n", colours[phase],
-        above, below);
+  };
+
+  /// Highest and lowest value of each cycle, with breaks where all of a cycle's values are missing.
+  void envelope(std::size_t phase) {
+    const auto most = static_cast<std::size_t>((right - left) / 0.2);
+    const auto& shown = view_.shown;
+    const std::size_t step =
+        std::max(static_cast<std::size_t>(analysis_.voltages.samples_per_cycle()), shown.length() / most);
+    std::vector<Outline> outlines(1);
+    for (std::size_t i = shown.begin; i < shown.end; i += step) {
+      const std::size_t end = std::min(i + step, shown.end);
+      // A last piece shorter than the others would lack its peaks.
+      const std::size_t begin = end - std::min(step, end - shown.begin);
+      const Extremes volts = extremes_of(curves_.volts[phase], begin, end);
+      if (!volts.any()) {
+        if (!outlines.back().above.empty()) outlines.emplace_back();
+        continue;
+      }
+      const double above = wave_(volts.high / unit_);
+      const double below = wave_(volts.low / unit_);
+      const double middle = time_((seconds(begin) + seconds(end)) / 2);
+      Outline& outline = outlines.back();
+      if (outline.above.empty()) outline.add(time_(seconds(begin)), above, below);
+      outline.add(middle, above, below);
+      if (end == shown.end) outline.add(right, above, below);
+    }
+    std::string edges;
+    for (const Outline& outline : outlines) {
+      if (outline.above.empty()) continue;
+      add("<path fill=\"{}\" fill-opacity=\"0.12\" d=\"M{}L{}Z\"/>\n", colours[phase], outline.above, outline.below);
+      edges += fmt::format("M{}M{}", outline.above, outline.below);
+    }
+    add("<path class=\"wave\" fill=\"none\" stroke=\"{}\" stroke-width=\"0.25\" d=\"{}\"/>\n", colours[phase], edges);
   }
 
-  /// Of a voltage: "92.00 V (40.0 %)", "92.00 V (40.0 %, 39.1 % of declared)".
-  [[nodiscard]] std::string level_text(double volts) const {
-    const auto declared = analysis_.percent_of_declared(volts);
-    return fmt::format("{} ({:.1f} %{})", volts_text(volts), analysis_.percent(volts),
-                       declared ? fmt::format(", {:.1f} % of declared", *declared) : "");
+  static Extremes extremes_of(const std::vector<float>& values, std::size_t begin, std::size_t end) {
+    Extremes extremes;
+    for (std::size_t i = begin; i < end; i++) extremes.take(static_cast<double>(values[i]));
+    return extremes;
   }
 
-  /// A text's size, so small that the width does: which font there is is for the viewer to choose, one of wide letters
-  /// perhaps.
+  /// A text's size, so small that its width fits the room: the viewer chooses the font, which may be one of wide
+  /// letters.
   static double size_within(double room, const std::string& text) {
     constexpr double column = 0.58;  // of the size
-    return std::min(2.5, room / (column * static_cast<double>(columns_of(text))));
+    return std::min(text_size, room / (column * static_cast<double>(std::max<std::size_t>(columns_of(text), 1))));
   }
 
-  [[nodiscard]] bool between_phases() const { return analysis_.voltages.between_phases; }
-
-  /// What stands beneath: the dip, then its segments by the numbers over them, and what voltages these are.
-  void add_list() {
+  void add_lines(const std::vector<CaptionLine>& lines) {
     double y = list_top;
-    const auto line = [&](const std::string& number, const std::string& text) {
-      const double size = size_within(width - 4, number + text);
+    for (const CaptionLine& line : lines) {
+      const double size = size_within(width - 4, line.head + line.text);
       add("<text x=\"2\" y=\"{:.2f}\" font-size=\"{:.2f}\"><tspan font-weight=\"bold\">{}</tspan>{}</text>\n", y, size,
-          number, markup_text(text));
+          line.head, markup_text(line.text));
       y += line_height;
-    };
-    if (dip_ != nullptr) list_dip(line);
-    const auto& channel = record_.channels[analysis_.voltages.channels[0]];
-    line("", fmt::format("% of the pre-event voltage, {}{}{}", volts_text(analysis_.pre_event_voltage),
-                         is_of_transformer(channel) ? "; " : "", is_of_transformer(channel) ? side_text(channel) : ""));
-    if (between_phases()) line("", "Voltages between phases: A, B, C stand for AB, BC, CA");
-  }
-
-  template <typename Line>
-  void list_dip(Line line) const {
-    const auto terms = terms_of(*dip_, analysis_);
-    line(terms.interruption ? "Interruption" : "Dip",
-         fmt::format(": residual voltage {}, {}", level_text(terms.residual),
-                     terms.seconds ? duration_text(*terms.seconds) : "not recovered"));
-    for (std::size_t i = 0; i < dip_->segments.size(); i++) {
-      const auto& segment = dip_->segments[i];
-      const double lowest = *std::min_element(segment.residual.begin(), segment.residual.end());
-      line(fmt::format("{}", i + 1),
-           fmt::format("\u2003{}: {}", dip_category_name(segment.category), level_text(lowest)));
     }
   }
 
   const readers::Record& record_;
   const Analysis& analysis_;
   const Curves& curves_;
-  const Dip* dip_;
-  Stretch shown_;
+  FigureView view_;
+  const measure::Course* course_;
   Scale time_{};
   Scale wave_{};
   Scale rms_{};
@@ -323,8 +430,10 @@ class Figure {
 
 }  // namespace
 
-std::string figure_of(const readers::Record& record, const Analysis& analysis, const Curves& curves, std::size_t dip) {
-  return Figure(record, analysis, curves, analysis.dips.empty() ? nullptr : &analysis.dips.at(dip)).text();
+std::string figure_of(const readers::Record& record, const Analysis& analysis, const Curves& curves,
+                      std::size_t event) {
+  const auto& events = analysis.found.events;
+  return Figure(record, analysis, curves, events.empty() ? nullptr : &events.at(event)).text();
 }
 
 }  // namespace outputs

@@ -1,4 +1,4 @@
-// One dip as a figure for a report or a paper.
+// One event as a figure for a report or a paper.
 #pragma once
 
 #include <cstddef>
@@ -6,12 +6,14 @@
 
 #include "analysis/curves.h"
 #include "analysis/findings.h"
+#include "readers/record.h"
 
 namespace outputs {
 
-/// Waveform, RMS and segments of a dip (counted from 0) as an SVG document 84 mm wide, a column of two; of the whole
-/// record where there are no dips.
+/// Waveform and one-cycle RMS round an event (counted from 0, of `analysis.found.events`) as an SVG document 84 mm
+/// wide, a column of two, with the segments and transitions of a dip's course and the threshold that the event is found
+/// by; of the whole record where there are no events. Throws std::out_of_range for an event that is not there.
 std::string figure_of(const readers::Record& record, const analysis::Analysis& analysis, const analysis::Curves& curves,
-                      std::size_t dip);
+                      std::size_t event);
 
 }  // namespace outputs

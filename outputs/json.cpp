@@ -1,177 +1,364 @@
 #include "outputs/json.h"
 
 #include <array>
+#include <cmath>
+#include <complex>
 #include <nlohmann/json.hpp>
+#include <numbers>
+#include <optional>
+#include <string>
 
 #include "analysis/event_terms.h"
 #include "outputs/dip_category_name.h"
+#include "outputs/library_json.h"
 #include "outputs/record_json.h"
+#include "outputs/rounding.h"
 
 namespace outputs {
 
 using analysis::AnalysedVoltages;
 using analysis::Analysis;
 using analysis::DeclaredVoltage;
-using analysis::Dip;
-using analysis::Obstacle;
-using analysis::Segment;
 using analysis::tolerance_curves;
+using measure::Course;
+using measure::Event;
+using measure::EventKind;
+using measure::Figure;
+using measure::Segment;
 
 namespace {
 
 // Rises when a member changes its meaning or goes; new members do not raise it.
-constexpr int format_version = 1;
+constexpr int format_version = 2;
 
 using Json = nlohmann::ordered_json;
 
-Json position(std::size_t sample, const Analysis& analysis) {
-  return {{"sample", analysis.voltages.record_sample_at(sample)}, {"time_s", analysis.voltages.seconds_at(sample)}};
+template <typename Value>
+Json or_null(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json();
 }
 
-/// An array of one object per phase.
-template <typename Figures>
-Json per_phase(Figures figures) {
-  Json list = Json::array();
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    Json object = {{"phase", std::string(1, "ABC"[phase])}};
-    object.update(figures(phase));
-    list.push_back(std::move(object));
+Json per_cent(std::optional<double> percent) {
+  return percent ? Json(rounded_percent(*percent)) : Json();
+}
+
+/// Half widths of intervals are shown with two significant digits or more.
+double plus_minus(double value) {
+  return rounded_volts(value);
+}
+
+/// One analysis as JSON. A list over phases has three entries, null for what is not there.
+class Document {
+ public:
+  Document(const readers::Record& record, const Analysis& analysis)
+      : record_(record), analysis_(analysis), voltages_(analysis.voltages) {}
+
+  Json whole() const {
+    Json notes = record_.notes;
+    for (const auto& note : analysis_.notes) notes.push_back(note);
+    Json document = {
+        {"format", "dipx analysis"},  {"format_version", format_version}, {"dipx_version", DIPX_VERSION},
+        {"record", about_record()},   {"voltages", voltages()},           {"line_to_line", voltages_.between_phases},
+        {"parameters", parameters()}, {"declared_voltage", declared()},   {"wiring", wiring()}};
+    if (analysis_.library) {
+      document["library"] = library_json(*analysis_.library, voltages_);
+    } else {
+      document["events"] = events();
+      document["changes_without_event"] = changes();
+    }
+    document["notes"] = std::move(notes);
+    return document;
   }
-  return list;
-}
 
-Json voltage_and_percent(double volts, const Analysis& analysis) {
-  Json json = {{"voltage_v", volts}, {"percent", analysis.percent(volts)}};
-  if (const auto percent = analysis.percent_of_declared(volts)) json["percent_of_declared"] = *percent;
-  return json;
-}
+ private:
+  template <typename Figures>
+  Json per_phase(Figures figures) const {
+    Json list = Json::array();
+    for (std::size_t phase = 0; phase < measure::most_phases; phase++) {
+      if (phase >= voltages_.phases) {
+        list.push_back(nullptr);
+        continue;
+      }
+      Json object = {{"phase", voltages_.letter(phase)}};
+      const Json more = figures(phase);
+      if (more.is_null()) {
+        list.push_back(nullptr);
+        continue;
+      }
+      object.update(more);
+      list.push_back(std::move(object));
+    }
+    return list;
+  }
 
-Json voltages_and_percents(const std::array<double, 3>& volts, const Analysis& analysis) {
-  return per_phase([&](std::size_t phase) { return voltage_and_percent(volts[phase], analysis); });
-}
+  double seconds(double waveform_seconds) const { return rounded_seconds(voltages_.record_seconds(waveform_seconds)); }
 
-Json single_figures(const char* name, const std::array<double, 3>& values) {
-  return per_phase([&](std::size_t phase) { return Json{{name, values[phase]}}; });
-}
+  Json about_record() const {
+    Json about = origin_of(record_);
+    about["trigger_time"] = record_.trigger_time;
+    about["trigger_s"] = record_.trigger ? Json(rounded_seconds(*record_.trigger)) : Json();
+    about["time_zone"] = record_.time_zone;
+    about["samples"] = record_.length();
+    about["sampling_rate_hz"] = voltages_.part.rate;
+    about["line_frequency_hz"] = voltages_.line_frequency;
+    about["measured_frequency_hz"] = rounded_hertz(analysis_.found.frequency);
+    about["samples_per_cycle"] = voltages_.samples_per_cycle();
+    about["part"] = {{"number", voltages_.part_number},
+                     {"of", voltages_.parts},
+                     {"first_sample", voltages_.part.begin},
+                     {"samples", voltages_.part.length()},
+                     {"start_s", voltages_.part.start}};
+    return about;
+  }
 
-Json voltages(const readers::Record& record, const Analysis& analysis) {
-  return per_phase([&](std::size_t phase) {
-    const std::size_t number = analysis.voltages.channels[phase];
-    const auto& channel = record.channels[number];
-    Json json = {{"channel", number + 1}, {"name", channel.name}, {"unit", channel.unit}};
-    add_side(json, channel);
-    if (analysis.voltages.unit_assumed[phase]) json["unit_assumed"] = "V";
+  Json voltages() const {
+    return per_phase([&](std::size_t phase) {
+      Json json = Json::object();
+      if (voltages_.computed) {
+        json["computed_from"] = {voltages_.channels[phase] + 1, voltages_.channels[(phase + 1) % 3] + 1};
+      } else if (!analysis_.measured.computed[phase].empty()) {
+        json["computed_from"] = {voltages_.channels[0] + 1, voltages_.channels[1] + 1};
+      } else {
+        const std::size_t number = voltages_.channels[phase];
+        const auto& channel = record_.channels[number];
+        json["channel"] = number + 1;
+        json["name"] = channel.name;
+        json["unit"] = channel.unit;
+        add_side(json, channel);
+        if (voltages_.unit_assumed[phase]) json["unit_assumed"] = "V";
+      }
+      json["usual_rms_v"] = rounded_volts(analysis_.usual_v[phase]);
+      json["reference_v"] = rounded_volts(analysis_.found.reference_v[phase]);
+      return json;
+    });
+  }
+
+  Json parameters() const {
+    const measure::Options& options = analysis_.options;
+    return {{"reference", analysis::reference_code(options.reference)},
+            {"dip_threshold_percent", options.thresholds.dip},
+            {"swell_threshold_percent", options.thresholds.swell},
+            {"interruption_threshold_percent", options.thresholds.interruption},
+            {"hysteresis_percent", options.thresholds.hysteresis},
+            {"rvc_threshold_percent", options.thresholds.rapid_change}};
+  }
+
+  Json declared() const {
+    if (!analysis_.declared) return {};
+    const DeclaredVoltage& declared = *analysis_.declared;
+    return {{"given_v", declared.given},
+            {"kind", declared.line ? "line" : "phase"},
+            {"kind_from", declared.by_user ? "user" : "level"},
+            {"divided_by_ratio", declared.secondary},
+            {"level_v", rounded_volts(declared.level)}};
+  }
+
+  Json wiring() const {
+    const measure::Wiring& wiring = analysis_.found.wiring;
+    return {{"phase_order", wiring.reversed ? "ACB" : "ABC"},
+            {"turned_phase", wiring.turned_phase ? Json(voltages_.letter(*wiring.turned_phase)) : Json()}};
+  }
+
+  Json voltage(double volts, double reference) const {
+    Json json = {{"voltage_v", rounded_volts(volts)},
+                 {"percent", per_cent(reference > 0 ? std::optional(100 * volts / reference) : std::nullopt)}};
+    if (const auto percent = analysis_.percent_of_declared(volts)) json["percent_of_declared"] = per_cent(percent);
     return json;
-  });
-}
-
-/// The part of the record that was analysed.
-Json part_of(const AnalysedVoltages& voltages) {
-  return {{"number", voltages.part_number},      {"of", voltages.parts},
-          {"first_sample", voltages.part.begin}, {"samples", voltages.part.length()},
-          {"start_s", voltages.part.start},      {"recorded_rate_hz", voltages.part.rate},
-          {"resampled", voltages.resampled}};
-}
-
-Json declared_of(const Analysis& analysis) {
-  if (!analysis.declared) return {};
-  const DeclaredVoltage& declared = *analysis.declared;
-  return {{"given_v", declared.given},
-          {"kind", declared.line ? "line" : "phase"},
-          {"divided_by_ratio", declared.secondary},
-          {"level_v", declared.level},
-          {"pre_event_percent", *analysis.percent_of_declared(analysis.pre_event_voltage)}};
-}
-
-Json segment_of(std::size_t number, const Segment& segment, const Analysis& analysis) {
-  return {{"number", number},
-          {"start", position(segment.samples.begin, analysis)},
-          {"end", position(segment.samples.end, analysis)},
-          {"category", {{"code", segment.category}, {"name", dip_category_name(segment.category)}}},
-          {"phases_below_threshold",
-           {{"count", segment.low_count}, {"mask", segment.low_mask}, {"letters", phase_letters(segment.low_mask)}}},
-          {"residual_voltage", voltages_and_percents(segment.residual, analysis)},
-          {"phase_jump", single_figures("degrees", segment.phase_jump)},
-          {"unbalance_percent", segment.unbalance},
-          {"next_to_nothing", is_next_to_nothing(segment, analysis)}};
-}
-
-void add_terms(Json& json, const Dip& dip, const Analysis& analysis) {
-  const auto terms = terms_of(dip, analysis);
-  json["kind"] = kind_of(terms);
-  json["residual_voltage"] = {{"phase", std::string(1, "ABC"[terms.worst_phase])}};
-  json["residual_voltage"].update(voltage_and_percent(terms.residual, analysis));
-  json["depth_percent"] = terms.depth_percent;
-  json["voltage_tolerance"] = Json::object();
-  for (const auto& curve : tolerance_curves()) {
-    json["voltage_tolerance"][curve.code] = ride_name(ride_through(curve, terms));
   }
-  const std::string cell = en50160_cell(terms);
-  json["en50160_cell"] = cell.empty() ? Json() : Json(cell);
-}
 
-Json dip_of(std::size_t number, const Dip& dip, const Analysis& analysis) {
-  Json json = {{"number", number}, {"start", position(dip.start, analysis)}, {"recovered", dip.end.has_value()}};
-  if (dip.end) {
-    const auto samples = static_cast<double>(*dip.end - dip.start);
-    json["end"] = position(*dip.end, analysis);
-    json["duration_s"] = samples / analysis.voltages.sampling_rate;
-    json["duration_cycles"] = samples / analysis.voltages.samples_per_cycle;
-  } else {
-    json["end"] = json["duration_s"] = json["duration_cycles"] = nullptr;
+  Json events() const {
+    Json list = Json::array();
+    for (const Event& event : analysis_.found.events) list.push_back(event_of(list.size() + 1, event));
+    return list;
   }
-  json["lowest_voltage"] = voltages_and_percents(dip.lowest, analysis);
-  add_terms(json, dip, analysis);
-  json["before_dip"] = per_phase([&](std::size_t phase) {
-    return Json{{"voltage_v", dip.before[phase].volts}, {"degrees", dip.before[phase].degrees}};
-  });
-  json["analysed"] = dip.obstacle == Obstacle::none;
-  if (dip.obstacle == Obstacle::none) {
-    json["not_analysed"] = nullptr;
-  } else {
-    const auto text = describe(dip.obstacle);
-    json["not_analysed"] = {{"code", text.code}, {"reason", text.sentence}};
+
+  Json position(double waveform_seconds) const {
+    return {{"time_s", seconds(waveform_seconds)}, {"sample", voltages_.record_sample_at(waveform_seconds)}};
   }
-  json["gradual_fall_doubtful"] = dip.gradual_fall_doubtful;
-  json["point_on_wave"] = dip.point_on_wave ? single_figures("degrees", *dip.point_on_wave) : Json();
-  json["fastest_change"] = dip.obstacle == Obstacle::none ? single_figures("v_per_s", dip.voltage_change) : Json();
-  json["segments"] = Json::array();
-  for (std::size_t i = 0; i < dip.segments.size(); i++) {
-    json["segments"].push_back(segment_of(i + 1, dip.segments[i], analysis));
+
+  Json event_of(std::size_t number, const Event& event) const {
+    const auto terms = terms_of(event, analysis_);
+    Json json = {{"number", number}, {"kind", analysis::kind_code(event.kind)}, {"start", position(event.start_s)}};
+    json["start"]["known"] = event.start_known;
+    json["end"] = event.end_s ? position(*event.end_s) : Json{{"time_s", nullptr}, {"sample", nullptr}};
+    json["duration_s"] = terms.seconds ? Json(rounded_seconds(*terms.seconds)) : Json();
+    json["duration_cycles"] = terms.seconds ? Json(to_unit(*terms.seconds * analysis_.found.frequency, 1e3)) : Json();
+    json["recorded_duration_s"] = rounded_seconds(terms.least_seconds);
+    json["phases"] = voltages_.letters(event.phases);
+    json["reference"] = {{"kind", analysis::reference_code(analysis_.options.reference)},
+                         {"voltage_v", rounded_volts(event.reference_v)}};
+    if (event.kind == EventKind::rapid_voltage_change) {
+      json["delta_max"] = voltage(event.delta_max_v, event.reference_v);
+      json["delta_steady"] = voltage(event.delta_steady_v, event.reference_v);
+      return json;
+    }
+    json["extreme"] = voltage(event.extreme_v, event.reference_v);
+    json["extreme"]["phase"] = voltages_.letter(event.extreme_phase);
+    json["lowest_urms_half"] = urms(event.lowest_v, event.reference_v);
+    json["highest_urms_half"] = urms(event.highest_v, event.reference_v);
+    if (event.kind == EventKind::dip || event.kind == EventKind::interruption) add_dip_terms(json, terms);
+    if (event.kind == EventKind::dip) json["course"] = event.course ? course_of(*event.course) : Json();
+    return json;
   }
-  return json;
-}
+
+  Json urms(const measure::PerPhase& volts, double reference) const {
+    return per_phase(
+        [&](std::size_t phase) { return std::isfinite(volts[phase]) ? voltage(volts[phase], reference) : Json(); });
+  }
+
+  static void add_dip_terms(Json& json, const analysis::EventTerms& terms) {
+    json["depth_percent"] = rounded_percent(terms.depth_percent);
+    json["voltage_tolerance"] = Json::object();
+    for (const auto& curve : tolerance_curves()) {
+      json["voltage_tolerance"][curve.code] = ride_name(ride_through(curve, terms));
+    }
+    const std::string cell = en50160_cell(terms);
+    json["en50160_cell"] = cell.empty() ? Json() : Json(cell);
+  }
+
+  /// A time of the course with its half width under a name of its own.
+  void add_time(Json& json, const std::string& name, const std::optional<Figure>& figure) const {
+    json[name + "_s"] = figure ? Json(seconds(figure->value)) : Json();
+    json[name + "_s_plus_minus"] = figure ? Json(plus_minus(figure->plus_minus)) : Json();
+  }
+
+  static Json degrees(const std::optional<Figure>& figure) {
+    if (!figure) return {{"degrees", nullptr}, {"degrees_plus_minus", nullptr}};
+    return {{"degrees", rounded_degrees(figure->value)}, {"degrees_plus_minus", plus_minus(figure->plus_minus)}};
+  }
+
+  Json course_of(const Course& course) const {
+    Json json;
+    add_time(json, "start", course.start_s);
+    add_time(json, "end", course.end_s);
+    const bool whole = course.start_s && course.end_s;
+    json["duration_s"] = whole ? Json(rounded_seconds(course.end_s->value - course.start_s->value)) : Json();
+    const auto& angles = course.point_on_wave_degrees;
+    json["point_on_wave"] = angles[0] ? per_phase([&](std::size_t phase) { return degrees(angles[phase]); }) : Json();
+    json["frequency_hz"] = rounded_hertz(course.frequency);
+    json["frequency_before_hz"] = course.frequency_before ? Json(rounded_hertz(*course.frequency_before)) : Json();
+    json["frequency_after_hz"] = course.frequency_after ? Json(rounded_hertz(*course.frequency_after)) : Json();
+    json["level_before"] = {{"source", source_code(course.level_source)}};
+    json["level_before"]["voltage"] = per_phase([&](std::size_t phase) {
+      return Json{
+          {"voltage_v", rounded_volts(std::abs(course.before[phase]))},
+          {"degrees", rounded_degrees(std::arg(course.before[phase] / course.before[0]) * 180 / std::numbers::pi)}};
+    });
+    json["steepest_change"] = per_phase([&](std::size_t phase) {
+      return Json{{"v_per_s", rounded_volts(course.steepest_change_v_per_s[phase])}};
+    });
+    json["segments"] = Json::array();
+    for (const Segment& segment : course.segments) {
+      json["segments"].push_back(segment_of(json["segments"].size() + 1, segment, course));
+    }
+    json["transitions"] = Json::array();
+    for (const auto& transition : course.transitions) {
+      json["transitions"].push_back({{"start_s", seconds(transition.start_s)},
+                                     {"end_s", seconds(transition.end_s)},
+                                     {"gradual", transition.gradual},
+                                     {"phases", voltages_.letters(transition.phases)}});
+    }
+    json["explained_percent"] = rounded_percent(100 * course.explained_share);
+    return json;
+  }
+
+  static const char* source_code(measure::LevelSource source) {
+    switch (source) {
+      case measure::LevelSource::before:
+        return "before";
+      case measure::LevelSource::declared:
+        return "declared";
+      case measure::LevelSource::after:
+        break;
+    }
+    return "after";
+  }
+
+  Json segment_of(std::size_t number, const Segment& segment, const Course& course) const {
+    Json json = {{"number", number},
+                 {"start_s", seconds(segment.start_s)},
+                 {"end_s", segment.end_s ? Json(seconds(*segment.end_s)) : Json()},
+                 {"gradual", segment.gradual},
+                 {"measured", segment.measured}};
+    if (!segment.measured) return json;
+    measure::PhaseFlags below{};
+    for (std::size_t phase = 0; phase < voltages_.phases; phase++) below[phase] = segment.phases[phase].below_threshold;
+    json["below_threshold"] = voltages_.letters(below);
+    json["voltage"] = per_phase([&](std::size_t phase) { return segment_voltage(segment.phases[phase]); });
+    json["phase_jump"] =
+        per_phase([&](std::size_t phase) { return degrees(segment.phases[phase].phase_jump_degrees); });
+    add_sequences(json, segment);
+    add_type(json, segment, course);
+    return json;
+  }
+
+  static Json segment_voltage(const measure::SegmentPhase& phase) {
+    const auto volts_or_null = [](const std::optional<double>& volts) {
+      return volts ? Json(rounded_volts(*volts)) : Json();
+    };
+    return {{"voltage_v", rounded_volts(phase.voltage_v.value)},
+            {"voltage_v_plus_minus", plus_minus(phase.voltage_v.plus_minus)},
+            {"percent_of_before", rounded_percent(100 * phase.share_of_before)},
+            {"lowest_rms_v", volts_or_null(phase.lowest_rms_v)},
+            {"highest_rms_v", volts_or_null(phase.highest_rms_v)}};
+  }
+
+  static void add_sequences(Json& json, const Segment& segment) {
+    json["sequences"] = nullptr;
+    json["unbalance_percent"] = nullptr;
+    if (!segment.sequences) return;
+    json["sequences"] = {{"positive_v", rounded_volts(segment.sequences->positive_v)},
+                         {"negative_v", rounded_volts(segment.sequences->negative_v)},
+                         {"zero_v", rounded_volts(segment.sequences->zero_v)}};
+    json["unbalance_percent"] = per_cent(segment.sequences->unbalance_percent);
+  }
+
+  /// The characteristic voltage and the PN factor are shares of the positive-sequence voltage before.
+  void add_type(Json& json, const Segment& segment, const Course& /*course*/) const {
+    json["type"] = nullptr;
+    json["category"] = nullptr;
+    if (!segment.type) return;
+    const measure::DipType& type = *segment.type;
+    const auto phasor = [](const measure::Phasor& value) {
+      return Json{{"percent_of_before", rounded_percent(100 * std::abs(value))},
+                  {"degrees", rounded_degrees(std::arg(value) * 180 / std::numbers::pi)}};
+    };
+    json["type"] = {{"letter", std::string(1, type.letter)},
+                    {"phases", voltages_.letters(type.phases)},
+                    {"characteristic_voltage", phasor(type.characteristic)},
+                    {"pn_factor", phasor(type.pn_factor)}};
+    json["category"] = {{"code", type.category}, {"name", dip_category_name(type.category)}};
+  }
+
+  Json changes() const {
+    Json list = Json::array();
+    for (const measure::Change& change : analysis_.found.changes_without_event) {
+      list.push_back({{"start_s", seconds(change.start_s)},
+                      {"end_s", seconds(change.end_s)},
+                      {"phases", voltages_.letters(change.phases)},
+                      {"voltage", per_phase([&](std::size_t phase) {
+                         return Json{{"before_v", rounded_volts(change.before_v[phase])},
+                                     {"after_v", rounded_volts(change.after_v[phase])}};
+                       })}});
+    }
+    return list;
+  }
+
+  const readers::Record& record_;
+  const Analysis& analysis_;
+  const AnalysedVoltages& voltages_;
+};
 
 }  // namespace
 
-std::string json_of(const readers::Record& record, const Analysis& analysis) {
-  Json notes = record.notes;
-  for (const auto& note : analysis.notes) notes.push_back(note);
-  Json dips = Json::array();
-  for (std::size_t i = 0; i < analysis.dips.size(); i++) dips.push_back(dip_of(i + 1, analysis.dips[i], analysis));
+// A file name may hold any bytes; JSON may not.
 
-  Json about = origin_of(record);
-  about["trigger_time"] = record.trigger_time;
-  about["time_zone"] = record.time_zone;
-  about["samples"] = record.length();
-  about["sampling_rate_hz"] = analysis.voltages.sampling_rate;
-  about["line_frequency_hz"] = analysis.voltages.line_frequency;
-  about["samples_per_cycle"] = analysis.voltages.samples_per_cycle;
-  about["part"] = part_of(analysis.voltages);
-  const Json document = {{"format", "dipx analysis"},
-                         {"format_version", format_version},
-                         {"dipx_version", DIPX_VERSION},
-                         {"record", std::move(about)},
-                         {"voltages", voltages(record, analysis)},
-                         {"line_to_line", analysis.voltages.between_phases},
-                         {"analysis_level_factor", analysis.level_factor},
-                         {"pre_event_voltage_v", analysis.pre_event_voltage},
-                         {"threshold_v", analysis.threshold},
-                         {"declared_voltage", declared_of(analysis)},
-                         {"dips", std::move(dips)},
-                         {"notes", std::move(notes)}};
-  // A file name may hold any bytes; JSON may not.
-  return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+std::string json_of(const readers::Record& record, const Analysis& analysis) {
+  return Document(record, analysis).whole().dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+std::string json_line_of(const readers::Record& record, const Analysis& analysis) {
+  return Document(record, analysis).whole().dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 }  // namespace outputs

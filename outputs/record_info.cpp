@@ -29,7 +29,7 @@ struct Contents {
     const double frequency = record.line_frequency > 0 ? record.line_frequency : 50;
     parts = sets.empty()
                 ? readers::parts_of(record)
-                : readers::parts_without_gaps(record, sets[0].channels, analysis::longest_bridge_cycles / frequency);
+                : readers::parts_without_gaps(record, sets[0].channels, analysis::longest_gap_cycles / frequency);
   }
 
   std::vector<readers::VoltageSet> sets;

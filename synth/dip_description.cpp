@@ -19,8 +19,24 @@ double entry(const std::vector<double>& list, std::size_t step) {
   return list.size() == 1 ? list.front() : list[step];
 }
 
-std::size_t steps_of(const DipDescription& dip) {
-  const std::size_t steps = std::max({dip.durations.size(), dip.depths.size(), dip.jumps.size()});
+/// The phases that dip, for all steps or for each.
+std::vector<Fault> faults_of(const std::string& text) {
+  std::vector<Fault> faults;
+  std::size_t begin = 0;
+  while (true) {
+    const std::size_t end = std::min(text.find(',', begin), text.size());
+    faults.push_back(parse_fault(text.substr(begin, end - begin)));
+    if (end == text.size()) return faults;
+    begin = end + 1;
+  }
+}
+
+std::size_t steps_of(const DipDescription& dip, std::size_t faults) {
+  const std::size_t steps = std::max({dip.durations.size(), dip.depths.size(), dip.jumps.size(), faults});
+  if (faults != 1 && faults != steps) {
+    throw DescriptionError(fmt::format("--phases {}: {} faults for {} steps; give one for all or one for each",
+                                       dip.phases, faults, steps));
+  }
   for (const auto& [option, list] :
        {std::pair("--duration", &dip.durations), {"--depth", &dip.depths}, {"--jump", &dip.jumps}}) {
     if (list->size() != 1 && list->size() != steps) {
@@ -130,9 +146,10 @@ Factors factors_of(const Fault& fault, double depth_percent, double jump_degrees
 }
 
 Waveform waveform_of(const DipDescription& dip) {
-  const Fault fault = parse_fault(dip.phases);
+  const std::vector<Fault> faults = faults_of(dip.phases);
   Stages stages(dip.start, undisturbed);
-  for (std::size_t step = 0; step < steps_of(dip); step++) {
+  for (std::size_t step = 0; step < steps_of(dip, faults.size()); step++) {
+    const Fault& fault = faults.size() == 1 ? faults.front() : faults[step];
     const Factors factors = factors_of(fault, entry(dip.depths, step), entry(dip.jumps, step));
     if (step == 0) stages.go_to(factors, dip.fall);
     stages.hold(entry(dip.durations, step), factors);

@@ -25,8 +25,8 @@ struct DipDescription {
   double rate = 0;        ///< samples per second; 0: 128 per nominal cycle
   double length = 0;      ///< seconds; 0: until 0.3 s behind the dip
   double start = 0.3;     ///< of the dip, seconds
-  std::string phases = "ABC";
   // One entry per step of the dip; a single entry stands for all steps.
+  std::string phases = "ABC";             ///< faults as parse_fault takes them, separated by commas
   std::vector<double> durations = {0.2};  ///< seconds
   std::vector<double> depths = {50};      ///< of the lowest phase, per cent of the voltage before
   std::vector<double> jumps = {0};        ///< of the dipped phases, degrees; none between phases

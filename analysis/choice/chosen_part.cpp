@@ -195,4 +195,9 @@ Noted<ChosenPart> choose_part(const readers::Record& record, const std::array<st
   return chosen;
 }
 
+std::size_t count_parts(const readers::Record& record, const std::array<std::size_t, 3>& channels,
+                        double line_frequency) {
+  return readers::parts_without_gaps(record, channels, longest_gap_cycles / line_frequency).size();
+}
+
 }  // namespace analysis

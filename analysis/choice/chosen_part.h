@@ -35,4 +35,8 @@ struct ChosenPart {
 Noted<ChosenPart> choose_part(const readers::Record& record, const std::array<std::size_t, 3>& channels,
                               double line_frequency, std::size_t wanted);
 
+/// How many parts the channels have.
+std::size_t count_parts(const readers::Record& record, const std::array<std::size_t, 3>& channels,
+                        double line_frequency);
+
 }  // namespace analysis

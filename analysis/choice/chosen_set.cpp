@@ -47,7 +47,7 @@ std::vector<readers::VoltageSet> sets_of_kind(const readers::Record& record, con
 }
 
 /// One of those that the record holds.
-ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice, Notes& notes) {
+ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice) {
   const auto sets = sets_of_kind(record, choice);
   const bool compute = computes_line_voltages(record, choice);
   const char* kind = choice.line_to_line && !compute ? "line-to-line voltages" : "phase voltages";
@@ -67,12 +67,6 @@ ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice, 
     throw readers::ReadError(record.file, "",
                              fmt::format("its three {} are dead: {}", kind, cause_of_death(record, set)),
                              "choose others with --set or --channels; dipx info lists what there is");
-  }
-  if (sets.size() > 1 && choice.set == 0) {
-    notes.push_back(
-        fmt::format("The record holds {} sets of three {}; this is set {} (--set or --channels chooses another, dipx "
-                    "info lists them).",
-                    sets.size(), kind, number));
   }
   return {set, number, sets.size(), compute};
 }
@@ -132,10 +126,20 @@ std::vector<bool> channels_to_read(const readers::Record& record, const VoltageC
   return wanted;
 }
 
+std::vector<std::size_t> live_sets(const readers::Record& record, const VoltageChoice& choice) {
+  std::vector<std::size_t> numbers;
+  if (!choice.channels.empty()) return numbers;
+  const auto sets = sets_of_kind(record, choice);
+  for (std::size_t i = 0; i < sets.size(); i++) {
+    if (sets[i].live) numbers.push_back(i + 1);
+  }
+  return numbers;
+}
+
 Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice) {
   Noted<ChosenSet> chosen;
   if (choice.channels.empty()) {
-    chosen.value = found_set(record, choice, chosen.notes);
+    chosen.value = found_set(record, choice);
   } else {
     chosen.value.set = named_set(record, choice);
     chosen.value.compute = choice.line_to_line && chosen.value.set.count == 3 && !chosen.value.set.between_phases;

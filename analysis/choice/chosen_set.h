@@ -21,7 +21,10 @@ struct ChosenSet {
   bool compute = false;    ///< voltages between phases are wanted, and these are phase voltages to compute them from
 };
 
-/// Throws UnknownChoice, and readers::ReadError when there are no usable voltages.
+/// Numbers of the sets that are worth analysing, for a choice without channels; empty when the user named channels.
+std::vector<std::size_t> live_sets(const readers::Record& record, const VoltageChoice& choice);
+
+/// Set 0 is the first one. Throws UnknownChoice, and readers::ReadError when there are no usable voltages.
 Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice);
 
 }  // namespace analysis

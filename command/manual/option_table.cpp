@@ -105,7 +105,8 @@ CommandTable table_of(const CLI::App& app) {
 
 CommandTable command_table() {
   CLI::App app;
-  add_command_line(app);
+  bool found = false;
+  add_command_line(app, found);
   return table_of(app);
 }
 

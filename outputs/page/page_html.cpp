@@ -4,8 +4,10 @@
 #include <cmath>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "analysis/event_terms.h"
+#include "outputs/figure_view.h"
 #include "outputs/json.h"
 #include "outputs/markup.h"
 
@@ -23,6 +25,8 @@ using Json = nlohmann::ordered_json;
 constexpr std::size_t most_wave_values = 460800;
 /// RMS curves are smooth over many samples.
 constexpr std::size_t most_rms_values = 100000;
+/// Of the worst event, where the record is thinned.
+constexpr std::size_t most_detail_values = 60000;
 
 std::string base64(const std::vector<std::uint8_t>& bytes) {
   constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -38,26 +42,69 @@ std::string base64(const std::vector<std::uint8_t>& bytes) {
   return text;
 }
 
-/// Three curves as 16-bit integers of a common scale, every `step`-th value.
-Json packed(const std::array<std::vector<float>, 3>& curves, std::size_t most) {
-  const std::size_t step = std::max<std::size_t>((curves[0].size() + most - 1) / most, 1);
+/// Largest magnitude of the values that are there.
+double peak_of(const analysis::Waveform& curves, const analysis::Stretch& stretch) {
   double peak = 0;
   for (const auto& curve : curves) {
-    for (const float value : curve) peak = std::max(peak, static_cast<double>(std::abs(value)));
+    for (std::size_t i = stretch.begin; i < std::min(stretch.end, curve.size()); i++) {
+      const double size = std::abs(static_cast<double>(curve[i]));
+      if (std::isfinite(size)) peak = std::max(peak, size);
+    }
   }
+  return peak;
+}
+
+/// A stretch of each phase's curve as 16-bit integers of a common scale: as many values as there may be at most, evenly
+/// spaced. A missing value is the lowest integer, which no other one becomes.
+Json packed(const analysis::Waveform& curves, std::size_t phases, const analysis::Stretch& stretch, std::size_t most) {
+  const std::size_t step = std::max<std::size_t>((stretch.length() + most - 1) / most, 1);
+  const double peak = peak_of(curves, stretch);
   const double scale = peak > 0 ? peak / INT16_MAX : 1;
   Json data = Json::array();
-  for (const auto& curve : curves) {
+  for (std::size_t phase = 0; phase < phases; phase++) {
     std::vector<std::uint8_t> bytes;
-    bytes.reserve(2 * (curve.size() / step + 1));
-    for (std::size_t i = 0; i < curve.size(); i += step) {
-      const auto value = static_cast<std::uint16_t>(std::lround(static_cast<double>(curve[i]) / scale));
+    bytes.reserve(2 * (stretch.length() / step + 1));
+    for (std::size_t i = stretch.begin; i < stretch.end; i += step) {
+      const double size = static_cast<double>(curves[phase][i]) / scale;
+      const auto value = static_cast<std::uint16_t>(std::isfinite(size) ? std::lround(size) : INT16_MIN);
       bytes.push_back(static_cast<std::uint8_t>(value & 0xFFU));
       bytes.push_back(static_cast<std::uint8_t>(value >> 8U));
     }
     data.push_back(base64(bytes));
   }
-  return {{"step", step}, {"scale", scale}, {"data", std::move(data)}};
+  return {{"first", stretch.begin}, {"step", step}, {"scale", scale}, {"data", std::move(data)}};
+}
+
+/// The event that the page opens on: the deepest dip, otherwise the highest swell, otherwise the first one.
+std::optional<std::size_t> worst_event(const Analysis& analysis) {
+  const auto& events = analysis.found.events;
+  const auto worst_of = [&](measure::EventKind kind, double sign) {
+    std::optional<std::size_t> worst;
+    double furthest = 0;
+    for (std::size_t i = 0; i < events.size(); i++) {
+      const double percent = sign * terms_of(events[i], analysis).percent;
+      if (events[i].kind != kind || (worst && !(percent > furthest))) continue;
+      worst = i;
+      furthest = percent;
+    }
+    return worst;
+  };
+  if (const auto dip = worst_of(measure::EventKind::dip, -1)) return dip;
+  if (const auto swell = worst_of(measure::EventKind::swell, 1)) return swell;
+  return events.empty() ? std::nullopt : std::optional<std::size_t>(0);
+}
+
+/// The record's seconds from which to which each event is shown.
+Json views_of(const Analysis& analysis, const Curves& curves) {
+  Json views = Json::array();
+  for (const measure::Event& event : analysis.found.events) {
+    const auto shown = view_of(analysis, curves, &event).shown;
+    const auto seconds = [&](std::size_t sample) {
+      return analysis.voltages.record_seconds(static_cast<double>(sample) / analysis.voltages.part.rate);
+    };
+    views.push_back({seconds(shown.begin), seconds(shown.end)});
+  }
+  return views;
 }
 
 Json tolerance() {
@@ -72,7 +119,29 @@ Json tolerance() {
   return list;
 }
 
-/// JSON as it may stand within a script element: only strings hold a "<".
+/// The curves and what goes with them: all of the waveform, thinned where it is long, and the worst event in detail
+/// where it would otherwise be thinned.
+Json samples_of(const Analysis& analysis, const Curves& curves) {
+  const std::size_t phases = analysis.voltages.phases;
+  const analysis::Stretch whole = {0, curves.volts[0].size()};
+  Json samples = {{"start_s", analysis.voltages.record_seconds(0)},
+                  {"rate", analysis.voltages.part.rate},
+                  {"count", whole.length()},
+                  {"wave", packed(curves.volts, phases, whole, most_wave_values)},
+                  {"rms", packed(curves.rms, phases, whole, most_rms_values)},
+                  {"views", views_of(analysis, curves)},
+                  {"tolerance", tolerance()}};
+  const auto worst = worst_event(analysis);
+  samples["worst"] = worst ? Json(*worst) : Json();
+  if (worst && whole.length() > std::min(most_wave_values, most_rms_values)) {
+    const auto shown = view_of(analysis, curves, &analysis.found.events[*worst]).shown;
+    samples["detail"] = {{"wave", packed(curves.volts, phases, shown, most_detail_values)},
+                         {"rms", packed(curves.rms, phases, shown, most_detail_values)}};
+  }
+  return samples;
+}
+
+/// JSON as it may appear within a script element: only strings hold a "<".
 std::string inert_json(std::string json) {
   for (std::size_t at = json.find('<'); at != std::string::npos; at = json.find('<', at))
     json.replace(at, 1, "\\u003c");
@@ -82,11 +151,7 @@ std::string inert_json(std::string json) {
 }  // namespace
 
 std::string page_of(const readers::Record& record, const Analysis& analysis, const Curves& curves) {
-  const Json samples = {{"start_s", analysis.voltages.start},
-                        {"count", curves.volts[0].size()},
-                        {"wave", packed(curves.volts, most_wave_values)},
-                        {"rms", packed(curves.rms, most_rms_values)},
-                        {"tolerance", tolerance()}};
+  const std::string samples = samples_of(analysis, curves).dump();
   std::string page;
   std::size_t at = 0;
   const auto fill = [&](std::string_view mark, const std::string& text) {
@@ -97,7 +162,7 @@ std::string page_of(const readers::Record& record, const Analysis& analysis, con
   };
   fill("{{title}}", markup_text(record.file));
   fill("{{document}}", inert_json(json_of(record, analysis)));
-  fill("{{samples}}", samples.dump());
+  fill("{{samples}}", samples);
   page += page_template.substr(at);
   return page;
 }

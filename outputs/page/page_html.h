@@ -1,4 +1,4 @@
-// One page for a browser that shows a record and its dips, with all that it needs in it.
+// One page for a browser that shows a record and its events, with all that it needs in it.
 #pragma once
 
 #include <string>
@@ -6,6 +6,7 @@
 
 #include "analysis/curves.h"
 #include "analysis/findings.h"
+#include "readers/record.h"
 
 namespace outputs {
 

@@ -1,0 +1,21 @@
+// The lines below a figure: what the event is, and the figures of its segments.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "analysis/findings.h"
+#include "outputs/figure_view.h"
+#include "readers/record.h"
+
+namespace outputs {
+
+struct CaptionLine {
+  std::string head;  ///< in bold: "Dip", or a segment's number; may be empty
+  std::string text;  ///< what follows it, as plain text
+};
+
+std::vector<CaptionLine> caption_of(const readers::Record& record, const analysis::Analysis& analysis,
+                                    const FigureView& view);
+
+}  // namespace outputs
