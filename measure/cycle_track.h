@@ -38,7 +38,11 @@ class CycleTrack {
   [[nodiscard]] const std::vector<SteadyStretch>& steady() const { return steady_; }
 
  private:
+  struct Turning;
+
   void find_frequency();
+  /// Of `hops` steps of `hop` samples each, from a sample on.
+  [[nodiscard]] Turning turning(std::size_t first, std::size_t hop, std::size_t hops) const;
   void follow();
   void find_steady();
 

@@ -75,6 +75,16 @@ std::size_t Excerpt::index_at(double seconds) const {
   return static_cast<std::size_t>(std::clamp(index, 0.0, static_cast<double>(length())));
 }
 
+void Excerpt::subtract(std::size_t phase, std::size_t index, double value) {
+  averages_[phase][index] -= value;
+  sums_.reset();
+}
+
+WaveSums::Sums Excerpt::sums_between(std::size_t begin, std::size_t end) const {
+  if (!sums_) sums_ = std::make_shared<const WaveSums>(*this);
+  return sums_->between(*this, begin, end);
+}
+
 double Excerpt::attenuation(int order) const {
   if (block_ == 1) return 1;
   const double half_step = order * omega_ / rate_ / 2;

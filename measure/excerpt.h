@@ -4,9 +4,11 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "measure/findings.h"
+#include "measure/wave_sums.h"
 #include "measure/waveform.h"
 
 namespace measure {
@@ -26,7 +28,6 @@ class Excerpt {
   [[nodiscard]] double cycle() const;    ///< seconds
   [[nodiscard]] double begin_s() const;  ///< half a sample before the first one
   [[nodiscard]] double end_s() const;    ///< half a sample after the last one
-  void set_omega(double omega) { omega_ = omega; }
 
   // --- the samples
   [[nodiscard]] double rate() const { return rate_; }
@@ -46,7 +47,10 @@ class Excerpt {
   [[nodiscard]] std::size_t index_at(double seconds) const;  ///< first average that begins at or after a time
   /// How much of the harmonic of an order is left in the averages.
   [[nodiscard]] double attenuation(int order) const;
-  void subtract(std::size_t phase, std::size_t index, double value) { averages_[phase][index] -= value; }
+  void subtract(std::size_t phase, std::size_t index, double value);
+  /// Sums for fits between any two averages. They are made when they are first asked for, so an excerpt is read by one
+  /// thread at a time.
+  [[nodiscard]] WaveSums::Sums sums_between(std::size_t begin, std::size_t end) const;
 
  private:
   const Waveform& waveform_;
@@ -59,6 +63,7 @@ class Excerpt {
   double omega_;
   std::array<std::vector<double>, most_phases> averages_;
   std::vector<bool> missing_;
+  mutable std::shared_ptr<const WaveSums> sums_;
 };
 
 }  // namespace measure

@@ -43,32 +43,43 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
     return std::max({1e-6, fit.residual()[phase] * block, unmodelled * unmodelled * change[phase]});
   };
 
+  PerPhase variance_before{};
+  PerPhase variance_after{};
+  PerPhase log_before{};
+  PerPhase log_after{};
+  PhaseFlags tells{};
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    variance_before[phase] = variance(before, phase, unmodelled_before);
+    variance_after[phase] = variance(after, phase, unmodelled_after);
+    log_before[phase] = std::log(variance_before[phase]);
+    log_after[phase] = std::log(variance_after[phase]);
+    tells[phase] = change[phase] >= share_that_tells * largest;
+  }
+
   // Costs of the samples before each one, by whether they follow the one course, the other or the change.
   std::vector<double> as_before(end - first + 1, 0);
   std::vector<double> as_after(as_before.size(), 0);
   std::vector<double> as_changing(as_before.size(), 0);
-  for (std::size_t i = first; i < end; i++) {
-    const double seconds = excerpt.time_of_sample(static_cast<double>(i));
-    const PerPhase expected_before = before.voltage(seconds);
-    const PerPhase expected_after = after.voltage(seconds);
+  const double first_time = excerpt.time_of_sample(static_cast<double>(first));
+  const std::vector<PerPhase> all_before = before.voltages(first_time, 1 / excerpt.rate(), end - first);
+  const std::vector<PerPhase> all_after = after.voltages(first_time, 1 / excerpt.rate(), end - first);
+  for (std::size_t k = 0; k < end - first; k++) {
     double cost_before = 0;
     double cost_after = 0;
     double cost_changing = 0;
     for (std::size_t phase = 0; phase < phases; phase++) {
-      const double value = excerpt.value(phase, i);
-      if (change[phase] < share_that_tells * largest || !std::isfinite(value)) continue;
-      const double off_before = value - expected_before[phase];
-      const double off_after = value - expected_after[phase];
-      const double variance_before = variance(before, phase, unmodelled_before);
-      const double variance_after = variance(after, phase, unmodelled_after);
-      const double one = off_before * off_before / variance_before + std::log(variance_before);
-      const double other = off_after * off_after / variance_after + std::log(variance_after);
-      const double neither = price_of_neither + std::log(std::max(variance_before, variance_after));
+      if (!tells[phase]) continue;
+      const double value = excerpt.value(phase, first + k);
+      if (!std::isfinite(value)) continue;
+      const double off_before = value - all_before[k][phase];
+      const double off_after = value - all_after[k][phase];
+      const double one = off_before * off_before / variance_before[phase] + log_before[phase];
+      const double other = off_after * off_after / variance_after[phase] + log_after[phase];
+      const double neither = price_of_neither + std::max(log_before[phase], log_after[phase]);
       cost_before += one;
       cost_after += other;
       cost_changing += std::min({one, other, neither}) + price_of_changing;
     }
-    const std::size_t k = i - first;
     as_before[k + 1] = as_before[k] + cost_before;
     as_after[k + 1] = as_after[k] + cost_after;
     as_changing[k + 1] = as_changing[k] + cost_changing;
