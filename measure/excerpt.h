@@ -41,18 +41,25 @@ class Excerpt {
   [[nodiscard]] std::size_t block() const { return block_; }
   [[nodiscard]] double averages_per_cycle() const;
   [[nodiscard]] double average(std::size_t phase, std::size_t index) const { return averages_[phase][index]; }
+  [[nodiscard]] const double* averages(std::size_t phase) const { return averages_[phase].data(); }
   [[nodiscard]] bool is_missing(std::size_t index) const { return missing_[index]; }
   [[nodiscard]] double time_of(double index) const;          ///< of an average's middle
   [[nodiscard]] double start_of(std::size_t index) const;    ///< half a sample before an average's first sample
   [[nodiscard]] std::size_t index_at(double seconds) const;  ///< first average that begins at or after a time
   /// How much of the harmonic of an order is left in the averages.
   [[nodiscard]] double attenuation(int order) const;
-  void subtract(std::size_t phase, std::size_t index, double value);
-  /// Sums for fits between any two averages. They are made when they are first asked for, so an excerpt is read by one
-  /// thread at a time.
+  /// Takes `values` off the averages of each phase.
+  void subtract(const std::array<std::vector<double>, most_phases>& values);
+  /// Cosine and sine of the fundamental's angle at the middle of an average.
+  [[nodiscard]] double cosine(std::size_t index) const { return cosines_[index]; }
+  [[nodiscard]] double sine(std::size_t index) const { return sines_[index]; }
+  /// Sums for fits between any two averages. They are made anew when they are asked for after a subtraction, so an
+  /// excerpt is read by one thread at a time.
   [[nodiscard]] WaveSums::Sums sums_between(std::size_t begin, std::size_t end) const;
 
  private:
+  void turn();
+
   const Waveform& waveform_;
   std::size_t phases_;
   std::size_t first_;
@@ -63,6 +70,8 @@ class Excerpt {
   double omega_;
   std::array<std::vector<double>, most_phases> averages_;
   std::vector<bool> missing_;
+  std::vector<double> cosines_;
+  std::vector<double> sines_;
   mutable std::shared_ptr<const WaveSums> sums_;
 };
 

@@ -1,6 +1,7 @@
 #include "measure/harmonics.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -55,6 +56,8 @@ void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s)
                        std::polar(1.0, angle * static_cast<double>(excerpt.block()) / excerpt.rate()),
                        fit.harmonic(order)});
   }
+  std::array<std::vector<double>, most_phases> values;
+  for (std::size_t phase = 0; phase < excerpt.phases(); phase++) values[phase].resize(excerpt.length());
   look_up();
   for (std::size_t i = 0; i < excerpt.length(); i++) {
     const double seconds = excerpt.time_of(static_cast<double>(i));
@@ -71,9 +74,10 @@ void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s)
       harmonic.now *= harmonic.step;
     }
     for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
-      excerpt.subtract(phase, i, harmonics[phase] * share_at(seconds, phase));
+      values[phase][i] = harmonics[phase] * share_at(seconds, phase);
     }
   }
+  excerpt.subtract(values);
 }
 
 }  // namespace measure

@@ -1,7 +1,5 @@
 #include "measure/wave_sums.h"
 
-#include <cmath>
-
 #include "measure/excerpt.h"
 
 namespace measure {
@@ -18,10 +16,9 @@ WaveSums::WaveSums(const Excerpt& excerpt) {
 
 void WaveSums::add(const Excerpt& excerpt, std::size_t index, Sums& sums) {
   if (excerpt.is_missing(index)) return;
-  const double seconds = excerpt.time_of(static_cast<double>(index));
   const double time = (static_cast<double>(index) + 0.5) / excerpt.averages_per_cycle();
-  const double c = std::cos(excerpt.omega() * seconds);
-  const double s = std::sin(excerpt.omega() * seconds);
+  const double c = excerpt.cosine(index);
+  const double s = excerpt.sine(index);
   std::array<double, 2 * product_orders> wave{1, 0};
   for (std::size_t k = 2; k < wave.size(); k += 2) {
     wave[k] = wave[k - 2] * c - wave[k - 1] * s;
