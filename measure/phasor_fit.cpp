@@ -96,15 +96,17 @@ class PhasorFit::Walk {
     }
   }
 
-  [[nodiscard]] PerPhase voltage() const {
-    constexpr std::array<double, orders> unattenuated = {1, 1, 1, 1, 1, 1, 1, 1};
+  /// `kept`: what is left of each harmonic.
+  [[nodiscard]] PerPhase voltage(const std::array<double, orders>& kept = unattenuated) const {
     Column row;
-    double* decays = fit_.write_waves(c_, s_, since_, unattenuated.data(), row.data());
+    double* decays = fit_.write_waves(c_, s_, since_, kept.data(), row.data());
     for (const double decayed : decayed_) *decays++ = decayed;
     return fit_.times_coefficients(row);
   }
 
  private:
+  static constexpr std::array<double, orders> unattenuated = {1, 1, 1, 1, 1, 1, 1, 1};
+
   void start_decays() {
     for (std::size_t k = 0; k < decayed_.size(); k++) {
       decayed_[k] = std::exp(-std::max(since_, -longest_carry_back_cycles) / fit_.form_.decays[k]);
@@ -370,9 +372,37 @@ PerPhase PhasorFit::standard_error(double seconds) const {
   }
   PerPhase result{};
   for (std::size_t phase = 0; phase < phases_; phase++) {
-    result[phase] = std::sqrt(std::max(0.0, variance / 2 * residual_[phase]));
+    result[phase] = std::sqrt(std::max(0.0, variance / 2 * residual_[phase] * density_[phase]) + added_[phase]);
   }
   return result;
+}
+
+void PhasorFit::look_at_correlation(const Excerpt& excerpt, std::size_t begin, std::size_t end) {
+  constexpr double strongest = 0.9;
+  const double step_s = static_cast<double>(excerpt.block()) / excerpt.rate();
+  Walk walk(*this, excerpt.time_of(static_cast<double>(begin)), step_s);
+  PerPhase previous{};
+  PerPhase squares{};
+  PerPhase products{};
+  for (std::size_t i = begin; i < end; i++, walk.step()) {
+    if (excerpt.is_missing(i)) {
+      previous = {};
+      continue;
+    }
+    const PerPhase expected = walk.voltage(attenuation_);
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      const double left = excerpt.average(phase, i) - expected[phase];
+      squares[phase] += left * left;
+      products[phase] += left * previous[phase];
+      previous[phase] = left;
+    }
+  }
+  const double turn_c = std::cos(omega_ * step_s);
+  for (std::size_t phase = 0; phase < phases_; phase++) {
+    if (!(squares[phase] > 0)) continue;
+    const double r = std::clamp(products[phase] / squares[phase], 0.0, strongest);
+    density_[phase] = std::max(1.0, (1 - r * r) / (1 - 2 * r * turn_c + r * r));
+  }
 }
 
 }  // namespace measure

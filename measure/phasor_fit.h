@@ -40,8 +40,14 @@ class PhasorFit {
   [[nodiscard]] Phasors harmonic(int order) const;
   /// Mean square of what is left, of one sample's average.
   [[nodiscard]] const PerPhase& residual() const { return residual_; }
-  /// Standard error of each component of the phasor at a time, from white noise of the residual's size.
+  /// Standard error of each component of the phasor at a time, from noise of the residual's size: white, unless its
+  /// correlation was looked at.
   [[nodiscard]] PerPhase standard_error(double seconds) const;
+  /// Looks at how the residuals of neighbouring averages, of those that were fitted, are correlated. As a first-order
+  /// autoregressive process they have more at the fundamental than white noise of their size has.
+  void look_at_correlation(const Excerpt& excerpt, std::size_t begin, std::size_t end);
+  /// Adds a variance of each component of the phasor that no residual shows.
+  void add_variance(const PerPhase& variance) { added_ = variance; }
 
  private:
   static constexpr int orders = WaveSums::orders;
@@ -75,6 +81,8 @@ class PhasorFit {
   std::array<Column, most_phases> coefficients_{};
   std::array<double, most_columns*(most_columns + 1) / 2> factor_{};  // of the normal equations, row after row
   PerPhase residual_{};
+  PerPhase added_{};           // to the variance of a phasor's components
+  PerPhase density_{1, 1, 1};  // of the residual at the fundamental, compared with white noise
 };
 
 }  // namespace measure
