@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "measure/detector.h"
 #include "measure/half_cycle_rms.h"
 #include "tests/measure/made_waveform.h"
@@ -19,8 +21,8 @@ using tests::staged;
 
 constexpr double sample_s = 1.0 / 6400;
 
-/// The course of a waveform's only dip. Events are found against each voltage's own usual level.
-Course course_in(const MadeWaveform& made, std::optional<double> declared_v = {}) {
+/// The courses of a waveform's dips. Events are found against each voltage's own usual level, or the declared voltage.
+std::vector<Course> courses_in(const MadeWaveform& made, std::optional<double> declared_v = {}) {
   const Waveform& waveform = made.waveform();
   const std::size_t phases = waveform.phases.size();
   const CycleTrack track(waveform);
@@ -32,14 +34,21 @@ Course course_in(const MadeWaveform& made, std::optional<double> declared_v = {}
   References references;
   references.start = levels.fundamental_v;
   if (declared_v) references.start.fill(*declared_v);
-  std::vector<Event> dips;
-  for (const Event& event : detect(series, references, {})) {
-    if (event.kind == EventKind::dip) dips.push_back(event);
-  }
-  EXPECT_EQ(dips.size(), 1U);
-  if (dips.empty()) return {};
   const std::size_t usual = track.cycle_at((levels.from_s + levels.to_s) / 2);
-  return measure_course({waveform, track, levels, wiring_of(track.phasors(usual), phases), declared_v}, dips[0]);
+  const Wiring wiring = wiring_of(track.phasors(usual), phases);
+  std::vector<Course> courses;
+  for (const Event& event : detect(series, references, {})) {
+    if (event.kind != EventKind::dip) continue;
+    courses.push_back(measure_course({waveform, track, levels, wiring, declared_v}, event));
+  }
+  return courses;
+}
+
+/// The course of a waveform's only dip.
+Course course_in(const MadeWaveform& made, std::optional<double> declared_v = {}) {
+  const auto courses = courses_in(made, declared_v);
+  EXPECT_EQ(courses.size(), 1U);
+  return courses.empty() ? Course{} : courses[0];
 }
 
 void expect_start_and_end(const Course& course, double start_s, double end_s, double off = sample_s) {
@@ -160,6 +169,32 @@ TEST(Course, HasFiguresThatHoldTheTruth) {
   }
 }
 
+TEST(Course, HasATransitionAsLongAsTheChangeTakes) {
+  // For 2 ms the voltages are neither what they were nor what they will be.
+  const Course course = course_in(
+      staged({{0, balanced(230)}, {0.5, balanced(230, 10)}, {0.502, balanced(115, -10)}, {0.7, balanced(230)}}, 1.4));
+  expect_start_and_end(course, 0.5, 0.7);
+  ASSERT_EQ(course.segments.size(), 1U);
+  EXPECT_NEAR(course.segments[0].start_s, 0.502, 2 * sample_s);
+  expect_voltages(course.segments[0], balanced(115, -10), balanced(230));
+  ASSERT_FALSE(course.transitions.empty());
+  EXPECT_NEAR(course.transitions[0].end_s - course.transitions[0].start_s, 0.002, 3 * sample_s);
+}
+
+TEST(Course, OfADipIsNotMixedWithTheNextOne) {
+  const auto made = staged(
+      {{0, balanced(230)}, {0.5, balanced(115)}, {0.6, balanced(230)}, {0.66, balanced(161)}, {0.8, balanced(230)}},
+      1.4);
+  const auto courses = courses_in(made);
+  ASSERT_EQ(courses.size(), 2U);
+  expect_start_and_end(courses[0], 0.5, 0.6);
+  expect_start_and_end(courses[1], 0.66, 0.8);
+  ASSERT_EQ(courses[0].segments.size(), 1U);
+  ASSERT_EQ(courses[1].segments.size(), 1U);
+  expect_voltages(courses[0].segments[0], balanced(115), balanced(230));
+  expect_voltages(courses[1].segments[0], balanced(161), balanced(230));
+}
+
 // --- gradual changes -------------------------------------------------------------------------------------------------
 
 TEST(Course, EndsWhereAGradualRecoveryPasses90PerCent) {
@@ -204,6 +239,27 @@ TEST(Course, HasASteadySegmentBeforeARampOfTwoCycles) {
   EXPECT_FALSE(course.segments[0].gradual);
   EXPECT_NEAR(*course.segments[0].end_s, 0.7, 0.002);
   expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+TEST(Course, HasAGradualSegmentBetweenTwoSteadyOnes) {
+  // 40 % from 0.5 s on, from 0.7 s to 0.8 s up to 70 %, and back at 1.1 s.
+  MadeWaveform made(6400, 1.7, 50, 3);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) {
+      const double share = t < 0.5 || t >= 1.1 ? 1 : 0.4 + 0.3 * std::clamp((t - 0.7) / 0.1, 0.0, 1.0);
+      return share * tests::turning(balanced(230)[phase], 50, t);
+    });
+  }
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5, 1.1);
+  ASSERT_EQ(course.segments.size(), 3U);
+  EXPECT_FALSE(course.segments[0].gradual);
+  EXPECT_TRUE(course.segments[1].gradual);
+  EXPECT_FALSE(course.segments[2].gradual);
+  EXPECT_NEAR(course.segments[1].start_s, 0.7, 0.002);
+  EXPECT_NEAR(*course.segments[1].end_s, 0.8, 0.002);
+  expect_voltages(course.segments[0], balanced(92), balanced(230));
+  expect_voltages(course.segments[2], balanced(161), balanced(230));
 }
 
 // --- the record's ends -----------------------------------------------------------------------------------------------
@@ -290,6 +346,27 @@ TEST(Course, HasSequencesAndTypeOfThreePhases) {
   EXPECT_EQ(course.segments[0].type->category, 3);
 }
 
+TEST(Course, HasTheSameTypeHoweverThePhasesAreConnected) {
+  // Phase B falls to 40 % alone, in a network of reversed rotation and in one in which phase C is turned round.
+  for (const bool reversed : {false, true}) {
+    for (const bool turned : {false, true}) {
+      Phasors before = balanced(230);
+      if (reversed) std::swap(before[1], before[2]);
+      if (turned) before[2] = -before[2];
+      Phasors low = before;
+      low[1] *= 0.4;
+      const Course course = course_in(staged({{0, before}, {0.5, low}, {0.7, before}}, 1.3));
+      ASSERT_EQ(course.segments.size(), 1U);
+      ASSERT_TRUE(course.segments[0].sequences && course.segments[0].type);
+      EXPECT_NEAR(course.segments[0].sequences->positive_v, 184, 0.5);
+      EXPECT_NEAR(course.segments[0].sequences->negative_v, 46, 0.5);
+      EXPECT_NEAR(course.segments[0].sequences->zero_v, 46, 0.5);
+      EXPECT_EQ(course.segments[0].type->letter, 'B');
+      EXPECT_EQ(course.segments[0].type->category, 5);
+    }
+  }
+}
+
 TEST(Course, SaysNoAngleOfAPhaseThatIsGone) {
   const Phasors low = {phasor(4, 0), phasor(230, -120), phasor(230, 120)};
   const Course course = course_in(staged({{0, balanced(230)}, {0.5, low}, {0.7, balanced(230)}}, 1.3));
@@ -317,6 +394,24 @@ TEST(Course, IsFoundBesideMissingSamplesInTheDip) {
   expect_start_and_end(course, 0.5047, 0.8);
   ASSERT_EQ(course.segments.size(), 1U);
   expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+TEST(Course, IsFoundWhereOnePhaseIsMissingAtTheStart) {
+  auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}, {0.8, balanced(230)}}, 1.4);
+  made.lose(0, 0.49, 0.51);
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5, 0.8);
+  ASSERT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+TEST(Course, IsLessSureOfAnEndThatIsMissing) {
+  auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}, {0.8, balanced(230)}}, 1.4);
+  for (std::size_t phase = 0; phase < 3; phase++) made.lose(phase, 0.797, 0.803);
+  const Course course = course_in(made);
+  ASSERT_TRUE(course.end_s);
+  EXPECT_NEAR(course.end_s->value, 0.8, course.end_s->plus_minus);
+  EXPECT_GE(course.end_s->plus_minus, 0.003) << "any instant within the gap may be the end";
 }
 
 }  // namespace
