@@ -85,11 +85,11 @@ TEST(Detector, HasOneDipFromTheFirstVoltageThatFallsToTheLastThatIsBack) {
 }
 
 TEST(Detector, KnowsNoStartOfADipThatIsOnAtTheBeginning) {
-  const auto events = found({series({50, 50, 100, 100})});
+  const auto events = found({series({50, 50, 100, 100}, 0.003)});
   ASSERT_EQ(events.size(), 1U);
   EXPECT_FALSE(events[0].start_known);
-  EXPECT_EQ(events[0].start_s, 0);
-  EXPECT_NEAR(*events[0].end_s, 0.04, exact);
+  EXPECT_EQ(events[0].start_s, 0) << "it was on before the first window began";
+  EXPECT_NEAR(*events[0].end_s, 0.043, exact);
 }
 
 TEST(Detector, KnowsNoEndOfADipThatIsOnAtTheEnd) {
@@ -129,6 +129,13 @@ TEST(Detector, FindsASwellFromAbove110ToAtMost108PerCent) {
   EXPECT_EQ(events[0].extreme_v, 130);
   EXPECT_EQ(events[0].extreme_phase, 0U);
   EXPECT_EQ(events[0].phases, (PhaseFlags{true, false, false}));
+}
+
+TEST(Detector, FindsNoSwellAtTheThresholdItself) {
+  Thresholds thresholds;
+  thresholds.swell = 125;
+  EXPECT_TRUE(found({series({100, 125, 100})}, thresholds).empty());
+  EXPECT_EQ(found({series({100, 125.5, 100})}, thresholds).size(), 1U);
 }
 
 TEST(Detector, FindsAnInterruptionWhenAllVoltagesAreGone) {

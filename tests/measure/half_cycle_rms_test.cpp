@@ -97,6 +97,29 @@ TEST(HalfCycleRms, IsMissingInEveryWindowThatHoldsAMissingSample) {
   EXPECT_EQ(missing, 2U);
 }
 
+TEST(HalfCycleRms, SharesASampleBetweenTheWindowsThatMeetInIt) {
+  // A sample stands for the time round it: the one at 0.2 s belongs by halves to what ends and what begins there.
+  auto made = staged({{0, balanced(230, -90)}}, 0.5);
+  made.lose(0, 0.2 - 1e-6, 0.2 + 1e-6);
+  const HalfCycleRms rms = rms_of(made);
+  for (std::size_t k = 0; k < rms.size(); k++) {
+    const bool holds = rms.start_s[k] > 0.175 && rms.start_s[k] < 0.205;
+    EXPECT_EQ(std::isnan(rms.volts[k]), holds) << rms.start_s[k];
+  }
+}
+
+TEST(HalfCycleRms, CatchesUpWithAnotherAngle) {
+  // The angle jumps by a tenth of a turn, and each half cycle catches up by at most a hundredth of a cycle.
+  const auto made = staged({{0, balanced(230, -90)}, {0.2, balanced(230, -54)}}, 0.8);
+  const HalfCycleRms rms = rms_of(made);
+  for (std::size_t k = 0; k < rms.size(); k++) {
+    EXPECT_NEAR(rms.end_s[k] - rms.start_s[k], 0.02, 2 * 0.0002 + 1e-6);
+    if (rms.end_s[k] < 0.2 || rms.start_s[k] > 0.2 + 12 * 0.01) {
+      EXPECT_NEAR(turning(balanced(230, rms.end_s[k] < 0.2 ? -90 : -54)[0], 50, rms.start_s[k]), 0, 1);
+    }
+  }
+}
+
 TEST(HalfCycleRms, GoesOnThroughAnInterruption) {
   const auto made = staged({{0, balanced(230, -90)}, {0.2, {}}, {0.4, balanced(230, -90)}}, 0.6);
   const HalfCycleRms rms = rms_of(made);
