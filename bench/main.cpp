@@ -8,6 +8,7 @@ int main(int argc, char** argv) {
   bench::add_kernels();
   bench::add_rivals();
   bench::add_reading();
+  bench::add_screening();
   bench::add_whole_runs();
   return bench::compare(argc, argv);
 }

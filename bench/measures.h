@@ -11,6 +11,9 @@ void add_rivals();
 /// Readers beside the obvious ways to take the same data in.
 void add_reading();
 
+/// The search for events and the course of one by the measuring library, beside RMS passes over the same samples.
+void add_screening();
+
 void add_whole_runs();
 
 /// Prints what whole analyses take of the machine's memory.
