@@ -28,7 +28,7 @@ std::string channel_list(const Record& record) {
   throw ReadError(record.file, "", cause, "choose three of the channels by name or number: " + channel_list(record));
 }
 
-/// Whether `text` names the channel; tables may spell its unit behind the name.
+/// Returns whether `text` names the channel; in tables the unit may follow the name.
 bool is_named(const Channel& channel, std::string_view text) {
   return text == channel.name || (!channel.unit.empty() && (text == channel.name + "_" + channel.unit ||
                                                             text == channel.name + " [" + channel.unit + "]" ||
@@ -46,7 +46,7 @@ std::size_t channel_named(const Record& record, std::string_view text) {
   const std::vector<std::size_t>& found = exact.empty() ? in_any_case : exact;
   if (found.size() == 1) return found[0];
   if (found.size() > 1) {
-    refuse_names(record, fmt::format("{} channels go by the name {}", found.size(), cited(text)));
+    refuse_names(record, fmt::format("{} channels have the name {}", found.size(), cited(text)));
   }
   const auto number = parse_count(text);
   if (number && *number >= 1 && *number <= record.channels.size()) return *number - 1;
@@ -58,7 +58,7 @@ std::size_t channel_named(const Record& record, std::string_view text) {
 VoltageSet named_voltage_set(const Record& record, const std::string& names) {
   const std::vector<std::string_view> parts = split_fields(names, ',');
   if (parts.size() != 3) {
-    refuse_names(record, "three channels separated by commas are needed, not " + cited(names));
+    refuse_names(record, "three channel names separated by commas are needed, not " + cited(names));
   }
   VoltageSet set;
   for (std::size_t i = 0; i < 3; i++) set.channels[i] = channel_named(record, parts[i]);
