@@ -178,8 +178,7 @@ typedef struct dq_dipx_struct {
 
 /** The reduced SVD feature. */
 typedef struct feasvd_data {
-  float feasvd_redu[DQ_RECORD_CAPACITY]; /**< largest feature of the three phases per sample, divided by the largest of
-                                            all */
+  float feasvd_redu[DQ_RECORD_CAPACITY]; /**< largest feature of the three phases per sample, divided by the maximum */
   float feasvd_max;                      /**< the largest of all, volts; at least 0 */
   float feasvd_min;                      /**< the smallest of all, volts; at most 99999 */
   unsigned int feasvd_num;               /**< samples reduced */

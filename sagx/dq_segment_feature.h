@@ -17,6 +17,7 @@ extern "C" {
  *
  * @param buf the section; num, smp, ua, ub, uc are read; the minimum curve u, the magnitudes before smoothing (ua0,
  * ub0, uc0), the smoothed ones (ua, ub, uc) and the features (feasvd_a, feasvd_b, feasvd_c) are written
+ * @param dipx the dip; un is read
  * @param T0 the crossings in order, at most 32: a rise is given as the last sample below the threshold, a fall as the
  * first sample below it again
  * @param T0num number of crossings

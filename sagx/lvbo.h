@@ -18,9 +18,9 @@ extern "C" {
  * Does nothing without a window record, for null pointers, for n or win below 1, for win above 128 or n + win above
  * 70467.
  *
- * @param signal `n` values in
  * @param signal `n` input values
  * @param BS `n` output values
+ * @param n number of values
  * @param win length of the element in samples
  */
 DIPX_API void lvbo(float* signal, float* BS, int n, int win);

@@ -247,7 +247,7 @@ class Decomposition {
   float* w_;
   float** v_;
   float* rv1_;
-  float anorm_ = 0;  // largest |w| + |rv1|, the scale for every test for negligible values
+  float anorm_ = 0;  // largest |w| + |rv1|, the scale of every test for negligible values
 };
 
 }  // namespace

@@ -37,9 +37,8 @@ std::vector<double> stamps_by_numbers(const RowNumbers& numbers, const std::vect
     double step = 1;
     if (jump < numbers.jumps.size() && numbers.jumps[jump].row == row) {
       const NumberJump& at = numbers.jumps[jump++];
-      if (at.number >= at.before)
-        step = at.number - at.before;  // if it jumps back, the rows of another rate are
-                                       // numbered from the start again
+      // Where the numbers jump back, the rows of another rate are numbered from the start again.
+      if (at.number >= at.before) step = at.number - at.before;
     }
     if (row > 0) stamp += step / (sections[section].rate * unit);
     stamps.push_back(stamp);

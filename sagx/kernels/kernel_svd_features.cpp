@@ -274,7 +274,7 @@ class Matrices {
 
   Lanes diagonal[order];
   Lanes superdiagonal[order];
-  Lanes anorm;         // largest |diagonal| + |superdiagonal|, the scale for every test for negligible values
+  Lanes anorm;         // largest |diagonal| + |superdiagonal|, the scale of every test for negligible values
   Mask begins[order];  // begins[l]: the block that ends at the current k begins at l
   Mask live;           // lanes in which the current value has not converged yet
 };

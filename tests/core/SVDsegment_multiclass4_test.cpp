@@ -73,7 +73,7 @@ class AlternativeSegmentation : public testing::Test {
   tests::Zeroed<dq_dipx_struct> dipx = zeroed<dq_dipx_struct>();
 };
 
-// --- what it writes and prints ---------------------------------------------------------------------------------------
+// --- written results and printed lines -------------------------------------------------------------------------------
 
 TEST_F(AlternativeSegmentation, OfADipFindsWhereItsFallAndItsRecoveryBeginAndEnd) {
   window(400);
@@ -315,7 +315,7 @@ TEST_F(AlternativeSegmentation, KeepsShortGaps) {
   EXPECT_EQ(segmented(), (Boundaries{40, 50, 51, 61, 100, 110}));
 }
 
-// --- the ends --------------------------------------------------------------------------------------------------------
+// --- ends of transitions ---------------------------------------------------------------------------------------------
 
 /// At 32 samples per cycle a step affects the feature for 16 samples.
 class AlternativeEnds : public AlternativeSegmentation {

@@ -191,7 +191,7 @@ TEST(Fft, SumsBinZeroOfARealInputPairByPair) {
   EXPECT_EQ(spectrum[4].r, 16777216.0F) << "the differences of the pairs are 0";
 }
 
-// --- every size, against the plain form and the definition -----------------------------------------------------------
+// --- every size, compared with the plain form and the definition -----------------------------------------------------
 
 struct Transform {
   std::string name;

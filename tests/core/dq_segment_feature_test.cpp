@@ -224,7 +224,7 @@ TEST_F(LongWindow, TakesThePointOnWaveWithTimesFromItsFirstSample) {
   EXPECT_NEAR(dipx->POW_c, 210, 1e-3);
 }
 
-// --- laid-out windows: transitions -----------------------------------------------------------------------------------
+// --- windows with prepared arrays: transitions -----------------------------------------------------------------------
 
 class LaidOutWindow : public LongWindow {
  protected:
@@ -281,9 +281,9 @@ TEST_F(LaidOutWindow, ClearsTheArraysOfTheSegmentation) {
 }
 
 struct SharpenedCase {
-  int change;     ///< entry of a stretch that differs from the one before
-  int start_end;  ///< where the start then ends
-  int end_start;  ///< and where the end then starts
+  int change;     ///< entry of a section that differs from the previous one
+  int start_end;  ///< resulting end of the start transition
+  int end_start;  ///< resulting start of the end transition
 };
 
 /// A transition of 100 samples, from entry 256 to entry 356 of its section.
@@ -350,7 +350,7 @@ TEST_F(LaidOutWindow, LooksAtNoSampleAheadOfItsArrays) {
   EXPECT_EQ(from_rms({1000, 1100, 3000, 3100}), (Boundaries{1000, 1002, 3001, 3100}));
 }
 
-// --- laid-out windows: three boundaries ------------------------------------------------------------------------------
+// --- windows with prepared arrays: three boundaries ------------------------------------------------------------------
 
 /// The voltage recovers within the cycle around the third boundary; that section has 512 samples.
 class EndCrossing : public LaidOutWindow {
@@ -393,7 +393,7 @@ TEST_F(EndCrossing, IsSoughtInThePaddedStretch) {
   EXPECT_EQ(with_rise(320)[2], 2744) << "the voltage is low up to the end";
 }
 
-// --- laid-out windows: segments --------------------------------------------------------------------------------------
+// --- windows with prepared arrays: segments --------------------------------------------------------------------------
 
 /// One segment from 1100 to 3000 with its minimum at 1200, or several of them.
 class LaidOutSegment : public LaidOutWindow {
@@ -561,7 +561,7 @@ TEST_F(LaidOutSegment, ReferredToTheSameAnglesHasEqualJumpsInEachSegment) {
   EXPECT_EQ(dipx->angle_diff_bp[1], 20.0F);
 }
 
-// --- laid-out windows: categories ------------------------------------------------------------------------------------
+// --- windows with prepared arrays: categories ------------------------------------------------------------------------
 
 TEST_F(LaidOutSegment, IsClassifiedAgainstThePositiveSequenceAtTheFirstSampleOfTheStart) {
   set_phasors(0, 1, tests::balanced());
@@ -679,7 +679,7 @@ TEST_F(VotingRange, IsEmptyInASegmentWithoutLength) {
   EXPECT_EQ(category(), 10);
 }
 
-// --- laid-out windows: segments that the boundaries do not cover -----------------------------------------------------
+// --- windows with prepared arrays: segments that the boundaries do not cover -----------------------------------------
 
 TEST_F(LaidOutSegment, BehindTheLastBoundaryIsMeasuredAtTheMiddleOfTheLastTransition) {
   // The segment's end is read after the end of the list, where 0 is stored.

@@ -28,8 +28,8 @@ struct Input {
   LevelRecord wave;
   int rate;
   int samples;
-  bool accepted;   ///< by the checks of rate and length
-  int boundaries;  ///< found in it
+  bool accepted;   ///< whether rate and length pass the checks
+  int boundaries;  ///< number of boundaries found in the record
 };
 
 std::vector<Input> inputs() {
@@ -58,7 +58,7 @@ std::vector<Input> inputs() {
 struct Model {
   bool window = false;  ///< dq_data_buf exists
   bool whole = false;   ///< dq_rms_buf exists
-  int boundaries = 0;   ///< its evt_num
+  int boundaries = 0;   ///< evt_num of the whole-record record
   int samples = 0;      ///< sample_input_number
   int rate = 0;         ///< sample_input_smprate
   const float* va = nullptr;
@@ -166,7 +166,7 @@ class Host {
 
  private:
   Model model_;
-  const Input* current_ = nullptr;  ///< that the globals stand for
+  const Input* current_ = nullptr;  ///< the input to which the globals point
   std::unique_ptr<dipx_data_struct> record_ = std::make_unique<dipx_data_struct>();
   tests::Printed printed_;
 };

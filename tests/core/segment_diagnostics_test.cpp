@@ -66,7 +66,7 @@ TEST(NominalBoundaries, WithoutAListAreNotWritten) {
   EXPECT_EQ(seg_reinit90(nullptr, 64, 1000), 0);
 }
 
-// --- against the nominal boundaries ----------------------------------------------------------------------------------
+// --- comparison with the nominal boundaries --------------------------------------------------------------------------
 
 /// Returns whether the boundaries match a window of 1000 samples at 64 per cycle, whose nominal boundaries are 256 and
 /// 744; one cycle later these are 320 and 808.
@@ -150,7 +150,7 @@ TEST(NominalCheck, RejectsPositionsAtTheEndsOfTheNumbers) {
   EXPECT_EQ(seg_check_dgz(T.data(), 4, highest, lowest), 1);
 }
 
-// --- against the whole record ----------------------------------------------------------------------------------------
+// --- comparison with the whole record --------------------------------------------------------------------------------
 
 /// A record of 600 samples with a dip in phase A at 160 .. 399, and four boundaries that match it.
 class RecordCheck : public testing::Test {
@@ -502,7 +502,7 @@ TEST_F(RecordCheck, MeasuresDistancesAcrossAllNumbers) {
   EXPECT_EQ(type_of({160, highest, lowest, 400}), "06") << "in 32 bits this is one sample later";
 }
 
-// --- the file of one number ------------------------------------------------------------------------------------------
+// --- file with a single number ---------------------------------------------------------------------------------------
 
 std::string number_file(int x) {
   std::string name = "number.txt";

@@ -83,7 +83,7 @@ class ComtradeReader : public testing::Test {
 
 using Samples = std::vector<double>;
 
-// --- what a good record gives ----------------------------------------------------------------------------------------
+// --- valid records ---------------------------------------------------------------------------------------------------
 
 TEST_F(ComtradeReader, ReadsRevision1991) {
   const Record record = read(config_of_1991, "1,0,2,-3,0\n2,1000,4,5,1\n3,2000,-6,0,1\n");
@@ -358,7 +358,7 @@ TEST_F(ComtradeReader, TakesNoMemoryForClaimedRates) {
             in_cfg("line 8: sampling rate 2 of 4000000000: '31/12/1998' is not a number; correct the line"));
 }
 
-// --- odd but readable ------------------------------------------------------------------------------------------------
+// --- unusual but readable files --------------------------------------------------------------------------------------
 
 TEST_F(ComtradeReader, NotesALineFrequencyThatSaysNothing) {
   for (const std::string frequency : {"0", "unknown", "", "-50"}) {

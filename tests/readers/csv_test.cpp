@@ -304,7 +304,7 @@ TEST(CsvReader, CountsLinesInsideQuotedCells) {
   EXPECT_EQ(refusal("\"Ua\nleft\",Ub\n1,2\n3,x\n", 50).substr(0, 15), "t.csv: line 4: ");
 }
 
-// --- as spreadsheets and instruments write it ------------------------------------------------------------------------
+// --- tables from spreadsheets and instruments ------------------------------------------------------------------------
 
 TEST(CsvReader, ReadsDecimalCommasAndSaysSo) {
   const Strings said = {"Numbers are read with a decimal comma."};

@@ -212,7 +212,7 @@ TEST_F(LostRows, MayBeWhereTheRateIsThatOfTheStamps) {
   expect_hole(read(rows), 41, 41);
 }
 
-// --- rows that are there twice ---------------------------------------------------------------------------------------
+// --- duplicate rows --------------------------------------------------------------------------------------------------
 
 TEST_F(LostRows, ThatAreThereTwiceAreTakenOnce) {
   for (const Form form : {Form::ascii, Form::binary}) {

@@ -106,7 +106,7 @@ TEST(VoltageSets, SayHowTheirPhasesWereToldApart) {
             PhaseSource::phase_field);
 }
 
-// --- voltages between phases -----------------------------------------------------------------------------------------
+// --- line-to-line voltages -------------------------------------------------------------------------------------------
 
 Sets line_sets_in(const Record& record) {
   Sets result;
@@ -242,7 +242,7 @@ TEST(VoltageSets, GoByTheNameWhereThePhaseFieldIsFilledWithoutCare) {
   }
 }
 
-// --- what is said of them --------------------------------------------------------------------------------------------
+// --- properties of sets ----------------------------------------------------------------------------------------------
 
 TEST(VoltageSets, MayBeNamedByThePhaseAlone) {
   for (const std::vector<std::string>& names :

@@ -78,7 +78,7 @@ Cff binary() {
   return cff;
 }
 
-// --- what a good record gives ----------------------------------------------------------------------------------------
+// --- valid records ---------------------------------------------------------------------------------------------------
 
 TEST(SingleComtradeReader, IsReadWithAsciiData) {
   const Record record = read(Cff{}.text());
@@ -275,7 +275,7 @@ TEST(SingleComtradeReader, IsRefusedWhereALineEndConversionHasDamagedBinaryData)
       << refusal(cff.text());
 }
 
-// --- told from other files -------------------------------------------------------------------------------------------
+// --- distinction from other files ------------------------------------------------------------------------------------
 
 TEST(SingleComtradeReader, IsKnownByItsFirstLine) {
   EXPECT_TRUE(is_single_comtrade(Cff{}.text()));

@@ -34,7 +34,7 @@ std::string refusal_of(const DipDescription& dip) {
   return refusal_of([&] { waveform_of(dip); });
 }
 
-// --- which phases ----------------------------------------------------------------------------------------------------
+// --- choice of phases ------------------------------------------------------------------------------------------------
 
 struct FaultCase {
   const char* text;
@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, NoFaults,
                          testing::Values("", "D", "AA", "ABCA", "A B", "AB-", "A-", "-A", "A-A", "A--", "--A", "-A-",
                                          "---", "A-D", "A-BC", "1", "\x01"));
 
-// --- what they do to the phases --------------------------------------------------------------------------------------
+// --- effect on the phases --------------------------------------------------------------------------------------------
 
 TEST(Factors, ShrinkAndTurnThePhasesThatAreNamed) {
   const Factors factors = factors_of(parse_fault("CA"), 30, -20);
@@ -374,7 +374,7 @@ TEST(PointOnWave, IsThatOfTheBeginningOfAGradualFall) {
   EXPECT_NEAR(record_of(waveform_of(dip)).channels[0].samples[1920], 230 * std::numbers::sqrt2, 1e-7);
 }
 
-// --- all of it, in the samples ---------------------------------------------------------------------------------------
+// --- complete descriptions, checked in the samples -------------------------------------------------------------------
 
 TEST(Description, GivesEachStepItsVoltagesInTheSamples) {
   DipDescription dip;

@@ -118,7 +118,7 @@ TEST(CsvFile, BringsOtherRatesBackToNineDigits) {
   EXPECT_NEAR(back.rates[0].rate, 1234.5, 1234.5e-9 * 2);
 }
 
-// --- COMTRADE, as it is written --------------------------------------------------------------------------------------
+// --- written COMTRADE files ------------------------------------------------------------------------------------------
 
 /// Returns a record with peaks of 24.9995 V and 99.998 A, for which one step of the text format is 0.25 mV and 1 mA.
 readers::Record small_record() {
@@ -194,7 +194,7 @@ TEST(SingleComtrade, StatesTheLengthOfBinaryData) {
   EXPECT_TRUE(text.ends_with("\r\n--- file type: DAT BINARY: 30 ---\r\n" + pair.data)) << text;
 }
 
-// --- COMTRADE, as it comes back --------------------------------------------------------------------------------------
+// --- COMTRADE files that are read back -------------------------------------------------------------------------------
 
 struct ComtradeCase {
   const char* name;
