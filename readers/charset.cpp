@@ -60,8 +60,7 @@ struct Traits {
   double high = 0;           ///< number of bytes above ASCII
   double cyrillic_1251 = 0;  ///< how many of these are letters in Windows-1251
   double cyrillic_866 = 0;   ///< how many of these are letters in CP866
-  double lone = 0;           ///< how many are printable in Latin-1 and are either a sign or stand alone among ASCII
-                             ///< letters
+  double lone = 0;           ///< how many are printable in Latin-1, and a sign or alone among ASCII letters
   double pairs = 0;          ///< number of GBK characters, counted up to the first byte that is not part of one
   double common_pairs = 0;   ///< how many of these are everyday characters
   double below_letters = 0;  ///< bytes that are rare in Cyrillic text in Windows-1251 and frequent in Chinese text

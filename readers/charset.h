@@ -9,8 +9,7 @@ namespace readers {
 
 struct Utf8Text {
   std::string text;     ///< UTF-8; U+FFFD replaces what the character set has no character for
-  std::string charset;  ///< the character set it was read as: "UTF-8" (also for plain ASCII), "GBK", "Windows-1251",
-                        ///< ...
+  std::string charset;  ///< the character set used: "UTF-8" (also for plain ASCII), "GBK", "Windows-1251", ...
   bool guessed = false;
 };
 

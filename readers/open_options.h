@@ -10,10 +10,10 @@
 namespace readers {
 
 struct OpenOptions {
-  double sampling_rate = 0;  ///< samples per second, used when neither the file nor its time stamps give a rate; 0: not
-                             ///< given
-  std::string charset = {};  ///< character set of the file's text, a name that iconv knows; empty: it is detected from
-                             ///< the bytes
+  /// Samples per second, used when neither the file nor its time stamps give a rate; 0: not given.
+  double sampling_rate = 0;
+  /// The character set of the file's text, as iconv names it; empty: it is detected from the bytes.
+  std::string charset = {};
   /// Called with the record as its description gives it, without samples; returns for each channel whether its samples
   /// are wanted. Leaving channels out makes long files faster to read. Without this function all channels are wanted.
   std::function<std::vector<bool>(const Record&)> wanted = {};

@@ -29,14 +29,13 @@ struct Channel {
   std::string name;
   std::string phase;            ///< the file's phase field, unchanged ("A", "L1", ...); empty when there is none
   std::string unit;             ///< the file's unit, unchanged ("V", "kV", "A", ...); empty when there is none
-  std::vector<double> samples;  ///< in `unit`; NaN where the file marks a value as missing; empty when they were not
-                                ///< asked for
+  std::vector<double> samples;  ///< in `unit`; NaN for values marked as missing; empty when they were not asked for
   double primary = 1;           ///< transformer ratio as the file states it
   double secondary = 1;
   char side = 0;            ///< 'P' or 'S': samples are primary or secondary values; 0 when the file does not say
   bool zero_scale = false;  ///< the file's scale factor is 0, so all values are equal
-  double skew = 0;  ///< seconds by which the channel is sampled later than the row's time; `samples` are not corrected
-                    ///< for it
+  /// Seconds by which the channel is sampled later than the row's time; `samples` are not corrected for it.
+  double skew = 0;
 };
 
 /// A section of the record with one sampling rate.
@@ -56,8 +55,7 @@ struct Record {
   std::string start_time;          ///< as in the file, empty when there is none
   std::string trigger_time;        ///< as in the file, empty when there is none
   std::optional<double> trigger;   ///< seconds from the first sample, if the trigger is within the record
-  std::string time_zone;           ///< offset from UTC in hours as written in the file ("+5h30"); empty when the file
-                                   ///< does not say
+  std::string time_zone;           ///< offset from UTC as written in the file ("+5h30"); empty when it is not stated
   double line_frequency = 0;       ///< hertz; 0 when the file does not say
   std::vector<RateSection> rates;  ///< in order; their last `end` is the record's length
   std::vector<Channel> channels;   ///< analog channels, all of the same length

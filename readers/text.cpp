@@ -120,8 +120,7 @@ std::string_view without_file_marks(std::string_view content) {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   constexpr std::string_view file_end("\r\n\x1A\0", 4);
   if (content.starts_with(byte_order_mark)) content.remove_prefix(byte_order_mark.size());
-  return content.substr(0, content.find_last_not_of(file_end) + 1);  // npos + 1 is 0: the content consists of marks
-                                                                     // only
+  return content.substr(0, content.find_last_not_of(file_end) + 1);  // npos + 1 is 0: there are only marks
 }
 
 bool is_utf16(std::string_view content) {

@@ -99,8 +99,7 @@ double usual_lag(const std::vector<double>& stamps, std::size_t start, std::size
 /// rows.
 bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t end, std::size_t at, double step,
               double steps) {
-  constexpr double drift = 0.3;  // the largest deviation that a slightly inaccurate rate can accumulate over so many
-                                 // rows
+  constexpr double drift = 0.3;  // steps that a slightly inaccurate rate can accumulate over so many rows
   const std::size_t before = at - begin;
   const std::size_t behind = end - at;
   for (const std::size_t rows : {8U, 64U}) {  // rows on both sides together

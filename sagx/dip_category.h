@@ -38,8 +38,8 @@ int category_by_phases(LowPhases low);
 int category_by_angle(const vec_struct& negative, const vec_struct& positive_before, const vec_struct& positive,
                       int low_count);
 
-/// Returns the category with zero sequence for a two-phase category, if the zero-sequence component is above the
-/// threshold.
+/// Returns the corresponding category with zero sequence for a two-phase category, if the zero-sequence component is
+/// above the threshold; otherwise the category itself.
 int with_zero_sequence(int category, float zero_sequence, float threshold);
 
 /// One sample of a dip in symmetrical components, with the magnitudes that the caller has measured.

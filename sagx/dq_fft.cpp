@@ -12,7 +12,7 @@ namespace {
 
 constexpr int most_points = 4096;
 
-/// exp(-j 2 pi i / 4096) for all i.
+/// Returns exp(-j 2 pi i / 4096) for all i.
 std::array<vec_struct, most_points> make_twiddles() {
   std::array<vec_struct, most_points> table;
   for (int i = 0; i < most_points; i++) {
@@ -22,7 +22,7 @@ std::array<vec_struct, most_points> make_twiddles() {
   return table;
 }
 
-/// exp(-j 2 pi index / points).
+/// Returns exp(-j 2 pi index / points).
 const vec_struct& twiddle(int index, int points) {
   static const auto table = make_twiddles();
   return table[static_cast<std::size_t>(index * (most_points / points))];

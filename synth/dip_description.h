@@ -12,8 +12,7 @@ namespace synth {
 /// The phases that dip.
 struct Fault {
   int mask = 7;                 ///< 1 = A, 2 = B, 4 = C
-  bool between_phases = false;  ///< the two phases move towards each other, without zero sequence; otherwise each phase
-                                ///< shrinks
+  bool between_phases = false;  ///< the two phases approach each other without zero sequence; otherwise each shrinks
 };
 
 /// Parses "ABC", "A", "CA", ... for phases that shrink and "B-C" for two that move towards each other. Throws
@@ -31,8 +30,7 @@ struct DipDescription {
   // Each list has one entry per step of the dip; a single entry applies to all steps.
   std::vector<double> durations = {0.2};  ///< seconds
   std::vector<double> depths = {50};      ///< depth of the lowest phase, per cent of the voltage before the dip
-  std::vector<double> jumps = {0};        ///< phase jump of the dipped phases, degrees; must be 0 when two phases move
-                                          ///< towards each other
+  std::vector<double> jumps = {0};        ///< phase jump of the dipped phases, degrees; must be 0 if `between_phases`
   double fall = 0;           ///< duration of the fall before the first step, in seconds; the fall is linear
   double recovery = 0;       ///< duration of the recovery after the last step, in seconds
   double point_on_wave = 0;  ///< angle of phase A's sine at the start of the dip, degrees

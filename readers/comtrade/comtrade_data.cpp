@@ -465,8 +465,7 @@ class RowReader : public BinaryReader {
   /// being filled with other values.
   class Values {
    public:
-    using iterator_category = std::random_access_iterator_tag;  // allows the distance to be computed, which is all that
-                                                                // is needed of it
+    using iterator_category = std::random_access_iterator_tag;  // only the distance is needed of it
     using value_type = double;
     using difference_type = std::ptrdiff_t;
     using pointer = const double*;
@@ -533,8 +532,7 @@ class RowReader : public BinaryReader {
     for (std::size_t r = 0; r < rows; r++) data_.stamps.push_back(stamps[r] == no_stamp ? no_value : stamps[r]);
   }
 
-  static constexpr std::size_t rows_at_once = 128;  ///< small enough to stay in the fastest cache while each channel is
-                                                    ///< read
+  static constexpr std::size_t rows_at_once = 128;  ///< few enough to stay in the fastest cache
 
   const ComtradeConfig& config_;
   std::vector<std::size_t> wanted_;

@@ -31,8 +31,7 @@ struct ComtradeData {
   std::size_t rows = 0;
   std::vector<std::vector<double>> samples;  ///< scaled, per analog channel; NaN where a value is marked as missing
   std::vector<double> stamps;                ///< stamp of each row as stored; NaN where a row has none
-  bool stamps_agree = false;                 ///< whether every step matches the record's only rate; `stamps` is then
-                                             ///< empty
+  bool stamps_agree = false;                 ///< every step matches the record's only rate; `stamps` is then empty
   RowNumbers numbers;
   std::vector<std::string> notes;
 };

@@ -21,8 +21,7 @@ using tests::same_bits;
 using Values = std::vector<float>;
 
 constexpr double degree = std::numbers::pi / 180;
-constexpr double line_over_phase = 1.224744871391589;  // sqrt(3 / 2): the length of a set's vector in the frame per
-                                                       // volt of peak
+constexpr double line_over_phase = 1.224744871391589;  // sqrt(3 / 2): length of a set's vector per volt of peak
 
 Values times(int smp, int n) {
   Values t;

@@ -15,8 +15,7 @@ using tests::rms_over;
 using tests::sine_in;
 using Samples = std::vector<double>;
 
-constexpr double exact = 1e-9;  // volts, for values of some hundred volts: the rounding error of sines and sums in
-                                // double precision
+constexpr double exact = 1e-9;  // volts: the rounding error in double for some hundred volts
 
 /// Returns a waveform of 230 V at 50 Hz with `per_cycle` samples per cycle, lasting `cycles` cycles.
 Waveform steady(int per_cycle, int cycles) {
