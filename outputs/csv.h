@@ -7,11 +7,13 @@
 
 namespace outputs {
 
-/// A heading, then one row per segment, in order of time; a dip without segments has one row, which says why. Fields by
-/// RFC 4180, lines end in LF, numbers in full. No text is taken for a formula by a spreadsheet.
+/// A heading, then one row per segment of a dip, in order of time; events without segments have one row. Fields by RFC
+/// 4180, lines end in LF, times are seconds from the record's first sample. No text is taken for a formula by a
+/// spreadsheet.
 std::string csv_of(const readers::Record& record, const analysis::Analysis& analysis);
 
-/// A text as one field. One that a spreadsheet would calculate gets an apostrophe in front.
+/// A text as one field. One that a spreadsheet would calculate gets an apostrophe in front; one that holds a separator
+/// that any spreadsheet knows is quoted.
 std::string csv_field(const std::string& text);
 
 }  // namespace outputs

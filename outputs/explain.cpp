@@ -9,59 +9,38 @@
 #include <string_view>
 #include <vector>
 
-#include "analysis/embedded/limits.h"
-#include "analysis/event_terms.h"
-#include "analysis/findings.h"
-#include "analysis/quantity_text.h"
 #include "outputs/dip_category_name.h"
+#include "outputs/figures_text.h"
 #include "outputs/phasor_sketch.h"
 #include "readers/text.h"
 #include "synth/dip_description.h"
 
 namespace outputs {
 
-using analysis::count_text;
-using analysis::Obstacle;
-namespace embedded = analysis::embedded;
-
 namespace {
 
 constexpr int not_classified = 10;
 
-std::string decided_by_components() {
-  return fmt::format(
-      "Each sample of a segment votes. Where the negative sequence is below {:g} % of nominal, the phases below the dip "
-      "threshold decide: one, two or all three; in dips of up to {} cycles, all three low are a three-phase dip in any "
-      "case. Otherwise the angle between the negative sequence and what the positive sequence lost decides, in sectors "
-      "of 60 degrees (two-phase dips at 0, 120 and 240 degrees, single-phase dips at 180, 300 and 60). A two-phase dip "
-      "whose zero sequence exceeds {:g} % of nominal has a code of its own. The segment gets the category with the most "
-      "votes.",
-      embedded::least_negative_sequence_percent, embedded::longest_short_window_cycles,
-      embedded::least_zero_sequence_percent);
-}
+constexpr int three_phase = 9;
 
-constexpr std::array<Obstacle, 9> obstacles = {
-    Obstacle::not_recovered, Obstacle::near_start,      Obstacle::near_end,
-    Obstacle::too_shallow,   Obstacle::unstable,        Obstacle::too_long,
-    Obstacle::not_segmented, Obstacle::unsteady_before, Obstacle::not_found_again};
+constexpr const char* decided_by_components =
+    "Each voltage of the segment is divided by its own voltage before the dip, and the symmetrical components V0, V1, V2 "
+    "are taken of the three. Where V2 is below 1.5 % of the positive sequence before, or below 8 % of its loss 1 - V1, "
+    "all three phases fall alike. Otherwise the angle of V2 / (1 - V1) decides, in sectors of 60 degrees: two-phase dips "
+    "lie at 0 (B and C), 120 (C and A) and 240 degrees (A and B), single-phase dips at 180 (A), 300 (B) and 60 degrees "
+    "(C). Zero sequence is looked at apart: a two-phase dip has a code of its own when V0 is above 2 % and above a "
+    "quarter of V2. In a network whose phases follow each other as A, C, B, the sectors lie the other way round. Source: "
+    "M. H. J. Bollen, Understanding Power Quality Problems (IEEE Press, 2000), chapter 4.";
 
-/// Text of one paragraph in lines that fit a terminal.
-std::string paragraph(std::string_view words) {
-  constexpr std::size_t widest = 78;
-  std::string text;
-  std::size_t width = 0;
-  while (!words.empty()) {
-    const std::size_t length = std::min(words.find(' '), words.size());
-    if (width > 0) {
-      const bool fits = width + 1 + length <= widest;
-      text += fits ? ' ' : '\n';
-      width = fits ? width + 1 : 0;
-    }
-    text += words.substr(0, length);
-    width += length;
-    words.remove_prefix(std::min(length + 1, words.size()));
-  }
-  return text + '\n';
+constexpr const char* decided_by_library =
+    "Only results of the embedded library (--library) have this code. The library also decides codes 0 to 9 by the "
+    "symmetrical components, but for each sample, and takes the category that most samples of the segment have; it "
+    "gives this code where no sample has one.";
+
+constexpr std::size_t width = 78;
+
+std::string paragraph(const std::string& words) {
+  return wrapped(words, width);
 }
 
 /// What the three phases do in a dip of a category, as the generator writes it.
@@ -75,27 +54,23 @@ std::string meaning_of(int category) {
     case 0:
     case 2:
     case 4:
-      return "Two phases move towards each other and fall; the three voltages still add up to zero. A fault between "
-             "two phases looks so, and one to earth behind a transformer without a path for zero sequence (type C of "
-             "the ABC classification).";
+      return "Two phases move towards each other and fall; the three voltages still add up to zero. A fault between two "
+             "phases looks so (type C), and so does a fault of two phases to earth on the far side of a transformer "
+             "without a path for zero sequence (type G).";
     case 1:
     case 3:
     case 5:
-      return "One phase falls more than the others. A fault of one phase to earth looks so (type B of the ABC "
-             "classification), and behind a transformer also a fault between two phases (type D).";
+      return "One phase falls more than the others. A fault of one phase to earth looks so (type B). On the far side of "
+             "a transformer, faults between two phases (type D) and of two phases to earth (type F) do.";
     case 6:
     case 7:
     case 8:
       return "Two phases fall and the three voltages no longer add up to zero. A fault of two phases to earth looks so "
-             "(types E and G of the ABC classification).";
-    case 9:
-      return "All three phases fall alike. A three-phase fault looks so, or the start of a large motor (type A of the "
-             "ABC classification).";
+             "(type E).";
+    case three_phase:
+      return "All three phases fall alike. A three-phase fault looks so, or the start of a large motor (type A).";
     default:
-      return fmt::format(
-          "No sample had a category: the negative sequence is below {:g} % of nominal with no phase below the dip "
-          "threshold, or the positive sequence lost nothing.",
-          embedded::least_negative_sequence_percent);
+      return "The embedded library found no category for the segment.";
   }
 }
 
@@ -111,47 +86,10 @@ std::string sketch_of(int category) {
 
 std::string category_explained(int category) {
   std::string text = fmt::format("{}   {}\n\n{}\nHow it is decided\n{}", category, dip_category_name(category),
-                                 paragraph(meaning_of(category)), paragraph(decided_by_components()));
+                                 paragraph(meaning_of(category)),
+                                 paragraph(category == not_classified ? decided_by_library : decided_by_components));
   if (category != not_classified) text += '\n' + sketch_of(category);
   return text;
-}
-
-/// How it comes about, and what helps.
-std::string reason_explained(Obstacle obstacle) {
-  switch (obstacle) {
-    case Obstacle::not_recovered:
-      return "No phase-voltage sample behind the fall brings the lowest one-cycle RMS back to the dip threshold. "
-             "Start, lowest voltages and kind are still right for what was recorded. A longer record would help.";
-    case Obstacle::near_start:
-    case Obstacle::near_end:
-      return fmt::format(
-          "Segments are told apart in a window that reaches {} cycles past the dip on either side. A record that begins "
-          "earlier or ends later would help.",
-          count_text(embedded::window_margin_cycles));
-    case Obstacle::too_shallow:
-      return "Such dips are too close to the ordinary changes of the voltage for their segments to mean anything. "
-             "Start, end and lowest voltages are right.";
-    case Obstacle::unstable:
-      return "The half-cycle RMS changes so much for so long that steps of the dip cannot be told from it; flicker and "
-             "arc furnaces do that.";
-    case Obstacle::too_long:
-      return fmt::format(
-          "One run of the library takes {} cycles ({} s at 50 Hz), and segments are told apart within one run. Start, "
-          "end and lowest voltages are right.",
-          embedded::longest_run_cycles, embedded::longest_run_cycles / 50);
-    case Obstacle::not_segmented:
-      return "The dip has no stretch in which the voltage stays about the same, or its transitions hide one another; "
-             "slow falls over many cycles do that. Start, end and lowest voltages are right.";
-    case Obstacle::unsteady_before:
-      return "Level and angle before the dip are taken from two cycles that must not differ by more than 10 % between "
-             "the phases. Another dip or a slow fall just before this one spoils them.";
-    case Obstacle::not_found_again:
-      return "The dip lies below the threshold of the record's first cycles, but the level just before it had sunk "
-             "already; against that level it is no dip.";
-    case Obstacle::none:
-      break;
-  }
-  return "";
 }
 
 /// Of EN 50160's table: "d2".
@@ -169,52 +107,107 @@ struct Term {
 const std::vector<Term>& terms() {
   static const std::vector<Term> list = {
       {"dip", "voltage dip (sag)",
-       fmt::format("The voltage of at least one phase falls below 90 % of the pre-event voltage for a while: from the "
-                   "sample at which the lowest phase's one-cycle RMS passes that threshold to the one at which it is "
-                   "back. Dips less than {} cycles apart count as one; a note tells how many IEC 61000-4-30 would "
-                   "count.",
-                   count_text(embedded::joining_cycles))},
-      {"residual_voltage", "residual voltage",
-       "Of a dip: the lowest one-cycle RMS of its lowest phase, as IEC 61000-4-30 has it. Of a segment: per phase, the "
-       "lowest magnitude of the dq transform in that stretch. It follows a change within a quarter of a cycle, where "
-       "the RMS takes a whole one, so that it is right in short segments too. Harmonics do not count in it, and it "
-       "differs from the RMS by some per cent, where a dip is deep and short by more."},
-      {"depth", "depth", "100 % less a dip's residual voltage in per cent of the pre-event voltage."},
-      {"duration", "duration",
-       "From the sample at which the lowest phase's one-cycle RMS passes the dip threshold to the one at which it is "
-       "back."},
-      {"segment", "segment",
-       "A stretch of a dip in which the voltage stays about the same: from the end of one transition to the start of "
-       "the next. Transitions are found in the voltage's 50 Hz part, not in the one-cycle RMS that start and end of "
-       "the dip are taken from, so that a segment may begin up to a cycle ahead of the dip."},
-      {"unbalance", "voltage unbalance",
-       "The largest ratio of negative to positive sequence in a segment. Where all voltages are next to zero it is one "
-       "of noise to noise."},
-      {"phase_jump", "phase jump",
-       "The angle of a phase where it is lowest in the segment, against its angle before the dip. Where the voltage is "
-       "next to zero it is one of noise."},
-      {"point_on_wave", "point on wave",
-       "The angle of each phase's sine at the start of the dip: 0 at the rising zero crossing, 90 at the crest."},
+       "An event of IEC 61000-4-30: Urms(1/2) of at least one voltage falls below the dip threshold (90 % of the "
+       "reference). It begins with the first voltage below the threshold and is over when "
+       "all voltages are at the threshold plus the hysteresis again."},
+      {"swell", "voltage swell",
+       "An event of IEC 61000-4-30: Urms(1/2) of at least one voltage rises above the swell threshold (110 % of the "
+       "reference). It is over when all voltages are at the threshold less the hysteresis again."},
       {"interruption", "voltage interruption",
-       "A dip in which all three phases stood below 5 % at once, as EN 50160 has it. Per cent here are of the declared "
-       "voltage where --nominal gives it, otherwise of the pre-event voltage."},
+       "An event of IEC 61000-4-30: Urms(1/2) of all voltages is below the interruption threshold (5 % of the "
+       "reference) at once. It is over when one of them is at that threshold plus the hysteresis again. It lies within "
+       "a dip, which is an event of its own."},
+      {"rapid_voltage_change", "rapid voltage change",
+       "An event of IEC 61000-4-30 (edition 3): the voltage goes from one steady level to another without a dip or a "
+       "swell. It is steady while all values of Urms(1/2) of the last second lie within the threshold (3 % of the "
+       "declared voltage, or of the reference where none is declared) of their mean. The largest change is the largest "
+       "distance of Urms(1/2) from the level before, the steady change the one from the level before to the level "
+       "after."},
+      {"urms_half", "Urms(1/2)",
+       "The RMS voltage over one cycle, from one zero crossing of the fundamental to the next but one, refreshed every "
+       "half cycle (IEC 61000-4-30). Events of the standard are found and sized by it."},
+      {"reference", "reference of the thresholds",
+       "The voltage that thresholds are per cent of. It is the declared voltage where --nominal gives one; otherwise "
+       "each voltage's own usual level in the record, the pre-event voltage. A sliding reference follows the voltage: "
+       "RMS values over 10 cycles (12 at 60 Hz) pass a filter of one minute, which pauses during events (IEC "
+       "61000-4-30). --reference chooses one. Per cents of an event are of the highest reference of the voltages that "
+       "crossed the threshold."},
+      {"hysteresis", "hysteresis",
+       "By how much of the reference a voltage must be past the threshold again before the event is over: 2 % unless "
+       "set otherwise (IEC 61000-4-30). It keeps a voltage that sways about the threshold from making many events."},
+      {"residual_voltage", "residual voltage",
+       "The lowest Urms(1/2) of any voltage during a dip or an interruption (IEC 61000-4-30), in volts and in per cent "
+       "of the reference. Voltages of a segment are another figure: RMS values of the fundamental."},
+      {"depth", "depth", "100 % less the residual voltage in per cent of the reference (IEC 61000-4-30)."},
+      {"duration", "duration",
+       "By the standard: from the beginning of the first cycle whose Urms(1/2) crosses the threshold to the end of the "
+       "cycle that ends the event (IEC 61000-4-30). On the waveform: from the change that begins the dip to the one "
+       "that ends it. As Urms(1/2) needs whole cycles, the first is about a cycle longer for an abrupt dip. The "
+       "tolerance curves and EN 50160 go by the first."},
+      {"course", "course on the waveform",
+       "What the fundamentals of the voltages do from the change that begins a dip to the one that ends it: "
+       "transitions, and the segments between them. Abrupt changes are found to a part of a cycle; where the voltage "
+       "falls or recovers gradually, the course begins or ends as it passes 90 % of the level before. Per cents of the "
+       "course are of each voltage's own level before, the fundamental just before the dip; of a record that begins in "
+       "the dip, the declared voltage or the level after it."},
+      {"segment", "segment",
+       "A part of a dip's course between two transitions, in which the fundamentals are steady or change gradually "
+       "(the transition segments and event segments of IEEE 1564 and CIGRE/CIRED working group C4.110). Its voltages "
+       "are RMS values of the fundamental; in a gradual segment those where they are lowest."},
+      {"transition", "transition",
+       "A change from one segment to the next, from the first voltage that changes to the last. Faults and the "
+       "switching of breakers cause them; the poles of a breaker do not open at one instant."},
+      {"gradual", "gradual",
+       "The fundamentals change from beginning to end, as when motors start or recover, or transformers saturate. The "
+       "opposite of a segment is a steady one, that of a transition an abrupt one."},
+      {"type", "type of a dip",
+       "A to G, the ABC classification: A all three phases alike; B one phase, with zero sequence; C two phases that "
+       "move towards each other; D one phase more than the two others; E two phases, with zero sequence; F and G like D "
+       "and C, but with a positive-negative factor below one, as of faults of two phases to earth. It comes with the "
+       "phases by which it is symmetrical, and with a category code from 0 to 9. Source: M. H. J. Bollen, Understanding "
+       "Power Quality Problems (IEEE Press, 2000), chapter 4."},
+      {"characteristic_voltage", "characteristic voltage",
+       "One complex voltage for the depth of an unbalanced dip, which does not change as the dip passes transformers: "
+       "the positive sequence less the turned negative sequence, V1 - V2', each of the positive sequence before "
+       "(Bollen 2000, chapter 4). Of type A it is V1 itself."},
+      {"pn_factor", "positive-negative factor",
+       "The second complex figure of an unbalanced dip, V1 + V2', of the positive sequence before (Bollen 2000, chapter "
+       "4). It is about one for faults of one phase and between two, and lower for faults of two phases to earth and "
+       "where motors feed the fault."},
+      {"unbalance", "voltage unbalance",
+       "Negative over positive sequence of the segment's fundamentals, per cent (IEC 61000-4-30)."},
+      {"phase_jump", "phase jump",
+       "The angle of a voltage in the segment against the voltage before the dip, carried on at the line's frequency; "
+       "positive is leading, and values lie in (-180, 180] degrees. There is none below 5 % of the level before, where "
+       "the angle would be one of noise."},
+      {"point_on_wave", "point on wave",
+       "The angle of each voltage's sine at the instant at which the course begins: 0 at the rising zero crossing, 90 "
+       "at the crest (IEEE 1564). A dip that begins gradually has none."},
+      {"plus_minus", "plus or minus",
+       "Half the width of the interval in which the true value lies in 95 of 100 cases, as far as noise, flicker and "
+       "sampling tell. Outputs for people round it up to one unit of the last digit shown."},
+      {"explained", "explained share",
+       "Of all windows of one cycle between the start and the end of a course that hold no transition: how many agree "
+       "with the segment that they lie in. Below 90 %, the waveform does more than the segments say."},
+      {"wiring", "wiring",
+       "In which order the phases follow each other, and whether one voltage has the opposite polarity; both are told by "
+       "the voltages in their usual state. Types and sequence voltages are computed for the wiring that was found, and a "
+       "note says what is unusual."},
       {"declared", "declared voltage",
-       "What the voltage should be, given with --nominal as phase or line voltage, on either side of the transformers: "
-       "it is taken for the one that the record's level is nearest to. Where it is given, voltages are shown in per "
-       "cent of it too, and the tolerance curves, EN 50160's table and interruptions relate to it. The dip threshold "
-       "stays 90 % of the pre-event voltage."},
+       "What the voltage should be, given with --nominal. Whether it is a voltage of phases or between them is told by "
+       "the record's level, as is the side of the transformers, unless :phase or :line follows it. It is the reference "
+       "of the thresholds unless --reference chooses another, and of rapid voltage changes in any case."},
       {"itic", "the ITIC curve",
        "Equipment is to ride through a voltage of 0 % for 20 ms, 70 % for 0.5 s, 80 % for 10 s and 90 % for as long as "
-       "it lasts. A dip with its residual voltage on or above the curve at its duration is 'above', otherwise 'below'. "
-       "Per cent here are of the declared voltage where --nominal gives it, otherwise of the pre-event voltage."},
+       "it lasts. A dip whose residual voltage is on or above the curve at its duration is 'above', otherwise 'below'. "
+       "Per cents are of the reference."},
       {"semi_f47", "the SEMI F47 curve",
-       "Equipment is to ride through 50 % for 0.2 s, 70 % for 0.5 s and 80 % for 1 s. Dips shorter than 0.05 s or "
-       "longer than 1 s are 'outside' it. Per cent here are of the declared voltage where --nominal gives it, "
-       "otherwise of the pre-event voltage."},
+       "Equipment is to ride through 50 % for 0.2 s, 70 % for 0.5 s and 80 % for 1 s. Dips shorter than 0.05 s or longer "
+       "than 1 s are 'outside' it. Per cents are of the reference."},
       {"en50160", "EN 50160's table of dips",
        "Rows by residual voltage: A from 80 to below 90 %, B from 70, C from 40, D from 5, X below that. Columns by "
-       "duration: 1 from 10 to 200 ms, 2 to 0.5 s, 3 to 1 s, 4 to 5 s, 5 to 60 s. Per cent here are of the declared "
-       "voltage where --nominal gives it, otherwise of the pre-event voltage."},
+       "duration: 1 from 10 to 200 ms, 2 to 0.5 s, 3 to 1 s, 4 to 5 s, 5 to 60 s. Per cents are of the reference, which "
+       "by EN 50160 is the declared voltage."},
   };
   return list;
 }
@@ -228,11 +221,6 @@ std::optional<std::string> explanation_of(const std::string& asked) {
   for (int category = 0; category <= not_classified; category++) {
     if (code == fmt::format("{}", category)) return category_explained(category);
   }
-  for (const Obstacle obstacle : obstacles) {
-    const auto [name, sentence] = describe(obstacle);
-    if (code == name)
-      return fmt::format("{}   not analysed: {}\n\n{}", name, sentence, paragraph(reason_explained(obstacle)));
-  }
   if (is_cell(code)) code = "en50160";
   for (const auto& term : terms()) {
     if (code == term.code) return fmt::format("{}   {}\n\n{}", term.code, term.name, paragraph(term.text));
@@ -243,15 +231,10 @@ std::optional<std::string> explanation_of(const std::string& asked) {
 std::string list_of_codes() {
   std::string text = "Categories of a segment\n";
   for (int category = 0; category <= not_classified; category++) {
-    text += fmt::format("  {:<16} {}\n", category, dip_category_name(category));
-  }
-  text += "\nWhy a dip is not analysed\n";
-  for (const Obstacle obstacle : obstacles) {
-    const auto [name, sentence] = describe(obstacle);
-    text += fmt::format("  {:<16} {}\n", name, sentence);
+    text += fmt::format("  {:<22} {}\n", category, dip_category_name(category));
   }
   text += "\nTerms\n";
-  for (const auto& term : terms()) text += fmt::format("  {:<16} {}\n", term.code, term.name);
+  for (const auto& term : terms()) text += fmt::format("  {:<22} {}\n", term.code, term.name);
   return text;
 }
 

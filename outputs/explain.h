@@ -1,4 +1,4 @@
-// What the command's codes mean: categories, reasons why a dip is not analysed, and the field's terms.
+// What the command's codes mean: categories of dips, and the field's terms.
 #pragma once
 
 #include <optional>

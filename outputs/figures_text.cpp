@@ -2,6 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string_view>
+
 namespace outputs {
 
 namespace {
@@ -14,6 +19,36 @@ std::size_t columns_begun_by(char first) {
   return byte > 0xE2 ? 2 : 1;
 }
 
+/// Rounded up to a number of decimals; to one unit of the last of them at least.
+double rounded_up(double plus_minus, int decimals) {
+  constexpr double digits_of_a_double = 1e-9;
+  const double units = std::pow(10.0, decimals);
+  return std::max(1.0, std::ceil(plus_minus * units * (1 - digits_of_a_double))) / units;
+}
+
+std::string degrees_plus_minus(double plus_minus) {
+  return fmt::format(" ± {:.1f}°", rounded_up(plus_minus, 1));
+}
+
+struct Prefix {
+  double volts;
+  const char* unit;
+};
+
+/// The prefix that suits a size in volts.
+Prefix prefix_for(double size) {
+  constexpr std::array<Prefix, 3> prefixes = {{{1e6, "MV"}, {1e3, "kV"}, {1, "V"}}};
+  for (const Prefix& prefix : prefixes) {
+    if (size >= prefix.volts) return prefix;
+  }
+  return size > 0 ? Prefix{1e-3, "mV"} : Prefix{1, "V"};
+}
+
+/// Decimals that make four significant digits of a value of at most some thousands.
+int decimals_of(double value) {
+  return value >= 1000 ? 0 : value >= 100 ? 1 : value >= 10 ? 2 : 3;
+}
+
 }  // namespace
 
 std::string angle_text(double degrees) {
@@ -24,6 +59,47 @@ std::string angle_text(double degrees) {
 std::string turn_text(double degrees) {
   const std::string digits = fmt::format("{:+.1f}", degrees);
   return (digits.substr(1) == "0.0" ? "0.0" : digits) + "°";
+}
+
+std::string volts_text(const measure::Figure& volts) {
+  const double size = std::max(std::abs(volts.value), volts.plus_minus);
+  const Prefix prefix = prefix_for(size);
+  const int decimals = decimals_of(size / prefix.volts);
+  return fmt::format("{:.{}f} ± {:.{}f} {}", volts.value / prefix.volts, decimals,
+                     rounded_up(volts.plus_minus / prefix.volts, decimals), decimals, prefix.unit);
+}
+
+std::string angle_text(const measure::Figure& degrees) {
+  return angle_text(degrees.value) + degrees_plus_minus(degrees.plus_minus);
+}
+
+std::string turn_text(const measure::Figure& degrees) {
+  return turn_text(degrees.value) + degrees_plus_minus(degrees.plus_minus);
+}
+
+std::string instant_text(double record_seconds) {
+  return fmt::format("{:.4f} s", record_seconds);
+}
+
+std::string instant_text(double record_seconds, double plus_minus) {
+  return fmt::format("{} ± {:.1f} ms", instant_text(record_seconds), rounded_up(plus_minus * 1e3, 1));
+}
+
+std::string wrapped(const std::string& words, std::size_t width, std::size_t indent) {
+  const std::string margin(indent, ' ');
+  std::string text;
+  std::string line;
+  for (std::size_t at = 0; at <= words.size();) {
+    const std::size_t end = std::min(words.find(' ', at), words.size());
+    const std::string word = words.substr(at, end - at);
+    if (!line.empty() && indent + columns_of(line) + 1 + columns_of(word) > width) {
+      text += margin + line + '\n';
+      line.clear();
+    }
+    line += (line.empty() ? "" : " ") + word;
+    at = end + 1;
+  }
+  return text + margin + line + '\n';
 }
 
 std::size_t columns_of(const std::string& text) {

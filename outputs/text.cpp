@@ -2,212 +2,237 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iterator>
 
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
-#include "outputs/dip_category_name.h"
+#include "outputs/event_text.h"
 #include "outputs/figures_text.h"
+#include "outputs/library_text.h"
+#include "outputs/voltage_names.h"
 #include "readers/text.h"
 
 namespace outputs {
 
 using analysis::Analysis;
-using analysis::Dip;
-using analysis::duration_text;
-using analysis::EventTerms;
-using analysis::Obstacle;
-using analysis::Ride;
-using analysis::Segment;
-using analysis::tolerance_curves;
+using analysis::kind_words;
+using analysis::reference_words;
 using analysis::volts_text;
 
 namespace {
 
-std::string number_of(std::size_t count, const char* noun) {
-  return count == 0 ? fmt::format("no {}s", noun) : readers::plural(count, noun);
-}
+constexpr std::size_t width = 80;
 
-std::string segment_name(const Segment& segment) {
-  return fmt::format("{} ({})", dip_category_name(segment.category), segment.category);
-}
-
-/// One dip's lines: a heading, then a table with a column for each phase.
-class DipText {
+/// Record and rules: what the events are found in, and by what.
+class Preface {
  public:
-  DipText(const readers::Record& record, const Analysis& analysis, const Colours& colours)
-      : record_(record), analysis_(analysis), colours_(colours) {}
+  Preface(const readers::Record& record, const Analysis& analysis, const Colours& colours)
+      : record_(record), analysis_(analysis), voltages_(analysis.voltages), colours_(colours) {}
 
-  std::string of(std::size_t number, const Dip& dip) {
-    text_.clear();
-    const auto terms = terms_of(dip, analysis_);
-    add_heading(number, dip, terms);
-    line("", [&](std::size_t phase) { return colours_.faint(right(shortened(name(phase), 16))); });
-    levels("  lowest voltage", dip.lowest);
-    if (dip.obstacle == Obstacle::none) {
-      add_figures(dip);
-    } else {
-      note("not analysed further: ", describe(dip.obstacle).sentence);
-    }
-    add_tolerance(terms);
+  std::string text() {
+    text_ = colours_.heading(readers::inert(record_.file)) + '\n';
+    add_source();
+    add_extent();
+    add_voltages();
+    if (analysis_.declared) add_declared();
+    if (!analysis_.library) add_rules();
+    add(fmt::format("measured frequency {:.3f} Hz", analysis_.found.frequency));
+    add_notes();
     return text_;
   }
 
  private:
-  [[nodiscard]] double seconds(std::size_t sample) const { return analysis_.voltages.seconds_at(sample); }
-  [[nodiscard]] const std::string& name(std::size_t phase) const {
-    return record_.channels[analysis_.voltages.channels[phase]].name;
-  }
-  std::back_insert_iterator<std::string> out() { return std::back_inserter(text_); }
+  void add(const std::string& words) { text_ += wrapped(words, width, 2); }
 
-  static std::string right(const std::string& figure) { return fmt::format("{:>19}", figure); }
-
-  /// A line with a figure for each phase.
-  template <typename Figure>
-  void line(const char* heading, Figure figure) {
-    fmt::format_to(out(), "{:<22}", heading);
-    for (std::size_t phase = 0; phase < 3; phase++) text_ += figure(phase);
+  void add_source() {
+    text_ += "  " + record_.format;
+    for (const auto& about : {record_.station, record_.device, record_.start_time}) {
+      if (!about.empty()) text_ += ", " + about;
+    }
     text_ += '\n';
   }
 
-  void levels(const char* heading, const std::array<double, 3>& volts) {
-    line(heading, [&](std::size_t phase) {
-      const std::string text =
-          right(fmt::format("{} {:>7.1f} %", volts_text(volts[phase]), analysis_.percent(volts[phase])));
-      return volts[phase] < analysis_.threshold ? colours_.low(text) : text;
-    });
-    if (!analysis_.declared) return;
-    line("      of declared", [&](std::size_t phase) {
-      return right(fmt::format("{:.1f} %", *analysis_.percent_of_declared(volts[phase])));
-    });
+  void add_extent() {
+    const auto& part = voltages_.part;
+    if (voltages_.parts > 1) text_ += fmt::format("  part {} of {}\n", voltages_.part_number, voltages_.parts);
+    add(fmt::format("{:.4g} s: {} samples at {:g} Hz, {:.6g} per cycle of {:g} Hz",
+                    static_cast<double>(part.length()) / part.rate, part.length(), part.rate,
+                    voltages_.samples_per_cycle(), voltages_.line_frequency));
   }
 
-  void angles(const char* heading, const std::array<double, 3>& degrees, std::string (*words)(double)) {
-    line(heading, [&](std::size_t phase) { return right(words(degrees[phase])); });
-  }
-
-  void note(const char* what, const std::string& text) { text_ += "  " + colours_.note(what + text) + '\n'; }
-
-  void add_heading(std::size_t number, const Dip& dip, const EventTerms& terms) {
-    text_ += '\n' + colours_.heading(fmt::format("dip {}", number));
-    fmt::format_to(out(), "   {:.4f} s to ", seconds(dip.start));
-    if (terms.seconds) {
-      fmt::format_to(out(), "{:.4f} s, {}, {:.2f} cycles\n", seconds(*dip.end), duration_text(*terms.seconds),
-                     static_cast<double>(*dip.end - dip.start) / analysis_.voltages.samples_per_cycle);
-    } else {
-      fmt::format_to(out(), "the end of the {}, {} and on\n", analysis_.voltages.parts > 1 ? "record's part" : "record",
-                     duration_text(terms.least_seconds));
+  void add_voltages() {
+    std::string words = voltages_.between_phases ? "voltages between phases " : "voltages ";
+    for (std::size_t phase = 0; phase < voltages_.phases; phase++) {
+      words += (phase == 0 ? "" : ", ") + voltage_name(record_, voltages_, phase);
     }
-    fmt::format_to(out(), "  {}, residual voltage {} ({:.1f} %) in {}, depth {:.1f} %\n", kind_of(terms),
-                   volts_text(terms.residual), terms.residual_percent, name(terms.worst_phase), terms.depth_percent);
+    const auto& first = record_.channels[voltages_.channels[0]];
+    if (voltages_.unit_assumed[0]) words += " (unit taken for V)";
+    if (is_of_transformer(first)) words += " (" + side_text(first) + ")";
+    text_ += "  " + words + '\n';
+    if (voltages_.phases < 3) add("Types and sequences of dips need three voltages and are not shown.");
   }
 
-  void add_figures(const Dip& dip) {
-    if (dip.point_on_wave) {
-      angles("  point on wave", *dip.point_on_wave, angle_text);
-    } else {
-      text_ += "  point on wave       none: no phase stood at 95 % of nominal before the fall\n";
+  /// One figure for each voltage: "Ua 230.0 V, Ub 230.0 V, Uc 230.0 V".
+  template <typename Text>
+  [[nodiscard]] std::string of_each(Text figure) const {
+    std::string text;
+    for (std::size_t phase = 0; phase < voltages_.phases; phase++) {
+      text += (phase == 0 ? "" : ", ") + voltage_name(record_, voltages_, phase) + ' ' + figure(phase);
     }
-    line("  fastest change", [&](std::size_t phase) { return right(volts_text(dip.voltage_change[phase]) + "/s"); });
-    if (dip.gradual_fall_doubtful) {
-      note("", "less than five steady cycles lie before it: a gradual fall may be measured wrongly");
-    }
-    for (std::size_t i = 0; i < dip.segments.size(); i++) add_segment(i + 1, dip.segments[i]);
+    return text;
   }
 
-  void add_segment(std::size_t number, const Segment& segment) {
-    fmt::format_to(out(), "  {}  {:.4f} s to {:.4f} s: {}\n", colours_.heading(fmt::format("segment {}", number)),
-                   seconds(segment.samples.begin), seconds(segment.samples.end), segment_name(segment));
-    levels("    residual voltage", segment.residual);
-    angles("    phase jump", segment.phase_jump, turn_text);
-    const std::string letters = phase_letters(segment.low_mask);
-    fmt::format_to(out(), "    {} below the threshold{}, unbalance {:.1f} %\n",
-                   number_of(static_cast<std::size_t>(segment.low_count), "phase"),
-                   letters.empty() ? "" : " (" + letters + ")", segment.unbalance);
-    if (is_next_to_nothing(segment, analysis_))
-      note("  ", "with next to no voltage, its angles and unbalance are noise");
+  void add_declared() {
+    const auto& declared = *analysis_.declared;
+    std::string words =
+        fmt::format("declared {} voltage {} ({})", declared.line ? "line" : "phase", volts_text(declared.given),
+                    declared.by_user ? "as given" : "by the record's level");
+    if (declared.secondary) words += ", divided by the transformer's ratio";
+    if (declared.level != declared.given) words += fmt::format(": {} for these voltages", volts_text(declared.level));
+    add(words);
+    add("usual Urms(1/2) of the declared voltage: " + of_each([&](std::size_t phase) {
+          return fmt::format("{:.1f} %", *analysis_.percent_of_declared(analysis_.usual_v[phase]));
+        }));
   }
 
-  void add_tolerance(const EventTerms& terms) {
-    std::string judged;
-    for (const auto& curve : tolerance_curves()) {
-      const auto ride = ride_through(curve, terms);
-      if (ride != Ride::not_judged) judged += fmt::format("{} {}, ", ride_name(ride), curve.name);
+  void add_rules() {
+    const auto& thresholds = analysis_.options.thresholds;
+    add(
+        fmt::format("events by IEC 61000-4-30, in per cent of the {}: dip below {:g} %, swell above {:g} %, "
+                    "interruption below {:g} %, hysteresis {:g} %",
+                    reference_words(analysis_.options.reference), thresholds.dip, thresholds.swell,
+                    thresholds.interruption, thresholds.hysteresis));
+    add(thresholds.rapid_change > 0 ? fmt::format("rapid voltage change above {:g} % of the {}",
+                                                  thresholds.rapid_change, change_reference_words(analysis_))
+                                    : "rapid voltage changes are not looked for");
+    add(reference_values());
+  }
+
+  [[nodiscard]] std::string reference_values() const {
+    const auto& reference_v = analysis_.found.reference_v;
+    const char* words = reference_words(analysis_.options.reference);
+    switch (analysis_.options.reference) {
+      case measure::Reference::declared:
+        return fmt::format("{} {}", words, volts_text(reference_v[0]));
+      case measure::Reference::sliding:
+        return fmt::format("{} at its beginning: ", words) +
+               of_each([&](std::size_t phase) { return volts_text(reference_v[phase]); });
+      case measure::Reference::pre_event:
+        break;
     }
-    const std::string cell = en50160_cell(terms);
-    if (!cell.empty()) judged += "cell " + cell + " of EN 50160, ";
-    if (judged.empty()) return;
-    fmt::format_to(out(), "  {} (by the {})\n", judged.substr(0, judged.size() - 2), judged_by(analysis_));
+    return fmt::format("{}: ", words) + of_each([&](std::size_t phase) { return volts_text(reference_v[phase]); });
+  }
+
+  void add_note(const std::string& note) { text_ += "  " + colours_.note("note: " + note) + '\n'; }
+
+  void add_notes() {
+    for (const auto* notes : {&record_.notes, &analysis_.notes}) {
+      for (const auto& note : *notes) add_note(note);
+    }
+    if (analysis_.found.begins_low) {
+      add_note("The first cycles are much lower than the usual level, which is that of a later time.");
+    }
   }
 
   const readers::Record& record_;
   const Analysis& analysis_;
+  const analysis::AnalysedVoltages& voltages_;
   const Colours& colours_;
   std::string text_;
 };
 
+std::string change_line(const readers::Record& record, const Analysis& analysis, const measure::Change& change) {
+  const auto& voltages = analysis.voltages;
+  std::string words = fmt::format("{} to {}: ", instant_text(voltages.record_seconds(change.start_s)),
+                                  instant_text(voltages.record_seconds(change.end_s)));
+  std::string changes;
+  for (std::size_t phase = 0; phase < voltages.phases; phase++) {
+    if (!change.phases[phase]) continue;
+    changes += fmt::format("{}{} from {} to {}", changes.empty() ? "" : ", ", voltage_name(record, voltages, phase),
+                           volts_text(change.before_v[phase]), volts_text(change.after_v[phase]));
+  }
+  return "  " + words + changes + '\n';
+}
+
+std::string changes_text(const readers::Record& record, const Analysis& analysis) {
+  const auto& changes = analysis.found.changes_without_event;
+  if (changes.empty()) return "";
+  std::string text = "\nchanges of the fundamental that belong to no event\n";
+  for (const auto& change : changes) text += change_line(record, analysis, change);
+  return text;
+}
+
+// --- one line per event ----------------------------------------------------------------------------------------------
+
+/// "gradual C (BC) 50.0 %": the lowest voltage in per cent of its own level before.
+std::string segment_words(const readers::Record& record, const Analysis& analysis, const measure::Segment& segment) {
+  if (!segment.measured) return "not measured";
+  const auto& phases = segment.phases;
+  const auto end = phases.begin() + static_cast<std::ptrdiff_t>(analysis.voltages.phases);
+  const auto lowest = std::min_element(phases.begin(), end, [](const auto& one, const auto& other) {
+    return one.share_of_before < other.share_of_before;
+  });
+  std::string words = segment.gradual ? "gradual " : "";
+  if (segment.type) {
+    words +=
+        fmt::format("{} ({}) ", segment.type->letter, voltages_text(record, analysis.voltages, segment.type->phases));
+  }
+  return words + fmt::format("{:.1f} %", 100 * lowest->share_of_before);
+}
+
+/// The segments of a dip, with what their per cents are of.
+std::string course_words(const readers::Record& record, const Analysis& analysis, const measure::Course& course) {
+  std::string words;
+  for (const auto& segment : course.segments) {
+    words += (words.empty() ? "" : ", then ") + segment_words(record, analysis, segment);
+  }
+  return words.empty() ? "no segments" : "segments of the level before: " + words;
+}
+
+std::string size_words(const Analysis& analysis, const measure::Event& event) {
+  if (event.kind == measure::EventKind::rapid_voltage_change) {
+    return fmt::format("largest change {:.2f} % of the {}", 100 * event.delta_max_v / event.reference_v,
+                       change_reference_words(analysis));
+  }
+  const char* reference = reference_words(analysis.options.reference);
+  const char* what = event.kind == measure::EventKind::swell ? "highest" : "residual";
+  return fmt::format("{} {:.1f} % of the {}", what, terms_of(event, analysis).percent, reference);
+}
+
+std::string time_words(const Analysis& analysis, const measure::Event& event) {
+  const auto terms = terms_of(event, analysis);
+  return fmt::format(
+      "{}, {}{}",
+      event.start_known ? instant_text(analysis.voltages.record_seconds(event.start_s)) : "before the beginning",
+      terms.seconds ? "" : "at least ", analysis::duration_text(terms.least_seconds));
+}
+
+std::string line_of(const readers::Record& record, const Analysis& analysis, std::size_t index,
+                    const Colours& colours) {
+  const measure::Event& event = analysis.found.events[index];
+  std::string line = readers::inert(record.file) + ": " +
+                     colours.heading(fmt::format("event {}, {}", index + 1, kind_words(event.kind)));
+  line += fmt::format("   {}, {}, {}", time_words(analysis, event), colours.low(size_words(analysis, event)),
+                      voltages_text(record, analysis.voltages, event.phases));
+  if (event.course) line += "; " + course_words(record, analysis, *event.course);
+  return line + '\n';
+}
+
 }  // namespace
 
 std::string text_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
-  std::string text = colours.heading(readers::inert(record.file)) + '\n';
-  auto out = std::back_inserter(text);
-  fmt::format_to(out, "  {}", record.format);
-  for (const auto& about : {record.station, record.device, record.start_time}) {
-    if (!about.empty()) fmt::format_to(out, ", {}", about);
-  }
-  const auto& voltages = analysis.voltages;
-  const auto& part = voltages.part;
-  fmt::format_to(out, "\n  {}{:.4g} s: {} samples at {:g} Hz, {} per cycle of {:g} Hz\n",
-                 voltages.parts > 1 ? fmt::format("part {} of {}, ", voltages.part_number, voltages.parts) : "",
-                 static_cast<double>(part.length()) / part.rate, part.length(), part.rate,
-                 voltages.resampled ? fmt::format("resampled to {}", voltages.samples_per_cycle)
-                                    : fmt::format("{}", voltages.samples_per_cycle),
-                 voltages.line_frequency);
-  fmt::format_to(out, "  voltages {}", voltages.between_phases ? "between phases " : "");
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    fmt::format_to(out, "{}{}", phase == 0 ? "" : ", ", record.channels[voltages.channels[phase]].name);
-  }
-  const auto& first = record.channels[voltages.channels[0]];
-  if (voltages.unit_assumed[0]) text += " (unit taken for V)";
-  if (is_of_transformer(first)) fmt::format_to(out, " ({})", side_text(first));
-  fmt::format_to(out, "\n  pre-event voltage {}, dip threshold {}\n", volts_text(analysis.pre_event_voltage),
-                 volts_text(analysis.threshold));
-  if (analysis.declared) {
-    fmt::format_to(out, "  declared {} voltage {}{}: the pre-event voltage is {:.1f} % of it\n",
-                   analysis.declared->line ? "line" : "phase", volts_text(analysis.declared->given),
-                   analysis.declared->secondary ? ", divided by the transformer's ratio" : "",
-                   *analysis.percent_of_declared(analysis.pre_event_voltage));
-  }
-  if (analysis.level_factor != 1) {
-    fmt::format_to(out, "  analysed at {:.6g} times the recorded voltages; shown are the recorded ones\n",
-                   analysis.level_factor);
-  }
-  for (const auto* notes : {&record.notes, &analysis.notes}) {
-    for (const auto& note : *notes) text += "  " + colours.note("note: " + note) + '\n';
-  }
-  fmt::format_to(out, "\n{}\n", number_of(analysis.dips.size(), "dip"));
-  DipText dip_text(record, analysis, colours);
-  for (std::size_t i = 0; i < analysis.dips.size(); i++) text += dip_text.of(i + 1, analysis.dips[i]);
-  return text;
+  std::string text = Preface(record, analysis, colours).text();
+  if (analysis.library) return text + library_text(record, analysis, colours);
+  const std::size_t events = analysis.found.events.size();
+  text += '\n' + (events == 0 ? "no events" : readers::plural(events, "event")) + '\n';
+  for (std::size_t i = 0; i < events; i++) text += event_text(record, analysis, i, colours);
+  return text + changes_text(record, analysis);
 }
 
 std::string lines_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
   std::string text;
-  for (std::size_t i = 0; i < analysis.dips.size(); i++) {
-    const Dip& dip = analysis.dips[i];
-    const auto terms = terms_of(dip, analysis);
-    std::string what;
-    for (const Segment& segment : dip.segments) what += (what.empty() ? "" : ", then ") + segment_name(segment);
-    if (dip.obstacle != Obstacle::none) what = std::string("not analysed: ") + describe(dip.obstacle).sentence;
-    std::string residual = fmt::format("residual {:.1f} %", terms.residual_percent);
-    if (analysis.declared) residual += fmt::format(", {:.1f} % of declared", terms.judged_percent);
-    if (analysis.voltages.between_phases) residual += " between phases";
-    text += fmt::format("{}: {}   {:.4f} s, {}, {}, {}\n", readers::inert(record.file),
-                        colours.heading(fmt::format("{} {}", kind_of(terms), i + 1)),
-                        analysis.voltages.seconds_at(dip.start),
-                        terms.seconds ? duration_text(*terms.seconds) : "not recovered", colours.low(residual),
-                        dip.obstacle == Obstacle::none ? what : colours.note(what));
-  }
+  for (std::size_t i = 0; i < analysis.found.events.size(); i++) text += line_of(record, analysis, i, colours);
   return text;
 }
 

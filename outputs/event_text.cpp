@@ -1,0 +1,156 @@
+#include "outputs/event_text.h"
+
+#include <fmt/format.h>
+
+#include "analysis/event_terms.h"
+#include "analysis/quantity_text.h"
+#include "outputs/course_text.h"
+#include "outputs/figures_text.h"
+#include "outputs/phase_table.h"
+#include "outputs/voltage_names.h"
+
+namespace outputs {
+
+using analysis::Analysis;
+using analysis::duration_text;
+using analysis::EventTerms;
+using analysis::kind_words;
+using analysis::reference_words;
+using analysis::volts_text;
+using measure::EventKind;
+
+namespace {
+
+constexpr std::size_t width = 80;
+
+class EventText {
+ public:
+  EventText(const readers::Record& record, const Analysis& analysis, std::size_t index, const Colours& colours)
+      : record_(record),
+        analysis_(analysis),
+        number_(index + 1),
+        event_(analysis.found.events[index]),
+        terms_(terms_of(event_, analysis)),
+        colours_(colours),
+        table_(analysis.voltages.phases, colours) {}
+
+  std::string text() {
+    add_heading();
+    if (event_.kind == EventKind::rapid_voltage_change) {
+      add_change();
+      return text_;
+    }
+    add_extreme();
+    add_crossings();
+    add_extremes_of_phases();
+    if (event_.kind == EventKind::dip) add_tolerance();
+    if (event_.course) text_ += course_text(record_, analysis_, event_, colours_);
+    return text_;
+  }
+
+ private:
+  void add(const std::string& words, std::size_t indent = 2) { text_ += wrapped(words, width, indent); }
+
+  [[nodiscard]] const char* reference() const { return reference_words(analysis_.options.reference); }
+  [[nodiscard]] const char* whole() const { return analysis_.voltages.parts > 1 ? "record's part" : "record"; }
+  [[nodiscard]] std::string instant(double seconds) const {
+    return instant_text(analysis_.voltages.record_seconds(seconds));
+  }
+  [[nodiscard]] std::string name(std::size_t phase) const { return voltage_name(record_, analysis_.voltages, phase); }
+
+  void add_heading() {
+    const std::string start =
+        event_.start_known ? instant(event_.start_s) : fmt::format("before the beginning of the {}", whole());
+    const std::string end = event_.end_s ? instant(*event_.end_s) : fmt::format("beyond the end of the {}", whole());
+    text_ += '\n' + colours_.heading(fmt::format("event {}: {}", number_, kind_words(event_.kind)));
+    text_ += fmt::format("   {} to {}\n", start, end);
+    const double cycles = terms_.least_seconds * analysis_.found.frequency;
+    add(fmt::format("duration {}{}, {:.2f} cycles of {:.3f} Hz", terms_.seconds ? "" : "at least ",
+                    duration_text(terms_.least_seconds), cycles, analysis_.found.frequency));
+  }
+
+  // --- rapid voltage changes -------------------------------------------------------------------------------------
+
+  [[nodiscard]] std::string volts_and_percent(double volts) const {
+    return fmt::format("{} ({:.2f} %)", volts_text(volts), 100 * volts / event_.reference_v);
+  }
+
+  void add_change() {
+    add(fmt::format("largest change {}, steady change {}, of the {} {}", volts_and_percent(event_.delta_max_v),
+                    volts_and_percent(event_.delta_steady_v), change_reference_words(analysis_),
+                    volts_text(event_.reference_v)));
+    add(fmt::format("changed: {}", voltages_text(record_, analysis_.voltages, event_.phases)));
+  }
+
+  // --- dips, swells and interruptions ----------------------------------------------------------------------------
+
+  void add_extreme() {
+    const bool swell = event_.kind == EventKind::swell;
+    std::string words =
+        fmt::format("{} {} in {}, {:.1f} % of the {} {}", swell ? "highest Urms(1/2)" : "residual voltage",
+                    volts_text(event_.extreme_v), name(event_.extreme_phase), terms_.percent, reference(),
+                    volts_text(event_.reference_v));
+    if (!swell) words += fmt::format(", depth {:.1f} %", terms_.depth_percent);
+    const auto of_declared = analysis_.percent_of_declared(event_.extreme_v);
+    if (of_declared && analysis_.options.reference != measure::Reference::declared) {
+      words += fmt::format("; {:.1f} % of the declared voltage", *of_declared);
+    }
+    add(words);
+  }
+
+  void add_crossings() {
+    const auto& thresholds = analysis_.options.thresholds;
+    const double threshold = event_.kind == EventKind::swell          ? thresholds.swell
+                             : event_.kind == EventKind::interruption ? thresholds.interruption
+                                                                      : thresholds.dip;
+    add(fmt::format("{} {:g} % of the {}: {}", event_.kind == EventKind::swell ? "above" : "below", threshold,
+                    reference(), voltages_text(record_, analysis_.voltages, event_.phases)));
+  }
+
+  void add_extremes_of_phases() {
+    const bool swell = event_.kind == EventKind::swell;
+    const measure::PerPhase& volts = swell ? event_.highest_v : event_.lowest_v;
+    const auto crossed = [&](std::size_t phase) { return event_.phases[phase]; };
+    text_ += table_.names([&](std::size_t phase) { return name(phase); });
+    text_ += table_.line(
+        swell ? "  highest Urms(1/2)" : "  lowest Urms(1/2)",
+        [&](std::size_t phase) { return volts_text(volts[phase]); }, crossed);
+    text_ += table_.line(
+        fmt::format("    of {}", volts_text(event_.reference_v)),
+        [&](std::size_t phase) { return fmt::format("{:.1f} %", 100 * volts[phase] / event_.reference_v); }, crossed);
+  }
+
+  void add_tolerance() {
+    std::string judged;
+    for (const auto& curve : analysis::tolerance_curves()) {
+      const auto ride = ride_through(curve, terms_);
+      if (ride != analysis::Ride::not_judged) judged += fmt::format("{} {}, ", ride_name(ride), curve.name);
+    }
+    const std::string cell = en50160_cell(terms_);
+    if (!cell.empty()) judged += "cell " + cell + " of EN 50160, ";
+    if (judged.empty()) return;
+    add(fmt::format("{} (by the {})", judged.substr(0, judged.size() - 2), reference()));
+  }
+
+  const readers::Record& record_;
+  const Analysis& analysis_;
+  std::size_t number_;
+  const measure::Event& event_;
+  EventTerms terms_;
+  const Colours& colours_;
+  PhaseTable table_;
+  std::string text_;
+};
+
+}  // namespace
+
+const char* change_reference_words(const Analysis& analysis) {
+  return reference_words(analysis.declared ? measure::Reference::declared : analysis.options.reference);
+}
+
+std::string event_text(const readers::Record& record, const Analysis& analysis, std::size_t index,
+                       const Colours& colours) {
+  return EventText(record, analysis, index, colours).text();
+}
+
+}  // namespace outputs

@@ -1,0 +1,118 @@
+#include "outputs/library_text.h"
+
+#include <fmt/format.h>
+
+#include "analysis/quantity_text.h"
+#include "outputs/dip_category_name.h"
+#include "outputs/figures_text.h"
+#include "outputs/phase_table.h"
+#include "outputs/voltage_names.h"
+#include "readers/text.h"
+
+namespace outputs {
+
+using analysis::Analysis;
+using analysis::volts_text;
+using analysis::embedded::ResultDip;
+using analysis::embedded::ResultSegment;
+
+namespace {
+
+constexpr std::size_t width = 80;
+
+class LibraryText {
+ public:
+  LibraryText(const readers::Record& record, const Analysis& analysis, const Colours& colours)
+      : record_(record),
+        analysis_(analysis),
+        results_(*analysis.library),
+        colours_(colours),
+        table_(analysis.voltages.phases, colours) {}
+
+  std::string text() {
+    text_ = '\n' + colours_.heading("results of the embedded library") + '\n';
+    if (!results_.refusal.empty()) {
+      add("The embedded library does not take this record: " + results_.refusal + ".");
+      return text_;
+    }
+    add_preface();
+    for (std::size_t i = 0; i < results_.dips.size(); i++) add_dip(i + 1, results_.dips[i]);
+    if (results_.unfinished_dip) {
+      text_ += '\n' + colours_.heading(fmt::format("dip {}", results_.dips.size() + 1));
+      text_ += fmt::format("   {}, goes on at the record's end\n", instant(*results_.unfinished_dip));
+    }
+    return text_;
+  }
+
+ private:
+  void add(const std::string& words, std::size_t indent = 2) { text_ += wrapped(words, width, indent); }
+
+  [[nodiscard]] std::string instant(std::size_t sample) const {
+    const auto& voltages = analysis_.voltages;
+    return instant_text(voltages.record_seconds(static_cast<double>(sample) / voltages.part.rate));
+  }
+  [[nodiscard]] double percent(double volts) const { return 100 * volts / results_.nominal_v; }
+
+  void add_preface() {
+    add("These are what a host of the library gets, by its own rules; dipx analyse without --library measures by "
+        "IEC 61000-4-30.");
+    if (results_.factor != 1) {
+      add(fmt::format("The library got the samples times {:.6g}; the voltages shown are the record's own again.",
+                      results_.factor));
+    }
+    add(fmt::format("nominal voltage {} (RMS of the lowest phase in the first two cycles), dip threshold {}",
+                    volts_text(results_.nominal_v), volts_text(results_.threshold_v)));
+    const std::size_t dips = results_.dips.size() + (results_.unfinished_dip ? 1 : 0);
+    text_ += '\n' + (dips == 0 ? "no dips" : readers::plural(dips, "dip")) + '\n';
+  }
+
+  void add_dip(std::size_t number, const ResultDip& dip) {
+    text_ += '\n' + colours_.heading(fmt::format("dip {}", number));
+    text_ += fmt::format("   {} to {}\n", instant(dip.begin), instant(dip.end));
+    if (dip.outcome != "analysed") {
+      text_ += "  " + colours_.note("not analysed further: " + dip.outcome) + '\n';
+      return;
+    }
+    add(fmt::format("duration {} (at 20 ms per cycle)", analysis::duration_text(dip.duration_s)));
+    text_ += table_.names([&](std::size_t phase) { return voltage_name(record_, analysis_.voltages, phase); });
+    text_ +=
+        table_.line("  point on wave", [&](std::size_t phase) { return angle_text(dip.point_on_wave_degrees[phase]); });
+    text_ += table_.line("  fastest change",
+                         [&](std::size_t phase) { return volts_text(dip.fastest_change_v_per_s[phase]) + "/s"; });
+    for (std::size_t i = 0; i < dip.segments.size(); i++) add_segment(i + 1, dip.segments[i]);
+  }
+
+  void add_segment(std::size_t number, const ResultSegment& segment) {
+    text_ += "  " + colours_.heading(fmt::format("segment {}", number));
+    text_ += fmt::format(" {} to {}: {} ({})\n", instant(segment.begin), instant(segment.end),
+                         dip_category_name(segment.category, analysis_.voltages.between_phases), segment.category);
+    const auto low = [&](std::size_t phase) { return (segment.phases_below >> phase & 1) != 0; };
+    text_ += table_.line(
+        "    lowest voltage", [&](std::size_t phase) { return volts_text(segment.residual_v[phase]); }, low);
+    text_ += table_.line(
+        "      of nominal",
+        [&](std::size_t phase) { return fmt::format("{:.1f} %", percent(segment.residual_v[phase])); }, low);
+    text_ +=
+        table_.line("    phase jump", [&](std::size_t phase) { return turn_text(segment.phase_jump_degrees[phase]); });
+    measure::PhaseFlags below{};
+    for (std::size_t phase = 0; phase < below.size(); phase++) below[phase] = low(phase);
+    add(fmt::format("below the threshold: {}; unbalance {:.1f} %", voltages_text(record_, analysis_.voltages, below),
+                    segment.unbalance_percent),
+        4);
+  }
+
+  const readers::Record& record_;
+  const Analysis& analysis_;
+  const analysis::embedded::Results& results_;
+  const Colours& colours_;
+  PhaseTable table_;
+  std::string text_;
+};
+
+}  // namespace
+
+std::string library_text(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
+  return LibraryText(record, analysis, colours).text();
+}
+
+}  // namespace outputs

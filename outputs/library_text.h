@@ -1,0 +1,16 @@
+// The embedded library's own results, as text for people.
+#pragma once
+
+#include <string>
+
+#include "analysis/findings.h"
+#include "outputs/colours.h"
+#include "readers/record.h"
+
+namespace outputs {
+
+/// What a host of the library gets for the record, or why the library does not take it. `analysis.library` must be
+/// there. Lines of at most 80 columns, ending in "\n"; the first line is empty.
+std::string library_text(const readers::Record& record, const analysis::Analysis& analysis, const Colours& colours);
+
+}  // namespace outputs

@@ -1,0 +1,31 @@
+#include "outputs/voltage_names.h"
+
+namespace outputs {
+
+namespace {
+
+/// Of two recorded voltages between phases the third was computed, and has no channel of its own.
+bool is_computed(const analysis::AnalysedVoltages& voltages, std::size_t phase) {
+  return voltages.computed || (phase > 0 && voltages.channels[phase] == voltages.channels[phase - 1]);
+}
+
+}  // namespace
+
+std::string voltage_name(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase) {
+  return is_computed(voltages, phase) ? voltages.letter(phase) : record.channels[voltages.channels[phase]].name;
+}
+
+std::string voltages_text(const readers::Record& record, const analysis::AnalysedVoltages& voltages,
+                          const measure::PhaseFlags& flags) {
+  std::string text;
+  if (voltages.phases == 3) {
+    text = voltages.letters(flags);
+  } else {
+    for (std::size_t phase = 0; phase < voltages.phases; phase++) {
+      if (flags[phase]) text += (text.empty() ? "" : ", ") + voltage_name(record, voltages, phase);
+    }
+  }
+  return text.empty() ? "none" : text;
+}
+
+}  // namespace outputs
