@@ -15,6 +15,7 @@
 #include "outputs/figures_text.h"
 #include "outputs/markup.h"
 #include "outputs/ticks.h"
+#include "outputs/voltage_names.h"
 
 namespace outputs {
 
@@ -295,10 +296,9 @@ class Figure {
     double x = left;
     const double room = (right - left) / 3;
     for (std::size_t phase = 0; phase < phases(); phase++) {
-      std::string name = analysis_.voltages.letter(phase);
-      if (!analysis_.voltages.computed) {
-        name += ": " + shortened(record_.channels[analysis_.voltages.channels[phase]].name, 14);
-      }
+      const std::string label = figure_label(record_, analysis_.voltages, phase);
+      const std::string channel = shortened(voltage_name(record_, analysis_.voltages, phase), 14);
+      const std::string name = label == channel ? label : label + ": " + channel;
       add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
           dashes[phase]);
       add("<text x=\"{}\" y=\"3.9\" font-size=\"{:.2f}\">{}</text>\n", x + 6, size_within(room - 7, name),
