@@ -233,9 +233,8 @@ class CourseText {
 
   void add_type(const Segment& segment) {
     if (!segment.type) {
-      add(analysis_.voltages.phases < 3 ? "type -: it needs three voltages"
-                                        : "type -: the angles before the dip are not known",
-          4);
+      // That fewer voltages have none is said once, with the voltages.
+      if (analysis_.voltages.phases == 3) add("type -: the angles before the dip are not known", 4);
       return;
     }
     const auto& type = *segment.type;
@@ -277,10 +276,7 @@ class CourseText {
   }
 
   void add_sequences(const Segment& segment) {
-    if (!segment.sequences) {
-      add("sequences -: they need three voltages", 4);
-      return;
-    }
+    if (!segment.sequences) return;
     const auto& sequences = *segment.sequences;
     std::string words = fmt::format("sequences: positive {}, negative {}", analysis::volts_text(sequences.positive_v),
                                     analysis::volts_text(sequences.negative_v));

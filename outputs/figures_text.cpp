@@ -44,6 +44,24 @@ Prefix prefix_for(double size) {
   return size > 0 ? Prefix{1e-3, "mV"} : Prefix{1, "V"};
 }
 
+/// Whether a word belongs on one line with the number before it.
+bool is_unit(std::string_view word) {
+  constexpr std::array<std::string_view, 10> units = {"%", "V", "kV", "MV", "mV", "s", "ms", "Hz", "degrees", "±"};
+  const std::size_t letters = word.find_last_not_of(".,;:()");
+  word = word.substr(0, letters == word.npos ? 0 : letters + 1);
+  return std::find(units.begin(), units.end(), word) != units.end();
+}
+
+/// The end of the word at a place, together with a unit after it.
+std::size_t end_of_unbroken(std::string_view words, std::size_t at) {
+  const auto end_of_word = [&](std::size_t from) { return std::min(words.find(' ', from), words.size()); };
+  std::size_t end = end_of_word(at);
+  while (end < words.size() && is_unit(words.substr(end + 1, end_of_word(end + 1) - end - 1))) {
+    end = end_of_word(end + 1);
+  }
+  return end;
+}
+
 /// Decimals that make four significant digits of a value of at most some thousands.
 int decimals_of(double value) {
   return value >= 1000 ? 0 : value >= 100 ? 1 : value >= 10 ? 2 : 3;
@@ -90,13 +108,13 @@ std::string wrapped(const std::string& words, std::size_t width, std::size_t ind
   std::string text;
   std::string line;
   for (std::size_t at = 0; at <= words.size();) {
-    const std::size_t end = std::min(words.find(' ', at), words.size());
-    const std::string word = words.substr(at, end - at);
-    if (!line.empty() && indent + columns_of(line) + 1 + columns_of(word) > width) {
+    const std::size_t end = end_of_unbroken(words, at);
+    const std::string piece = words.substr(at, end - at);
+    if (!line.empty() && indent + columns_of(line) + 1 + columns_of(piece) > width) {
       text += margin + line + '\n';
       line.clear();
     }
-    line += (line.empty() ? "" : " ") + word;
+    line += (line.empty() ? "" : " ") + piece;
     at = end + 1;
   }
   return text + margin + line + '\n';
