@@ -1,7 +1,8 @@
 /** @file
  * dipx - voltage dip (sag) analysis of three-phase 50 Hz waveform records.
  *
- * This header is all that most hosts need: fill a dipx_data_struct, call dipx_fun, read the dips from the same record.
+ * This header is all that most hosts need: fill in a dipx_data_struct, call dipx_fun, and read the dips from the same
+ * record.
  *
  * @code{.c}
  * static dipx_data_struct record;                 // 9.8 MB: keep it off the stack
@@ -13,16 +14,17 @@
  * @endcode
  *
  * What every host should know:
- *  - The library is single-threaded and not reentrant: one analysis at a time per process, and no entry point may be
- *    called while another runs.
- *  - It reports by lines on standard output and standard error; no function returns a status of the analysis.
+ *  - The library is single-threaded and not reentrant: only one analysis may run at a time per process, and no entry
+ *    point may be called while another one runs.
+ *  - It reports only through lines on standard output and standard error; no function returns a status of the
+ *    analysis.
  *  - Every dipx_fun writes the report "dipx_result.txt" (GBK, CR LF) into the current directory.
- *  - Two working records of 61 and 11 MB are allocated on first use and kept until sagx_free_all. Of the larger, only
- *    what a record needs becomes resident.
- *  - A record must begin with at least two undisturbed cycles, and a dip is analysed only when four cycles of the
- *    record lie on either side of it.
+ *  - The two working records of 61 and 11 MB are allocated on first use and kept until sagx_free_all. Only the part of
+ *    the larger one that a record needs becomes resident.
+ *  - A record must begin with at least two undisturbed cycles, and a dip is analysed only if the record has at least
+ *    four cycles on either side of it.
  *
- * The working records and the single stages of the analysis have headers of their own in the folder sagx/.
+ * The working records and the individual stages of the analysis have their own headers in the folder sagx/.
  */
 #ifndef DIPX_DLL_H
 #define DIPX_DLL_H
@@ -30,7 +32,7 @@
 #include <stddef.h>
 
 /** @def DIPX_API
- * Marks what the shared object exports; everything else in it is hidden. */
+ * Marks what the shared object exports; all other symbols in it are hidden. */
 #if defined(__GNUC__)
 #define DIPX_API __attribute__((visibility("default")))
 #else
@@ -43,18 +45,19 @@ extern "C" {
 
 /** Capacities of the host's record. */
 enum {
-  DIPX_SAMPLE_CAPACITY = 768000, /**< samples per phase that a host record holds; at most half of it is analysed */
+  DIPX_SAMPLE_CAPACITY = 768000, /**< samples per phase in a host record; at most half of them are analysed */
   DIPX_EVENT_CAPACITY = 32,      /**< dips per record */
   DIPX_SEGMENT_CAPACITY = 256    /**< entries of each per-segment list; the library fills at most the first 32 */
 };
 
 /**
- * One dip. Lists of segments hold `u_min_num` valid entries, lists of boundaries the count that stands before them;
- * what lies beyond a count is left as the host had it. Voltages are RMS in volts, angles in degrees, times in seconds.
- * A segment is a stretch of the dip between two transitions, in which the voltage is steady.
+ * One dip. Lists of segments hold `u_min_num` valid entries, and lists of boundaries hold as many as the count before
+ * them; entries beyond a count are left as the host set them. Voltages are RMS in volts, angles in degrees and times in
+ * seconds. A segment is a section of the dip between two transitions, in which the voltage is steady.
  *
- * In windows (the dip with four cycles on either side) of at most 500 cycles the phase jumps are read at the window's
- * first sample, where they are next to 0; in longer ones at the segment, and are not brought into one turn.
+ * In windows (the dip with four cycles on either side) of at most 500 cycles, the phase jumps are read at the window's
+ * first sample, where they are close to 0. In longer windows they are read in the segment and are not reduced to one
+ * turn.
  */
 typedef struct dipx_event_record {
   int dipx_cata_cause[DIPX_SEGMENT_CAPACITY]; /**< cause per segment; never written by the library */
@@ -64,25 +67,26 @@ typedef struct dipx_event_record {
   int dipx_cata_type[DIPX_SEGMENT_CAPACITY];
   float hold_time_rms; /**< always 0 */
   float hold_time_dq;  /**< duration of the dip, at 20 ms per cycle */
-  float POW_a;         /**< point on wave at the start of the dip, phase A: 0 at the rising zero crossing, below 360 */
-  float POW_b;         /**< the same, phase B */
-  float POW_c;         /**< the same, phase C */
+  float POW_a; /**< point on wave at the start of the dip, phase A: 0 at the rising zero crossing, less than 360 */
+  float POW_b; /**< the same, phase B */
+  float POW_c; /**< the same, phase C */
   /** largest rate at which the RMS changes in the first transition, phase A, volts per second */
   float Voltagechange_Va;
   float Voltagechange_Vb; /**< the same, phase B */
   float Voltagechange_Vc; /**< the same, phase C */
   int SEG_T_num;          /**< boundaries of the segmentation, at most 32 */
-  /** threshold crossings: positions in the dip's window, not in the record; 0 where there are fewer than boundaries */
+  /** threshold crossings: positions in the dip's window, not in the record; 0 if there are fewer crossings than
+   * boundaries */
   int SEG_T0_idx[DIPX_SEGMENT_CAPACITY];
   int SEG_T_idx[DIPX_SEGMENT_CAPACITY];       /**< boundaries: sample positions in the record */
   int SEG_RMS_T_num;                          /**< always 0 */
-  int SEG_RMS_T_idx[DIPX_SEGMENT_CAPACITY];   /**< never written, for its count is 0 */
+  int SEG_RMS_T_idx[DIPX_SEGMENT_CAPACITY];   /**< never written, because its count is 0 */
   int u_min_num;                              /**< segments with results, at most 32 */
   float ua_min[DIPX_SEGMENT_CAPACITY];        /**< residual voltage per segment, phase A */
   float ub_min[DIPX_SEGMENT_CAPACITY];        /**< the same, phase B */
   float uc_min[DIPX_SEGMENT_CAPACITY];        /**< the same, phase C */
   float u3_min[DIPX_SEGMENT_CAPACITY];        /**< the lowest of the three phases */
-  int order_min_idx[DIPX_SEGMENT_CAPACITY];   /**< where the segment's minimum lies: sample position in the record */
+  int order_min_idx[DIPX_SEGMENT_CAPACITY];   /**< position of the segment's minimum: sample position in the record */
   float angle_diff_ap[DIPX_SEGMENT_CAPACITY]; /**< phase jump of phase A where it is zero or positive, else 0 */
   float angle_diff_bp[DIPX_SEGMENT_CAPACITY]; /**< the same, phase B */
   float angle_diff_cp[DIPX_SEGMENT_CAPACITY]; /**< the same, phase C */
@@ -106,46 +110,49 @@ typedef struct dipx_data_struct {
 
 /**
  * Analyses a record and writes the dips into it and into "dipx_result.txt" in the current directory. Dips that were
- * found but not analysed (too shallow, too near an end of the record, ...) keep their place with zero results. A
- * refused record (rate or length out of range) gets the count that the last accepted one left, with zero contents.
+ * found but not analysed (because they are too shallow or too near an end of the record, for example) keep their place
+ * with zero results. A refused record (rate or length out of range) gets the count of the last accepted record, with
+ * zero contents.
  *
  * @param data the record, a dipx_data_struct; a null pointer is ignored
  */
 DIPX_API void dipx_fun(void* data);
 
 /**
- * Writes the report of a record, with dipx_fun_use_time in it, to "dipx_result.txt" in the current directory (GBK, CR
- * LF); silent when that file cannot be opened.
+ * Writes the report of a record, including dipx_fun_use_time, to "dipx_result.txt" in the current directory (GBK, CR
+ * LF). Prints nothing if that file cannot be opened.
  *
- * @param dipx the record; a null pointer is ignored, and lists are not followed past their capacities. The voltages
- * ahead of the dips are the RMS over its first `smp_rate` samples: not a number for a rate of 0, minus 0 for one below
+ * @param dipx the record; a null pointer is ignored, and lists are limited to their capacities. The voltages before the
+ * dips are the RMS over its first `smp_rate` samples; they are not a number for a rate of 0 and minus 0 for a negative
+ * rate
  */
 DIPX_API void print_to_txt(dipx_data_struct* dipx);
 
 /**
- * The other style, for hosts that read the working records themselves: sets the input of the next analysis and takes a
- * copy of the samples. The arrays must stay valid until the analysis (dipx_new_pro) has run and must not be the working
- * records' own. Null pointers or a rate or length below 1 are refused and leave everything as it was; what does not fit
- * the working record is not copied. Prints one line on standard error, whatever the result. When there is no memory,
- * neither working record is left and the input is set all the same: the next analysis allocates them anew.
+ * Sets the input of the next analysis and copies the samples. This is the alternative interface for hosts that read the
+ * working records themselves. The arrays must stay valid until the analysis (dipx_new_pro) has run, and they must not
+ * be the arrays of the working records. Null pointers and a rate or length below 1 are refused and leave everything
+ * unchanged; samples that do not fit into the working record are not copied. Prints one line on standard error,
+ * whatever the result. If memory runs out, both working records are released but the input is set nevertheless, and the
+ * next analysis allocates them again.
  *
  * @param va samples of phase A, volts, `smp_len` of them
  * @param vb the same, phase B
  * @param vc the same, phase C
- * @param smp_rate samples per 20 ms cycle, at least 1; the analysis takes 32 to 128
- * @param smp_len samples per phase, at least 1; the analysis takes two to 3000 cycles, at most 384000
+ * @param smp_rate samples per 20 ms cycle, at least 1; the analysis accepts 32 to 128
+ * @param smp_len samples per phase, at least 1; the analysis accepts two to 3000 cycles, at most 384000 samples
  */
 DIPX_API void sagx_init_from_samples(const float* va, const float* vb, const float* vc, int smp_rate, int smp_len);
 
 /**
- * Runs the analysis of the input that was set; results are in new_dipx_buf and dq_rms_buf (sagx/dq_dipx.h).
+ * Analyses the input that was set; the results are in new_dipx_buf and dq_rms_buf (sagx/dq_dipx.h).
  *
  * @param dipx_data ignored; may be null
  */
 DIPX_API void dipx_new_pro(dipx_data_struct* dipx_data);
 
-/** Gives the working records back, forgets the input, and says so on standard error. Harmless when there is nothing to
- * free. */
+/** Releases the working records, forgets the input and prints a line about this on standard error. Has no other effect
+ * if there is nothing to release. */
 DIPX_API void sagx_free_all(void);
 
 /** Milliseconds that the last dipx_fun took; while it runs, the clock's reading at its start. */

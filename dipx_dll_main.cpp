@@ -1,5 +1,5 @@
-// The host's side of the library: both ways in (a host record, or sample arrays), the results copied into the host
-// record, and the report file. The analysis itself is the driver's.
+// The host's side of the library: its two interfaces (a host record, or sample arrays), the copying of results into the
+// host record, and the report file. The analysis itself is in the driver.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -20,7 +20,7 @@ int dipx_fun_use_time = 0;
 
 namespace {
 
-/// Copies a list's first `count` entries as far as the working record's list and the host's both reach.
+/// Copies the first `count` entries of a list, limited to the lengths of the working record's list and of the host's.
 template <typename Value, std::size_t From, std::size_t To>
 void copy_list(const Value (&from)[From], int count, Value (&to)[To]) {
   std::copy_n(from, std::clamp(count, 0, static_cast<int>(std::min(From, To))), to);
@@ -38,7 +38,7 @@ void copy_dip(const dq_dipx_struct& dip, dipx_event_record& event) {
   event.Voltagechange_Va = dip.Voltagechange_Va;
   event.Voltagechange_Vb = dip.Voltagechange_Vb;
   event.Voltagechange_Vc = dip.Voltagechange_Vc;
-  // The names cross over on purpose: "phase type" is the number of phases, "type" the category.
+  // The names are crossed on purpose: "phase type" is the number of phases, and "type" is the category.
   copy_list(dip.dipx_type, segments, event.dipx_phasetype);
   copy_list(dip.dipx_cata_seg, segments, event.dipx_cata_type);
   copy_list(dip.bph_max_value, segments, event.bph_max_value);
@@ -58,14 +58,14 @@ void copy_dip(const dq_dipx_struct& dip, dipx_event_record& event) {
   copy_list(dip.T_rms, dip.T_rms_num, event.SEG_RMS_T_idx);
 }
 
-/// RMS over the record's first cycle.
+/// Returns the RMS over the record's first cycle.
 float first_cycle_rms(const float* samples, int smp) {
   float sum = 0;
   for (int j = 0; j < std::min(smp, +DIPX_SAMPLE_CAPACITY); j++) sum += samples[j] * samples[j];
   return static_cast<float>(std::sqrt(static_cast<double>(sum / static_cast<float>(smp))));
 }
 
-/// A phase's letter with what the report prints of it.
+/// A phase's letter and the value that the report prints for it.
 template <typename Value>
 struct PhaseValue {
   char letter;
@@ -83,7 +83,7 @@ void print_event(std::FILE* report, int number, const dipx_event_record& event) 
       std::fprintf(report, "    %c%s%d=%0.4f\r\n", phase, gbk<"相电压特征值">, j + 1, static_cast<double>(residual[j]));
     }
   }
-  // Seconds under the label "ms": the report's established form.
+  // The value is in seconds although its label is "ms"; this is the established form of the report.
   std::fprintf(report, "    %s=%0.4fms\r\n", gbk<"持续时间">, static_cast<double>(event.hold_time_dq));
   for (int j = 0; j < segments; j++) {
     std::fprintf(report, "    %s%d=%d\r\n", gbk<"暂降相别">, j + 1, event.dipx_phasetype[j]);
@@ -117,7 +117,7 @@ void print_event(std::FILE* report, int number, const dipx_event_record& event) 
   }
 }
 
-/// Gives both working records back, whichever of them there are.
+/// Releases those working records that exist.
 void free_working_records() {
   std::free(dq_data_buf);
   dq_data_buf = nullptr;
@@ -125,7 +125,7 @@ void free_working_records() {
   dq_rms_buf = nullptr;
 }
 
-/// The place for work that could be done once the samples are known; there is none yet.
+/// A placeholder for work that could be done as soon as the samples are known; it does nothing yet.
 void sagx_precalc_if_needed() {}
 
 }  // namespace
@@ -134,7 +134,7 @@ void dipx_fun(void* data) {
   if (data == nullptr) return;
   auto* record = static_cast<dipx_data_struct*>(data);
   dipx_fun_use_time = mms_get_ms_time();
-  // The bit pattern of the first sample, not a run counter: a quirk of the trace that is kept.
+  // The number printed is the bit pattern of the first sample, not a run counter; this quirk of the trace is kept.
   int first_word = 0;
   std::memcpy(&first_word, record, sizeof first_word);
   std::printf("dipx fun run(%d)...\r\n", first_word);
@@ -148,8 +148,8 @@ void dipx_fun(void* data) {
   std::printf("sample_input_smprate=%d\r\n", sample_input_smprate);
   dipx_new_pro(record);
 
-  // Every pair of boundaries counts, those of skipped dips too. After a refused input it is the previous run's count;
-  // when the record could not be allocated there is none.
+  // Every pair of boundaries counts, including those of dips that were skipped. After refused input this is the
+  // previous run's count; if the record could not be allocated, the count is 0.
   const int events = dq_rms_buf == nullptr ? 0 : dq_rms_buf->evt_num / 2;
   record->evt_num = events;
   for (int i = 0; i < std::min(events, +DIPX_EVENT_CAPACITY); i++) copy_dip(new_dipx_buf[i], record->evt_buf[i]);
@@ -203,7 +203,7 @@ void sagx_init_from_samples(const float* va, const float* vb, const float* vc, i
   }
   sample_input_smprate = smp_rate;
   sample_input_number = smp_len;
-  // The analysis only reads them.
+  // The analysis only reads the samples.
   psample_input_va = const_cast<float*>(va);
   psample_input_vb = const_cast<float*>(vb);
   psample_input_vc = const_cast<float*>(vc);

@@ -13,7 +13,7 @@ namespace bench {
 
 namespace {
 
-/// 1.5e-8 s as "15.0 ns".
+/// Formats for example 1.5e-8 s as "15.0 ns".
 std::string time_text(double seconds) {
   constexpr std::array<std::pair<double, const char*>, 3> units = {{{1e-3, "ms"}, {1e-6, "us"}, {1e-9, "ns"}}};
   const auto* unit = std::find_if(units.begin(), units.end() - 1, [&](const auto& u) { return seconds >= u.first; });
@@ -27,7 +27,7 @@ struct Measure {
   std::vector<std::string> forms;
 };
 
-/// All that was added, in that order.
+/// Returns everything that was added, in the same order.
 std::vector<Measure>& measures() {
   static std::vector<Measure> all;
   return all;
@@ -37,15 +37,15 @@ std::string full_name(const std::string& measure, const std::string& form) {
   return measure + " | " + form;
 }
 
-/// Waits for the medians of all repetitions, then prints them measure by measure. Processor time, which other work on
-/// the machine disturbs least.
+/// Waits for the medians of all repetitions, then prints them measure by measure. It prints processor time, because
+/// other work on the machine disturbs that least.
 class Table : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context& /*context*/) override { return true; }
 
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      // The rate in pieces per second of processor time, as the benchmark has it.
+      // The benchmark states the rate in pieces per second of processor time.
       if (run.aggregate_name == "median") {
         seconds_[run.run_name.function_name] = 1 / run.counters.at("items_per_second").value;
       }
@@ -62,7 +62,7 @@ class Table : public benchmark::BenchmarkReporter {
       bool is_named = false;
       for (const std::string& form : measure.forms) {
         const double seconds = seconds_of(form);
-        if (seconds <= 0) continue;  // not asked for
+        if (seconds <= 0) continue;  // this form was not requested
         if (!is_named) std::printf("%s\n", measure.name.c_str());
         is_named = true;
         std::printf("  %-16s %10s", form.c_str(), time_text(seconds).c_str());
@@ -73,7 +73,7 @@ class Table : public benchmark::BenchmarkReporter {
   }
 
  private:
-  std::map<std::string, double> seconds_;  // per piece, by full name
+  std::map<std::string, double> seconds_;  // seconds per piece, by full name
 };
 
 }  // namespace
@@ -92,8 +92,8 @@ void add(const std::string& measure, const std::string& form, std::int64_t items
 }
 
 int compare(int argc, char** argv) {
-  // Forms take turns in random order, so that what disturbs the machine meets all of them. What the user says comes
-  // later and holds.
+  // Forms are run in random order, so that disturbances of the machine affect all of them. Options from the user come
+  // later and take precedence.
   std::vector<std::string> options = {"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=7",
                                       "--benchmark_min_time=0.1"};
   std::vector<char*> arguments = {argv[0]};

@@ -1,5 +1,5 @@
-// Benchmarks that compare forms of the same work: each measure has a plain form and faster ones, and its figure is how
-// many times the plain form's speed they reach.
+// Benchmarks that compare forms of the same work. Each measure has a plain form and faster ones, and reports how many
+// times as fast as the plain form each of them is.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +10,11 @@ namespace bench {
 
 inline constexpr const char* plain_form = "plain";
 
-/// Has `run`, which does `items` pieces of the work, measured as a form of `measure`.
+/// Adds `run`, which performs `items` pieces of the work, as a form of `measure`.
 void add(const std::string& measure, const std::string& form, std::int64_t items, std::function<void()> run);
 
-/// Measures all that was added, in turns, and prints each form's median time per piece and how many times the plain
-/// form's speed that is. Takes Google Benchmark's options. Returns main's status.
+/// Runs all forms that were added, interleaved, and prints each form's median time per piece and its speed relative to
+/// the plain form. Accepts Google Benchmark's options. Returns the exit status for main.
 int compare(int argc, char** argv);
 
 }  // namespace bench

@@ -20,7 +20,7 @@ struct Magnitudes {
   Values smoothed;
 };
 
-/// Analyses the example record, brought to 220 V.
+/// Analyses the example record, scaled to 220 V.
 Magnitudes real_magnitudes() {
   constexpr int cycle = 128;
   const auto record = readers::open_record(DIPX_EXAMPLE_RECORD);

@@ -1,4 +1,4 @@
-// What the kernels are measured on: curves of a real dip, and noise as the worst case.
+// The data on which the kernels are measured: curves of a real dip, and noise as the worst case.
 #pragma once
 
 #include <vector>
@@ -7,11 +7,11 @@ namespace bench {
 
 using Values = std::vector<float>;
 
-/// Uniform between -1 and 1.
+/// Returns values that are uniformly distributed between -1 and 1.
 Values noise(int n);
 
-/// The magnitudes of phase A through a dip that a fault recorder saw, at 128 samples per cycle, over and over until
-/// there are n values: as the dq transform gives them, and smoothed by the median.
+/// Returns the magnitudes of phase A during a dip that a fault recorder captured, at 128 samples per cycle, repeated
+/// until there are n values. The raw magnitudes come from the dq transform; the smoothed ones have passed the median.
 Values raw_magnitudes(int n);
 Values smoothed_magnitudes(int n);
 

@@ -1,4 +1,4 @@
-// Each kernel in all forms that this machine runs, beside its plain form.
+// Compares each kernel, in all forms that this machine can run, with its plain form.
 #include "sagx/kernels/kernels.h"
 
 #include <fmt/format.h>
@@ -24,7 +24,7 @@ namespace bench {
 
 namespace {
 
-/// Adds the kernel in each set of instructions. `run(kernels, results)` does the work.
+/// Adds the kernel for each instruction set. `run(kernels, results)` does the work.
 template <typename Run>
 void add_sets(const std::string& measure, std::int64_t items, Run run) {
   for (int i = 0; sagx::runnable_kernels(i) != nullptr; i++) {

@@ -1,5 +1,6 @@
-// library_cost A B: what whole analyses cost with two builds of the library. Each is loaded and run in turn, A B A B,
-// in processes of their own; the ratio is that of neighbours, so that a machine that grows slower does not decide.
+// library_cost A B: compares the time that whole analyses take with two builds of the library. The builds are loaded
+// and run in turn, A B A B, in separate processes. Only neighbouring runs are compared, so a machine that becomes
+// slower does not affect the ratio.
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,7 +20,7 @@ namespace {
 
 constexpr int rounds = 15;
 
-/// A dip of `dip` cycles in a record of `cycles`.
+/// Fills in a dip of `dip` cycles in a record of `cycles` cycles.
 void fill(dipx_data_struct& record, int rate, int cycles, int dip) {
   record.smp_rate = rate;
   record.smp_len = rate * cycles;
@@ -33,7 +34,7 @@ void fill(dipx_data_struct& record, int rate, int cycles, int dip) {
   }
 }
 
-/// Processor seconds of `runs` analyses in a process of its own.
+/// Returns the processor seconds of `runs` analyses in a separate process.
 double seconds(const char* library, dipx_data_struct& record, int runs) {
   static auto* const spent =
       static_cast<double*>(mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));

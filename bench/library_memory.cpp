@@ -1,5 +1,5 @@
-// library_memory A B: what whole analyses take of the machine's memory with two builds of the library, each in a
-// process of its own that holds a host's record and nothing else.
+// library_memory A B: compares the memory that whole analyses take with two builds of the library, each in a separate
+// process that holds a host's record and nothing else.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -29,8 +29,8 @@ long page_faults() {
   return used.ru_minflt;
 }
 
-/// The most memory, KiB, that a process held in which the library analysed a record `times` over. Puts the page faults
-/// of the last analysis to `faults`.
+/// Returns the largest amount of memory, in KiB, of a process in which the library analysed a record `times` times.
+/// Stores the page faults of the last analysis in `faults`.
 long most_memory(const char* file, const Run& run, int times, int& faults) {
   std::fflush(nullptr);
   const pid_t child = fork();

@@ -1,19 +1,23 @@
-// All that is measured, by kind.
+// All measurements, by kind.
 #pragma once
 
 namespace bench {
 
 void add_kernels();
 
-/// Singular values by well-known libraries beside the kernels, where they were found when this was built.
+/// Compares singular values by well-known libraries with the kernels, for those libraries that were found when this was
+/// built.
 void add_rivals();
 
-/// Readers beside the obvious ways to take the same data in.
+/// Compares the readers with the obvious ways to read the same data.
 void add_reading();
+
+/// The search for events and the course of one by the measuring library, beside RMS passes over the same samples.
+void add_screening();
 
 void add_whole_runs();
 
-/// Prints what whole analyses take of the machine's memory.
+/// Prints how much memory whole analyses take.
 void print_memory();
 
 }  // namespace bench

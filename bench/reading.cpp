@@ -1,6 +1,6 @@
-// Speed of reading records: text beside a reader that takes each number with istream >> double, binary data beside
-// copying the bytes in memory and converting them. Files with three channels, and with a hundred of which three are
-// wanted.
+// Measures the speed of reading records. Text is compared with a reader that parses each number with istream >> double;
+// binary data are compared with copying the bytes in memory and converting them. There are files with three channels,
+// and files with a hundred of which three are wanted.
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
@@ -64,7 +64,7 @@ std::string binary_data(std::size_t channels, int bytes_per_value) {
   return bytes;
 }
 
-/// The files of this run, written as they are asked for.
+/// The files of this run, which are written when they are requested.
 class Files {
  public:
   Files() {
@@ -79,7 +79,7 @@ class Files {
     std::filesystem::remove_all(folder_, ignored);
   }
 
-  /// The .cfg file of a record; `type` is ASCII, BINARY or BINARY32.
+  /// Returns the .cfg file of a record; `type` is ASCII, BINARY or BINARY32.
   std::string record(std::size_t channels, const std::string& type) {
     const auto stem = folder_ / fmt::format("{}{}", type, channels);
     const auto cfg = stem.string() + ".cfg";
@@ -132,7 +132,7 @@ readers::Record read_record(const std::string& cfg) {
 
 using Samples = std::vector<std::vector<double>>;
 
-/// Numbers one by one from a stream, wanted ones kept: what a reader of few lines does.
+/// Reads the numbers one by one from a stream and keeps the wanted ones, which is how a reader of a few lines works.
 Samples read_by_istream(const std::string& file, std::size_t channels, std::size_t head_lines) {
   std::ifstream in(file);
   std::string line;
@@ -152,7 +152,7 @@ Samples read_by_istream(const std::string& file, std::size_t channels, std::size
   return samples;
 }
 
-/// The bytes of a file in memory copied, and the wanted values converted from the copy.
+/// Copies the bytes of a file in memory and converts the wanted values from the copy.
 template <typename Word>
 Samples copy_and_convert(const std::string& bytes, std::size_t channels) {
   const std::size_t row_bytes = 8 + sizeof(Word) * channels;

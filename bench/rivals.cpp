@@ -1,4 +1,4 @@
-// Largest singular values of the same matrices by the kernels, by LAPACK and by Eigen.
+// Compares the kernels with LAPACK and Eigen on the largest singular values of the same matrices.
 #include <fmt/format.h>
 
 #include <string>
@@ -23,7 +23,7 @@ namespace bench {
 
 namespace {
 
-/// The matrix that ends at series[end], column by column.
+/// Returns the matrix that ends at series[end], filled column by column.
 template <int order>
 void fill(const float* series, int end, float* matrix) {
   for (int i = 0; i < order * order; i++) {

@@ -1,4 +1,4 @@
-// What the library prints is not to be measured on a terminal.
+// Suppresses what the library prints, so that the speed of a terminal is not measured.
 #pragma once
 
 #include <fcntl.h>
@@ -9,7 +9,7 @@
 
 namespace bench {
 
-/// While it lives, nothing that is printed arrives.
+/// During its lifetime, everything that is printed is discarded.
 class Silence {
  public:
   Silence() {

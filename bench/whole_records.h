@@ -1,4 +1,4 @@
-// The records that whole analyses are measured on.
+// The records on which whole analyses are measured.
 #pragma once
 
 #include <cmath>
@@ -15,10 +15,10 @@ struct Run {
   const char* name;
   int cycles;
   int fall;  // cycles from the start
-  int dip;   // cycles; 0: none
+  int dip;   // cycles; 0: there is no dip
 };
 
-/// 220 V with a little noise; in the dip phase A falls to a half and the others to nine tenths.
+/// Fills in 220 V with a little noise; in the dip, phase A falls to a half and the others to nine tenths.
 inline void fill(dipx_data_struct& record, const Run& run) {
   std::mt19937 random(1);
   std::uniform_real_distribution noise(-0.75, 0.75);

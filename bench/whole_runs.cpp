@@ -1,4 +1,4 @@
-// Whole analyses by the library as it ships, beside the one with plain kernels.
+// Compares whole analyses by the library as shipped with those by the library with plain kernels.
 #include <fmt/format.h>
 
 #include <cstdio>
@@ -54,7 +54,7 @@ void add_whole_runs() {
 
 void print_memory() {
   std::fflush(nullptr);
-  // In processes that hold nothing else.
+  // The processes that are measured hold nothing else.
   if (std::system(DIPX_LIBRARY_MEMORY " " DIPX_PLAIN_LIBRARY " " DIPX_LIBRARY) != 0) std::abort();
 }
 

@@ -1,4 +1,4 @@
-// A folder of its own for what the library writes into the current directory.
+// Provides a separate folder for the files that the library writes into the current directory.
 #pragma once
 
 #include <filesystem>
@@ -8,8 +8,8 @@
 
 namespace files {
 
-/// Makes an empty temporary folder the current one while it lives, then goes back and removes it. Throws
-/// std::filesystem::filesystem_error or std::system_error when that cannot be done.
+/// Creates an empty temporary folder and makes it the current directory during its lifetime, then returns to the
+/// previous directory and removes it. Throws std::filesystem::filesystem_error or std::system_error when that fails.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -21,7 +21,7 @@ class TemporaryFolder {
   std::filesystem::path before_;
   std::filesystem::path path_;
   std::optional<Unfinished> unfinished_;
-  std::optional<Unfinished> unfinished_report_;  ///< that the library writes into it
+  std::optional<Unfinished> unfinished_report_;  ///< the report that the library writes into the folder
 };
 
 }  // namespace files

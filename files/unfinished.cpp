@@ -11,7 +11,7 @@ namespace {
 
 constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP};
 
-/// The names, for the handler: it can do no more than look at them and remove what they name.
+/// The names are stored here for the signal handler, which can only read them and remove the files that they name.
 constexpr int slots = 16;
 std::atomic<const char*> names[slots];
 static_assert(std::atomic<const char*>::is_always_lock_free);
@@ -25,11 +25,11 @@ void remove_and_end(int signal) {
   raise(signal);
 }
 
-/// A signal that is ignored (nohup) stays so.
+/// Installs the handler. A signal that is already ignored (as under nohup) stays ignored.
 void handle_signals() {
   static bool handled = false;
   if (std::exchange(handled, true)) return;
-  // A limit on the size of files is an error of writing like others.
+  // Exceeding a limit on file size is then an ordinary write error.
   std::signal(SIGXFSZ, SIG_IGN);
   for (const int signal : ending_signals) {
     if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);

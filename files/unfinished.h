@@ -1,4 +1,5 @@
-// What is removed when a signal (SIGINT, SIGTERM, SIGHUP) ends the process: drafts of files and temporary folders.
+// Tracks drafts of files and temporary folders that are removed when a signal (SIGINT, SIGTERM, SIGHUP) ends the
+// process.
 #pragma once
 
 #include <csignal>
@@ -6,7 +7,7 @@
 
 namespace files {
 
-/// Holds these signals back while it lives.
+/// Blocks these signals during its lifetime.
 class SignalsHeld {
  public:
   SignalsHeld();
@@ -18,8 +19,8 @@ class SignalsHeld {
   sigset_t before_;
 };
 
-/// While it lives, a signal that ends the process takes the file, or the empty folder, of this name with it.
-/// What was named last goes first.
+/// During its lifetime, a signal that ends the process also removes the file, or the empty folder, of this name. The
+/// name registered last is removed first.
 class Unfinished {
  public:
   explicit Unfinished(std::string path);

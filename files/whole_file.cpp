@@ -17,7 +17,7 @@ namespace files {
 
 namespace {
 
-/// The temporary file; removed again unless it was renamed.
+/// A temporary file that is removed again unless it was renamed.
 class Draft {
  public:
   explicit Draft(const std::filesystem::path& target) : name_(target.string() + ".XXXXXX") {
@@ -66,7 +66,8 @@ class Draft {
   throw std::system_error(errno, std::generic_category(), file.string());
 }
 
-/// Devices and pipes are written to; a rename would put a file in their place.
+/// Returns whether the file is a device or pipe. These are written in place, because a rename would replace them by a
+/// file.
 bool is_written_in_place(const std::filesystem::path& file) {
   std::error_code ignored;
   return std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored) &&
@@ -80,7 +81,7 @@ void write_in_place(const std::filesystem::path& file, const std::string& bytes)
   if (!(opened && std::fclose(stream) == 0 && written)) fail(file);
 }
 
-/// A link stays a link: what it points to is replaced.
+/// Returns the target of a link, which is replaced so that the link itself remains.
 std::filesystem::path behind_links(const std::filesystem::path& file) {
   std::error_code ignored;
   return std::filesystem::is_symlink(file, ignored) ? std::filesystem::weakly_canonical(file) : file;
@@ -106,13 +107,14 @@ void write_whole(const std::vector<NamedBytes>& files) {
   for (const auto& [file, bytes] : files) {
     drafts.push_back(is_written_in_place(file) ? nullptr : std::make_unique<Draft>(behind_links(file)));
     if (drafts.back() != nullptr && !drafts.back()->write(bytes)) fail(file);
-    // Seen before any file is replaced: a rename would find it too late for those of the files that came first.
+    // This is checked before any file is replaced, because a failing rename would come too late for the files before
+    // it.
     if (std::error_code ignored; std::filesystem::is_directory(file, ignored)) {
       errno = EISDIR;
       fail(file);
     }
   }
-  // A signal in between would leave files that do not belong together.
+  // A signal between the renames would leave files that do not belong together.
   const SignalsHeld held;
   for (std::size_t i = 0; i < files.size(); i++) {
     const auto& [file, bytes] = files[i];

@@ -1,4 +1,4 @@
-// Files that stand under their name whole or not at all.
+// Writes files that appear under their name completely or not at all.
 #pragma once
 
 #include <filesystem>
@@ -7,11 +7,12 @@
 
 namespace files {
 
-/// Writes `bytes` to `file`, replacing what stood there, by way of a temporary name beside it. Throws std::system_error
-/// whose text names the file; then nothing has changed.
+/// Writes `bytes` to `file` and replaces its previous content. The bytes are first written under a temporary name in
+/// the same folder. Throws std::system_error whose text names the file; in that case nothing has changed.
 void write_whole(const std::filesystem::path& file, const std::string& bytes);
 
-/// Whether both names are of one file, be it there or not yet. Devices and pipes are nobody's own.
+/// Returns whether both names denote the same file, whether or not it exists yet. Devices and pipes never count as the
+/// same file.
 bool is_same_file(const std::filesystem::path& one, const std::filesystem::path& other);
 
 /// A file to be written.
@@ -20,7 +21,7 @@ struct NamedBytes {
   std::string bytes;
 };
 
-/// The same for files that belong together: none is replaced before all of them are written under temporary names.
+/// Does the same for files that belong together: none is replaced before all of them are written under temporary names.
 void write_whole(const std::vector<NamedBytes>& files);
 
 }  // namespace files

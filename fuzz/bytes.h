@@ -1,4 +1,4 @@
-// What fuzzers make of their input: numbers and series, from the front on. An input that is used up gives zeros.
+// Converts a fuzzer's input to numbers and series, from its beginning on. An input that is used up gives zeros.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace fuzz {
 
-/// Ends the run with a finding.
+/// Ends the run with a finding if the condition does not hold.
 inline void expect(bool holds) {
   if (!holds) __builtin_trap();
 }
@@ -31,13 +31,13 @@ class Bytes {
     return value;
   }
 
-  /// One of 0 .. count - 1, count at most 256.
+  /// Returns one of 0 .. count - 1; count is at most 256.
   int below(int count) { return number<std::uint8_t>() % count; }
 
-  /// From `low` to `high`.
+  /// Returns a number from `low` to `high`.
   int between(int low, int high) { return low + number<std::uint16_t>() % (high - low + 1); }
 
-  /// Mostly from `low` to `high`, at times any number at all.
+  /// Usually returns a number from `low` to `high`, sometimes any number at all.
   int mostly_between(int low, int high) {
     const int kind = below(16);
     if (kind == 0) return number<int>();
@@ -45,7 +45,7 @@ class Bytes {
     return between(low, high);
   }
 
-  /// Mostly rising positions less than `most_apart` apart, as far as the input goes.
+  /// Fills in positions that usually rise by less than `most_apart`, as far as the input suffices.
   void fill_positions(int* list, int count, int most_apart) {
     constexpr int far = 1 << 30;
     for (int i = 0; i < count && left_ > 0; i++) {
@@ -54,7 +54,7 @@ class Bytes {
     }
   }
 
-  /// Mostly a voltage, at times any bit pattern: NaN, infinity, denormals, huge numbers.
+  /// Usually returns a voltage, sometimes any bit pattern: NaN, infinity, denormal or huge numbers.
   float value() {
     switch (below(8)) {
       case 0:
@@ -76,7 +76,7 @@ class Bytes {
     }
   }
 
-  /// A series of levels, each held for some values, ramped to or followed by noise.
+  /// Fills in a series of levels, each of which is constant for some values, reached by a ramp, or followed by noise.
   void fill(float* values, int count) {
     std::uint32_t noise = number<std::uint8_t>();
     float level = 220;
@@ -107,7 +107,7 @@ class Bytes {
   std::size_t left_;
 };
 
-/// Equal to the last bit; any NaN equals any other.
+/// Returns whether the series are equal to the last bit; any NaN equals any other.
 inline bool same_bits(const float* a, const float* b, std::size_t count) {
   for (std::size_t i = 0; i < count; i++) {
     if (a[i] != a[i] && b[i] != b[i]) continue;

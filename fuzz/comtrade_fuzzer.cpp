@@ -1,4 +1,4 @@
-// Any bytes as a COMTRADE record in one file and, where they have both sections, in two.
+// Reads any bytes as a COMTRADE record in one file and, if they have both sections, in two files.
 #include <fstream>
 
 #include "fuzz/read_record.h"
@@ -10,7 +10,7 @@ void write(const char* file, std::string_view content) {
   std::ofstream(file, std::ios::binary).write(content.data(), static_cast<std::streamsize>(content.size()));
 }
 
-/// The same sections as files of their own, of which data are read in passing.
+/// Writes the same sections to separate files, whose data are then read piece by piece.
 readers::Record read_from_two_files(const std::string& file, std::string_view content,
                                     const readers::OpenOptions& options) {
   const std::size_t data_line = content.find("--- file type: DAT");
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 #ifdef DIPX_REPLAY
   const bool in_two_files = true;
 #else
-  const bool in_two_files = size % 32 == 3;  // files take time
+  const bool in_two_files = size % 32 == 3;  // writing files takes time, so only some inputs are read this way
 #endif
   if (in_two_files) fuzz::read_record(data, size, read_from_two_files);
   return 0;

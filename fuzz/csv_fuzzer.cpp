@@ -1,4 +1,4 @@
-// Any bytes as a table.
+// Reads any bytes as a table.
 #include "fuzz/read_record.h"
 #include "readers/table/csv.h"
 

@@ -1,4 +1,5 @@
-// Whole analyses: any rate, length and samples, and sines with dips. Runs in a folder of its own, see scripts/fuzz.sh.
+// Runs whole analyses with any rate, length and samples, and with sines that contain dips. It runs in a separate
+// folder; see scripts/fuzz.sh.
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -13,7 +14,7 @@ namespace {
 using fuzz::Bytes;
 using fuzz::expect;
 
-/// Longer ones take too long to be many; their ends are for tests.
+/// Longer records would take too much time for many of them to be run; unit tests cover their limits.
 constexpr int most_cycles = 60;
 
 void fill_with_dips(Bytes& bytes, float* const (&phases)[3], int rate, int samples) {
@@ -61,8 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   } else {
     for (float* phase : phases) bytes.fill(phase, samples);
   }
-  // A run that is refused reports the count of the one before; each input is to stand for itself. The working records
-  // are mostly kept: clean ones cost half the time.
+  // A refused run reports the count of the previous one, but the result of an input must not depend on earlier inputs.
+  // The working records are usually kept, because allocating clean ones doubles the time.
   if (size % 16 == 0) sagx_free_all();
   if (dq_rms_buf != nullptr) dq_rms_buf->evt_num = 0;
   dipx_fun(record.get());

@@ -1,4 +1,4 @@
-// Every form of a kernel that this machine runs, against its plain form, to the last bit.
+// Compares every form of a kernel that this machine can run with its plain form, to the last bit.
 #include "fuzz/bytes.h"
 #include "sagx/dq_dipx.h"
 #include "sagx/kernels/kernels.h"
@@ -14,7 +14,7 @@ using Values = std::vector<float>;
 
 constexpr int most_results = 150;
 
-/// `plain(results)` and `fast(kernels, results)` write as many results.
+/// `plain(results)` and `fast(kernels, results)` write the same number of results.
 template <typename Plain, typename Fast>
 void compare(int results, Plain plain, Fast fast) {
   constexpr float untouched = -77;

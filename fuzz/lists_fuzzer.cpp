@@ -1,5 +1,6 @@
-// What hosts may call on its own: the transform and the median against their plain forms, the decomposition, and the
-// checks of boundary lists with whatever stands in the records. Runs in a folder of its own: seg_check_hh writes a log.
+// Calls functions that hosts may call separately: the transform and the median, which are compared with their plain
+// forms, the decomposition, and the checks of boundary lists, with any content in the records. It runs in a separate
+// folder, because seg_check_hh writes a log.
 #include <cstdlib>
 #include <memory>
 
@@ -21,7 +22,7 @@ void transform(Bytes& bytes) {
   const int points = kind == 0 ? bytes.number<int>() : 1 << bytes.between(0, 13);
   const auto in_type = static_cast<short>(bytes.below(2));
   const auto out_type = static_cast<short>(bytes.below(2));
-  const auto size = static_cast<short>(points);  // the transform takes no more of it
+  const auto size = static_cast<short>(points);  // the transform uses only these bits of it
   const bool taken = size >= (in_type == 0 ? 2 : 4) && size <= 4096 && (size & (size - 1)) == 0;
   const std::size_t values = taken ? static_cast<std::size_t>(size) : 1;
   std::vector<vec_struct> own(values);
@@ -42,7 +43,7 @@ void find_median(Bytes& bytes) {
   expect(fuzz::same_bits(values.data(), before.data(), values.size()));
 }
 
-/// A matrix with row pointers, 1-based.
+/// A matrix with row pointers and 1-based indices.
 struct Matrix {
   Matrix(int rows, int columns)
       : values(static_cast<std::size_t>((rows + 1) * (columns + 1))), row(static_cast<std::size_t>(rows + 1)) {

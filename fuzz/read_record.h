@@ -1,4 +1,4 @@
-// What every reader's fuzzer does with its input.
+// The common part of all reader fuzzers.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,8 @@
 
 namespace fuzz {
 
-/// Reads the input with options that depend on its size, then looks for what no record may be and takes it apart as
-/// the command does. Refusals must be fit to show.
+/// Reads the input with options that depend on its size, then checks that the record is valid and processes it as the
+/// command does. The text of a refusal must be safe to show.
 void read_record(const std::uint8_t* data, std::size_t size,
                  const std::function<readers::Record(const std::string& file, std::string_view content,
                                                      const readers::OpenOptions& options)>& read);

@@ -1,6 +1,7 @@
-// Runs a fuzzer's function over kept inputs without the fuzzing library, so that every build's tests do it too.
-//   NAME_replay PATH...          each file, and each file of each folder
-//   NAME_replay --damage PATH... each of them cut off at every byte, and with every byte changed in several ways
+// Runs a fuzzer's function on stored inputs without the fuzzing library, so that the tests of every build can do it
+// too.
+//   NAME_replay PATH...          runs each file, and each file in each folder
+//   NAME_replay --damage PATH... runs each of them truncated at every byte, and with every byte changed in several ways
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -17,7 +18,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// From a block of its exact size, so that reading past it is noticed.
+/// Runs the input from a block of exactly its size, so that reading past its end is detected.
 void run(const Bytes& bytes, std::size_t size) {
   const Bytes exact(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
   LLVMFuzzerTestOneInput(exact.data(), exact.size());

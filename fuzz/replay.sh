@@ -1,5 +1,6 @@
 #!/bin/sh
-# replay.sh PROGRAM ARGUMENT...: runs PROGRAM without what the library prints; its last words on standard error.
+# replay.sh PROGRAM ARGUMENT...: runs PROGRAM and suppresses what the library prints, but shows the last lines of
+# standard error.
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 "$@" >/dev/null 2>"$log"

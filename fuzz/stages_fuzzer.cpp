@@ -1,5 +1,5 @@
-// Single stages as a host may call them, with whatever stands in the working records: segmentations, features of long
-// and of short windows, the dq transform and what is measured on it.
+// Calls single stages as a host may, with any content in the working records: segmentations, features of long and short
+// windows, the dq transform and the measurements based on it.
 #include <cstdlib>
 
 #include "fuzz/bytes.h"
@@ -20,7 +20,7 @@ namespace {
 using fuzz::Bytes;
 using fuzz::expect;
 
-/// Windows beyond it take too long to be many; their ends are for tests.
+/// Longer windows would take too much time for many of them to be run; unit tests cover their limits.
 constexpr int most_samples = 2500;
 
 struct Records {

@@ -7,14 +7,17 @@
 #include <utility>
 #include <vector>
 
+#include "measure/cycle_rms.h"
 #include "measure/dip_type.h"
 #include "measure/explained.h"
 #include "measure/frequency.h"
 #include "measure/gradual_course.h"
 #include "measure/harmonics.h"
+#include "measure/lowest_of_six.h"
 #include "measure/moving_phasors.h"
 #include "measure/partition.h"
 #include "measure/runs.h"
+#include "measure/slow_course.h"
 #include "measure/steady_fit.h"
 
 namespace measure {
@@ -67,10 +70,17 @@ class CourseFinder {
     course.frequency = frequency_.hertz;
     course.frequency_before = frequency_.before;
     course.frequency_after = frequency_.after;
-    if (!choose_runs()) return course;
-    find_level_before();
-    collect_items();
-    refine_items();
+    if (choose_runs()) {
+      find_level_before();
+      set_dead_phases_aside();
+      collect_items();
+      refine_items();
+      if (has_before()) start_ = Figure{start_s_, start_plus_minus()};
+      if (end_s_) end_ = Figure{*end_s_, end_plus_minus()};
+    } else {
+      follow_slowly();
+    }
+    keep_within_dip();
     write(course);
     return course;
   }
@@ -89,7 +99,8 @@ class CourseFinder {
     for (std::size_t phase = 0; phase < phases_; phase++) {
       peak += supply_.levels.fundamental_v[phase] * std::numbers::sqrt2 / static_cast<double>(phases_);
     }
-    if (!(peak > 0)) peak = dip_.reference_v * std::numbers::sqrt2;
+    if (!(peak > 0) || !std::isfinite(peak)) peak = dip_.reference_v * std::numbers::sqrt2;
+    if (!(peak > 0) || !std::isfinite(peak)) peak = 1;
     return {waveform, static_cast<std::size_t>(from * waveform.rate),
             static_cast<std::size_t>(std::ceil(to * waveform.rate)), peak, frequency_.hertz};
   }
@@ -121,18 +132,18 @@ class CourseFinder {
       const double change_begin = is_fall(first_) ? runs_[first_].begin_s : runs_[first_ - 1].end_s;
       if (change_begin > dip_end_s_ - 0.3 * cycle) return false;
     }
-    end_ = runs_.size();
+    runs_end_ = runs_.size();
     if (!dip_.end_s) return true;
     for (std::size_t k = std::max<std::size_t>(first_, 1); k < runs_.size(); k++) {
       const bool after_ramp = is_fall(k - 1) && !runs_[k].begins_abruptly && k > first_;
       const double change_begin = after_ramp ? runs_[k - 1].begin_s : runs_[k - 1].end_s;
-      if (change_begin < dip_end_s_ - 0.3 * cycle) end_ = k;
+      if (change_begin < dip_end_s_ - 0.3 * cycle) runs_end_ = k;
     }
     return true;
   }
 
   [[nodiscard]] bool has_before() const { return dip_.start_known && first_ > 0; }
-  [[nodiscard]] bool has_after() const { return dip_.end_s.has_value() && end_ < runs_.size(); }
+  [[nodiscard]] bool has_after() const { return dip_.end_s.has_value() && runs_end_ < runs_.size(); }
 
   /// The last steady run before the dip at about the usual level: others are stages of the same disturbance.
   [[nodiscard]] std::size_t run_before() const {
@@ -165,7 +176,7 @@ class CourseFinder {
     // The record begins in the dip.
     source_ = LevelSource::after;
     if (has_after()) {
-      const Run& run = runs_[end_];
+      const Run& run = runs_[runs_end_];
       const PhasorFit fit =
           steady_fit(excerpt_, run.begin_s, std::min(run.end_s, run.begin_s + cycles_before * cycle), true);
       before_ = fit.phasors(run.begin_s);
@@ -176,12 +187,82 @@ class CourseFinder {
       const double usual = dip_.reference_v * std::numbers::sqrt2 / excerpt_.peak();
       for (std::size_t phase = 0; phase < phases_; phase++) before_[phase] = usual;
     }
+    scale_to_declared();
+  }
+
+  /// The level of a dip that is on at the record's beginning is the declared one where that is known.
+  void scale_to_declared() {
     if (!supply_.declared_v) return;
     source_ = LevelSource::declared;
     const double declared = *supply_.declared_v * std::numbers::sqrt2 / excerpt_.peak();
     for (std::size_t phase = 0; phase < phases_; phase++) {
       before_[phase] *= declared / std::max(std::abs(before_[phase]), 1e-12);
     }
+  }
+
+  /// A phase without voltage before is never low, and nothing is divided by what it has.
+  void set_dead_phases_aside() {
+    constexpr double unreachable = 1e-9;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      dead_[phase] = !(std::abs(before_[phase]) > next_to_nothing);
+      if (dead_[phase]) before_[phase] = unreachable;
+    }
+  }
+
+  /// Where no change can be told within the dip, the one-cycle fundamentals show its course.
+  void follow_slowly() {
+    constexpr double level_cycles = 6;
+    const double cycle = excerpt_.cycle();
+    std::optional<Phasors> level;
+    if (dip_.start_known) {
+      level = mean_fundamental(excerpt_, dip_start_s_ - level_cycles * cycle, dip_start_s_ - 0.6 * cycle);
+    } else if (dip_.end_s) {
+      source_ = LevelSource::after;
+      level = mean_fundamental(excerpt_, dip_end_s_ + 0.6 * cycle, dip_end_s_ + level_cycles * cycle);
+    }
+    angles_known_ = level.has_value();
+    const double usual = dip_.reference_v * std::numbers::sqrt2 / excerpt_.peak();
+    for (std::size_t phase = 0; phase < phases_; phase++) before_[phase] = level ? (*level)[phase] : usual;
+    if (!dip_.start_known) scale_to_declared();
+    set_dead_phases_aside();
+    start_s_ = std::max(excerpt_.begin_s(), dip_start_s_ - cycle);
+    const double to = std::min(excerpt_.end_s(), dip_end_s_ + cycle);
+    const auto slow = slow_course(excerpt_, before_, threshold, start_s_, to);
+    if (!slow) return;
+    Item item;
+    item.start_s = slow->start_s;
+    item.end_s = slow->end_s;
+    item.gradual = true;
+    item.goes_on = !dip_.end_s;
+    item.phasors = slow->lowest;
+    items_.push_back(item);
+    gradual_start_ = gradual_end_ = true;
+    start_s_ = slow->start_s;
+    // A cycle tells no more than that a crossing lies within it.
+    if (dip_.start_known) start_ = Figure{slow->start_s, cycle / 2};
+    if (!dip_.end_s) return;
+    end_s_ = slow->end_s;
+    end_ = Figure{slow->end_s, cycle / 2};
+  }
+
+  /// Start and end stay near the detected dip, and the segments between them, in order.
+  void keep_within_dip() {
+    constexpr double farthest_cycles = 2;
+    const double reach = farthest_cycles * excerpt_.cycle();
+    const double low = std::max(excerpt_.begin_s(), dip_start_s_ - reach);
+    const double high = std::max(low, std::min(excerpt_.end_s(), dip_end_s_ + reach));
+    start_s_ = std::clamp(start_s_, low, high);
+    if (start_) start_->value = start_s_;
+    if (end_s_) end_s_ = std::clamp(*end_s_, start_s_, high);
+    if (end_) end_->value = *end_s_;
+    double from = start_s_;
+    const double to = end_s_.value_or(excerpt_.end_s());
+    std::erase_if(items_, [&](Item& item) {
+      item.start_s = std::clamp(item.start_s, from, std::max(from, to));
+      item.end_s = std::clamp(item.end_s, from, std::max(from, to));
+      from = std::max(from, item.end_s);
+      return !(item.end_s > item.start_s);
+    });
   }
 
   /// How much the magnitudes sway in the steady voltage before: what no figure of the dip can be better than.
@@ -209,16 +290,16 @@ class CourseFinder {
 
   void collect_items() {
     start_s_ = has_before() ? runs_[first_ - 1].end_s : excerpt_.begin_s();
-    if (has_after()) end_s_ = runs_[end_].begin_s;
+    if (has_after()) end_s_ = runs_[runs_end_].begins_abruptly ? runs_[runs_end_].returned_s : runs_[runs_end_].begin_s;
     take_recovery_after_dip();
     std::size_t k = first_;
-    if (has_before() && k < end_ && is_fall(k)) {
+    if (has_before() && k < runs_end_ && is_fall(k)) {
       const GradualCourse fall = followed(runs_[k], runs_[k].end_s);
       gradual_start_ = true;
       start_s_ = fall.falls_through(before_, threshold);
       k++;
     }
-    while (k < end_) k = take_runs(k);
+    while (k < runs_end_) k = take_runs(k);
   }
 
   [[nodiscard]] GradualCourse followed(const Run& run, double end_s) const {
@@ -229,11 +310,11 @@ class CourseFinder {
   /// A course that begins low after a sudden change and recovers gradually is the dip's own last one, unless it is
   /// above the threshold again within a cycle: then it is the tail of the return.
   void take_recovery_after_dip() {
-    if (!has_after() || !runs_[end_].gradual || !runs_[end_].begins_abruptly) return;
-    const GradualCourse recovery = followed(runs_[end_], runs_[end_].end_s);
+    if (!has_after() || !runs_[runs_end_].gradual || !runs_[runs_end_].begins_abruptly) return;
+    const GradualCourse recovery = followed(runs_[runs_end_], runs_[runs_end_].end_s);
     if (recovery.first_share(before_) < threshold &&
-        recovery.rises_through(before_, threshold) > runs_[end_].begin_s + excerpt_.cycle()) {
-      end_++;
+        recovery.rises_through(before_, threshold) > runs_[runs_end_].begin_s + excerpt_.cycle()) {
+      runs_end_++;
     }
   }
 
@@ -242,8 +323,9 @@ class CourseFinder {
     const Run& run = runs_[k];
     // Runs that follow without a sudden change.
     std::size_t to = k + 1;
-    while (to < end_ && !runs_[to].begins_abruptly) to++;
-    const bool back_smoothly = to == end_ && dip_.end_s && (end_ == runs_.size() || !runs_[end_].begins_abruptly);
+    while (to < runs_end_ && !runs_[to].begins_abruptly) to++;
+    const bool back_smoothly =
+        to == runs_end_ && dip_.end_s && (runs_end_ == runs_.size() || !runs_[runs_end_].begins_abruptly);
     if (run.gradual && run.begins_abruptly && back_smoothly) {
       // What begins gradually after a sudden change and goes on without another until the voltage is back.
       const GradualCourse recovery(excerpt_, run.begin_s, runs_[to - 1].end_s, true);
@@ -264,7 +346,7 @@ class CourseFinder {
       }
     }
     // A gradual run at the end of the dip brings the voltage back; where the dip goes on, it is a segment of its own.
-    if (run.gradual && k + 1 == end_ && dip_.end_s && !run.begins_abruptly && !run.ends_abruptly) {
+    if (run.gradual && k + 1 == runs_end_ && dip_.end_s && !run.begins_abruptly && !run.ends_abruptly) {
       const GradualCourse back = followed(run, run.end_s);
       end_s_ = back.rises_through(before_, threshold);
       gradual_end_ = true;
@@ -535,19 +617,43 @@ class CourseFinder {
 
   void write(Course& course) const {
     course.level_source = source_;
-    for (std::size_t phase = 0; phase < phases_; phase++) course.before[phase] = before_[phase] * volts(1);
-    if (has_before()) course.start_s = Figure{start_s_, start_plus_minus()};
-    if (end_s_) course.end_s = Figure{*end_s_, end_plus_minus()};
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (!dead_[phase]) course.before[phase] = before_[phase] * in_time(phase) * volts(1);
+    }
+    course.start_s = start_;
+    course.end_s = end_;
     write_point_on_wave(course);
     std::vector<Segment> in_peaks;
     for (const Item& item : items_) {
       Segment segment = segment_of(item);
       in_peaks.push_back(segment);
-      for (Phasor& phasor : segment.phasors) phasor *= volts(1);
+      if (segment.measured) in_peaks.back().phasors = item.phasors;
       course.segments.push_back(segment);
     }
     course.explained_share = explained_share(excerpt_, in_peaks, before_, start_s_, end_s_.value_or(excerpt_.end_s()));
     write_transitions(course);
+    write_slopes(course);
+    if (phases_ == 3 && !supply_.between_phases && angles_known_) {
+      Phasors correction{};
+      for (std::size_t phase = 0; phase < phases_; phase++) {
+        correction[phase] = supply_.wiring.turned_phase == phase ? -in_time(phase) : in_time(phase);
+      }
+      course.lowest_of_six = lowest_of_six(excerpt_, before_, correction, start_s_, end_s_.value_or(excerpt_.end_s()));
+    }
+  }
+
+  /// What a phase's phasors are multiplied by because its samples were taken later than their indices say.
+  [[nodiscard]] Phasor in_time(std::size_t phase) const {
+    return std::polar(1.0, -excerpt_.omega() * supply_.waveform.phases[phase].skew);
+  }
+
+  void write_slopes(Course& course) const {
+    const double from = start_ ? start_s_ - excerpt_.cycle() : excerpt_.begin_s();
+    const double to = end_s_ ? *end_s_ + excerpt_.cycle() : excerpt_.end_s();
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      const CycleRms rms(supply_.waveform, phase, frequency_.hertz, from, to);
+      course.steepest_change_v_per_s[phase] = rms.steepest();
+    }
   }
 
   /// What no instant is better known than: filters and converters before the record move a change by a sample.
@@ -566,20 +672,33 @@ class CourseFinder {
   }
 
   [[nodiscard]] double end_plus_minus() const {
-    const std::size_t run = std::min(end_, runs_.size() - 1);
+    const std::size_t run = std::min(runs_end_, runs_.size() - 1);
     if (gradual_end_ && run > 0) return std::min(gradual_plus_minus(runs_[run - 1]), runs_[run - 1].length_s());
-    return std::max(sharpest(), runs_[run].begin_plus_minus);
+    return std::max(sharpest(), runs_[run].returned_plus_minus);
   }
 
   void write_point_on_wave(Course& course) const {
-    if (!has_before() || gradual_start_) return;
+    if (!start_ || gradual_start_) return;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      double degrees = (excerpt_.omega() * start_s_ + std::arg(before_[phase]) + pi / 2) * 180 / pi;
+      if (dead_[phase]) continue;
+      double degrees = (excerpt_.omega() * start_s_ + std::arg(before_[phase] * in_time(phase)) + pi / 2) * 180 / pi;
       degrees -= 360 * std::floor(degrees / 360);
       const double angle_error = 2 * before_error_[phase] / std::abs(before_[phase]) * 180 / pi;
       course.point_on_wave_degrees[phase] =
-          Figure{degrees, std::hypot(360 * frequency_.hertz * start_plus_minus(), angle_error)};
+          Figure{degrees, std::hypot(360 * frequency_.hertz * start_->plus_minus, angle_error)};
     }
+  }
+
+  /// Whether there are samples of at least half a cycle, or of a shorter segment all.
+  [[nodiscard]] bool is_measured(const Item& item) const {
+    const std::size_t begin = excerpt_.index_at(item.start_s);
+    const std::size_t end = excerpt_.index_at(item.end_s);
+    std::size_t missing = 0;
+    for (std::size_t i = begin; i < end; i++) missing += excerpt_.is_missing(i) ? 1 : 0;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (!std::isfinite(std::abs(item.phasors[phase])) || !std::isfinite(item.error[phase])) return false;
+    }
+    return missing == 0 || static_cast<double>(end - begin - missing) >= 0.5 * excerpt_.averages_per_cycle();
   }
 
   [[nodiscard]] Segment segment_of(const Item& item) const {
@@ -587,32 +706,49 @@ class CourseFinder {
     segment.start_s = item.start_s;
     if (!item.goes_on) segment.end_s = item.end_s;
     segment.gradual = item.gradual;
-    segment.phasors = item.phasors;
+    segment.measured = is_measured(item);
+    if (!segment.measured) return segment;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      segment.phasors[phase] = item.phasors[phase] * in_time(phase) * volts(1);
+      write_phase(item, phase, segment.phases[phase]);
+    }
+    if (phases_ == 3) {
+      segment.sequences = sequences_of(segment.phasors, supply_.wiring);
+      if (angles_known_ && dead_ == PhaseFlags{}) write_type(item, segment);
+    }
+    return segment;
+  }
+
+  void write_phase(const Item& item, std::size_t phase, SegmentPhase& figures) const {
     const double length = (item.end_s - item.start_s) * frequency_.hertz;
     constexpr double flicker_cycles = 6;
     const double sway = flicker_ * (item.gradual ? 1 : std::min(1.0, flicker_cycles / length));
+    const double magnitude = std::abs(item.phasors[phase]);
+    figures.voltage_v = {volts(magnitude), 2 * volts(std::hypot(item.error[phase], sway * magnitude))};
+    const CycleRms rms(supply_.waveform, phase, frequency_.hertz, item.start_s, item.end_s);
+    if (const auto range = rms.range()) {
+      figures.lowest_rms_v = range->lowest_v;
+      figures.highest_rms_v = range->highest_v;
+    }
+    if (dead_[phase]) return;
+    figures.share_of_before = magnitude / std::abs(before_[phase]);
+    figures.below_threshold = figures.share_of_before < threshold;
+    if (figures.share_of_before < next_to_nothing || !angles_known_) return;
+    const double drift = frequency_.plus_minus * std::abs(item.start_s + item.end_s - 2 * before_s_) / 2 * 360;
+    const double angle_error =
+        std::hypot(item.error[phase] / magnitude, before_error_[phase] / std::abs(before_[phase]));
+    figures.phase_jump_degrees = Figure{std::arg(item.phasors[phase] / before_[phase]) * 180 / pi,
+                                        std::hypot(2 * angle_error * 180 / pi, drift)};
+  }
+
+  void write_type(const Item& item, Segment& segment) const {
+    Phasors now{};
+    Phasors before{};
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      SegmentPhase& figures = segment.phases[phase];
-      const double magnitude = std::abs(item.phasors[phase]);
-      const double error = std::hypot(item.error[phase], sway * magnitude);
-      figures.voltage_v = {volts(magnitude), 2 * volts(error)};
-      figures.share_of_before = magnitude / std::abs(before_[phase]);
-      figures.below_threshold = figures.share_of_before < threshold;
-      if (figures.share_of_before >= next_to_nothing && angles_known_) {
-        const double drift = frequency_.plus_minus * std::abs(item.start_s + item.end_s - 2 * before_s_) / 2 * 360;
-        const double angle_error =
-            std::hypot(item.error[phase] / magnitude, before_error_[phase] / std::abs(before_[phase]));
-        figures.phase_jump_degrees = Figure{std::arg(item.phasors[phase] / before_[phase]) * 180 / pi,
-                                            std::hypot(2 * angle_error * 180 / pi, drift)};
-      }
+      now[phase] = item.phasors[phase] * in_time(phase);
+      before[phase] = before_[phase] * in_time(phase);
     }
-    if (phases_ == 3) {
-      Phasors in_volts = item.phasors;
-      for (Phasor& phasor : in_volts) phasor *= volts(1);
-      segment.sequences = sequences_of(in_volts, supply_.wiring);
-      if (angles_known_) segment.type = type_of(item.phasors, before_, supply_.wiring);
-    }
-    return segment;
+    segment.type = type_of(now, before, supply_.wiring);
   }
 
   void write_transitions(Course& course) const {
@@ -643,8 +779,8 @@ class CourseFinder {
   FrequencyRound frequency_;
   Excerpt excerpt_;
   std::vector<Run> runs_;
-  std::size_t first_ = 0;  // of the dip's runs
-  std::size_t end_ = 0;    // of the runs after them
+  std::size_t first_ = 0;     // of the dip's runs
+  std::size_t runs_end_ = 0;  // of the runs after them
   LevelSource source_ = LevelSource::before;
   Phasors before_{};
   PerPhase before_error_{};
@@ -653,6 +789,9 @@ class CourseFinder {
   double flicker_ = 0;  // standard deviation of a one-cycle magnitude, of the level
   double start_s_ = 0;
   std::optional<double> end_s_;
+  std::optional<Figure> start_;  // these with what they are known by
+  std::optional<Figure> end_;
+  PhaseFlags dead_{};  // phases without voltage before
   bool gradual_start_ = false;
   bool gradual_end_ = false;
   std::vector<Item> items_;

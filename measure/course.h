@@ -18,9 +18,12 @@ struct Supply {
   UsualLevels levels;
   Wiring wiring;
   std::optional<double> declared_v;  ///< for dips that are on at the record's beginning
+  bool between_phases = false;       ///< the voltages are between phases, not between phase and neutral
 };
 
-/// Measures the course of a dip that was detected.
+/// Measures the course of a dip that was detected. Where no change can be told within the dip, its start and end are
+/// where the one-cycle fundamentals cross 90 % of their level, with one gradual segment between; both are none and
+/// there is no segment where no fundamental falls that low. Start and end lie within two cycles of the detected dip.
 Course measure_course(const Supply& supply, const Event& dip);
 
 }  // namespace measure

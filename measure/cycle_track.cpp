@@ -1,61 +1,12 @@
 #include "measure/cycle_track.h"
 
-#include <Eigen/Dense>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numbers>
 
+#include "measure/window_phasor.h"
+
 namespace measure {
-
-namespace {
-
-/// Sums of products keep this order on every machine, in lanes that a compiler can make vectors of.
-constexpr std::size_t lanes = 4;
-
-struct Weights {
-  std::vector<double> re;
-  std::vector<double> im;
-};
-
-/// What a window's samples are multiplied by and added up, to give its phasor against the window's first sample.
-Weights projection(double radians_per_sample, std::size_t window) {
-  const auto rows = static_cast<Eigen::Index>(window);
-  Eigen::MatrixX3d design(rows, 3);
-  for (Eigen::Index k = 0; k < rows; k++) {
-    const double angle = radians_per_sample * static_cast<double>(k);
-    design.row(k) << std::cos(angle), std::sin(angle), 1;
-  }
-  const Eigen::Matrix3d gram = design.transpose() * design;
-  const Eigen::Matrix3Xd solution = gram.llt().solve(design.transpose());
-  Weights weights;
-  for (Eigen::Index k = 0; k < rows; k++) {
-    weights.re.push_back(solution(0, k));
-    weights.im.push_back(-solution(1, k));
-  }
-  return weights;
-}
-
-Phasor project(const double* samples, const Weights& weights) {
-  std::array<double, lanes> re{};
-  std::array<double, lanes> im{};
-  const std::size_t whole = weights.re.size() / lanes * lanes;
-  for (std::size_t k = 0; k < whole; k += lanes) {
-    for (std::size_t lane = 0; lane < lanes; lane++) {
-      re[lane] += samples[k + lane] * weights.re[k + lane];
-      im[lane] += samples[k + lane] * weights.im[k + lane];
-    }
-  }
-  double re_sum = (re[0] + re[1]) + (re[2] + re[3]);
-  double im_sum = (im[0] + im[1]) + (im[2] + im[3]);
-  for (std::size_t k = whole; k < weights.re.size(); k++) {
-    re_sum += samples[k] * weights.re[k];
-    im_sum += samples[k] * weights.im[k];
-  }
-  return {re_sum, im_sum};
-}
-
-}  // namespace
 
 CycleTrack::CycleTrack(const Waveform& waveform) : waveform_(waveform), frequency_(waveform.line_frequency) {
   find_frequency();
@@ -63,52 +14,74 @@ CycleTrack::CycleTrack(const Waveform& waveform) : waveform_(waveform), frequenc
   find_steady();
 }
 
-/// Measures how the phasors turn from half-cycle to half-cycle where the voltage is steadiest, and again at the
-/// frequency so found, until it stays.
+/// How the fundamentals turn over a few cycles.
+struct CycleTrack::Turning {
+  double hertz = 0;  ///< by which they turn faster than the frequency by which they were looked at
+  double level = 0;  ///< the sum of the phases' lowest magnitudes: high where the voltage is high throughout
+};
+
+CycleTrack::Turning CycleTrack::turning(const WindowPhasor& fundamental, std::size_t first, std::size_t hop,
+                                        std::size_t hops) const {
+  Turning result;
+  Phasor turn = 0;
+  for (const Phase& phase : waveform_.phases) {
+    double lowest = std::numeric_limits<double>::infinity();
+    Phasor previous = 0;
+    Phasor sum = 0;
+    for (std::size_t k = 0; k <= hops; k++) {
+      const Phasor now = fundamental.of(phase.samples.data() + first + k * hop) * phase.volts_per_unit;
+      lowest = std::isfinite(std::abs(now)) ? std::min(lowest, std::abs(now)) : 0;
+      if (k > 0) sum += now * std::conj(previous);
+      previous = now;
+    }
+    if (!(lowest > 0)) continue;
+    turn += sum;
+    result.level += lowest;
+  }
+  const double expected = 2 * std::numbers::pi * static_cast<double>(hop) * frequency_ / waveform_.rate;
+  const double off = std::arg(turn * std::polar(1.0, -expected));
+  result.hertz = off / (2 * std::numbers::pi) * waveform_.rate / static_cast<double>(hop);
+  return result;
+}
+
+/// Measures how the phasors turn from half-cycle to half-cycle where the voltage is highest throughout some cycles, and
+/// there again at the frequency so found.
 void CycleTrack::find_frequency() {
   constexpr std::size_t chunk_cycles = 12;
-  constexpr std::size_t most_chunks = 64;
-  constexpr int rounds = 4;
+  constexpr std::size_t most_chunks = 32;
+  constexpr std::size_t looks_per_chunk = 8;
+  constexpr int rounds = 3;
   const double nominal = waveform_.line_frequency;
-  for (int round = 0; round < rounds; round++) {
+  WindowPhasor fundamental;
+  const auto set_window = [&] {
     const double per_cycle = waveform_.rate / frequency_;
-    const auto window = std::max<std::size_t>(4, static_cast<std::size_t>(std::lround(per_cycle)));
-    const auto hop = std::max<std::size_t>(1, static_cast<std::size_t>(std::lround(per_cycle / 2)));
-    if (waveform_.length() < window + hop) return;
-    const Weights weights = projection(2 * std::numbers::pi / per_cycle, window);
-    const std::size_t hops = std::min<std::size_t>(2 * chunk_cycles, (waveform_.length() - window) / hop);
-    const std::size_t span = window + hops * hop;
-    const std::size_t chunks = std::min(most_chunks, std::max<std::size_t>(1, waveform_.length() / span));
-    const std::size_t apart = chunks > 1 ? (waveform_.length() - span) / (chunks - 1) : 0;
-    double best_score = 0;
-    double best_turn = 0;
-    for (std::size_t chunk = 0; chunk < chunks; chunk++) {
-      Phasor turn = 0;
-      double score = 0;
-      for (const Phase& phase : waveform_.phases) {
-        double lowest = std::numeric_limits<double>::infinity();
-        Phasor previous = 0;
-        Phasor sum = 0;
-        for (std::size_t k = 0; k <= hops; k++) {
-          const Phasor now = project(phase.samples.data() + chunk * apart + k * hop, weights) * phase.volts_per_unit;
-          lowest = std::isfinite(std::abs(now)) ? std::min(lowest, std::abs(now)) : 0;
-          if (k > 0) sum += now * std::conj(previous);
-          previous = now;
-        }
-        if (lowest > 0) {
-          turn += sum;
-          score += lowest;  // high where the voltage is high throughout
-        }
-      }
-      // Earlier chunks win unless a later one is clearly better.
-      if (score > 1.02 * best_score) {
-        best_score = score;
-        best_turn = std::arg(turn * std::polar(1.0, -std::numbers::pi * static_cast<double>(hop) / per_cycle * 2));
-      }
-    }
-    if (best_score <= 0) return;
-    const double off = best_turn / (2 * std::numbers::pi) * waveform_.rate / static_cast<double>(hop);
-    frequency_ = std::clamp(frequency_ + off, 0.8 * nominal, 1.2 * nominal);
+    window_ = std::max<std::size_t>(4, static_cast<std::size_t>(std::lround(per_cycle)));
+    fundamental = {2 * std::numbers::pi / per_cycle, window_};
+    return std::max<std::size_t>(1, static_cast<std::size_t>(std::lround(per_cycle / 2)));
+  };
+  const std::size_t hop = set_window();
+  if (waveform_.length() < window_ + hop) return;
+  const std::size_t hops = std::min<std::size_t>(2 * chunk_cycles, (waveform_.length() - window_) / hop);
+  const std::size_t span = window_ + hops * hop;
+  const std::size_t chunks = std::min(most_chunks, std::max<std::size_t>(1, waveform_.length() / span));
+  const std::size_t apart = chunks > 1 ? (waveform_.length() - span) / (chunks - 1) : 0;
+  // A chunk is looked at here and there to find the best one.
+  const std::size_t stride = std::max<std::size_t>(1, hops / looks_per_chunk);
+  std::size_t best = 0;
+  double best_level = 0;
+  for (std::size_t chunk = 0; chunks > 1 && chunk < chunks; chunk++) {
+    const double level = turning(fundamental, chunk * apart, stride * hop, hops / stride).level;
+    // Earlier chunks win unless a later one is clearly better.
+    if (!(level > 1.02 * best_level)) continue;
+    best_level = level;
+    best = chunk * apart;
+  }
+  for (int round = 0; round < rounds; round++) {
+    const std::size_t now = set_window();
+    if (waveform_.length() < best + window_ + now) return;
+    const Turning found = turning(fundamental, best, now, std::min(hops, (waveform_.length() - window_ - best) / now));
+    if (!(found.level > 0)) return;
+    frequency_ = std::clamp(frequency_ + found.hertz, 0.8 * nominal, 1.2 * nominal);
   }
 }
 
@@ -117,7 +90,7 @@ void CycleTrack::follow() {
   window_ = std::max<std::size_t>(4, static_cast<std::size_t>(std::lround(per_cycle)));
   if (waveform_.length() < window_) return;
   const double step = 2 * std::numbers::pi / per_cycle;
-  const Weights weights = projection(step, window_);
+  const WindowPhasor fundamental(step, window_);
   const auto count = static_cast<std::size_t>(static_cast<double>(waveform_.length() - window_) / per_cycle) + 1;
   phasors_.resize(count);
   for (std::size_t k = 0; k < count; k++) {
@@ -127,7 +100,7 @@ void CycleTrack::follow() {
     const Phasor back = std::polar(1.0, -2 * std::numbers::pi * (turns - std::floor(turns)));
     for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
       const Phase& source = waveform_.phases[phase];
-      phasors_[k][phase] = project(source.samples.data() + first, weights) * source.volts_per_unit * back;
+      phasors_[k][phase] = fundamental.of(source.samples.data() + first) * source.volts_per_unit * back;
     }
   }
 }

@@ -10,6 +10,8 @@
 
 namespace measure {
 
+class WindowPhasor;
+
 /// One fundamental per cycle, by least squares with a constant, each sample used once. Peak values in volts, against
 /// cos(omega t), t from the waveform's first sample; not a number where samples are missing.
 class CycleTrack {
@@ -38,7 +40,12 @@ class CycleTrack {
   [[nodiscard]] const std::vector<SteadyStretch>& steady() const { return steady_; }
 
  private:
+  struct Turning;
+
   void find_frequency();
+  /// Of `hops` steps of `hop` samples each, from a sample on.
+  [[nodiscard]] Turning turning(const WindowPhasor& fundamental, std::size_t first, std::size_t hop,
+                                std::size_t hops) const;
   void follow();
   void find_steady();
 

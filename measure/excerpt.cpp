@@ -38,6 +38,29 @@ Excerpt::Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, d
       if (!std::isfinite(averages[i])) missing_[i] = true;
     }
   }
+  turn();
+  sums_ = std::make_shared<const WaveSums>(*this);
+}
+
+/// Fills in the cosines and sines: each is the one before, turned, and now and then one is made afresh so that rounding
+/// errors do not add up.
+void Excerpt::turn() {
+  constexpr std::size_t afresh = 32;
+  cosines_.resize(length());
+  sines_.resize(length());
+  const double step_s = static_cast<double>(block_) / rate_;
+  const double step_c = std::cos(omega_ * step_s);
+  const double step_sine = std::sin(omega_ * step_s);
+  for (std::size_t i = 0; i < length(); i++) {
+    if (i % afresh == 0) {
+      const double angle = omega_ * time_of(static_cast<double>(i));
+      cosines_[i] = std::cos(angle);
+      sines_[i] = std::sin(angle);
+    } else {
+      cosines_[i] = cosines_[i - 1] * step_c - sines_[i - 1] * step_sine;
+      sines_[i] = sines_[i - 1] * step_c + cosines_[i - 1] * step_sine;
+    }
+  }
 }
 
 double Excerpt::cycle() const {
@@ -73,6 +96,18 @@ std::size_t Excerpt::index_at(double seconds) const {
   const double index =
       std::ceil((seconds * rate_ + 0.5 - static_cast<double>(first_)) / static_cast<double>(block_) - 1e-9);
   return static_cast<std::size_t>(std::clamp(index, 0.0, static_cast<double>(length())));
+}
+
+void Excerpt::subtract(const std::array<std::vector<double>, most_phases>& values) {
+  for (std::size_t phase = 0; phase < phases_; phase++) {
+    for (std::size_t i = 0; i < length(); i++) averages_[phase][i] -= values[phase][i];
+  }
+  sums_ = nullptr;
+}
+
+WaveSums::Sums Excerpt::sums_between(std::size_t begin, std::size_t end) const {
+  if (!sums_) sums_ = std::make_shared<const WaveSums>(*this);
+  return sums_->between(*this, begin, end);
 }
 
 double Excerpt::attenuation(int order) const {

@@ -4,9 +4,11 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "measure/findings.h"
+#include "measure/wave_sums.h"
 #include "measure/waveform.h"
 
 namespace measure {
@@ -26,7 +28,6 @@ class Excerpt {
   [[nodiscard]] double cycle() const;    ///< seconds
   [[nodiscard]] double begin_s() const;  ///< half a sample before the first one
   [[nodiscard]] double end_s() const;    ///< half a sample after the last one
-  void set_omega(double omega) { omega_ = omega; }
 
   // --- the samples
   [[nodiscard]] double rate() const { return rate_; }
@@ -40,15 +41,25 @@ class Excerpt {
   [[nodiscard]] std::size_t block() const { return block_; }
   [[nodiscard]] double averages_per_cycle() const;
   [[nodiscard]] double average(std::size_t phase, std::size_t index) const { return averages_[phase][index]; }
+  [[nodiscard]] const double* averages(std::size_t phase) const { return averages_[phase].data(); }
   [[nodiscard]] bool is_missing(std::size_t index) const { return missing_[index]; }
   [[nodiscard]] double time_of(double index) const;          ///< of an average's middle
   [[nodiscard]] double start_of(std::size_t index) const;    ///< half a sample before an average's first sample
   [[nodiscard]] std::size_t index_at(double seconds) const;  ///< first average that begins at or after a time
   /// How much of the harmonic of an order is left in the averages.
   [[nodiscard]] double attenuation(int order) const;
-  void subtract(std::size_t phase, std::size_t index, double value) { averages_[phase][index] -= value; }
+  /// Takes `values` off the averages of each phase.
+  void subtract(const std::array<std::vector<double>, most_phases>& values);
+  /// Cosine and sine of the fundamental's angle at the middle of an average.
+  [[nodiscard]] double cosine(std::size_t index) const { return cosines_[index]; }
+  [[nodiscard]] double sine(std::size_t index) const { return sines_[index]; }
+  /// Sums for fits between any two averages. They are made anew when they are asked for after a subtraction, so an
+  /// excerpt is read by one thread at a time.
+  [[nodiscard]] WaveSums::Sums sums_between(std::size_t begin, std::size_t end) const;
 
  private:
+  void turn();
+
   const Waveform& waveform_;
   std::size_t phases_;
   std::size_t first_;
@@ -59,6 +70,9 @@ class Excerpt {
   double omega_;
   std::array<std::vector<double>, most_phases> averages_;
   std::vector<bool> missing_;
+  std::vector<double> cosines_;
+  std::vector<double> sines_;
+  mutable std::shared_ptr<const WaveSums> sums_;
 };
 
 }  // namespace measure

@@ -10,6 +10,8 @@ namespace measure {
 namespace {
 
 constexpr double agreeing = 0.02;
+/// A phase with next to no voltage before agrees within a share of this, in usual peaks.
+constexpr double lowest_level = 0.05;
 constexpr double left_out_cycles = 1.25;
 constexpr double windows_per_cycle = 4;
 
@@ -44,7 +46,8 @@ class Windows {
 
 bool agree(const Phasors& one, const Phasors& other, const Phasors& before, std::size_t phases) {
   for (std::size_t phase = 0; phase < phases; phase++) {
-    if (std::abs(std::abs(one[phase]) - std::abs(other[phase])) > agreeing * std::abs(before[phase])) return false;
+    const double level = std::max(std::abs(before[phase]), lowest_level);
+    if (std::abs(std::abs(one[phase]) - std::abs(other[phase])) > agreeing * level) return false;
   }
   return true;
 }
@@ -119,7 +122,7 @@ bool is_borne_out(const Excerpt& excerpt, const Segment& segment, const PhasorFi
       }
     }
     for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
-      const double most = well_fitted * std::abs(before[phase]);
+      const double most = well_fitted * std::max(std::abs(before[phase]), lowest_level);
       if (!(squares[phase] <= most * most * static_cast<double>(end - begin))) return false;
     }
     return true;

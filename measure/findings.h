@@ -59,7 +59,7 @@ struct Segment {
   double start_s = 0;           ///< seconds from the waveform's first sample, as all times
   std::optional<double> end_s;  ///< none: it goes on at the record's end
   bool gradual = false;         ///< the fundamentals change from its beginning to its end
-  bool measured = true;         ///< false: too many samples are missing for any figure
+  bool measured = true;         ///< false: too many samples are missing for any figure but its times
   std::array<SegmentPhase, most_phases> phases;
   std::optional<Sequences> sequences;  ///< of three voltages only, as is the type
   std::optional<DipType> type;
@@ -81,6 +81,15 @@ enum class LevelSource {
   after      ///< the voltage after the dip: the record begins in the dip
 };
 
+/// The voltages that a transformer may pass on: between phases, and of phases without their zero sequence.
+enum class SixVoltages { ab, bc, ca, a, b, c };
+
+/// The lowest of six voltages over time during a dip (IEEE Std 1564-2014).
+struct LowestOfSix {
+  double share = 0;  ///< one-cycle fundamental over its own value before the dip
+  SixVoltages which = SixVoltages::ab;
+};
+
 struct Course {
   std::optional<Figure> start_s;  ///< none: the record begins in the dip
   std::optional<Figure> end_s;    ///< none: the dip goes on at the record's end
@@ -92,7 +101,10 @@ struct Course {
   double frequency = 0;                    ///< hertz
   std::optional<double> frequency_before;  ///< as far as enough steady voltage lies there to tell
   std::optional<double> frequency_after;
-  PerPhase steepest_change_v_per_s{};  ///< largest slope of each phase's one-cycle RMS
+  /// Largest slope of each phase's true one-cycle RMS: its change over half a cycle, divided by that time. Looked for
+  /// from a cycle before the start to a cycle after the end, or from and to the record's ends where these are unknown.
+  PerPhase steepest_change_v_per_s{};
+  std::optional<LowestOfSix> lowest_of_six;  ///< of three voltages between phase and neutral
   std::vector<Segment> segments;
   std::vector<Transition> transitions;
   double explained_share = 0;  ///< of the one-cycle windows clear of transitions, how many agree with their segment

@@ -11,8 +11,10 @@ namespace measure {
 
 namespace {
 
-/// A grid of windows catches up with a fundamental that has another phase by so much of a cycle per half cycle.
-constexpr double fastest_catching_up = 0.01;
+/// A grid of windows catches up with a fundamental that has another phase by so much of a half cycle per half cycle.
+constexpr double fastest_catching_up = 0.02;
+/// Zero crossings are followed where the grid is further off than this, in half cycles.
+constexpr double near_crossing = 0.015;
 /// Voltage in units of the usual one below which its zero crossings are not followed.
 constexpr double too_little_to_follow = 0.3;
 
@@ -74,27 +76,24 @@ HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const C
   result.start_s.reserve(expected);
   result.end_s.reserve(expected);
   result.volts.reserve(expected);
-  double previous_boundary = 0;
-  double previous_energy = -1;
+  double first_half = -1;  // energy of the next window's first half where the last window gave it; otherwise below 0
   // The last window may end a quarter of a sample after the last sample's time.
-  while (true) {
-    const double lag = after_crossing(boundary + half_cycle / 2 - offset) - 0.5;
-    // The middle of the half cycle should lie half-way between two crossings.
-    const double late = lag < -0.5 ? lag + 1 : lag;
-    const double correction = std::clamp(-late, -2 * fastest_catching_up, 2 * fastest_catching_up);
-    const double next = boundary + half_cycle * (1 + (std::abs(late) < 0.5 ? correction : 0));
-    const double to = next * waveform.rate;
-    if (to > length + 0.25) break;
-    const double now = energy(source.samples.data(), boundary * waveform.rate, std::min(to, length));
-    if (previous_energy >= 0 || std::isnan(previous_energy)) {
-      const double mean = (previous_energy + now) / ((next - previous_boundary) * waveform.rate);
-      result.start_s.push_back(previous_boundary - offset);
-      result.end_s.push_back(next - offset);
-      result.volts.push_back(std::sqrt(mean) * std::abs(source.volts_per_unit));
-    }
-    previous_boundary = boundary;
-    previous_energy = now;
-    boundary = next;
+  for (double start = boundary; (start + 2 * half_cycle) * waveform.rate <= length + 0.25;) {
+    const double middle = start + half_cycle;
+    const double end = middle + half_cycle;
+    const double* samples = source.samples.data();
+    if (first_half < 0) first_half = energy(samples, start * waveform.rate, middle * waveform.rate);
+    const double second_half = energy(samples, middle * waveform.rate, std::min(end * waveform.rate, length));
+    const double mean = (first_half + second_half) / (2 * half_cycle * waveform.rate);
+    result.start_s.push_back(start - offset);
+    result.end_s.push_back(end - offset);
+    result.volts.push_back(std::sqrt(mean) * std::abs(source.volts_per_unit));
+    // The next window begins at a zero crossing; one that is nearly there goes on where the last one's middle was.
+    const double late = after_crossing(middle - offset);
+    const double correction = std::clamp(late, -fastest_catching_up, fastest_catching_up);
+    const bool stays = !(std::abs(late) > near_crossing);
+    first_half = stays ? second_half : -1;
+    start = stays ? middle : middle - correction * half_cycle;
   }
   return result;
 }

@@ -1,8 +1,9 @@
 #include "measure/harmonics.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <numbers>
+#include <vector>
 
 #include "measure/phasor_fit.h"
 
@@ -22,32 +23,61 @@ void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s)
   const PhasorFit fit(excerpt, begin, end, form);
   const Phasors level = fit.phasors(until_s);
 
-  // The magnitude of a phase between the middles of two cycles, in units of its level.
+  // The magnitudes in the middles of two cycles, in units of the level; a straight line leads from one to the other.
   std::size_t k = 0;
-  const auto share_at = [&](double seconds, std::size_t phase) {
+  PerPhase at_middle{};
+  PerPhase at_next{};
+  const auto look_up = [&] {
     const std::size_t next = std::min(k + 1, track.cycles() - 1);
-    double one = std::abs(track.phasors(k)[phase]);
-    double other = std::abs(track.phasors(next)[phase]);
-    if (!std::isfinite(one)) one = other;
-    if (!std::isfinite(other)) other = one;
-    if (!std::isfinite(one)) return 0.0;
-    const double between = std::clamp((seconds - track.time_of(k)) / cycle, 0.0, 1.0);
-    return std::min(largest_share, (one + between * (other - one)) / excerpt.peak() / std::abs(level[phase]));
+    for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
+      double one = std::abs(track.phasors(k)[phase]);
+      double other = std::abs(track.phasors(next)[phase]);
+      if (!std::isfinite(one)) one = other;
+      if (!std::isfinite(other)) other = one;
+      const double unit = excerpt.peak() * std::abs(level[phase]);
+      at_middle[phase] = std::isfinite(one) ? one / unit : 0;
+      at_next[phase] = std::isfinite(one) ? other / unit : 0;
+    }
   };
+  const auto share_at = [&](double seconds, std::size_t phase) {
+    const double between = std::clamp((seconds - track.time_of(k)) / cycle, 0.0, 1.0);
+    return std::min(largest_share, at_middle[phase] + between * (at_next[phase] - at_middle[phase]));
+  };
+  // Each harmonic is a phasor that turns by the same angle from one average to the next.
+  struct Turning {
+    Phasor now;
+    Phasor step;
+    Phasors amplitude;
+  };
+  std::vector<Turning> turning;
+  for (const int order : fit.form().harmonics) {
+    const double angle = order * excerpt.omega();
+    turning.push_back({std::polar(excerpt.attenuation(order), angle * excerpt.time_of(0)),
+                       std::polar(1.0, angle * static_cast<double>(excerpt.block()) / excerpt.rate()),
+                       fit.harmonic(order)});
+  }
+  std::array<std::vector<double>, most_phases> values;
+  for (std::size_t phase = 0; phase < excerpt.phases(); phase++) values[phase].resize(excerpt.length());
+  look_up();
   for (std::size_t i = 0; i < excerpt.length(); i++) {
     const double seconds = excerpt.time_of(static_cast<double>(i));
-    while (k + 1 < track.cycles() && track.time_of(k + 1) < seconds) k++;
+    if (k + 1 < track.cycles() && track.time_of(k + 1) < seconds) {
+      while (k + 1 < track.cycles() && track.time_of(k + 1) < seconds) k++;
+      look_up();
+    }
     PerPhase harmonics{};
-    for (const int order : fit.form().harmonics) {
-      const Phasor turn = std::polar(excerpt.attenuation(order), order * excerpt.omega() * seconds);
-      const Phasors amplitude = fit.harmonic(order);
-      for (std::size_t phase = 0; phase < excerpt.phases(); phase++)
-        harmonics[phase] += std::real(amplitude[phase] * turn);
+    for (Turning& harmonic : turning) {
+      for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
+        const Phasor& amplitude = harmonic.amplitude[phase];
+        harmonics[phase] += amplitude.real() * harmonic.now.real() - amplitude.imag() * harmonic.now.imag();
+      }
+      harmonic.now *= harmonic.step;
     }
     for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
-      excerpt.subtract(phase, i, harmonics[phase] * share_at(seconds, phase));
+      values[phase][i] = harmonics[phase] * share_at(seconds, phase);
     }
   }
+  excerpt.subtract(values);
 }
 
 }  // namespace measure

@@ -1,8 +1,10 @@
 #include "measure/instants.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace measure {
@@ -18,6 +20,79 @@ constexpr double price_of_changing = 2;
 /// What the models do not carry grows with the change: their deviation is never taken for less than these shares of it.
 constexpr double unmodelled_before = 0.02;
 constexpr double unmodelled_after = 0.05;
+/// Ringing after a switching: its deviations at first that are thought of, as shares of the change, and its time
+/// constant in seconds. Of lines and cables it has some hundred hertz to a few kilohertz and dies within milliseconds.
+constexpr std::array<double, 5> ringing = {0, 0.05, 0.1, 0.2, 0.4};
+constexpr double ringing_s = 0.8e-3;
+constexpr double ringing_lasts_s = 3e-3;
+/// Costs are twice the logarithm of a likelihood: within 4 of the least lie 95 %. Noise of neighbouring samples is not
+/// independent, so more is taken.
+constexpr double as_likely = 8;
+
+/// The costs of the samples of a change by which the times are compared.
+struct Costs {
+  std::vector<double> as_before;  // of the samples before each one
+  std::vector<double> as_after;
+  std::vector<double> as_changing;
+  std::vector<PerPhase> off_after;  // squares of the distances from the course after; 0 where nothing is told by them
+  PerPhase variance_after{};
+  PerPhase change{};  // squares
+  PhaseFlags tells{};
+};
+
+/// When the change is over although ringing follows that begins with a share of the change.
+class Return {
+ public:
+  Return(const Costs& costs, std::size_t phases, double share, double rate) : costs_(costs), phases_(phases) {
+    const auto count = static_cast<std::size_t>(std::ceil(ringing_lasts_s * rate));
+    for (std::size_t k = 0; k < count; k++) {
+      const double now = share * std::exp(-static_cast<double>(k) / rate / ringing_s);
+      PerPhase inverse{};
+      double logarithms = 0;
+      for (std::size_t phase = 0; phase < phases; phase++) {
+        if (!costs.tells[phase]) continue;
+        const double variance = costs.variance_after[phase] + now * now * costs.change[phase];
+        inverse[phase] = 1 / variance;
+        logarithms += std::log(variance);
+      }
+      inverse_.push_back(inverse);
+      logarithms_.push_back(logarithms);
+    }
+  }
+
+  [[nodiscard]] double cost(std::size_t at) const {
+    const std::size_t end = std::min(at + inverse_.size(), costs_.off_after.size());
+    double cost = costs_.as_changing[at] + costs_.as_after.back() - costs_.as_after[end];
+    for (std::size_t k = at; k < end; k++) {
+      const PerPhase& off = costs_.off_after[k];
+      const PerPhase& inverse = inverse_[k - at];
+      for (std::size_t phase = 0; phase < phases_; phase++) cost += off[phase] * inverse[phase];
+      cost += logarithms_[k - at];
+    }
+    return cost;
+  }
+
+ private:
+  const Costs& costs_;
+  std::size_t phases_;
+  std::vector<PerPhase> inverse_;
+  std::vector<double> logarithms_;
+};
+
+/// By the likeliest ringing, the sample at which the change is over, and how far off it may as well be.
+std::pair<std::size_t, double> returns_at(const Costs& costs, std::size_t phases, std::size_t first, std::size_t last,
+                                          double rate) {
+  std::vector<double> least(last - first + 1, std::numeric_limits<double>::infinity());
+  for (const double share : ringing) {
+    const Return back(costs, phases, share, rate);
+    for (std::size_t k = first; k <= last; k++) least[k - first] = std::min(least[k - first], back.cost(k));
+  }
+  const auto best = std::min_element(least.begin(), least.end()) - least.begin();
+  const auto likely = [&](double cost) { return cost <= least[static_cast<std::size_t>(best)] + as_likely; };
+  const auto earliest = std::find_if(least.begin(), least.end(), likely) - least.begin();
+  const auto latest = least.rend() - std::find_if(least.rbegin(), least.rend(), likely) - 1;
+  return {first + static_cast<std::size_t>(best), static_cast<double>(std::max(best - earliest, latest - best)) + 0.5};
+}
 
 }  // namespace
 
@@ -43,32 +118,52 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
     return std::max({1e-6, fit.residual()[phase] * block, unmodelled * unmodelled * change[phase]});
   };
 
+  PerPhase variance_before{};
+  PerPhase variance_after{};
+  PerPhase log_before{};
+  PerPhase log_after{};
+  PhaseFlags tells{};
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    variance_before[phase] = variance(before, phase, unmodelled_before);
+    variance_after[phase] = variance(after, phase, unmodelled_after);
+    log_before[phase] = std::log(variance_before[phase]);
+    log_after[phase] = std::log(variance_after[phase]);
+    tells[phase] = change[phase] >= share_that_tells * largest;
+  }
+
   // Costs of the samples before each one, by whether they follow the one course, the other or the change.
-  std::vector<double> as_before(end - first + 1, 0);
-  std::vector<double> as_after(as_before.size(), 0);
-  std::vector<double> as_changing(as_before.size(), 0);
-  for (std::size_t i = first; i < end; i++) {
-    const double seconds = excerpt.time_of_sample(static_cast<double>(i));
-    const PerPhase expected_before = before.voltage(seconds);
-    const PerPhase expected_after = after.voltage(seconds);
+  Costs costs;
+  costs.variance_after = variance_after;
+  costs.change = change;
+  costs.tells = tells;
+  costs.off_after.assign(end - first, {});
+  std::vector<double>& as_before = costs.as_before;
+  std::vector<double>& as_after = costs.as_after;
+  std::vector<double>& as_changing = costs.as_changing;
+  as_before.assign(end - first + 1, 0);
+  as_after.assign(as_before.size(), 0);
+  as_changing.assign(as_before.size(), 0);
+  const double first_time = excerpt.time_of_sample(static_cast<double>(first));
+  const std::vector<PerPhase> all_before = before.voltages(first_time, 1 / excerpt.rate(), end - first);
+  const std::vector<PerPhase> all_after = after.voltages(first_time, 1 / excerpt.rate(), end - first);
+  for (std::size_t k = 0; k < end - first; k++) {
     double cost_before = 0;
     double cost_after = 0;
     double cost_changing = 0;
     for (std::size_t phase = 0; phase < phases; phase++) {
-      const double value = excerpt.value(phase, i);
-      if (change[phase] < share_that_tells * largest || !std::isfinite(value)) continue;
-      const double off_before = value - expected_before[phase];
-      const double off_after = value - expected_after[phase];
-      const double variance_before = variance(before, phase, unmodelled_before);
-      const double variance_after = variance(after, phase, unmodelled_after);
-      const double one = off_before * off_before / variance_before + std::log(variance_before);
-      const double other = off_after * off_after / variance_after + std::log(variance_after);
-      const double neither = price_of_neither + std::log(std::max(variance_before, variance_after));
+      if (!tells[phase]) continue;
+      const double value = excerpt.value(phase, first + k);
+      if (!std::isfinite(value)) continue;
+      const double off_before = value - all_before[k][phase];
+      const double off_after = value - all_after[k][phase];
+      const double one = off_before * off_before / variance_before[phase] + log_before[phase];
+      const double other = off_after * off_after / variance_after[phase] + log_after[phase];
+      const double neither = price_of_neither + std::max(log_before[phase], log_after[phase]);
+      costs.off_after[k][phase] = off_after * off_after;
       cost_before += one;
       cost_after += other;
       cost_changing += std::min({one, other, neither}) + price_of_changing;
     }
-    const std::size_t k = i - first;
     as_before[k + 1] = as_before[k] + cost_before;
     as_after[k + 1] = as_after[k] + cost_after;
     as_changing[k + 1] = as_changing[k] + cost_changing;
@@ -90,9 +185,6 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const std::size_t start = best_until[last];
   const double least = falling(start) + rising(last);
 
-  // Costs are twice the logarithm of a likelihood: within 4 of the least lie 95 %. Noise of neighbouring samples is
-  // not independent, so more is taken.
-  constexpr double as_likely = 8;
   const auto spread = [&](std::size_t best, auto cost) {
     std::size_t low = best;
     std::size_t high = best;
@@ -104,7 +196,19 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const double last_spread = spread(last, [&](std::size_t k) { return falling(best_until[k]) + rising(k); });
   // A change lies between the last sample that follows the one course and the first that follows the other.
   const auto time = [&](std::size_t k) { return excerpt.time_of_sample(static_cast<double>(first + k) - 0.5); };
-  return {time(start), time(last), first_spread / excerpt.rate(), last_spread / excerpt.rate()};
+  Instants instants{time(start),
+                    time(last),
+                    first_spread / excerpt.rate(),
+                    last_spread / excerpt.rate(),
+                    time(last),
+                    last_spread / excerpt.rate()};
+  // The change may be over earlier than the ringing after it is.
+  const auto [back, back_spread] = returns_at(costs, phases, start, last, excerpt.rate());
+  const double earliest = std::min(time(back) - back_spread / excerpt.rate(), time(last));
+  const double latest = time(last) + last_spread / excerpt.rate();
+  instants.back_s = (earliest + latest) / 2;
+  instants.back_plus_minus = (latest - earliest) / 2;
+  return instants;
 }
 
 }  // namespace measure

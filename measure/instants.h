@@ -15,6 +15,10 @@ struct Instants {
   double last_s = 0;
   double first_plus_minus = 0;  ///< half width of the time in which the change may as well begin: 95 %
   double last_plus_minus = 0;
+  /// When the last phase goes over to the course after: at the earliest when all that follows may be ringing, at the
+  /// latest when that is over, at `last_s`. This is the middle, and it may lie anywhere between.
+  double back_s = 0;
+  double back_plus_minus = 0;
 };
 
 /// Looks for the change among the samples from `from_s` to `to_s`. Outside it one of the courses holds; within it a

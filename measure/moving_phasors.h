@@ -2,9 +2,9 @@
 #pragma once
 
 #include <optional>
-#include <vector>
 
 #include "measure/excerpt.h"
+#include "measure/window_phasor.h"
 
 namespace measure {
 
@@ -14,7 +14,7 @@ class MovingPhasors {
   explicit MovingPhasors(const Excerpt& excerpt);
 
   /// Averages in a window.
-  [[nodiscard]] std::size_t window() const { return weights_.size(); }
+  [[nodiscard]] std::size_t window() const { return fundamental_.size(); }
   /// Of the window that begins at an average; none where samples are missing or the excerpt ends.
   [[nodiscard]] std::optional<Phasors> at(std::size_t begin) const;
   /// Time of the middle of that window.
@@ -22,7 +22,7 @@ class MovingPhasors {
 
  private:
   const Excerpt& excerpt_;
-  std::vector<Phasor> weights_;  // of a window's averages, for a phasor against the window's beginning
+  WindowPhasor fundamental_;
 };
 
 }  // namespace measure

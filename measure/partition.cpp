@@ -1,6 +1,5 @@
 #include "measure/partition.h"
 
-#include <Eigen/Dense>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -101,7 +100,7 @@ class Partitioner {
       for (std::size_t j = 0; j < open.size(); j++) {
         const std::size_t cells = candidates_[k] - candidates_[open[j]];
         const bool young = cells < 2 * shortest_ + 2;
-        const bool beaten = costs[j] > best[k] + 1.5 * linear_price * price;
+        const bool beaten = costs[j] > best[k] + 1.1 * linear_price * price;
         const bool too_long = static_cast<double>(cells) > longest_piece_cycles * cells_per_cycle_;
         if (young || (!beaten && !too_long)) open[kept++] = open[j];
       }
@@ -150,10 +149,9 @@ class Partitioner {
 
   void add(std::size_t i, const std::array<double, 3>& use, Sums& sums) const {
     if (excerpt_.is_missing(i)) return;
-    const double seconds = excerpt_.time_of(static_cast<double>(i));
-    const double tau = seconds / excerpt_.cycle();
-    const double c = std::cos(excerpt_.omega() * seconds);
-    const double s = std::sin(excerpt_.omega() * seconds);
+    const double tau = excerpt_.time_of(static_cast<double>(i)) / excerpt_.cycle();
+    const double c = excerpt_.cosine(i);
+    const double s = excerpt_.sine(i);
     const double c2 = c * c - s * s;
     const double s2 = 2 * c * s;
     const double c3 = c2 * c - s2 * s;
@@ -194,32 +192,30 @@ class Partitioner {
     const Sums& a = sums_[from];
     const Sums& b = sums_[to];
     constexpr int waves = std::min(columns, steady_columns);
-    Eigen::Matrix<double, columns, columns> gram;
+    // The normal equations: the lower triangle of the products of columns, and a row for the values of each phase.
+    Rows rows;
+    int at = 0;
     for (int u = 0; u < waves; u++) {
-      for (int v = u; v < waves; v++) {
-        const std::size_t at = product(u, v);
-        gram(v, u) = b.gram[at] - a.gram[at];
+      for (int v = u; v < waves; v++, at++) {
+        rows[place(v)][place(u)] = b.gram[place(at)] - a.gram[place(at)];
       }
+      at += steady_columns - waves;
     }
-    Eigen::Matrix<double, columns, most_phases> right = Eigen::Matrix<double, columns, most_phases>::Zero();
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      for (int u = 0; u < columns; u++) {
-        const auto k = static_cast<std::size_t>(u);
-        right(u, static_cast<Eigen::Index>(phase)) = b.right[phase][k] - a.right[phase][k];
-      }
+      double* row = rows[place(columns) + phase].data();
+      for (std::size_t k = 0; k < place(columns); k++) row[k] = b.right[phase][k] - a.right[phase][k];
     }
-    if constexpr (columns == all_columns) add_time(a, b, times_[from], gram, right);
-    for (int u = 0; u < columns; u++) gram(u, u) += 1e-9 * (1 + gram(u, u));
-    for (int u = fundamental_columns; u < waves; u++) gram(u, u) += harmonic_price;
-    const Eigen::LLT<Eigen::Ref<decltype(gram)>> factor(gram);
-    factor.matrixL().solveInPlace(right);
+    if constexpr (columns == all_columns) add_time(a, b, times_[from], rows);
+    for (std::size_t u = 0; u < place(columns); u++) rows[u][u] += 1e-9 * (1 + rows[u][u]);
+    for (std::size_t u = fundamental_columns; u < place(waves); u++) rows[u][u] += harmonic_price;
+    factorise(rows, place(columns), place(columns) + phases_);
     Left left;
     left.count = b.count - a.count;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      const auto column = right.col(static_cast<Eigen::Index>(phase));
+      const double* row = rows[place(columns) + phase].data();
       double rest = b.squares[phase] - a.squares[phase];
       const auto take = [&](int first, int last) {
-        for (int u = first; u < std::min(last, columns); u++) rest -= column(u) * column(u);
+        for (int u = first; u < std::min(last, columns); u++) rest -= row[u] * row[u];
         return std::max(0.0, rest);
       };
       left.fundamental[phase] = take(0, fundamental_columns);
@@ -230,29 +226,51 @@ class Partitioner {
     return left;
   }
 
+  using Row = std::array<double, all_columns>;
+  using Rows = std::array<Row, all_columns + most_phases>;
+
+  static constexpr std::size_t place(int index) { return static_cast<std::size_t>(index); }
+
+  /// Cholesky factors, in place. The rows of values are taken along, which solves for them by half: the square of what
+  /// becomes of each place is what its column explains.
+  static void factorise(Rows& rows, std::size_t columns, std::size_t count) {
+    Row inverse;
+    for (std::size_t i = 0; i < count; i++) {
+      double* row = rows[i].data();
+      const std::size_t end = std::min(i, columns);
+      for (std::size_t j = 0; j < end; j++) {
+        const double* other = rows[j].data();
+        double sum = row[j];
+        for (std::size_t k = 0; k < j; k++) sum -= row[k] * other[k];
+        row[j] = sum * inverse[j];
+      }
+      if (i >= columns) continue;
+      double pivot = row[i];
+      for (std::size_t k = 0; k < i; k++) pivot -= row[k] * row[k];
+      inverse[i] = pivot > 0 ? 1 / std::sqrt(pivot) : 0;
+    }
+  }
+
   /// The columns of the fundamental times time, which counts from the piece's beginning.
-  static void add_time(const Sums& a, const Sums& b, double origin,
-                       Eigen::Matrix<double, all_columns, all_columns>& gram,
-                       Eigen::Matrix<double, all_columns, most_phases>& right) {
-    for (int u = 0; u < steady_columns; u++) {
-      const auto k = static_cast<std::size_t>(u);
-      const double with_sin = u == 0 ? gram(1, 0) : gram(u, 1);
-      gram(steady_columns, u) = b.by_time_cos[k] - a.by_time_cos[k] - origin * gram(u, 0);
-      gram(steady_columns + 1, u) = b.by_time_sin[k] - a.by_time_sin[k] - origin * with_sin;
+  void add_time(const Sums& a, const Sums& b, double origin, Rows& rows) const {
+    Row& timed_cos = rows[steady_columns];
+    Row& timed_sin = rows[steady_columns + 1];
+    for (std::size_t k = 0; k < place(steady_columns); k++) {
+      const double with_sin = k == 0 ? rows[1][0] : rows[k][1];
+      timed_cos[k] = b.by_time_cos[k] - a.by_time_cos[k] - origin * rows[k][0];
+      timed_sin[k] = b.by_time_sin[k] - a.by_time_sin[k] - origin * with_sin;
     }
     const auto squared = [&](std::size_t k, double first, double plain) {
       return b.by_time_squared[k] - a.by_time_squared[k] - 2 * origin * first + origin * origin * plain;
     };
-    gram(9, 9) = squared(0, b.by_time_cos[0] - a.by_time_cos[0], gram(0, 0));
-    gram(10, 9) = squared(1, b.by_time_cos[1] - a.by_time_cos[1], gram(1, 0));
-    gram(10, 10) = squared(2, b.by_time_sin[1] - a.by_time_sin[1], gram(1, 1));
-    right.row(9) -= origin * right.row(0);
-    right.row(10) -= origin * right.row(1);
-  }
-
-  /// Where the sum of the products of two columns lies, `u` not after `v`.
-  static constexpr std::size_t product(int u, int v) {
-    return static_cast<std::size_t>(u * steady_columns - u * (u - 1) / 2 + v - u);
+    timed_cos[9] = squared(0, b.by_time_cos[0] - a.by_time_cos[0], rows[0][0]);
+    timed_sin[9] = squared(1, b.by_time_cos[1] - a.by_time_cos[1], rows[1][0]);
+    timed_sin[10] = squared(2, b.by_time_sin[1] - a.by_time_sin[1], rows[1][1]);
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      Row& values = rows[all_columns + phase];
+      values[9] -= origin * values[0];
+      values[10] -= origin * values[1];
+    }
   }
 
   [[nodiscard]] double likelihood(const PerPhase& left, double count) const {

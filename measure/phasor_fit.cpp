@@ -3,49 +3,116 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <complex>
 #include <utility>
 
 namespace measure {
 
 namespace {
 
-constexpr int most_columns = 24;
 constexpr double longest_carry_back_cycles = 0.35;
+/// An offset that has decayed for so many time constants is less than a rounding error.
+constexpr double decayed_constants = 36;
+
+/// The product of two complex numbers that are finite.
+Phasor times(Phasor one, Phasor other) {
+  return {one.real() * other.real() - one.imag() * other.imag(), one.real() * other.imag() + one.imag() * other.real()};
+}
+
+/// A harmonic of a fit and its place among the columns: first its cosine, then its sine, which the constant lacks.
+struct Wave {
+  std::size_t column = 0;
+  int order = 0;
+  bool timed = false;
+  double kept = 1;
+};
+
+/// The fundamental, its harmonics and the constant, in the order of the columns.
+class Waves {
+ public:
+  Waves(const FitForm& form, const std::array<double, WaveSums::orders>& attenuation) {
+    add({0, 1, false, attenuation[1]});
+    if (form.linear) add({0, 1, true, attenuation[1]});
+    for (const int order : form.harmonics) add({0, order, false, attenuation[static_cast<std::size_t>(order)]});
+    add({0, 0, false, 1});
+  }
+
+  [[nodiscard]] const Wave* begin() const { return waves_.data(); }
+  [[nodiscard]] const Wave* end() const { return waves_.data() + count_; }
+
+ private:
+  void add(Wave wave) {
+    wave.column = columns_;
+    columns_ += wave.order == 0 ? 1 : 2;
+    waves_[count_++] = wave;
+  }
+
+  std::array<Wave, WaveSums::orders + 2> waves_;
+  std::size_t count_ = 0;
+  std::size_t columns_ = 0;
+};
+
+/// Sums of z to the powers of 0, 1, 2 and so on, and of these powers times their exponents.
+struct Series {
+  Phasor plain;
+  Phasor timed;
+
+  /// `last`: z to the power of `count`, the first that is not in the sums.
+  Series(Phasor z, Phasor last, double count) {
+    const Phasor rest = 1.0 - z;
+    const Phasor inverse = std::conj(rest) / std::norm(rest);
+    plain = times(1.0 - last, inverse);
+    timed = times(plain - 1.0 - (count - 1) * last, inverse);
+  }
+};
 
 }  // namespace
 
-/// The basis at one average after the other: each is the one before, turned and decayed a little further.
-class PhasorFit::BasisWalk {
+/// What was fitted, at one time after the other: each is the one before, turned and decayed a little further.
+class PhasorFit::Walk {
  public:
-  BasisWalk(const PhasorFit& fit, const Excerpt& excerpt, std::size_t begin) : fit_(fit) {
-    const double seconds = excerpt.time_of(static_cast<double>(begin));
-    const double step_s = static_cast<double>(excerpt.block()) / excerpt.rate();
-    c_ = std::cos(fit.omega_ * seconds);
-    s_ = std::sin(fit.omega_ * seconds);
+  Walk(const PhasorFit& fit, double from_s, double step_s) : fit_(fit) {
+    c_ = std::cos(fit.omega_ * from_s);
+    s_ = std::sin(fit.omega_ * from_s);
     step_c_ = std::cos(fit.omega_ * step_s);
     step_s_ = std::sin(fit.omega_ * step_s);
-    since_ = (seconds - fit.start_) / fit.cycle_;
+    since_ = (from_s - fit.start_) / fit.cycle_;
     since_step_ = step_s / fit.cycle_;
-    for (const double cycles : fit.form_.decays) {
-      decayed_.push_back(std::exp(-since_ / cycles));
-      decay_.push_back(std::exp(-since_step_ / cycles));
-    }
+    for (const double cycles : fit.form_.decays) decay_.push_back(std::exp(-since_step_ / cycles));
+    decayed_.resize(decay_.size());
+    start_decays();
   }
 
   void step() {
     const double next = c_ * step_c_ - s_ * step_s_;
     s_ = s_ * step_c_ + c_ * step_s_;
     c_ = next;
+    const bool carried_back = since_ < -longest_carry_back_cycles;
     since_ += since_step_;
-    for (std::size_t k = 0; k < decayed_.size(); k++) decayed_[k] *= decay_[k];
+    if (carried_back) {
+      start_decays();
+    } else {
+      for (std::size_t k = 0; k < decayed_.size(); k++) decayed_[k] *= decay_[k];
+    }
   }
 
-  void write(double* row) const {
-    row = fit_.write_waves(c_, s_, since_, fit_.attenuation_.data(), row);
-    for (const double decayed : decayed_) *row++ = decayed;
+  /// `kept`: what is left of each harmonic.
+  [[nodiscard]] PerPhase voltage(const std::array<double, orders>& kept = unattenuated) const {
+    Column row;
+    double* decays = fit_.write_waves(c_, s_, since_, kept.data(), row.data());
+    for (const double decayed : decayed_) *decays++ = decayed;
+    return fit_.times_coefficients(row);
   }
 
  private:
+  static constexpr std::array<double, orders> unattenuated = {1, 1, 1, 1, 1, 1, 1, 1};
+
+  void start_decays() {
+    for (std::size_t k = 0; k < decayed_.size(); k++) {
+      decayed_[k] = std::exp(-std::max(since_, -longest_carry_back_cycles) / fit_.form_.decays[k]);
+    }
+  }
+
   const PhasorFit& fit_;
   double c_;
   double s_;
@@ -80,42 +147,146 @@ PhasorFit::PhasorFit(const Excerpt& excerpt, std::size_t begin, std::size_t end,
       cycle_(excerpt.cycle()) {
   constexpr double highest_order = 0.45;  // of the averages per cycle
   std::erase_if(form_.harmonics, [&](int order) { return order > highest_order * excerpt.averages_per_cycle(); });
-  for (int order = 1; order < orders; order++)
-    attenuation_[static_cast<std::size_t>(order)] = excerpt.attenuation(order);
-
-  const Eigen::Index count = columns();
-  Eigen::MatrixXd design(count, static_cast<Eigen::Index>(end - begin));  // a column for each average
-  Eigen::MatrixXd values(static_cast<Eigen::Index>(phases_), static_cast<Eigen::Index>(end - begin));
-  Eigen::Index used = 0;
-  BasisWalk walk(*this, excerpt, begin);
-  for (std::size_t i = begin; i < end; i++, walk.step()) {
-    if (excerpt.is_missing(i)) continue;
-    walk.write(&design(0, used));
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      values(static_cast<Eigen::Index>(phase), used) = excerpt.average(phase, i);
-    }
-    used++;
+  columns_ = (form_.linear ? 4 : 2) + 2 * form_.harmonics.size() + 1 + form_.decays.size();
+  for (std::size_t order = 1; order < orders; order++) {
+    attenuation_[order] = excerpt.attenuation(static_cast<int>(order));
   }
-  rows_ = static_cast<std::size_t>(used);
-  const auto basis_used = design.leftCols(used);
-  const auto values_used = values.leftCols(used);
-  Eigen::MatrixXd gram = Eigen::MatrixXd::Zero(count, count);
-  gram.selfadjointView<Eigen::Lower>().rankUpdate(basis_used);
+  const WaveSums::Sums sums = excerpt.sums_between(begin, end);
+  rows_ = static_cast<std::size_t>(std::lround(sums.count()));
+  Equations equations;
+  add_waves(sums, equations);
+  if (!form_.decays.empty()) add_decays(excerpt, begin, end, equations);
   // Stretches too short for all columns stay solvable.
-  for (Eigen::Index k = 0; k < count; k++) gram(k, k) += 1e-9 * (1 + gram(k, k));
-  factor_.compute(gram);
-  const Eigen::MatrixXd right = basis_used * values_used.transpose();
-  coefficients_ = factor_.solve(right);
+  for (std::size_t k = 0; k < columns_; k++) equations.gram[k][k] += 1e-9 * (1 + equations.gram[k][k]);
+  factorise(equations);
   for (std::size_t phase = 0; phase < phases_; phase++) {
-    const auto p = static_cast<Eigen::Index>(phase);
-    const double left = values_used.row(p).squaredNorm() - right.col(p).dot(coefficients_.col(p));
-    residual_[phase] = std::max(0.0, left) / std::max(1.0, static_cast<double>(used - count));
+    coefficients_[phase] = equations.right[phase];
+    solve(coefficients_[phase]);
+    double left = sums.squares(phase);
+    for (std::size_t k = 0; k < columns_; k++) left -= equations.right[phase][k] * coefficients_[phase][k];
+    residual_[phase] = std::max(0.0, left) / std::max(1.0, static_cast<double>(rows_) - static_cast<double>(columns_));
   }
 }
 
-int PhasorFit::columns() const {
-  return 2 + (form_.linear ? 2 : 0) + 2 * static_cast<int>(form_.harmonics.size()) + 1 +
-         static_cast<int>(form_.decays.size());
+void PhasorFit::add_waves(const WaveSums::Sums& sums, Equations& equations) const {
+  const Waves waves(form_, attenuation_);
+  for (const Wave& one : waves) {
+    for (const Wave* other = &one; other != waves.end(); other++) {
+      const auto sum = [&](int order) {
+        if (one.timed && other->timed) return sums.timed_twice(order);
+        return one.timed || other->timed ? sums.timed(order) : sums.wave(order);
+      };
+      const int apart = other->order - one.order;
+      const double* high = sum(one.order + other->order);
+      const double* low = sum(std::abs(apart));
+      const double low_sine = apart < 0 ? -low[1] : low[1];
+      const double half = one.kept * other->kept / 2;
+      auto& cosine_row = equations.gram[one.column];
+      cosine_row[other->column] = half * (low[0] + high[0]);
+      if (other->order > 0) cosine_row[other->column + 1] = half * (high[1] + low_sine);
+      if (one.order == 0) continue;
+      auto& sine_row = equations.gram[one.column + 1];
+      if (other != &one) sine_row[other->column] = half * (high[1] - low_sine);
+      if (other->order > 0) sine_row[other->column + 1] = half * (low[0] - high[0]);
+    }
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      const double* value = one.timed ? sums.timed_value(phase) : sums.value(phase, one.order);
+      equations.right[phase][one.column] = one.kept * value[0];
+      if (one.order > 0) equations.right[phase][one.column + 1] = one.kept * value[1];
+    }
+  }
+}
+
+/// Decaying waves make geometric series. Averages that are missing are taken off these again.
+void PhasorFit::add_decays(const Excerpt& excerpt, std::size_t begin, std::size_t end, Equations& equations) const {
+  const Waves waves(form_, attenuation_);
+  const std::size_t decays = form_.decays.size();
+  const std::size_t first = columns_ - decays;
+  const auto count = static_cast<double>(end - begin);
+  const double step = 1 / excerpt.averages_per_cycle();
+  const double turn = omega_ * static_cast<double>(excerpt.block()) / excerpt.rate();
+  const Phasor to_begin = std::polar(1.0, omega_ * excerpt.time_of(static_cast<double>(begin)));
+  const Phasor to_next = std::polar(1.0, turn);
+  const Phasor to_end = std::polar(1.0, turn * count);
+  for (std::size_t k = 0; k < decays; k++) {
+    const double per_step = step / form_.decays[k];
+    const double half_step = std::exp(-per_step / 2);
+    const Phasor decay = half_step * half_step;
+    const Phasor decay_to_end = std::exp(-per_step * count);
+    std::array<Phasor, orders> turned{half_step};
+    std::array<Phasor, orders> ratio{decay};
+    std::array<Phasor, orders> last{decay_to_end};
+    for (std::size_t order = 1; order < orders; order++) {
+      turned[order] = times(turned[order - 1], to_begin);
+      ratio[order] = times(ratio[order - 1], to_next);
+      last[order] = times(last[order - 1], to_end);
+    }
+    for (const Wave& wave : waves) {
+      const auto order = static_cast<std::size_t>(wave.order);
+      const Series series(ratio[order], last[order], count);
+      const Phasor sum = wave.timed ? step * (series.timed + 0.5 * series.plain) : series.plain;
+      const Phasor product = wave.kept * times(turned[order], sum);
+      equations.gram[wave.column][first + k] = product.real();
+      if (wave.order > 0) equations.gram[wave.column + 1][first + k] = product.imag();
+    }
+    for (std::size_t j = k; j < decays; j++) {
+      const double both = step / form_.decays[k] + step / form_.decays[j];
+      equations.gram[first + k][first + j] = std::exp(-both / 2) * std::expm1(-both * count) / std::expm1(-both);
+    }
+    const double lasts = decayed_constants * form_.decays[k] / step;
+    const std::size_t to = lasts < count ? begin + static_cast<std::size_t>(lasts) : end;
+    double decayed = half_step;
+    for (std::size_t i = begin; i < to; i++, decayed *= decay.real()) {
+      if (excerpt.is_missing(i)) continue;
+      for (std::size_t phase = 0; phase < phases_; phase++) {
+        equations.right[phase][first + k] += decayed * excerpt.average(phase, i);
+      }
+    }
+  }
+  if (rows_ == end - begin) return;
+  for (std::size_t i = begin; i < end; i++) {
+    if (!excerpt.is_missing(i)) continue;
+    const double seconds = excerpt.time_of(static_cast<double>(i));
+    const double since = (seconds - start_) / cycle_;
+    Column row{};
+    double* at =
+        write_waves(std::cos(omega_ * seconds), std::sin(omega_ * seconds), since, attenuation_.data(), row.data());
+    for (const double cycles : form_.decays) *at++ = std::exp(-since / cycles);
+    for (std::size_t u = 0; u < columns_; u++) {
+      for (std::size_t v = std::max(u, first); v < columns_; v++) equations.gram[u][v] -= row[u] * row[v];
+    }
+  }
+}
+
+/// Cholesky factors, with the inverses of their diagonal. A column that the others make up already is left out.
+void PhasorFit::factorise(Equations& equations) {
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < columns_; i++) {
+    double* row = &factor_[at];
+    const double* other = factor_.data();
+    for (std::size_t j = 0; j <= i; j++) {
+      double sum = equations.gram[j][i];
+      for (std::size_t k = 0; k < j; k++) sum -= row[k] * other[k];
+      row[j] = j < i ? sum * other[j] : sum > 0 ? 1 / std::sqrt(sum) : 0;
+      other += j + 1;
+    }
+    at += i + 1;
+  }
+}
+
+void PhasorFit::solve(Column& column) const {
+  const double* row = factor_.data();
+  for (std::size_t i = 0; i < columns_; i++) {
+    double sum = column[i];
+    for (std::size_t k = 0; k < i; k++) sum -= row[k] * column[k];
+    column[i] = sum * row[i];
+    row += i + 1;
+  }
+  for (std::size_t i = columns_; i-- > 0;) {
+    row -= i + 1;
+    column[i] *= row[i];
+    for (std::size_t k = 0; k < i; k++) column[k] -= row[k] * column[i];
+  }
 }
 
 double* PhasorFit::write_waves(double c, double s, double since, const double* kept, double* row) const {
@@ -141,28 +312,37 @@ double* PhasorFit::write_waves(double c, double s, double since, const double* k
   return row;
 }
 
+PerPhase PhasorFit::times_coefficients(const Column& row) const {
+  PerPhase result{};
+  for (std::size_t phase = 0; phase < phases_; phase++) {
+    double sum = 0;
+    for (std::size_t k = 0; k < columns_; k++) sum += row[k] * coefficients_[phase][k];
+    result[phase] = sum;
+  }
+  return result;
+}
+
 Phasors PhasorFit::phasors(double seconds) const {
   Phasors result{};
   const double since = (seconds - start_) / cycle_;
   for (std::size_t phase = 0; phase < phases_; phase++) {
-    const auto p = static_cast<Eigen::Index>(phase);
-    result[phase] = {coefficients_(0, p), -coefficients_(1, p)};
-    if (form_.linear) result[phase] += since * Phasor(coefficients_(2, p), -coefficients_(3, p));
+    const Column& column = coefficients_[phase];
+    result[phase] = {column[0], -column[1]};
+    if (form_.linear) result[phase] += since * Phasor(column[2], -column[3]);
   }
   return result;
 }
 
 PerPhase PhasorFit::voltage(double seconds) const {
-  constexpr std::array<double, orders> unattenuated = {1, 1, 1, 1, 1, 1, 1, 1};
-  std::array<double, most_columns> row{};
-  const double since = (seconds - start_) / cycle_;
-  double* decays =
-      write_waves(std::cos(omega_ * seconds), std::sin(omega_ * seconds), since, unattenuated.data(), row.data());
-  for (const double cycles : form_.decays) *decays++ = std::exp(-std::max(since, -longest_carry_back_cycles) / cycles);
-  const Eigen::Map<const Eigen::VectorXd> basis(row.data(), columns());
-  PerPhase result{};
-  for (std::size_t phase = 0; phase < phases_; phase++) {
-    result[phase] = basis.dot(coefficients_.col(static_cast<Eigen::Index>(phase)));
+  return Walk(*this, seconds, 0).voltage();
+}
+
+std::vector<PerPhase> PhasorFit::voltages(double from_s, double step_s, std::size_t count) const {
+  std::vector<PerPhase> result(count);
+  Walk walk(*this, from_s, step_s);
+  for (PerPhase& voltage : result) {
+    voltage = walk.voltage();
+    walk.step();
   }
   return result;
 }
@@ -171,10 +351,9 @@ Phasors PhasorFit::harmonic(int order) const {
   Phasors result{};
   const auto found = std::find(form_.harmonics.begin(), form_.harmonics.end(), order);
   if (found == form_.harmonics.end()) return result;
-  const auto at = static_cast<Eigen::Index>((form_.linear ? 4 : 2) + 2 * (found - form_.harmonics.begin()));
+  const auto at = static_cast<std::size_t>((form_.linear ? 4 : 2) + 2 * (found - form_.harmonics.begin()));
   for (std::size_t phase = 0; phase < phases_; phase++) {
-    const auto p = static_cast<Eigen::Index>(phase);
-    result[phase] = {coefficients_(at, p), -coefficients_(at + 1, p)};
+    result[phase] = {coefficients_[phase][at], -coefficients_[phase][at + 1]};
   }
   return result;
 }
@@ -183,17 +362,47 @@ PerPhase PhasorFit::standard_error(double seconds) const {
   // The phasor is a sum of coefficients; its variance is a form of their covariance.
   const double since = form_.linear ? (seconds - start_) / cycle_ : 0;
   double variance = 0;
-  for (const Eigen::Index part : {0, 1}) {
-    Eigen::VectorXd weights = Eigen::VectorXd::Zero(columns());
-    weights(part) = 1;
-    if (form_.linear) weights(part + 2) = since;
-    variance += weights.dot(factor_.solve(weights));
+  for (const std::size_t part : {0, 1}) {
+    Column weights{};
+    weights[part] = 1;
+    if (form_.linear) weights[part + 2] = since;
+    Column solved = weights;
+    solve(solved);
+    for (std::size_t k = 0; k < columns_; k++) variance += weights[k] * solved[k];
   }
   PerPhase result{};
   for (std::size_t phase = 0; phase < phases_; phase++) {
-    result[phase] = std::sqrt(std::max(0.0, variance / 2 * residual_[phase]));
+    result[phase] = std::sqrt(std::max(0.0, variance / 2 * residual_[phase] * density_[phase]) + added_[phase]);
   }
   return result;
+}
+
+void PhasorFit::look_at_correlation(const Excerpt& excerpt, std::size_t begin, std::size_t end) {
+  constexpr double strongest = 0.9;
+  const double step_s = static_cast<double>(excerpt.block()) / excerpt.rate();
+  Walk walk(*this, excerpt.time_of(static_cast<double>(begin)), step_s);
+  PerPhase previous{};
+  PerPhase squares{};
+  PerPhase products{};
+  for (std::size_t i = begin; i < end; i++, walk.step()) {
+    if (excerpt.is_missing(i)) {
+      previous = {};
+      continue;
+    }
+    const PerPhase expected = walk.voltage(attenuation_);
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      const double left = excerpt.average(phase, i) - expected[phase];
+      squares[phase] += left * left;
+      products[phase] += left * previous[phase];
+      previous[phase] = left;
+    }
+  }
+  const double turn_c = std::cos(omega_ * step_s);
+  for (std::size_t phase = 0; phase < phases_; phase++) {
+    if (!(squares[phase] > 0)) continue;
+    const double r = std::clamp(products[phase] / squares[phase], 0.0, strongest);
+    density_[phase] = std::max(1.0, (1 - r * r) / (1 - 2 * r * turn_c + r * r));
+  }
 }
 
 }  // namespace measure

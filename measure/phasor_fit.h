@@ -2,7 +2,6 @@
 // offsets.
 #pragma once
 
-#include <Eigen/Dense>
 #include <array>
 #include <initializer_list>
 #include <vector>
@@ -35,31 +34,55 @@ class PhasorFit {
   [[nodiscard]] Phasors phasors(double seconds) const;
   /// All that was fitted, at a time. Decaying offsets are carried back at most a third of a cycle before the stretch.
   [[nodiscard]] PerPhase voltage(double seconds) const;
+  /// The same at `count` times, `step_s` apart.
+  [[nodiscard]] std::vector<PerPhase> voltages(double from_s, double step_s, std::size_t count) const;
   /// The fitted harmonic of an order; 0 when it was not fitted.
   [[nodiscard]] Phasors harmonic(int order) const;
   /// Mean square of what is left, of one sample's average.
   [[nodiscard]] const PerPhase& residual() const { return residual_; }
-  /// Standard error of each component of the phasor at a time, from white noise of the residual's size.
+  /// Standard error of each component of the phasor at a time, from noise of the residual's size: white, unless its
+  /// correlation was looked at.
   [[nodiscard]] PerPhase standard_error(double seconds) const;
+  /// Looks at how the residuals of neighbouring averages, of those that were fitted, are correlated. As a first-order
+  /// autoregressive process they have more at the fundamental than white noise of their size has.
+  void look_at_correlation(const Excerpt& excerpt, std::size_t begin, std::size_t end);
+  /// Adds a variance of each component of the phasor that no residual shows.
+  void add_variance(const PerPhase& variance) { added_ = variance; }
 
  private:
-  class BasisWalk;
-  static constexpr int orders = 8;  // of harmonics, 0 to 7
+  static constexpr int orders = WaveSums::orders;
+  static constexpr std::size_t most_columns = 20;
+  using Column = std::array<double, most_columns>;
+
+  /// The normal equations: the upper triangle of products of columns, and of columns with the values of each phase.
+  struct Equations {
+    std::array<Column, most_columns> gram{};
+    std::array<Column, most_phases> right{};
+  };
+  class Walk;
+
+  void add_waves(const WaveSums::Sums& sums, Equations& equations) const;
+  void add_decays(const Excerpt& excerpt, std::size_t begin, std::size_t end, Equations& equations) const;
+  void factorise(Equations& equations);
+  void solve(Column& column) const;
 
   /// Writes all columns but the decays; returns where these go. `kept`: what is left of each harmonic.
   double* write_waves(double c, double s, double since, const double* kept, double* row) const;
-  [[nodiscard]] int columns() const;
+  [[nodiscard]] PerPhase times_coefficients(const Column& row) const;
 
   FitForm form_;
   std::size_t phases_ = 0;
+  std::size_t columns_ = 0;
   std::size_t rows_ = 0;
   double omega_ = 0;
   double start_ = 0;
   double cycle_ = 1;
   std::array<double, orders> attenuation_{};
-  Eigen::MatrixXd coefficients_;        // columns x phases
-  Eigen::LLT<Eigen::MatrixXd> factor_;  // of the normal equations
+  std::array<Column, most_phases> coefficients_{};
+  std::array<double, most_columns*(most_columns + 1) / 2> factor_{};  // of the normal equations, row after row
   PerPhase residual_{};
+  PerPhase added_{};           // to the variance of a phasor's components
+  PerPhase density_{1, 1, 1};  // of the residual at the fundamental, compared with white noise
 };
 
 }  // namespace measure

@@ -8,51 +8,79 @@ namespace measure {
 
 namespace {
 
-/// What the averages of a window are, and how far the one course and the other are from them.
+/// The averages of a window, as sums from which the residual of any ramp follows without a pass over them: at a share
+/// of the change the rest is `off - share * change`, and the share is a straight line in time.
 class Window {
  public:
   Window(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s)
-      : phases_(excerpt.phases()) {
+      : phases_(excerpt.phases()), origin_(from_s), cycle_(excerpt.cycle()) {
     const std::size_t begin = excerpt.index_at(from_s);
     const std::size_t end = std::max(excerpt.index_at(to_s), begin);
+    const double first_s = excerpt.time_of(static_cast<double>(begin));
+    const double step_s = static_cast<double>(excerpt.block()) / excerpt.rate();
+    const std::vector<PerPhase> ones = before.voltages(first_s, step_s, end - begin);
+    const std::vector<PerPhase> others = after.voltages(first_s, step_s, end - begin);
+    Sums sums;
+    up_to_.push_back(sums);
     for (std::size_t i = begin; i < end; i++) {
       if (excerpt.is_missing(i)) continue;
-      const double seconds = excerpt.time_of(static_cast<double>(i));
-      const PerPhase one = before.voltage(seconds);
-      const PerPhase other = after.voltage(seconds);
-      Row row;
-      row.seconds = seconds;
+      const PerPhase& one = ones[i - begin];
+      const PerPhase& other = others[i - begin];
+      const double time = since(excerpt.time_of(static_cast<double>(i)));
       for (std::size_t phase = 0; phase < phases_; phase++) {
-        row.off[phase] = excerpt.average(phase, i) - one[phase];
-        row.change[phase] = other[phase] - one[phase];
+        const double off = excerpt.average(phase, i) - one[phase];
+        const double change = other[phase] - one[phase];
+        sums.before += off * off;
+        sums.after += (off - change) * (off - change);
+        sums.mixed += off * change;
+        sums.mixed_timed += off * change * time;
+        sums.change += change * change;
+        sums.change_timed += change * change * time;
+        sums.change_timed_twice += change * change * time * time;
       }
-      rows_.push_back(row);
+      times_.push_back(time);
+      up_to_.push_back(sums);
     }
   }
 
   /// Mean square of what a ramp leaves.
   [[nodiscard]] double residual(double begin_s, double end_s) const {
-    double sum = 0;
-    for (const Row& row : rows_) {
-      const double share = row.seconds <= begin_s ? 0
-                           : row.seconds >= end_s ? 1
-                                                  : (row.seconds - begin_s) / (end_s - begin_s);
-      for (std::size_t phase = 0; phase < phases_; phase++) {
-        const double left = row.off[phase] - share * row.change[phase];
-        sum += left * left;
-      }
+    if (times_.empty()) return 0;
+    const double begin = since(begin_s);
+    const double end = since(end_s);
+    const auto first = std::upper_bound(times_.begin(), times_.end(), begin) - times_.begin();
+    const auto last = std::max(first, std::lower_bound(times_.begin(), times_.end(), end) - times_.begin());
+    const Sums& a = up_to_[static_cast<std::size_t>(first)];
+    const Sums& b = up_to_[static_cast<std::size_t>(last)];
+    double sum = a.before + up_to_.back().after - b.after;
+    if (last > first) {
+      const double slope = 1 / (end - begin);
+      const double mixed = b.mixed_timed - a.mixed_timed - begin * (b.mixed - a.mixed);
+      const double square = b.change_timed_twice - a.change_timed_twice -
+                            2 * begin * (b.change_timed - a.change_timed) + begin * begin * (b.change - a.change);
+      sum += b.before - a.before - 2 * slope * mixed + slope * slope * square;
     }
-    return rows_.empty() ? 0 : sum / static_cast<double>(rows_.size() * phases_);
+    return std::max(0.0, sum) / static_cast<double>(times_.size() * phases_);
   }
 
  private:
-  struct Row {
-    double seconds = 0;
-    PerPhase off{};
-    PerPhase change{};
+  struct Sums {
+    double before = 0;
+    double after = 0;
+    double mixed = 0;
+    double mixed_timed = 0;
+    double change = 0;
+    double change_timed = 0;
+    double change_timed_twice = 0;
   };
+
+  [[nodiscard]] double since(double seconds) const { return (seconds - origin_) / cycle_; }
+
   std::size_t phases_;
-  std::vector<Row> rows_;
+  double origin_;
+  double cycle_;
+  std::vector<double> times_;  // cycles
+  std::vector<Sums> up_to_;    // of the averages before each one
 };
 
 }  // namespace

@@ -54,6 +54,8 @@ class RunFinder {
     double last_s = 0;
     double first_plus_minus = 0;
     double last_plus_minus = 0;
+    double back_s = 0;
+    double back_plus_minus = 0;
     std::optional<std::pair<PhasorFit, PhasorFit>> ramp;  ///< the courses that it leads from and to
   };
 
@@ -179,6 +181,8 @@ class RunFinder {
       changes_[k].last_s = instants.last_s;
       changes_[k].first_plus_minus = instants.first_plus_minus;
       changes_[k].last_plus_minus = instants.last_plus_minus;
+      changes_[k].back_s = instants.back_s;
+      changes_[k].back_plus_minus = instants.back_plus_minus;
       changes_[k].known = true;
       changes_[k].abrupt = nearby_ >= meeting_distance * 1.1;
     }
@@ -196,8 +200,8 @@ class RunFinder {
     if (after_change) begin += changes_[k - 1].known ? 0.03 * cycle : unknown_clear * cycle;
     if (k + 1 < changes_.size() && changes_[k + 1].abrupt)
       end -= changes_[k + 1].known ? 0.03 * cycle : unknown_clear * cycle;
-    Instants instants{excerpt_.start_of(before.end), excerpt_.start_of(after.begin), 0, 0};
-    if (changes_[k].known) instants = {changes_[k].first_s, changes_[k].last_s, 0, 0};
+    Instants instants{excerpt_.start_of(before.end), excerpt_.start_of(after.begin)};
+    if (changes_[k].known) instants = {changes_[k].first_s, changes_[k].last_s};
     double clear_before = changes_[k].known ? 0.15 : 0.35;
     double clear_after = changes_[k].known ? 0.05 : 0.35;
     for (int round = 0; round < 2; round++) {
@@ -393,7 +397,7 @@ class RunFinder {
   }
 
   void take_ramp(std::size_t k, const FoundRamp& found) {
-    changes_[k] = {false, true, found.ramp.begin_s, found.ramp.end_s, 0, 0, std::pair(found.before, found.after)};
+    changes_[k] = {false, true, found.ramp.begin_s, found.ramp.end_s, 0, 0, 0, 0, std::pair(found.before, found.after)};
     stretches_[k].end = std::max(stretches_[k].begin + 1, excerpt_.index_at(found.ramp.begin_s));
     stretches_[k + 1].begin = std::min(stretches_[k + 1].end - 1, excerpt_.index_at(found.ramp.end_s));
   }
@@ -509,7 +513,12 @@ class RunFinder {
       run.end_s = r + 1 < runs.size() ? meeting_point(run.stretches.back(), runs[r + 1].stretches.front())
                   : to_end            ? excerpt_.end_s()
                                       : changes_[end - 1].first_s;
-      if (run.begins_abruptly) run.begin_plus_minus = changes_[begin - 1].last_plus_minus;
+      run.returned_s = run.begin_s;
+      if (run.begins_abruptly) {
+        run.begin_plus_minus = changes_[begin - 1].last_plus_minus;
+        run.returned_s = changes_[begin - 1].back_s;
+        run.returned_plus_minus = changes_[begin - 1].back_plus_minus;
+      }
       if (run.ends_abruptly) run.end_plus_minus = changes_[end - 1].first_plus_minus;
     }
     return runs;

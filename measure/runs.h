@@ -28,6 +28,9 @@ struct Run {
   bool ends_abruptly = false;
   double begin_plus_minus = 0;  ///< of these times, where the changes are abrupt
   double end_plus_minus = 0;
+  /// When the last phase went over to this run; the ringing that may follow is over when it begins.
+  double returned_s = 0;
+  double returned_plus_minus = 0;
   std::vector<Stretch> stretches;  ///< empty for a ramp that is shorter than a stretch
   /// Of a gradual run that goes from one steady course to another at a constant pace: these courses.
   std::optional<std::pair<PhasorFit, PhasorFit>> ramp;

@@ -27,6 +27,32 @@ double cost(const PhasorFit& fit, std::size_t phases, std::size_t decays) {
   return sum + static_cast<double>(decays * phases) * std::log(std::max(count, 2.0));
 }
 
+/// What one choice of decays makes of the fundamental.
+struct Candidate {
+  Phasors phasors{};
+  double cost = 0;
+};
+
+/// How far the choices are apart, each with its likelihood as its weight: which of them is right is not known. See
+/// S. Buckland, K. Burnham, N. Augustin: Model selection: an integral part of inference, Biometrics 53 (1997). Of each
+/// component of a phasor.
+PerPhase variance_between(const std::vector<Candidate>& candidates, std::size_t phases) {
+  PerPhase variance{};
+  if (candidates.empty()) return variance;
+  const auto cheaper = [](const Candidate& one, const Candidate& other) { return one.cost < other.cost; };
+  const Candidate& best = *std::min_element(candidates.begin(), candidates.end(), cheaper);
+  double weights = 0;
+  for (const Candidate& candidate : candidates) {
+    const double weight = std::exp(best.cost - candidate.cost);
+    weights += weight;
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      variance[phase] += weight * std::norm(candidate.phasors[phase] - best.phasors[phase]) / 2;
+    }
+  }
+  for (double& one : variance) one /= weights;
+  return variance;
+}
+
 }  // namespace
 
 PhasorFit steady_fit(const Excerpt& excerpt, double from_s, double to_s, bool after_change) {
@@ -41,13 +67,21 @@ PhasorFit steady_fit(const Excerpt& excerpt, double from_s, double to_s, bool af
   const double cycles = static_cast<double>(end - begin) / excerpt.averages_per_cycle();
   FitForm form = FitForm::for_length(cycles, false, false);
   PhasorFit best(excerpt, begin, end, form);
-  if (!after_change) return best;
+  std::vector<Candidate> candidates;
+  const auto finished = [&] {
+    best.look_at_correlation(excerpt, begin, end);
+    best.add_variance(variance_between(candidates, excerpt.phases()));
+    return best;
+  };
+  if (!after_change) return finished();
   double least = cost(best, excerpt.phases(), 0);
+  candidates.push_back({best.phasors(from_s), least});
   const auto consider = [&](const std::vector<std::vector<double>>& choices) {
     for (const auto& decays : choices) {
       form.decays = decays;
       PhasorFit fit(excerpt, begin, end, form);
       const double now = cost(fit, excerpt.phases(), decays.size());
+      candidates.push_back({fit.phasors(from_s), now});
       if (now >= least) continue;
       least = now;
       best = std::move(fit);
@@ -55,7 +89,7 @@ PhasorFit steady_fit(const Excerpt& excerpt, double from_s, double to_s, bool af
   };
   if (cycles > cycles_for_one) consider(one_decay);
   if (cycles > cycles_for_two) consider(two_decays);
-  return best;
+  return finished();
 }
 
 }  // namespace measure

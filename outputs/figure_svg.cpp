@@ -173,7 +173,8 @@ class Figure {
         kind, from, wave_top, std::max(to - from, 0.1), rms_bottom - wave_top, fill, opacity);
   }
 
-  /// An abrupt transition is a line, a gradual one is hatched from its beginning to its end.
+  /// A gradual transition is hatched from its beginning to its end. An abrupt one is a line where it begins; what it
+  /// takes until the last phase has changed is a grey strip.
   void add_transitions() {
     if (course_ == nullptr) return;
     for (const measure::Transition& transition : course_->transitions) {
@@ -181,10 +182,11 @@ class Figure {
       const double to = across(transition.end_s);
       if (transition.gradual) {
         area("transition gradual", from, to, "url(#gradual)", 1);
-      } else {
-        add("<path class=\"transition abrupt\" d=\"M{:.2f} {}V{}\" stroke=\"#1a1a1a\" stroke-width=\"0.15\"/>\n",
-            (from + to) / 2, wave_top, rms_bottom);
+        continue;
       }
+      if (to > from) area("settling", from, to, "#1a1a1a", 0.12);
+      add("<path class=\"transition abrupt\" d=\"M{:.2f} {}V{}\" stroke=\"#1a1a1a\" stroke-width=\"0.15\"/>\n", from,
+          wave_top, rms_bottom);
     }
   }
 

@@ -15,7 +15,7 @@ namespace {
 class Converter {
  public:
   explicit Converter(const std::string& charset) : handle_(iconv_open("UTF-8", charset.c_str())) {
-    // The whole range of values is iconv's, so its error value has to be made from a number.
+    // iconv defines its error value only as a number that is cast to the handle type.
     if (handle_ == reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr)
       throw std::invalid_argument("the character set " + cited(charset) + " is not known");
     }
@@ -27,7 +27,7 @@ class Converter {
   std::string convert(std::string_view bytes) {
     std::string text;
     std::array<char, 4096> block;
-    char* in = const_cast<char*>(bytes.data());  // iconv reads only
+    char* in = const_cast<char*>(bytes.data());  // iconv only reads these bytes
     std::size_t left = bytes.size();
     while (left > 0) {
       char* out = block.data();
@@ -55,15 +55,15 @@ bool is_ascii_letter(unsigned byte) {
   return in(byte | 0x20U, 'a', 'z');
 }
 
-/// What tells the 8-bit sets apart: which bytes occur, and in what company.
+/// Properties that distinguish the 8-bit character sets: which bytes occur, and next to which others.
 struct Traits {
-  double high = 0;           ///< bytes beyond ASCII
-  double cyrillic_1251 = 0;  ///< of them, letters of Windows-1251
-  double cyrillic_866 = 0;   ///< letters of CP866
-  double lone = 0;           ///< printable in Latin-1, and a sign or alone among ASCII letters
-  double pairs = 0;          ///< GBK characters, when all runs were such
-  double common_pairs = 0;   ///< of them, everyday ones
-  double below_letters = 0;  ///< bytes that Cyrillic text in Windows-1251 hardly has and Chinese often
+  double high = 0;           ///< number of bytes above ASCII
+  double cyrillic_1251 = 0;  ///< how many of these are letters in Windows-1251
+  double cyrillic_866 = 0;   ///< how many of these are letters in CP866
+  double lone = 0;           ///< how many are printable in Latin-1, and a sign or alone among ASCII letters
+  double pairs = 0;          ///< number of GBK characters, counted up to the first byte that is not part of one
+  double common_pairs = 0;   ///< how many of these are everyday characters
+  double below_letters = 0;  ///< bytes that are rare in Cyrillic text in Windows-1251 and frequent in Chinese text
   bool pairs_only = true;
 };
 
@@ -100,7 +100,7 @@ Traits traits_of(std::string_view bytes) {
 
 const char* guess(std::string_view bytes) {
   const Traits traits = traits_of(bytes);
-  // Most of Chinese text is of the 3755 everyday characters; the same bytes in Cyrillic are rare combinations.
+  // Most Chinese text consists of the 3755 everyday characters; in Cyrillic text the same bytes are rare combinations.
   if (traits.pairs_only && traits.common_pairs >= 0.8 * traits.pairs && traits.below_letters >= 0.15 * traits.high) {
     return "GBK";
   }
@@ -109,7 +109,8 @@ const char* guess(std::string_view bytes) {
   return "Windows-1251";
 }
 
-/// The name that iconv knows a guess by: the wider sets that hold it.
+/// Returns the name under which iconv knows a guessed character set; for some it is that of a larger set that contains
+/// it.
 std::string iconv_name(const std::string& charset) {
   if (charset == "GBK") return "GB18030";
   if (charset == "Latin-1") return "WINDOWS-1252";
@@ -129,7 +130,7 @@ Utf8Text to_utf8(std::string_view bytes, const std::string& charset) {
 
 std::string note_on_guess(const Utf8Text& text) {
   if (!text.guessed) return {};
-  return "The text is not UTF-8; it is taken for " + text.charset + " (--charset tells otherwise).";
+  return "The text is not UTF-8; it was read as " + text.charset + " (override with --charset).";
 }
 
 }  // namespace readers

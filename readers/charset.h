@@ -1,5 +1,5 @@
-// Text of unknown character set brought into UTF-8. Record files do not say what their station and channel names are
-// written in, so it is guessed from the bytes, and said.
+// Converts text of unknown character set to UTF-8. Record files do not state the character set of their station and
+// channel names, so it is guessed from the bytes, and the guess is reported.
 #pragma once
 
 #include <string>
@@ -8,17 +8,18 @@
 namespace readers {
 
 struct Utf8Text {
-  std::string text;     ///< UTF-8; what the character set has no character for is U+FFFD
-  std::string charset;  ///< what it was read as: "UTF-8" (plain ASCII too), "GBK", "Windows-1251", ...
+  std::string text;     ///< UTF-8; U+FFFD replaces what the character set has no character for
+  std::string charset;  ///< the character set used: "UTF-8" (also for plain ASCII), "GBK", "Windows-1251", ...
   bool guessed = false;
 };
 
-/// `charset`: a name that iconv knows, read as such; empty: UTF-16 by its byte order mark, UTF-8 where the bytes are
-/// that, otherwise the likeliest of GBK, Windows-1251, CP866 and Latin-1. Throws std::invalid_argument for a name that
-/// iconv does not know.
+/// Converts `bytes` to UTF-8. If `charset` is given, it is a name that iconv knows, and the bytes are read as that. If
+/// it is empty, the text is UTF-16 if it has such a byte order mark, UTF-8 if the bytes are valid UTF-8, and otherwise
+/// the likeliest of GBK, Windows-1251, CP866 and Latin-1. Throws std::invalid_argument for a name that iconv does not
+/// know.
 Utf8Text to_utf8(std::string_view bytes, const std::string& charset = {});
 
-/// A sentence on a guess, empty when nothing was guessed.
+/// Returns a sentence that reports the guess; it is empty when nothing was guessed.
 std::string note_on_guess(const Utf8Text& text);
 
 }  // namespace readers

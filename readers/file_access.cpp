@@ -14,11 +14,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Small enough to stay in a near memory while it is worked through.
+// A piece is small enough to stay in a fast cache while it is processed.
 constexpr std::size_t piece_size = std::size_t{1} << 18;
 
 [[noreturn]] void refuse_unreadable(const std::string& name, const std::error_code& error) {
-  throw ReadError(inert(name), "", "cannot be read: " + error.message(), "check the name and the right to read it");
+  throw ReadError(inert(name), "", "cannot be read: " + error.message(), "check the path and its read permission");
 }
 
 std::error_code last_error() {
@@ -70,7 +70,8 @@ std::optional<std::string> find_beside(const std::string& path, const std::strin
   std::error_code error;
   const fs::path folder = named.has_parent_path() ? named.parent_path() : fs::path(".");
   fs::directory_iterator entry(folder, error);
-  // Best is the same stem with the extension in capitals or not like that of `path`, then the same stem, then any.
+  // The best match has the same stem and an extension in the same letter case as that of `path`; the next best has the
+  // same stem; after that, any other match will do.
   std::optional<std::tuple<bool, bool, std::string>> best;
   const bool small_letters = named.extension().string() == extension_of(path);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {

@@ -1,4 +1,4 @@
-// Bringing whole files into memory, and finding the other file of a pair.
+// Reads whole files into memory and finds the other file of a pair.
 #pragma once
 
 #include <cstddef>
@@ -10,19 +10,19 @@
 
 namespace readers {
 
-/// All bytes of the file. Throws ReadError when it is a directory or cannot be read.
+/// Returns all bytes of the file. Throws ReadError when it is a directory or cannot be read.
 std::string read_file(const std::string& path);
 
-/// A file read from start to end in pieces.
+/// Reads a file from start to end in pieces.
 class FileStream {
  public:
-  /// Throws ReadError when the file is a folder or cannot be read; so does `next`.
+  /// Throws ReadError when the file is a folder or cannot be read; `next` does the same.
   explicit FileStream(const std::string& path);
 
-  /// The next piece, valid until the next call; empty at the end.
+  /// Returns the next piece, which is valid until the next call; it is empty at the end of the file.
   std::string_view next();
 
-  /// What the file's folder says of its size; 0 for pipes.
+  /// Returns the size that the file system states for the file; 0 for pipes.
   [[nodiscard]] std::size_t stated_size() const { return stated_size_; }
 
  private:
@@ -35,14 +35,15 @@ class FileStream {
   std::unique_ptr<char[]> piece_;
 };
 
-/// All bytes of standard input.
+/// Returns all bytes of standard input.
 std::string read_standard_input();
 
-/// The file beside `path` that has the same name but `extension` (lower case, with dot) for its own, in any letter
-/// case; the one written most like `path` when there are several. Throws ReadError when the folder cannot be listed.
+/// Returns the file in the same folder whose name is that of `path` with the extension `extension` (lower case, with
+/// dot) in any letter case. If there are several, the one spelled most like `path` is chosen. Throws ReadError when the
+/// folder cannot be listed.
 std::optional<std::string> find_beside(const std::string& path, const std::string& extension);
 
-/// The name's extension in lower case with its dot, empty when it has none.
+/// Returns the extension of the name in lower case with its dot; it is empty when the name has none.
 std::string extension_of(const std::string& path);
 
 }  // namespace readers

@@ -1,4 +1,4 @@
-// What a program says about a file to be read.
+// Options that a program passes when it opens a record file.
 #pragma once
 
 #include <functional>
@@ -10,10 +10,12 @@
 namespace readers {
 
 struct OpenOptions {
-  double sampling_rate = 0;  ///< samples per second, where neither the file nor its time stamps tell; 0: not given
-  std::string charset = {};  ///< of the file's text, a name that iconv knows; empty: told or guessed by the bytes
-  /// Called with the record as far as its description goes, without samples: whether each channel's samples are wanted.
-  /// Long files are read faster for it. None: all are wanted.
+  /// Samples per second, used when neither the file nor its time stamps give a rate; 0: not given.
+  double sampling_rate = 0;
+  /// The character set of the file's text, as iconv names it; empty: it is detected from the bytes.
+  std::string charset = {};
+  /// Called with the record as its description gives it, without samples; returns for each channel whether its samples
+  /// are wanted. Leaving channels out makes long files faster to read. Without this function all channels are wanted.
   std::function<std::vector<bool>(const Record&)> wanted = {};
 };
 

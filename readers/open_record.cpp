@@ -15,10 +15,10 @@ namespace readers {
 namespace {
 
 constexpr const char* readable =
-    "what is read: COMTRADE records (.cfg with .dat, or .cff) and CSV files (.csv, .tsv, .txt); - for standard input "
-    "takes .cff and CSV";
+    "supported are COMTRADE records (.cfg with .dat, or .cff) and CSV files (.csv, .tsv, .txt); standard input (-) "
+    "may be .cff or CSV";
 
-/// Why a file of a known but unread kind is refused and what helps, by its extension.
+/// Says why a file of a known but unsupported kind, given by its extension, is refused and what the user can do.
 struct Refusal {
   std::string_view extension;
   const char* cause;
@@ -26,13 +26,14 @@ struct Refusal {
 };
 
 constexpr Refusal refusals[] = {
-    {".pqd", "PQDIF records are not read", "convert it to a COMTRADE record or a CSV table"},
-    {".pqdif", "PQDIF records are not read", "convert it to a COMTRADE record or a CSV table"},
-    {".hdr", "is the remarks file of a COMTRADE record", "name the .cfg file of the record"},
-    {".inf", "is the information file of a COMTRADE record", "name the .cfg file of the record"},
+    {".pqd", "PQDIF records are not supported", "convert it to a COMTRADE record or a CSV table"},
+    {".pqdif", "PQDIF records are not supported", "convert it to a COMTRADE record or a CSV table"},
+    {".hdr", "is the header file of a COMTRADE record, which holds only remarks", "name the .cfg file of the record"},
+    {".inf", "is the information file of a COMTRADE record, which holds no samples",
+     "name the .cfg file of the record"},
 };
 
-/// Whether a file of unknown kind may be a table: text whose first line has a separator.
+/// Returns whether a file of unknown kind may be a table: it is text, and its first line has a separator.
 bool looks_like_table(std::string_view content) {
   const auto is_binary = [](char c) {
     return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\r' && c != '\n';
@@ -55,7 +56,7 @@ void note_missing_values(Record& record) {
     }
   }
   if (missing == 0) return;
-  record.notes.push_back(fmt::format("{} missing, the first being {}.",
+  record.notes.push_back(fmt::format("{} missing; the first is {}.",
                                      missing == 1 ? "1 value is" : fmt::format("{} values are", missing), first));
 }
 
@@ -77,7 +78,7 @@ Record read_by_kind(const std::string& path, const OpenOptions& options) {
   }
   if (extension == ".cff" || is_single_comtrade(content)) return read_single_comtrade(name, content, options);
   const bool table = extension == ".csv" || extension == ".tsv" || extension == ".txt" || looks_like_table(content);
-  if (!table) throw ReadError(name, "", "is not a kind of record that is read", readable);
+  if (!table) throw ReadError(name, "", "is not a supported kind of record", readable);
   return read_csv(name, content, options);
 }
 

@@ -1,4 +1,4 @@
-// Opens any supported record file: decides by name and content which reader takes it.
+// Opens any supported record file and chooses its reader by name and content.
 #pragma once
 
 #include <string>
@@ -8,8 +8,9 @@
 
 namespace readers {
 
-/// Reads a COMTRADE record (name its .cfg or .dat file, the other lies beside it, in any letter case; or its .cff file)
-/// or a CSV file; "-" reads a .cff file or CSV from standard input. Throws ReadError.
+/// Reads a COMTRADE record or a CSV file. For COMTRADE, `path` is the .cfg or the .dat file (the other one is found in
+/// the same folder, in any letter case) or the .cff file. "-" reads a .cff file or CSV from standard input. Throws
+/// ReadError.
 Record open_record(const std::string& path, const OpenOptions& options = {});
 
 }  // namespace readers

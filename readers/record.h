@@ -1,5 +1,5 @@
-// A waveform record as read from a file: channels of scaled samples with what the file says about them.
-// The reader library knows nothing of dips; programs other than the dipx command may use it as well.
+// A waveform record as read from a file: channels of scaled samples together with the file's description of them. The
+// reader library knows nothing about dips, so programs other than the dipx command may use it as well.
 #pragma once
 
 #include <cmath>
@@ -12,62 +12,64 @@
 
 namespace readers {
 
-/// Stands for a number that is not there.
+/// Marks a number that is missing.
 inline constexpr double no_value = std::numeric_limits<double>::quiet_NaN();
 
-/// Whether a sample is there and a float can hold it.
+/// Returns whether a sample has a value that a float can hold.
 inline bool fits_float(double sample) {
   return std::abs(sample) <= static_cast<double>(std::numeric_limits<float>::max());
 }
 
-/// Rates that differ by no more than this share count as one: devices that follow the line's frequency state it anew
-/// all the time.
+/// Sampling rates that differ by no more than this fraction count as equal, because devices that follow the line
+/// frequency keep restating their rate.
 inline constexpr double same_rate = 0.01;
 
-/// One analog channel. Text is valid UTF-8 without control characters, whatever the file held.
+/// One analog channel. Its text is valid UTF-8 without control characters, whatever the file contained.
 struct Channel {
   std::string name;
-  std::string phase;            ///< the file's phase field as it stands ("A", "L1", ...); empty when there is none
-  std::string unit;             ///< the file's unit as it stands ("V", "kV", "A", ...); empty when there is none
-  std::vector<double> samples;  ///< in `unit`; NaN where the file marks a value as missing; empty when not asked for
+  std::string phase;            ///< the file's phase field, unchanged ("A", "L1", ...); empty when there is none
+  std::string unit;             ///< the file's unit, unchanged ("V", "kV", "A", ...); empty when there is none
+  std::vector<double> samples;  ///< in `unit`; NaN for values marked as missing; empty when they were not asked for
   double primary = 1;           ///< transformer ratio as the file states it
   double secondary = 1;
   char side = 0;            ///< 'P' or 'S': samples are primary or secondary values; 0 when the file does not say
-  bool zero_scale = false;  ///< the file's scale factor makes all values one
-  double skew = 0;  ///< seconds by which the channel is sampled later than the row's time; not corrected in `samples`
+  bool zero_scale = false;  ///< the file's scale factor is 0, so all values are equal
+  /// Seconds by which the channel is sampled later than the row's time; `samples` are not corrected for it.
+  double skew = 0;
 };
 
-/// A stretch of the record with one sampling rate.
+/// A section of the record with one sampling rate.
 struct RateSection {
-  double rate = 0;      ///< samples per second; 0 when neither the file nor its time stamps tell
+  double rate = 0;      ///< samples per second; 0 when neither the file nor its time stamps give it
   std::size_t end = 0;  ///< one past the section's last sample
-  double start = 0;     ///< time of its first sample, seconds from the record's first
-  bool follows = true;  ///< whether it goes on where the section before ends; otherwise time is missing between them
+  double start = 0;     ///< time of its first sample in seconds from the record's first sample
+  bool follows = true;  ///< whether it starts where the previous section ends; otherwise time is missing between them
 };
 
 struct Record {
   std::string file;                  ///< the name it was opened by; "standard input" for "-"
   std::vector<std::string> sources;  ///< the files that it was read from
-  std::string format;                ///< for people: "COMTRADE 1999 BINARY", "CSV"
+  std::string format;                ///< for display: "COMTRADE 1999 BINARY", "CSV"
   std::string station;
   std::string device;
   std::string start_time;          ///< as in the file, empty when there is none
   std::string trigger_time;        ///< as in the file, empty when there is none
-  std::optional<double> trigger;   ///< seconds from the first sample, when it falls into the record
-  std::string time_zone;           ///< hours against UTC as in the file ("+5h30"), empty when it does not say
+  std::optional<double> trigger;   ///< seconds from the first sample, if the trigger is within the record
+  std::string time_zone;           ///< offset from UTC as written in the file ("+5h30"); empty when it is not stated
   double line_frequency = 0;       ///< hertz; 0 when the file does not say
   std::vector<RateSection> rates;  ///< in order; their last `end` is the record's length
   std::vector<Channel> channels;   ///< analog channels, all of the same length
-  std::vector<std::string> notes;  ///< oddities a user should know of, one sentence each
+  std::vector<std::string> notes;  ///< peculiarities that a user should know about, one sentence each
 
-  /// Samples per channel.
+  /// Returns the number of samples per channel.
   [[nodiscard]] std::size_t length() const {
     if (!rates.empty()) return rates.back().end;
     return channels.empty() ? 0 : channels.front().samples.size();
   }
 };
 
-/// Input that cannot be used: says which file, where in it, what is wrong and what helps.
+/// Reports input that cannot be used. The message says which file it is, where in the file the fault is, what is wrong
+/// and what the user can do.
 class ReadError : public std::runtime_error {
  public:
   ReadError(const std::string& file, const std::string& place, const std::string& cause, const std::string& cure)

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view blanks = " \t";
 
-/// One character of UTF-8 text; `length` is 0 when the bytes are none.
+/// One character of UTF-8 text; `length` is 0 when the bytes are not a valid character.
 struct Character {
   std::uint32_t code = 0;
   std::size_t length = 0;
@@ -40,7 +40,8 @@ bool breaks_or_tabs(std::uint32_t code) {
   return (code >= 0x09 && code <= 0x0D) || code == 0x85 || code == 0x2028 || code == 0x2029;
 }
 
-/// Control characters, and those that turn the direction of writing and so can disguise what a name says.
+/// Returns whether a character is a control character or one that changes the writing direction and could disguise a
+/// name.
 bool acts_on_display(std::uint32_t code) {
   return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x200E || code == 0x200F ||
          (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) || code == 0xFEFF;
@@ -84,7 +85,7 @@ bool is_utf8(std::string_view bytes) {
 
 std::string cited(std::string_view piece) {
   constexpr std::size_t longest = 40;
-  std::string text = inert(piece.substr(0, 8 * longest));  // enough bytes; the rest would be cut anyway
+  std::string text = inert(piece.substr(0, 8 * longest));  // these bytes suffice; the rest would be cut anyway
   std::size_t characters = 0;
   for (std::size_t i = 0; i < text.size(); i += first_character(std::string_view(text).substr(i)).length) {
     if (characters == longest) {
@@ -119,7 +120,7 @@ std::string_view without_file_marks(std::string_view content) {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   constexpr std::string_view file_end("\r\n\x1A\0", 4);
   if (content.starts_with(byte_order_mark)) content.remove_prefix(byte_order_mark.size());
-  return content.substr(0, content.find_last_not_of(file_end) + 1);  // npos + 1 is 0: nothing but marks
+  return content.substr(0, content.find_last_not_of(file_end) + 1);  // npos + 1 is 0: there are only marks
 }
 
 bool is_utf16(std::string_view content) {
@@ -175,7 +176,7 @@ std::optional<std::string_view> Lines::next() {
   const std::size_t end = rest_.find(end_);
   std::string_view line = rest_.substr(0, end);
   rest_.remove_prefix(end == rest_.npos ? rest_.size() : end + 1);
-  while (line.ends_with('\r')) line.remove_suffix(1);  // CRLF, also when a copy has doubled the CR
+  while (line.ends_with('\r')) line.remove_suffix(1);  // CRLF, even if a copy has doubled the CR
   return line;
 }
 

@@ -1,5 +1,5 @@
-// Reading the text of record files: lines, fields and numbers, and making such text safe to show.
-// Nothing here depends on the locale: a record means the same on every machine.
+// Reads the text of record files (lines, fields and numbers) and makes such text safe to show. Nothing here depends on
+// the locale, so a record is read the same way on every machine.
 #pragma once
 
 #include <cstddef>
@@ -12,41 +12,43 @@
 
 namespace readers {
 
-/// U+FFFD, which stands for what cannot be shown.
+/// U+FFFD, which replaces characters that cannot be shown.
 inline constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
 
-/// The text as valid UTF-8 that no terminal or report can stumble over: bytes that are not UTF-8 become U+FFFD,
-/// line breaks and tabs become blanks, other control and text-direction characters are dropped.
+/// Returns the text as valid UTF-8 that is safe to show in any terminal or report: bytes that are not UTF-8 become
+/// U+FFFD, line breaks and tabs become blanks, and other control and text-direction characters are dropped.
 std::string inert(std::string_view bytes);
 
-/// Whether all bytes are UTF-8.
+/// Returns whether all bytes are valid UTF-8.
 bool is_utf8(std::string_view bytes);
 
-/// A piece of a file for use in a message: inert, shortened when long, in single quotation marks.
+/// Returns a piece of a file for use in a message: made inert, shortened when long, and put in single quotation marks.
 std::string cited(std::string_view piece);
 
-/// Without blanks and tabs at both ends.
+/// Returns the text without blanks and tabs at either end.
 std::string_view trimmed(std::string_view text);
 
-/// Whether a word is among some.
+/// Returns whether a word is one of those listed.
 bool is_one_of(std::string_view word, std::initializer_list<std::string_view> words);
 
-/// ASCII letters in lower case, all other bytes as they are.
+/// Returns the text with ASCII letters in lower case and all other bytes unchanged.
 std::string lower_case(std::string_view text);
 
-/// File content without what is no part of its text: a UTF-8 byte order mark in front, line ends and the end-of-file
-/// mark 0x1A of old systems behind.
+/// Returns file content without the marks that are not part of its text: a UTF-8 byte order mark at the start, and line
+/// ends and the end-of-file mark 0x1A of old systems at the end.
 std::string_view without_file_marks(std::string_view content);
 
-/// Text in 16-bit characters, as some programs save it, told by its byte order mark.
+/// Returns whether content is text in 16-bit characters, as some programs save it; its byte order mark shows this.
 bool is_utf16(std::string_view content);
 
-/// The fields between separators, trimmed; one empty field for an empty line. Knows no quotation marks.
+/// Returns the fields between separators, trimmed; an empty line gives one empty field. Quotation marks have no special
+/// meaning.
 std::vector<std::string_view> split_fields(std::string_view line, char separator);
 
-/// Takes a number that is written in digits, with a minus sign or a point or neither, at the start of text. Returns the
-/// place behind it; null for all other ways to write a number, which parse_number knows. Up to fifteen digits both
-/// their value and the power of ten are exact, and so their quotient is rounded once, as it should be.
+/// Reads a number at the start of text that consists of digits, optionally with a minus sign and a decimal point.
+/// Returns the position after the number, or null if the number is written in any other way; parse_number reads those.
+/// With up to fifteen digits both the value of the digits and the power of ten are exact, so the quotient is rounded
+/// only once and is the correctly rounded number.
 inline const char* plain_number(const char* at, const char* end, double& number) {
   constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   constexpr std::ptrdiff_t most_digits = 15;
@@ -71,35 +73,35 @@ inline const char* plain_number(const char* at, const char* end, double& number)
   return at;
 }
 
-/// The number that the whole of `text` (trimmed) writes, a leading plus sign allowed.
+/// Returns the number that all of `text` (trimmed) represents; a leading plus sign is allowed.
 std::optional<double> parse_number(std::string_view text);
 
-/// The count that the whole of `text` (trimmed) writes in digits.
+/// Returns the count that all of `text` (trimmed) represents, which consists of digits only.
 std::optional<std::size_t> parse_count(std::string_view text);
 
-/// The shortest digits that mean this number, for messages.
+/// Returns the shortest decimal text that represents this number exactly, for messages.
 std::string number_text(double value);
 
-/// "line 12", the place of a fault.
+/// Returns for example "line 12", the place of a fault.
 std::string line_place(std::size_t line);
 
-/// "1 sample", "3 samples".
+/// Returns for example "1 sample" or "3 samples".
 std::string plural(std::size_t count, std::string_view noun);
 
-/// Walks through text line by line. Ends of lines may be LF, CRLF or, where there is no LF at all, CR.
+/// Walks through text line by line. Lines may end in LF or CRLF, or in CR if the text contains no LF at all.
 class Lines {
  public:
   explicit Lines(std::string_view text) : rest_(text), end_(text.find('\n') == text.npos ? '\r' : '\n') {}
 
-  /// The next line without its end; nothing when the text is used up.
+  /// Returns the next line without its line end, or nothing when no line is left.
   std::optional<std::string_view> next();
 
-  /// True when no line is left.
+  /// Returns true when no line is left.
   [[nodiscard]] bool at_end() const { return rest_.empty(); }
 
   [[nodiscard]] std::size_t bytes_left() const { return rest_.size(); }
 
-  /// Number of the line that `next` gave last; the first is 1.
+  /// Returns the number of the line that `next` returned last; the first line has number 1.
   [[nodiscard]] std::size_t number() const { return number_; }
 
  private:

@@ -14,10 +14,10 @@ namespace {
 
 constexpr double seconds_per_day = 86400;
 
-/// So few stamps tell nothing.
+/// With no more stamps than this, nothing can be concluded from them.
 constexpr std::size_t few_steps = 16;
 
-/// The step between two stamps, NaN when one is missing. A step back may be the end of 16 or 32 bits.
+/// Returns the step between two stamps, NaN when one is missing. A step back may be a wrap-around at 16 or 32 bits.
 double step_of(double from, double to, double usual) {
   const double step = to - from;
   if (!(step < 0)) return step;
@@ -28,7 +28,7 @@ double step_of(double from, double to, double usual) {
   return step;
 }
 
-/// The median of the steps between `begin` and `end` that go forward; NaN when fewer than half do.
+/// Returns the median of the forward steps between `begin` and `end`; NaN when fewer than half of the steps go forward.
 double usual_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end) {
   std::vector<double> steps;
   for (std::size_t i = begin + 1; i < end; i++) {
@@ -40,7 +40,8 @@ double usual_step(const std::vector<double>& stamps, std::size_t begin, std::siz
   return *middle;
 }
 
-/// The mean step of those near the usual one: stamps are rounded, so the usual one is coarse.
+/// Returns the mean of the steps that are near the usual one. The usual step alone is coarse, because stamps are
+/// rounded.
 double mean_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double usual) {
   double sum = 0;
   double count = 0;
@@ -53,14 +54,14 @@ double mean_step(const std::vector<double>& stamps, std::size_t begin, std::size
   return count == 0 ? no_value : sum / count;
 }
 
-/// Next to a whole rate that is what is meant.
+/// Returns the rate for a step; a rate that is close to a whole number is rounded to it.
 double rate_of_step(double seconds) {
   const double rate = 1 / seconds;
   const double whole = std::round(rate);
   return whole > 0 && std::abs(rate - whole) <= 1e-4 * rate ? whole : rate;
 }
 
-/// Whether most steps of a section are what a rate makes them.
+/// Returns whether most steps of a section are as long as `step`.
 bool agree(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double step) {
   std::size_t right = 0;
   for (std::size_t i = begin + 1; i < end; i++) {
@@ -69,7 +70,8 @@ bool agree(const std::vector<double>& stamps, std::size_t begin, std::size_t end
   return end - begin > few_steps && 10 * right >= 9 * (end - begin - 1);
 }
 
-/// The step that the stamps of a section go by: its rate's, or the one they have of themselves; NaN for none.
+/// Returns the step that a section's stamps follow: that of its rate, or otherwise their own mean step; NaN if they
+/// follow neither.
 double regular_step(const std::vector<double>& stamps, std::size_t begin, std::size_t end, double rate, double unit) {
   if (rate > 0 && agree(stamps, begin, end, 1 / (rate * unit))) return 1 / (rate * unit);
   const double usual = usual_step(stamps, begin, end);
@@ -77,8 +79,8 @@ double regular_step(const std::vector<double>& stamps, std::size_t begin, std::s
   return mean > 0 && agree(stamps, begin, end, mean) ? mean : no_value;
 }
 
-/// How far the stamps from one row on, or back, are off even steps, in steps: the median, of two in the middle the
-/// lower or the upper one.
+/// Returns the median number of steps by which the stamps from one row onwards, or backwards, lag behind evenly spaced
+/// ones. Of two middle values, `lower` selects the lower one; otherwise the higher one is used.
 double usual_lag(const std::vector<double>& stamps, std::size_t start, std::size_t count, bool forward, bool lower,
                  double step) {
   std::vector<double> lags = {0};
@@ -92,14 +94,15 @@ double usual_lag(const std::vector<double>& stamps, std::size_t start, std::size
   return lags[middle];
 }
 
-/// Whether the rows behind a step that is off by `steps` are so as a rule, seen from those in front of it. A late stamp
-/// is made good by the rows next to it, one that is written too coarsely by many together.
+/// Returns whether a shift of `steps` steps persists in the rows after it, relative to the rows before it. A single
+/// late stamp is compensated by the rows next to it; stamps that are written too coarsely are compensated over many
+/// rows.
 bool persists(const std::vector<double>& stamps, std::size_t begin, std::size_t end, std::size_t at, double step,
               double steps) {
-  constexpr double drift = 0.3;  // what a rate that is nearly right may come to over so many rows
+  constexpr double drift = 0.3;  // steps that a slightly inaccurate rate can accumulate over so many rows
   const std::size_t before = at - begin;
   const std::size_t behind = end - at;
-  for (const std::size_t rows : {8U, 64U}) {  // on both sides together
+  for (const std::size_t rows : {8U, 64U}) {  // rows on both sides together
     const std::size_t right = std::min(behind, rows - std::min(before, rows / 2));
     const std::size_t left = std::min(before, rows - right);
     const bool late = steps > 0;
@@ -165,7 +168,7 @@ class TableMaker {
     push(rate, start, section.end, missing, missing == 0);
   }
 
-  /// Whether each step is what the rate makes it: the rule, and told in one go.
+  /// Returns whether every step agrees with the rate. This is the usual case, and one pass over the stamps decides it.
   [[nodiscard]] bool all_agree(std::size_t begin, std::size_t end, double step) const {
     const double tolerance = step_tolerance(step);
     std::size_t wrong = 0;
@@ -180,12 +183,12 @@ class TableMaker {
     if (step > 0) {
       const double rate = rate_of_step(step);
       table_.notes.push_back(
-          fmt::format("The file states no sampling rate; the time stamps make it {} samples per second.",
+          fmt::format("The file states no sampling rate; the time stamps give {} samples per second.",
                       number_text(std::round(rate * 1e3) / 1e3)));
       return rate;
     }
     if (given_rate_ > 0) return given_rate_;
-    table_.notes.emplace_back("The file states no sampling rate, and its time stamps do not tell it.");
+    table_.notes.emplace_back("The file states no sampling rate, and it cannot be derived from the time stamps.");
     return 0;
   }
 
@@ -201,13 +204,14 @@ class TableMaker {
     table_.notes.push_back(contradicted_rate(by_stamps, rate));
   }
 
-  /// Steps that are each near the rate's may still all be off to one side.
+  /// Checks the total span, because steps that are each close to the rate's step may still all deviate in the same
+  /// direction.
   void check_span(double rate, double span, std::size_t steps) {
     const auto count = static_cast<double>(steps);
     if (!rate_noted_ && span_disagrees(span, 1 / (rate * unit_), count)) note_rate(count / (span * unit_), rate);
   }
 
-  /// The same by those steps that are no jumps.
+  /// Does the same check using only the steps that are not jumps.
   void check_regular_span(double rate, std::size_t begin, std::size_t end) {
     const double step = 1 / (rate * unit_);
     double span = 0;
@@ -221,7 +225,8 @@ class TableMaker {
     check_span(rate, span, steps);
   }
 
-  /// Stamp units missing between the section before and this one; 0 when it follows, or when the stamps say nothing.
+  /// Returns the time missing between the previous section and this one in stamp units; 0 when this section follows
+  /// directly or the stamps are not conclusive.
   double gap_before(std::size_t begin, double step, bool agreed) {
     if (begin == 0 || !agreed || !agreed_before_) return 0;
     const RateSection& before = table_.sections.back();
@@ -230,32 +235,33 @@ class TableMaker {
     return note_jump(begin, jump, longest) ? jump : 0;
   }
 
-  /// Whether time is missing in front of a sample: the stamps jump forward. A jump back misses none; both are said.
+  /// Returns whether time is missing before a sample, which is so if the stamps jump forward. No time is missing where
+  /// they jump back. A note reports either jump.
   bool note_jump(std::size_t at, double jump, double step) {
     const bool forward = jump > std::max(2.0, 1.5 * step);
     const bool back = jump + step < -1;
     const std::string by = number_text(std::round(std::abs(jump) * unit_ * 1e6) / 1e6) + " s";
     if (forward && jumps_++ == 0) {
-      table_.notes.push_back(fmt::format("The time stamps jump forward by {} at {}; the record is taken apart there.",
-                                         by, sample_text(at)));
+      table_.notes.push_back(
+          fmt::format("The time stamps jump forward by {} at {}; the record is split there.", by, sample_text(at)));
       forward_note_ = table_.notes.size() - 1;
     }
     if (back && jumps_back_++ == 0) {
       table_.notes.push_back(fmt::format(
-          "The time stamps go back by {} at {}; the samples are taken to follow each other at the stated rate.", by,
-          sample_text(at)));
+          "The time stamps jump back by {} at {}; the samples are assumed to follow one another at the stated rate.",
+          by, sample_text(at)));
     }
     return forward;
   }
 
-  /// Steps too small for a jump and too large for rounding, unless a late stamp is all there is to it.
+  /// Notes a shift that is too small for a jump and too large for rounding, unless a single late stamp explains it.
   void note_shift(std::size_t at, double jump, std::size_t begin, std::size_t end, double step) {
     if (!(jump > std::max(2.0, 0.25 * step)) || shift_noted_ || !persists(stamps_, begin, end, at, step, jump / step))
       return;
     shift_noted_ = true;
     table_.notes.push_back(fmt::format(
-        "From {} on the time stamps are {} us later than the rate makes them; the samples are taken to follow each "
-        "other.",
+        "From {} on, the time stamps are {} us later than the sampling rate implies; the samples are assumed to follow "
+        "one another without a gap.",
         sample_text(at), number_text(std::round(jump * unit_ * 1e9) / 1e3)));
   }
 
@@ -304,7 +310,7 @@ std::optional<WrittenTime> parse_time(std::string_view date, std::string_view ti
   written.date = trimmed(date);
   written.seconds_of_day = 3600 * *hours + 60 * *minutes + *seconds;
   if (*minutes > 59 || written.seconds_of_day >= seconds_per_day + 1)
-    return std::nullopt;  // 24:00:00 and leap seconds are times
+    return std::nullopt;  // 24:00:00 and leap seconds are valid times
   const std::size_t point = fields[2].find('.');
   if (point != fields[2].npos) written.decimals = static_cast<int>(fields[2].size() - point - 1);
   return written;
@@ -313,20 +319,21 @@ std::optional<WrittenTime> parse_time(std::string_view date, std::string_view ti
 std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenTime& later) {
   const double seconds = later.seconds_of_day - earlier.seconds_of_day;
   if (later.date == earlier.date) return seconds >= 0 ? std::optional(seconds) : std::nullopt;
-  // Over midnight; which day it is does not matter, for no record that this is asked of lasts longer than a day.
-  // A leap second before midnight is taken to be the first of the new day.
+  // The times are on either side of midnight. The dates themselves do not matter, because no record for which this is
+  // called lasts longer than a day. A leap second before midnight counts as the first second of the new day.
   return seconds < 0 ? std::optional(std::max(seconds + seconds_per_day, 0.0)) : std::nullopt;
 }
 
 bool span_disagrees(double span, double step, double steps) {
-  constexpr double rounding = 2;          // units, at the two ends together
-  constexpr double worth_saying = 0.001;  // clocks may well be off by a little
+  constexpr double rounding = 2;          // in stamp units, for both ends together
+  constexpr double worth_saying = 0.001;  // clocks may deviate a little
   return std::abs(span - steps * step) > std::max(rounding, worth_saying * steps * step);
 }
 
 std::string contradicted_rate(double by_stamps, double stated) {
-  return fmt::format("The time stamps make the sampling rate {} samples per second, the file states {}, which is used.",
-                     number_text(std::round(by_stamps * 1e3) / 1e3), number_text(stated));
+  return fmt::format(
+      "The time stamps give a sampling rate of {} samples per second, but the file states {}, which is used.",
+      number_text(std::round(by_stamps * 1e3) / 1e3), number_text(stated));
 }
 
 std::vector<RowShift> row_shifts(const std::vector<RateSection>& sections, const std::vector<double>& stamps,
@@ -368,7 +375,7 @@ double unit_of_stamps(const std::vector<RateSection>& sections, const std::vecto
   for (const double unit : {assumed * thousand, assumed / thousand}) {
     if (rate > 0 && std::abs(step * unit * rate - 1) <= same_rate) return unit;
   }
-  // Of a rate that is not stated, what the stamps make is doubted only where it leaves no record worth having made.
+  // If the file states no rate, the unit is changed only if the record would otherwise be too short to be plausible.
   const double length = static_cast<double>(stamps.size()) * step;
   const double cycle = 1 / (frequency > 0 ? frequency : 50);
   const bool too_short = length * assumed < 2 * cycle;

@@ -1,5 +1,5 @@
-// Long windows: where the dip's segments lie, by the SVD feature of the RMS curves, and how low the RMS is in each. For
-// the driver, and as a rough guide for the dq features.
+// Long windows: finds the dip's segments by the SVD feature of the RMS curves, and the lowest RMS in each segment. The
+// driver uses this, and the dq features use it as a rough guide.
 #include "sagx/RMS_segment_feature.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ using sagx::BoundaryList;
 
 // --- segmentation ----------------------------------------------------------------------------------------------------
 
-/// One segmentation of a window into `dipx`.
+/// Segments one window into `dipx`.
 class RmsSegmentation {
  public:
   RmsSegmentation(dq_data& buf, dq_dipx_struct& dipx)
@@ -37,8 +37,8 @@ class RmsSegmentation {
   }
 
  private:
-  /// Drops pairs of crossings over which the voltage changes by less than a tenth of the larger of the first and the
-  /// last pair's change. An odd last crossing is paired with the entry behind it, as it stands.
+  /// Removes pairs of crossings between which the voltage changes by less than a tenth of the larger of the first and
+  /// the last pair's change. An odd last crossing is paired with the entry after it, whatever that holds.
   void prune_small_changes() {
     if (T_.count <= 4) return;
     const float first = sagx::change_between(buf_, T_.at[0], T_.at[1]);
@@ -49,8 +49,8 @@ class RmsSegmentation {
     }
   }
 
-  /// Stores surviving crossings and boundaries. Two survivors get a third boundary, where the voltage recovers; fewer
-  /// leave the list with its removed entries.
+  /// Stores the remaining crossings and boundaries. Two remaining crossings get a third boundary where the voltage
+  /// recovers; with fewer, the list keeps its removed entries.
   void store() {
     BoundaryList survivors = T_;
     survivors.compact();
@@ -68,8 +68,8 @@ class RmsSegmentation {
     std::copy_n(T_.at, dipx_.Trms_num, dipx_.Trms);
   }
 
-  /// Where the minimum curve rises through the dip threshold behind `begin`; -1 when it does not. The search is bounded
-  /// by the number of positions, not of samples.
+  /// Returns where the minimum curve rises through the dip threshold after `begin`; -1 if it does not. The search is
+  /// limited by the number of positions, not of samples.
   [[nodiscard]] int find_recovery(int begin) const {
     for (int i = std::max(begin, 0); i < change_.positions() && i + 1 < DQ_RECORD_CAPACITY; i++) {
       if (buf_.u[i] <= dipx_.ut && dipx_.ut < buf_.u[i + 1]) return i + 1;
@@ -95,7 +95,8 @@ void join_transitions(dq_dipx_struct& dipx) {
   dipx.Trms_num = T.count;
 }
 
-/// Lowest RMS of one segment, its end excluded. `where` stays when there is nothing below the start value.
+/// Measures the lowest RMS of one segment, without its end. `where` is left unchanged if no value is below the start
+/// value.
 void measure_minima(const dq_data& buf, dq_dipx_struct& dipx, int segment, int& where) {
   constexpr float above_all = 1000000.0F;
   float a = above_all;
@@ -137,7 +138,7 @@ void RMS_segment_feature(dq_data* buf, dq_dipx_struct* dipx) {
   if (seg_check(dipx->Trms, dipx->Trms_num) != 0) return;
 
   const int segments = (dipx->Trms_num - 1) / 2;
-  int where = 0;  // not reset: an empty segment reports the place of the one before
+  int where = 0;  // this is not reset, so an empty segment reports the position of the previous one
   for (int s = 0; s < segments; s++) measure_minima(*buf, *dipx, s, where);
   dipx->min_num = dipx->u_min_num = segments;
   sagx::measure_voltage_change(*buf, *dipx, dipx->Trms[0], dipx->Trms[1]);

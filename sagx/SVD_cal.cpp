@@ -17,7 +17,7 @@ int tenth_of(float normalised) {
   return tenths > -1 && tenths < top_tenth ? static_cast<int>(tenths) : top_tenth;
 }
 
-/// Population standard deviation of `count` values. Sums, mean and quotient are float, the root double.
+/// Returns the population standard deviation of `count` values. Sums, mean and quotient are float, the root is double.
 float standard_deviation(const float* values, int count) {
   const auto divisor = static_cast<float>(count);
   float sum = 0;
@@ -59,7 +59,7 @@ int SVD_datapro(dq_data* buf, dq_dipx_struct* /*dipx*/) {
 float SVD_bzc(void) {
   const int half = feasvd_buf.feasvd_smp / 2;
   const unsigned held = std::min(feasvd_buf.feasvd_num, unsigned{DQ_RECORD_CAPACITY});
-  // The last whole half-cycle stays out on purpose, with the partial one that may follow it.
+  // The last whole half-cycle is left out on purpose, together with the partial one that may follow it.
   const int blocks = half < 1 ? 0 : static_cast<int>(held / static_cast<unsigned>(half)) - 1;
   std::printf("seg_num=%d\r\n", blocks);
   if (blocks < 1) return std::numeric_limits<float>::quiet_NaN();

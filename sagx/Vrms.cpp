@@ -1,5 +1,6 @@
-// From the three phase waveforms of the whole record to its RMS curves and dip boundaries, for the driver.
-// Every RMS value sums its cycle anew: a running sum would drift with the record's length and give other bits.
+// Computes the RMS curves and dip boundaries of the whole record from its three phase waveforms, for the driver. Every
+// RMS value sums its whole cycle again, because a running sum would drift with the record's length and give different
+// bits.
 #include "sagx/Vrms.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ float lowest_phase(const dq_dipx_rms& record, int i) {
   return sagx::smallest_of(record.rmsa[i], record.rmsb[i], record.rmsc[i]);
 }
 
-/// The largest value, at least 0. Which of them is looked at first makes no difference.
+/// Returns the largest value, at least 0. The order of the comparisons does not affect the result.
 float largest(const float* values, int count) {
   constexpr int at_once = 16;
   float max[at_once] = {};
@@ -27,21 +28,21 @@ float largest(const float* values, int count) {
   return *std::max_element(max, max + at_once);
 }
 
-/// How many of the `count` samples from `begin` on lie below the threshold.
+/// Returns how many of the `count` samples from `begin` on are below the threshold.
 int samples_below(const dq_dipx_rms& record, int begin, int count) {
   int below = 0;
   for (int i = begin; i < begin + count; i++) below += lowest_phase(record, i) < record.ut ? 1 : 0;
   return below;
 }
 
-/// Fills `record.T0` with the samples at which the lowest phase crosses the threshold; returns how many there are.
+/// Fills `record.T0` with the samples at which the lowest phase crosses the threshold, and returns their number.
 int find_crossings(dq_dipx_rms& record, int samples) {
   if (samples < 1) return 0;
   constexpr int block = 256;
   int crossings = 0;
   float previous = lowest_phase(record, 0);
   for (int i = 1; i < samples && crossings < DQ_BOUNDARY_CAPACITY;) {
-    // A block that lies wholly on the side of the sample before it has no crossing.
+    // A block whose samples are all on the same side as the sample before it has no crossing.
     const int below = i + block <= samples ? samples_below(record, i, block) : -1;
     if (below == (previous < record.ut ? block : 0)) {
       i += block;
@@ -60,8 +61,8 @@ int find_crossings(dq_dipx_rms& record, int samples) {
   return crossings;
 }
 
-/// Marks each recovery that another fall follows within joining_cycles, and that fall, with 0: no crossing can lie
-/// at sample 0. The pairs are judged by what the search found, so a chain of short gaps joins a chain of dips.
+/// Replaces by 0 each recovery that another fall follows within joining_cycles, together with that fall; no crossing
+/// can be at sample 0. The pairs are checked as the search found them, so a chain of short gaps joins a chain of dips.
 void merge_close_dips(dq_dipx_rms& record, int crossings) {
   if (crossings <= 2) return;
   const long long closest = static_cast<long long>(sagx::joining_cycles) * record.smprate;

@@ -1,6 +1,6 @@
-// Results are nine megabytes, of which most runs write little or nothing. What was never touched is not touched here
-// either: those pages go back to the system, which hands out zero ones when they are needed. The others are written
-// where they are not zero, and stay, so that the next run meets no page fault.
+// The results take nine megabytes, of which most runs write little or nothing. Pages that were never touched are not
+// touched here either; they are returned to the system, which provides zeroed ones when they are needed. All other
+// pages are overwritten where they are not zero and stay resident, so that the next run causes no page faults.
 #include "sagx/clear_results.h"
 
 #include <sys/mman.h>
@@ -26,7 +26,7 @@ void clear(char* bytes, std::size_t length) {
   }
 }
 
-/// False when the system does not take it back, as memory that the host has locked.
+/// Returns false if the system does not take the pages back, for example because the host has locked them in memory.
 bool give_back(char* pages, std::size_t length) {
   return length == 0 || madvise(pages, length, MADV_DONTNEED) == 0;
 }
@@ -49,7 +49,7 @@ void sagx::clear_results() {
     while (i < count && (resident[i] & 1U) == kind) i++;
     char* const stretch = pages + first * page;
     const std::size_t length = (i - first) * page;
-    // Not resident may mean swapped out, with what the last run wrote.
+    // A page that is not resident may have been swapped out with results of the last run.
     if (kind == 1 || !give_back(stretch, length)) clear(stretch, length);
   }
   clear(pages + count * page, size - ahead - count * page);

@@ -1,4 +1,4 @@
-// The results of all dips, back to zero ahead of a run. Private to the driver.
+// Resets the results of all dips to zero before a run. Private to the driver.
 #pragma once
 
 namespace sagx {

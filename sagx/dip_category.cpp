@@ -10,7 +10,8 @@ constexpr int phase_a = 1;
 constexpr int phase_b = 2;
 constexpr int phase_c = 4;
 
-/// The angle of `numerator` / `denominator` in sectors of 60 degrees, 0 to 6; rounded to float after each operation.
+/// Returns the angle of `numerator` / `denominator` in sectors of 60 degrees, 0 to 6, rounded to float after each
+/// operation.
 float angle_in_sectors(const vec_struct& numerator, const vec_struct& denominator) {
   const float square = denominator.r * denominator.r + denominator.x * denominator.x;
   const float real = (numerator.r * denominator.r + numerator.x * denominator.x) / square;

@@ -11,8 +11,8 @@ void rebase(int (&positions)[DQ_LIST_CAPACITY], int count, const Window& window)
   for (int j = 0; j < entries; j++) positions[j] += static_cast<int>(window.start);
 }
 
-/// Seconds between two boundaries. A segmentation that was found wanting may leave them in the wrong order: no
-/// duration.
+/// Returns the seconds between two boundaries. A rejected segmentation may leave them in the wrong order; the duration
+/// is then 0.
 float duration(int from, int to, int smp) {
   const auto seconds = static_cast<float>((to - from) * (0.02 / smp));
   return seconds < 0 ? 0.0F : seconds;
@@ -25,7 +25,7 @@ void finish_long_window(dq_dipx_struct& dip, const Window& window) {
   rebase(dip.T, dip.T_num, window);
   rebase(dip.order_min, dip.u_min_num, window);
   const int boundaries = std::min(dip.Trms_num, +DQ_LIST_CAPACITY);
-  // Without a boundary there is nothing to measure between.
+  // Without a boundary there is no interval to measure.
   dip.hold_time_dq = boundaries < 1 ? 0.0F : duration(dip.Trms[0], dip.Trms[boundaries - 1], dip.smprate);
 }
 

@@ -1,6 +1,7 @@
-// Measures of the record as a whole, for the driver: the nominal voltage on which every threshold rests, and whether
-// the RMS is steady enough for a dip to be measured against it. Sums are float, roots double. Symmetrical components,
-// for the feature stages. Checks of boundary lists, for the stages and, the longer ones, for hosts' test harnesses.
+// Measurements on the whole record, for the driver: the nominal voltage, on which every threshold is based, and whether
+// the RMS is steady enough for a dip to be measured against it. Sums are float, square roots are double. Also
+// symmetrical components, for the feature stages, and checks of boundary lists, for the stages and, in the case of the
+// longer ones, for hosts' test harnesses.
 #include "sagx/dipx_lib.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@
 
 namespace {
 
-/// Sum of the RMS values of the first two cycles, stored as float after each.
+/// Returns the sum of the RMS values of the first two cycles, stored as float after each addition.
 float two_cycle_rms_sum(const float* samples, int smp) {
   float total = 0;
   for (int cycle = 0; cycle < 2; cycle++) {
@@ -27,26 +28,26 @@ float two_cycle_rms_sum(const float* samples, int smp) {
   return total;
 }
 
-/// Share of the first `blocks` half-cycles of an RMS curve that fluctuate.
+/// Returns the fraction of the first `blocks` half-cycles of an RMS curve that fluctuate.
 float restless_share(const float* rms, int half, int blocks) {
   const int restless = blocks < 1 ? 0 : sagx::kernels().restless_blocks(rms, half, blocks);
   return static_cast<float>(restless) / static_cast<float>(blocks);
 }
 
-/// Distance of two positions.
+/// Returns the distance between two positions.
 unsigned distance(int a, int b) {
   return a > b ? static_cast<unsigned>(a) - static_cast<unsigned>(b)
                : static_cast<unsigned>(b) - static_cast<unsigned>(a);
 }
 
-/// Where a host expects the boundaries of a dip in its window: the margins are four cycles long.
+/// The boundaries that a host expects for a dip in its window, whose margins are four cycles long.
 struct NominalDip {
   NominalDip(int smp, int datalen) : start(4LL * smp), end(datalen - start) {}
   long long start;
   long long end;
 };
 
-/// The first sample of the whole record's dip below the threshold, moved, and the last one.
+/// The first sample of the whole record's dip below the threshold, shifted, and the last one.
 struct RecordDip {
   int start = 0;
   int end = 0;
@@ -63,11 +64,11 @@ RecordDip find_record_dip(const dq_dipx_rms& record, int smprate) {
   for (int i = samples - 2; i >= 1 && last == 0; i--) {
     if (lowest(i) < record.ut && record.ut <= lowest(i + 1)) last = i;
   }
-  // Half-way to five cycles: odd, and kept, for harnesses compare the logged positions.
+  // Taking the point half-way to five cycles is odd, but it is kept because harnesses compare the logged positions.
   return {static_cast<int>((5LL * smprate + first) / 2), last};
 }
 
-/// What is wrong with the boundaries of a record's only dip: 0 for nothing, else the number that the log calls its
+/// Returns the fault in the boundaries of a record's only dip: 0 for none, otherwise the number that the log calls its
 /// type.
 int verdict(const RecordDip& dip90, const dq_dipx_struct& dipx, int evt_num) {
   if (evt_num == 0 || evt_num > 1) return 1;
@@ -82,7 +83,7 @@ int verdict(const RecordDip& dip90, const dq_dipx_struct& dipx, int evt_num) {
   auto gap = static_cast<unsigned>(dipx.smprate / 8);
   if (length != 0 && length < gap) gap = length / 2;
   for (int i = 1; i < dipx.T_num - 1; i += 2) {
-    // A gap backward counts as a long one.
+    // A backward gap counts as a long one.
     if (static_cast<unsigned>(dipx.T[i + 1]) - static_cast<unsigned>(dipx.T[i]) < gap) return 6;
   }
   return 0;
@@ -124,7 +125,7 @@ float rms_bzc(dq_dipx_rms* buf) {
   if (buf == nullptr) return 0;
   const int half = buf->smprate / 2;
   if (half < 1) return 0;
-  // The last whole half-cycle stays out on purpose, with the partial one that may follow it.
+  // The last whole half-cycle is left out on purpose, together with the partial one that may follow it.
   const int blocks = std::clamp(buf->smp_num, 0, +DQ_RECORD_CAPACITY) / half - 1;
   float largest = restless_share(buf->rmsa, half, blocks);
   for (const float* rms : {buf->rmsb, buf->rmsc}) {

@@ -11,10 +11,11 @@ namespace sagx {
 
 namespace {
 
-/// The first and last quarter cycle stay as they are. At rates that leave 2 or 3 over four, the last median takes one
-/// entry past the samples as it stands; past the array it counts as 0.
+/// Leaves the first and last quarter cycle unchanged. At rates that leave a remainder of 2 or 3 when divided by four,
+/// the last median includes one entry after the samples, with its current value; beyond the array that entry counts as
+/// 0.
 void smooth(const float (&raw)[DQ_WINDOW_CAPACITY], float (&smoothed)[DQ_WINDOW_CAPACITY], int samples, unsigned rate) {
-  constexpr unsigned longest = 1024;  // of longer windows the median is 0
+  constexpr unsigned longest = 1024;  // the median of longer windows is 0
   const unsigned quarter = rate / 4;
   const unsigned length = rate / 2 + 1;
   if (2 * quarter >= static_cast<unsigned>(samples)) return;

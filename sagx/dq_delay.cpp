@@ -1,6 +1,6 @@
-// From one phase's waveform to its magnitude, angle and phasor at every sample, for the feature stages.
-// Products with constants are double until stored; the two values of pi and the cut 1 / sqrt(3) are what results rest
-// on.
+// Computes one phase's magnitude, angle and phasor at every sample from its waveform, for the feature stages. Products
+// with constants are double until they are stored. Results depend on the exact values used here: two values of pi, and
+// a truncated 1 / sqrt(3).
 #include "sagx/dq_delay.h"
 
 #include <algorithm>
@@ -15,10 +15,10 @@ namespace {
 constexpr double pi = 3.141592653589793;
 constexpr double two_pi = 6.283185307179586;
 constexpr double third_of_turn = 2.0943951023931953;
-constexpr double line_to_phase = 0.57735;    // 1 / sqrt(3), cut
-constexpr double degrees_pi = 3.1415926536;  // pi of the conversion into degrees, cut
+constexpr double line_to_phase = 0.57735;    // 1 / sqrt(3), truncated
+constexpr double degrees_pi = 3.1415926536;  // pi of the conversion into degrees, truncated
 
-/// The delay that stands for a sixth of a cycle, in samples.
+/// Returns the delay in samples that represents a sixth of a cycle.
 int delay_of(int samples_per_cycle) {
   return static_cast<int>(samples_per_cycle / 6.0 + 0.5);
 }
@@ -28,7 +28,7 @@ bool fits(int samples_per_cycle, int n, int element) {
          n <= DQ_FILTER_CAPACITY - element;
 }
 
-/// What turns a sample of a three-phase set into the dq frame.
+/// Coefficients that turn a sample of a three-phase set into the dq frame.
 struct Rotation {
   float d[3];
   float q[3];
@@ -51,8 +51,8 @@ bool same_bits(float a, float b) {
   return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
 }
 
-/// Rotations of a window's samples. They depend on time and frequency alone, which are the same for all phases and,
-/// from a window's first sample on, for all windows of a rate: kept until they change.
+/// The rotations of a window's samples. They depend on time and frequency alone, which are the same for all phases and,
+/// counted from a window's first sample, for all windows of a rate, so they are kept until they change.
 class Rotations {
  public:
   const Rotation* of(const float* t, int n, float f) {
@@ -68,7 +68,7 @@ class Rotations {
   }
 
  private:
-  int known_ = 0;  // entries that hold for t_ and f_
+  int known_ = 0;  // number of entries that are valid for t_ and f_
   float f_ = 0;
   float t_[DQ_WINDOW_CAPACITY];
   Rotation rotation_[DQ_WINDOW_CAPACITY];
@@ -76,7 +76,7 @@ class Rotations {
 
 Rotations rotations;
 
-/// d and q component of a sample. Each sum begins at zero.
+/// Returns the d and q components of a sample. Each sum begins at zero.
 vec_struct rotated(const Rotation& rotation, float a, float b, float c) {
   float d = 0;
   d += a * rotation.d[0];
@@ -134,7 +134,7 @@ void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, f
     data.upd1[i] = component.r;
     data.upq1[i] = component.x;
   }
-  // Without a delayed partner the first samples repeat the first that has one.
+  // The first samples have no delayed partner, so they repeat the first sample that has one.
   std::fill_n(data.upd1, delay, data.upd1[delay]);
   std::fill_n(data.upq1, delay, data.upq1[delay]);
 
@@ -142,7 +142,7 @@ void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, f
   lvbo(data.upq1, data.upq, n, element);
   Polar polar{};
   for (int i = 0; i < n; i++) {
-    // The filter leaves long flat stretches.
+    // The filter leaves long constant sections.
     const bool flat = i > 0 && same_bits(data.upd[i], data.upd[i - 1]) && same_bits(data.upq[i], data.upq[i - 1]);
     if (!flat) polar = polar_of(data.upd[i], data.upq[i]);
     ua[i] = polar.magnitude;

@@ -1,9 +1,9 @@
-// The instances of the working records and the one operation that belongs to a record alone.
+// Defines the working records and the one operation that concerns a record alone.
 #include "sagx/dq_dipx.h"
 
 #include <algorithm>
 
-// Hosts share these records byte for byte, so their layout is pinned here.
+// Hosts share these records byte for byte, so their layout is checked here.
 static_assert(sizeof(int) == 4 && sizeof(float) == 4 && sizeof(vec_struct) == 8);
 
 static_assert(offsetof(dq_dipx_rms, rmsa) == 4UL * 4 * DQ_RECORD_CAPACITY);

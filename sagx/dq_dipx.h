@@ -1,9 +1,9 @@
 /** @file
- * The working records of the analysis: plain aggregates of fixed capacity, sized once for the largest input so that an
- * analysis allocates nothing per sample or per dip. Each list is used from element 0 up to the count that stands beside
- * it; what lies beyond has no meaning.
+ * The working records of the analysis. They are plain aggregates of fixed capacity, sized for the largest input, so
+ * that an analysis allocates nothing per sample or per dip. Each list is used from element 0 up to the count next to
+ * it; entries beyond that have no meaning.
  *
- * Units: volts, seconds, degrees, sample positions. A window is the stretch of the record round one dip.
+ * Units are volts, seconds, degrees and sample positions. A window is the section of the record around one dip.
  */
 #ifndef SAGX_DQ_DIPX_H
 #define SAGX_DQ_DIPX_H
@@ -20,7 +20,7 @@ extern "C" {
 enum {
   DQ_RECORD_CAPACITY = 384000, /**< longest record: 3000 cycles of 128 samples */
   DQ_WINDOW_CAPACITY = 70400,  /**< longest window of the dq transform */
-  DQ_FILTER_CAPACITY = 70467,  /**< the same with room for the longest structuring element */
+  DQ_FILTER_CAPACITY = 70467,  /**< the same with space for the longest structuring element */
   DQ_FILTER_ROWS = 128,        /**< longest structuring element */
   DQ_LIST_CAPACITY = 32,       /**< dips per record and segments per dip */
   DQ_BOUNDARY_CAPACITY = 30    /**< threshold crossings kept per record */
@@ -55,9 +55,9 @@ typedef struct dq_dipx_rms {
 } dq_dipx_rms;
 
 /**
- * One dip's window; reused for each dip in turn. Arrays over samples hold `num` entries, of the dq stages at most
- * 70400. A window of more than 500 cycles is transformed in stretches: its dq arrays hold the last one, from entry 0
- * on.
+ * One dip's window, which is reused for each dip in turn. Arrays over samples hold `num` entries; those of the dq
+ * stages hold at most 70400. A window of more than 500 cycles is transformed in sections, and its dq arrays hold the
+ * last section, from entry 0 on.
  */
 typedef struct dq_data {
   float t[DQ_RECORD_CAPACITY];      /**< time, seconds from the window's first sample, at 20 ms per cycle */
@@ -67,9 +67,9 @@ typedef struct dq_data {
   float rms_ua[DQ_RECORD_CAPACITY]; /**< one-cycle RMS of phase A, volts */
   float rms_ub[DQ_RECORD_CAPACITY]; /**< the same, phase B */
   float rms_uc[DQ_RECORD_CAPACITY]; /**< the same, phase C */
-  /** lowest phase per sample, volts: of the RMS or of the dq magnitudes, whichever was segmented last */
+  /** lowest phase per sample, volts, taken from the RMS or the dq magnitudes, whichever was segmented last */
   float u[DQ_RECORD_CAPACITY];
-  float upd[DQ_WINDOW_CAPACITY];               /**< d component of the phase transformed last, smoothed */
+  float upd[DQ_WINDOW_CAPACITY];               /**< d component of the most recently transformed phase, smoothed */
   float upq[DQ_WINDOW_CAPACITY];               /**< q component, smoothed */
   float upd1[DQ_WINDOW_CAPACITY];              /**< d component, raw */
   float upq1[DQ_WINDOW_CAPACITY];              /**< q component, raw */
@@ -91,11 +91,11 @@ typedef struct dq_data {
   vec_struct vec_ua[DQ_WINDOW_CAPACITY];       /**< phasor of phase A */
   vec_struct vec_ub[DQ_WINDOW_CAPACITY];       /**< the same, phase B */
   vec_struct vec_uc[DQ_WINDOW_CAPACITY];       /**< the same, phase C */
-  float hold_time;                             /**< spare; left untouched */
+  float hold_time;                             /**< spare; never written */
   float ua0[DQ_WINDOW_CAPACITY];               /**< magnitude of phase A before median smoothing, volts */
   float ub0[DQ_WINDOW_CAPACITY];               /**< the same, phase B */
   float uc0[DQ_WINDOW_CAPACITY];               /**< the same, phase C */
-  /** SVD feature of phase A, volts: per sample of the dq magnitudes, per position of the RMS curves */
+  /** SVD feature of phase A, volts: per sample for the dq magnitudes, per position for the RMS curves */
   float feasvd_a[DQ_RECORD_CAPACITY];
   float feasvd_b[DQ_RECORD_CAPACITY]; /**< the same, phase B */
   float feasvd_c[DQ_RECORD_CAPACITY]; /**< the same, phase C */
@@ -104,14 +104,15 @@ typedef struct dq_data {
 } dq_data;
 
 /**
- * The results of one dip. Positions are in the record where this says so, else in the dip's window. The RMS lists are
- * filled for windows of more than 500 cycles, `seg_idx`, `seg_tmp`, `T0`, `D` and the `pos` lists for the others.
+ * The results of one dip. Positions refer to the record where stated, otherwise to the dip's window. The RMS lists are
+ * filled for windows of more than 500 cycles; `seg_idx`, `seg_tmp`, `T0`, `D` and the `pos` lists are filled for the
+ * others.
  */
 typedef struct dq_dipx_struct {
-  int smp_num;                   /**< 0 */
+  int smp_num;                   /**< always 0 */
   int smprate;                   /**< samples per cycle */
   int seg_num;                   /**< boundaries of the short-window segmentation, at most 32 */
-  int seg_idx[DQ_LIST_CAPACITY]; /**< these boundaries */
+  int seg_idx[DQ_LIST_CAPACITY]; /**< the boundaries of the short-window segmentation */
   int seg_tmp[DQ_LIST_CAPACITY]; /**< threshold crossings that survived it */
   float un;                      /**< nominal voltage, RMS volts */
   float ut;                      /**< dip threshold, volts: 0.9 `un` */
@@ -149,7 +150,7 @@ typedef struct dq_dipx_struct {
   int pos_u3_min[DQ_LIST_CAPACITY];    /**< where the lowest of the three phases is: record position */
   int u_min_num;                       /**< segments with residual voltages */
   int D[2];                            /**< first sample of the dip and of its recovery; both 0 where there is none */
-  float hold_time_rms;                 /**< 0 */
+  float hold_time_rms;                 /**< always 0 */
   float hold_time_dq;                  /**< duration, seconds at 20 ms per cycle */
   /** per segment of a long window: phase angle of phase A at its reference point, degrees */
   float angle_a_min[DQ_LIST_CAPACITY];
@@ -171,18 +172,18 @@ typedef struct dq_dipx_struct {
   float bph_max_value[DQ_LIST_CAPACITY];
   int dipx_cata[DQ_WINDOW_CAPACITY]; /**< per sample of a short window's segments: dip category, 0 to 10; 0 elsewhere */
   int dipx_cata_seg[DQ_LIST_CAPACITY]; /**< per segment: dip category, 0 to 10 (symmetrical_components_dq) */
-  int dipx_cata_type;                  /**< 0 */
+  int dipx_cata_type;                  /**< always 0 */
   int dipx_cata_num;                   /**< segments of a short window that were classified */
 } dq_dipx_struct;
 
-/** Reduction of the SVD feature. */
+/** The reduced SVD feature. */
 typedef struct feasvd_data {
-  float feasvd_redu[DQ_RECORD_CAPACITY]; /**< largest feature of the three phases per sample over the largest of all */
-  float feasvd_max;                      /**< largest of all, volts; at least 0 */
-  float feasvd_min;                      /**< smallest, volts; at most 99999 */
+  float feasvd_redu[DQ_RECORD_CAPACITY]; /**< largest feature of the three phases per sample, divided by the maximum */
+  float feasvd_max;                      /**< the largest of all, volts; at least 0 */
+  float feasvd_min;                      /**< the smallest of all, volts; at most 99999 */
   unsigned int feasvd_num;               /**< samples reduced */
   int feasvd_ten_i[10];                  /**< histogram of feasvd_redu in bins of 0.1 */
-  float feasvd_ten_f[10];                /**< the same, per cent of `feasvd_num` */
+  float feasvd_ten_f[10];                /**< the same in per cent of `feasvd_num` */
   int feasvd_smp;                        /**< samples per cycle */
 } feasvd_data;
 
@@ -190,12 +191,12 @@ extern DIPX_API dq_data* dq_data_buf;    /**< the window record; null when not a
 extern DIPX_API dq_dipx_rms* dq_rms_buf; /**< the whole-record record; null when not allocated */
 /** results of the last analysis, one per dip */
 extern DIPX_API dq_dipx_struct new_dipx_buf[DQ_LIST_CAPACITY];
-extern DIPX_API dq_dipx_struct qd_dipx_buf; /**< left untouched */
-extern DIPX_API feasvd_data feasvd_buf;     /**< reduction of the window that SVD_datapro saw last */
+extern DIPX_API dq_dipx_struct qd_dipx_buf; /**< never written */
+extern DIPX_API feasvd_data feasvd_buf;     /**< reduction of the window that SVD_datapro processed last */
 
 /**
- * Zeroes ua0, ub0, uc0, feasvd_a, feasvd_b, feasvd_c and u over their whole capacity and nothing else; the
- * segmentations call it before they fill these.
+ * Zeroes ua0, ub0, uc0, feasvd_a, feasvd_b, feasvd_c and u over their whole capacity and nothing else. The
+ * segmentations call it before they fill these arrays.
  *
  * @param data the window record; a null pointer is ignored
  */

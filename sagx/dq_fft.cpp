@@ -1,5 +1,5 @@
-// Radix-2 transform, decimation in time. A real sequence goes through the complex transform of half its length: its
-// even samples as real, its odd ones as imaginary parts, whose spectra are split afterwards.
+// Radix-2 transform with decimation in time. A real sequence is transformed as a complex one of half its length, with
+// its even samples as real parts and its odd samples as imaginary parts; the two spectra are separated afterwards.
 #include "sagx/dq_fft.h"
 
 #include <array>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr int most_points = 4096;
 
-/// exp(-j 2 pi i / 4096) for all i.
+/// Returns exp(-j 2 pi i / 4096) for all i.
 std::array<vec_struct, most_points> make_twiddles() {
   std::array<vec_struct, most_points> table;
   for (int i = 0; i < most_points; i++) {
@@ -22,7 +22,7 @@ std::array<vec_struct, most_points> make_twiddles() {
   return table;
 }
 
-/// exp(-j 2 pi index / points).
+/// Returns exp(-j 2 pi index / points).
 const vec_struct& twiddle(int index, int points) {
   static const auto table = make_twiddles();
   return table[static_cast<std::size_t>(index * (most_points / points))];
@@ -65,7 +65,8 @@ void transform(vec_struct* xk, int points) {
   }
 }
 
-/// One bin of the whole spectrum from the packed spectrum's bins k and points - k; `w` turns the odd samples' part.
+/// Returns one bin of the whole spectrum from bins k and points - k of the packed spectrum; `w` rotates the part of the
+/// odd samples.
 vec_struct split(const vec_struct& bin, const vec_struct& mirrored, const vec_struct& w) {
   const vec_struct even = {(bin.r + mirrored.r) * 0.5F, (bin.x - mirrored.x) * 0.5F};
   const vec_struct odd = {(bin.x + mirrored.x) * 0.5F, -(bin.r - mirrored.r) * 0.5F};

@@ -1,10 +1,10 @@
-// Long windows: the RMS segmentation is a rough guide; the dq transform looks at short stretches round each of its
-// transitions and at six cycles of each segment. For the driver.
+// Long windows: the RMS segmentation serves as a rough guide, and the dq transform examines short sections around each
+// of its transitions and six cycles of each segment. For the driver.
 //
-// Some of it is odd and kept on purpose, for hosts rely on it: the start transition is never taken from the
+// Some oddities are kept on purpose, because hosts rely on them: the start transition is never taken from the
 // segmentation; with three boundaries the end of the start transition is shifted by its own RMS boundary, and with an
-// odd number from five on the end transition is shifted by the last one; the point on wave is measured with times from
-// the window's first sample. The command puts these right in what it reports.
+// odd number of five or more the end transition is shifted by the last one; the point on wave is measured with times
+// from the window's first sample. The command corrects these in what it reports.
 #include "sagx/dq_segment_feature.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ namespace {
 
 // --- segmentation ----------------------------------------------------------------------------------------------------
 
-/// Records the crossings of `threshold` by the largest of the three features: no more than `T` takes.
+/// Records the positions where the largest of the three features crosses `threshold`, up to the capacity of `T`.
 int record_crossings(const dq_data& buf, int samples, float threshold, int (&T)[DQ_LIST_CAPACITY]) {
   int count = 0;
   float previous = sagx::largest_feature(buf, 0);
@@ -39,7 +39,7 @@ int record_crossings(const dq_data& buf, int samples, float threshold, int (&T)[
 
 // --- features --------------------------------------------------------------------------------------------------------
 
-using Position = long long;  // sums of a host's boundaries can pass an int
+using Position = long long;  // the sum of a host's boundaries can exceed an int
 
 struct Transition {
   Position start = 0;
@@ -65,10 +65,10 @@ class LongFeatures {
   }
 
  private:
-  // --- stretches ---
+  // --- sections ---
 
-  /// Transforms `length` samples of the window from `begin` on; what lies past its arrays is cut off. Returns the
-  /// length transformed. The outputs stand at 0.
+  /// Transforms `length` samples of the window from `begin` on, limited to its arrays. Returns the transformed length.
+  /// The outputs start at entry 0.
   int transform(Position begin, Position length) {
     const auto from = static_cast<int>(std::clamp<Position>(begin, 0, DQ_RECORD_CAPACITY));
     const auto held = static_cast<int>(std::min<Position>(length, DQ_RECORD_CAPACITY - from));
@@ -78,13 +78,13 @@ class LongFeatures {
     return held;
   }
 
-  /// The stretch from half a cycle ahead of one boundary to half a cycle behind another.
+  /// Transforms the section from half a cycle before one boundary to half a cycle after another.
   int transform_round(int from, int to) {
     const Position length = 2 * half_cycle_ + (Position{to} - from);
     return transform(Position{from} - half_cycle_, std::min<Position>(length, DQ_WINDOW_CAPACITY));
   }
 
-  /// The filter's start-up and run-out take the value next to them.
+  /// Replaces the filter's start-up and run-out by the values next to them.
   void pad_edges(int length) {
     const int edge = (cycle_ / 4 + 1) * 3 / 2;
     for (auto* values : {data_.ua, data_.ub, data_.uc, data_.angle_a, data_.angle_b, data_.angle_c}) {
@@ -93,8 +93,8 @@ class LongFeatures {
     }
   }
 
-  /// Segments the stretch transformed last and leaves its magnitudes smoothed. The first two crossings are its
-  /// transition; when there are none, or both are one, it is where the RMS boundaries are.
+  /// Segments the most recently transformed section and leaves its magnitudes smoothed. The first two crossings are its
+  /// transition; if there are none, or if both are equal, the RMS boundaries are used instead.
   Transition segment(int length, int from, int to, bool& found) {
     pad_edges(length);
     data_.num = static_cast<unsigned>(length);
@@ -107,12 +107,12 @@ class LongFeatures {
     return by_rms(from, to);
   }
 
-  /// The RMS boundaries as a transition of their stretch.
+  /// Returns the RMS boundaries as a transition of their section.
   [[nodiscard]] Transition by_rms(int from, int to) const { return {half_cycle_, half_cycle_ + (Position{to} - from)}; }
 
   // --- sharpening ---
 
-  /// Whether a phase's magnitude changes by more than 1 % of nominal from the sample before.
+  /// Returns whether a phase's magnitude changes by more than 1 % of nominal from the previous sample.
   [[nodiscard]] bool changes_at(Position j) const {
     if (j >= DQ_WINDOW_CAPACITY) return false;
     const float change =
@@ -121,7 +121,7 @@ class LongFeatures {
     return static_cast<double>(change) > 0.01 * static_cast<double>(dipx_.un);
   }
 
-  /// The sample ahead of the first change in a transition; its start when nothing changes.
+  /// Returns the sample before the first change in a transition, or its start if nothing changes.
   [[nodiscard]] Position sharpened_start(const Transition& transition) const {
     const Position end = std::min<Position>(transition.end, DQ_WINDOW_CAPACITY);
     for (Position j = std::max<Position>(transition.start, 1); j < end; j++) {
@@ -130,7 +130,7 @@ class LongFeatures {
     return transition.start;
   }
 
-  /// The last change in a transition; its end when nothing changes.
+  /// Returns the last change in a transition, or its end if nothing changes.
   [[nodiscard]] Position sharpened_end(const Transition& transition) const {
     for (Position j = std::min<Position>(transition.end, DQ_WINDOW_CAPACITY); j > transition.start; j--) {
       if (changes_at(j)) return j;
@@ -138,9 +138,10 @@ class LongFeatures {
     return transition.end;
   }
 
-  // --- transitions, in positions of their stretches ---
+  // --- transitions, in positions of their sections ---
 
-  /// Measures what is referred to the time before the dip as well. The segmentation is done for its smoothing alone.
+  /// Also measures the quantities that refer to the time before the dip. The segmentation is run only for its
+  /// smoothing.
   Transition start_transition() {
     const int from = dipx_.Trms[0];
     const int to = dipx_.Trms[1];
@@ -158,7 +159,7 @@ class LongFeatures {
     return transition;
   }
 
-  /// The transition from RMS boundary `index` to the next, which ends the dip.
+  /// Returns the transition from RMS boundary `index` to the next one, which ends the dip.
   Transition end_transition(int index) {
     bool found = false;
     const int from = dipx_.Trms[index];
@@ -177,8 +178,8 @@ class LongFeatures {
     return {sharpened_start(transition), sharpened_end(transition)};
   }
 
-  /// Where the voltage comes back through the dip threshold in the cycle round the last of three RMS boundaries; 0 when
-  /// it does not.
+  /// Returns where the voltage recovers through the dip threshold in the cycle around the last of three RMS boundaries;
+  /// 0 if it does not.
   Position end_crossing() {
     const int length = transform_round(dipx_.Trms[2], dipx_.Trms[2]);
     pad_edges(length);
@@ -191,7 +192,7 @@ class LongFeatures {
 
   // --- boundaries ---
 
-  /// All transitions as window positions into T.
+  /// Writes all transitions as window positions to T.
   void merge(const Transition& start, const Transition& end) {
     const int* Trms = dipx_.Trms;
     int count = 0;
@@ -207,7 +208,7 @@ class LongFeatures {
       add(middle.end, Trms[i]);
     }
     if (boundaries == 2) {
-      // There is no end transition: its places stay 0, and so the list will not do.
+      // Without an end transition its two entries stay 0, and so the list will be rejected.
       dipx_.T[count++] = 0;
       dipx_.T[count++] = 0;
     } else if (boundaries == 3) {
@@ -232,7 +233,7 @@ class LongFeatures {
     }
   }
 
-  /// Features of a segment from six cycles round its reference point.
+  /// Measures the features of a segment from six cycles around its reference point.
   void measure(int s) {
     const int reference = dipx_.order_min[s];
     const int at = 3 * cycle_;
@@ -264,7 +265,7 @@ class LongFeatures {
     return sagx::low_phases(data_.ua[k], data_.ub[k], data_.uc[k], dipx_.ut);
   }
 
-  /// The category that most samples of the range have.
+  /// Returns the category of most samples in the range.
   int classify(Position begin, Position end) {
     sagx::CategoryVote vote;
     for (Position k = begin; k < std::min<Position>(end, DQ_WINDOW_CAPACITY); k++) {

@@ -1,6 +1,6 @@
-// Short windows: where the dip's segments lie, by the SVD feature of the smoothed dq magnitudes, and what each segment
-// is. For the driver. Positions are window positions throughout, but for one thing kept on purpose: the whole record's
-// first two boundaries serve as window positions when the segmentation is missing or starts late.
+// Short windows: finds the dip's segments by the SVD feature of the smoothed dq magnitudes, and measures each segment.
+// For the driver. All positions are window positions, with one exception that is kept on purpose: if the segmentation
+// is missing or starts late, the whole record's first two boundaries are used as window positions.
 #include "sagx/dq_segment_feature_multiclass.h"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ using sagx::wrapping_sum;
 
 // --- segmentation ----------------------------------------------------------------------------------------------------
 
-/// One segmentation of a window into `dipx`.
+/// Segments one window into `dipx`.
 class ShortSegmentation {
  public:
   ShortSegmentation(dq_data& buf, dq_dipx_struct& dipx)
@@ -54,10 +54,11 @@ class ShortSegmentation {
   }
 
  private:
-  /// The depth below which nothing is a change: a tenth of the dip's.
+  /// Returns the smallest difference that counts as a change: a tenth of the dip's depth.
   [[nodiscard]] double least_change() const { return static_cast<double>(dipx_.ud) * 0.1; }
 
-  /// The lower edge of the tenth of the features' range from which up at least 5 % of the samples lie.
+  /// Divides the features' range into tenths and returns the lower edge of the tenth from which up at least 5 % of the
+  /// samples lie, but never less than the smallest change that counts.
   [[nodiscard]] float first_threshold() const {
     int tenth = 0;
     float share = 0;
@@ -73,10 +74,10 @@ class ShortSegmentation {
     return static_cast<double>(threshold) < least_change() ? static_cast<float>(least_change()) : threshold;
   }
 
-  /// Raises the threshold until what crosses it fits the result.
+  /// Raises the threshold until the number of crossings fits into the result.
   void search_crossings() {
     constexpr int most_tries = 25;
-    int run = 0;  // goes on from try to try
+    int run = 0;  // carried over from one try to the next
     for (int attempt = 0; attempt < most_tries; attempt++) {
       scan(run);
       if (T_.count <= DQ_LIST_CAPACITY) return;
@@ -84,8 +85,8 @@ class ShortSegmentation {
     }
   }
 
-  /// Records alternating rises and falls of the feature that hold for seven samples, two samples ahead of each. `run`
-  /// counts the crossing sample twice, so that eight means seven.
+  /// Records alternating rises and falls of the feature that last for seven samples; each is placed two samples
+  /// earlier. `run` counts the crossing sample twice, so eight means seven.
   void scan(int& run) {
     bool above = false;
     T_.count = 0;
@@ -109,7 +110,8 @@ class ShortSegmentation {
     }
   }
 
-  /// Drops the runs ahead of the first that goes below the dip threshold, as long as more than four boundaries stay.
+  /// Removes the runs before the first one that falls below the dip threshold, as long as more than four boundaries
+  /// remain.
   void prune_leading_runs_without_dip() {
     if (T_.count <= 4) return;
     int budget = T_.count;
@@ -122,7 +124,7 @@ class ShortSegmentation {
     T_.compact();
   }
 
-  /// The lowest smoothed magnitude of a run, at most the dip threshold.
+  /// Returns the lowest smoothed magnitude of a run, at most the dip threshold.
   [[nodiscard]] float lowest_in_run(int begin, int end) const {
     float lowest = dipx_.ut;
     for (int j = std::max(begin, 0); j < std::min(end, +DQ_WINDOW_CAPACITY); j++) {
@@ -132,7 +134,7 @@ class ShortSegmentation {
     return lowest;
   }
 
-  /// Drops runs over which the voltage changes by less than a tenth of the larger of the first and the last run's
+  /// Removes runs over which the voltage changes by less than a tenth of the larger of the first and the last run's
   /// change.
   void prune_small_changes() {
     if (T_.count <= 4) return;
@@ -145,8 +147,8 @@ class ShortSegmentation {
     }
   }
 
-  /// Stores crossings and boundaries. Two crossings get a third boundary, where the voltage recovers; without a
-  /// recovery it is what the list holds there from before.
+  /// Stores crossings and boundaries. Two crossings get a third boundary where the voltage recovers; if it does not
+  /// recover, that boundary keeps the list's earlier content.
   void store() {
     int crossings = T_.count;
     if (crossings == 2) {
@@ -161,8 +163,8 @@ class ShortSegmentation {
     std::copy_n(T_.at, crossings, dipx_.seg_tmp);
   }
 
-  /// The first sample from `begin` on behind which the minimum curve rises above 2 % of nominal over the dip threshold;
-  /// -1 without one.
+  /// Returns the first sample from `begin` on after which the minimum curve exceeds the dip threshold by more than 2 %
+  /// of nominal; -1 if there is none.
   [[nodiscard]] int find_recovery(int begin) const {
     const double level = static_cast<double>(dipx_.un) * 0.02 + static_cast<double>(dipx_.ut);
     for (int i = std::max(begin, 0); i < samples_; i++) {
@@ -172,7 +174,8 @@ class ShortSegmentation {
     return -1;
   }
 
-  /// The first fall of the minimum curve through the dip threshold and its last rise; both 0 unless in this order.
+  /// Finds the first fall of the minimum curve through the dip threshold and its last rise; both are 0 unless they are
+  /// in this order.
   void find_dip() {
     const float* u = buf_.u;
     int fall = 0;
@@ -195,8 +198,8 @@ class ShortSegmentation {
   BoundaryList T_;
 };
 
-/// The alternative segmentation moves the end of each transition to the last sample at which phase A changes; it looks
-/// at that phase alone on purpose.
+/// Moves the end of each transition to the last sample at which phase A changes, for the alternative segmentation.
+/// Looking only at that phase is on purpose.
 void sharpen_ends(const dq_data& buf, float depth, BoundaryList& T) {
   const double least = 0.01 * static_cast<double>(depth);
   const BoundaryList found = T;
@@ -212,7 +215,7 @@ void sharpen_ends(const dq_data& buf, float depth, BoundaryList& T) {
 
 // --- features --------------------------------------------------------------------------------------------------------
 
-/// Filter start-up and run-out give way to what stands a quarter cycle inside.
+/// Replaces the filter's start-up and run-out by the values a quarter cycle further in.
 void correct_ends(float (&values)[DQ_WINDOW_CAPACITY], int samples, int quarter) {
   std::fill_n(values, quarter, values[quarter]);
   for (int i = std::max(samples - quarter - 1, quarter); i < samples; i++) values[i] = values[i - quarter];
@@ -229,7 +232,7 @@ void transform_phases(dq_data& data, const dq_dipx_struct& dipx, int samples, in
 }
 
 /// Repairs a missing or late segmentation with the whole record's first fall and recovery. Returns the number of
-/// boundaries, which counts on even where they are thrown away for being too many.
+/// boundaries, which keeps counting even if boundaries are discarded because there are too many.
 int repair_segmentation(dq_dipx_struct& dipx, const dq_dipx_rms& record) {
   const int cycle = dipx.smprate;
   const int eighth = cycle / 8;
@@ -268,18 +271,18 @@ int repair_segmentation(dq_dipx_struct& dipx, const dq_dipx_rms& record) {
   return count;
 }
 
-/// Refers the angles to `reference`, the entry behind the window's last sample included.
+/// Makes the angles relative to `reference`, including the entry after the window's last sample.
 void refer_angles(float (&angles)[DQ_WINDOW_CAPACITY], int samples, float reference) {
   for (int i = 0; i <= samples && i < DQ_WINDOW_CAPACITY; i++) angles[i] -= reference;
 }
 
-/// Calls `visit` with each sample up to `last` that the window's arrays hold.
+/// Calls `visit` for each sample up to `last` that is within the window's arrays.
 template <typename Visit>
 void for_samples(int begin, int last, Visit visit) {
   for (int j = begin; j <= std::min(last, DQ_WINDOW_CAPACITY - 1); j++) visit(j);
 }
 
-/// Lowest magnitudes of a segment, its end included.
+/// Measures the lowest magnitudes of a segment, including its end.
 void measure_minima(const dq_data& data, dq_dipx_struct& dipx, int segment, int begin, int end) {
   constexpr float above_all = 1000000.0F;
   const auto take = [](float value, int position, float& lowest, int& where) {
@@ -298,7 +301,7 @@ void measure_minima(const dq_data& data, dq_dipx_struct& dipx, int segment, int 
   dipx.u3_min[segment] = sagx::smallest_of(dipx.ua_min[segment], dipx.ub_min[segment], dipx.uc_min[segment]);
 }
 
-/// Largest ratio of negative to positive sequence in a segment, its end excluded, per cent.
+/// Returns the largest ratio of negative to positive sequence in a segment without its end, per cent.
 float unbalance(dq_data& data, int begin, int end) {
   float largest = 0;
   for_samples(begin, end - 1, [&](int j) {
@@ -308,8 +311,9 @@ float unbalance(dq_data& data, int begin, int end) {
   return largest;
 }
 
-/// Phase jumps of a segment. They are read at the entry behind the last minimum, which holds 0 in a cleared result: the
-/// window's first sample. Kept so; the command reads the angles at the segment's own minima.
+/// Measures the phase jumps of a segment. They are read at the entry after the last minimum, which holds 0 in a cleared
+/// result and so means the window's first sample. This is kept on purpose; the command reads the angles at the
+/// segment's own minima.
 void measure_phase_jumps(const dq_data& data, dq_dipx_struct& dipx, int segment) {
   const auto angle_at = [&](const float* angles, const int(&positions)[DQ_LIST_CAPACITY]) {
     const int entry = dipx.u_min_num;
@@ -321,8 +325,8 @@ void measure_phase_jumps(const dq_data& data, dq_dipx_struct& dipx, int segment)
   store_jump(angle_at(data.angle_c, dipx.pos_uc_min), dipx.angle_diff_cp[segment], dipx.angle_diff_cn[segment]);
 }
 
-/// Categories of a segment's samples, its end included, and the one that most of them have. Unlike in
-/// symmetrical_components_dq a sample with all phases low is a three-phase one whatever its negative sequence.
+/// Classifies a segment's samples, including its end, and finds the category of most of them. Unlike in
+/// symmetrical_components_dq, a sample with all phases low counts as three-phase whatever its negative sequence.
 int classify(dq_data& data, dq_dipx_struct& dipx, const vec_struct& positive_before, int begin, int end) {
   const sagx::SequenceThresholds thresholds(dipx.un);
   sagx::CategoryVote vote;

@@ -11,9 +11,9 @@ extern "C" {
 #endif
 
 /**
- * Divides a window by the SVD feature of its dq magnitudes. Fills feasvd_buf too and prints the threshold. Samples
- * beyond 70400 are not looked at; a rate whose order lies outside 1 to 9 (above 360 samples per cycle) has no features.
- * Null pointers: nothing is done.
+ * Segments a window by the SVD feature of its dq magnitudes. Also fills feasvd_buf and prints the threshold. Samples
+ * beyond 70400 are ignored; a rate whose order is outside 1 to 9 (above 360 samples per cycle) has no features. Does
+ * nothing for null pointers.
  *
  * @param buf the window; num, smp, ua, ub, uc are read; the minimum curve u, the magnitudes before smoothing (ua0, ub0,
  * uc0), the smoothed ones (ua, ub, uc) and the features (feasvd_a, feasvd_b, feasvd_c) are written
@@ -22,25 +22,25 @@ extern "C" {
 DIPX_API void SVDsegment_multiclass3(dq_data* buf, dq_dipx_struct* dipx);
 
 /**
- * All features of the dip in a window: dq transform, segmentation, and per segment residual voltages, phases,
- * unbalance, phase jump and category; per dip point on wave and rates of voltage change. Segments are the pairs (T[1],
- * T[2]), (T[3], T[4]), ...
+ * Computes all features of the dip in a window: the dq transform and the segmentation; per segment the residual
+ * voltages, phases, unbalance, phase jump and category; and per dip the point on wave and the rates of voltage change.
+ * Segments are the pairs (T[1], T[2]), (T[3], T[4]), ...
  *
- * Reads the first two boundaries of the whole record (dq_rms_buf) too. A segmentation that seg_check rejects leaves all
- * but seg_num, seg_idx, seg_tmp and D as it was. The phase jumps are read at the window's first sample, where they are
- * next to 0. Without a window record or a whole record, for null pointers and for a window beyond 70400 samples nothing
- * is done.
+ * Also reads the first two boundaries of the whole record (dq_rms_buf). If seg_check rejects the segmentation,
+ * everything but seg_num, seg_idx, seg_tmp and D is left unchanged. The phase jumps are read at the window's first
+ * sample, where they are close to 0. Does nothing without a window record or a whole-record record, for null pointers
+ * and for a window of more than 70400 samples.
  *
  * @param data the window; num, smp, t, Va, Vb, Vc, rms_ua, rms_ub, rms_uc are read
- * @param dipx the dip; smprate, un, ut, f, ud are read, the features written
+ * @param dipx the dip; smprate, un, ut, f, ud are read, and the features are written
  */
 DIPX_API void dq_segment_feature_multiclass(dq_data* data, dq_dipx_struct* dipx);
 
 /**
- * Divides a window by the SVD feature of its RMS curves at every sample: an alternative that the analysis does not run.
- * The end of each transition is moved to where the RMS of phase A last changes by more than one per cent of the depth.
- * Prints the number of crossings. Samples beyond 384000 are not looked at; a rate whose order lies outside 1 to 9 (0
- * and above 180 samples per cycle) has no features. Null pointers: nothing is done.
+ * Segments a window by the SVD feature of its RMS curves at every sample. The analysis does not use this alternative.
+ * The end of each transition is moved to the last position where the RMS of phase A changes by more than one per cent
+ * of the depth. Prints the number of crossings. Samples beyond 384000 are ignored; a rate whose order is outside 1 to 9
+ * (0 and above 180 samples per cycle) has no features. Does nothing for null pointers.
  *
  * @param buf the window; num, smp, rms_ua, rms_ub, rms_uc are read; the minimum curve u and the features (one entry per
  * position in feasvd_a, feasvd_b, feasvd_c) are written

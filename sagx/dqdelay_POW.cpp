@@ -1,12 +1,12 @@
-// Where on the wave a dip begins, from the dq magnitudes and angles of the window, for the feature stages.
+// Determines where on the wave a dip begins from the dq magnitudes and angles of the window, for the feature stages.
 #include "sagx/dqdelay_POW.h"
 
 #include <algorithm>
 
 namespace {
 
-/// The last sample at or above `before` ahead of the first at or below `dipped`; `num` when there is none. Sample 0 is
-/// never taken.
+/// Returns the last sample at or above `before` that precedes the first one at or below `dipped`; `num` if there is
+/// none. Sample 0 is never returned.
 unsigned last_before_fall(const float* magnitude, float dipped, float before, unsigned num) {
   const unsigned held = std::min(num, unsigned{DQ_WINDOW_CAPACITY});
   const auto fall = static_cast<unsigned>(
@@ -18,7 +18,7 @@ unsigned last_before_fall(const float* magnitude, float dipped, float before, un
   return num;
 }
 
-/// Brings an angle into one turn, towards zero. What no int can count in turns stays as it is.
+/// Reduces an angle to one turn, towards zero. An angle of more turns than an int can count is left unchanged.
 float within_a_turn(float degrees) {
   const float turns = degrees / 360.0F;
   if (!(turns >= -2147483648.0F && turns < 2147483648.0F)) return degrees;
@@ -41,7 +41,7 @@ void dqdelay_POW(float* ua, float* ub, float* uc, float* angle_a, float* angle_b
   const float time = start < DQ_RECORD_CAPACITY ? t[start] : 0.0F;
   const auto point_on_wave = [=](const float* angle) {
     const float degrees = start < DQ_WINDOW_CAPACITY ? angle[start] : 0.0F;
-    // 18000 degrees per second: the frame's rotation at 50 Hz. 90 degrees turn a cosine's phase into a sine's.
+    // The frame rotates at 18000 degrees per second at 50 Hz. Adding 90 degrees turns a cosine's phase into a sine's.
     return within_a_turn(18000.0F * time + degrees + 90.0F);
   };
   dipx->POW_a = point_on_wave(angle_a);

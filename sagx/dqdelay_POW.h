@@ -11,12 +11,12 @@ extern "C" {
 #endif
 
 /**
- * Point on wave of a dip: the angle of each phase's sine (0 at the rising zero crossing), in degrees, at the last
- * sample before the dip at which a phase still stood at 95 % of nominal; the phase that leaves first decides. In [0,
- * 360) unless it lies so near the window's start that it is negative.
+ * Determines the point on wave of a dip: the angle of each phase's sine (0 at the rising zero crossing), in degrees, at
+ * the last sample before the dip at which a phase was still at 95 % of nominal or above. The phase that falls first
+ * decides. The result is in [0, 360) unless the dip is so close to the window's start that it is negative.
  *
- * Where no such sample is found, entry `num` of times and angles is taken, or 0 where that lies beyond what window
- * records hold. Null pointers: nothing is done.
+ * If there is no such sample, entry `num` of times and angles is used, or 0 if that entry is beyond the capacity of
+ * window records. Does nothing for null pointers.
  *
  * @param ua dq magnitudes of phase A, RMS volts, `num` values
  * @param ub the same, phase B
@@ -24,7 +24,7 @@ extern "C" {
  * @param angle_a dq angles of phase A, degrees
  * @param angle_b the same, phase B
  * @param angle_c the same, phase C
- * @param t times, seconds; the frame is taken to turn at 50 Hz
+ * @param t times, seconds; the frame is assumed to rotate at 50 Hz
  * @param dipx the dip; POW_a, POW_b and POW_c are written
  * @param Vfund nominal voltage, RMS volts
  * @param num number of samples

@@ -1,5 +1,5 @@
-// Text of the report file, which is GBK: written in the sources as UTF-8, turned into GBK bytes by the compiler.
-// A character that is not in the table below is a compile error.
+// Text of the report file, which is encoded in GBK. It is written in the sources as UTF-8 and converted to GBK bytes by
+// the compiler. A character that is missing from the table below is a compile error.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +24,7 @@ inline constexpr GbkCharacter gbk_characters[] = {
     {U'置', 0xD6C3}, {U'校', 0xD0A3}, {U'验', 0xD1E9},
 };
 
-/// A string literal as a template argument; holds `Size` bytes with the final zero.
+/// A string literal as a template argument; it holds `Size` bytes including the final zero.
 template <std::size_t Size>
 struct Utf8Literal {
   char bytes[Size];
@@ -33,7 +33,7 @@ struct Utf8Literal {
   }
 };
 
-/// GBK bytes of a literal. Characters of three UTF-8 bytes shrink to two, so the literal's own size is enough.
+/// The GBK bytes of a literal. Characters of three UTF-8 bytes shrink to two, so the literal's size is sufficient.
 template <std::size_t Size>
 struct GbkText {
   char bytes[Size] = {};
@@ -68,7 +68,7 @@ consteval GbkText<Size> to_gbk(const Utf8Literal<Size>& text) {
 template <Utf8Literal Text>
 inline constexpr auto gbk_text = to_gbk(Text);
 
-/// The zero-terminated GBK form of `Text`, for a "%s" of a format: gbk<"暂降">.
+/// The zero-terminated GBK form of `Text` for a "%s" in a format, as in gbk<"暂降">.
 template <Utf8Literal Text>
 inline constexpr const char* gbk = gbk_text<Text>.bytes;
 

@@ -1,5 +1,5 @@
-// Smooths a dq component so that its magnitude is flat but for real steps. The order in which a window is gone through
-// decides between zeros of either sign and about NaN; the kernels keep to it.
+// Smooths a dq component so that its magnitude is constant except at real steps. The order in which a window is scanned
+// decides between zeros of either sign and how NaN is treated; the kernels keep this order.
 #include "sagx/lvbo.h"
 
 #include <algorithm>
@@ -12,8 +12,8 @@ bool fits(int n, int win) {
   return dq_data_buf != nullptr && n >= 1 && win >= 1 && win <= DQ_FILTER_ROWS && n <= DQ_FILTER_CAPACITY - win;
 }
 
-/// The signal with `padding` on either side, so that a window round each of its values can be taken. A copy, so that
-/// input and output may be the same array.
+/// Returns the signal with `padding` on either side, so that there is a window around each of its values. It is a copy,
+/// so input and output may be the same array.
 const float* padded(const float* signal, int n, int win, float padding) {
   const int behind = (win - 1) / 2;
   const int ahead = win - 1 - behind;

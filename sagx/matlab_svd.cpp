@@ -1,6 +1,6 @@
-// The decomposition on which every segmentation rests, with its small companions, and the median.
-// All quantities are float; roots are taken in double and stored as float. Order of sums and form of the tests for
-// negligible values decide the bits of the result.
+// The decomposition on which every segmentation is based, its small helper functions, and the median. All quantities
+// are float; square roots are taken in double and stored as float. The order of the sums and the form of the tests for
+// negligible values determine the bits of the result.
 #include "sagx/matlab_svd.h"
 
 #include <algorithm>
@@ -17,17 +17,17 @@ float root(float square) {
   return static_cast<float>(std::sqrt(static_cast<double>(square)));
 }
 
-/// `magnitude` with the sign of `sign_of`; zero counts as positive.
+/// Returns `magnitude` with the sign of `sign_of`; zero counts as positive.
 float with_sign(float magnitude, float sign_of) {
   return sign_of >= 0.0F ? std::fabs(magnitude) : -std::fabs(magnitude);
 }
 
-/// Whether `value` is lost when added to the scale of the matrix.
+/// Returns whether `value` is lost when added to the scale of the matrix.
 bool negligible(float value, float anorm) {
   return static_cast<float>(static_cast<double>(std::fabs(value)) + static_cast<double>(anorm)) == anorm;
 }
 
-/// Plane rotation of columns p and q, rows 1..rows.
+/// Applies a plane rotation to columns p and q, rows 1..rows.
 void rotate_columns(float** matrix, int rows, int p, int q, float c, float s) {
   for (int row = 1; row <= rows; row++) {
     const float x = matrix[row][p];
@@ -37,7 +37,7 @@ void rotate_columns(float** matrix, int rows, int p, int q, float c, float s) {
   }
 }
 
-/// One decomposition: the caller's matrices and the superdiagonal `rv1` of the bidiagonal form.
+/// One decomposition: it has the caller's matrices and the superdiagonal `rv1` of the bidiagonal form.
 class Decomposition {
  public:
   Decomposition(float** a, int m, int n, float* w, float** v, float* rv1)
@@ -66,7 +66,7 @@ class Decomposition {
     }
   }
 
-  /// Householder reflection that clears column i below the diagonal.
+  /// Applies the Householder reflection that clears column i below the diagonal.
   void reflect_column(int i, float& g, float& scale) {
     for (int k = i; k <= m_; k++) scale += std::fabs(a_[k][i]);
     if (scale == 0.0F) return;
@@ -88,7 +88,7 @@ class Decomposition {
     for (int k = i; k <= m_; k++) a_[k][i] *= scale;
   }
 
-  /// Householder reflection that clears row i right of the superdiagonal.
+  /// Applies the Householder reflection that clears row i right of the superdiagonal.
   void reflect_row(int i, float& g, float& scale) {
     const int l = i + 1;
     for (int k = l; k <= n_; k++) scale += std::fabs(a_[i][k]);
@@ -117,7 +117,7 @@ class Decomposition {
       const int l = i + 1;
       if (i < n_) {
         if (g != 0.0F) {
-          // Two divisions, not one by the product, which might underflow.
+          // Two divisions are used instead of one by the product, because the product might underflow.
           for (int j = l; j <= n_; j++) v_[j][i] = (a_[i][j] / a_[i][l]) / g;
           for (int j = l; j <= n_; j++) {
             float s = 0;
@@ -153,7 +153,7 @@ class Decomposition {
     }
   }
 
-  /// Iterates until w[k] stands alone, at most 30 times; then whatever it is stays.
+  /// Iterates until w[k] is decoupled, at most 30 times; after that its value is kept as it is.
   void diagonalise(int k) {
     for (int iteration = 1; iteration <= 30; iteration++) {
       const int l = split(k);
@@ -168,7 +168,7 @@ class Decomposition {
     }
   }
 
-  /// Where the block that ends at k begins. A negligible w just above it is cancelled out of the block.
+  /// Returns where the block that ends at k begins. A negligible w just above the block is cancelled out of it.
   int split(int k) {
     for (int l = k; l > 1; l--) {
       if (negligible(rv1_[l], anorm_)) return l;
@@ -197,7 +197,7 @@ class Decomposition {
     }
   }
 
-  /// One implicit QR step on the block l..k, shifted by its bottom 2 x 2 minor.
+  /// Performs one implicit QR step on the block l..k, shifted by its bottom 2 x 2 minor.
   void qr_step(int l, int k) {
     float x = w_[l];
     float y = w_[k - 1];
@@ -274,7 +274,7 @@ float pythag(float a, float b) {
 }
 
 float* dvector(int nl, int nh) {
-  const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(nh) - nl + 2;  // with one spare element ahead
+  const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(nh) - nl + 2;  // includes one spare element at the front
   if (count < 1) return nullptr;
   auto* block = static_cast<float*>(std::malloc(static_cast<std::size_t>(count) * sizeof(float)));
   return block == nullptr ? nullptr : block + (1 - static_cast<std::ptrdiff_t>(nl));

@@ -1,5 +1,5 @@
-// The millisecond clock of the timing figures: 32 bits wide for hosts that keep it in an int, so all of its arithmetic
-// is unsigned and wraps.
+// The millisecond clock that is used for timing. It is 32 bits wide for hosts that store it in an int, so all
+// arithmetic with it is unsigned and wraps around.
 #include "sagx/mms_time.h"
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 /** @file
- * The millisecond clock of the timing figures.
+ * The millisecond clock that is used for timing.
  */
 #ifndef SAGX_MMS_TIME_H
 #define SAGX_MMS_TIME_H
@@ -11,8 +11,8 @@ extern "C" {
 #endif
 
 /**
- * The monotonic clock as a 32-bit number. It wraps about every 49.7 days; a difference of two readings taken in 32-bit
- * arithmetic stays right across one wrap.
+ * Returns the monotonic clock as a 32-bit number. It wraps about every 49.7 days; the difference of two readings, taken
+ * in 32-bit arithmetic, remains correct across one wrap.
  *
  * @return milliseconds
  */

@@ -35,8 +35,8 @@ void RmsChange::search(float nominal, int enough, BoundaryList& crossings) const
   std::printf("T_num = %d\r\n", crossings.count);
 }
 
-/// Records alternating rises and falls of the feature through the threshold, each at the sample behind the end of the
-/// matrix two positions ahead of it.
+/// Records alternating rises and falls of the feature through the threshold. Each is placed at the sample after the end
+/// of the matrix two positions earlier.
 void RmsChange::scan(float threshold, BoundaryList& crossings) const {
   bool inside = false;
   crossings.count = 0;

@@ -1,5 +1,5 @@
-// Where the RMS curves of a window change, by their SVD feature: what both RMS segmentations begin with. Private to the
-// stages.
+// Finds where the RMS curves of a window change, by their SVD feature. Both RMS segmentations start with this. Private
+// to the stages.
 #pragma once
 
 #include "sagx/boundary_list.h"
@@ -9,21 +9,22 @@ namespace sagx {
 
 class RmsChange {
  public:
-  /// One feature per phase every `step` samples of the window `buf`.
+  /// Computes one feature per phase every `step` samples of the window `buf`.
   RmsChange(dq_data& buf, int step);
 
   /// Fills the minimum curve u of the window.
   void keep_minimum_curve();
 
-  /// Fills feasvd_a, feasvd_b and feasvd_c, one entry per position. Nothing for a step of 0 or a rate without an order.
+  /// Fills feasvd_a, feasvd_b and feasvd_c, one entry per position. Does nothing for a step of 0 or a rate without an
+  /// order.
   void measure();
 
-  /// Searches the crossings of one per cent of `nominal`, and of ever lower thresholds until there are at least
-  /// `enough`. After ten tries the last one's stand. Entries behind the count are left over from earlier tries. Prints
-  /// the count.
+  /// Searches the crossings of one per cent of `nominal`, then of ever lower thresholds until there are at least
+  /// `enough` crossings. After ten tries the result of the last one is kept. Entries beyond the count are left over
+  /// from earlier tries. Prints the count.
   void search(float nominal, int enough, BoundaryList& crossings) const;
 
-  /// Positions with a feature.
+  /// Returns the number of positions with a feature.
   [[nodiscard]] int positions() const { return positions_; }
 
  private:

@@ -1,11 +1,11 @@
-// What the feature stages of short and long windows have in common. Private to them.
+// Computations shared by the feature stages of short and long windows. Private to them.
 #pragma once
 
 #include "sagx/dq_dipx.h"
 
 namespace sagx {
 
-/// Positive, negative and zero sequence of the window at a sample.
+/// Positive, negative and zero sequence of the window at one sample.
 struct Sequences {
   Sequences(dq_data& data, int sample);
   vec_struct positive{};
@@ -15,21 +15,21 @@ struct Sequences {
 
 float magnitude(const vec_struct& phasor);
 
-/// Ratio of the negative to the positive sequence, per cent; 0 where the positive one is next to nothing.
+/// Returns the ratio of the negative to the positive sequence, per cent; 0 if the positive one is close to 0.
 float unbalance_ratio(const Sequences& sequences);
 
-/// A phase jump into the field of its sign; the other field becomes 0.
+/// Stores a phase jump in the field for its sign; the other field becomes 0.
 void store_jump(float jump, float& positive, float& negative);
 
-/// The window's minimum curve u; 0 outside its array.
+/// Returns the window's minimum curve u; 0 outside its array.
 inline float minimum_at(const dq_data& data, int position) {
   return position >= 0 && position < DQ_RECORD_CAPACITY ? data.u[position] : 0.0F;
 }
 
-/// By how much it differs between two positions.
+/// Returns by how much the minimum curve differs between two positions.
 float change_between(const dq_data& data, int from, int to);
 
-/// Largest slopes of the three RMS curves from one boundary to the next.
+/// Measures the largest slopes of the three RMS curves from one boundary to the next.
 void measure_voltage_change(dq_data& data, dq_dipx_struct& dipx, int from, int to);
 
 }  // namespace sagx

@@ -1,7 +1,7 @@
-// The driver: takes one record from samples to analysed dips. It checks and copies the input, has the nominal voltage
-// and the dip boundaries found, cuts a window round each dip, turns away what cannot be measured, and brings the
-// results back to positions in the record. Everything it does is told to the host by lines alone; last_outcome keeps
-// the same for the command and the tests.
+// The driver, which takes one record from samples to analysed dips. It checks and copies the input, has the nominal
+// voltage and the dip boundaries determined, cuts a window around each dip, rejects dips that cannot be measured, and
+// converts the results back to record positions. The host learns of this only through printed lines; last_outcome keeps
+// the same information for the command and the tests.
 #include "sagx/signal_acquisition.h"
 
 #include <algorithm>
@@ -37,8 +37,8 @@ namespace {
 
 constexpr float cal_fn = 50.0F;  // nominal frequency, hertz
 
-/// Makes sure that `record` exists. It is not cleared here: a fresh large block is zero without ever being touched, and
-/// so what a run does not need stays out of memory.
+/// Makes sure that `record` exists. It is not cleared here: a fresh large block is already zero without having been
+/// touched, so the parts that a run does not need take up no memory.
 template <typename Record>
 bool provide(Record*& record, const char* name) {
   if (record != nullptr) {
@@ -65,7 +65,7 @@ bool provide_working_records() {
   return false;
 }
 
-/// What the host has set, taken once for the whole run.
+/// The host's settings, read once for the whole run.
 struct Input {
   int smp;  ///< samples per cycle
   int n;    ///< samples per phase
@@ -78,7 +78,7 @@ Input input_that_is_set() {
   return {sample_input_smprate, sample_input_number, psample_input_va, psample_input_vb, psample_input_vc};
 }
 
-/// Whether rate and length are such as the analysis takes.
+/// Checks whether the analysis accepts the rate and the length.
 RunOutcome check_limits(const Input& input) {
   if (input.smp > 128 || input.smp < 32) {
     std::puts("采样率越限\r");
@@ -104,7 +104,7 @@ void copy_samples(dq_dipx_rms& record, const Input& input) {
   for (int i = 0; i < input.n; i++) record.t[i] = static_cast<float>(i * step);
 }
 
-/// Copies the input into the whole-record record once it is known to fit.
+/// Copies the input into the whole-record record if it fits.
 RunOutcome take_samples(dq_dipx_rms& record, const Input& input) {
   const auto& [smp, n, va, vb, vc] = input;
   const bool missing = va == nullptr || vb == nullptr || vc == nullptr;
@@ -123,8 +123,8 @@ RunOutcome take_samples(dq_dipx_rms& record, const Input& input) {
   return RunOutcome::searched;
 }
 
-/// The estimate of the nominal voltage, or what stands in for an implausible one. That it is not the bound itself is
-/// meant.
+/// Returns the estimate of the nominal voltage, or a substitute if it is implausible. The substitutes are deliberately
+/// not the bounds themselves: 57.74 V replaces levels below 50 V, and 220 V replaces levels above 400 V.
 float nominal_voltage(const dq_dipx_rms& record, const Input& input) {
   float un = 0;
   dipx_cal_un(record.va, record.vb, record.vc, input.smp, input.n, &un);
@@ -133,7 +133,7 @@ float nominal_voltage(const dq_dipx_rms& record, const Input& input) {
   return un;
 }
 
-/// Boundaries of a record that does not begin in a steady state cannot be paired into dips.
+/// The boundaries of a record that does not begin in a steady state cannot be paired into dips.
 bool starts_disturbed(const dq_dipx_rms& record) {
   const double low = 0.9 * record.un;
   const double high = 1.1 * record.un;
@@ -169,8 +169,8 @@ void copy_window(const float* from, const Window& window, float* to) {
   std::copy_n(from + window.start, window.length, to);
 }
 
-/// Depth of the dip's deepest point in its lowest phase, volts. Within a sample a later phase wins ties and NaN enters;
-/// along the window only a strictly lower value counts.
+/// Returns the depth of the dip's deepest point in its lowest phase, volts. Within a sample a later phase wins ties and
+/// NaN is accepted; along the window only a strictly lower value replaces the previous one.
 float depth(const dq_data& data, const Window& window, float un) {
   float deepest = 1.0e9F;
   for (unsigned j = 0; j < window.length; j++) {
@@ -192,7 +192,8 @@ void load_waveform(dq_data& data, const dq_dipx_rms& record, const Window& windo
   data.smp = static_cast<unsigned>(record.smprate);
 }
 
-/// Whether the whole record is too restless to measure dips in: the same for each dip of a run, so it is asked once.
+/// Determines whether the whole record is too restless to measure dips in. This is the same for each dip of a run, so
+/// it is computed only once.
 class Stability {
  public:
   explicit Stability(dq_dipx_rms& record) : record_(record) {}
@@ -255,7 +256,7 @@ sagx::Dip analyse_dip(dq_dipx_rms& record, Stability& stability, dq_data& data, 
     dq_segment_feature_multiclass(&data, &dip);
     sagx::finish_short_window(dip, window);
   }
-  // Features are there only when the segmentation passed its check.
+  // Features exist only if the segmentation passed its check.
   return {sagx::broken_rule(dip.T, dip.T_num) == 0 ? DipOutcome::analysed : DipOutcome::not_segmented, long_window};
 }
 

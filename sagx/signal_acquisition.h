@@ -11,7 +11,7 @@ extern "C" {
 #endif
 
 /** @name Input of the next analysis
- * Set by dipx_fun and sagx_init_from_samples. The arrays are the host's.
+ * Set by dipx_fun and sagx_init_from_samples. The arrays belong to the host.
  * @{ */
 extern DIPX_API int sample_input_number;  /**< samples per phase */
 extern DIPX_API int sample_input_smprate; /**< samples per cycle */
@@ -21,11 +21,11 @@ extern DIPX_API float* psample_input_vc;  /**< the same, phase C */
 /** @} */
 
 /**
- * Analyses the input that is set and leaves the dips in new_dipx_buf and the whole record in dq_rms_buf (dq_dipx.h).
- * Allocates the two working records when there are none and keeps them. Accepts 32 to 128 samples per cycle and two to
- * 3000 cycles, at most 384000 samples. Other input is refused with a line (missing arrays without one), and so are dips
- * that cannot be analysed. A refused run leaves zeroed results and dq_rms_buf->evt_num as it was; one that found no
- * memory leaves the results as they were.
+ * Analyses the current input and leaves the dips in new_dipx_buf and the whole record in dq_rms_buf (dq_dipx.h).
+ * Allocates the two working records if they do not exist, and keeps them. Accepts 32 to 128 samples per cycle and two
+ * to 3000 cycles, at most 384000 samples. Other input is refused with a printed line (missing arrays without one), and
+ * so are dips that cannot be analysed. A refused run leaves zeroed results and dq_rms_buf->evt_num unchanged; a run
+ * that cannot allocate memory leaves the results unchanged.
  *
  * @param dipx_data ignored; may be null
  */

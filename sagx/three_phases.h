@@ -1,4 +1,4 @@
-// The smallest and largest of three phases: the first, replaced only by one that is strictly smaller or greater.
+// Returns the smallest or largest of three phases. The first one is replaced only by a strictly smaller or larger one.
 #pragma once
 
 namespace sagx {

@@ -11,12 +11,12 @@ extern "C" {
 #endif
 
 /**
- * Largest absolute slope of a stretch of an RMS curve. The first difference is left out.
+ * Returns the largest absolute slope of a section of an RMS curve. The first difference is not used.
  *
  * @param v RMS values, volts, one per sample
  * @param num number of values
- * @param sample samples per 20 ms cycle; with 0 a sample lasts for ever
- * @return volts per second; 0 for two values or less, for a `sample` of 0 and for a null pointer
+ * @param sample samples per 20 ms cycle
+ * @return volts per second; 0 for two values or fewer, for a `sample` of 0 and for a null pointer
  */
 DIPX_API float voltagechange(float* v, unsigned int num, unsigned int sample);
 

@@ -1,5 +1,5 @@
-// Sums and differences of positions that a host may have filled with anything: they wrap round in two's complement, as
-// the machine does it, where the language leaves them undefined. Private to the library.
+// Sums and differences of positions that a host may have set to any value. They wrap around in two's complement, as the
+// machine does, where the language leaves the result undefined. Private to the library.
 #pragma once
 
 namespace sagx {

@@ -9,10 +9,12 @@ mode=
 case ${1:-} in --check) mode=$1 && shift ;; esac
 [ $# -gt 0 ] || set -- README.md CONTRIBUTING.md CHANGELOG.md examples/README.md docs/*.md
 cmake --preset release -DDIPX_PAGE=ON >/dev/null
-cmake --build --preset release --target dipx dipx_command dipx_manual influence_table accuracy_table stage_pictures
+cmake --build --preset release --target dipx dipx_command dipx_manual influence_table accuracy_table stage_pictures \
+  measure_pictures
 programs=$(mktemp -d)
 trap 'rm -rf "$programs"' EXIT
-for program in command/dipx tests/accuracy/influence_table tests/accuracy/accuracy_table docs/stage_pictures; do
+for program in command/dipx tests/accuracy/influence_table tests/accuracy/accuracy_table docs/stage_pictures \
+               docs/measure_pictures; do
   ln -s "$PWD/build/release/$program" "$programs"
 done
 # shellcheck disable=SC2086  # one word or none

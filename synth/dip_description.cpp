@@ -12,9 +12,9 @@ namespace synth {
 namespace {
 
 constexpr double most_samples = 2e7;
-constexpr double quiet_after = 0.3;  // seconds behind a dip
+constexpr double quiet_after = 0.3;  // seconds after a dip
 
-/// Entry `step` of a list in which a single entry stands for all.
+/// Returns entry `step` of a list; a list with a single entry uses it for every step.
 double entry(const std::vector<double>& list, std::size_t step) {
   return list.size() == 1 ? list.front() : list[step];
 }
@@ -40,14 +40,14 @@ std::size_t steps_of(const DipDescription& dip, std::size_t faults) {
   for (const auto& [option, list] :
        {std::pair("--duration", &dip.durations), {"--depth", &dip.depths}, {"--jump", &dip.jumps}}) {
     if (list->size() != 1 && list->size() != steps) {
-      throw DescriptionError(fmt::format("{} {}: {} figures for {} steps; give one for all or one for each", option,
-                                         fmt::join(*list, ","), list->size(), steps));
+      throw DescriptionError(fmt::format("{} {}: {} values for {} steps; give one value for all steps or one for each",
+                                         option, fmt::join(*list, ","), list->size(), steps));
     }
   }
   return steps;
 }
 
-/// The stages of a dip one after the other.
+/// Builds the consecutive stages of a dip.
 class Stages {
  public:
   Stages(double begin, const Factors& before) : time_(begin), factors_(before) {}
@@ -70,10 +70,11 @@ class Stages {
 
 [[noreturn]] void throw_no_phases(const std::string& text) {
   throw DescriptionError(fmt::format(
-      "--phases '{}' names no phases; give A to ABC, or A-B, B-C, C-A for two that move towards each other", text));
+      "--phases '{}' does not name phases; give A to ABC, or A-B, B-C or C-A for two phases that move towards each other",
+      text));
 }
 
-/// What lies at half the rate or above would turn up at a lower frequency.
+/// Checks the rate, because components at or above half the rate would appear at a lower frequency.
 void check_rate(const Waveform& waveform) {
   const auto fits = [&](double frequency) { return 2 * frequency < waveform.rate; };
   if (!fits(waveform.frequency)) {
@@ -90,14 +91,14 @@ void check_rate(const Waveform& waveform) {
   }
 }
 
-/// How many samples so many seconds are. Throws where these cannot be made.
+/// Returns the number of samples in a duration. Throws if so many samples cannot be generated.
 std::size_t samples_of(double seconds, double rate) {
   const double samples = std::round(seconds * rate);
   if (samples >= 1 && samples <= most_samples) return static_cast<std::size_t>(samples);
-  throw DescriptionError(
-      fmt::format("{} s at {} samples per second are {:.0f} samples, and 1 to {:.0f} are made; choose another --length "
-                  "or --rate",
-                  seconds, rate, samples, most_samples));
+  throw DescriptionError(fmt::format(
+      "{} s at {} samples per second are {:.0f} samples, but the limits are 1 and {:.0f}; choose another --length "
+      "or --rate",
+      seconds, rate, samples, most_samples));
 }
 
 }  // namespace
@@ -131,12 +132,13 @@ Factors factors_of(const Fault& fault, double depth_percent, double jump_degrees
         depth_percent));
   }
   if (jump_degrees != 0) {
-    throw DescriptionError(
-        fmt::format("--jump {}: where two phases move towards each other it follows from the depth; leave it out, or "
-                    "choose phases that shrink",
-                    jump_degrees));
+    throw DescriptionError(fmt::format(
+        "--jump {}: when two phases move towards each other, the jump follows from the depth; leave it out, or "
+        "choose phases that shrink",
+        jump_degrees));
   }
-  // The line voltage between the two shrinks to `line`, its middle stays: -1/2 -+ j sqrt(3)/2 line.
+  // The line-to-line voltage between the two phases shrinks to `line` while its midpoint stays: -1/2 -+ j sqrt(3)/2
+  // line.
   const double line = std::sqrt((remaining * remaining - 0.25) / 0.75);
   const Phasor leading = Phasor(-0.5, -std::numbers::sqrt3 / 2 * line) / Phasor(-0.5, -std::numbers::sqrt3 / 2);
   const std::size_t healthy = (fault.mask & 1) == 0 ? 0 : (fault.mask & 2) == 0 ? 1 : 2;

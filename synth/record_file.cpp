@@ -14,12 +14,12 @@ namespace {
 
 constexpr const char* start_of_record = "01/01/2000,00:00:00.000000";
 
-/// The largest stored value. What lies beyond marks values as missing.
+/// Returns the largest stored value. Larger values would mark a value as missing.
 long steps_of(ComtradeData data) {
   return data == ComtradeData::ascii ? 99998 : 32767;
 }
 
-/// What one step means in each channel, to the nine digits that the configuration states.
+/// Returns the size of one step in each channel, to the nine digits that the configuration states.
 std::vector<double> scales_of(const readers::Record& record, ComtradeData data) {
   std::vector<double> scales;
   for (const auto& channel : record.channels) {
@@ -45,11 +45,11 @@ std::string config_of(const readers::Record& record, ComtradeData data, bool sin
   fmt::format_to(out, "{:.9g}\r\n1\r\n{:.9g},{}\r\n{}\r\n{}\r\n{}\r\n1\r\n", record.line_frequency,
                  record.rates.front().rate, record.length(), start_of_record, start_of_record,
                  data == ComtradeData::ascii ? "ASCII" : "BINARY");
-  if (single) text += "0,0\r\n0,0\r\n";  // times are UTC, of unknown quality
+  if (single) text += "0,0\r\n0,0\r\n";  // times are in UTC with unknown quality
   return text;
 }
 
-/// Microseconds from the first sample.
+/// Returns the microseconds from the first sample.
 long long time_stamp(const readers::Record& record, std::size_t i) {
   return std::llround(static_cast<double>(i) / record.rates.front().rate * 1e6);
 }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr double radians = std::numbers::pi / 180;
 
-/// The first sample at or behind a time. Times are sums of decimal fractions and seldom exact.
+/// Returns the first sample at or after a time. Times are sums of decimal fractions and therefore seldom exact.
 std::size_t first_sample_at(double seconds, double rate) {
   return static_cast<std::size_t>(std::max(std::ceil(seconds * rate - 1e-6), 0.0));
 }

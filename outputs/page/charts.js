@@ -1,4 +1,4 @@
-// Waveforms and RMS over one time axis, with the dips in them. uPlot draws what lies in the range shown: the samples
+// Waveforms and RMS over one time axis, with the events in them. uPlot draws what lies in the range shown: the samples
 // themselves, or, where cycles would lie closer than they can be told apart, the envelope of each phase.
 
 const narrowestCycle = 8; // pixels
@@ -16,6 +16,7 @@ function decimals(step) {
 
 const charts = {
   shown: [recordStart, recordEnd],
+  event: null, // the one that was chosen last; its reference and thresholds apply
   plots: [],
   narrow: false,
 
@@ -36,24 +37,45 @@ const charts = {
     const begin = Math.min(Math.max(middle - span / 2, recordStart), recordEnd - span);
     this.shown = [begin, begin + span];
     document.getElementById("range").textContent = `${time(begin)} to ${time(begin + span)}`;
+    overview.mark();
     cancelAnimationFrame(this.pending);
     this.pending = requestAnimationFrame(() => this.draw());
+  },
+
+  showAll() {
+    this.event = null;
+    this.show(recordStart, recordEnd);
+  },
+
+  /// An event with some cycles to either side, against its own reference.
+  showEvent(event) {
+    this.event = event;
+    this.show(...samples.views[event.number - 1]);
+  },
+
+  /// What the RMS is per cent of, volts.
+  reference() {
+    const highest = Math.max(...voltages.map((voltage) => voltage.reference_v));
+    return this.event?.reference.voltage_v || highest || 1;
   },
 
   draw() {
     const [from, to] = this.shown;
     const width = this.plots[0].bbox.width / devicePixelRatio;
     const cycles = ((to - from) * rate) / cycle;
+    const waveform = waveBetween(from, to);
     let waves;
     if (width / cycles < narrowestCycle) {
-      waves = envelope(wave, from, to, Math.floor(width / 2), Math.max(1, Math.round(cycle / wave.step)));
+      waves = envelope(waveform, from, to, Math.floor(width / 2), Math.max(1, Math.round(cycle / waveform.step)));
     } else {
-      const [times, a, b, c] = raw(wave, from, to);
+      const [times, ...curves] = raw(waveform, from, to);
       const none = new Array(times.length).fill(null); // a curve needs no second edge
-      waves = [times, a, none, b, none, c, none];
+      waves = [times, ...curves.flatMap((one) => [one, none])];
     }
-    const points = ((to - from) * rate) / rms.step;
-    const levels = points > 4 * width ? this.thinned(envelope(rms, from, to, Math.floor(width), 1)) : raw(rms, from, to);
+    const level = rmsBetween(from, to);
+    const points = ((to - from) * rate) / level.step;
+    const levels = points > 4 * width ? this.thinned(envelope(level, from, to, Math.floor(width), 1)) : raw(level, from, to);
+    this.rmsRange = this.rangeOf(levels);
     for (const [plot, data] of [[this.plots[0], waves], [this.plots[1], levels]]) {
       plot.batch(() => {
         plot.setData(data, false);
@@ -62,13 +84,36 @@ const charts = {
     }
   },
 
+  /// The RMS from zero for voltages that fall. Swells and rapid changes are a small share of the voltage, which zero
+  /// would flatten.
+  rangeOf([, ...levels]) {
+    const full = this.reference();
+    if (!["swell", "rapid_voltage_change"].includes(this.event?.kind)) {
+      let most = 0;
+      for (const phase of rms.values) for (const value of phase) if (value > most) most = value;
+      return [0, Math.max(1.05 * full, 1.04 * most * rms.scale)];
+    }
+    let low = full;
+    let high = full;
+    for (const phase of levels) {
+      for (const value of phase) {
+        if (value === null) continue;
+        if (value < low) low = value;
+        if (value > high) high = value;
+      }
+    }
+    if (this.event.kind === "swell") high = Math.max(high, (full * found.parameters.swell_threshold_percent) / 100);
+    const room = Math.max(0.12 * (high - low), 0.005 * full);
+    return [Math.max(low - room, 0), high + room];
+  },
+
   /// An envelope as one curve that runs through its lowest and its highest values in turn.
   thinned([times, ...pairs]) {
-    const lists = [[], [], [], []];
+    const lists = [[], ...phases.map(() => [])];
     for (let i = 0; i < times.length; i++) {
       const next = i + 1 < times.length ? times[i + 1] : times[i];
       lists[0].push(times[i], (times[i] + next) / 2);
-      for (let phase = 0; phase < 3; phase++) lists[phase + 1].push(pairs[2 * phase][i], pairs[2 * phase + 1][i]);
+      for (let phase = 0; phase < phases.length; phase++) lists[phase + 1].push(pairs[2 * phase][i], pairs[2 * phase + 1][i]);
     }
     return lists;
   },
@@ -89,7 +134,7 @@ const charts = {
       padding: [this.narrow ? 16 : 18, 8, 0, 0],
       legend: { show: false },
       cursor: { sync: { key: "dipx" }, drag: { x: true, y: false, setScale: false }, points: { show: false }, y: false },
-      scales: { x: { time: false, range: (_, min, max) => [min, max] }, y: { range: () => more.range } },
+      scales: { x: { time: false, range: (_, min, max) => [min, max] }, y: { range: () => more.range() } },
       axes: [
         { ...axis, size: more.label_x ? 30 : 12, values: more.label_x ? (_, ticks, axis_, space_, step) => ticks.map((tick) => tick.toFixed(decimals(step))) : (_, ticks) => ticks.map(() => ""),
           label: more.label_x, labelSize: 16 },
@@ -98,7 +143,7 @@ const charts = {
       series: [{}, ...more.series],
       bands: more.bands,
       hooks: {
-        drawClear: [(u) => this.drawDips(u, more.named)],
+        drawClear: [(u) => this.drawEvents(u, more.named)],
         draw: [(u) => more.draw?.(u)],
         setSelect: [(u) => this.zoomToSelection(u)],
         setCursor: [(u) => this.read(u)],
@@ -109,15 +154,15 @@ const charts = {
 
   wavePlot(width) {
     let peak = 0;
-    for (const phase of wave.values) for (const value of phase) if (Math.abs(value) > peak) peak = Math.abs(value);
-    peak *= wave.scale * 1.08;
+    for (const phase of wave.values) for (const value of phase) if (value !== missing && Math.abs(value) > peak) peak = Math.abs(value);
+    peak = peak * wave.scale * 1.08 || 1;
     const [factor, unit] = peak >= 1e6 ? [1e6, "MV"] : peak >= 1e3 ? [1e3, "kV"] : peak >= 1 ? [1, "V"] : [1e-3, "mV"];
     const series = phases.flatMap((phase) =>
       [0, 1].map(() => ({ stroke: this.colour(phase), width: 1.25, pxAlign: 0, points: { show: false } })),
     );
     const bands = phases.map((phase, i) => ({ series: [2 * i + 1, 2 * i + 2], fill: this.colour(phase) + "1f" }));
     const options = this.options(width, this.narrow ? 200 : 260, {
-      range: [-peak, peak],
+      range: () => [-peak, peak],
       label: `u (${unit})`,
       axis: { values: (_, ticks) => ticks.map((tick) => String(+(tick / factor).toPrecision(6)).replace("-", "−")) },
       series,
@@ -128,10 +173,7 @@ const charts = {
   },
 
   rmsPlot(width) {
-    let most = 0;
-    for (const phase of rms.values) for (const value of phase) if (value > most) most = value;
-    const full = found.pre_event_voltage_v;
-    const top = Math.max(105, (104 * most * rms.scale) / full);
+    this.rmsRange = [0, 1.05 * this.reference()];
     const dashes = [[], [7, 3], [2, 3]];
     const series = phases.map((phase, i) => ({
       stroke: this.colour(phase),
@@ -141,27 +183,78 @@ const charts = {
       points: { show: false },
     }));
     const options = this.options(width, this.narrow ? 190 : 230, {
-      range: [0, (top * full) / 100],
+      range: () => this.rmsRange,
       label: "RMS (%)",
       label_x: "t (s)",
       axis: {
-        splits: () => Array.from({ length: Math.floor(top / 20) + 1 }, (_, i) => (i * 20 * full) / 100),
-        values: (_, ticks) => ticks.map((tick) => Math.round((100 * tick) / full)),
+        splits: () => this.percentTicks(),
+        values: (_, ticks) => ticks.map((tick) => String(+((100 * tick) / this.reference()).toPrecision(6))),
       },
       series,
-      draw: (u) => {
-        this.threshold(u, found.threshold_v, "dip 90 %", false);
-        const { level, of } = judgedBy();
-        this.threshold(u, 0.05 * level, this.narrow ? "interruption 5 %" : `interruption 5 % of ${of}`, true);
-      },
+      draw: (u) => this.drawLevels(u),
     });
     return new uPlot(options, [[recordStart, recordEnd], ...series.map(() => [0, 0])], document.getElementById("rms"));
+  },
+
+  /// Round per cents of the reference within the range of the RMS plot, in volts.
+  percentTicks() {
+    const full = this.reference();
+    const [low, high] = this.rmsRange.map((value) => (100 * value) / full);
+    const step = [0.5, 1, 2, 5, 10, 20, 50, 100, 200, 500, 1000].find((one) => (high - low) / one <= 8) ?? (high - low) / 5;
+    const ticks = [];
+    for (let k = Math.ceil(low / step); k * step <= high && ticks.length < 12; k++) ticks.push((k * step * full) / 100);
+    return ticks;
+  },
+
+  /// The thresholds that apply to what is shown, and the voltages of the segments.
+  drawLevels(u) {
+    const { parameters } = found;
+    const level = (kind, percents, above) =>
+      this.threshold(u, (percents / 100) * this.reference(), this.narrow ? `${kind} ${percents} %` : `${kind} ${percents} % of the ${referenceName}`, above);
+    const kind = this.event?.kind ?? "";
+    if (["", "dip", "interruption"].includes(kind)) {
+      level("dip", parameters.dip_threshold_percent, false);
+      level("interruption", parameters.interruption_threshold_percent, true);
+    }
+    if (kind === "swell" || (kind === "" && events.some((event) => event.kind === "swell"))) {
+      level("swell", parameters.swell_threshold_percent, false);
+    }
+    for (const event of this.drawnEvents()) {
+      for (const segment of event.course?.segments ?? []) this.drawSteps(u, segment);
+    }
+  },
+
+  /// Each phase's voltage in a segment, as a level from its beginning to its end; dashed where it is the lowest of a
+  /// gradual change.
+  drawSteps(u, segment) {
+    const { ctx, bbox } = u;
+    const [from, to] = this.shown;
+    const end = segment.end_s ?? recordEnd;
+    if (!segment.measured || end < from || segment.start_s > to) return;
+    ctx.save();
+    ctx.beginPath();
+    ctx.rect(bbox.left, bbox.top, bbox.width, bbox.height);
+    ctx.clip();
+    ctx.globalAlpha = 0.4;
+    ctx.lineWidth = 5 * devicePixelRatio;
+    ctx.setLineDash(segment.gradual ? [4 * devicePixelRatio, 4 * devicePixelRatio] : []);
+    phases.forEach((phase, i) => {
+      if (segment.voltage[i] === null) return;
+      const y = u.valToPos(segment.voltage[i].voltage_v, "y", true);
+      ctx.strokeStyle = this.colour(phase);
+      ctx.beginPath();
+      ctx.moveTo(u.valToPos(Math.max(segment.start_s, from), "x", true), y);
+      ctx.lineTo(u.valToPos(Math.min(end, to), "x", true), y);
+      ctx.stroke();
+    });
+    ctx.restore();
   },
 
   /// A level across the plot, with its name above or below it.
   threshold(u, level, words, above) {
     const { ctx, bbox } = u;
     const y = Math.round(u.valToPos(level, "y", true)) + 0.5;
+    if (y < bbox.top || y > bbox.top + bbox.height) return;
     ctx.save();
     ctx.strokeStyle = ctx.fillStyle = this.colour("low");
     ctx.lineWidth = devicePixelRatio;
@@ -184,64 +277,118 @@ const charts = {
     ctx.restore();
   },
 
-  /// Shades segments, draws the dips' boundaries and, where `named`, says over each segment what it is.
-  drawDips(u, named) {
+  /// Shades the segments of dips and the other events, draws transitions and the events' bounds and, where `named`, says
+  /// over each segment what it is.
+  drawEvents(u, named) {
     const { ctx, bbox } = u;
     const across = (seconds) => {
       const x = u.valToPos(seconds, "x", true);
       return Math.min(Math.max(x, bbox.left), bbox.left + bbox.width);
     };
     const [from, to] = this.shown;
-    this.lastLabel = -Infinity; // how far labels reach
+    const visible = (begin, end) => end >= from && begin <= to;
+    this.labels = []; // what is taken by labels, from left to right
     ctx.save();
     ctx.font = `${12 * devicePixelRatio}px system-ui, sans-serif`;
     ctx.textAlign = "center";
     ctx.textBaseline = "bottom";
-    for (const dip of found.dips) {
-      for (const segment of dip.segments) {
-        const left = across(segment.start.time_s);
-        const right = across(segment.end.time_s);
-        if (segment.end.time_s < from || segment.start.time_s > to) continue;
-        ctx.fillStyle = this.colour("segment");
-        ctx.fillRect(left, bbox.top, Math.max(right - left, 1), bbox.height);
-        if (named) this.nameSegment(ctx, dip, segment, left, right, bbox);
-      }
-      ctx.strokeStyle = this.colour("boundary");
-      ctx.lineWidth = devicePixelRatio;
-      ctx.setLineDash([3 * devicePixelRatio, 3 * devicePixelRatio]);
-      for (const boundary of [dip.start, dip.end]) {
-        if (boundary === null || boundary.time_s < from || boundary.time_s > to) continue;
-        const x = Math.round(across(boundary.time_s)) + 0.5;
-        ctx.beginPath();
-        ctx.moveTo(x, bbox.top);
-        ctx.lineTo(x, bbox.top + bbox.height);
-        ctx.stroke();
-      }
-      if (named && dip.segments.length === 0 && dip.start.time_s <= to && (dip.end === null || dip.end.time_s >= from)) {
-        const right = dip.end === null ? bbox.left + bbox.width : across(dip.end.time_s);
-        this.nameSegment(ctx, dip, null, across(dip.start.time_s), right, bbox);
+    for (const event of this.drawnEvents()) {
+      if (event.course) this.drawCourse(ctx, bbox, event, across, visible, named);
+      else this.drawSpan(ctx, bbox, event, across, visible, named);
+      for (const [bound, known] of [[event.start.time_s, event.start.known], [event.end.time_s, event.end.time_s !== null]]) {
+        if (known && bound >= from && bound <= to) this.upright(ctx, bbox, across(bound), "boundary", [3, 3]);
       }
     }
     ctx.restore();
   },
 
-  nameSegment(ctx, dip, segment, left, right, bbox) {
-    const number = segment === null || found.dips.length > 1 ? `dip ${dip.number}` : "";
-    const short = segment === null ? number : `${number ? dip.number + "." : ""}${segment.number}`;
-    const words =
-      segment === null
-        ? [`${number}: not analysed`, number]
-        : [
-            `${short}  ${segmentWords(segment)}  ${percent(lowest(segment).percent)}`,
-            `${short}  (${segment.category.code})  ${percent(lowest(segment).percent)}`,
-            short,
-          ];
+  /// The chosen event and those that do not overlap it; all of them, dips first, while none is chosen.
+  drawnEvents() {
+    const chosen = this.event;
+    if (chosen === null) return [...events].sort((one, other) => Boolean(other.course) - Boolean(one.course));
+    const end = (event) => event.end.time_s ?? recordEnd;
+    return events.filter((event) => event === chosen || event.start.time_s > end(chosen) || end(event) < chosen.start.time_s);
+  },
+
+  /// A dip's segments and transitions. What is abrupt has a line where it begins, what is gradual is hatched.
+  drawCourse(ctx, bbox, event, across, visible, named) {
+    for (const segment of event.course.segments) {
+      if (!visible(segment.start_s, segment.end_s ?? recordEnd)) continue;
+      const [left, right] = [across(segment.start_s), across(segment.end_s ?? recordEnd)];
+      this.shade(ctx, bbox, left, right, "segment");
+      if (segment.gradual) this.hatch(ctx, bbox, left, right);
+      if (named) this.nameSegment(ctx, event, segment, left, right, bbox);
+    }
+    for (const transition of event.course.transitions) {
+      if (!visible(transition.start_s, transition.end_s)) continue;
+      const [left, right] = [across(transition.start_s), across(transition.end_s)];
+      if (transition.gradual) {
+        this.hatch(ctx, bbox, left, right);
+      } else {
+        this.shade(ctx, bbox, left, right, "transition");
+        this.upright(ctx, bbox, left, "ink", []);
+      }
+    }
+  },
+
+  /// An event without a course, from its beginning to its end.
+  drawSpan(ctx, bbox, event, across, visible, named) {
+    const end = event.end.time_s ?? recordEnd;
+    if (!visible(event.start.time_s, end)) return;
+    const [left, right] = [across(event.start.time_s), across(end)];
+    this.shade(ctx, bbox, left, right, event.kind === "swell" ? "swell" : "change");
+    if (named) this.label(ctx, [`${nameOf(event)}: ${extentWords(event)}`, nameOf(event)], left, right, bbox);
+  },
+
+  shade(ctx, bbox, left, right, colour) {
+    ctx.fillStyle = this.colour(colour);
+    ctx.fillRect(left, bbox.top, Math.max(right - left, 1), bbox.height);
+  },
+
+  /// Slanted lines for what changes gradually.
+  hatch(ctx, bbox, left, right) {
+    const apart = 7 * devicePixelRatio;
+    ctx.save();
+    ctx.beginPath();
+    ctx.rect(left, bbox.top, Math.max(right - left, 1), bbox.height);
+    ctx.clip();
+    ctx.strokeStyle = this.colour("hatch");
+    ctx.lineWidth = devicePixelRatio;
+    ctx.beginPath();
+    for (let x = left - bbox.height - (left % apart); x < right; x += apart) {
+      ctx.moveTo(x, bbox.top + bbox.height);
+      ctx.lineTo(x + bbox.height, bbox.top);
+    }
+    ctx.stroke();
+    ctx.restore();
+  },
+
+  upright(ctx, bbox, at, colour, dash) {
+    const x = Math.round(at) + 0.5;
+    ctx.strokeStyle = this.colour(colour);
+    ctx.lineWidth = devicePixelRatio;
+    ctx.setLineDash(dash.map((length) => length * devicePixelRatio));
+    ctx.beginPath();
+    ctx.moveTo(x, bbox.top);
+    ctx.lineTo(x, bbox.top + bbox.height);
+    ctx.stroke();
+    ctx.setLineDash([]);
+  },
+
+  nameSegment(ctx, event, segment, left, right, bbox) {
+    const short = events.length > 1 ? `${event.number}.${segment.number}` : String(segment.number);
+    const share = lowest(segment);
+    const level = share === null ? "" : `  ${percent(share)}`;
+    this.label(ctx, [`${short}  ${segmentWords(segment)}${level}`, `${short}${level}`, short], left, right, bbox);
+  },
+
+  /// The first of some words that has room between two places, above the frame.
+  label(ctx, words, left, right, bbox) {
     const fitting = words.find((text) => ctx.measureText(text).width < right - left) ?? words.at(-1);
     const half = ctx.measureText(fitting).width / 2;
     const middle = Math.min(Math.max((left + right) / 2, bbox.left + half), bbox.left + bbox.width - half);
-    // Labels that have no room of their own come once only.
-    if (half * 2 > right - left && this.lastLabel > middle - half) return;
-    this.lastLabel = middle + half;
+    if (this.labels.some(([begin, end]) => begin < middle + half && end > middle - half)) return;
+    this.labels.push([middle - half, middle + half]);
     ctx.fillStyle = this.colour("ink");
     ctx.fillText(fitting, middle, bbox.top - 2 * devicePixelRatio);
   },
@@ -266,25 +413,18 @@ const charts = {
     this.show(from + by, to + by);
   },
 
-  /// A dip with a fifth of it, three cycles at least, on either side.
-  showDip(dip) {
-    const from = dip.start.time_s;
-    const to = dip.end === null ? recordEnd : dip.end.time_s;
-    const margin = Math.max((to - from) / 5, (3 * cycle) / rate);
-    this.show(from - margin, to + margin);
-  },
-
   /// Under the cursor: the time and what each phase has there.
   read(u) {
     const { left } = u.cursor;
     if (left === null || left < 0) return;
     const at = u.posToVal(left, "x");
-    const value = (curve_, phase) =>
-      curve_.values[phase][Math.min(Math.max(Math.round(placeOf(at, curve_)), 0), curve_.values[phase].length - 1)] * curve_.scale;
-    const parts = found.voltages.map((voltage, phase) => {
-      const level = value(rms, phase);
-      return `${voltage.name} ${volts(value(wave, phase))}, RMS ${volts(level)} (${percent((100 * level) / found.pre_event_voltage_v)})`;
+    const words = (value) => (value === null ? "missing" : volts(value));
+    const parts = voltages.map((voltage, phase) => {
+      const level = valueAt(rmsBetween(...this.shown), phase, at);
+      const share = level === null ? "" : ` (${percent((100 * level) / this.reference())})`;
+      return `${voltage.name ?? voltage.phase} ${words(valueAt(waveBetween(...this.shown), phase, at))}, RMS ${words(level)}${share}`;
     });
-    document.getElementById("readout").textContent = `${time(at)}: ${parts.join("; ")}`;
+    const clock = clockAt(at);
+    document.getElementById("readout").textContent = `${time(at)}${clock === null ? "" : ` (${clock.clock})`}: ${parts.join("; ")}`;
   },
 };

@@ -1,6 +1,6 @@
-// Phasors before and during a dip, and the dips on the voltage-tolerance curves.
+// Phasors before and during a dip, and the events on the voltage-tolerance curves.
 
-/// Three phasors as [per cent, degrees]; `ghosts` are drawn faintly beneath.
+/// Phasors as [per cent, degrees]; `ghosts` are drawn faintly beneath.
 function phasorDiagram(phasors, ghosts, reach) {
   const size = 200;
   const radius = 76;
@@ -9,7 +9,7 @@ function phasorDiagram(phasors, ghosts, reach) {
     const turned = (angle * Math.PI) / 180;
     return [size / 2 + length * Math.cos(turned), size / 2 - length * Math.sin(turned)];
   };
-  const words = phasors.map(([percents, angle], i) => `${"ABC"[i]} ${percent(percents)} at ${degrees(angle)}`).join(", ");
+  const words = phasors.map(([percents, angle], i) => `${voltages[i].phase} ${percent(percents)} at ${turn(angle)}`).join(", ");
   const svg = drawn("svg", { viewBox: `0 0 ${size} ${size}`, role: "img", "aria-label": words });
   for (const ring of [50, 100]) svg.append(drawn("circle", { class: "grid", cx: size / 2, cy: size / 2, r: (radius * ring) / reach }));
   const middle = `M${size / 2} ${size / 2}`;
@@ -28,23 +28,26 @@ function phasorDiagram(phasors, ghosts, reach) {
     svg.append(drawn("path", { class: phases[i], d: line, "stroke-width": 2.5, fill: "none", "stroke-linecap": "round" }));
     const off = Math.max(long, 6) + 11;
     svg.append(
-      drawn("text", { class: phases[i], x: size / 2 + off * Math.cos(angle), y: size / 2 + off * Math.sin(angle) + 4, "text-anchor": "middle" }, "ABC"[i]),
+      drawn("text", { class: phases[i], x: size / 2 + off * Math.cos(angle), y: size / 2 + off * Math.sin(angle) + 4, "text-anchor": "middle" }, voltages[i].phase),
     );
   });
   return svg;
 }
 
-/// A dip's diagrams: before it, and of each segment.
-function phasorFigures(dip) {
-  const full = found.pre_event_voltage_v;
-  const before = dip.before_dip.map(({ voltage_v, degrees: angle }) => [(100 * voltage_v) / full, angle]);
-  const during = dip.segments.map((segment) =>
-    segment.residual_voltage.map((phase, i) => [phase.percent, before[i][1] + segment.phase_jump[i].degrees]),
+/// A dip's diagrams: before it, and of each segment. Per cent are of the highest voltage before it. A phase without a
+/// phase jump has next to no voltage; it is drawn at its angle before.
+function phasorFigures(course) {
+  const levels = course.level_before.voltage.slice(0, voltages.length);
+  const full = Math.max(...levels.map(({ voltage_v }) => voltage_v)) || 1;
+  const before = levels.map(({ voltage_v, degrees: angle }) => [(100 * voltage_v) / full, angle]);
+  const segments = course.segments.filter((segment) => segment.measured);
+  const during = segments.map((segment) =>
+    before.map(([, angle], i) => [(100 * segment.voltage[i].voltage_v) / full, angle + (segment.phase_jump[i].degrees ?? 0)]),
   );
-  const reach = Math.max(100, ...before.flat().filter((_, i) => i % 2 === 0), ...during.flat().map(([percents]) => percents));
+  const reach = Math.max(100, ...during.flat().map(([percents]) => percents));
   const figures = element("div", { class: "phasors" });
   figures.append(element("figure", {}, phasorDiagram(before, null, reach), element("figcaption", {}, "before the dip")));
-  dip.segments.forEach((segment, i) => {
+  segments.forEach((segment, i) => {
     figures.append(
       element("figure", {}, phasorDiagram(during[i], before, reach),
         element("figcaption", {}, `segment ${segment.number}: ${segmentWords(segment)}`)),
@@ -53,7 +56,10 @@ function phasorFigures(dip) {
   return figures;
 }
 
-/// Residual voltage over duration, with the curves and the dips.
+/// Events that the curves and the table of EN 50160 are for.
+const judged = events.filter((event) => event.voltage_tolerance !== undefined && event.extreme.percent !== null);
+
+/// Residual voltage over duration, with the curves and the events.
 function toleranceDiagram(width) {
   const height = Math.round(Math.min(380, Math.max(250, width * 0.5)));
   const frame = { left: 44, right: width - 8, top: 10, bottom: height - 42 };
@@ -63,7 +69,7 @@ function toleranceDiagram(width) {
     return frame.left + share * (frame.right - frame.left);
   };
   const y = (percents) => frame.bottom - (Math.min(Math.max(percents, 0), 100) / 100) * (frame.bottom - frame.top);
-  const svg = drawn("svg", { width, height, role: "img", "aria-label": "Dips on the ITIC and SEMI F47 curves" });
+  const svg = drawn("svg", { width, height, role: "img", "aria-label": "Events on the ITIC and SEMI F47 curves" });
   const text = (words, at, attributes = {}) => svg.append(drawn("text", { x: at[0], y: at[1], ...attributes }, words));
   for (let tick = 0; tick <= 100; tick += 20) {
     svg.append(drawn("path", { class: "grid", d: `M${frame.left} ${y(tick)}H${frame.right}` }));
@@ -93,22 +99,22 @@ function toleranceDiagram(width) {
     const [until, percents] = curve_.steps[step];
     text(curve_.name, [(x(from) + x(until)) / 2, y(percents) + 15], { class: curve_.code, "text-anchor": "middle" });
   }
-  for (const dip of found.dips) {
-    const at = [x(lasted(dip)), y(judgedBy().share(dip.residual_voltage))];
-    if (dip.duration_s === null) {
+  for (const event of judged) {
+    const at = [x(lasted(event)), y(event.extreme.percent)];
+    if (event.duration_s === null) {
       svg.append(drawn("path", { class: "event", d: `M${at[0] + 8} ${at[1] - 6}l9 6l-9 6Z` }));
     }
     svg.append(
-      drawn("circle", { class: "event", cx: at[0], cy: at[1], r: 8, "data-dip": dip.number },
-        drawn("title", {}, `dip ${dip.number}: ${dipWords(dip)}`)),
+      drawn("circle", { class: "event", cx: at[0], cy: at[1], r: 8, "data-event": event.number },
+        drawn("title", {}, `${nameOf(event)}: ${eventWords(event)}`)),
     );
-    text(String(dip.number), [at[0], at[1] + 4], { class: "number" });
+    text(String(event.number), [at[0], at[1] + 4], { class: "number" });
   }
   return svg;
 }
 
 function drawTolerance() {
-  document.getElementById("judged-by").textContent = judgedBy().of;
+  document.getElementById("judged-by").textContent = referenceName;
   const place = document.getElementById("curves");
-  place.replaceChildren(toleranceDiagram(Math.min(place.clientWidth, 760)));
+  place.replaceChildren(toleranceDiagram(Math.max(Math.min(place.clientWidth, 760), 200)));
 }

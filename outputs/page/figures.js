@@ -47,12 +47,54 @@ function duration(seconds) {
   return seconds < 1 ? `${fixed(seconds * 1e3, 1)}${space}ms` : `${fixed(seconds, 3)}${space}s`;
 }
 
-/// What curves, table and kind relate to.
-function judgedBy() {
-  const declared = found.declared_voltage;
-  return declared === null
-    ? { level: found.pre_event_voltage_v, of: "the pre-event voltage", share: (figures) => figures.percent }
-    : { level: declared.level_v, of: "the declared voltage", share: (figures) => figures.percent_of_declared };
+/// A half width, rounded up to one unit of the last digit at least, so that the interval still holds what it should.
+function upwards(value, decimals) {
+  const units = Math.max(Math.ceil(value * 10 ** decimals - 1e-6), 1);
+  return (units / 10 ** decimals).toFixed(decimals);
+}
+
+/// The half width of a voltage's interval, with the digits and the unit in which the voltage is shown.
+function voltsWithin(plusMinus, value) {
+  const [digits, unit] = volts(value).split(space);
+  const factor = { MV: 1e6, kV: 1e3, V: 1, mV: 1e-3 }[unit];
+  return `${upwards(plusMinus / factor, digits.split(".")[1]?.length ?? 0)}${space}${unit}`;
+}
+
+function degreesWithin(plusMinus) {
+  return `${upwards(plusMinus, 1)}°`;
+}
+
+function timeWithin(plusMinus) {
+  return `${upwards(plusMinus * 1e3, 1)}${space}ms`;
+}
+
+const referenceNames = { declared: "declared voltage", sliding: "sliding reference", "pre-event": "pre-event voltage" };
+/// What the thresholds and the per cents of events relate to.
+const referenceName = referenceNames[found.parameters.reference];
+
+/// A kind of event in words: "rapid voltage change".
+function kindWords(event) {
+  return event.kind.replaceAll("_", " ");
+}
+
+/// "Dip 1"
+function nameOf(event) {
+  const words = kindWords(event);
+  return `${words[0].toUpperCase()}${words.slice(1)} ${event.number}`;
+}
+
+/// The time of day at a time of the record, where the file says when it begins: { day, clock }. The day is null past
+/// midnight, as the order of day and month differs between files.
+function clockAt(seconds) {
+  const parts = found.record.start_time.match(/^(.*?)[,T\s]*(\d{1,2}):(\d\d):(\d\d(?:\.\d+)?)/);
+  if (parts === null) return null;
+  const [hours, minutes, rest] = parts.slice(2).map(Number);
+  const ticks = Math.round((hours * 3600 + minutes * 60 + rest + seconds) * 1e4);
+  const within = ((ticks % 864000000) + 864000000) % 864000000;
+  const two = (number) => String(number).padStart(2, "0");
+  const second = ((within % 600000) / 1e4).toFixed(4).padStart(7, "0");
+  const clock = `${two(Math.floor(within / 36000000))}:${two(Math.floor(within / 600000) % 60)}:${second}`;
+  return { day: within === ticks ? parts[1] : null, clock };
 }
 
 /// An element with attributes and children; text is never taken for markup.
@@ -70,16 +112,37 @@ function drawn(name, attributes = {}, ...children) {
   return made;
 }
 
-/// "interruption, residual voltage 29.1 %, 280.2 ms" and what a segment is called.
-function dipWords(dip) {
-  const lasts = dip.duration_s === null ? "not recovered" : duration(dip.duration_s);
-  return `${dip.kind}, residual voltage ${percent(dip.residual_voltage.percent)} (${volts(dip.residual_voltage.voltage_v)}), ${lasts}`;
+/// How far an event went: "residual voltage 29.1 %", "highest voltage 118.0 %", "largest change 4.2 %".
+function extentWords(event) {
+  if (event.kind === "rapid_voltage_change") return `largest change ${percent(event.delta_max.percent)}`;
+  const name = event.kind === "swell" ? "highest voltage" : "residual voltage";
+  return `${name} ${event.extreme.percent === null ? volts(event.extreme.voltage_v) : percent(event.extreme.percent)}`;
+}
+
+function lastingWords(event) {
+  return event.duration_s === null ? `more than ${duration(event.recorded_duration_s)}` : duration(event.duration_s);
+}
+
+/// "residual voltage 29.1 %, 280.2 ms"
+function eventWords(event) {
+  return `${extentWords(event)}, ${lastingWords(event)}`;
+}
+
+/// The types of a dip's segments, each once: "C (BC), D (A)".
+function typeWords(event) {
+  const types = (event.course?.segments ?? []).map(({ type }) => type).filter((type) => type);
+  return [...new Set(types.map(({ letter, phases: of }) => `${letter} (${of})`))].join(", ");
 }
 
 function segmentWords(segment) {
-  return `${segment.category.name}${space}(${segment.category.code})`;
+  if (!segment.measured) return "too many samples are missing";
+  const low = segment.below_threshold ? `${segment.below_threshold} low` : "no voltage is low";
+  const what = segment.type ? `${segment.category.name}, type${space}${segment.type.letter}` : low;
+  return segment.gradual ? `${what}, gradual` : what;
 }
 
+/// The lowest voltage of a segment, per cent of its level before the dip; null where none was measured.
 function lowest(segment) {
-  return segment.residual_voltage.reduce((least, phase) => (phase.percent < least.percent ? phase : least));
+  const shares = (segment.voltage ?? []).filter((phase) => phase !== null).map((phase) => phase.percent_of_before);
+  return shares.length > 0 ? Math.min(...shares) : null;
 }

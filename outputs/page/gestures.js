@@ -1,6 +1,6 @@
 // Wheel, keys, buttons and fingers that move and zoom the charts.
 
-/// With more dips than this they are chosen from a list.
+/// With more events than this they are chosen from a list.
 const mostButtons = 8;
 
 function addTools() {
@@ -10,13 +10,13 @@ function addTools() {
     made.addEventListener("click", action);
     tools.append(made);
   };
-  button("Whole record", () => charts.show(recordStart, recordEnd));
-  if (found.dips.length <= mostButtons) {
-    for (const dip of found.dips) button(`Dip ${dip.number}`, () => charts.showDip(dip));
+  button("Whole record", () => charts.showAll());
+  if (events.length <= mostButtons) {
+    for (const event of events) button(nameOf(event), () => charts.showEvent(event));
   } else {
-    const choice = element("select", { "aria-label": "Dip" }, element("option", { value: "" }, "Dip …"));
-    for (const dip of found.dips) choice.append(element("option", { value: dip.number }, `Dip ${dip.number}: ${dipWords(dip)}`));
-    choice.addEventListener("change", () => choice.value && charts.showDip(found.dips[choice.value - 1]));
+    const choice = element("select", { "aria-label": "Event" }, element("option", { value: "" }, "Event …"));
+    for (const event of events) choice.append(element("option", { value: event.number }, `${nameOf(event)}: ${eventWords(event)}`));
+    choice.addEventListener("change", () => choice.value && charts.showEvent(events[choice.value - 1]));
     tools.append(choice);
   }
   button("+", () => charts.zoom(1 / 2), "Zoom in");
@@ -35,7 +35,7 @@ function addGestures() {
     return from + ((x - left) / width) * (to - from);
   };
 
-  area.addEventListener("dblclick", () => charts.show(recordStart, recordEnd));
+  area.addEventListener("dblclick", () => charts.showAll());
   // Without Ctrl the wheel scrolls the page. A trackpad's pinch comes as wheel with Ctrl.
   area.addEventListener(
     "wheel",
@@ -58,7 +58,7 @@ function addGestures() {
       "+": () => charts.zoom(1 / 2),
       "=": () => charts.zoom(1 / 2),
       "-": () => charts.zoom(2),
-      Home: () => charts.show(recordStart, recordEnd),
+      Home: () => charts.showAll(),
     }[event.key];
     if (!action || event.ctrlKey || event.metaKey) return;
     action();
@@ -103,4 +103,5 @@ function addGestures() {
   for (const end of ["pointerup", "pointercancel"]) {
     addEventListener(end, (event) => fingers.delete(event.pointerId));
   }
+  overview.addGestures();
 }

@@ -5,16 +5,19 @@ function width() {
 }
 
 function layOut(across = width()) {
+  overview.build(across);
   charts.build(across);
   drawTolerance();
 }
 
-addHeader();
+addSummary();
 legend();
 addTools();
-addDips();
+addEvents();
+addRecord();
 addEn50160();
 layOut();
+if (samples.worst !== null && !found.library) charts.showEvent(events[samples.worst]);
 addGestures();
 
 let laidOutFor = width();

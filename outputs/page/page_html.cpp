@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <tuple>
 
 #include "analysis/event_terms.h"
 #include "outputs/figure_view.h"
@@ -75,23 +76,21 @@ Json packed(const analysis::Waveform& curves, std::size_t phases, const analysis
   return {{"first", stretch.begin}, {"step", step}, {"scale", scale}, {"data", std::move(data)}};
 }
 
-/// The event that the page opens on: the deepest dip, otherwise the highest swell, otherwise the first one.
+/// The event that the page opens on: the deepest dip, of equally deep ones the longest; without dips the highest swell;
+/// otherwise the first event.
 std::optional<std::size_t> worst_event(const Analysis& analysis) {
   const auto& events = analysis.found.events;
-  const auto worst_of = [&](measure::EventKind kind, double sign) {
-    std::optional<std::size_t> worst;
-    double furthest = 0;
-    for (std::size_t i = 0; i < events.size(); i++) {
-      const double percent = sign * terms_of(events[i], analysis).percent;
-      if (events[i].kind != kind || (worst && !(percent > furthest))) continue;
-      worst = i;
-      furthest = percent;
-    }
-    return worst;
+  const auto rank = [&](std::size_t i) {
+    const auto terms = terms_of(events[i], analysis);
+    const bool dip = events[i].kind == measure::EventKind::dip;
+    const bool swell = events[i].kind == measure::EventKind::swell;
+    return std::tuple(dip ? 2 : swell ? 1 : 0, dip ? -terms.percent : swell ? terms.percent : 0, terms.least_seconds);
   };
-  if (const auto dip = worst_of(measure::EventKind::dip, -1)) return dip;
-  if (const auto swell = worst_of(measure::EventKind::swell, 1)) return swell;
-  return events.empty() ? std::nullopt : std::optional<std::size_t>(0);
+  std::optional<std::size_t> worst;
+  for (std::size_t i = 0; i < events.size(); i++) {
+    if (!worst || rank(i) > rank(*worst)) worst = i;
+  }
+  return worst;
 }
 
 /// The record's seconds from which to which each event is shown.

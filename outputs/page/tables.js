@@ -1,150 +1,280 @@
-// The record's facts and the tables of all values. A cell says in data-of which member of the document it shows.
+// The record's facts, the rules, and the tables of all values. A cell says in data-of which member of the document it
+// shows.
 
 function cell(path, words, more = {}) {
   return element("td", { "data-of": path, ...more }, words);
 }
 
-function addHeader() {
-  const { record } = found;
-  document.getElementById("file").textContent = record.file;
-  const facts = document.getElementById("facts");
-  const fact = (name, words) => {
+/// A part of a cell that shows a member of its own.
+function piece(path, words, more = {}) {
+  return element("span", { "data-of": path, ...more }, words);
+}
+
+function addRecord() {
+  addFacts();
+  addRules();
+  const notes = [...found.notes];
+  if (wave.step > 1) {
+    notes.push(`The record is long: this page draws one in ${wave.step} samples of its waveforms${details ? ", and the worst event in more detail" : ""}.`);
+  }
+  for (const note of notes) document.getElementById("notes").append(element("li", {}, note));
+  document.getElementById("made").textContent = `dipx ${found.dipx_version}. This page loads nothing from a network.`;
+}
+
+function factsIn(id) {
+  const facts = document.getElementById(id);
+  return (name, words) => {
     if (words !== "") facts.append(element("div", {}, element("dt", {}, name), element("dd", {}, words)));
   };
+}
+
+function addFacts() {
+  const { record } = found;
+  const { part } = record;
+  const fact = factsIn("facts");
   fact("Format", record.format);
   fact("Station", record.station);
   fact("Device", record.device);
-  fact("Begins", record.start_time);
-  const { part } = record;
+  fact("Begins", record.time_zone && record.start_time ? `${record.start_time} (${record.time_zone})` : record.start_time);
   const which = part.of > 1 ? `, part ${part.number} of ${part.of} from ${time(part.start_s)}` : "";
-  fact("Length", `${fixed(part.samples / part.recorded_rate_hz, 3)} s, ${part.samples} samples${which}`);
-  const per = part.resampled ? `resampled to ${cycle}` : String(cycle);
-  fact("Sampling", `${+part.recorded_rate_hz.toPrecision(6)} Hz, ${per} per cycle of ${record.line_frequency_hz} Hz`);
-  if (found.line_to_line) fact("Voltages", "between phases: A, B, C stand for AB, BC, CA");
-  const [first] = found.voltages;
-  if (first.side !== null && first.transformer_primary !== first.transformer_secondary) {
+  fact("Length", `${fixed(part.samples / rate, 3)} s, ${part.samples} samples${which}`);
+  fact("Sampling", `${+rate.toPrecision(6)} Hz, ${+cycle.toPrecision(6)} per cycle of ${record.line_frequency_hz} Hz`);
+  fact("Measured frequency", `${fixed(record.measured_frequency_hz, 3)} Hz`);
+  if (found.line_to_line) fact("Voltages", "between phases");
+  const [first] = voltages;
+  if (first.side && first.transformer_primary !== first.transformer_secondary) {
     const [primary, secondary] = [first.transformer_primary, first.transformer_secondary].map((turns) => +turns.toPrecision(6));
     fact("Transformer", `${first.side} values, ${primary}:${secondary}`);
   }
-  const assumed = found.voltages.filter(({ unit_assumed }) => unit_assumed !== undefined);
+  const assumed = voltages.filter(({ unit_assumed }) => unit_assumed !== undefined);
   if (assumed.length > 0) fact("Unit", `taken for V: ${assumed.map(({ name }) => name).join(", ")}`);
-  fact("Pre-event voltage", volts(found.pre_event_voltage_v));
-  const declared = found.declared_voltage;
+  fact("Usual voltage", voltages.map((voltage) => `${voltage.phase} ${volts(voltage.usual_rms_v)}`).join(", "));
+  const { wiring } = found;
+  if (wiring.phase_order !== "ABC") fact("Phase order", wiring.phase_order);
+  if (wiring.turned_phase !== null) fact("Opposite polarity", wiring.turned_phase);
+}
+
+/// By which rules the events were found.
+function addRules() {
+  const { parameters, declared_voltage: declared } = found;
+  const rule = factsIn("rules");
+  rule("Reference", `${referenceName}: ${voltages.map((voltage) => `${voltage.phase} ${volts(voltage.reference_v)}`).join(", ")}`);
   if (declared !== null) {
     const ratio = declared.divided_by_ratio ? ", divided by the transformer's ratio" : "";
-    fact("Declared voltage", `${declared.kind} ${volts(declared.given_v)}${ratio}; the pre-event voltage is ${percent(declared.pre_event_percent)} of it`);
+    const told = declared.kind_from === "user" ? "" : ", as its level tells";
+    rule("Declared voltage", `${volts(declared.given_v)} (${declared.kind}${told}${ratio}): the voltages should be ${volts(declared.level_v)}`);
   }
-  fact("Dip threshold", volts(found.threshold_v));
-  const notes = [...found.notes];
-  if (wave.step > 1) notes.push(`The record is long: this page draws one in ${wave.step} samples of its waveforms.`);
-  for (const note of notes) document.getElementById("notes").append(element("li", {}, note));
-  const summary = document.getElementById("summary");
-  if (found.dips.length === 0) summary.append(element("li", { class: "none" }, "No dips."));
-  for (const dip of found.dips) {
-    const link = element("a", { href: `#dip-${dip.number}` }, `Dip ${dip.number}`);
-    const what = dip.analysed ? dip.segments.map(segmentWords).join(", then ") : `not analysed: ${dip.not_analysed.reason}`;
-    summary.append(element("li", {}, link, ` at ${time(dip.start.time_s)}: ${dipWords(dip)}; ${what}`));
-  }
-  document.getElementById("made").textContent = `dipx ${found.dipx_version}. This page loads nothing from a network.`;
+  const share = (value) => `${+value.toPrecision(6)}${space}%`;
+  rule("Dip", `below ${share(parameters.dip_threshold_percent)}`);
+  rule("Swell", `above ${share(parameters.swell_threshold_percent)}`);
+  rule("Interruption", `all voltages below ${share(parameters.interruption_threshold_percent)}`);
+  rule("Hysteresis", share(parameters.hysteresis_percent));
+  const rapid = parameters.rvc_threshold_percent;
+  rule("Rapid voltage change", rapid > 0 ? `more than ${share(rapid)} from a steady voltage` : "not looked for");
 }
 
 function legend() {
   const dashes = ["", "7 3", "2 3"];
   document.getElementById("legend").replaceChildren(
-    ...found.voltages.map((voltage, i) =>
+    ...voltages.map((voltage, i) =>
       element("span", { class: "key" },
         drawn("svg", { width: 34, height: 10 },
           drawn("path", { class: phases[i], d: "M0 5H34", "stroke-width": 2.5, "stroke-dasharray": dashes[i] })),
-        `${voltage.phase}: ${voltage.name}`),
+        voltage.name === undefined ? voltage.phase : `${voltage.phase}: ${voltage.name}`),
     ),
   );
 }
 
 /// A voltage in volts and in per cent.
 function levelWords(path, { voltage_v, percent: share, percent_of_declared }) {
-  const words = [
-    element("span", { "data-of": `${path}.voltage_v` }, volts(voltage_v)), " ",
-    element("span", { class: "percent", "data-of": `${path}.percent` }, percent(share)),
-  ];
+  const words = [piece(`${path}.voltage_v`, volts(voltage_v))];
+  if (share !== null) words.push(" ", piece(`${path}.percent`, percent(share), { class: "percent" }));
   if (percent_of_declared !== undefined) {
-    words.push(" ", element("span", { class: "declared" },
-      element("span", { "data-of": `${path}.percent_of_declared` }, percent(percent_of_declared)), " of declared"));
+    words.push(" ", element("span", { class: "declared" }, piece(`${path}.percent_of_declared`, percent(percent_of_declared)), " of declared"));
   }
   return words;
 }
 
-/// One dip's values: a row each, a column for each phase.
-function dipTable(dip) {
-  const at = `dips.${dip.number - 1}`;
-  const body = element("tbody");
-  const row = (name, cells, kind = "") => body.append(element("tr", kind ? { class: kind } : {}, element("th", { scope: "row" }, name), ...cells));
-  const whole = (name, path, words) => row(name, [cell(path, words, { colspan: 3, class: "whole" })]);
-  const part = (name) => body.append(element("tr", { class: "part" }, element("th", { colspan: 4, scope: "colgroup" }, name)));
-  const levels = (name, path, list) =>
-    row(name, list.map((level, i) =>
-      element("td", level.voltage_v < found.threshold_v ? { class: "low" } : {}, ...levelWords(`${path}.${i}`, level))));
-  const each = (name, path, member, list, words) =>
-    row(name, list.map((figure, i) => cell(`${path}.${i}.${member}`, words(figure[member]))));
+/// A figure and the half width of its interval, which follows it in the document.
+function within(path, member, figures, words, halfWords) {
+  if (figures[member] === null) return ["–"];
+  const plusMinus = `${member}_plus_minus`;
+  return [piece(`${path}.${member}`, words(figures[member])), " ± ",
+    piece(`${path}.${plusMinus}`, halfWords(figures[plusMinus], figures[member]))];
+}
+const angleWithin = (path, figures, words) => within(path, "degrees", figures, words, degreesWithin);
 
-  whole("kind", `${at}.kind`, dip.kind);
-  whole("start", `${at}.start.time_s`, time(dip.start.time_s));
-  if (dip.end !== null) whole("end", `${at}.end.time_s`, time(dip.end.time_s));
-  if (dip.duration_s !== null) {
-    whole("duration", `${at}.duration_s`, duration(dip.duration_s));
-    whole("duration in cycles", `${at}.duration_cycles`, fixed(dip.duration_cycles, 2));
-  } else {
-    row("duration", [element("td", { colspan: 3, class: "whole" }, `${duration(lasted(dip))} and on`)]);
+/// A table of an event: a row for each value, a column for each phase.
+class EventTable {
+  constructor() {
+    this.body = element("tbody");
   }
-  row("residual voltage", [
-    element("td", { colspan: 3, class: "whole" }, ...levelWords(`${at}.residual_voltage`, dip.residual_voltage),
-      ` in ${found.voltages.find(({ phase }) => phase === dip.residual_voltage.phase).name}`),
-  ]);
-  whole("depth", `${at}.depth_percent`, percent(dip.depth_percent));
-  levels("lowest voltage", `${at}.lowest_voltage`, dip.lowest_voltage);
-  each("fundamental before it", `${at}.before_dip`, "voltage_v", dip.before_dip, volts);
-  each("its angle", `${at}.before_dip`, "degrees", dip.before_dip, degrees);
-  if (dip.point_on_wave !== null) each("point on wave", `${at}.point_on_wave`, "degrees", dip.point_on_wave, degrees);
-  if (dip.fastest_change !== null) each("fastest change", `${at}.fastest_change`, "v_per_s", dip.fastest_change, (value) => `${volts(value)}/s`);
-  for (const curve_ of samples.tolerance) {
-    whole(curve_.name, `${at}.voltage_tolerance.${curve_.code}`, dip.voltage_tolerance[curve_.code]);
+
+  row(name, cells) {
+    this.body.append(element("tr", {}, element("th", { scope: "row" }, name), ...cells));
   }
-  if (dip.en50160_cell !== null) whole("cell of EN 50160", `${at}.en50160_cell`, dip.en50160_cell);
-  dip.segments.forEach((segment, i) => {
-    const inside = `${at}.segments.${i}`;
-    part(`Segment ${segment.number}`);
-    whole("start", `${inside}.start.time_s`, time(segment.start.time_s));
-    whole("end", `${inside}.end.time_s`, time(segment.end.time_s));
-    whole("category", `${inside}.category.name`, segment.category.name);
-    whole("category code", `${inside}.category.code`, String(segment.category.code));
-    levels("residual voltage", `${inside}.residual_voltage`, segment.residual_voltage);
-    each("phase jump", `${inside}.phase_jump`, "degrees", segment.phase_jump, turn);
-    whole("phases below threshold", `${inside}.phases_below_threshold.letters`, segment.phases_below_threshold.letters);
-    whole("unbalance", `${inside}.unbalance_percent`, percent(segment.unbalance_percent));
-    if (segment.next_to_nothing) {
-      row("", [element("td", { colspan: 3, class: "whole low" }, "With next to no voltage, its angles and unbalance are noise.")]);
-    }
-  });
-  const names = found.voltages.map((voltage, i) => element("th", { scope: "col" }, `${"ABC"[i]}: ${voltage.name}`));
-  return element("table", {}, element("thead", {}, element("tr", {}, element("th"), ...names)), body);
+  part(name) {
+    this.body.append(element("tr", { class: "part" }, element("th", { colspan: voltages.length + 1, scope: "colgroup" }, name)));
+  }
+  /// One value across all columns; nothing where it is null.
+  whole(name, path, value, words = String) {
+    if (value !== null && value !== undefined) this.row(name, [cell(path, words(value), { colspan: voltages.length, class: "whole" })]);
+  }
+  pieces(name, pieces) {
+    this.row(name, [element("td", { colspan: voltages.length, class: "whole" }, ...pieces)]);
+  }
+  /// A cell for each phase, of the pieces that `make` has for an entry of a list.
+  each(name, path, list, make, low = () => false) {
+    if (!list) return;
+    this.row(name, voltages.map((_, i) =>
+      element("td", list[i] !== null && low(list[i], i) ? { class: "low" } : {}, ...(list[i] === null ? ["–"] : make(`${path}.${i}`, list[i])))));
+  }
+  table() {
+    const names = voltages.map((voltage) =>
+      element("th", { scope: "col" }, voltage.name === undefined ? voltage.phase : `${voltage.phase}: ${voltage.name}`));
+    return element("table", {}, element("thead", {}, element("tr", {}, element("th"), ...names)), this.body);
+  }
 }
 
-/// With more dips than this their tables are folded.
+function eventValues(event) {
+  const at = `events.${event.number - 1}`;
+  const table = new EventTable();
+  table.whole("kind", `${at}.kind`, event.kind);
+  table.whole("start", `${at}.start.time_s`, event.start.time_s, time);
+  table.whole("end", `${at}.end.time_s`, event.end.time_s, time);
+  table.whole("duration", `${at}.duration_s`, event.duration_s, duration);
+  table.whole("duration in cycles", `${at}.duration_cycles`, event.duration_cycles, (value) => fixed(value, 2));
+  table.whole("recorded of it", `${at}.recorded_duration_s`, event.recorded_duration_s, duration);
+  table.whole("voltages", `${at}.phases`, event.phases);
+  table.pieces("reference", [referenceName, " ", piece(`${at}.reference.voltage_v`, volts(event.reference.voltage_v))]);
+  if (event.extreme) {
+    table.pieces(event.kind === "swell" ? "highest voltage" : "residual voltage",
+      [...levelWords(`${at}.extreme`, event.extreme), " in ", piece(`${at}.extreme.phase`, event.extreme.phase)]);
+  }
+  table.whole("depth", `${at}.depth_percent`, event.depth_percent, percent);
+  if (event.delta_max) {
+    table.pieces("largest change", levelWords(`${at}.delta_max`, event.delta_max));
+    table.pieces("change between the steady voltages", levelWords(`${at}.delta_steady`, event.delta_steady));
+  }
+  const low = (level) => level.percent !== null && level.percent < found.parameters.dip_threshold_percent;
+  const high = (level) => level.percent !== null && level.percent > found.parameters.swell_threshold_percent;
+  table.each("lowest Urms(1/2)", `${at}.lowest_urms_half`, event.lowest_urms_half, levelWords, low);
+  table.each("highest Urms(1/2)", `${at}.highest_urms_half`, event.highest_urms_half, levelWords, high);
+  for (const curve_ of samples.tolerance) {
+    table.whole(curve_.name, `${at}.voltage_tolerance.${curve_.code}`, event.voltage_tolerance?.[curve_.code]);
+  }
+  table.whole("cell of EN 50160", `${at}.en50160_cell`, event.en50160_cell);
+  if (event.course) courseValues(table, `${at}.course`, event.course);
+  return table.table();
+}
+
+const levelSources = {
+  before: "the voltage before the dip",
+  declared: "the declared voltage",
+  after: "the voltage after the dip",
+};
+
+/// A time, or two of one object, with the half width of its interval.
+function instant(table, name, path, member, course) {
+  if (course[member] !== null) table.pieces(name, within(path, member, course, time, timeWithin));
+}
+
+function courseValues(table, at, course) {
+  table.part("Course on the waveform");
+  instant(table, "start", at, "start_s", course);
+  instant(table, "end", at, "end_s", course);
+  table.whole("duration", `${at}.duration_s`, course.duration_s, duration);
+  table.each("point on wave", `${at}.point_on_wave`, course.point_on_wave, (path, entry) => angleWithin(path, entry, degrees));
+  table.each("voltage before", `${at}.level_before.voltage`, course.level_before.voltage,
+    (path, entry) => [piece(`${path}.voltage_v`, volts(entry.voltage_v)), " at ", piece(`${path}.degrees`, turn(entry.degrees))]);
+  if (course.level_before.source !== "before") table.pieces("", [`It is ${levelSources[course.level_before.source]}: the record begins in the dip.`]);
+  const hertz = (value) => `${fixed(value, 3)}${space}Hz`;
+  table.whole("frequency", `${at}.frequency_hz`, course.frequency_hz, hertz);
+  table.whole("frequency before", `${at}.frequency_before_hz`, course.frequency_before_hz, hertz);
+  table.whole("frequency after", `${at}.frequency_after_hz`, course.frequency_after_hz, hertz);
+  table.each("steepest change", `${at}.steepest_change`, course.steepest_change,
+    (path, entry) => [piece(`${path}.v_per_s`, `${volts(entry.v_per_s)}/s`)]);
+  table.whole("share of the waveform that the segments explain", `${at}.explained_percent`, course.explained_percent, percent);
+  course.transitions.forEach((transition, i) => {
+    const path = `${at}.transitions.${i}`;
+    const pieces = transition.gradual || transition.end_s !== transition.start_s
+      ? [piece(`${path}.start_s`, time(transition.start_s)), " to ", piece(`${path}.end_s`, time(transition.end_s))]
+      : [piece(`${path}.start_s`, time(transition.start_s))];
+    table.pieces(`transition ${i + 1}`, [transition.gradual ? "gradual, " : "abrupt, ", ...pieces,
+      ...(transition.phases ? [", ", piece(`${path}.phases`, transition.phases)] : [])]);
+  });
+  course.segments.forEach((segment, i) => segmentValues(table, `${at}.segments.${i}`, segment));
+}
+
+function segmentValues(table, at, segment) {
+  table.part(`Segment ${segment.number}${segment.gradual ? ": gradual change" : ""}`);
+  table.whole("start", `${at}.start_s`, segment.start_s, time);
+  table.whole("end", `${at}.end_s`, segment.end_s, time);
+  if (!segment.measured) {
+    table.pieces("", ["Too many samples are missing for any figure."]);
+    return;
+  }
+  const low = (_, i) => segment.voltage[i].percent_of_before < 90;
+  table.each(segment.gradual ? "lowest voltage" : "voltage", `${at}.voltage`, segment.voltage, (path, entry) => [
+    ...within(path, "voltage_v", entry, volts, voltsWithin), " ",
+    piece(`${path}.percent_of_before`, percent(entry.percent_of_before), { class: "percent" })], low);
+  const rmsRow = (name, member) => {
+    if (!segment.voltage.some((entry) => entry !== null && entry[member] !== null)) return;
+    table.each(name, `${at}.voltage`, segment.voltage, (path, entry) => (entry[member] === null ? ["–"] : [piece(`${path}.${member}`, volts(entry[member]))]));
+  };
+  rmsRow("lowest one-cycle RMS", "lowest_rms_v");
+  rmsRow("highest one-cycle RMS", "highest_rms_v");
+  table.each("phase jump", `${at}.phase_jump`, segment.phase_jump, (path, entry) => angleWithin(path, entry, turn));
+  table.whole("below 90 % of before", `${at}.below_threshold`, segment.below_threshold || null);
+  if (segment.type) {
+    table.pieces("type", [piece(`${at}.type.letter`, segment.type.letter), " ", piece(`${at}.type.phases`, segment.type.phases), ": ",
+      piece(`${at}.category.name`, segment.category.name), " (", piece(`${at}.category.code`, String(segment.category.code)), ")"]);
+    for (const [name, member] of [["characteristic voltage", "characteristic_voltage"], ["PN factor", "pn_factor"]]) {
+      const path = `${at}.type.${member}`;
+      table.pieces(name, [piece(`${path}.percent_of_before`, percent(segment.type[member].percent_of_before)), " at ",
+        piece(`${path}.degrees`, turn(segment.type[member].degrees))]);
+    }
+  }
+  if (segment.sequences) {
+    const path = `${at}.sequences`;
+    for (const name of ["positive", "negative", "zero"]) table.whole(`${name} sequence`, `${path}.${name}_v`, segment.sequences[`${name}_v`], volts);
+  }
+  table.whole("unbalance", `${at}.unbalance_percent`, segment.unbalance_percent, percent);
+}
+
+/// With more events than this their tables are folded.
 const mostOpen = 3;
 
-function addDips() {
-  const place = document.getElementById("dips");
-  for (const dip of found.dips) {
-    const section = element("section", { class: "dip", id: `dip-${dip.number}` },
-      element("h2", {}, `Dip ${dip.number}: ${dipWords(dip)}`));
-    if (!dip.analysed) section.append(element("p", { class: "low" }, `Not analysed further: ${dip.not_analysed.reason}.`));
-    if (dip.analysed && dip.gradual_fall_doubtful) {
-      section.append(element("p", { class: "low" }, "Less than five steady cycles lie before it: a gradual fall may be measured wrongly."));
-    }
-    const values = element("details", {}, element("summary", {}, "All values"), element("div", { class: "wide" }, dipTable(dip)));
-    values.open = found.dips.length <= mostOpen;
-    section.append(element("div", { class: "body" }, phasorFigures(dip), values));
+function addEvents() {
+  const place = document.getElementById("events");
+  for (const event of events) {
+    const section = element("section", { class: "event", id: `event-${event.number}` },
+      element("h2", {}, `${nameOf(event)}: ${eventWords(event)}`));
+    const values = element("details", {}, element("summary", {}, "All values"), element("div", { class: "wide" }, eventValues(event)));
+    values.open = events.length <= mostOpen;
+    const figures = event.course ? [phasorFigures(event.course)] : [];
+    section.append(element("div", { class: event.course ? "body" : "" }, ...figures, values));
     place.append(section);
   }
+  if (changes.length > 0) place.append(changesWithoutEvent());
+}
+
+/// The changes of the voltage that cross no threshold.
+function changesWithoutEvent() {
+  const body = element("tbody");
+  changes.forEach((change, k) => {
+    const at = `changes_without_event.${k}`;
+    const levels = voltages.map((_, i) =>
+      element("td", {}, ...(change.voltage[i] === null ? ["–"] : [
+        piece(`${at}.voltage.${i}.before_v`, volts(change.voltage[i].before_v)), " to ",
+        piece(`${at}.voltage.${i}.after_v`, volts(change.voltage[i].after_v))])));
+    body.append(element("tr", {}, cell(`${at}.start_s`, time(change.start_s)), cell(`${at}.end_s`, time(change.end_s)),
+      cell(`${at}.phases`, change.phases), ...levels));
+  });
+  const heads = ["start", "end", "phases", ...voltages.map(({ phase }) => phase)];
+  return element("section", { id: "changes" }, element("h2", {}, "Changes that are no event"),
+    element("div", { class: "wide" },
+      element("table", {}, element("thead", {}, element("tr", {}, ...heads.map((name) => element("th", { scope: "col" }, name)))), body)));
 }
 
 function addEn50160() {
@@ -156,15 +286,16 @@ function addEn50160() {
   for (const [letter, name] of Object.entries(rows)) {
     const cells = columns.map((_, i) => {
       const code = `${letter}${i + 1}`;
-      const dips = found.dips.filter((dip) => dip.en50160_cell === code);
-      const words = dips.map((dip) => `dip ${dip.number}`).join(", ");
-      return element("td", { "data-cell": code, class: dips.length > 0 ? "hit" : "" }, words || element("span", { class: "code" }, code));
+      const there = judged.filter((event) => event.en50160_cell === code);
+      const words = there.map((event) => `${kindWords(event)} ${event.number}`).join(", ");
+      return element("td", { "data-cell": code, class: there.length > 0 ? "hit" : "" }, words || element("span", { class: "code" }, code));
     });
     body.append(element("tr", {}, element("th", { scope: "row" }, name), ...cells));
   }
   table.append(body);
-  const outside = found.dips.filter((dip) => dip.en50160_cell === null);
+  const outside = judged.filter((event) => event.en50160_cell === null);
   if (outside.length > 0) {
-    table.after(element("p", { class: "hint" }, `Not in the table: dip ${outside.map((dip) => dip.number).join(", ")}.`));
+    const names = outside.map((event) => `${kindWords(event)} ${event.number}`).join(", ");
+    table.after(element("p", { class: "hint" }, `Not in the table: ${names}.`));
   }
 }

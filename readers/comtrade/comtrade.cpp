@@ -22,13 +22,12 @@ namespace {
 std::string partner_of(const std::string& path, const std::string& extension) {
   if (auto partner = find_beside(path, extension)) return *std::move(partner);
   const std::string wanted = std::filesystem::path(path).replace_extension(extension).string();
-  throw ReadError(
-      inert(wanted), "",
-      "there is no such file beside " + inert(path) + ", in capital or small letters, and a record needs both",
-      "put the " + extension + " file of the record there");
+  throw ReadError(inert(wanted), "",
+                  "there is no such file next to " + inert(path) + " (in upper or lower case), and a record needs both",
+                  "copy the record's " + extension + " file there");
 }
 
-/// What the configuration alone makes of a record.
+/// Returns the record that the configuration alone describes.
 Record described(const std::string& file, const ComtradeConfig& config) {
   Record record;
   record.file = file;
@@ -52,18 +51,19 @@ std::vector<bool> wanted_channels(const Record& record, const OpenOptions& optio
   return wanted;
 }
 
-/// The time from the first sample to behind the last.
+/// Returns the time in seconds from the first sample to the end of the last one.
 double duration(const std::vector<RateSection>& sections) {
   const RateSection& last = sections.back();
   const std::size_t begin = sections.size() < 2 ? 0 : sections[sections.size() - 2].end;
   return last.start + (last.rate > 0 ? static_cast<double>(last.end - begin) / last.rate : 0);
 }
 
-/// The record that a configuration and its data make.
+/// Returns the record that a configuration and its data give together.
 Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, const OpenOptions& options) {
   const std::size_t declared = config.rates.back().end;
   if (declared != data.rows) {
-    data.notes.push_back(fmt::format("The configuration declares {} samples, the data hold {}.", declared, data.rows));
+    data.notes.push_back(
+        fmt::format("The configuration declares {} samples, but the data hold {}.", declared, data.rows));
   }
   double unit = config.stamp_unit;
   if (!data.stamps_agree) {
@@ -73,8 +73,8 @@ Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, 
   if (unit != config.stamp_unit) {
     const auto nanoseconds = [](double seconds) { return number_text(std::round(seconds * 1e9)) + " ns"; };
     data.notes.push_back(fmt::format(
-        "The time stamps are taken to be in units of {}, as the record does not fit them in units of {}, which the "
-        "configuration makes them.",
+        "The time stamps are read in units of {} because they do not fit the record in units of {}, which the "
+        "configuration implies.",
         nanoseconds(unit), nanoseconds(config.stamp_unit)));
   }
   TimeTable table;
@@ -90,13 +90,14 @@ Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, 
 
 // --- single files ----------------------------------------------------------------------------------------------------
 
-/// What a line announces as the next section of a single file.
+/// The section of a single file that a line announces.
 struct Announcement {
   std::string kind;                  ///< "cfg", "inf", "hdr" or "dat"; empty when the line announces nothing
-  std::optional<std::size_t> bytes;  ///< how many the section has, where it is said
+  std::optional<std::size_t> bytes;  ///< length of the section, if it is stated
 };
 
-/// "--- file type: DAT BINARY: 1024 ---", with more or fewer hyphens and with or without the first colon.
+/// Parses a line such as "--- file type: DAT BINARY: 1024 ---", with more or fewer hyphens and with or without the
+/// first colon.
 Announcement announced_by(std::string_view line) {
   if (line.ends_with('\r')) line.remove_suffix(1);
   std::string text = lower_case(trimmed(line));
@@ -115,14 +116,15 @@ Announcement announced_by(std::string_view line) {
   return {std::string(words[2]), parse_count(words.back())};
 }
 
-/// What a single file holds of a record.
+/// The sections of a single file that are needed to read the record.
 struct Sections {
   std::string_view config;
   std::string_view data;
-  std::optional<std::size_t> stated_bytes;  ///< of the data
+  std::optional<std::size_t> stated_bytes;  ///< stated length of the data section
 };
 
-/// The data section is the last one: whatever follows its announcement is in `data`, though it may state a length.
+/// Finds the sections. The data section is the last one, so `data` holds everything after its announcement, even if a
+/// length is stated.
 Sections split_sections(const std::string& file, std::string_view content) {
   Sections sections;
   std::string_view rest = content;
@@ -149,7 +151,7 @@ Sections split_sections(const std::string& file, std::string_view content) {
                   "a single-file COMTRADE record holds its configuration and its data in such sections");
 }
 
-/// The bytes that text in base64 stands for; nothing when it is none.
+/// Returns the bytes that a base64 text encodes; nothing when it is not base64.
 std::optional<std::string> base64_decoded(std::string_view text) {
   constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::array<signed char, 256> value_of;
@@ -194,7 +196,7 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
   if (config.data_type != ComtradeConfig::DataType::ascii) {
     const std::string_view whole = sections.data.substr(0, sections.data.find("\n---"));
     decoded = base64_decoded(whole);
-    // The length stated may be that of the text or of the bytes it stands for.
+    // The stated length may be the length of the text or of the bytes that it encodes.
     if (decoded && decoded->size() == sections.stated_bytes) {
       data = whole;
     } else {
@@ -205,7 +207,7 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
   left.remove_prefix(std::min(left.find_first_not_of(" \t\r\n\x1A"), left.size()));
   if (!left.empty() && announced_by(left.substr(0, left.find('\n'))).kind.empty()) {
     record.notes.push_back(
-        fmt::format("The data section goes on for {} bytes behind its stated length of {}; they were left out.",
+        fmt::format("The data section continues for {} bytes past its stated length of {}; these bytes were ignored.",
                     left.size(), data.size()));
   }
   if (decoded) {
@@ -218,7 +220,7 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
 
 Record read_comtrade(const std::string& path, const OpenOptions& options) {
   const bool data_named = extension_of(path) == ".dat";
-  // The named file comes first: a wrong name should be reported as such, not as a missing partner.
+  // The named file is opened first, so that a wrong name is reported as such and not as a missing partner file.
   const FileStream named(path);
   const std::string config_path = data_named ? partner_of(path, ".cfg") : path;
   const ComtradeConfig config = parse_comtrade_config(inert(config_path), read_file(config_path), options.charset);

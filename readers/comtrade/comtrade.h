@@ -9,15 +9,16 @@
 
 namespace readers {
 
-/// Reads the record whose .cfg or .dat file is `path`; the other one lies beside it, in any letter case. Revisions
-/// 1991, 1999 and 2013 with ASCII, BINARY, BINARY32 or FLOAT32 data. Throws ReadError.
+/// Reads the record whose .cfg or .dat file is `path`; the other file is found in the same folder, in any letter case.
+/// Supports revisions 1991, 1999 and 2013 with ASCII, BINARY, BINARY32 or FLOAT32 data. Throws ReadError.
 Record read_comtrade(const std::string& path, const OpenOptions& options = {});
 
-/// Whether content is that of a single-file record (.cff): its first line announces a section.
+/// Returns whether the content is that of a single-file record (.cff), in which case its first line announces a
+/// section.
 bool is_single_comtrade(std::string_view content);
 
-/// Reads the content of a single-file record, with data of the same types; binary ones may be written in base64. `file`
-/// is its name for messages. Throws ReadError.
+/// Reads the content of a single-file record, which may have data of the same types; binary data may be encoded in
+/// base64. `file` is the file's name for messages. Throws ReadError.
 Record read_single_comtrade(const std::string& file, std::string_view content, const OpenOptions& options = {});
 
 }  // namespace readers

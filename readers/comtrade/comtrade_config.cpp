@@ -14,7 +14,7 @@ namespace {
 
 using Fields = std::vector<std::string_view>;
 
-constexpr std::size_t analog_fields = 10;  // up to the value range; the transformer ratio came with 1999
+constexpr std::size_t analog_fields = 10;  // up to the value range; revision 1999 added the transformer ratio
 
 class ConfigParser {
  public:
@@ -36,11 +36,11 @@ class ConfigParser {
   }
 
  private:
-  /// The next line, which should hold `what`.
+  /// Returns the next line, which should hold `what`.
   std::string_view next_line(const std::string& what) {
     if (const auto line = lines_.next()) return *line;
     throw ReadError(file_, line_place(lines_.number() + 1), fmt::format("the file ends where {} should be", what),
-                    "get the whole configuration file");
+                    "get the complete configuration file");
   }
 
   Fields next_fields(const std::string& what) { return split_fields(next_line(what), ','); }
@@ -75,7 +75,7 @@ class ConfigParser {
     }
   }
 
-  /// The number in front of the letter that ends a count of channels: "12A".
+  /// Returns the number before the letter that ends a count of channels, as in "12A".
   std::size_t channel_count(std::string_view field, char letter) const {
     std::optional<std::size_t> count;
     if (!field.empty() && lower_case(field.substr(field.size() - 1))[0] == letter) {
@@ -92,8 +92,9 @@ class ConfigParser {
   void read_channels() {
     const Fields counts = next_fields("the numbers of channels");
     if (counts.size() < 3) {
-      refuse_line("total, analog and digital numbers of channels expected, found " + cited(counts[0]),
-                  "make sure that this is a COMTRADE configuration file with a line such as 6,4A,2D");
+      refuse_line(
+          "the line should give the total, analog and digital numbers of channels but starts with " + cited(counts[0]),
+          "make sure that this is a COMTRADE configuration file with a line such as 6,4A,2D");
     }
     const std::size_t analogs = channel_count(counts[1], 'a');
     config_.digitals = channel_count(counts[2], 'd');
@@ -103,7 +104,8 @@ class ConfigParser {
     }
     if (analogs == 0) refuse_line("the record has no analog channels", "choose a record with voltages");
 
-    // Channels are added as their lines come, never reserved by the count: it may claim more than there is.
+    // Channels are added as their lines are read and are never reserved by the stated count, which may exceed the lines
+    // in the file.
     for (std::size_t i = 1; i <= analogs; i++) read_analog_channel("analog channel " + position(i, analogs));
     for (std::size_t i = 1; i <= config_.digitals; i++) {
       next_line("digital channel " + position(i, config_.digitals));
@@ -112,13 +114,13 @@ class ConfigParser {
 
   static std::string position(std::size_t i, std::size_t count) { return fmt::format("{} of {}", i, count); }
 
-  /// Some programs write an empty field too many in front of the unit.
+  /// Removes the extra empty field that some programs write before the unit.
   void drop_empty_field(Fields& fields) {
     constexpr std::size_t one_too_many = 14;
     if (fields.size() != one_too_many || !fields[3].empty() || !fields[4].empty()) return;
     if (parse_number(fields[5]) || !parse_number(fields[6]) || !parse_number(fields[7])) return;
     fields.erase(fields.begin() + 4);
-    if (!dropped_field_) note("an empty field too many in front of the unit is left out.");
+    if (!dropped_field_) note("an extra empty field before the unit was ignored.");
     dropped_field_ = true;
   }
 
@@ -126,7 +128,7 @@ class ConfigParser {
     Fields fields = next_fields(what);
     drop_empty_field(fields);
     if (fields.size() < analog_fields) {
-      refuse_line(fmt::format("{} has {} fields where at least {} belong", what, fields.size(), analog_fields));
+      refuse_line(fmt::format("{} has {} fields but needs at least {}", what, fields.size(), analog_fields));
     }
     AnalogChannel channel;
     channel.description.name = inert(fields[1]);
@@ -158,7 +160,7 @@ class ConfigParser {
     if (frequency && std::isfinite(*frequency) && *frequency > 0) {
       config_.line_frequency = *frequency;
     } else {
-      note(fmt::format("the line frequency {} says nothing.", cited(field)));
+      note(fmt::format("the line frequency {} is not usable and was ignored.", cited(field)));
     }
   }
 
@@ -166,7 +168,7 @@ class ConfigParser {
     const std::string_view field = next_line("the number of sampling rates");
     const auto stated = parse_count(field);
     if (!stated) refuse_line(cited(field) + " is not a number of sampling rates");
-    // With none stated the time stamps rule, and one line still follows for the number of samples.
+    // If no rate is stated, the time stamps decide, and one line with the number of samples still follows.
     const std::size_t sections = *stated == 0 ? 1 : *stated;
     for (std::size_t i = 1; i <= sections; i++) {
       const std::string what = "sampling rate " + position(i, sections);
@@ -179,7 +181,7 @@ class ConfigParser {
   }
 
   std::size_t last_sample(std::string_view field, const std::string& what) const {
-    constexpr double most = 9007199254740992;  // 2^53: whole numbers beyond are not exact
+    constexpr double most = 9007199254740992;  // 2^53, above which doubles do not represent all whole numbers
     const double last = finite_number(field, what + ": the last sample");
     if (last < 0 || last > most || last != std::floor(last)) {
       refuse_line(fmt::format("{}: the last sample {} is not a sample number", what, cited(field)));
@@ -190,8 +192,9 @@ class ConfigParser {
   void add_rate_section(double rate, std::size_t end) {
     const std::size_t before = config_.rates.empty() ? 0 : config_.rates.back().end;
     if (end < before) {
-      refuse_line(fmt::format("this sampling rate ends with sample {}, but the one before with sample {}", end, before),
-                  "correct the line: last samples are counted from the start of the record");
+      refuse_line(
+          fmt::format("this sampling rate ends at sample {}, but the previous one ends at sample {}", end, before),
+          "correct the line; last samples are counted from the start of the record");
     }
     config_.rates.push_back({rate, end});
   }
@@ -214,11 +217,11 @@ class ConfigParser {
       config_.data_type = known;
       return;
     }
-    refuse_line(cited(field) + " is not a type of data",
-                "correct the line to what the data are: ASCII, BINARY, BINARY32 or FLOAT32");
+    refuse_line(cited(field) + " is not a data type",
+                "correct the line to the actual data type: ASCII, BINARY, BINARY32 or FLOAT32");
   }
 
-  /// The factor of the time stamps (from 1999 on) and the time zone (from 2013 on); both may be missing.
+  /// Reads the factor of the time stamps (from 1999 on) and the time zone (from 2013 on); both may be missing.
   void read_what_may_follow() {
     const auto line = lines_.next();
     if (!line || trimmed(*line).empty()) return;
@@ -226,7 +229,7 @@ class ConfigParser {
     if (factor && std::isfinite(*factor) && *factor > 0) {
       config_.stamp_unit *= *factor;
     } else {
-      note(fmt::format("the factor of the time stamps {} says nothing; 1 is used.", cited(*line)));
+      note(fmt::format("the time stamp factor {} is not usable; 1 is used.", cited(*line)));
     }
     if (const auto zone = lines_.next()) config_.time_zone = inert(split_fields(*zone, ',')[0]);
   }

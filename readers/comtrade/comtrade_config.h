@@ -1,4 +1,5 @@
-// The configuration (.cfg) file of a COMTRADE record: which channels the data file holds and how to scale them.
+// The configuration (.cfg) file of a COMTRADE record, which describes the channels of the data file and how to scale
+// them.
 #pragma once
 
 #include <cstddef>
@@ -11,14 +12,14 @@
 
 namespace readers {
 
-/// What a stored value is where the file marks it as missing.
+/// The stored value that marks a missing value.
 inline constexpr double missing_mark = 99999;
 
 struct AnalogChannel {
   Channel description;  ///< without samples
   double scale = 1;     ///< a sample is scale * stored value + offset
   double offset = 0;
-  bool beyond_99999 = false;  ///< the stated range of stored values goes further, so 99999 may be a value like others
+  bool beyond_99999 = false;  ///< the stated range of stored values exceeds 99999, so 99999 may be an ordinary value
 };
 
 struct ComtradeConfig {
@@ -26,7 +27,7 @@ struct ComtradeConfig {
 
   std::string station;
   std::string device;
-  std::string revision;  ///< "1991", "1999" or "2013": the rules the file is read by
+  std::string revision;  ///< "1991", "1999" or "2013": the revision whose rules are applied to the file
   std::vector<AnalogChannel> analogs;
   std::size_t digitals = 0;
   double line_frequency = 0;  ///< hertz; 0 when the file does not say
@@ -43,7 +44,8 @@ struct ComtradeConfig {
 /// "ASCII", "BINARY", "BINARY32" or "FLOAT32".
 const char* name_of(ComtradeConfig::DataType type);
 
-/// Reads the content of a .cfg file. `file` is its name for messages; `charset` as in to_utf8. Throws ReadError.
+/// Reads the content of a .cfg file. `file` is its name for messages; `charset` has the same meaning as in to_utf8.
+/// Throws ReadError.
 ComtradeConfig parse_comtrade_config(const std::string& file, std::string_view content,
                                      const std::string& charset = {});
 

@@ -1,5 +1,6 @@
-// Data files are long and are read for a few of their channels: rows are gone through once, and only what is wanted is
-// turned into numbers. Of text, the fields of other channels are counted; of binary rows, they are stepped over.
+// Data files are long, and usually only a few of their channels are needed. Rows are therefore scanned once, and only
+// the wanted values are converted to numbers. In text, the fields of other channels are only counted; in binary rows,
+// their bytes are skipped.
 #include "readers/comtrade/comtrade_data.h"
 
 #include <fmt/format.h>
@@ -38,7 +39,7 @@ bool is_digit(char c) {
   return static_cast<unsigned char>(c - '0') < 10;
 }
 
-/// Goes through the fields of a line from left to right.
+/// Iterates over the fields of a line from left to right.
 class Fields {
  public:
   explicit Fields(std::string_view line) : at_(line.data()), end_(line.data() + line.size()) {}
@@ -47,7 +48,7 @@ class Fields {
     for (; count > 0 && !used_up_; count--) pass(std::find(at_, end_, ','));
   }
 
-  /// The next field as a whole, trimmed.
+  /// Returns the next field as a whole, trimmed.
   std::string_view next() {
     if (used_up_) return {};
     const char* comma = std::find(at_, end_, ',');
@@ -56,7 +57,7 @@ class Fields {
     return trimmed(field);
   }
 
-  /// Takes the next field as a number. When it is none, stays in front of it.
+  /// Reads the next field as a number. If it is not a number, the position stays before it.
   bool next_number(double& number) {
     const char* start = at_;
     if (plain_number(number)) return true;
@@ -72,7 +73,7 @@ class Fields {
 
   [[nodiscard]] bool used_up() const { return used_up_; }
 
-  /// How many fields are left.
+  /// Returns how many fields are left.
   [[nodiscard]] std::size_t left() const {
     return used_up_ ? 0 : static_cast<std::size_t>(std::count(at_, end_, ',')) + 1;
   }
@@ -89,7 +90,7 @@ class Fields {
     return true;
   }
 
-  /// Goes behind the comma, or to the end where there is none.
+  /// Moves past the comma, or to the end if there is none.
   void pass(const char* comma) {
     used_up_ = comma == end_;
     at_ = used_up_ ? end_ : comma + 1;
@@ -100,8 +101,8 @@ class Fields {
   bool used_up_ = false;  ///< no field is left, not even an empty one
 };
 
-/// Whether a sample number can come after another. Some programs number every row alike or not at all, or the rows of
-/// each sampling rate anew.
+/// Returns whether a sample number may come after another. Some programs give every row the same number or none, or
+/// restart the numbers with each sampling rate.
 bool follows(double number, double before) {
   return number == before + 1 || number == before || number == 1 || std::isnan(number) || std::isnan(before);
 }
@@ -125,9 +126,9 @@ class AsciiReader {
       if (const std::string fault = take(*line); !fault.empty()) {
         if (!lines.at_end()) {
           throw ReadError(file_, line_place(lines.number()), fault,
-                          "correct the line, and make sure that the .cfg belongs to this file");
+                          "correct the line, and make sure that the .cfg file belongs to this file");
         }
-        data_.notes.push_back(fmt::format("The last line of the data file ({}) is not complete and was dropped: {}.",
+        data_.notes.push_back(fmt::format("The last line of the data file ({}) is incomplete and was dropped: {}.",
                                           line_place(lines.number()), fault));
         break;
       }
@@ -137,14 +138,15 @@ class AsciiReader {
   }
 
  private:
-  /// Room for as many rows as there would be if all were as long as the first, within what the file can hold.
+  /// Reserves memory for as many rows as there would be if all were as long as the first, limited by the size of the
+  /// file.
   void reserve(const Lines& lines, std::size_t line_bytes) {
     const std::size_t rows = 2 + lines.bytes_left() / std::max(line_bytes + 1, fields_);
     for (const std::size_t i : wanted_) data_.samples[i].reserve(rows);
     data_.stamps.reserve(rows);
   }
 
-  /// Takes the row of a line. Returns what is wrong with it, empty when nothing is.
+  /// Parses the row on a line. Returns what is wrong with it; the text is empty when nothing is wrong.
   std::string take(std::string_view line) {
     Fields fields(line);
     double number = no_value;
@@ -177,11 +179,11 @@ class AsciiReader {
     return {};
   }
 
-  /// What is wrong with a row; empty when it is a comma behind the last field only.
+  /// Returns what is wrong with a row. The text is empty if it only has a comma after the last field.
   [[nodiscard]] std::string fault_of(std::string_view line) const {
     const std::size_t found = Fields(line).left();
     if (found != fields_ && !(found == fields_ + 1 && trimmed(line).ends_with(','))) {
-      return fmt::format("the row has {} fields where {} belong", found, fields_);
+      return fmt::format("the row has {} fields instead of {}", found, fields_);
     }
     for (const std::size_t i : wanted_) {
       Fields fields(line);
@@ -198,7 +200,7 @@ class AsciiReader {
     data_.numbers.take_jump(data_.rows - 1, number_before_, number_);
     if (jumped_ || follows(number_, number_before_)) return;
     jumped_ = true;
-    data_.notes.push_back(fmt::format("Sample numbers in the data file go from {} to {} at {}; rows may be missing.",
+    data_.notes.push_back(fmt::format("Sample numbers in the data file jump from {} to {} at {}; rows may be missing.",
                                       number_text(number_before_), number_text(number_), line_place(line)));
   }
 
@@ -221,19 +223,20 @@ std::uint32_t little_endian_32(const char* bytes) {
   return value;
 }
 
-/// Follows the sample numbers of binary rows. A byte put in or left out somewhere shifts all that follows, and nothing
-/// but these numbers tells.
+/// Checks the sample numbers of binary rows. A byte that was inserted or lost shifts everything after it, and only
+/// these numbers reveal that.
 class SampleNumbers {
  public:
   SampleNumbers(const std::string& file, RowNumbers& numbers) : file_(file), numbers_(numbers) {}
 
-  /// Takes the number of the next row, which starts at byte `offset`. Throws ReadError when it cannot follow.
+  /// Processes the number of the next row, which starts at byte `offset`. Throws ReadError when it cannot follow the
+  /// previous one.
   void take(std::uint32_t number, std::size_t offset) {
     const std::uint32_t before = before_;
     before_ = number;
     row_++;
     if (row_ == 1) return;
-    const std::uint32_t step = number - before;  // unsigned: from 2^32 - 1 on to 0
+    const std::uint32_t step = number - before;  // unsigned, so that the number after 2^32 - 1 may be 0
     if (doubted_ && step != 1 && step != doubted_->step) refuse(*doubted_);
     accept_doubted();
     const bool regular = step == 1 || step == step_before_;
@@ -249,7 +252,7 @@ class SampleNumbers {
     }
   }
 
-  /// Takes as many more rows, numbered one after the other.
+  /// Processes this many more rows, which are numbered consecutively.
   void go_on(std::size_t rows) {
     if (rows == 0) return;
     accept_doubted();
@@ -258,20 +261,20 @@ class SampleNumbers {
     row_ += rows;
   }
 
-  /// To be called behind the last row. Throws ReadError.
+  /// Must be called after the last row. Throws ReadError.
   void finish() {
     if (doubted_) refuse(*doubted_);
   }
 
-  /// The first row whose number starts again at 1; 0 when none does.
+  /// Returns the first row at which the numbers start again at 1; 0 when there is none.
   [[nodiscard]] std::size_t first_restart() const { return first_restart_; }
 
-  /// Says the first jump that rows behind it have made good; empty when there is none.
+  /// Returns a note about the first jump that later rows confirmed; it is empty when there is none.
   [[nodiscard]] const std::string& jump_note() const { return jump_note_; }
 
  private:
-  /// A jump that the next row has to make good: rows may be lost, or numbered by twos or all alike, but behind a byte
-  /// too many or too few no two numbers fit.
+  /// A jump that the next row has to confirm. Rows may be lost, or numbered in twos or all alike; but after an inserted
+  /// or lost byte no two numbers match.
   struct Jump {
     std::size_t row = 0;
     std::size_t offset = 0;
@@ -283,7 +286,7 @@ class SampleNumbers {
   void accept_doubted() {
     if (!doubted_) return;
     if (jump_note_.empty() && doubted_->step != 0) {
-      jump_note_ = fmt::format("Sample numbers in the data file go from {} to {} in row {}; rows may be missing.",
+      jump_note_ = fmt::format("Sample numbers in the data file jump from {} to {} in row {}; rows may be missing.",
                                doubted_->before, doubted_->number, doubted_->row);
     }
     doubted_.reset();
@@ -294,7 +297,7 @@ class SampleNumbers {
                     fmt::format("sample number jumps from {} to {}: the data are damaged, perhaps by an end-of-line "
                                 "conversion",
                                 jump.before, jump.number),
-                    "copy the file again in binary mode, and make sure that the .cfg belongs to it");
+                    "copy the file again in binary mode, and make sure that the .cfg file belongs to it");
   }
 
   const std::string& file_;
@@ -307,7 +310,7 @@ class SampleNumbers {
   std::string jump_note_;
 };
 
-/// Whether all steps between time stamps are what the record's only rate makes them: the rule, and seen in passing.
+/// Checks during reading whether all steps between time stamps match the record's only rate, as they usually do.
 class StampSteps {
  public:
   explicit StampSteps(const ComtradeConfig& config) {
@@ -322,10 +325,11 @@ class StampSteps {
     range_ = static_cast<std::uint32_t>(most - least);
   }
 
-  /// Whether more stamps agree with the rate.
+  /// Returns whether these further stamps agree with the rate too.
   bool take(const std::uint32_t* stamps, std::size_t count) {
     if (count == 0) return known_;
-    // Without sign: a step over the end of 32 bits is one like others, one back is far beyond the range.
+    // Unsigned arithmetic makes a step across the 32-bit limit equal to any other step and puts a step back far outside
+    // the range.
     std::uint32_t wrong = any_ && stamps[0] - last_ - least_ > range_ ? 1 : 0;
     for (std::size_t i = 1; i < count; i++) wrong |= stamps[i] - stamps[i - 1] - least_ > range_ ? 1U : 0U;
     span_ += (any_ ? stamps[0] - last_ : 0U);
@@ -337,11 +341,11 @@ class StampSteps {
 
   [[nodiscard]] std::uint32_t last() const { return last_; }
   [[nodiscard]] double step() const { return step_; }
-  /// From the first stamp to the last, as long as they agree.
+  /// Returns the span from the first stamp to the last, as long as they agree.
   [[nodiscard]] double span() const { return static_cast<double>(span_); }
 
  private:
-  bool known_ = false;  ///< that there is one rate
+  bool known_ = false;  ///< whether the record has exactly one known rate
   bool any_ = false;
   double step_ = 0;
   std::uint32_t least_ = 0;
@@ -350,7 +354,7 @@ class StampSteps {
   std::uint64_t span_ = 0;
 };
 
-// What a stored value is, by type, and which one stands for a missing one.
+// Decodes a stored value for each data type, and says which value marks a missing one.
 
 struct Word16 {
   static constexpr std::size_t bytes = 2;
@@ -376,7 +380,7 @@ struct Float32 {
 constexpr std::size_t number_bytes = 4;
 constexpr std::size_t stamp_bytes = 4;
 
-/// Takes binary data piece by piece.
+/// Reads binary data piece by piece.
 class BinaryReader {
  public:
   virtual ~BinaryReader() = default;
@@ -387,7 +391,7 @@ class BinaryReader {
 template <typename Word>
 class RowReader : public BinaryReader {
  public:
-  /// `bytes`: how many are to come, as far as is known.
+  /// `bytes` is the number of bytes to come, as far as it is known.
   RowReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted, std::size_t bytes)
       : config_(config), wanted_(indices_of(wanted)), numbers_(file, data_.numbers), steps_(config) {
     constexpr std::size_t digital_word_bytes = 2;
@@ -420,9 +424,9 @@ class RowReader : public BinaryReader {
           fmt::format("Sample numbers in the data file start again at 1 in row {}.", numbers_.first_restart()));
     }
     if (!carried_.empty() && carried_ != "\x1A") {
-      data_.notes.push_back(
-          fmt::format("The data file does not end with a whole row: its last {} bytes of a row of {} were dropped.",
-                      carried_.size(), row_bytes_));
+      data_.notes.push_back(fmt::format(
+          "The data file ends in the middle of a row; the first {} bytes of that row of {} bytes were dropped.",
+          carried_.size(), row_bytes_));
     }
     data_.stamps_agree = data_.stamps.empty();
     if (data_.stamps_agree && data_.rows > 1) {
@@ -457,11 +461,11 @@ class RowReader : public BinaryReader {
     }
   }
 
-  /// Goes from row to row and gives a channel's value in each, so that a vector takes them in without being filled with
-  /// something else first.
+  /// Iterates over rows and returns a channel's value in each. A vector can insert such a range directly, without first
+  /// being filled with other values.
   class Values {
    public:
-    using iterator_category = std::random_access_iterator_tag;  // for the distance, which is all that is asked for
+    using iterator_category = std::random_access_iterator_tag;  // only the distance is needed of it
     using value_type = double;
     using difference_type = std::ptrdiff_t;
     using pointer = const double*;
@@ -491,7 +495,7 @@ class RowReader : public BinaryReader {
     double offset_;
   };
 
-  /// Looks at numbers one by one only where they are not simply one after the other.
+  /// Checks the numbers one by one only if they are not simply consecutive.
   void take_numbers_and_stamps(const char* bytes, std::size_t rows) {
     std::array<std::uint32_t, rows_at_once> stamps;
     const std::uint32_t first = little_endian_32(bytes);
@@ -513,8 +517,8 @@ class RowReader : public BinaryReader {
     take_stamps(stamps.data(), rows);
   }
 
-  /// Stamps are kept from the first one on that does not agree. Those before it then follow from it, as nothing but
-  /// their steps is asked for.
+  /// Stamps are stored only from the first one that does not agree with the rate. Earlier stamps are then computed back
+  /// from it, because only their steps matter.
   void take_stamps(const std::uint32_t* stamps, std::size_t rows) {
     const std::uint32_t before = steps_.last();
     if (data_.stamps.empty()) {
@@ -528,7 +532,7 @@ class RowReader : public BinaryReader {
     for (std::size_t r = 0; r < rows; r++) data_.stamps.push_back(stamps[r] == no_stamp ? no_value : stamps[r]);
   }
 
-  static constexpr std::size_t rows_at_once = 128;  ///< few enough to stay in the nearest memory while each is read
+  static constexpr std::size_t rows_at_once = 128;  ///< few enough to stay in the fastest cache
 
   const ComtradeConfig& config_;
   std::vector<std::size_t> wanted_;
@@ -536,7 +540,7 @@ class RowReader : public BinaryReader {
   SampleNumbers numbers_;  ///< writes to `data_`
   StampSteps steps_;
   std::size_t row_bytes_ = 0;
-  std::string carried_;  ///< the start of a row whose rest is in the next piece
+  std::string carried_;  ///< the start of a row that continues in the next piece
 };
 
 std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const ComtradeConfig& config,
@@ -554,7 +558,7 @@ std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const Comtr
   return nullptr;
 }
 
-/// Whether what should be numbers in binary form is a table of text.
+/// Returns whether data that should be binary numbers are a text table instead.
 bool looks_like_text(std::string_view content) {
   constexpr std::size_t enough = 256;
   const std::string_view start = content.substr(0, enough);
@@ -565,8 +569,9 @@ bool looks_like_text(std::string_view content) {
 
 void refuse_text(const std::string& file, std::string_view content, const ComtradeConfig& config) {
   if (!looks_like_text(content)) return;
-  throw ReadError(file, "byte 0", std::string("the data are text where ") + name_of(config.data_type) + " belongs",
-                  "correct the type of data in the .cfg to ASCII, and make sure that it belongs to this file");
+  throw ReadError(file, "byte 0",
+                  std::string("the data are text, but the .cfg file states ") + name_of(config.data_type),
+                  "correct the data type in the .cfg file to ASCII, and make sure that it belongs to this file");
 }
 
 ComtradeData with_rows(const std::string& file, ComtradeData data) {

@@ -1,4 +1,4 @@
-// The data (.dat) file of a COMTRADE record: one row of stored values per sampling moment.
+// The data (.dat) file of a COMTRADE record, which has one row of stored values for each sampling instant.
 #pragma once
 
 #include <cstddef>
@@ -11,17 +11,17 @@
 
 namespace readers {
 
-/// A row whose number is not the next one after that of the row before.
+/// A row whose number is not the successor of the previous row's number.
 struct NumberJump {
   std::size_t row = 0;
   double before = 0;
   double number = 0;
 };
 
-/// What the rows' own numbers tell. Some programs number every row alike or not at all, or by twos, or the rows of each
-/// sampling rate anew: only where nearly all go on by one do they tell anything.
+/// Where the rows' own numbers jump. Some programs give every row the same number or none, count in twos, or restart
+/// with each sampling rate; the numbers are therefore conclusive only if nearly all of them increase by one.
 struct RowNumbers {
-  bool regular = true;  ///< `jumps` has all there are; otherwise it is empty
+  bool regular = true;  ///< `jumps` lists every jump; otherwise it is empty
   std::vector<NumberJump> jumps;
 
   void take_jump(std::size_t row, double before, double number);
@@ -29,19 +29,20 @@ struct RowNumbers {
 
 struct ComtradeData {
   std::size_t rows = 0;
-  std::vector<std::vector<double>> samples;  ///< scaled, per analog channel; NaN where marked as missing
-  std::vector<double> stamps;                ///< of each row as stored; NaN where there is none
-  bool stamps_agree = false;                 ///< with the record's only rate, from row to row; `stamps` is empty then
+  std::vector<std::vector<double>> samples;  ///< scaled, per analog channel; NaN where a value is marked as missing
+  std::vector<double> stamps;                ///< stamp of each row as stored; NaN where a row has none
+  bool stamps_agree = false;                 ///< every step matches the record's only rate; `stamps` is then empty
   RowNumbers numbers;
   std::vector<std::string> notes;
 };
 
-/// Reads the content of a .dat file, as many rows as there are. `wanted`: of each analog channel, whether its samples
-/// are; those of others stay empty. `file` is the file's name for messages. Throws ReadError.
+/// Reads the content of a .dat file with as many rows as it has. `wanted` says for each analog channel whether its
+/// samples are wanted; the samples of other channels stay empty. `file` is the file's name for messages. Throws
+/// ReadError.
 ComtradeData read_comtrade_data(const std::string& file, std::string_view content, const ComtradeConfig& config,
                                 const std::vector<bool>& wanted);
 
-/// The same from a file that is read as it is gone through.
+/// Does the same for a file that is read piece by piece.
 ComtradeData read_comtrade_data(const std::string& file, FileStream& stream, const ComtradeConfig& config,
                                 const std::vector<bool>& wanted);
 

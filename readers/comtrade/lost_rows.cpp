@@ -16,7 +16,7 @@
 namespace readers {
 namespace {
 
-/// Longer holes take the record apart whatever is done here: a cycle, or nearly.
+/// A longer gap, of about a cycle or more, splits the record in any case, so it is not filled.
 constexpr double longest_hole = 0.02;
 
 bool no_stamps(const std::vector<double>& stamps) {
@@ -24,7 +24,7 @@ bool no_stamps(const std::vector<double>& stamps) {
          std::all_of(stamps.begin(), stamps.end(), [](double stamp) { return std::isnan(stamp); });
 }
 
-/// Stamps as the numbers of the rows make them.
+/// Returns the stamps that the rows' numbers imply.
 std::vector<double> stamps_by_numbers(const RowNumbers& numbers, const std::vector<RateSection>& sections,
                                       std::size_t rows, double unit) {
   std::vector<double> stamps;
@@ -37,7 +37,8 @@ std::vector<double> stamps_by_numbers(const RowNumbers& numbers, const std::vect
     double step = 1;
     if (jump < numbers.jumps.size() && numbers.jumps[jump].row == row) {
       const NumberJump& at = numbers.jumps[jump++];
-      if (at.number >= at.before) step = at.number - at.before;  // back: the rows of another rate numbered anew
+      // Where the numbers jump back, the rows of another rate are numbered from the start again.
+      if (at.number >= at.before) step = at.number - at.before;
     }
     if (row > 0) stamp += step / (sections[section].rate * unit);
     stamps.push_back(stamp);
@@ -45,7 +46,7 @@ std::vector<double> stamps_by_numbers(const RowNumbers& numbers, const std::vect
   return stamps;
 }
 
-/// Whether numbers can stand for stamps: nearly all go on by one, but not all.
+/// Returns whether the numbers can replace the stamps: nearly all increase by one, but not all.
 bool numbers_tell(const RowNumbers& numbers, const std::vector<RateSection>& sections) {
   return numbers.regular && !numbers.jumps.empty() &&
          std::none_of(numbers.jumps.begin(), numbers.jumps.end(),
@@ -66,7 +67,7 @@ class Repair {
     }
     const bool by_number = numbered && no_stamps(data_.stamps);
     if (by_number) data_.stamps = stamps_by_numbers(data_.numbers, sections, data_.rows, unit_);
-    source_ = by_number ? "By the sample numbers " : "By the time stamps ";
+    source_ = by_number ? "According to the sample numbers, " : "According to the time stamps, ";
     choose(sections);
     const bool doubtful = !by_number && numbered && holes_ == 0 && has_hole_by_number();
     if (doubtful && are_regular(sections, data_.stamps, unit_)) note_contradiction();
@@ -79,7 +80,7 @@ class Repair {
  private:
   struct Edit {
     std::size_t row = 0;
-    std::size_t insert = 0;  ///< rows in front of it; 0: it is left out
+    std::size_t insert = 0;  ///< number of rows inserted before it; 0: the row itself is removed
   };
 
   [[nodiscard]] bool has_hole_by_number() const {
@@ -89,7 +90,7 @@ class Repair {
 
   void note_contradiction() {
     data_.notes.emplace_back(
-        "The time stamps go on evenly where the sample numbers jump: no time is taken to be missing.");
+        "The time stamps continue evenly where the sample numbers jump, so no time is assumed to be missing.");
   }
 
   void choose(const std::vector<RateSection>& sections) {
@@ -104,7 +105,7 @@ class Repair {
       holes_++;
       const auto missing = static_cast<std::size_t>(shift.steps);
       const double step = (data_.stamps[shift.row] - data_.stamps[shift.row - 1]) / static_cast<double>(missing + 1);
-      // The rows that are made up are bounded by those that are there.
+      // No more rows are inserted than the file holds, so that a damaged stamp cannot exhaust memory.
       if (static_cast<double>(missing) * std::abs(step) * unit_ > longest_hole || inserted + missing > data_.rows)
         continue;
       inserted += missing;
@@ -121,12 +122,13 @@ class Repair {
     if (same_values(row)) {
       edits_.push_back({row, 0});
     } else if (contradicted_++ == 0) {
-      data_.notes.push_back(fmt::format(
-          "Rows {} and {} of the data have one number and time, but other values; both are kept.", row, row + 1));
+      data_.notes.push_back(
+          fmt::format("Rows {} and {} of the data have the same number and time but different values; both are kept.",
+                      row, row + 1));
     }
   }
 
-  /// Bit for bit, as values that are missing are alike.
+  /// Compares the values bit by bit, so that missing values count as equal.
   [[nodiscard]] bool same_values(std::size_t row) const {
     bool any = false;
     for (const std::vector<double>& samples : data_.samples) {
@@ -151,7 +153,7 @@ class Repair {
     data_.rows += inserted_ - dropped_;
   }
 
-  /// `between` gives the value at a part of the way from the one before a hole to the one behind it.
+  /// `between` returns the value at a fraction of the way from the last value before a gap to the first one after it.
   template <typename Between>
   std::vector<double> edited(const std::vector<double>& old, Between between) const {
     std::vector<double> result;
@@ -172,7 +174,7 @@ class Repair {
     return result;
   }
 
-  /// Where a row of the data file has come to be.
+  /// Returns the position of a row of the data file in the edited data.
   [[nodiscard]] std::size_t moved(std::size_t row) const {
     std::size_t to = row;
     for (const Edit& edit : edits_) {
@@ -196,13 +198,14 @@ class Repair {
                                         inserted_ == 1 ? ", which has no values." : "; these samples have no values."));
     }
     if (dropped_ > 0) {
-      data_.notes.push_back(fmt::format("Row {} of the data is the row before it once more and was left out{}.",
+      data_.notes.push_back(fmt::format("Row {} of the data repeats the row before it and was left out{}.",
                                         first(false)->row + 1,
                                         dropped_ == 1 ? "" : fmt::format(", and so were {} others", dropped_ - 1)));
     }
   }
 
-  /// The sections of the edited data. Their stated ends count the rows as they were written where they add up to those.
+  /// Returns the sections of the edited data. If their stated ends add up to the rows in the file, they count the rows
+  /// as written and are moved accordingly.
   [[nodiscard]] std::vector<RateSection> fitted_sections(const std::vector<RateSection>& raw) const {
     const std::size_t before = data_.rows - inserted_ + dropped_;
     if (config_.rates.back().end != before) return fitted_rates(config_.rates, data_.rows);

@@ -1,4 +1,4 @@
-// Rows that a data file has lost, or has twice, as its time stamps or sample numbers show.
+// Finds rows that a data file has lost or contains twice, using its time stamps or sample numbers.
 #pragma once
 
 #include <vector>
@@ -8,12 +8,12 @@
 
 namespace readers {
 
-/// The record's sections as stated, made to end where the data do.
+/// Returns the record's sections as stated, fitted to the number of rows in the data.
 std::vector<RateSection> fitted_rates(const std::vector<RateSection>& declared, std::size_t length);
 
-/// Puts rows without values where a few are lost, and takes out rows that are there twice, each with a note. Longer
-/// holes are left, for the stamps to take the record apart there: where there are none, they are made from the
-/// numbers. Returns the sections of what the data are then. `unit`: seconds in one unit of the stamps.
+/// Inserts rows without values where a few are lost and removes rows that are present twice; each change is noted.
+/// Longer gaps are left, because the stamps will split the record there; if there are no stamps, they are made from the
+/// numbers. Returns the sections of the edited data. `unit` is the number of seconds in one unit of the stamps.
 std::vector<RateSection> repair_rows(const ComtradeConfig& config, double unit, ComtradeData& data);
 
 }  // namespace readers

@@ -19,7 +19,7 @@ namespace readers {
 
 namespace {
 
-/// A row that may be of the table's head, kept while it is not known where the data begin.
+/// A row that may belong to the table's heading; it is kept until the start of the data is found.
 struct HeadRow {
   std::size_t line = 0;
   std::vector<std::string> cells;
@@ -55,7 +55,7 @@ class TableReader {
   }
 
  private:
-  // What a cell holds.
+  // The value in a cell.
   struct Cell {
     std::optional<double> number;
     bool comma = false;  ///< written with a decimal comma
@@ -93,20 +93,21 @@ class TableReader {
     for (; row != nullptr; row = rows.next()) add_row(*row);
   }
 
-  /// A row in front of the data, by the first cell that holds anything: data have a number or a time there.
+  /// Returns whether a row precedes the data, judged by its first non-empty cell: in data it is a number or a time.
   static bool is_head(const Row& row) {
     const auto cell = std::find_if(row.cells.begin(), row.cells.end(), [](const auto& c) { return !c.empty(); });
     return cell == row.cells.end() || !(cell_of(*cell).number || parse_time_stamp(*cell) || looks_like_date(*cell));
   }
 
-  /// Digits with hyphens, slashes or points between, as in a column of dates beside one of times.
+  /// Returns whether a cell has digits separated by hyphens, slashes or points, as in a column of dates next to one of
+  /// times.
   static bool looks_like_date(std::string_view cell) {
     return cell.size() >= 8 && cell.find_first_not_of("0123456789-/.") == cell.npos &&
            std::count_if(cell.begin(), cell.end(), [](char c) { return c == '-' || c == '/' || c == '.'; }) == 2;
   }
 
-  /// Names and units are the last rows in front of the data that have as many cells; instruments write remarks of other
-  /// shapes above.
+  /// Reads names and units from the last rows before the data that have as many cells as the data; the remarks that
+  /// instruments write above them have other shapes.
   void read_head(const std::vector<HeadRow>& head, const Row* data) {
     if (head.empty()) return;
     std::size_t names = head.size() - 1;
@@ -146,13 +147,13 @@ class TableReader {
 
   void note_remarks(std::size_t rows) {
     if (rows == 0) return;
-    notes_.push_back(rows == 1 ? "The line in front of the table was passed over."
-                               : fmt::format("The {} lines in front of the table were passed over.", rows));
+    notes_.push_back(rows == 1 ? "The line before the table was skipped."
+                               : fmt::format("The {} lines before the table were skipped.", rows));
   }
 
-  /// What the columns hold, by the first row of data.
+  /// Determines from the first row of data what each column holds.
   void find_kinds(const Row& row) {
-    if (row.cells.size() != columns_.size()) return;  // refused when the row is taken
+    if (row.cells.size() != columns_.size()) return;  // add_row refuses such a row
     for (std::size_t i = 0; i < row.cells.size(); i++) {
       const std::string_view cell = row.cells[i];
       if (cell.empty() || cell_of(cell).number) continue;
@@ -169,14 +170,15 @@ class TableReader {
       }
     }
     if (time_column_ && !time_stamps_ && !seconds_per(headings_[*time_column_].unit)) {
-      throw ReadError(file_, line_place(time_line_), "the time is in " + cited(headings_[*time_column_].unit),
-                      "give it in seconds (s), ms or us");
+      throw ReadError(file_, line_place(time_line_),
+                      "the time unit " + cited(headings_[*time_column_].unit) + " is not supported",
+                      "give the time in seconds (s), ms or us");
     }
   }
 
   [[noreturn]] void refuse_cells(const Row& row, std::size_t wanted) const {
     throw ReadError(file_, line_place(row.line),
-                    fmt::format("the row has {} cells where {} belong", row.cells.size(), wanted),
+                    fmt::format("the row has {} cells instead of {}", row.cells.size(), wanted),
                     "correct or remove the row");
   }
 
@@ -189,7 +191,7 @@ class TableReader {
     for (std::size_t i = 0; i < columns_.size(); i++) {
       if (!is_text_[i]) columns_[i].push_back(number_in(row, i));
     }
-    // Without names the first column may turn out to hold the time.
+    // If the columns have no names, the first one may turn out to hold the time.
     const std::size_t time = time_column_.value_or(0);
     if ((time_column_ || !named_) && !time_stamps_) time_digits_.take(row.cells[time]);
     row_lines_.push_back(row.line);
@@ -213,7 +215,7 @@ class TableReader {
       const std::string other = read.comma ? fmt::format("comma where {} has a point", line_place(point_line_))
                                            : fmt::format("point where {} has a comma", line_place(comma_line_));
       throw ReadError(file_, line_place(row.line), fmt::format("{} has a decimal {}", cell_place(row, column), other),
-                      "write all numbers alike");
+                      "use the same decimal sign in all numbers");
     }
     return *read.number;
   }
@@ -221,18 +223,19 @@ class TableReader {
   double time_of_day(const Row& row, std::size_t column) {
     const auto time = parse_time_stamp(row.cells[column]);
     if (!time) {
-      throw ReadError(file_, line_place(row.line), cell_place(row, column) + " is no time stamp",
-                      "write it as those before, as in 10:00:00.000156");
+      throw ReadError(file_, line_place(row.line), cell_place(row, column) + " is not a time stamp",
+                      "write it like those before it, for example 10:00:00.000156");
     }
     const std::vector<double>& before = columns_[column];
     const std::string_view cell = row.cells[column];
     const bool hours = std::count(cell.begin(), cell.end(), ':') == 2;
-    if (before.empty() && !hours) notes_.emplace_back("The times are taken for minutes and seconds.");
+    if (before.empty() && !hours) notes_.emplace_back("The times are read as minutes and seconds.");
     const double cycle = hours ? 86400 : 3600;
     const std::string_view date = date_column_ ? row.cells[*date_column_] : std::string_view(time->date);
     if (!before.empty()) {
-      // A step back by half a day or more is midnight, if the date has nothing against it. A new date without such a
-      // step is a day later at least, however many: more than any record has between two rows.
+      // A step back by half a day or more means midnight, unless the date contradicts it. A new date without such a
+      // step is at least one day later. The exact number of days does not matter, because no record has a whole day
+      // between two rows.
       const bool back = time->seconds_of_day + days_ * cycle < before.back() - cycle / 2;
       const bool dated = !date.empty() && hours;
       if (dated ? date != date_ : back) days_++;
@@ -254,7 +257,7 @@ class TableReader {
       notes_.push_back("The first column counts the samples and was left out.");
     } else {
       time_column_ = 0;
-      notes_.push_back("The first column is taken for the time in seconds.");
+      notes_.push_back("The first column is read as the time in seconds.");
     }
   }
 
@@ -267,7 +270,7 @@ class TableReader {
     const double in_file = rate_of_times();
     if (given > 0 && std::abs(given - in_file) > 1e-3 * in_file) {
       notes_.push_back(
-          fmt::format("The rate given ({} samples per second) was not used, as the times in the table make it {}.",
+          fmt::format("The given rate ({} samples per second) was not used, because the times in the table give {}.",
                       number_text(given), number_text(in_file)));
     }
     return in_file;
@@ -276,37 +279,37 @@ class TableReader {
   double rate_of_times() {
     const Times times{columns_[*time_column_], time_digits_};
     if (times.values.size() < 2) {
-      throw ReadError(file_, line_place(row_lines_.front()), "a single row does not tell the sampling rate",
+      throw ReadError(file_, line_place(row_lines_.front()), "the sampling rate cannot be derived from a single row",
                       "choose a table with more rows");
     }
     if (const auto jump = first_jump(times)) {
       throw ReadError(file_, line_place(row_lines_[*jump]),
                       fmt::format("the time jumps from {} to {}, unlike the steps elsewhere",
                                   number_text(times.values[*jump - 1]), number_text(times.values[*jump])),
-                      "cut the table there: samples must follow at one rate");
+                      "cut the table there, because samples must follow one another at one rate");
     }
     const double unit = time_stamps_ ? 1 : *seconds_per(headings_[*time_column_].unit);
     const double step = mean_step(times.values) * unit;
     if (!(step > 0)) {
-      throw ReadError(file_, line_place(row_lines_[1]), "the time does not rise", "correct the column of times");
+      throw ReadError(file_, line_place(row_lines_[1]), "the time does not increase", "correct the column of times");
     }
     const double rate = rate_of_step(step);
     if (has_uneven_steps(times.values)) {
       notes_.push_back(fmt::format(
-          "The times are rounded to {} s; all together they make the sampling rate {} samples per second.",
+          "The times are rounded to {} s; taken together they give a sampling rate of {} samples per second.",
           number_text(2 * times.digits.least_rounding() * unit), number_text(std::round(rate * 1e3) / 1e3)));
     }
     return rate;
   }
 
-  /// A column without name or value, as a separator at the end of every line makes.
+  /// Returns whether a column has neither name nor values; a separator at the end of every line produces such a column.
   [[nodiscard]] bool is_blank(std::size_t column) const {
     const std::vector<double>& values = columns_[column];
     return headings_[column].name.empty() &&
            std::all_of(values.begin(), values.end(), [](double value) { return std::isnan(value); });
   }
 
-  static constexpr std::size_t most_head = 200;  ///< rows in front of the data
+  static constexpr std::size_t most_head = 200;  ///< largest number of rows before the data
 
   const std::string& file_;
   Lines lines_;
@@ -319,9 +322,9 @@ class TableReader {
   std::optional<std::size_t> counter_column_;
   std::size_t time_line_ = 0;
   bool time_stamps_ = false;
-  double days_ = 0;  ///< or hours, of times without them
+  double days_ = 0;  ///< number of midnights passed, or of full hours for times without hours
   std::optional<std::size_t> date_column_;
-  std::string date_;  ///< of the row before
+  std::string date_;  ///< date of the previous row
   WrittenDigits time_digits_;
   std::vector<std::size_t> row_lines_;
   std::size_t comma_line_ = 0;  ///< first line with a decimal comma; 0: none yet

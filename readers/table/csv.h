@@ -1,4 +1,4 @@
-// Reads waveform records from text tables: a column per channel, a row per sampling moment.
+// Reads waveform records from text tables with one column per channel and one row per sampling instant.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 namespace readers {
 
 /// Reads a table whose columns are separated by commas, semicolons or tabs, with or without a line of column names and
-/// with or without a column of times; lines in front that start with '#' are passed over. `file` is the table's name
-/// for messages. The sampling rate is needed in `options` where no column holds the time. Throws ReadError.
+/// with or without a column of times; lines before it that start with '#' are skipped. `file` is the table's name for
+/// messages. If no column holds the time, `options` must give the sampling rate. Throws ReadError.
 ///
 /// Names may end in a unit: "v1_V", "Ua [kV]", "Ub (V)", "t/ms". Columns without a name are called "column 3".
 Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options = {});

@@ -6,7 +6,7 @@ namespace readers {
 
 namespace {
 
-/// Of times the unit may also follow as a word: "Zeit in ms", "Time, ms".
+/// Splits the heading of a time column, whose unit may also follow as a word: "Zeit in ms", "Time, ms".
 Heading time_heading_of(const std::string& text) {
   const std::size_t start = text.find_last_of(" ,");
   if (start == text.npos || !seconds_per(text.substr(start + 1))) return {text, ""};
@@ -24,7 +24,7 @@ std::optional<double> seconds_per(const std::string& unit) {
   const std::string small = lower_case(unit);
   if (is_one_of(small, {"", "s", "sec", "secs", "second", "seconds", "sekunden", "с", "сек"})) return 1;
   if (is_one_of(small, {"ms", "msec", "millisecond", "milliseconds", "millisekunden", "мс"})) return 1e-3;
-  // The sign of micro is written as such or as the Greek letter.
+  // The micro sign is written either as such or as the Greek letter.
   if (is_one_of(small, {"us", "usec", "\xC2\xB5s", "\xCE\xBCs", "microsecond", "microseconds", "мкс"})) return 1e-6;
   return std::nullopt;
 }
@@ -58,7 +58,7 @@ Heading heading_of(std::string_view cell) {
     if (start != all.npos) unit = all.substr(start + 1);
   }
   const std::string_view name = trimmed(all.substr(0, start));
-  // Square brackets hold units, known here or not, unless it is the letter of a phase.
+  // Text in square brackets is a unit, whether known here or not, unless it is the letter of a phase.
   const bool certain = all.ends_with(']') && !is_one_of(lower_case(unit), {"a", "b", "c"});
   if (unit.empty() || name.empty() || (!certain && !is_unit(unit, name))) return time_heading_of(text);
   return {std::string(name), std::string(unit)};

@@ -1,4 +1,4 @@
-// Names of a table's columns, taken apart into name and unit.
+// Splits the headings of a table's columns into name and unit.
 #pragma once
 
 #include <optional>
@@ -12,16 +12,18 @@ struct Heading {
   std::string unit;
 };
 
-/// Takes a name and its unit apart.
+/// Splits a heading into its name and its unit.
 Heading heading_of(std::string_view cell);
 
-/// Seconds in one unit of the time column; seconds when the name has none.
+/// Returns the seconds in one unit of the time column; a heading without a unit means seconds. Returns nothing for an
+/// unknown unit.
 std::optional<double> seconds_per(const std::string& unit);
 
-/// Whether `word` behind `name` is a unit. "A" may as well be phase A, as in U_A: it is ampere for currents only.
+/// Returns whether `word` after `name` is a unit. "A" may also be phase A, as in U_A, so it counts as ampere for
+/// currents only.
 bool is_unit(std::string_view word, std::string_view name);
 
-/// The unit that a cell of a unit row gives: "V", "[V]", "(V)".
+/// Returns the unit in a cell of a row of units: "V", "[V]", "(V)".
 std::string bare_unit(std::string_view cell);
 
 bool names_time(const Heading& heading);

@@ -8,8 +8,8 @@ namespace readers {
 
 namespace {
 
-/// The separator of a table, by a line of it: what is no separator may well stand in names or decimal numbers, the
-/// comma first of all.
+/// Returns the separator of a table, judged by one of its lines. Characters that are not the separator may occur in
+/// names or in decimal numbers, above all the comma, so the comma is considered last.
 char separator_in(std::string_view line) {
   bool in_quotes = false;
   bool semicolon = false;
@@ -22,7 +22,7 @@ char separator_in(std::string_view line) {
   return semicolon ? ';' : ',';
 }
 
-/// Whether a line may be one of data: its first sign is one of a number.
+/// Returns whether a line may hold data, which is so if its first character after signs and separators is a digit.
 bool starts_with_number(std::string_view line) {
   const std::size_t first = line.find_first_not_of(" \t\"+-.,;");
   return first != line.npos && line[first] >= '0' && line[first] <= '9';
@@ -63,7 +63,8 @@ void Rows::split(std::string_view line) {
   }
 }
 
-/// A row with quotation marks; a quoted cell may go on over several lines. False for one without cells.
+/// Splits a row that contains quotation marks; a quoted cell may extend over several lines. Returns false if the row
+/// has no cells.
 bool Rows::parse(std::string_view line) {
   row_complete_ = false;
   quoted_.clear();
@@ -89,11 +90,12 @@ void Rows::feed(std::string_view text) {
 void Rows::check(bool accepted) const {
   if (failure_) std::rethrow_exception(failure_);
   if (accepted) return;
-  throw ReadError(file_, line_place(lines_.number()), "a quotation mark stands alone or in the middle of a cell",
-                  "put cells that need quotation marks in a pair of them");
+  throw ReadError(file_, line_place(lines_.number()), "a quotation mark is unpaired or in the middle of a cell",
+                  "enclose each cell that needs quotation marks in a pair of them");
 }
 
-// The C code that calls these must not see an exception: it is kept, and thrown again behind it.
+// The C code that calls these functions must not see an exception, so it is stored and rethrown once that code has
+// returned.
 void Rows::on_cell(void* cell, std::size_t size, void* self_pointer) noexcept {
   auto* self = static_cast<Rows*>(self_pointer);
   try {

@@ -1,4 +1,4 @@
-// A text table split into rows of cells.
+// Splits a text table into rows of cells.
 #pragma once
 
 #include <csv.h>
@@ -15,19 +15,19 @@ namespace readers {
 
 struct Row {
   std::size_t line = 0;
-  std::vector<std::string_view> cells;  ///< trimmed; valid until the next row is asked for
+  std::vector<std::string_view> cells;  ///< trimmed; valid until the next row is requested
 };
 
-/// Splits a table into rows of cells, one at a time. Blank lines are passed over.
+/// Splits a table into rows of cells, one row at a time. Blank lines are skipped.
 class Rows {
  public:
-  /// `file`: its name, for messages.
+  /// `file` is the table's name for messages.
   Rows(const std::string& file, Lines lines, char separator);
   ~Rows();
   Rows(const Rows&) = delete;
   Rows& operator=(const Rows&) = delete;
 
-  /// Nothing when the table is used up.
+  /// Returns the next row, or null when no row is left.
   const Row* next();
 
  private:
@@ -48,8 +48,9 @@ class Rows {
   std::exception_ptr failure_;
 };
 
-/// Steps over blank lines and remarks in front of the table; `lines` then gives its first line. Returns the table's
-/// separator: what the line "sep=;" of a spreadsheet says, otherwise by the first line that looks like data.
+/// Skips blank lines and remarks before the table, after which `lines` gives its first line. Returns the table's
+/// separator: the one given by the line "sep=;" of a spreadsheet, or otherwise the one in the first line that looks
+/// like data.
 char skip_to_table(Lines& lines);
 
 }  // namespace readers

@@ -11,7 +11,7 @@ namespace readers {
 
 namespace {
 
-/// std::pow takes long, and is asked for each row.
+/// The powers are tabulated because std::pow is slow and this is called for each row.
 double power_of_ten(int exponent) {
   constexpr int largest = 40;
   static const auto powers = [] {
@@ -22,18 +22,19 @@ double power_of_ten(int exponent) {
   return powers[static_cast<std::size_t>(std::clamp(exponent, -largest, largest) + largest)];
 }
 
-/// As far as it makes a difference: none is too large to be written.
+/// Returns the exponent, limited to a range beyond which it makes no difference, because a file may contain one of any
+/// size.
 int exponent_in(std::string_view text) {
   constexpr double largest = 1000;
   return static_cast<int>(std::fmax(-largest, std::fmin(parse_number(text).value_or(0), largest)));
 }
 
-/// Whether a time is written without hours. Without a fraction the same would be hours and minutes.
+/// Returns whether a time is written without hours. Without a fraction the same form would be hours and minutes.
 bool is_minutes_and_seconds(std::string_view time) {
   return std::count(time.begin(), time.end(), ':') == 1 && time.find('.', time.find(':')) != time.npos;
 }
 
-/// Takes "AM" or "PM" off the end of a time; nothing where there is none.
+/// Removes "AM" or "PM" from the end of a time and returns whether it was "PM"; nothing if there is neither.
 std::optional<bool> take_afternoon(std::string& time) {
   const std::string small = lower_case(time);
   for (const bool afternoon : {false, true}) {
@@ -49,14 +50,14 @@ std::optional<bool> take_afternoon(std::string& time) {
 
 constexpr double relative_step = 1e-3;
 
-/// How far the step from one time of the column to the next may be off the real one.
+/// Returns how far the step between two consecutive times of the column may differ from the true step.
 double step_tolerance(const Times& times, double step, double from, double to) {
   const double rounding = times.digits.rounding(from) + times.digits.rounding(to);
   return relative_step * std::abs(step) + (1 + relative_step) * rounding;
 }
 
-/// The step from time to time as it is nearly everywhere. The mean alone would be spoilt by a jump, the median is as
-/// coarse as the times are written: the mean of all that are near the median is neither.
+/// Returns the step that is found nearly everywhere. A jump would distort the plain mean, and the median is only as
+/// fine as the written times; the mean of all steps near the median avoids both.
 double usual_step(const Times& times, const std::vector<double>& steps) {
   std::vector<double> sorted = steps;
   const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);

@@ -1,4 +1,4 @@
-// Times as tables write them: how finely, as numbers or as time stamps, and how they step.
+// Examines the times in a table: how finely they are written, as numbers or as time stamps, and how they progress.
 #pragma once
 
 #include <cstddef>
@@ -10,18 +10,19 @@
 
 namespace readers {
 
-/// How finely the numbers of a column are written. One number does not tell, as trailing zeros may be left out.
+/// Tracks how finely the numbers of a column are written. A single number does not show it, because trailing zeros may
+/// be omitted.
 class WrittenDigits {
  public:
   void take(std::string_view number);
 
-  /// The same for a number of which only the decimals are known; it has all digits before the point.
+  /// Records a number of which only the decimals are known; all its digits before the point are assumed to be written.
   void take_decimals(int decimals);
 
-  /// By how much any number of the column may have been rounded at least.
+  /// Returns the smallest rounding error that any number of the column may have.
   [[nodiscard]] double least_rounding() const;
 
-  /// By how much a column's number may have been rounded when it was written.
+  /// Returns the rounding error that this number of the column may have.
   [[nodiscard]] double rounding(double number) const;
 
  private:
@@ -37,20 +38,21 @@ struct Times {
   const WrittenDigits& digits;
 };
 
-/// A time stamp such as "2026-11-21 10:00:00.000156", "21.11.2026 10:00:00,5", "10:00:00.5Z" or "10:00:00.5 PM", and
-/// as spreadsheets show it when left to themselves "00:00.5", minutes and seconds. What goes over midnight is put right
+/// Parses a time stamp such as "2026-11-21 10:00:00.000156", "21.11.2026 10:00:00,5", "10:00:00.5Z" or "10:00:00.5 PM",
+/// or minutes and seconds as spreadsheets show them by default ("00:00.5"). Times that cross midnight are corrected
 /// later.
 std::optional<WrittenTime> parse_time_stamp(std::string_view cell);
 
-/// Where the step from one time to the next is another than elsewhere, as the index of the later one.
+/// Returns the index of the first time whose step from the previous one differs from the usual step.
 std::optional<std::size_t> first_jump(const Times& times);
 
 double mean_step(const std::vector<double>& times);
 
-/// Whether times are written so coarsely that one step from time to time does not tell the rate.
+/// Returns whether the times are written so coarsely that a single step does not give the rate.
 bool has_uneven_steps(const std::vector<double>& times);
 
-/// Digits of the times keep a rate from coming out whole; next to a whole one that is what is meant.
+/// Returns the rate for a step. Rounded times keep the rate from being exactly whole, so a rate that is close to a
+/// whole number is rounded to it.
 double rate_of_step(double seconds);
 
 }  // namespace readers

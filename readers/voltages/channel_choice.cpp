@@ -30,7 +30,7 @@ std::string channel_list(const Record& record) {
                   "choose one to three of the channels by name or number: " + channel_list(record));
 }
 
-/// Whether `text` names the channel; tables may spell its unit behind the name.
+/// Returns whether `text` names the channel; in tables the unit may follow the name.
 bool is_named(const Channel& channel, std::string_view text) {
   return text == channel.name || (!channel.unit.empty() && (text == channel.name + "_" + channel.unit ||
                                                             text == channel.name + " [" + channel.unit + "]" ||
@@ -48,7 +48,7 @@ std::size_t channel_named(const Record& record, std::string_view text) {
   const std::vector<std::size_t>& found = exact.empty() ? in_any_case : exact;
   if (found.size() == 1) return found[0];
   if (found.size() > 1) {
-    refuse_names(record, fmt::format("{} channels go by the name {}", found.size(), cited(text)));
+    refuse_names(record, fmt::format("{} channels have the name {}", found.size(), cited(text)));
   }
   const auto number = parse_count(text);
   if (number && *number >= 1 && *number <= record.channels.size()) return *number - 1;
@@ -59,8 +59,13 @@ std::size_t channel_named(const Record& record, std::string_view text) {
 
 VoltageSet named_voltage_set(const Record& record, const std::string& names) {
   const std::vector<std::string_view> parts = split_fields(names, ',');
+<<<<<<< HEAD
   if (parts.size() > 3) {
     refuse_names(record, "one to three channels separated by commas are needed, not " + cited(names));
+=======
+  if (parts.size() != 3) {
+    refuse_names(record, "three channel names separated by commas are needed, not " + cited(names));
+>>>>>>> english
   }
   VoltageSet set;
   set.count = parts.size();

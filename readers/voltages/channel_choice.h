@@ -1,4 +1,4 @@
-// The three voltages that a user names.
+// Selects the three voltages that a user names.
 #pragma once
 
 #include <string>
@@ -8,9 +8,9 @@
 
 namespace readers {
 
-/// The set that a user names: "A,B,C" as channel names (exact first, then without regard to letter case) or 1-based
-/// channel numbers. A name may have its unit behind it, as in the heading of a table: "v1_V". Throws ReadError listing
-/// the channels there are when one is not found or ambiguous.
+/// Returns the set that a user names as "A,B,C", by channel names (an exact match first, then one that ignores letter
+/// case) or by 1-based channel numbers. A unit may follow a name, as in the heading of a table: "v1_V". Throws
+/// ReadError with a list of the channels when a name is not found or ambiguous.
 VoltageSet named_voltage_set(const Record& record, const std::string& names);
 
 }  // namespace readers

@@ -1,4 +1,4 @@
-// Fourier sums: how much of a stretch of samples is at one frequency, and where it stands.
+// Computes Fourier sums, which give the amplitude and phase of a section of samples at one frequency.
 #pragma once
 
 #include <complex>
@@ -9,13 +9,13 @@
 
 namespace readers {
 
-/// What the samples of a stretch are multiplied by: a pointer of length `size` that turns back once in `period`
-/// samples.
+/// The factors by which the samples of a section are multiplied: a phasor of length `size` that turns backwards once in
+/// `period` samples.
 using Rotation = std::vector<std::complex<double>>;
 Rotation rotation_of(double period, std::size_t length, double size = 1);
 
-/// The sum over `length` samples from `begin` on, the first of which meets the rotation's entry `turn`. Behind its end
-/// the rotation begins anew. Samples that are not there count for nothing.
+/// Returns the sum over `length` samples from `begin` on; the first of them is multiplied by the rotation's entry
+/// `turn`. After its last entry the rotation starts again at the first. Missing samples do not contribute.
 template <typename Sample>
 std::complex<double> fourier_sum(const std::vector<Sample>& samples, std::size_t begin, std::size_t length,
                                  const Rotation& rotation, std::size_t turn = 0) {

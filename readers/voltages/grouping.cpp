@@ -14,14 +14,14 @@ namespace {
 /// Channels that may be part of a set.
 using Candidates = std::vector<const NamedChannel*>;
 
-/// One way to see a channel: as this phase of what goes by the name `rest`.
+/// One interpretation of a channel: as the given phase of the group whose common name is `rest`.
 struct Reading {
   std::size_t channel = 0;
   std::size_t phase = 0;
   std::string rest;
 };
 
-constexpr char phase_place = '\x01';  // stands where the phase was; names have no control characters
+constexpr char phase_place = '\x01';  // replaces the phase in a name; names contain no control characters
 
 Reading read_mark(const NamedChannel& channel, const PhaseMark& mark) {
   Reading reading{channel.index, mark.phase, channel.name};
@@ -29,15 +29,15 @@ Reading read_mark(const NamedChannel& channel, const PhaseMark& mark) {
   return reading;
 }
 
-/// The sets that readings complete are added to `sets`, their channels marked as taken.
+/// Collects the sets that the readings complete, and marks their channels as taken.
 class SetCollector {
  public:
   explicit SetCollector(std::size_t channels) : taken_(channels, false) {}
 
   [[nodiscard]] bool is_taken(std::size_t channel) const { return taken_[channel]; }
 
-  /// Makes sets of channels that differ in nothing but the phase. Several sets may go by one name: the first A belongs
-  /// to the first B and C, and so on, as long as there are equally many.
+  /// Forms sets of channels whose names differ only in the phase. If several sets share a name, the first A belongs to
+  /// the first B and C, and so on, provided that there are equally many of each.
   void add_matching(const std::vector<Reading>& readings, PhaseSource source) {
     std::map<std::string, std::array<std::vector<std::size_t>, 3>> groups;
     for (const Reading& reading : readings) {
@@ -48,7 +48,7 @@ class SetCollector {
       if (phases[0].size() != phases[1].size() || phases[0].size() != phases[2].size()) continue;
       for (std::size_t i = 0; i < phases[0].size(); i++) found.push_back({phases[0][i], phases[1][i], phases[2][i]});
     }
-    // Where a channel could go into several, its neighbours are the likelier company.
+    // If a channel fits into several sets, the one made of its neighbours is the likeliest.
     const auto rank = [](const std::array<std::size_t, 3>& set) {
       const auto [first, last] = std::minmax({set[0], set[1], set[2]});
       return std::pair(last - first, first);
@@ -78,10 +78,11 @@ class SetCollector {
   std::vector<VoltageSet> sets_;
 };
 
-/// Which units channels may have, those of other quantities never; or none, with a name that is a phase and no more.
+/// Selects channels by unit: only units of voltage; any unit except those of other quantities; or no unit, in which
+/// case the name is just a phase.
 enum class Units { of_voltage, any, none };
 
-/// Channels that may be phase voltages.
+/// Returns the channels that may be phase voltages.
 Candidates candidates_in(const NamedChannels& channels, Units units) {
   Candidates candidates;
   for (const NamedChannel& channel : channels) {
@@ -94,7 +95,7 @@ Candidates candidates_in(const NamedChannels& channels, Units units) {
   return candidates;
 }
 
-/// As the phase fields say, whatever in the name agrees with them taken out.
+/// Reads phases from the phase fields and removes the part of the name that agrees with them.
 std::vector<Reading> readings_by_field(const Candidates& candidates) {
   std::vector<Reading> readings;
   for (const NamedChannel* candidate : candidates) {
@@ -107,7 +108,7 @@ std::vector<Reading> readings_by_field(const Candidates& candidates) {
   return readings;
 }
 
-/// As the names say, whatever the phase fields do: some programs fill them without care.
+/// Reads phases from the names and ignores the phase fields, which some programs fill in carelessly.
 std::vector<Reading> readings_by_name(const Candidates& candidates, Alphabet alphabet) {
   std::vector<Reading> readings;
   for (const NamedChannel* candidate : candidates) {
@@ -130,7 +131,7 @@ std::vector<Reading> readings_without_numbers(const Candidates& candidates) {
   return readings;
 }
 
-/// The phase of a channel whose name has no partners.
+/// Returns the phase of a channel whose name matches no other channels.
 std::optional<std::size_t> lone_phase(const NamedChannel& channel) {
   if (channel.field.phase) return channel.field.phase;
   for (const PhaseMark& mark : channel.marks) {
@@ -139,7 +140,7 @@ std::optional<std::size_t> lone_phase(const NamedChannel& channel) {
   return std::nullopt;
 }
 
-/// Makes sets of channels that follow each other as A, B, C in the file.
+/// Forms sets of channels that follow one another as A, B, C in the file.
 void add_consecutive(const Candidates& candidates, SetCollector& collector) {
   std::vector<std::size_t> run;
   for (const NamedChannel* candidate : candidates) {
@@ -153,7 +154,7 @@ void add_consecutive(const Candidates& candidates, SetCollector& collector) {
   }
 }
 
-/// Voltages between phases, by their phase field or else by their name.
+/// Reads which voltages are line-to-line voltages, either from their phase fields or from their names.
 std::vector<Reading> pair_readings(const NamedChannels& channels, bool by_field) {
   std::vector<Reading> readings;
   for (const NamedChannel& channel : channels) {
@@ -178,7 +179,7 @@ std::vector<VoltageSet> phase_sets(const NamedChannels& channels, Units units) {
   return std::move(collector).in_file_order();
 }
 
-/// Where the name plainly tells another phase than the phase field, one of which the set is made by.
+/// Marks channels whose name and phase field clearly give different phases, one of which was used to form the set.
 void mark_doubtful(const NamedChannels& channels, VoltageSet& set) {
   for (std::size_t phase = 0; phase < 3; phase++) {
     const NamedChannel& channel = channels[set.channels[phase]];

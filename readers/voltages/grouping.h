@@ -1,4 +1,4 @@
-// Groups channels into sets of three voltages by what they are called.
+// Groups channels into sets of three voltages by their names.
 #pragma once
 
 #include <vector>
@@ -8,10 +8,10 @@
 
 namespace readers {
 
-/// All complete sets of phase-to-neutral voltages, in file order; whether they are live is left open.
+/// Returns all complete sets of phase-to-neutral voltages in file order; whether they are live is not decided here.
 std::vector<VoltageSet> grouped_phase_voltages(const NamedChannels& channels);
 
-/// The same for voltages between phases.
+/// Does the same for line-to-line voltages.
 std::vector<VoltageSet> grouped_line_to_line_voltages(const NamedChannels& channels);
 
 }  // namespace readers

@@ -13,7 +13,8 @@ namespace readers {
 
 namespace {
 
-/// Root mean square of the values that are there, in volts, or in its own unit when that is none.
+/// Returns the root mean square of the existing values, in volts, or in the channel's unit if that is not a unit of
+/// voltage.
 double rms_volts(const Channel& channel, double volts_per_unit) {
   double sum = 0;
   std::size_t count = 0;
@@ -25,7 +26,7 @@ double rms_volts(const Channel& channel, double volts_per_unit) {
   return count == 0 ? 0 : volts_per_unit * std::sqrt(sum / static_cast<double>(count));
 }
 
-/// Whether the values that are there do not change.
+/// Returns whether all existing values are equal.
 bool is_flat(const Channel& channel) {
   std::size_t count = 0;
   double first = 0;
@@ -34,11 +35,12 @@ bool is_flat(const Channel& channel) {
     if (count++ == 0) first = value;
     if (value != first) return false;
   }
-  return count > 2;  // of one or two values there is no telling
+  return count > 2;  // one or two values are too few to decide
 }
 
-/// How much of a channel's energy is at the line's frequency: of one-cycle stretches all over the record; nothing where
-/// there is no such stretch. Leaves room for lines that are off their frequency and for distortion.
+/// Returns the fraction of a channel's energy that is at the line frequency, measured over one-cycle windows throughout
+/// the record; nothing if there is no such window. The threshold leaves room for off-nominal frequency and for
+/// distortion.
 std::optional<double> share_at_line_frequency(const Record& record, std::size_t channel, double frequency) {
   constexpr std::size_t most_cycles = 100;
   const std::vector<double>& samples = record.channels[channel].samples;
@@ -75,10 +77,10 @@ bool shows_line_frequency(const Record& record, const VoltageSet& set) {
       measured = true;
     }
   }
-  return !measured;  // what cannot be told is no fault
+  return !measured;  // a set that cannot be measured is not rejected
 }
 
-/// Takes the life of sets that do not pass a test where others do.
+/// Marks sets that fail a test as not live if another set passes it.
 template <typename Test>
 void prefer(std::vector<VoltageSet>& sets, Test passes) {
   std::vector<bool> passed;

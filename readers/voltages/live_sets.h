@@ -1,4 +1,4 @@
-// Which sets of voltages are worth analysing, by their samples.
+// Decides from the samples which sets of voltages are worth analysing.
 #pragma once
 
 #include <vector>
@@ -9,11 +9,11 @@
 
 namespace readers {
 
-/// A set is live when none of its phases is flat throughout and the largest is no mere noise beside the record's
-/// largest. One phase may well be low: that is what a long dip looks like.
+/// Marks a set as live when none of its phases is constant throughout and its largest voltage is more than noise
+/// compared with the record's largest. A single phase may well be low, because that is what a long dip looks like.
 void mark_live(const Record& record, const NamedChannels& channels, std::vector<VoltageSet>& sets);
 
-/// The same, and puts live sets before the others.
+/// Does the same and moves live sets to the front.
 void put_live_first(const Record& record, const NamedChannels& channels, std::vector<VoltageSet>& sets);
 
 }  // namespace readers

@@ -29,8 +29,8 @@ VoltsPerUnit volts_per_unit(const Record& record, std::size_t channel) {
   const NamedChannel named(source, channel);
   if (named.volts) return {*named.volts, trimmed(source.unit).empty()};
   if (!named.of_another_quantity && named.sounds_like_voltage) return {1, true};
-  throw ReadError(record.file, "channel " + cited(source.name), "the unit " + cited(source.unit) + " is no voltage",
-                  "choose channels in V, kV, mV or MV");
+  throw ReadError(record.file, "channel " + cited(source.name),
+                  "the unit " + cited(source.unit) + " is not a unit of voltage", "choose channels in V, kV, mV or MV");
 }
 
 }  // namespace readers

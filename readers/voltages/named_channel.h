@@ -1,4 +1,4 @@
-// What a channel's name, phase field and unit say, taken apart once for all who ask.
+// The information in a channel's name, phase field and unit, extracted once for all users of it.
 #pragma once
 
 #include <cstddef>
@@ -14,31 +14,31 @@ namespace readers {
 struct NamedChannel {
   NamedChannel(const Channel& channel, std::size_t position);
 
-  std::size_t index;             ///< among the record's channels
-  std::string name;              ///< in lower case
-  std::vector<PhaseMark> marks;  ///< where the name may tell the phase
-  std::optional<PairMark> pair;  ///< between which phases it says that the voltage is
+  std::size_t index;             ///< index among the record's channels
+  std::string name;              ///< the name in lower case
+  std::vector<PhaseMark> marks;  ///< places in the name that may give the phase
+  std::optional<PairMark> pair;  ///< the two phases between which the name says that the voltage is
   PhaseField field;
   bool has_unit;
-  std::optional<double> volts;  ///< in one unit; none for a unit that is none of voltage
-  bool of_another_quantity;     ///< by its unit, surely
-  bool sounds_like_voltage;     ///< by its name
+  std::optional<double> volts;  ///< volts in one unit; nothing if the unit is not a unit of voltage
+  bool of_another_quantity;     ///< the unit is certainly that of another quantity
+  bool sounds_like_voltage;     ///< the name suggests a voltage
   bool sounds_like_current;
-  bool computed;  ///< a phasor figure and no waveform, by its name
+  bool computed;  ///< the name says that it is a phasor quantity, not a waveform
 };
 using NamedChannels = std::vector<NamedChannel>;
 
-/// One for each channel of a record, in order.
+/// Returns one entry for each channel of a record, in order.
 NamedChannels named_channels(const Record& record);
 
-/// Volts in one unit of a channel's samples.
+/// The number of volts in one unit of a channel's samples.
 struct VoltsPerUnit {
   double factor = 1;
-  bool assumed = false;  ///< the unit does not say it: there is none, or it is that of something else
+  bool assumed = false;  ///< the unit does not give the factor: it is missing or belongs to another quantity
 };
 
-/// No unit, or a wrong one of a channel whose name is a voltage's, is taken for V. Throws ReadError for units that are
-/// no voltage.
+/// Returns the factor to volts. V is assumed if the channel has no unit, or if its name is that of a voltage but its
+/// unit is not. Throws ReadError for any other unit that is not a unit of voltage.
 VoltsPerUnit volts_per_unit(const Record& record, std::size_t channel);
 
 }  // namespace readers

@@ -6,7 +6,7 @@
 namespace readers {
 namespace {
 
-/// Positions of a part at which one of the channels has no value.
+/// Returns at which positions of a part one of the channels has no value.
 std::vector<bool> holes_in(const Record& record, const std::array<std::size_t, 3>& channels, const Part& part) {
   std::vector<bool> holes(part.length(), false);
   for (const std::size_t channel : channels) {
@@ -19,8 +19,8 @@ std::vector<bool> holes_in(const Record& record, const std::array<std::size_t, 3
   return holes;
 }
 
-/// Slope at one end of a gap, per sample, by the three values next to it that there are; `away` leads away from the
-/// gap.
+/// Returns the slope at one end of a gap, per sample, from the three existing values next to it; `away` points away
+/// from the gap.
 double slope(const std::vector<float>& values, std::ptrdiff_t at, std::ptrdiff_t away, std::ptrdiff_t first,
              std::ptrdiff_t last) {
   const auto value = [&](std::ptrdiff_t i) { return static_cast<double>(values[static_cast<std::size_t>(i)]); };
@@ -34,7 +34,7 @@ double slope(const std::vector<float>& values, std::ptrdiff_t at, std::ptrdiff_t
 
 std::vector<Part> parts_of(const Record& record) {
   std::vector<Part> parts;
-  double seconds = 0;  // that the last part lasts
+  double seconds = 0;  // duration of the last part
   std::size_t begin = 0;
   for (const RateSection& section : record.rates) {
     const double length = static_cast<double>(section.end - begin);
@@ -44,7 +44,7 @@ std::vector<Part> parts_of(const Record& record) {
     if (joins) {
       last->end = section.end;
       seconds += length / section.rate;
-      // Equal rates stay what they are to the last bit.
+      // Equal rates are kept unchanged to the last bit.
       if (section.rate != last->rate) last->rate = static_cast<double>(last->length()) / seconds;
     } else if (section.end > begin) {
       parts.push_back({begin, section.end, section.rate, section.start});
@@ -60,7 +60,7 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
   std::vector<Part> parts;
   for (const Part& part : parts_of(record)) {
     const std::vector<bool> holes = holes_in(record, channels, part);
-    // Rates may be as absurd as a file can state them.
+    // A file may state an absurdly high rate.
     const double most_wanted = std::min(longest_gap * part.rate + 1e-9, static_cast<double>(holes.size()));
     const auto most = static_cast<std::size_t>(most_wanted > 0 ? most_wanted : 0);
     const auto add = [&](std::size_t from, std::size_t to) {
@@ -69,7 +69,7 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
     };
     std::size_t from = 0;
     while (from < holes.size() && holes[from]) from++;
-    std::size_t last = from;  // one past the last value that is there
+    std::size_t last = from;  // one past the last existing value
     for (std::size_t i = from; i < holes.size(); i++) {
       if (holes[i]) continue;
       if (i - last > most) {
@@ -86,8 +86,13 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
 BridgedSamples bridged(std::span<const double> samples, double factor) {
   BridgedSamples result;
   std::vector<float>& values = result.values;
+<<<<<<< HEAD
   values.resize(samples.size(), 0);
   std::vector<std::ptrdiff_t> there;  // last values before a gap, in pairs with the first ones behind it
+=======
+  values.resize(part.length(), 0);
+  std::vector<std::ptrdiff_t> there;  // pairs of the last value before a gap and the first value after it
+>>>>>>> english
   std::ptrdiff_t before = -1;
   const auto length = static_cast<std::ptrdiff_t>(samples.size());
   for (std::ptrdiff_t i = 0; i < length; i++) {
@@ -105,7 +110,7 @@ BridgedSamples bridged(std::span<const double> samples, double factor) {
     there.push_back(length);
   }
 
-  std::ptrdiff_t first_there = 0;  // start of the values that the slope before a gap may use
+  std::ptrdiff_t first_there = 0;  // start of the values that may be used for the slope before a gap
   for (std::size_t g = 0; g < there.size(); g += 2) {
     const std::ptrdiff_t left = there[g];
     const std::ptrdiff_t right = there[g + 1];

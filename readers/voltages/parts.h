@@ -1,4 +1,4 @@
-// The parts of a record that can each be taken for one evenly sampled waveform.
+// Splits a record into parts that can each be treated as one evenly sampled waveform.
 #pragma once
 
 #include <array>
@@ -10,33 +10,43 @@
 
 namespace readers {
 
-/// With fewer the shape of a cycle cannot be told.
+/// With fewer samples the shape of a cycle cannot be recognised.
 inline constexpr double fewest_samples_per_cycle = 8;
 
 struct Part {
   std::size_t begin = 0;  ///< first sample
   std::size_t end = 0;    ///< one past the last sample
   double rate = 0;        ///< samples per second; 0 when it is not known
-  double start = 0;       ///< time of the first sample, seconds from the record's first
+  double start = 0;       ///< time of the first sample in seconds from the record's first sample
 
   [[nodiscard]] std::size_t length() const { return end - begin; }
 };
 
-/// The parts of one sampling rate each, in order. Sections that follow each other at rates within 1 % make one part at
-/// their mean rate: some devices follow the line's frequency and state their rate anew all the time.
+/// Returns the parts of one sampling rate each, in order. Sections that follow one another at rates within 1 % form one
+/// part at their mean rate, because some devices follow the line frequency and keep restating their rate.
 std::vector<Part> parts_of(const Record& record);
 
-/// The same, taken apart where one of the channels has no values for longer than `longest_gap` seconds. Such gaps, and
-/// gaps of any length at a part's ends, belong to no part. Channels whose samples were not asked for are left aside.
+/// Returns the same parts, but split where one of the channels has no values for longer than `longest_gap` seconds.
+/// Such gaps, and gaps of any length at a part's ends, belong to no part. Channels whose samples were not asked for are
+/// ignored.
 std::vector<Part> parts_without_gaps(const Record& record, const std::array<std::size_t, 3>& channels,
                                      double longest_gap);
 
+<<<<<<< HEAD
 /// A channel's values, multiplied by `factor`, with gaps bridged by a cubic that joins the values and slopes on either
 /// side.
 struct BridgedSamples {
   std::vector<float> values;
   std::size_t bridged = 0;      ///< values that were made up
   std::size_t first = 0;        ///< position of the first of them
+=======
+/// A channel's values over a part, multiplied by `factor`. The gaps that remain in it are interpolated by a cubic that
+/// matches the values and slopes on either side.
+struct BridgedSamples {
+  std::vector<float> values;
+  std::size_t bridged = 0;      ///< number of values that were interpolated
+  std::size_t first = 0;        ///< record position of the first of them
+>>>>>>> english
   std::size_t longest_gap = 0;  ///< samples
 };
 BridgedSamples bridged(std::span<const double> samples, double factor);

@@ -18,7 +18,7 @@ bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
 
-/// What a letter or digit says as a phase: 0, 1, 2 for A, B, C; nothing for others.
+/// Returns the phase that a letter or digit denotes: 0, 1 or 2 for A, B or C; nothing for other characters.
 std::optional<std::size_t> phase_of(char c) {
   switch (c) {
     case 'a':
@@ -41,7 +41,7 @@ std::optional<std::size_t> phase_of(char c) {
   }
 }
 
-/// Whether two signs are of one way to name phases: A B C, 1 2 3, R S T or U V W.
+/// Returns whether two characters belong to the same naming of phases: A B C, 1 2 3, R S T or U V W.
 bool of_one_kind(char one, char other) {
   const auto kind = [](char c) { return is_digit(c) ? 0 : c <= 'c' ? 1 : c <= 't' ? 2 : 3; };
   return kind(one) == kind(other);
@@ -51,18 +51,18 @@ bool is_ground(char c) {
   return c == 'n' || c == 'g' || c == 'e';
 }
 
-/// Whether a voltage from one phase to another has the other sign than that of AB, BC, CA.
+/// Returns whether a voltage from one phase to another has the opposite sign to AB, BC or CA.
 bool is_turned(std::size_t from, std::size_t to) {
   return to != (from + 1) % 3;
 }
 
-/// Two phases as the place of their voltage in the order AB, BC, CA.
+/// Returns the position of the voltage between two phases in the order AB, BC, CA.
 std::size_t pair_of(std::size_t one, std::size_t other) {
   const auto [low, high] = std::minmax(one, other);
   return low == 0 && high == 2 ? 2 : low;
 }
 
-/// The word that ends, separators left aside, in front of `position`.
+/// Returns the word that ends before `position`, ignoring separators.
 std::string_view word_before(std::string_view name, std::size_t position) {
   const std::size_t last = position == 0 ? name.npos : name.find_last_not_of(separators, position - 1);
   if (last == name.npos) return {};
@@ -71,7 +71,7 @@ std::string_view word_before(std::string_view name, std::size_t position) {
   return name.substr(first, last + 1 - first);
 }
 
-/// Whether a word goes on behind `position` in a way that a phase letter does not: "Van" still is phase A.
+/// Returns whether a word continues after `position` in a way that rules out a phase letter; "Van" is still phase A.
 bool word_goes_on(std::string_view name, std::size_t position) {
   const auto letter_at = [&](std::size_t i) { return i < name.size() && is_letter(name[i]); };
   if (!letter_at(position + 1)) return false;
@@ -87,7 +87,7 @@ bool beside_digit(std::string_view name, std::size_t position) {
 PhaseField read_phase_field(const std::string& field) {
   std::string text;
   for (const char c : lower_case(field)) {
-    if (c != 'l' && separators.find(c) == separators.npos) text += c;  // L1, A-N
+    if (c != 'l' && separators.find(c) == separators.npos) text += c;  // skips the L of L1 and the hyphen of A-N
   }
   if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0', {}, false};
   if (text.size() == 2 && phase_of(text[0])) {
@@ -110,7 +110,8 @@ std::vector<PhaseMark> phase_marks(std::string_view name) {
     const bool after_quantity = is_one_of(word_before(name, i), {"u", "v", "ul", "vl", "l", "ph", "phase"});
     const bool letter = name[i] <= 'c' && !is_digit(name[i]);
     if (is_digit(name[i]) ? beside_digit(name, i) : word_goes_on(name, i)) continue;
-    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), digits, R, S, T and U, V, W stand for much else.
+    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), but digits and R, S, T or U, V, W have many other
+    // meanings.
     if (!letter && !after_quantity) continue;
     marks.push_back({i, *phase, letter ? Alphabet::letters : Alphabet::other, after_quantity});
   }
@@ -144,7 +145,7 @@ bool sounds_like_voltage(std::string_view name, const std::vector<PhaseMark>& ma
                                       std::string_view("напряж"), std::string_view("Напряж"), voltage_in_chinese}) {
     if (name.find(word) != name.npos) return true;
   }
-  for (std::size_t i = 0; i < name.size(); i++) {  // a word of its own: "U Sig (a)", "V_L1"
+  for (std::size_t i = 0; i < name.size(); i++) {  // the quantity must be a separate word: "U Sig (a)", "V_L1"
     const bool quantity = name[i] == 'u' || name[i] == 'v';
     const bool starts = i == 0 || !is_letter(name[i - 1]);
     if (quantity && starts && (i + 1 == name.size() || !is_letter(name[i + 1]))) return true;

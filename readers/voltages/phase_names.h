@@ -1,4 +1,4 @@
-// Phases as the names and the phase fields of channels tell them.
+// Reads phases from the names and the phase fields of channels.
 #pragma once
 
 #include <cstddef>
@@ -9,32 +9,32 @@
 
 namespace readers {
 
-/// What a phase field says.
+/// The meaning of a phase field.
 struct PhaseField {
   std::optional<std::size_t> phase;
-  bool other = false;               ///< neutral, zero sequence or two phases
-  std::optional<std::size_t> pair;  ///< which two
-  bool turned = false;              ///< from the second of them to the first
+  bool other = false;               ///< it denotes neutral, zero sequence or two phases
+  std::optional<std::size_t> pair;  ///< the two phases, as a position in AB, BC, CA
+  bool turned = false;              ///< the voltage runs from the second of them to the first
 };
 
 PhaseField read_phase_field(const std::string& field);
 
-// Names are in lower case from here on.
+// All names below are in lower case.
 
-enum class Alphabet { letters, other };  // other: digits, R S T, or U V W
+enum class Alphabet { letters, other };  // `other` covers digits, R S T and U V W
 
-/// A place in a name that may tell the phase.
+/// A place in a name that may give the phase.
 struct PhaseMark {
   std::size_t position = 0;
   std::size_t phase = 0;
   Alphabet alphabet = Alphabet::letters;
-  bool after_quantity = false;  ///< right behind U, V, L or "phase", so that hardly anything else can be meant
+  bool after_quantity = false;  ///< it directly follows U, V, L or "phase", so it almost certainly is the phase
 };
 
-/// All places of a name that may tell the phase.
+/// Returns all places of a name that may give the phase.
 std::vector<PhaseMark> phase_marks(std::string_view name);
 
-/// Where a name says between which phases the voltage is.
+/// The place where a name says between which phases the voltage is.
 struct PairMark {
   std::size_t first = 0;  ///< positions of the two phases
   std::size_t second = 0;
@@ -42,19 +42,19 @@ struct PairMark {
   bool turned = false;
 };
 
-/// A voltage between two phases: Uab, VL12, "Ua-Ub".
+/// Returns the mark of a line-to-line voltage such as Uab, VL12 or "Ua-Ub".
 std::optional<PairMark> pair_mark(std::string_view name, const std::vector<PhaseMark>& marks);
 
-/// Whether a name without a unit is that of a voltage.
+/// Returns whether a name without a unit is that of a voltage.
 bool sounds_like_voltage(std::string_view name, const std::vector<PhaseMark>& marks);
 
-/// Whether a name is that of a phase's current.
+/// Returns whether a name is that of a phase current.
 bool sounds_like_current(std::string_view name, const std::vector<PhaseMark>& marks);
 
-/// Phasor figures that some relays record beside the waveforms.
+/// Returns whether a name is that of a phasor quantity, which some relays record alongside the waveforms.
 bool is_computed(std::string_view name);
 
-/// The text with each run of digits made one '0', so that running numbers in names do not matter.
+/// Returns the text with each run of digits replaced by one '0', so that running numbers in names do not matter.
 std::string without_numbers(const std::string& text);
 
 }  // namespace readers

@@ -9,8 +9,9 @@ std::optional<double> volts_per(const std::string& unit) {
   const std::string small = lower_case(text);
   if (is_one_of(small, {"", "v", "volt", "volts"})) return 1;
   if (is_one_of(small, {"kv", "kilovolt", "kilovolts"})) return 1e3;
-  if (small == "mv") return text[0] == 'm' ? 1e-3 : 1e6;  // milli or mega: here the letter's case is the meaning
-  // Russian devices; "В/кВ" is secondary volts and primary kilovolts, and the samples are secondary.
+  if (small == "mv") return text[0] == 'm' ? 1e-3 : 1e6;  // milli or mega: here the case of the letter decides
+  // Russian devices write units in Cyrillic; "В/кВ" means secondary volts and primary kilovolts, and the samples are
+  // secondary.
   if (is_one_of(text, {"В", "в", "В/кВ", "В/к", "V/kV"})) return 1;
   if (is_one_of(text, {"кВ", "КВ", "кв"})) return 1e3;
   if (text == "мВ") return 1e-3;

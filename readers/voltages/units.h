@@ -1,4 +1,4 @@
-// Units of voltage as record files write them.
+// Units of voltage as they appear in record files.
 #pragma once
 
 #include <optional>
@@ -6,11 +6,12 @@
 
 namespace readers {
 
-/// Volts in one `unit`; nothing for a unit that is no voltage. No unit counts as volts. Units are V, kV, mV and MV,
-/// where only the letter of milli and mega must have the right case, also in Cyrillic letters.
+/// Returns the volts in one `unit`, or nothing if it is not a unit of voltage. An empty unit counts as volts. The units
+/// are V, kV, mV and MV, also in Cyrillic letters; letter case matters only in the first letter of mV and MV.
 std::optional<double> volts_per(const std::string& unit);
 
-/// Whether a unit is surely that of another quantity. Ampere is not: labels are copied from channel to channel.
+/// Returns whether a unit certainly belongs to another quantity. Ampere does not count, because labels are often copied
+/// from channel to channel.
 bool is_of_another_quantity(const std::string& unit);
 
 }  // namespace readers

@@ -6,11 +6,11 @@
 
 namespace readers {
 
-/// How the phases of a set were told apart.
+/// The way in which the phases of a set were identified.
 enum class PhaseSource {
   phase_field,  ///< the file's phase fields name them
-  name,         ///< the channels' names do
-  order,        ///< they follow each other in the file
+  name,         ///< the channels' names give them
+  order,        ///< the channels follow one another in the file
   user          ///< the user named them
 };
 
@@ -18,16 +18,17 @@ enum class PhaseSource {
 struct VoltageSet {
   std::size_t count = 3;  ///< one or two where the user named so few; the last channel fills the rest
   std::array<std::size_t, 3> channels{};
-  /// All three carry a voltage worth analysing: none is without change throughout, and the largest RMS (over the whole
-  /// record, in volts) is at least 1 % of the largest among all sets of the record. Where some sets show the line's
-  /// frequency, those that do not (direct voltages) are not live, nor are those named as currents beside others.
+  /// All three channels carry a voltage worth analysing: none is constant throughout, and the largest RMS (over the
+  /// whole record, in volts) is at least 1 % of the largest among all sets of the record. If some sets show the line
+  /// frequency, the others (such as direct voltages) are not live; nor are sets that are named as currents if there are
+  /// others.
   bool live = false;
   bool between_phases = false;     ///< line-to-line voltages
-  std::array<bool, 3> turned{};    ///< named from the second phase to the first (Uac): the sign is to be turned
-  std::array<bool, 3> doubtful{};  ///< the channel's name and its phase field tell different phases
+  std::array<bool, 3> turned{};    ///< named from the second phase to the first (Uac), so the sign must be inverted
+  std::array<bool, 3> doubtful{};  ///< the channel's name and its phase field give different phases
   PhaseSource source = PhaseSource::name;
-  /// Where the unit is none of voltage but the name is: mislabelled, and taken for volts. Or there is neither a unit
-  /// nor more of a name than the phase.
+  /// The name is that of a voltage but the unit is not, so the unit is assumed to be wrong and V is used; or there is
+  /// no unit and the name is just the phase.
   bool unit_guessed = false;
 };
 

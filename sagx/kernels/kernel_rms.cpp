@@ -1,21 +1,21 @@
-// Root mean squares of a cycle that moves on sample by sample, and spreads of blocks. Each sum keeps its own order;
-// many of them run side by side.
+// Root mean squares of a cycle that moves on sample by sample, and spreads of blocks. Each sum keeps its own order of
+// additions; many of them are computed in parallel.
 #include "sagx/kernels/kernel_sets.h"
 #include "sagx/kernels/lanes.h"
 
 namespace {
 
-/// Sums under way at once, enough to wait for none.
+/// The number of sums computed at the same time, which is enough to hide the latency of an addition.
 constexpr int sums = 8;
 
-/// The RMS of the `sums` neighbouring positions of each of `register_lanes` stretches. `newest`: for each stretch the
-/// square at the last of them; the squares before it lie a register behind each other. Each square is loaded once and
-/// enters all the sums that it belongs to, as their next one back.
+/// Computes the RMS of the `sums` neighbouring positions of each of `register_lanes` sections. `newest` points to each
+/// section's square at the last of these positions; the squares before it follow at intervals of one register. Each
+/// square is loaded once and added to all the sums that it belongs to, from the newest to the oldest.
 SAGX_INLINE void neighbouring_cycles(const float* newest, int cycle, Floats* rms) {
   Floats sum[sums];
   for (Floats& one : sum) one = Floats{};
   const auto square = [&](int back) { return loaded(newest - static_cast<long>(back) * register_lanes); };
-  // `back` 0 is the last position's first square; the position p places before it begins p squares later.
+  // `back` 0 is the first square of the last position; the position p places before it starts p squares later.
   for (int back = 0; back < sums - 1; back++) {
     const Floats value = square(back);
     for (int p = 0; p < sums; p++) sum[p] = p <= back ? sum[p] + value : sum[p];
@@ -31,13 +31,13 @@ SAGX_INLINE void neighbouring_cycles(const float* newest, int cycle, Floats* rms
   for (int p = 0; p < sums; p++) rms[-p] = square_root(sum[p] / (Floats{} + static_cast<float>(cycle)));
 }
 
-constexpr int stretch = 256;  // positions of a lane
+constexpr int stretch = 256;  // number of positions per lane
 constexpr int positions_at_once = stretch * register_lanes;
 constexpr int longest_cycle = 256;
 static_assert(stretch % sums == 0);
 
-/// The RMS of `positions_at_once` neighbouring cycles, the first of which ends at `last`: a stretch of them for each
-/// lane, so that all lanes go on by one sample in step.
+/// Computes the RMS of `positions_at_once` neighbouring cycles, the first of which ends at `last`. Each lane handles a
+/// section of them, so all lanes advance by one sample together.
 void many_cycles(const float* last, int cycle, float* rms) {
   float squares[(longest_cycle - 1 + stretch) * register_lanes];
   const float* oldest = last - (cycle - 1);
@@ -63,7 +63,7 @@ float one_cycle(const float* last, int cycle) {
   return __builtin_sqrtf(sum / static_cast<float>(cycle));
 }
 
-/// How many of `blocks` neighbouring blocks, at most `at_once`, fluctuate.
+/// Returns how many of `blocks` neighbouring blocks, at most `at_once`, fluctuate.
 constexpr int at_once = 16;
 int restless_among(const float* values, int length, int blocks) {
   const auto divisor = static_cast<float>(length);
@@ -91,7 +91,7 @@ void sagx::SAGX_SET::cycle_rms(const float* samples, int count, int cycle, float
   int i = first;
   if (cycle >= sums && cycle <= longest_cycle && count - first >= positions_at_once) {
     for (; i + positions_at_once <= count; i += positions_at_once) many_cycles(samples + i, cycle, rms + i);
-    // The rest, with some done before.
+    // This covers the rest and repeats some positions that are already done.
     i = count - positions_at_once;
     many_cycles(samples + i, cycle, rms + i);
     return;
@@ -102,7 +102,7 @@ void sagx::SAGX_SET::cycle_rms(const float* samples, int count, int cycle, float
 int sagx::SAGX_SET::restless_blocks(const float* values, int length, int blocks) {
   int restless = 0;
   int done = 0;
-  // A count known to the compiler keeps all the sums in registers.
+  // A count that the compiler knows keeps all the sums in registers.
   for (; done + at_once <= blocks; done += at_once) {
     restless += restless_among(values + static_cast<long>(done) * length, length, at_once);
   }

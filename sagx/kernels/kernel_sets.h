@@ -1,5 +1,5 @@
-// The kernels as each instruction set has them, for the choice between them. SAGX_SET names the set that a source is
-// compiled for. Private.
+// The kernels of each instruction set, from which one set is chosen. SAGX_SET names the set for which a source is
+// compiled. Private.
 #pragma once
 
 #include "sagx/kernels/kernels.h"

@@ -1,19 +1,19 @@
 // The smallest or largest value of a window that moves on sample by sample. Windows of two, four, eight ... values are
-// made from two of half the width each; the wanted width is two such windows that overlap.
+// each made from two windows of half the width; the wanted width is covered by two such windows that overlap.
 #include "sagx/kernels/kernel_sets.h"
 #include "sagx/kernels/lanes.h"
 
 namespace {
 
-constexpr int tile = 1024;            // positions done at once, in the fastest cache
-constexpr int most_width = tile / 2;  // far more than a structuring element has
+constexpr int tile = 1024;            // positions processed together, so that they fit into the fastest cache
+constexpr int most_width = tile / 2;  // far more than the width of any structuring element
 
-/// Of two neighbouring windows' extremes the one of both. Ties go to the right for minima and to the left for maxima:
-/// the way in which the windows are gone through.
+/// Selects the extreme of two neighbouring windows. Ties go to the right for minima and to the left for maxima, which
+/// follows the order in which the windows are scanned.
 struct Minimum {
   static constexpr float neutral = __builtin_inff();
   SAGX_INLINE Lanes of(Lanes left, Lanes right) { return choose(at_most(right, left), right, left); }
-  /// Where a window's walk begins: a value that is no number stays there.
+  /// The position where the scan of a window starts; a NaN there is kept.
   static int begin(int /*width*/) { return 0; }
 };
 struct Maximum {
@@ -22,7 +22,7 @@ struct Maximum {
   static int begin(int width) { return width - 1; }
 };
 
-/// buffer[i] becomes the extreme of buffer[i] and buffer[i + ahead], for at least `count` positions.
+/// Sets buffer[i] to the extreme of buffer[i] and buffer[i + ahead], for at least `count` positions.
 template <typename Extreme>
 void combine(float* buffer, int count, int ahead) {
   for (int i = 0; i < count; i += lanes) {
@@ -32,7 +32,7 @@ void combine(float* buffer, int count, int ahead) {
 
 template <typename Extreme>
 void slide(const float* padded, int count, int width, float* extremes) {
-  // Room for the positions behind a tile that its last windows and its last lanes reach.
+  // This leaves room for the positions after a tile that its last windows and lanes reach.
   static constexpr int room = tile + most_width + 2 * lanes;
   float buffer[room];
   for (int done = 0; done < count; done += tile) {

@@ -1,13 +1,13 @@
-// The median of a window that moves on sample by sample. It keeps the value of the wanted rank with the numbers of
-// values below it and equal to it: a sample that leaves and one that enters change these numbers, and seldom the value,
-// which then is the next one above or below in the window.
+// The median of a window that moves on sample by sample. It keeps the value of the wanted rank and the numbers of
+// values below it and equal to it. A sample that leaves and one that enters change these numbers but seldom the value;
+// if the value changes, the new one is the next above or below it in the window.
 #include "sagx/kernels/kernel_sets.h"
 #include "sagx/kernels/lanes.h"
 #include "sagx/kernels/sorted_median.h"
 
 namespace {
 
-/// The value of `values` nearest to `limit` on its upper (or lower) side; an infinity when there is none.
+/// Returns the value of `values` that is nearest to `limit` on its upper (or lower) side; an infinity if there is none.
 template <bool above>
 float nearest(const float* values, int count, float limit) {
   const float none = above ? __builtin_inff() : -__builtin_inff();
@@ -28,7 +28,7 @@ float nearest(const float* values, int count, float limit) {
     bests = choose(static_cast<Bits>(beyond & nearer), value, bests);
   };
   for (int i = 0; i + register_lanes <= count; i += register_lanes) look(i);
-  look(count - register_lanes);  // the rest, with some seen before
+  look(count - register_lanes);  // this covers the rest and repeats some values that were already checked
   float lane[register_lanes];
   store(bests, lane);
   for (const float value : lane) best = scalar_better(value, best) ? value : best;
@@ -42,7 +42,7 @@ bool is_negative_zero(float value) {
   return value == 0.0F && __builtin_signbit(value);
 }
 
-/// One window on its way. Ranks count from 0 and equal values keep the order in which they stand.
+/// The state of one moving window. Ranks count from 0, and equal values keep their order in the window.
 class Window {
  public:
   Window(const float* values, int length) : values_(values), length_(length), rank_((length - 1) / 2) {
@@ -59,7 +59,7 @@ class Window {
   }
 
   float median() {
-    if (odd_ones_ > 0) {  // what the sort makes of them depends on where they stand
+    if (odd_ones_ > 0) {  // their positions determine how the sort treats them
       found_ = false;
       return sorted_median(values_, length_);
     }
@@ -92,7 +92,7 @@ class Window {
     }
   }
 
-  /// Goes to the value that has the wanted rank now.
+  /// Moves to the value that has the wanted rank now.
   void settle() {
     while (rank_ < below_) {
       value_ = nearest<false>(values_, length_, value_);
@@ -112,7 +112,7 @@ class Window {
     return count;
   }
 
-  /// The value of the rank behind the wanted one.
+  /// Returns the value with the rank after the wanted one.
   [[nodiscard]] float next() const {
     if (rank_ + 1 >= below_ + equal_) {
       const float value = nearest<true>(values_, length_, value_);
@@ -121,7 +121,7 @@ class Window {
     return value_ == 0.0F ? zero(rank_ + 1 - below_) : value_;
   }
 
-  /// Zeros of either sign are equal: the one at `index` among them, as they stand.
+  /// Returns the zero at `index` among the zeros, which keep their order although zeros of either sign are equal.
   [[nodiscard]] float zero(int index) const {
     if (negative_zeros_ == 0) return 0.0F;
     return negative_zeros_ == equal_ ? -0.0F : zero_among_all(index);
@@ -135,11 +135,11 @@ class Window {
   const float* values_;
   int length_;
   int rank_;
-  bool found_ = false;  // the following three hold
+  bool found_ = false;  // whether the following three members are valid
   float value_ = 0;
   int below_ = 0;
   int equal_ = 0;
-  int odd_ones_ = 0;  // values that are no number
+  int odd_ones_ = 0;  // number of NaN values
   int negative_zeros_ = 0;
 };
 

@@ -1,20 +1,20 @@
 // Singular values of many small matrices of one order at once, a matrix per lane.
 //
-// Each lane goes through the arithmetic of svdcmp for its own matrix; where matrices differ in what comes next, all
-// lanes compute it and those that it does not concern keep what they had. The vectors are left out: they never act back
-// on the values. A lane that is done waits for the others at each value, which costs a third of the work and saves all
+// Each lane performs the arithmetic of svdcmp for its own matrix. Where matrices need different next steps, all lanes
+// compute both and each keeps only its own result. The singular vectors are omitted, because they never affect the
+// values. A lane that is finished waits for the others at each value; this costs a third of the work but saves all
 // bookkeeping.
 #include "sagx/kernels/kernel_sets.h"
 #include "sagx/kernels/lanes.h"
 
 namespace {
 
-/// `size` with the sign of `sign_of`; zero counts as positive.
+/// Returns `size` with the sign of `sign_of`; zero counts as positive.
 SAGX_INLINE Lanes with_sign(Lanes size, Lanes sign_of) {
   return choose(at_most(every(0), sign_of), size, -size);
 }
 
-/// larger * sqrt(1 + square), both formed in double and rounded once. `square` is at most 1.
+/// Returns larger * sqrt(1 + square), both operations in double and rounded once. `square` is at most 1.
 SAGX_INLINE Lanes times_root(Lanes larger, Lanes square) {
   Lanes result;
   SAGX_EACH {
@@ -28,14 +28,14 @@ SAGX_INLINE Lanes times_root(Lanes larger, Lanes square) {
 
 #if defined(SAGX_FUSED)
 
-/// The same without double precision, and whether it is certain, in each lane.
+/// Computes the same without double precision, and reports for each lane whether the result is certain.
 ///
-/// The root of sum = 1 + square is taken in float; what that lacks, and what the sum itself lost in rounding, is made
-/// up for by one Newton step, whose inverse root need not be good to more than eleven bits. The product with `larger`
-/// is then known as a float and a small remainder, to within 2^-34 of itself; the double form is within 2^-51. Where
-/// adding more than that doubt to the remainder and taking it away lead to the same float, every number in between
-/// rounds to that float, the double form's among them. Where they do not (in less than one lane of a hundred), where
-/// powers of two are so extreme that the remainder may be lost, and for what is no number, the double form must decide.
+/// The root of sum = 1 + square is taken in float. Its error, together with the rounding error of the sum, is removed
+/// by one Newton step, for which an inverse root with eleven correct bits suffices. The product with `larger` is then
+/// known as a float plus a small remainder, with a relative error below 2^-34; the double form has one below 2^-51. If
+/// adding more than this uncertainty to the remainder and subtracting it give the same float, every number in between
+/// rounds to that float, including the double form's. Otherwise (in less than one lane in a hundred), and also for
+/// extreme powers of two where the remainder may be lost and for NaN, the double form must decide.
 SAGX_INLINE Lanes times_root_in_float(Lanes larger, Lanes square, Mask& certain) {
   const Lanes sum = 1.0F + square;
   const Lanes lost = square - (sum - every(1.0F));
@@ -59,7 +59,7 @@ SAGX_INLINE Lanes times_root_in_float(Lanes larger, Lanes square, Mask& certain)
 
 #endif
 
-/// sqrt(a^2 + b^2) as pythag has it. Only the lanes in `wanted` need be right.
+/// Returns sqrt(a^2 + b^2), computed as in pythag. Only the lanes in `wanted` need to be correct.
 SAGX_INLINE Lanes hypotenuse(Lanes a, Lanes b, [[maybe_unused]] Mask wanted) {
   const Lanes size_a = magnitude(a);
   const Lanes size_b = magnitude(b);
@@ -75,7 +75,7 @@ SAGX_INLINE Lanes hypotenuse(Lanes a, Lanes b, [[maybe_unused]] Mask wanted) {
   return choose(~a_is_larger & equal(size_b, every(0)), every(0), times_root(larger, square));
 }
 
-/// minor / (2 h y), formed in double.
+/// Returns minor / (2 h y), computed in double.
 SAGX_INLINE Lanes over_twice_product(Lanes minor, Lanes h, Lanes y) {
   Lanes result;
   SAGX_EACH {
@@ -85,13 +85,13 @@ SAGX_INLINE Lanes over_twice_product(Lanes minor, Lanes h, Lanes y) {
   return result;
 }
 
-/// A matrix of one order in each lane, and its bidiagonal form.
+/// One matrix of the given order in each lane, and its bidiagonal form.
 template <int order>
 class Matrices {
  public:
   Lanes element[order][order];  // row, column
 
-  /// The largest singular value of each; of equal ones the last, as the feature has it.
+  /// Returns the largest singular value of each matrix; of equal values the last one, which is what the feature uses.
   Lanes largest_value() {
     bidiagonalise();
     for (int k = order - 1; k >= 0; k--) diagonalise(k);
@@ -101,15 +101,15 @@ class Matrices {
   }
 
  private:
-  /// What a Householder reflection leaves for its column's or row's neighbours.
+  /// The values that a Householder reflection leaves for the neighbouring columns or rows.
   struct Reflection {
     Lanes g;
     Lanes scale;
     Lanes h;
-    Mask exists;  ///< the column or row was not zero
+    Mask exists;  ///< whether the column or row was not zero
   };
 
-  /// Reflects the entries from `begin` on of a column or row.
+  /// Reflects the entries of a column or row from `begin` on.
   template <typename Entry>
   __attribute__((always_inline)) Reflection reflect(int begin, Entry entry) {
     Reflection reflection;
@@ -166,7 +166,7 @@ class Matrices {
     return row.scale * row.g;
   }
 
-  /// Iterates until the value at k stands alone in every lane, at most 30 times.
+  /// Iterates until the value at k is decoupled in every lane, at most 30 times.
   void diagonalise(int k) {
     live = ~no_lane();
     for (int iteration = 1; iteration <= 30; iteration++) {
@@ -182,12 +182,12 @@ class Matrices {
     }
   }
 
-  /// Whether a value is lost when added to the matrix's scale. That the sum is double and then rounded makes no
-  /// difference to one of floats.
+  /// Returns whether a value is lost when added to the matrix's scale. Taking the sum in double and rounding it
+  /// afterwards makes no difference for floats.
   __attribute__((always_inline)) Mask negligible(Lanes value) { return equal(magnitude(value) + anorm, anorm); }
 
-  /// Finds where the block that ends at k begins. Returns the live lanes in which that is for a negligible value above
-  /// it.
+  /// Finds where the block that ends at k begins. Returns the live lanes in which a negligible value above the block
+  /// determines this.
   Mask split(int k) {
     Mask searching = ~no_lane();
     Mask cancelled = no_lane();
@@ -222,7 +222,7 @@ class Matrices {
     }
   }
 
-  /// The shift of a QR step on the blocks that begin at x, from their bottom 2 x 2 minors.
+  /// Returns the shift of a QR step on the blocks that begin at x, computed from their bottom 2 x 2 minors.
   __attribute__((always_inline)) Lanes shift(int k, Lanes x) {
     const Lanes y = diagonal[k - 1];
     const Lanes z = diagonal[k];
@@ -233,7 +233,7 @@ class Matrices {
     return ((x - z) * (x + z) + h * ((y / (f + with_sign(root, f))) - h)) / x;
   }
 
-  /// One implicit QR step on the live lanes' blocks.
+  /// Performs one implicit QR step on the live lanes' blocks.
   void qr_step(int k) {
     int first = 0;
     while (first < k - 1 && !any(begins[first] & live)) first++;
@@ -276,11 +276,11 @@ class Matrices {
   Lanes superdiagonal[order];
   Lanes anorm;         // largest |diagonal| + |superdiagonal|, the scale of every test for negligible values
   Mask begins[order];  // begins[l]: the block that ends at the current k begins at l
-  Mask live;           // lanes whose current value is still iterated for
+  Mask live;           // lanes in which the current value has not converged yet
 };
 
-/// Windows of order^2 + 1 samples that begin `step` (1 to most_step) apart, one per lane, read sample by sample. Laid
-/// out so that what lies `step` apart stands side by side.
+/// Windows of order^2 + 1 samples that begin `step` (1 to most_step) samples apart, one per lane, read sample by
+/// sample. They are stored so that samples `step` apart are adjacent in memory.
 constexpr int most_step = 32;
 template <int order>
 class Windows {
@@ -293,7 +293,7 @@ class Windows {
     }
   }
 
-  /// The next sample of each window.
+  /// Returns the next sample of each window.
   __attribute__((always_inline)) Lanes next() {
     const Lanes samples = loaded_lanes(row_[at_row_] + at_place_);
     at_row_++;
@@ -311,8 +311,8 @@ class Windows {
   float row_[most_step][lanes + order * order];
 };
 
-/// Fills the matrices that end at `ends`, one per lane, with differences column by column. `step` is what the ends lie
-/// apart where nothing was left out between them.
+/// Fills the matrices that end at `ends`, one per lane, with differences column by column. `step` is the distance
+/// between consecutive ends where nothing was left out between them.
 template <int order>
 void fill(Matrices<order>& matrices, const float* series, const int* ends, int step) {
   constexpr int differences = order * order;
@@ -346,12 +346,12 @@ void fill(Matrices<order>& matrices, const float* series, const int* ends, int s
   }
 }
 
-/// Features of the matrices that end at `ends`, into the places given.
+/// Computes the features of the matrices that end at `ends` and stores them at the given places.
 template <int order>
 void decompose(const float* series, int step, const int* ends, const int* places, int count, float* features) {
   Matrices<order> matrices;
   for (int done = 0; done < count; done += lanes) {
-    // Lanes left over do the last matrix again.
+    // Surplus lanes process the last matrix again.
     int batch[lanes];
     for (int lane = 0; lane < lanes; lane++) batch[lane] = ends[done + lane < count ? done + lane : count - 1];
     fill(matrices, series, batch, step);
@@ -361,12 +361,12 @@ void decompose(const float* series, int step, const int* ends, const int* places
   }
 }
 
-/// Whether a sample differs from the one before it.
+/// Returns whether a sample differs from the one before it.
 bool is_change(const float* series, int i) {
   return !(series[i] - series[i - 1] == 0.0F);
 }
 
-/// The first change from sample `from` on; `samples` when there is none.
+/// Returns the first change from sample `from` on; `samples` if there is none.
 int next_change(const float* series, int from, int samples) {
   int i = from;
   if (i >= samples || is_change(series, i)) return i;
@@ -379,7 +379,7 @@ int next_change(const float* series, int from, int samples) {
   return i;
 }
 
-/// Matrices of zeros have no other singular values; the others are collected for decomposition.
+/// The singular values of zero matrices are known to be 0; the other matrices are collected for decomposition.
 template <int order>
 void features_of_order(const float* series, int samples, int step, float* features) {
   constexpr int differences = order * order;
@@ -387,7 +387,7 @@ void features_of_order(const float* series, int samples, int step, float* featur
   int ends[at_once];
   int places[at_once];
   int collected = 0;
-  int last_change = 0;  // among the samples up to `end`
+  int last_change = 0;  // the last one among the samples up to `end`
   int coming_change = next_change(series, 1, samples);
   int place = 0;
   for (int end = differences; end < samples;) {

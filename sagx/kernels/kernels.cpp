@@ -15,7 +15,7 @@ struct KernelSet {
   bool (*runs)();
 };
 
-/// From the slowest to the fastest; what runs one of them runs those before it.
+/// Ordered from the slowest to the fastest; a machine that can run one of them can run those before it.
 constexpr KernelSet sets[] = {
     {baseline::table, [] { return true; }},
 #if defined(__x86_64__)
@@ -26,7 +26,7 @@ constexpr KernelSet sets[] = {
 
 #if defined(SAGX_SET_FROM_ENVIRONMENT)
 
-/// In test builds DIPX_INSTRUCTION_SET names the set to go up to.
+/// In test builds, DIPX_INSTRUCTION_SET names the fastest set to use.
 bool is_last_wanted(const Kernels& kernels) {
   const char* name = std::getenv("DIPX_INSTRUCTION_SET");
   return name != nullptr && std::strcmp(name, kernels.instruction_set) == 0;

@@ -1,7 +1,8 @@
-// Numbers side by side: one lane per matrix or output position. Private to the kernels, which are compiled once for
+// Vectors of numbers with one lane per matrix or output position. Private to the kernels, which are compiled once for
 // each instruction set; everything here is internal to the file that includes it, so that no two sets share a function.
 //
-// An operation on lanes is that operation on each float by itself, rounded as ever: results do not depend on the set.
+// An operation on lanes applies that operation to each float separately with the usual rounding, so results do not
+// depend on the instruction set.
 #pragma once
 
 #if defined(__SSE2__)
@@ -140,7 +141,7 @@ SAGX_INLINE Floats rounded(Doubles low, Doubles high) {
   return (Floats)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)low), _mm_cvtpd_ps((__m128d)high));
 }
 
-#else  // machines other than x86: four lanes, and the compiler sees to the rest
+#else  // other machines than x86 use four lanes and leave the rest to the compiler
 
 SAGX_INLINE bool is_any(Bits bits) {
   return (bits[0] | bits[1] | bits[2] | bits[3]) != 0;
@@ -175,7 +176,7 @@ SAGX_INLINE void store(Floats value, float* to) {
   __builtin_memcpy(to, &value, sizeof value);
 }
 
-// --- lanes: two registers, so that one is worked on while the other waits for its division ---------------------------
+// --- lanes: two registers, so that one is processed while the other waits for its division --------------------------
 
 constexpr int registers = 2;
 constexpr int lanes = registers * register_lanes;
@@ -185,7 +186,7 @@ struct Lanes {
   Floats part[registers];
 };
 
-/// Yes or no in each lane.
+/// A truth value in each lane.
 struct Mask {
   Bits part[registers];
 };
@@ -216,7 +217,7 @@ SAGX_INLINE Lanes& operator+=(Lanes& a, Lanes b) {
   return a;
 }
 
-/// The same number, not a negative zero, in every lane.
+/// Returns the same number, which must not be a negative zero, in every lane.
 SAGX_INLINE Lanes every(float value) {
   Lanes result;
   SAGX_EACH result.part[p] = Floats{} + value;
@@ -262,7 +263,7 @@ SAGX_INLINE bool any(Mask mask) {
   return is_any(all);
 }
 
-/// `a` where the mask says yes, `b` elsewhere.
+/// Returns `a` where the mask is true and `b` elsewhere.
 SAGX_INLINE Lanes choose(Mask where, Lanes a, Lanes b) {
   SAGX_EACH a.part[p] = choose(where.part[p], a.part[p], b.part[p]);
   return a;
@@ -272,8 +273,8 @@ SAGX_INLINE Lanes magnitude(Lanes x) {
   SAGX_EACH x.part[p] = (Floats)((Ints)x.part[p] & 0x7FFFFFFF);
   return x;
 }
-/// The root of a float taken in double and rounded to float is the float's own root: a double has more than twice the
-/// digits.
+/// A square root of a float that is taken in double and then rounded to float equals the float square root, because a
+/// double has more than twice as many digits.
 SAGX_INLINE Lanes square_root(Lanes x) {
   SAGX_EACH x.part[p] = square_root(x.part[p]);
   return x;

@@ -1,4 +1,4 @@
-// The median by a sort: what `median` is, and what its kernel falls back on. Private to both; internal to the file that
+// The median by sorting: `median` uses it, and its kernel falls back on it. Private to both; internal to the file that
 // includes it, so that instruction sets do not share a compiled function.
 #pragma once
 
@@ -6,11 +6,11 @@ namespace {
 
 constexpr int longest_median = 1024;
 
-/// The median of `length` values, 1 to 1024.
+/// Returns the median of `length` values, 1 to 1024.
 float sorted_median(const float* values, int length) {
   float sorted[longest_median];
   for (int i = 0; i < length; i++) sorted[i] = values[i];
-  // Exchanging neighbours keeps equal values in their order and says what becomes of NaN.
+  // Exchanging neighbours keeps equal values in their order and determines how NaN is treated.
   for (int j = 0; j < length - 1; j++) {
     for (int i = 0; i < length - 1 - j; i++) {
       const float value = sorted[i];

@@ -275,9 +275,9 @@ TEST_F(Faults, HugeClaimsOfAHeaderAreJudgedBeforeMemoryIsTaken) {
         {"999999,999996A,3D", "2", "BINARY", 2, "claim.cfg: line "},
         {"2147483648,2147483648A,0D", "2", "ASCII", 2, "claim.cfg: line 6"},
         {"18446744073709551615,18446744073709551615A,0D", "2", "ASCII", 2, "claim.cfg: line 6"},
-        {"3,3A,0D", "2147483648", "ASCII", 0, "declares 2147483648 samples, the data hold 2."},
-        {"3,3A,0D", "2147483648", "BINARY", 0, "declares 2147483648 samples, the data hold 1."},
-        {"3,3A,0D", "4294967297", "FLOAT32", 0, "declares 4294967297 samples, the data hold 1."}}) {
+        {"3,3A,0D", "2147483648", "ASCII", 0, "declares 2147483648 samples, but the data hold 2."},
+        {"3,3A,0D", "2147483648", "BINARY", 0, "declares 2147483648 samples, but the data hold 1."},
+        {"3,3A,0D", "4294967297", "FLOAT32", 0, "declares 4294967297 samples, but the data hold 1."}}) {
     write("claim.cfg", config(claim.counts, claim.last, claim.type));
     write("claim.dat", claim.type == std::string("ASCII") ? rows : std::string("\1\0\0\0", 4) + std::string(16, '\0'));
     const Reading claimed = read_by_info("claim.cfg");

@@ -31,25 +31,16 @@ TEST_F(Info, ListsPartsSetsAndChannels) {
                             "50\n2\n1000,2\n500,4\n1/1/2020,0:0:0.0\n1/1/2020,0:0:0.003\nASCII\n1\n";
   std::ofstream("r.dat") << "1,0,0,0,0,1,2,3,0\n2,1000,0,0,0,-1,-2,-3,\n3,2000,0,0,0,2,2,3,\n4,4000,0,0,0,1,3,3,\n";
   EXPECT_EQ(of("r.cfg"),
-            "r.cfg\n"
-            "  COMTRADE 1999 ASCII, Station, Recorder\n"
-            "  begins 1/1/2020 0:0:0.0, trigger 0.0030 s later\n"
-            "  4 samples of 7 channels, line frequency 50 Hz\n"
-            "parts by sampling rate and gaps of set 1\n"
-            "  1   0.0000 s to 0.0020 s, 2 samples at 1000 Hz, 20 per cycle\n"
-            "  2   0.0020 s to 0.0060 s, 2 samples at 500 Hz, 10 per cycle, trigger\n"
-            "sets of three phase voltages, live ones first\n"
-            "  1   4 Va, 5 Vb, 6 Vc: live\n"
-            "  2   1 Ua, 2 Ub, 3 Uc: dead\n"
-            "channels\n"
-            "  1   Ua [V], phase A, primary values, transformer 1:1, 0 to 0\n"
-            "  2   Ub [V], phase B, primary values, transformer 1:1, 0 to 0\n"
-            "  3   Uc [V], phase C, primary values, transformer 1:1, 0 to 0\n"
-            "  4   Va [kV], secondary values, transformer 110000:100, -0.5 to 1\n"
-            "  5   Vb [kV], secondary values, transformer 1:1, -2 to 3\n"
-            "  6   Vc [kV], secondary values, transformer 1:1, -3 to 3\n"
-            "  7   Ia [A], phase A, primary values, transformer 1:1, 0 to 0\n"
-            "note: 3 values are missing, the first being sample 2 of channel 7 'Ia'.\n");
+            "r.cfg\n  COMTRADE 1999 ASCII, Station, Recorder\n  begins 1/1/2020 0:0:0.0, trigger 0.0030 s later\n  4 "
+            "samples of 7 channels, line frequency 50 Hz\nparts by sampling rate and gaps of set 1\n  1   0.0000 s "
+            "to 0.0020 s, 2 samples at 1000 Hz, 20 per cycle\n  2   0.0020 s to 0.0060 s, 2 samples at 500 Hz, 10 "
+            "per cycle, trigger\nsets of three phase voltages, live ones first\n  1   4 Va, 5 Vb, 6 Vc: live\n  2   "
+            "1 Ua, 2 Ub, 3 Uc: dead\nchannels\n  1   Ua [V], phase A, primary values, transformer 1:1, 0 to 0\n  2   "
+            "Ub [V], phase B, primary values, transformer 1:1, 0 to 0\n  3   Uc [V], phase C, primary values, "
+            "transformer 1:1, 0 to 0\n  4   Va [kV], secondary values, transformer 110000:100, -0.5 to 1\n  5   Vb "
+            "[kV], secondary values, transformer 1:1, -2 to 3\n  6   Vc [kV], secondary values, transformer 1:1, -3 "
+            "to 3\n  7   Ia [A], phase A, primary values, transformer 1:1, 0 to 0\nnote: 3 values are missing; the "
+            "first is sample 2 of channel 7 'Ia'.\n");
 }
 
 TEST_F(Info, PrintsTheSameAsJson) {
@@ -78,7 +69,7 @@ TEST_F(Info, PrintsTheSameAsJson) {
        "transformer_secondary": 1, "lowest": -3, "highest": 3},
       {"number": 4, "name": "Ia", "unit": "A", "phase": "A", "side": "primary", "transformer_primary": 1,
        "transformer_secondary": 1, "lowest": null, "highest": null}],
-    "notes": ["4 values are missing, the first being sample 1 of channel 4 'Ia'."]})");
+    "notes": ["4 values are missing; the first is sample 1 of channel 4 'Ia'."]})");
   EXPECT_EQ(nlohmann::json::parse(result.out), expected) << result.out;
 }
 

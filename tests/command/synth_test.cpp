@@ -302,15 +302,15 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         BadCase{"Phases",
                 {"--phases", "AD", "-o", "dip.csv"},
-                "dipx: --phases 'AD' names no phases; give A to ABC, or A-B, B-C, C-A for two that move towards each "
-                "other"},
+                "dipx: --phases 'AD' does not name phases; give A to ABC, or A-B, B-C or C-A for two phases that "
+                "move towards each other"},
         BadCase{"NoPhases",
                 {"--phases", "", "-o", "dip.csv"},
-                "dipx: --phases '' names no phases; give A to ABC, or A-B, B-C, C-A for two that move towards each "
-                "other"},
+                "dipx: --phases '' does not name phases; give A to ABC, or A-B, B-C or C-A for two phases that move "
+                "towards each other"},
         BadCase{"ListsThatDoNotFit",
                 {"--depth", "10,20", "--duration", "1,2,3", "-o", "dip.csv"},
-                "dipx: --depth 10,20: 2 figures for 3 steps; give one for all or one for each"},
+                "dipx: --depth 10,20: 2 values for 3 steps; give one value for all steps or one for each"},
         BadCase{"OneOfAList",
                 {"--depth", "10,200", "-o", "dip.csv"},
                 "--depth: '200' is no number from 0 to 100\nRun with --help for more information."},
@@ -320,16 +320,16 @@ INSTANTIATE_TEST_SUITE_P(
                 "choose phases that shrink"},
         BadCase{"JumpOfTwoPhases",
                 {"--phases", "B-C", "--depth", "40", "--jump", "10", "-o", "dip.cff"},
-                "dipx: --jump 10: where two phases move towards each other it follows from the depth; leave it out, or "
-                "choose phases that shrink"},
+                "dipx: --jump 10: when two phases move towards each other, the jump follows from the depth; leave it "
+                "out, or choose phases that shrink"},
         BadCase{"TooManySamples",
                 {"--length", "100000", "-o", "dip.csv"},
-                "dipx: 100000 s at 6400 samples per second are 640000000 samples, and 1 to 20000000 are made; choose "
-                "another --length or --rate"},
+                "dipx: 100000 s at 6400 samples per second are 640000000 samples, but the limits are 1 and 20000000; "
+                "choose another --length or --rate"},
         BadCase{"NoSample",
                 {"--length", "0.001", "--rate", "400", "-o", "dip.csv"},
-                "dipx: 0.001 s at 400 samples per second are 0 samples, and 1 to 20000000 are made; choose another "
-                "--length or --rate"},
+                "dipx: 0.001 s at 400 samples per second are 0 samples, but the limits are 1 and 20000000; choose "
+                "another --length or --rate"},
         BadCase{"TooShort",
                 {"--length", "0.0009", "-o", "dip.csv"},
                 "--length: '0.0009' is no number from 0.001 to 100000\nRun with --help for more information."},

@@ -1,8 +1,8 @@
-// At 32 samples per cycle the feature is of order 4 (16 differences) and stands at every 4th sample from 16 on. A
-// change over the samples b to b + L, b and L multiples of 4, comes into sight at position b + 4 and leaves it at b + L
-// + 16; a crossing is recorded 7 samples ahead: boundaries b - 3 and b + L + 9. Its feature is that of a ramp, at least
-// twice the slope. A step of one sample has its height for a feature and the boundaries b - 3 and b + 13, which leave
-// no doubt of a rounding.
+// At 32 samples per cycle the feature has order 4 (16 differences) and is computed at every 4th sample from 16 on. A
+// change over the samples b to b + L, where b and L are multiples of 4, first affects the feature at position b + 4 and
+// no longer affects it at b + L + 16. A crossing is recorded 7 samples earlier, so the boundaries are b - 3 and b + L +
+// 9. The feature of a change is that of a ramp: at least twice the slope. A step of one sample has a feature equal to
+// its height and the boundaries b - 3 and b + 13; it is used where rounding must not matter.
 #include "sagx/RMS_segment_feature.h"
 
 #include <gtest/gtest.h>
@@ -29,28 +29,30 @@ class RmsSegmentation : public testing::Test {
     dipx->ut = 90;
   }
 
-  /// A window of the given length at a level in all phases.
+  /// Fills in a window of the given length with one level in all phases.
   void window(int samples, float level = 100) {
     buf->num = static_cast<unsigned>(samples);
     for (float* phase : {buf->rms_ua, buf->rms_ub, buf->rms_uc}) std::fill_n(phase, samples, level);
   }
-  /// From sample `begin` on the phase changes by `slope` per sample, for `length` samples, and then holds.
+  /// Changes the phase by `slope` per sample from sample `begin` on for `length` samples; after that the phase is
+  /// constant.
   static void ramp(float* phase, int samples, int begin, int length, float slope) {
     for (int i = begin + 1; i < samples; i++) phase[i] = phase[i - 1] + (i <= begin + length ? slope : 0.0F);
   }
-  /// The same in all phases.
+  /// Does the same in all phases.
   void ramp(int begin, int length, float slope) {
     for (float* phase : {buf->rms_ua, buf->rms_ub, buf->rms_uc}) {
       ramp(phase, static_cast<int>(buf->num), begin, length, slope);
     }
   }
   void step(int begin, float height) { ramp(begin, 1, height); }
-  /// A change that is taken back at once: boundaries begin - 3 and begin + 17, none of them apart in voltage.
+  /// Adds a change that is reversed at once. Its boundaries are begin - 3 and begin + 17, and the voltage is the same
+  /// at both.
   void blip(int begin) {
     ramp(begin, 4, -1);
     ramp(begin + 4, 4, 1);
   }
-  /// `count` blips, 40 samples apart.
+  /// Adds `count` blips, 40 samples apart.
   void blips(int count) {
     window(40 * count + 60);
     for (int i = 0; i < count; i++) blip(40 + 40 * i);
@@ -155,7 +157,7 @@ TEST_F(RmsSegmentation, FillsTheMatrixColumnByColumnWithoutOverlap) {
   EXPECT_FLOAT_EQ(feature_of_steps({0, 1}), std::sqrt(2.0F)) << "one column";
   EXPECT_FLOAT_EQ(feature_of_steps({0, 4}), std::sqrt(2.0F)) << "one row";
   EXPECT_FLOAT_EQ(feature_of_steps({0, 5}), 1.0F) << "neither";
-  EXPECT_FLOAT_EQ(feature_of_steps({3, 4}), 1.0F) << "neighbours, but neither";
+  EXPECT_FLOAT_EQ(feature_of_steps({3, 4}), 1.0F) << "adjacent differences that share neither a row nor a column";
   EXPECT_FLOAT_EQ(feature_of_steps({0, 5, 10, 15}), 1.0F);
   EXPECT_FLOAT_EQ(feature_of_steps({12, 13, 14, 15}), 2.0F);
 }
@@ -174,7 +176,7 @@ TEST_F(RmsSegmentation, TakesOrderAndStepFromTheRate) {
 }
 
 TEST_F(RmsSegmentation, RoundsTheRootOfHalfACycleHalfUp) {
-  // Half of 41 samples is 20.5, whose root 4.53 makes 5; of 20 it would make 4.
+  // Half of 41 samples is 20.5, whose root 4.53 rounds to 5; if 41 were halved to 20, the root would round to 4.
   window(600);
   buf->smp = 41;
   step(100, 2);
@@ -225,7 +227,7 @@ TEST_F(RmsSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
   buf->num = std::numeric_limits<unsigned>::max();
   buf->upd[0] = 77;
   EXPECT_EQ(segmented(), (Boundaries{997, 1013, DQ_RECORD_CAPACITY - 103, DQ_RECORD_CAPACITY - 87}));
-  EXPECT_EQ(buf->upd[0], 77.0F) << "what lies behind the minimum curve";
+  EXPECT_EQ(buf->upd[0], 77.0F) << "the array after the minimum curve must not change";
 }
 
 TEST_F(RmsSegmentation, EndsOnVoltagesThatAreNoNumbers) {
@@ -257,14 +259,14 @@ TEST_F(RmsSegmentation, WithoutARecordDoesNothing) {
 
 TEST_F(RmsSegmentation, RecordsTheFirstPossibleCrossingAheadOfTheFirstPosition) {
   window(400);
-  step(16, 2);  // in sight from the second position on
+  step(16, 2);  // affects the feature from the second position on
   step(200, 2);
   EXPECT_EQ(segmented(), (Boundaries{13, 29, 197, 213}));
 }
 
 TEST_F(RmsSegmentation, RecordsNoRiseAtTheFirstPositionNorItsFall) {
   window(600);
-  step(12, 2);  // in sight at the first position
+  step(12, 2);  // affects the feature at the first position
   step(200, 2);
   step(400, 2);
   EXPECT_EQ(segmented(), (Boundaries{197, 213, 397, 413}));
@@ -275,13 +277,13 @@ TEST_F(RmsSegmentation, CountsAFeatureEqualToTheThresholdAsAbove) {
   step(40, 1);
   step(200, 1);
   step(400, 0.9375F);
-  EXPECT_EQ(segmented(), (Boundaries{37, 53, 197, 213})) << "the third step would count at the second try";
+  EXPECT_EQ(segmented(), (Boundaries{37, 53, 197, 213})) << "the third step would exceed the second threshold";
 }
 
 TEST_F(RmsSegmentation, EndsAStretchOnlyBelowTheThreshold) {
   window(600, 0);
   step(40, 2);
-  step(56, 1);  // takes over as the step before goes out of sight
+  step(56, 1);  // affects the feature from where the previous step ceases to
   step(400, 2);
   EXPECT_EQ(segmented(), (Boundaries{37, 69, 397, 413}));
   window(600, 0);
@@ -292,26 +294,26 @@ TEST_F(RmsSegmentation, EndsAStretchOnlyBelowTheThreshold) {
 }
 
 TEST_F(RmsSegmentation, StoresTheThresholdAsFloat) {
-  // A hundredth of 230 V lies above the float next to 2.3.
+  // One hundredth of 230 V is above the float nearest to 2.3.
   ASSERT_LT(static_cast<double>(2.3F), 0.01 * 230);
   dipx->un = 230;
   window(600, 0);
   step(40, 2.3F);
   ramp(200, 1, -2.3F);
   step(400, 2);
-  EXPECT_EQ(segmented().size(), 4U) << "the third step would count at the second try";
+  EXPECT_EQ(segmented().size(), 4U) << "the third step would exceed the second threshold";
 }
 
 TEST_F(RmsSegmentation, LowersTheThresholdByAFifthUntilMoreThanThreeCross) {
   window(600, 0);
   step(40, 2);
   step(200, 0.8125F);
-  step(400, 0.75F);  // below 0.8
+  step(400, 0.75F);  // below the second threshold of 0.8
   EXPECT_EQ(segmented(), (Boundaries{37, 53, 197, 213}));
 }
 
 TEST_F(RmsSegmentation, GoesOnWithThreeCrossings) {
-  // Two stretches of which the second does not end, and a smaller step between them.
+  // There are two changes, the second of which does not end, and a smaller step between them.
   window(416, 0);
   step(40, 2);
   step(200, 0.9375F);
@@ -320,7 +322,7 @@ TEST_F(RmsSegmentation, GoesOnWithThreeCrossings) {
 }
 
 TEST_F(RmsSegmentation, TriesTenThresholds) {
-  // The tenth is 0.8^9 = 0.1342.
+  // The tenth threshold is 0.8^9 = 0.1342.
   window(600, 0);
   step(40, 0.135F);
   ramp(200, 1, -0.135F);
@@ -364,14 +366,14 @@ TEST_F(RmsSegmentation, MeasuresTheLargestChangeAtTheLastPairToo) {
   ramp(40, 4, -1);   // 4 V
   ramp(120, 4, -1);  // 4 V
   ramp(300, 44, 1);  // 44 V
-  EXPECT_EQ(segmented(), (Boundaries{297, 353, 0})) << "two survivors, and the mark of a dropped one";
+  EXPECT_EQ(segmented(), (Boundaries{297, 353, 0})) << "two crossings remain, followed by the zero of a removed one";
   EXPECT_EQ(crossings(2), (Boundaries{297, 353}));
 }
 
 TEST_F(RmsSegmentation, MeasuresTheFirstPairsChangeWithoutTheDriftBehindIt) {
   window(500);
-  ramp(40, 40, -1);       // 40 V: what is below 4 V goes
-  ramp(80, 160, 0.125F);  // too slow for a crossing; takes back 20 of the 40 V
+  ramp(40, 40, -1);       // 40 V, so changes below 4 V are removed
+  ramp(80, 160, 0.125F);  // too slow for a crossing; reverses 20 of the 40 V
   ramp(280, 4, -0.8125F);
   ramp(360, 30, 1);  // 30 V
   EXPECT_EQ(segmented(), (Boundaries{37, 89, 357, 401}));
@@ -386,7 +388,8 @@ TEST_F(RmsSegmentation, DropsTheFirstAndTheLastPairLikeOthers) {
 }
 
 TEST_F(RmsSegmentation, ComparesAnUnpairedLastCrossingWithTheFirstSample) {
-  // Too slow to be seen, the voltage comes back to 90 V or to 100 V between the dip's fall and a last, unfinished one.
+  // The voltage recovers too slowly to be detected, to 90 V or to 100 V, between the dip's fall and a last, unfinished
+  // fall.
   const auto recovered = [&](int slow_samples) {
     window(420);
     blip(40);
@@ -395,14 +398,14 @@ TEST_F(RmsSegmentation, ComparesAnUnpairedLastCrossingWithTheFirstSample) {
     ramp(400, 20, -1);
     return segmented();
   };
-  EXPECT_EQ(recovered(150), (Boundaries{97, 149, 397})) << "10 V off the start";
-  EXPECT_EQ(recovered(200), (Boundaries{97, 149, 97})) << "as at the start: two survivors";
+  EXPECT_EQ(recovered(150), (Boundaries{97, 149, 397})) << "the voltage differs by 10 V from the start";
+  EXPECT_EQ(recovered(200), (Boundaries{97, 149, 97})) << "the voltage is that of the start, so two crossings remain";
   EXPECT_EQ(crossings(2), (Boundaries{97, 149}));
 }
 
 TEST_F(RmsSegmentation, LeavesZerosWhereNothingSurvives) {
-  // A blip at 100 V and one at 60 V, an unfinished fall from 100 V: no pair holds a change, but the last two crossings
-  // lie 40 V apart.
+  // The window has a blip at 100 V, one at 60 V and an unfinished fall from 100 V. No pair of crossings contains a
+  // change, but the last two crossings differ by 40 V.
   window(820);
   blip(40);
   ramp(100, 200, -0.2F);
@@ -429,14 +432,15 @@ TEST_F(RmsSegmentation, StoresThirtyTwoOfMoreBoundaries) {
     EXPECT_EQ(dipx->T0rms[2 * i], 37 + 40 * i);
     EXPECT_EQ(dipx->T0rms[2 * i + 1], 57 + 40 * i);
   }
-  EXPECT_EQ(dipx->T_rms[0], 0) << "what lies behind the crossings";
+  EXPECT_EQ(dipx->T_rms[0], 0) << "the array after the crossings must not change";
 }
 
 // --- the third boundary ----------------------------------------------------------------------------------------------
 
 class RmsRecovery : public RmsSegmentation {
  protected:
-  /// A fall to `low`, in sight up to sample 61, and a recovery in steps too small to be seen, from sample 150 on.
+  /// Builds a fall to `low`, which affects the feature up to sample 61, and a recovery from sample 150 on in steps too
+  /// small to be detected.
   Boundaries recover(int samples, float low, std::initializer_list<float> levels) {
     window(samples);
     ramp(40, 10, (low - 100) / 10);
@@ -469,7 +473,7 @@ TEST_F(RmsRecovery, IsSoughtBelowTheNumberOfPositionsOnly) {
 }
 
 TEST_F(RmsRecovery, IsSoughtBehindTheSecondCrossingOnly) {
-  // The voltage comes back to 90.05 V at sample 61 or one sample earlier, still within the fall's stretch.
+  // The voltage returns to 90.05 V at sample 61 or one sample earlier, while the fall still affects the feature.
   const auto back_at = [&](int sample) {
     window(800);
     ramp(40, 10, -1.005F);
@@ -491,7 +495,7 @@ TEST_F(RmsRecovery, ThatDoesNotComeLeavesThreeBoundariesAllTheSame) {
 
 class RmsFeatures : public RmsSegmentation {
  protected:
-  // GBK
+  // the bytes are GBK
   static constexpr const char* check_line = "\xD3\xD0\xD0\xA7\xD6\xB5\xB7\xD6\xB6\xCE\xD0\xA3\xD1\xE9!!!\r\n";
 
   RmsFeatures() { dipx->smprate = 32; }
@@ -505,16 +509,16 @@ class RmsFeatures : public RmsSegmentation {
     run_features();
     return boundaries();
   }
-  /// A window whose voltage falls by 2 V at each of these samples. The last fall has no second boundary when the window
-  /// ends within 16 samples.
+  /// Builds a window whose voltage falls by 2 V at each of these samples. The last fall has no second boundary if the
+  /// window ends within 16 samples of it.
   void falls(int samples, const std::vector<int>& begins) {
     window(samples);
     for (const int begin : begins) step(begin, -2);
   }
-  /// The voltage of a phase is another one from sample `from` up to, not including, `to`.
+  /// Sets the voltage of a phase from sample `from` up to, but not including, `to`.
   static void level(float* phase, int from, int to, float volts) { std::fill(phase + from, phase + to, volts); }
 
-  /// Fills what the features are written to.
+  /// Fills the lists to which the features are written with a mark.
   void mark() {
     for (float* minima : {dipx->ua_rms_min, dipx->ub_rms_min, dipx->uc_rms_min, dipx->u3_rms_min}) {
       std::fill_n(minima, 32, 77.0F);
@@ -524,7 +528,7 @@ class RmsFeatures : public RmsSegmentation {
     dipx->min_num = dipx->u_min_num = 79;
     dipx->Voltagechange_Va = dipx->Voltagechange_Vb = dipx->Voltagechange_Vc = 76;
   }
-  /// Entries from `first` on that are still as `mark` left them, of all six lists.
+  /// Returns the number of entries from `first` on that still hold the mark, over all six lists.
   [[nodiscard]] long marked(int first) const {
     long count = 0;
     for (const float* minima : {dipx->ua_rms_min, dipx->ub_rms_min, dipx->uc_rms_min, dipx->u3_rms_min}) {
@@ -552,7 +556,7 @@ TEST_F(RmsFeatures, BeginWithClearedArrays) {
   }
   for (const float* magnitude : {buf->ua0, buf->ub0, buf->uc0}) EXPECT_EQ(magnitude[DQ_WINDOW_CAPACITY - 1], 0.0F);
   EXPECT_EQ(buf->u[DQ_RECORD_CAPACITY - 1], 0.0F);
-  EXPECT_EQ(buf->u[300], 96.0F) << "but what the segmentation writes is there";
+  EXPECT_EQ(buf->u[300], 96.0F) << "the segmentation's own results must be present";
 }
 
 // --- joining of transitions ------------------------------------------------------------------------------------------
@@ -586,7 +590,7 @@ void PrintTo(const JoinedCase& one, std::ostream* out) {
   *out << one.name;
 }
 
-/// Falls 28 samples apart, less than a cycle throughout.
+/// The falls are 28 samples apart, which is always less than a cycle.
 class RmsFeaturesOfManyFalls : public RmsFeatures, public testing::WithParamInterface<JoinedCase> {};
 
 TEST_P(RmsFeaturesOfManyFalls, JoinUntilFourBoundariesWouldBeLeft) {
@@ -629,7 +633,7 @@ TEST_F(RmsFeatures, OfThirtyTwoBoundariesJoinFourteenGaps) {
 }
 
 TEST_F(RmsFeatures, JoinWhatPruningLeftAsZerosIntoNothing) {
-  // The window in which no pair of crossings survives.
+  // In this window no pair of crossings remains.
   window(820);
   blip(40);
   ramp(100, 200, -0.2F);
@@ -719,7 +723,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SegmentsCase{"Eight", 800, {40, 200, 400, 600}, {37, 53, 197, 213, 397, 413, 597, 613}, 3}),
     [](const auto& test) { return test.param.name; });
 
-/// A window with one segment, from sample 53 up to, not including, sample 197, at 98 V.
+/// A window with one segment at 98 V, from sample 53 up to, but not including, sample 197.
 class RmsSegment : public RmsFeatures {
  protected:
   RmsSegment() {
@@ -806,7 +810,7 @@ TEST_F(RmsFeatures, HaveMinimaOfAMillionWhereTheVoltageIsNoLower) {
   ASSERT_EQ(boundaries(), (Boundaries{37, 53, 197, 213}));
   EXPECT_EQ(dipx->ua_rms_min[0], 1000000.0F);
   EXPECT_EQ(dipx->u3_rms_min[0], 1000000.0F);
-  EXPECT_EQ(dipx->order_min[0], 0) << "a million itself is not below";
+  EXPECT_EQ(dipx->order_min[0], 0) << "a value of exactly a million is not below the start value";
 }
 
 TEST_F(RmsFeatures, OfASegmentWithoutAMinimumHaveThePlaceOfTheOneBefore) {
@@ -838,11 +842,11 @@ TEST_F(RmsFeatures, BeginEachCallWithPlaceZero) {
 // --- rates of change -------------------------------------------------------------------------------------------------
 
 TEST_F(RmsSegment, ChangesAtTheSteepestSlopeOfItsFirstTransition) {
-  // From boundary 37 up to, not including, 53. A volt per sample makes 1600 V/s.
+  // The transition extends from boundary 37 up to, but not including, 53. One volt per sample is 1600 V/s.
   level(buf->rms_ub, 0, 400, 100);
   level(buf->rms_uc, 0, 400, 100);
   level(buf->rms_ub, 39, 400, 100.5F);  // between the second and the third sample
-  level(buf->rms_uc, 52, 400, 99.25F);  // up to the last
+  level(buf->rms_uc, 52, 400, 99.25F);  // up to the last sample
   measure();
   EXPECT_FLOAT_EQ(dipx->Voltagechange_Va, 3200);
   EXPECT_FLOAT_EQ(dipx->Voltagechange_Vb, 800);

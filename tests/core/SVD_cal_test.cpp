@@ -19,14 +19,14 @@ using tests::zeroed;
 
 class FeatureReduction : public testing::Test {
  protected:
-  /// Reduces a window whose phase A has the given features, the other phases 0.
+  /// Reduces a window whose phase A has the given features and whose other phases are 0.
   const feasvd_data& reduce(const std::vector<float>& features) {
     std::copy(features.begin(), features.end(), buf->feasvd_a);
     buf->num = static_cast<unsigned>(features.size());
     EXPECT_EQ(SVD_datapro(buf.get(), dipx.get()), 0);
     return feasvd_buf;
   }
-  /// The tenth in which a feature next to a largest one of 1 is counted.
+  /// Returns the tenth in which a feature is counted if the largest feature is 1.
   int tenth_of(float feature) {
     const auto& reduced = reduce({feature, 1.0F});
     if (reduced.feasvd_ten_i[9] == 2) return 9;
@@ -64,12 +64,12 @@ TEST_F(FeatureReduction, CountsATenthFromItsLowerEdge) {
   EXPECT_EQ(tenth_of(0.0F), 0);
   EXPECT_EQ(tenth_of(0.5F), 5);
   EXPECT_EQ(tenth_of(std::nextafter(0.5F, 0.0F)), 4);
-  EXPECT_EQ(tenth_of(0.1F), 1) << "the float above a tenth";
+  EXPECT_EQ(tenth_of(0.1F), 1) << "this float is slightly above a tenth";
   EXPECT_EQ(tenth_of(std::nextafter(0.1F, 0.0F)), 0);
 }
 
 TEST_F(FeatureReduction, MultipliesByTenInDouble) {
-  // The floats next to 0.7 and 0.9 lie below them; in float ten times them would be 7 and 9.
+  // The floats nearest to 0.7 and 0.9 are below these numbers; multiplied by ten in float they would give 7 and 9.
   EXPECT_EQ(tenth_of(0.7F), 6);
   EXPECT_EQ(tenth_of(std::nextafter(0.7F, 1.0F)), 7);
   EXPECT_EQ(tenth_of(0.9F), 8);
@@ -114,7 +114,7 @@ TEST_F(FeatureReduction, PassesOverNotANumberInSearchOfTheExtremes) {
   const auto& reduced = reduce({nan, 4, 2});
   EXPECT_EQ(reduced.feasvd_max, 4.0F);
   EXPECT_EQ(reduced.feasvd_min, 2.0F);
-  EXPECT_EQ(reduced.feasvd_ten_i[9], 2) << "the largest and what is no number";
+  EXPECT_EQ(reduced.feasvd_ten_i[9], 2) << "the largest value and the NaN are both counted";
 }
 
 TEST_F(FeatureReduction, ForgetsTheWindowBefore) {
@@ -124,7 +124,7 @@ TEST_F(FeatureReduction, ForgetsTheWindowBefore) {
   EXPECT_EQ(reduced.feasvd_ten_i[5], 0);
   EXPECT_EQ(reduced.feasvd_ten_i[9], 2);
   EXPECT_EQ(reduced.feasvd_ten_f[5], 0.0F);
-  EXPECT_EQ(reduced.feasvd_redu[2], 1.0F) << "what lies behind the count stays";
+  EXPECT_EQ(reduced.feasvd_redu[2], 1.0F) << "entries beyond the count must not change";
 }
 
 TEST_F(FeatureReduction, OfAnEmptyWindowHasNoShares) {
@@ -159,10 +159,11 @@ TEST_F(FeatureReduction, WithoutAWindowChangesNothing) {
 
 class FeatureSpread : public testing::Test {
  protected:
-  /// A reduced feature of 0 everywhere.
+  /// Starts with a reduced feature of 0 everywhere.
   FeatureSpread() { std::fill(std::begin(feasvd_buf.feasvd_redu), std::end(feasvd_buf.feasvd_redu), 0.0F); }
 
-  /// Entries `from` up to, not including, `to` alternate `swing` above and below 1: their deviation is `swing`.
+  /// Lets entries `from` up to, but not including, `to` alternate by `swing` around 1, so that their deviation is
+  /// `swing`.
   static void ripple(int from, int to, float swing) {
     for (int i = from; i < to; i++) feasvd_buf.feasvd_redu[i] = 1 + (i % 2 == 0 ? swing : -swing);
   }
@@ -187,7 +188,7 @@ TEST_F(FeatureSpread, IsTheMeanOfTheHalfCyclesDeviations) {
 
 TEST_F(FeatureSpread, LeavesOutTheLastHalfCycleAndAPartialOne) {
   ripple(64, 128, 100);
-  EXPECT_EQ(spread(64, 127), 0.0F) << "two of three whole half-cycles";
+  EXPECT_EQ(spread(64, 127), 0.0F) << "two of the three whole half-cycles are used";
   EXPECT_EQ(printed.out, "seg_num=2\r\n");
   EXPECT_EQ(spread(64, 128), 100.0F / 3.0F);
   EXPECT_EQ(printed.out, "seg_num=3\r\n");
@@ -200,7 +201,7 @@ TEST_F(FeatureSpread, HalvesAnOddRateDownward) {
 }
 
 TEST_F(FeatureSpread, IsThatOfTheWholePopulation) {
-  // 1 and 3 deviate by 1; the divisor less one would give the root of 2.
+  // The values 1 and 3 deviate by 1 from their mean; a divisor reduced by one would give the square root of 2.
   feasvd_buf.feasvd_redu[0] = 1;
   feasvd_buf.feasvd_redu[1] = 3;
   EXPECT_EQ(spread(4, 4), 1.0F);
@@ -212,7 +213,8 @@ TEST_F(FeatureSpread, IsMeasuredFromEachHalfCyclesOwnMean) {
 }
 
 TEST_F(FeatureSpread, SumsDeviationsInFloat) {
-  // 2^24 and three ones behind it, which are lost one by one. Kept in double the mean would be 2^22 + 0.75.
+  // The sum starts with 2^24, so each of the three ones added after it is lost. In double the mean would be 2^22 +
+  // 0.75.
   const float swings[4] = {16777216.0F, 1, 1, 1};
   for (int block = 0; block < 4; block++) {
     feasvd_buf.feasvd_redu[2 * block] = swings[block];
@@ -223,7 +225,7 @@ TEST_F(FeatureSpread, SumsDeviationsInFloat) {
 }
 
 TEST_F(FeatureSpread, SumsEntriesInFloat) {
-  // 4096 and its negative leave 1 and -1; of the squares' sum 2^25 + 2 the 2 is lost, added one by one.
+  // The mean is 0. In the sum of squares, 2^25 + 2, both ones are lost because they are added one by one.
   const float entries[4] = {4096, -4096, 1, -1};
   std::copy(std::begin(entries), std::end(entries), feasvd_buf.feasvd_redu);
   EXPECT_EQ(spread(8, 8), static_cast<float>(std::sqrt(33554432.0 / 4)));
@@ -294,12 +296,13 @@ TEST_F(FeatureSpread, NeedsNoMemory) {
 }
 
 TEST_F(FeatureSpread, StaysInsideTheArrayWhateverTheCountSays) {
-  feasvd_buf.feasvd_max = tests::nan;  // what lies behind
+  feasvd_buf.feasvd_max = tests::nan;  // a field after the array
   for (const unsigned num : {unsigned{DQ_RECORD_CAPACITY} + 1, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
     EXPECT_EQ(spread(32, num), 0.0F) << num;
     EXPECT_EQ(printed.out, "seg_num=23999\r\n") << num;
   }
-  EXPECT_TRUE(std::isnan(spread(std::numeric_limits<int>::max(), 0xFFFFFFFFU))) << "half a cycle beyond the array";
+  EXPECT_TRUE(std::isnan(spread(std::numeric_limits<int>::max(), 0xFFFFFFFFU)))
+      << "the half-cycle is longer than the array";
 }
 
 TEST_F(FeatureSpread, LeavesTheFeatureAsItWas) {

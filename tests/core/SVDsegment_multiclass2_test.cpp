@@ -1,6 +1,7 @@
-// At one sample per cycle the order is 1 and nothing is smoothed: the feature is the difference between neighbours. A
-// change over the samples b to b + L has the crossings b and b + L + 1. At 32 samples per cycle the order is 4 (16
-// differences) and the median of 17 leaves a curve that only falls as it is: crossings b and b + L + 16.
+// At one sample per cycle the order is 1 and nothing is smoothed, so the feature is the difference between neighbouring
+// samples, and a change over the samples b to b + L has the crossings b and b + L + 1. At 32 samples per cycle the
+// order is 4 (16 differences), and the median of 17 does not alter a curve that only falls, so the crossings are b and
+// b + L + 16.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -34,14 +35,15 @@ class LongSegmentation : public testing::Test {
     buf->num = static_cast<unsigned>(samples);
     for (float* phase : {buf->ua, buf->ub, buf->uc}) std::fill_n(phase, samples, level);
   }
-  /// From sample `begin` on the phase changes by `slope` per sample, for `length` samples, and then holds.
+  /// Changes the phase by `slope` per sample from sample `begin` on for `length` samples; after that the phase is
+  /// constant.
   static void ramp(float* phase, int samples, int begin, int length, float slope) {
     for (int i = begin + 1; i < samples; i++) phase[i] = phase[i - 1] + (i <= begin + length ? slope : 0.0F);
   }
   void ramp(int begin, int length, float slope) {
     for (float* phase : {buf->ua, buf->ub, buf->uc}) ramp(phase, static_cast<int>(buf->num), begin, length, slope);
   }
-  /// Falls and rises in turn by `height`, ten samples apart from sample 5 on: two crossings each.
+  /// Adds falls and rises in turn by `height`, ten samples apart from sample 5 on; each has two crossings.
   void steps(int count, float height = 2) {
     window(10 * count + 10);
     for (int k = 0; k < count; k++) ramp(5 + 10 * k, 1, k % 2 == 0 ? -height : height);
@@ -75,7 +77,7 @@ class LongSegmentation : public testing::Test {
 // --- smoothing of long cycles ----------------------------------------------------------------------------------------
 
 TEST_F(LongSegmentation, SmoothsToZeroWhereHalfACycleIsMoreThanAMedianTakes) {
-  for (const unsigned cycle : {2046U, 2048U}) {  // medians of 1024 and 1025 samples
+  for (const unsigned cycle : {2046U, 2048U}) {  // half a cycle then needs medians of 1024 and 1025 samples
     window(3000);
     buf->smp = cycle;
     segmented();
@@ -153,7 +155,7 @@ TEST_F(LongSegmentation, NeverLowersItsThreshold) {
 }
 
 TEST_F(LongSegmentation, StoresTheThresholdAsFloat) {
-  // A hundredth of 230 V lies above the float next to 2.3.
+  // One hundredth of 230 V is above the float nearest to 2.3.
   ASSERT_LT(static_cast<double>(2.3F), 0.01 * 230);
   dipx->un = 230;
   window(200, 0);
@@ -211,7 +213,7 @@ TEST_F(LongSegmentation, StopsAtTheThirtySecondCrossingAlsoWhereThatIsARise) {
 // --- magnitudes ------------------------------------------------------------------------------------------------------
 
 TEST_F(LongSegmentation, KeepsTheMagnitudesBeforeItSmoothsThem) {
-  buf->smp = 8;  // median of 5
+  buf->smp = 8;  // a median of 5
   window(40);
   std::fill_n(buf->ua, 40, 101.0F);
   std::fill_n(buf->uc, 40, 102.0F);
@@ -222,7 +224,7 @@ TEST_F(LongSegmentation, KeepsTheMagnitudesBeforeItSmoothsThem) {
   EXPECT_EQ(buf->ub0[20], 50.0F);
   EXPECT_EQ(buf->uc0[20], 102.0F);
   EXPECT_EQ(buf->ub[20], 100.0F);
-  EXPECT_EQ(buf->ua0[40], 0.0F) << "behind the window";
+  EXPECT_EQ(buf->ua0[40], 0.0F) << "entries after the window must not change";
 }
 
 TEST_F(LongSegmentation, KeepsTheLowestPhaseOfEachSampleUnsmoothed) {
@@ -236,17 +238,17 @@ TEST_F(LongSegmentation, KeepsTheLowestPhaseOfEachSampleUnsmoothed) {
   EXPECT_EQ(buf->u[10], 90.0F);
   EXPECT_EQ(buf->u[20], 80.0F);
   EXPECT_EQ(buf->u[39], 70.0F);
-  EXPECT_EQ(buf->u[40], 0.0F) << "behind the window";
+  EXPECT_EQ(buf->u[40], 0.0F) << "entries after the window must not change";
 }
 
 TEST_F(LongSegmentation, SmoothsByHalfACycleAndASample) {
-  buf->smp = 32;  // median of 17
+  buf->smp = 32;  // a median of 17
   window(100);
   std::fill_n(buf->ua + 30, 8, 50.0F);
   std::fill_n(buf->ub + 30, 9, 50.0F);
   segmented();
   EXPECT_EQ(std::count(buf->ua, buf->ua + 100, 50.0F), 0);
-  EXPECT_EQ(std::count(buf->ub + 30, buf->ub + 39, 50.0F), 9) << "a step keeps its place";
+  EXPECT_EQ(std::count(buf->ub + 30, buf->ub + 39, 50.0F), 9) << "a step keeps its position";
   EXPECT_EQ(std::count(buf->ub, buf->ub + 100, 50.0F), 9);
 }
 
@@ -258,7 +260,7 @@ TEST_F(LongSegmentation, MeasuresSmoothedMagnitudes) {
 }
 
 TEST_F(LongSegmentation, SeesTheFirstQuarterCycleUnsmoothed) {
-  // A spike of one sample, in sight from the first complete feature on until 16 samples behind it.
+  // A spike of one sample affects the feature from the first complete feature on until 16 samples after it.
   buf->smp = 32;
   window(200);
   buf->ub[7] = 10;
@@ -279,8 +281,8 @@ TEST_F(LongSegmentation, SeesTheLastQuarterCycleUnsmoothed) {
 }
 
 TEST_F(LongSegmentation, AtOddQuartersTakesOneEntryPastTheWindowAsItStands) {
-  // At 34 samples per cycle 18 values are sorted, from 8 before to 9 behind. Of the last window's, 9 are 0 and 8
-  // are 10.
+  // At 34 samples per cycle the median takes 18 values, from 8 before to 9 after a sample. In the last window 9 of
+  // these are 0 and 8 are 10.
   buf->smp = 34;
   const auto last_with = [&](float behind) {
     window(20, 0);
@@ -290,13 +292,14 @@ TEST_F(LongSegmentation, AtOddQuartersTakesOneEntryPastTheWindowAsItStands) {
     return buf->ua[11];
   };
   EXPECT_EQ(last_with(0), 0.0F);
-  EXPECT_EQ(last_with(50), 5.0F) << "mean of the middle two";
+  EXPECT_EQ(last_with(50), 5.0F) << "the mean of the two middle values";
 }
 
 // --- the feature -----------------------------------------------------------------------------------------------------
 
 TEST_F(LongSegmentation, TakesTheOrderFromTheRate) {
-  // The root of half a cycle, rounded half up; a steady slope makes order times itself.
+  // The order is the square root of half a cycle, rounded half up; the feature of a constant slope is the order times
+  // the slope.
   const std::pair<unsigned, int> orders[] = {{1, 1},  {32, 4}, {40, 4},  {41, 5},  {60, 5},  {61, 6}, {64, 6},
                                              {84, 6}, {85, 7}, {100, 7}, {112, 7}, {113, 8}, {128, 8}};
   for (const auto& [rate, order] : orders) {
@@ -359,7 +362,7 @@ TEST_F(LongSegmentation, OfAWindowNoLongerThanItsMatrixRepeatsWhatStandsBehindIt
   }
   window(17);
   segmented();
-  EXPECT_EQ(std::count(buf->feasvd_a, buf->feasvd_a + 17, 0.0F), 17) << "one complete feature";
+  EXPECT_EQ(std::count(buf->feasvd_a, buf->feasvd_a + 17, 0.0F), 17) << "only one feature is complete";
 }
 
 TEST_F(LongSegmentation, AtARateWithoutAnOrderHasNoFeatures) {
@@ -439,7 +442,7 @@ TEST_F(LongSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
   buf->feasvd_a[DQ_WINDOW_CAPACITY] = 77;
   buf->num = std::numeric_limits<unsigned>::max();
   EXPECT_EQ(segmented(), (Crossings{40, 48, DQ_WINDOW_CAPACITY - 3}));
-  EXPECT_EQ(buf->angle_a[0], 77.0F) << "what lies behind the magnitudes";
+  EXPECT_EQ(buf->angle_a[0], 77.0F) << "the array after the magnitudes must not change";
   EXPECT_EQ(buf->u[DQ_WINDOW_CAPACITY], 77.0F);
   EXPECT_EQ(buf->feasvd_a[DQ_WINDOW_CAPACITY], 77.0F);
 }
@@ -450,7 +453,7 @@ TEST_F(LongSegmentation, FindsNoCrossingOfAThresholdThatIsNoNumber) {
   dipx->un = tests::nan;
   EXPECT_EQ(segmented(), Crossings{});
   dipx->un = 0;
-  EXPECT_EQ(segmented(), Crossings{}) << "everything lies above";
+  EXPECT_EQ(segmented(), Crossings{}) << "every feature counts as above the threshold";
 }
 
 TEST_F(LongSegmentation, WithoutARecordOrAPlaceForItsResultDoesNothing) {

@@ -1,7 +1,7 @@
-// At one sample per cycle the order is 1 and nothing is smoothed: the feature is the difference between neighbours. A
-// change over the samples b to b + L has boundaries b - 1 and b + L - 1, two samples ahead of where the feature rises
-// and falls. Windows are so long that less than 5 % of their samples lie in a change where a tenth of the depth is to
-// be the threshold.
+// At one sample per cycle the order is 1 and nothing is smoothed, so the feature is the difference between neighbouring
+// samples. A change over the samples b to b + L has boundaries b - 1 and b + L - 1, two samples before the feature
+// rises and falls. Where a tenth of the depth is to be the threshold, windows are so long that less than 5 % of their
+// samples are within a change.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -31,14 +31,15 @@ class ShortSegmentation : public testing::Test {
     buf->num = static_cast<unsigned>(samples);
     for (float* phase : {buf->ua, buf->ub, buf->uc}) std::fill_n(phase, samples, level);
   }
-  /// From sample `begin` on the phase changes by `slope` per sample, for `length` samples, and then holds.
+  /// Changes the phase by `slope` per sample from sample `begin` on for `length` samples; after that the phase is
+  /// constant.
   static void ramp(float* phase, int samples, int begin, int length, float slope) {
     for (int i = begin + 1; i < samples; i++) phase[i] = phase[i - 1] + (i <= begin + length ? slope : 0.0F);
   }
   void ramp(int begin, int length, float slope) {
     for (float* phase : {buf->ua, buf->ub, buf->uc}) ramp(phase, static_cast<int>(buf->num), begin, length, slope);
   }
-  /// From sample `begin` on all phases stand at a level.
+  /// Sets all phases to a level from sample `begin` on.
   void hold(int begin, float level) {
     for (float* phase : {buf->ua, buf->ub, buf->uc}) std::fill(phase + begin, phase + buf->num, level);
   }
@@ -62,7 +63,7 @@ class ShortSegmentation : public testing::Test {
 // --- magnitudes ------------------------------------------------------------------------------------------------------
 
 TEST_F(ShortSegmentation, KeepsTheMagnitudesBeforeItSmoothsThem) {
-  buf->smp = 8;  // median of 5
+  buf->smp = 8;  // a median of 5
   window(40);
   for (const int spike : {1, 20, 38}) buf->ub[spike] = 50;
   run();
@@ -70,9 +71,9 @@ TEST_F(ShortSegmentation, KeepsTheMagnitudesBeforeItSmoothsThem) {
     EXPECT_EQ(buf->ub0[spike], 50.0F);
     EXPECT_EQ(buf->u[spike], 50.0F) << "the minimum curve is not smoothed";
   }
-  EXPECT_EQ(buf->ub[1], 50.0F) << "no window fits";
+  EXPECT_EQ(buf->ub[1], 50.0F) << "no complete window fits here";
   EXPECT_EQ(buf->ub[20], 100.0F);
-  EXPECT_EQ(buf->ub[38], 50.0F) << "no window fits";
+  EXPECT_EQ(buf->ub[38], 50.0F) << "no complete window fits here";
   EXPECT_EQ(buf->ua0[20], 100.0F);
 }
 
@@ -86,13 +87,13 @@ TEST_F(ShortSegmentation, SmoothsFromAQuarterCycleInsideTheWindow) {
 }
 
 TEST_F(ShortSegmentation, SmoothsByHalfACycleAndASample) {
-  buf->smp = 32;  // median of 17
+  buf->smp = 32;  // a median of 17
   window(100);
   std::fill_n(buf->ua + 30, 8, 50.0F);
   std::fill_n(buf->ub + 30, 9, 50.0F);
   run();
   EXPECT_EQ(std::count(buf->ua, buf->ua + 100, 50.0F), 0);
-  EXPECT_EQ(std::count(buf->ub + 30, buf->ub + 39, 50.0F), 9) << "a step keeps its place";
+  EXPECT_EQ(std::count(buf->ub + 30, buf->ub + 39, 50.0F), 9) << "a step keeps its position";
   EXPECT_EQ(std::count(buf->ub, buf->ub + 100, 50.0F), 9);
 }
 
@@ -110,8 +111,8 @@ TEST_F(ShortSegmentation, SmoothsEachPhaseByItself) {
 }
 
 TEST_F(ShortSegmentation, AtOddQuartersTakesOneEntryPastTheWindowAsItStands) {
-  // At 34 samples per cycle 18 values are sorted, from 8 before to 9 behind. Of the last window's, 9 are 0 and 8
-  // are 10.
+  // At 34 samples per cycle the median takes 18 values, from 8 before to 9 after a sample. In the last window 9 of
+  // these are 0 and 8 are 10.
   buf->smp = 34;
   const auto last_with = [&](float behind) {
     window(20, 0);
@@ -121,14 +122,14 @@ TEST_F(ShortSegmentation, AtOddQuartersTakesOneEntryPastTheWindowAsItStands) {
     return buf->ua[11];
   };
   EXPECT_EQ(last_with(0), 0.0F);
-  EXPECT_EQ(last_with(50), 5.0F) << "mean of the middle two";
+  EXPECT_EQ(last_with(50), 5.0F) << "the mean of the two middle values";
 }
 
 TEST_F(ShortSegmentation, AtTheEndOfTheArrayTheEntryPastTheWindowIsZero) {
   buf->smp = 34;
   window(DQ_WINDOW_CAPACITY, 0);
   std::fill_n(buf->ua + DQ_WINDOW_CAPACITY - 8, 8, 10.0F);
-  buf->ub[0] = 50;  // whose copy stands behind the copy of phase A
+  buf->ub[0] = 50;  // its copy follows the copy of phase A in memory
   run();
   EXPECT_EQ(buf->ua[DQ_WINDOW_CAPACITY - 9], 0.0F);
 }
@@ -207,14 +208,15 @@ TEST_F(ShortSegmentation, OfAFlatWindowTakesATenthOfTheDepthForThreshold) {
 TEST_F(ShortSegmentation, TakesTheLowerEdgeOfTheTopTenthsThatHoldFivePerCent) {
   window(100);
   ramp(40, 5, 8);
-  EXPECT_EQ(run(), "S=7.200\r\n") << "5 of 100 samples in the top tenth";
+  EXPECT_EQ(run(), "S=7.200\r\n") << "5 of 100 samples are in the top tenth";
   window(100);
   ramp(40, 4, 8);
-  EXPECT_EQ(run(), "S=1.000\r\n") << "4 of 100: all tenths are needed, and the depth decides";
+  EXPECT_EQ(run(), "S=1.000\r\n")
+      << "the upper tenths hold only 4 of 100 samples, so the lowest is needed and the depth decides";
   window(100);
   ramp(40, 4, 8);
   ramp(60, 1, 3);
-  EXPECT_EQ(run(), "S=2.400\r\n") << "4 and one in the tenth from 2.4 on";
+  EXPECT_EQ(run(), "S=2.400\r\n") << "the fifth sample is in the tenth that starts at 2.4";
 }
 
 TEST_F(ShortSegmentation, TakesAThresholdOfNoLessThanATenthOfTheDepth) {
@@ -315,7 +317,8 @@ TEST_F(ShortSegmentation, RecordsNoStretchThatBeginsWithTheWindow) {
   EXPECT_EQ(segmented(), (Boundaries{99, 106, 199, 206}));
 }
 
-/// Runs up and down, 30 samples apart, alternately, of which the one of the given number has a slope of its own.
+/// Runs that alternate between falling and rising, 30 samples apart; the run with the given number has a different
+/// slope.
 class ManyRuns : public ShortSegmentation {
  protected:
   void runs(int count, float slope, int odd_one = -1, float odd_slope = 0) {
@@ -326,7 +329,7 @@ class ManyRuns : public ShortSegmentation {
       ramp(40 + 30 * i, 7, i % 2 == 0 ? -size : size);
     }
   }
-  /// The boundaries of runs `from` to `to`, the odd one left out.
+  /// Returns the boundaries of runs `from` to `to` without those of the given odd one.
   static Boundaries boundaries(int from, int to, int odd_one = -1) {
     Boundaries result;
     for (int i = from; i < to; i++) {
@@ -345,9 +348,9 @@ TEST_F(ManyRuns, AreAllKeptUpToThirtyTwoCrossings) {
 
 TEST_F(ManyRuns, BeyondThirtyTwoCrossingsRaiseTheThresholdByAFifth) {
   runs(17, 2, 3, 1.1875F);
-  EXPECT_EQ(run(), "S=1.000\r\n") << "the first threshold is the one printed";
+  EXPECT_EQ(run(), "S=1.000\r\n") << "the first threshold is printed";
   EXPECT_EQ((Boundaries{dipx->seg_idx, dipx->seg_idx + dipx->seg_num}), boundaries(0, 17, 3));
-  runs(17, 2, 3, 1.25F);  // more than 1.2: needs a second step
+  runs(17, 2, 3, 1.25F);  // more than 1.2, so the threshold must be raised twice
   EXPECT_EQ(segmented(), boundaries(0, 17, 3));
 }
 
@@ -363,12 +366,12 @@ TEST_F(ManyRuns, AreCutAfterThirtyTwoBoundariesWhenNoThresholdHelps) {
 TEST_F(ManyRuns, BeyondTheListAreNotLookedAt) {
   runs(100, 200);
   EXPECT_EQ(segmented(), boundaries(0, 16));
-  EXPECT_EQ(dipx->un, 100.0F) << "what lies behind the crossings";
+  EXPECT_EQ(dipx->un, 100.0F) << "the field after the crossings must not change";
 }
 
 TEST_F(ManyRuns, LeaveARunInProgressToTheNextTry) {
-  // The window begins and ends in a run. The two samples at its end count for three at the next try's start, where four
-  // more complete them, eight samples behind a crossing that lies ahead of the window.
+  // The window begins and ends within a run. The two samples at its end count as three when the next try starts. Four
+  // more samples then complete the run, eight samples after a crossing that lies before the window.
   const int samples = 6000;
   window(samples);
   dipx->ut = 10000;
@@ -383,7 +386,7 @@ TEST_F(ManyRuns, LeaveARunInProgressToTheNextTry) {
 }
 
 TEST_F(ManyRuns, LeaveCrossingsOfAnEarlierTryInTheThirdPlace) {
-  // Of 18 runs only the first crosses the second threshold. No recovery is in reach.
+  // Of 18 runs only the first crosses the second threshold, and no recovery can be found.
   runs(18, 1.125F, 0, 50);
   dipx->ut = -10000;
   EXPECT_EQ(segmented(), (Boundaries{39, 46, 69}));
@@ -403,15 +406,15 @@ TEST_F(ShortSegmentation, LeavesWhatLiesBehindTheCountsUntouched) {
 
 // --- pruning of short gaps -------------------------------------------------------------------------------------------
 
-/// At 32 samples per cycle the order is 3, a gap is short below 8 samples, and the median leaves a falling curve as it
-/// is. A change over b to b + L has boundaries b - 1 and b + L + 7.
+/// At 32 samples per cycle the order is 3, gaps below 8 samples are short, and the median does not alter a falling
+/// curve. A change over b to b + L has boundaries b - 1 and b + L + 7.
 class ShortGaps : public ShortSegmentation {
  protected:
   ShortGaps() {
     buf->smp = 32;
-    dipx->ut = 1000;  // every run dips
+    dipx->ut = 1000;  // every run falls below the dip threshold
   }
-  /// Runs of 20 V, each so many samples behind the one before.
+  /// Builds runs of 20 V, each starting the given number of samples after the end of the previous one.
   Boundaries with_gaps(const std::vector<int>& gaps) {
     window(6000, 300);
     int at = 40;
@@ -431,16 +434,18 @@ TEST_F(ShortGaps, OfLessThanAQuarterCycleAreClosed) {
 }
 
 TEST_F(ShortGaps, RoundAQuarterCycleHalfUp) {
-  // 8.5 makes 9. The even median spreads a corner over two samples, which ends each run a sample earlier.
+  // A quarter cycle of 8.5 samples rounds to 9. The median of an even number of values spreads a corner over two
+  // samples, so each run ends a sample earlier.
   buf->smp = 34;
   EXPECT_EQ(with_gaps({7, 100}), (Boundaries{39, 101, 202, 229}));
   EXPECT_EQ(with_gaps({8, 100}), (Boundaries{39, 66, 75, 102, 203, 230}));
 }
 
 TEST_F(ShortGaps, AreLookedAtOnlyUntilFourBoundariesWouldBeLeft) {
-  EXPECT_EQ(with_gaps({8, 7}), (Boundaries{39, 67, 75, 103, 110, 138})) << "the first gap alone";
+  EXPECT_EQ(with_gaps({8, 7}), (Boundaries{39, 67, 75, 103, 110, 138})) << "only the first gap is joined";
   EXPECT_EQ(with_gaps({7, 7}), (Boundaries{39, 102, 109, 137}));
-  EXPECT_EQ(with_gaps({100, 7, 7}), (Boundaries{39, 67, 167, 230, 237, 265})) << "the first two";
+  EXPECT_EQ(with_gaps({100, 7, 7}), (Boundaries{39, 67, 167, 230, 237, 265}))
+      << "only the first two short gaps are joined";
 }
 
 TEST_F(ShortGaps, AreKeptBetweenFourBoundaries) {
@@ -450,7 +455,7 @@ TEST_F(ShortGaps, AreKeptBetweenFourBoundaries) {
 // --- pruning of leading runs without a dip ---------------------------------------------------------------------------
 
 TEST_F(ShortSegmentation, DropsALeadingRunAtOrAboveTheThreshold) {
-  // The first run goes down to the threshold at the last sample before its end, or just below.
+  // The first run reaches the threshold, or a value just below it, at the last sample before its end.
   const auto down_to = [&](float level) {
     window(4000);
     ramp(40, 7, -2);
@@ -489,7 +494,7 @@ TEST_F(ShortSegmentation, KeepsRunsWithoutADipAmongFourBoundaries) {
 }
 
 TEST_F(ShortSegmentation, JudgesLeadingRunsBySmoothedMagnitudes) {
-  // A notch of one sample in the first run reaches below the threshold before smoothing only.
+  // A notch of one sample in the first run reaches below the threshold only before smoothing.
   buf->smp = 8;
   window(4000, 200);
   ramp(40, 12, 2);
@@ -505,7 +510,7 @@ TEST_F(ShortSegmentation, JudgesLeadingRunsBySmoothedMagnitudes) {
 // --- pruning of small changes ----------------------------------------------------------------------------------------
 
 TEST_F(ShortSegmentation, DropsAMiddleRunWithLessThanATenthOfTheLargestChange) {
-  // A run changes the voltage between its boundaries by its slope times one sample less than its length.
+  // The voltage changes between the boundaries of a run by its slope times one sample less than its length.
   dipx->ud = 4;
   const auto with_middle_slope = [&](float slope) {
     window(4000);
@@ -554,8 +559,8 @@ TEST_F(ShortSegmentation, KeepsSmallChangesAmongFourBoundaries) {
 
 // --- the third boundary ----------------------------------------------------------------------------------------------
 
-/// A fall to 80 V with boundaries 39 and 49, and a recovery too quick to be a run. It counts at 2 % of nominal above
-/// the dip threshold: 92 V.
+/// A fall to 80 V with boundaries 39 and 49, and a recovery too quick to be a run. The voltage counts as recovered 2 %
+/// of nominal above the dip threshold, at 92 V.
 class ShortRecovery : public ShortSegmentation {
  protected:
   Boundaries recover(std::initializer_list<float> levels) {
@@ -575,7 +580,7 @@ TEST_F(ShortRecovery, IsTheLastSampleBeforeTheRise) {
 TEST_F(ShortRecovery, LiesAboveItsLevel) {
   EXPECT_EQ(recover({92, 93}), (Boundaries{39, 49, 150}));
   EXPECT_EQ(recover({std::nextafter(92.0F, 93.0F)}), (Boundaries{39, 49, 149}));
-  EXPECT_EQ(recover({92}), (Boundaries{39, 49, 0})) << "none: what the list held";
+  EXPECT_EQ(recover({92}), (Boundaries{39, 49, 0})) << "there is no recovery, so the list keeps its earlier content";
 }
 
 TEST_F(ShortRecovery, IsTheFirst) {
@@ -584,7 +589,7 @@ TEST_F(ShortRecovery, IsTheFirst) {
 
 TEST_F(ShortRecovery, MayLieAtTheSecondCrossingAndNotAheadOfIt) {
   window(300, 78);
-  ramp(40, 8, 2);  // 92 V at the second crossing, 94 V behind it
+  ramp(40, 8, 2);  // 92 V at the second crossing, 94 V after it
   EXPECT_EQ(segmented(), (Boundaries{39, 47, 47}));
   window(300, 80);
   ramp(40, 8, 2);
@@ -628,11 +633,11 @@ TEST_F(ShortSegmentation, HasNoDipWithoutAFallOrWithoutARise) {
   hold(10, 80);
   dipx->D[0] = dipx->D[1] = 7;
   run();
-  EXPECT_EQ(dip(), (Boundaries{0, 0})) << "never up again";
+  EXPECT_EQ(dip(), (Boundaries{0, 0})) << "the voltage never rises again";
   window(100, 80);
   hold(10, 100);
   run();
-  EXPECT_EQ(dip(), (Boundaries{0, 0})) << "down from the start";
+  EXPECT_EQ(dip(), (Boundaries{0, 0})) << "the voltage is low from the start";
 }
 
 TEST_F(ShortSegmentation, HasNoDipWhereTheLastRiseLiesAheadOfTheFirstFall) {
@@ -670,7 +675,7 @@ TEST_F(ShortSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
   buf->u[DQ_WINDOW_CAPACITY] = 77;
   buf->num = std::numeric_limits<unsigned>::max();
   EXPECT_EQ(segmented(), (Boundaries{39, 46, DQ_WINDOW_CAPACITY - 101, DQ_WINDOW_CAPACITY - 94}));
-  EXPECT_EQ(buf->angle_a[0], 77.0F) << "what lies behind the magnitudes";
+  EXPECT_EQ(buf->angle_a[0], 77.0F) << "the array after the magnitudes must not change";
   EXPECT_EQ(buf->u[DQ_WINDOW_CAPACITY], 77.0F);
 }
 

@@ -1,7 +1,7 @@
-// At one sample per cycle the order is 1: the feature is the difference between neighbours, one per sample from the
-// first on. A change over the samples b to b + L has the boundaries b and b + L. At 32 samples per cycle the order is
-// 4; a step over one sample from b on is in sight for 16 features: its boundaries are b and b + 16, and the second
-// moves to b + 1 where phase A makes the step.
+// At one sample per cycle the order is 1, so the feature is the difference between neighbouring samples, with one
+// feature per sample from the first on. A change over the samples b to b + L has the boundaries b and b + L. At 32
+// samples per cycle the order is 4, and a step over one sample from b on affects 16 features: its boundaries are b and
+// b + 16, and the second one moves to b + 1 if phase A makes the step.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,14 +27,15 @@ class AlternativeSegmentation : public testing::Test {
   AlternativeSegmentation() {
     buf->smp = 1;
     dipx->un = 100;  // changes count from a feature of 1 on
-    dipx->ud = 50;   // ends are where phase A changes by more than 0.5
+    dipx->ud = 50;   // the end of a transition is where phase A changes by more than 0.5
   }
 
   void window(int samples, float level = 100) {
     buf->num = static_cast<unsigned>(samples);
     for (float* phase : {buf->rms_ua, buf->rms_ub, buf->rms_uc}) std::fill_n(phase, samples, level);
   }
-  /// From sample `begin` on the phase changes by `slope` per sample, for `length` samples, and then holds.
+  /// Changes the phase by `slope` per sample from sample `begin` on for `length` samples; after that the phase is
+  /// constant.
   void ramp(float* phase, int begin, int length, float slope) {
     for (int i = begin + 1; i < static_cast<int>(buf->num); i++) {
       phase[i] = phase[i - 1] + (i <= begin + length ? slope : 0.0F);
@@ -43,7 +44,7 @@ class AlternativeSegmentation : public testing::Test {
   void ramp(int begin, int length, float slope) {
     for (float* phase : {buf->rms_ua, buf->rms_ub, buf->rms_uc}) ramp(phase, begin, length, slope);
   }
-  /// `count` steps, up and down, ten samples apart from sample 10 on: boundaries 10 and 11, 20 and 21, ...
+  /// Adds `count` steps, up and down, ten samples apart from sample 10 on, with boundaries 10 and 11, 20 and 21, ...
   void steps(int count, float height) {
     window(10 * count + 20);
     for (int i = 0; i < count; i++) ramp(10 + 10 * i, 1, i % 2 == 0 ? -height : height);
@@ -72,7 +73,7 @@ class AlternativeSegmentation : public testing::Test {
   tests::Zeroed<dq_dipx_struct> dipx = zeroed<dq_dipx_struct>();
 };
 
-// --- what it writes and prints ---------------------------------------------------------------------------------------
+// --- written results and printed lines -------------------------------------------------------------------------------
 
 TEST_F(AlternativeSegmentation, OfADipFindsWhereItsFallAndItsRecoveryBeginAndEnd) {
   window(400);
@@ -102,7 +103,7 @@ TEST_F(AlternativeSegmentation, WritesItsOwnListAndNoOther) {
   for (int* list : {dipx->T0_rms, dipx->Trms, dipx->T0rms, dipx->T, dipx->T0}) std::fill_n(list, 32, 72);
   dipx->Trms_num = dipx->T_num = 73;
   EXPECT_EQ(segmented(), (Boundaries{40, 70}));
-  EXPECT_EQ(std::count(dipx->T_rms + 2, dipx->T_rms + 32, 71), 30) << "what lies behind the count stays";
+  EXPECT_EQ(std::count(dipx->T_rms + 2, dipx->T_rms + 32, 71), 30) << "entries beyond the count must not change";
   for (const int* list : {dipx->T0_rms, dipx->Trms, dipx->T0rms, dipx->T, dipx->T0}) {
     EXPECT_EQ(std::count(list, list + 32, 72), 32);
   }
@@ -169,11 +170,11 @@ TEST_F(AlternativeSegmentation, TakesTheOrderFromHalfACycle) {
   };
   EXPECT_EQ(length_of_a_step_at(32), 16);
   EXPECT_EQ(length_of_a_step_at(40), 16);
-  EXPECT_EQ(length_of_a_step_at(41), 25) << "the root of 20.5, rounded half up";
+  EXPECT_EQ(length_of_a_step_at(41), 25) << "the order is the square root of 20.5, rounded half up";
   EXPECT_EQ(length_of_a_step_at(50), 25);
   EXPECT_EQ(length_of_a_step_at(64), 36);
   EXPECT_EQ(length_of_a_step_at(128), 64);
-  EXPECT_EQ(length_of_a_step_at(7), 4) << "a rate without a step of its own";
+  EXPECT_EQ(length_of_a_step_at(7), 4) << "at this rate the other segmentation has no step";
 }
 
 TEST_F(AlternativeSegmentation, OfAWindowNoLongerThanTheMatrixFindsNothing) {
@@ -243,9 +244,9 @@ TEST_F(AlternativeSegmentation, IsContentWithTwoBoundaries) {
 
 TEST_F(AlternativeSegmentation, LowersTheThresholdByAFifthWhileThereIsOneBoundaryOrNone) {
   window(400);
-  ramp(100, 300, 2);  // up to the window's end
+  ramp(100, 300, 2);  // continues to the end of the window
   ramp(buf->rms_ub, 20, 10, 0.85F);
-  EXPECT_EQ(segmented(), (Boundaries{20, 30, 100})) << "the second threshold";
+  EXPECT_EQ(segmented(), (Boundaries{20, 30, 100})) << "the second threshold is used";
   window(400);
   ramp(20, 10, 0.65F);
   EXPECT_EQ(segmented(), (Boundaries{20, 30})) << "the third";
@@ -263,11 +264,11 @@ TEST_F(AlternativeSegmentation, StoresTheThresholdAsFloatAndTriesTen) {
   };
   EXPECT_EQ(with_change(threshold).size(), 2U);
   EXPECT_EQ(with_change(std::nextafter(threshold, 0.0F)), Boundaries());
-  EXPECT_NEAR(threshold, 0.1342, 1e-4) << "one per cent of nominal times 0.8 to the ninth";
+  EXPECT_NEAR(threshold, 0.1342, 1e-4) << "the threshold is one per cent of nominal times 0.8 to the ninth power";
 }
 
 TEST_F(AlternativeSegmentation, TakesOnePerCentInDouble) {
-  // A hundredth of 7 in double, stored as float, lies below 7 times the float next to 0.01.
+  // One hundredth of 7, computed in double and stored as float, is below 7 times the float nearest to 0.01.
   dipx->un = 7;
   const auto threshold = static_cast<float>(0.01 * 7);
   const auto with_changes = [&](float change) {
@@ -289,7 +290,7 @@ TEST_F(AlternativeSegmentation, WritesASingleBoundaryOfTheLastTry) {
 }
 
 TEST_F(AlternativeSegmentation, KeepsPairsWithoutAChangeOfVoltage) {
-  // A change taken back at once between two large ones.
+  // A change that is reversed at once lies between two large ones.
   window(400);
   ramp(40, 10, -4);
   ramp(100, 1, 2);
@@ -302,7 +303,7 @@ TEST_F(AlternativeSegmentation, AddsNoRecoveryToTwoBoundaries) {
   window(400);
   dipx->ut = 90;
   ramp(40, 10, -2);
-  ramp(200, 40, 0.5F);  // through the dip threshold
+  ramp(200, 40, 0.5F);  // crosses the dip threshold
   EXPECT_EQ(segmented(), (Boundaries{40, 50}));
 }
 
@@ -314,9 +315,9 @@ TEST_F(AlternativeSegmentation, KeepsShortGaps) {
   EXPECT_EQ(segmented(), (Boundaries{40, 50, 51, 61, 100, 110}));
 }
 
-// --- the ends --------------------------------------------------------------------------------------------------------
+// --- ends of transitions ---------------------------------------------------------------------------------------------
 
-/// At 32 samples per cycle, where a step is in sight for 16 samples.
+/// At 32 samples per cycle a step affects the feature for 16 samples.
 class AlternativeEnds : public AlternativeSegmentation {
  protected:
   AlternativeEnds() { buf->smp = 32; }
@@ -344,7 +345,8 @@ TEST_F(AlternativeEnds, MoveWithPhaseAThoughAnotherChangesLater) {
 }
 
 TEST_F(AlternativeEnds, AreSoughtBehindTheTransitionsBeginOnly) {
-  // Phase A changes at the sample of the begin itself, too little to be seen, and phase B from there on.
+  // Phase A changes at the first sample of the transition by too little to be detected, and phase B changes from there
+  // on.
   dipx->ud = 1;
   window(400);
   ramp(buf->rms_ua, 99, 1, 0.0625F);
@@ -353,7 +355,7 @@ TEST_F(AlternativeEnds, AreSoughtBehindTheTransitionsBeginOnly) {
   window(400);
   ramp(buf->rms_ua, 100, 1, 0.0625F);
   ramp(buf->rms_ub, 100, 1, -10);
-  EXPECT_EQ(segmented(), (Boundaries{100, 101})) << "one sample behind";
+  EXPECT_EQ(segmented(), (Boundaries{100, 101})) << "one sample after the begin";
 }
 
 TEST_F(AlternativeEnds, AreSoughtFromWhereTheyWereFoundOn) {
@@ -366,11 +368,11 @@ TEST_F(AlternativeEnds, AreSoughtFromWhereTheyWereFoundOn) {
   };
   EXPECT_EQ(with_change_behind(110), (Boundaries{100, 111}));
   EXPECT_EQ(with_change_behind(115), (Boundaries{100, 116})) << "stays";
-  EXPECT_EQ(with_change_behind(116), (Boundaries{100, 116})) << "a sample later than the end";
+  EXPECT_EQ(with_change_behind(116), (Boundaries{100, 116})) << "a change one sample after the end does not count";
 }
 
 TEST_F(AlternativeEnds, AreWherePhaseAChangesByMoreThanOnePerCentOfTheDepth) {
-  dipx->un = 1000;  // the change itself is too small to be seen
+  dipx->un = 1000;  // the change itself is too small to be detected
   dipx->ud = 100;
   const auto with_change = [&](float change) {
     window(400, 0);
@@ -378,13 +380,13 @@ TEST_F(AlternativeEnds, AreWherePhaseAChangesByMoreThanOnePerCentOfTheDepth) {
     ramp(buf->rms_ua, 107, 1, change);
     return segmented();
   };
-  EXPECT_EQ(with_change(1), (Boundaries{100, 116})) << "exactly one per cent";
+  EXPECT_EQ(with_change(1), (Boundaries{100, 116})) << "exactly one per cent does not count";
   EXPECT_EQ(with_change(std::nextafter(1.0F, 2.0F)), (Boundaries{100, 108}));
-  EXPECT_EQ(with_change(-std::nextafter(1.0F, 2.0F)), (Boundaries{100, 108})) << "in either direction";
+  EXPECT_EQ(with_change(-std::nextafter(1.0F, 2.0F)), (Boundaries{100, 108})) << "a change in either direction counts";
 }
 
 TEST_F(AlternativeEnds, CompareWithOnePerCentInDouble) {
-  // The float next to 0.07 lies above it.
+  // The float nearest to 0.07 is above it.
   dipx->ud = 7;
   window(400, 0);
   ramp(buf->rms_ub, 100, 1, -50);
@@ -403,7 +405,7 @@ TEST_F(AlternativeEnds, OfADepthOfZeroAreAtAnyChangeAtAll) {
 }
 
 TEST_F(AlternativeEnds, AreTheSecondFourthAndSoOnOnly) {
-  // Phase A changes before each begin too: these stay.
+  // Phase A also changes before each begin; the begins do not move.
   dipx->ud = 1;
   window(500);
   for (const int begin : {100, 200, 300}) {
@@ -411,7 +413,7 @@ TEST_F(AlternativeEnds, AreTheSecondFourthAndSoOnOnly) {
     buf->rms_ua[begin - 5] += 0.0625F;
     buf->rms_ua[begin + 5] += 0.0625F;
   }
-  EXPECT_EQ(segmented(), (Boundaries{100, 106, 200, 206, 300, 306})) << "the sample behind each spike";
+  EXPECT_EQ(segmented(), (Boundaries{100, 106, 200, 206, 300, 306})) << "each end moves to the sample after the spike";
 }
 
 TEST_F(AlternativeEnds, LeaveAnUnpairedLastBeginAlone) {
@@ -429,7 +431,7 @@ TEST_F(AlternativeSegmentation, WritesThirtyTwoOfMoreBoundaries) {
   steps(16, 2);
   EXPECT_EQ(segmented(), boundaries_of_steps(16));
   steps(17, 2);
-  dipx->T0_rms[0] = 77;  // what lies behind the list
+  dipx->T0_rms[0] = 77;  // the list after T_rms
   EXPECT_EQ(run(), "T_num = 34\r\n");
   EXPECT_EQ((Boundaries{dipx->T_rms, dipx->T_rms + dipx->T_rms_num}), boundaries_of_steps(16));
   EXPECT_EQ(dipx->T0_rms[0], 77);
@@ -450,7 +452,7 @@ TEST_F(AlternativeSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
   buf->num = std::numeric_limits<unsigned>::max();
   buf->upd[0] = 77;
   EXPECT_EQ(segmented(), (Boundaries{1000, 1010, DQ_RECORD_CAPACITY - 100, DQ_RECORD_CAPACITY - 90}));
-  EXPECT_EQ(buf->upd[0], 77.0F) << "what lies behind the minimum curve";
+  EXPECT_EQ(buf->upd[0], 77.0F) << "the array after the minimum curve must not change";
 }
 
 TEST_F(AlternativeSegmentation, OfAWindowThatEndsInAChangeReadsNothingBehindIt) {

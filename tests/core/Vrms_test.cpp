@@ -37,8 +37,8 @@ std::vector<int> boundaries(const dq_dipx_rms& record) {
   return {record.T, record.T + record.evt_num};
 }
 
-/// The sample from which a step at `at` from 220 V to 100 V lies below 198 V, and the one at which the step back is
-/// over.
+/// Returns the sample from which the RMS is below 198 V for a step at `at` from 220 V to 100 V; `rise` returns the
+/// sample from which it has recovered after the opposite step.
 int fall(int at) {
   return at + tests::samples_until_below(smp, 220, 100, 198);
 }
@@ -66,7 +66,8 @@ TEST(SlidingRms, FillsTheFirstIncompleteCycleWithItsFirstCompleteValue) {
 }
 
 TEST(SlidingRms, SumsFromTheNewestSampleBackInFloat) {
-  // 2^24 + 1 is no float: newest first, the ones are lost one by one; oldest first they would have been gathered.
+  // 2^24 + 1 is not a float. Added from the newest sample on, the ones are lost one by one; from the oldest on they
+  // would have been added up first.
   std::vector<float> wave = {1, 1, 1, 4096};
   std::vector<float> rms(4);
   Vrms_cal(rms.data(), wave.data(), 4, 4);
@@ -141,7 +142,7 @@ TEST(BoundarySearch, StoresFirstSampleBelowAndFirstSampleBackAtTheThreshold) {
 }
 
 TEST(BoundarySearch, CountsAVoltageAtTheThresholdAsRecovered) {
-  // Up to exactly 198 V, and from exactly 198 V down again.
+  // The voltage rises to exactly 198 V and then falls again from exactly 198 V.
   const auto record =
       search(LevelRecord(smp, 60 * smp, 198).set(0, 8 * smp, 11 * smp, 100).set(0, 40 * smp, 60 * smp, 100));
   EXPECT_EQ(boundaries(*record), (std::vector<int>{8 * smp, 12 * smp - 1, 40 * smp}));
@@ -157,27 +158,27 @@ TEST(BoundarySearch, FindsACrossingAtTheLastSample) {
 }
 
 TEST(BoundarySearch, JoinsADipToOneThatNeverRecovers) {
-  // Three crossings: the recovery and the second fall go, the first fall stays.
+  // Of the three crossings the recovery and the second fall are removed, and the first fall remains.
   const auto record =
       search(LevelRecord(smp, 30 * smp, 220).set(0, 8 * smp, 11 * smp, 100).set(0, 15 * smp, 30 * smp, 100));
   EXPECT_EQ(boundaries(*record), std::vector<int>{fall(8 * smp)});
 }
 
 TEST(BoundarySearch, SeesNoCrossingWhereTheCurveIsNoNumber) {
-  // NaN is neither below nor at the threshold, whichever of two neighbours it is: a fall that begins behind it is
-  // missed.
+  // NaN is neither below nor at the threshold, whichever of two neighbouring samples it is, so a fall that begins after
+  // it is missed.
   LevelRecord wave(smp, 30 * smp, 220);
   const float nan = std::numeric_limits<float>::quiet_NaN();
   wave.set(0, 8 * smp, 12 * smp, 100).set(0, 8 * smp, 8 * smp + 1, nan);
   const auto record = search(wave);
   EXPECT_EQ(boundaries(*record), std::vector<int>{rise(12 * smp)});
-  EXPECT_EQ(record->ua_max, 220.0F) << "NaN is no maximum";
+  EXPECT_EQ(record->ua_max, 220.0F) << "NaN is never the maximum";
   wave.set(0, 0, 1, nan);
   EXPECT_EQ(search(wave)->ua_max, 220.0F);
 }
 
 TEST(BoundarySearch, FollowsTheLowestPhase) {
-  // Phase A falls first, C recovers last: one dip from the one to the other.
+  // Phase A falls first and phase C recovers last, so there is one dip from the fall of A to the recovery of C.
   const auto record =
       search(LevelRecord(smp, 30 * smp, 220).set(0, 8 * smp, 11 * smp, 100).set(2, 10 * smp, 14 * smp, 100));
   EXPECT_EQ(boundaries(*record), (std::vector<int>{fall(8 * smp), rise(14 * smp)}));
@@ -211,7 +212,7 @@ TEST(BoundarySearch, JoinsAChainOfShortGapsIntoOneDip) {
 }
 
 TEST(BoundarySearch, MergesNothingWhenThereAreOnlyTwoCrossings) {
-  // Starts low, so the two crossings are a rise and, three cycles on, a fall.
+  // The record starts low, so the two crossings are a rise and, three cycles later, a fall.
   const auto record = search(LevelRecord(smp, 40 * smp, 100)
                                  .set(0, 8 * smp, 11 * smp, 220)
                                  .set(1, 8 * smp, 11 * smp, 220)

@@ -51,7 +51,7 @@ TEST(PositiveSequence, TurnsTheThirdPhaseBackWithACutConstant) {
 }
 
 TEST(PositiveSequence, KeepsDoubleUntilItIsStored) {
-  // Halves of -1 and of 2^25 against 2^24: a float sum would lose the half volt.
+  // Half of -1 and half of 2^25 are added to 2^24; a float sum would lose the half volt.
   EXPECT_EQ(positive({16777216.0F, 0}, {-1, 0}, {33554432.0F, 0}).r, static_cast<float>(0.5 / 3));
   EXPECT_EQ(positive({0, 16777216.0F}, {0, -1}, {0, 33554432.0F}).x, static_cast<float>(0.5 / 3));
 }
@@ -161,10 +161,10 @@ TEST(CategoryVote, PassesOverCodesThatAreNone) {
 
 // --- category of a sample --------------------------------------------------------------------------------------------
 
-// Nominal 100 V: negative sequences count from 4 V on, zero sequences above 3 V.
+// Nominal is 100 V, so negative sequences count from 4 V on and zero sequences above 3 V.
 constexpr float nominal = 100;
 
-/// Category with next to no negative sequence: by phases alone.
+/// Returns the category with almost no negative sequence, which is decided by the phases alone.
 int by_phases(int type, int phase, float u0 = 0) {
   vec_struct before = {100, 0};
   vec_struct now = {50, 0};
@@ -172,7 +172,7 @@ int by_phases(int type, int phase, float u0 = 0) {
   return symmetrical_components_dq(&before, &now, &negative, 0.5F, u0, nominal, type, phase);
 }
 
-/// Category where the negative sequence stands `sectors` times 60 degrees ahead of the drop of the positive one.
+/// Returns the category when the negative sequence leads the drop of the positive one by `sectors` times 60 degrees.
 int by_angle(double sectors, int type = 3, float u0 = 0) {
   vec_struct before = {100, 0};
   vec_struct now = {50, 0};
@@ -249,16 +249,16 @@ TEST(DipCategory, TakesANegativeSequenceAtItsThresholdForOne) {
   const auto category = [&](float un) {
     return symmetrical_components_dq(&before, &now, &negative, un, 0, nominal, 1, 4);
   };
-  EXPECT_EQ(category(4.0F), 3) << "by angle: 180 degrees";
-  EXPECT_EQ(category(std::nextafter(4.0F, 0.0F)), 1) << "by phases: C";
-  EXPECT_EQ(category(nan), 3) << "what is no number is not small";
+  EXPECT_EQ(category(4.0F), 3) << "decided by the angle of 180 degrees";
+  EXPECT_EQ(category(std::nextafter(4.0F, 0.0F)), 1) << "decided by the phases, of which C is low";
+  EXPECT_EQ(category(nan), 3) << "NaN does not count as small";
 }
 
 TEST(DipCategory, StoresItsThresholdsAsFloat) {
   vec_struct before = {100, 0};
   vec_struct now = {50, 0};
   vec_struct negative = {50, 0};
-  // 0.04 x 230 lies above the float next to it, 0.03 x 210 below.
+  // 0.04 x 230 is above the nearest float, 0.03 x 210 is below it.
   ASSERT_LT(static_cast<double>(9.2F), 0.04 * 230);
   ASSERT_GT(static_cast<double>(6.3F), 0.03 * 210);
   EXPECT_EQ(symmetrical_components_dq(&before, &now, &negative, 9.2F, 0, 230, 3, 7), 0);
@@ -287,7 +287,7 @@ TEST(DipCategory, WrapsFromTheLastSectorToTheFirst) {
   EXPECT_EQ(by_angle(5.49), 5);
   EXPECT_EQ(by_angle(5.51), 0);
   EXPECT_EQ(by_angle(5.99), 0);
-  EXPECT_EQ(by_angle(-1e-7), 0) << "rounds to six sectors";
+  EXPECT_EQ(by_angle(-1e-7), 0) << "the angle rounds to six sectors";
 }
 
 TEST(DipCategory, OfTwoLowPhasesLeavesASinglePhaseSectorSixDegreesEarly) {
@@ -354,7 +354,8 @@ TEST(DipCategory, IsMeasuredAgainstTheDropNotAgainstTheAxes) {
   EXPECT_EQ(symmetrical_components_dq(&before, &now, &ahead, 50, 0, nominal, 3, 7), 1);
   auto rise_before = before;
   auto rise_now = vec(tests::phasor(150, 90));
-  EXPECT_EQ(symmetrical_components_dq(&rise_before, &rise_now, &ahead, 50, 0, nominal, 3, 7), 4) << "against a rise";
+  EXPECT_EQ(symmetrical_components_dq(&rise_before, &rise_now, &ahead, 50, 0, nominal, 3, 7), 4)
+      << "the angle is relative to a rise";
 }
 
 TEST(DipCategory, WithoutADropIsNone) {
@@ -392,7 +393,7 @@ TEST(DipCategory, LeavesThePhasorsAsTheyWere) {
   expect_phasor(negative, -50, 3);
 }
 
-/// Category of a balanced system of 100 V whose phases are scaled, with a count and a mask that name nothing.
+/// Returns the category of a balanced system of 100 V whose phases are scaled; the given count and mask name no phase.
 int of_scaled(double a, double b, double c) {
   const auto scaled = tests::scaled(100 * a, 100 * b, 100 * c);
   const auto whole = tests::scaled(100, 100, 100);
@@ -416,12 +417,12 @@ TEST(DipCategory, OfADropOfTwoPhasesIsThatPair) {
 
 TEST(DipCategory, NeedsADropOfTwelvePerCentForItsAngle) {
   EXPECT_EQ(of_scaled(1, 0.87, 1), 5);
-  EXPECT_EQ(of_scaled(1, 0.89, 1), 10) << "by phases, of which none is low";
+  EXPECT_EQ(of_scaled(1, 0.89, 1), 10) << "decided by the phases, of which none is low";
 }
 
 // --- the decision about one sample -----------------------------------------------------------------------------------
 
-/// 30 V of 100 V of the positive sequence are lost, in phase with the negative one.
+/// The positive sequence loses 30 of 100 V, in phase with the negative sequence.
 sagx::SequenceSample sample_of(float negative_size, float zero_size = 0) {
   return {{100, 0}, {70, 0}, {negative_size, 0}, negative_size, zero_size};
 }

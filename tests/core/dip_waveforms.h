@@ -1,4 +1,4 @@
-// Working records for tests of single stages, and three-phase sines with dips whose category is known.
+// Provides working records for tests of single stages, and three-phase sines with dips whose category is known.
 #pragma once
 
 #include <array>
@@ -15,7 +15,8 @@ struct Release {
   void operator()(void* block) const { std::free(block); }
 };
 
-/// A record of zeros. Fresh zeros cost nothing until they are touched, which matters for the 61 MB of a window.
+/// Creates a record of zeros. Fresh zeroed memory takes up no space until it is touched, which matters for the 61 MB of
+/// a window.
 template <typename Record>
 using Zeroed = std::unique_ptr<Record, Release>;
 
@@ -29,17 +30,17 @@ Zeroed<Record> zeroed() {
 using Phasor = std::complex<double>;
 using Phasors = std::array<Phasor, 3>;
 
-/// A phasor by its magnitude and its angle in degrees.
+/// Returns the phasor of the given magnitude and angle in degrees.
 inline Phasor phasor(double magnitude, double degrees) {
   return std::polar(magnitude, degrees * std::numbers::pi / 180);
 }
 
-/// Phases A, B and C of a balanced system of magnitude 1.
+/// Returns phases A, B and C of a balanced system of magnitude 1.
 inline Phasors balanced() {
   return {phasor(1, 0), phasor(1, -120), phasor(1, 120)};
 }
 
-/// A balanced system of which each phase is scaled.
+/// Returns a balanced system with each phase scaled.
 inline Phasors scaled(double a, double b, double c) {
   auto phases = balanced();
   phases[0] *= a;
@@ -48,7 +49,7 @@ inline Phasors scaled(double a, double b, double c) {
   return phases;
 }
 
-/// A fault between the two phases other than `healthy`: these move towards each other, and no zero sequence comes up.
+/// Returns a fault between the two phases other than `healthy`: they move towards each other without any zero sequence.
 inline Phasors fault_between_others(std::size_t healthy, double remaining) {
   auto phases = balanced();
   for (auto& phase : phases) {
@@ -59,7 +60,7 @@ inline Phasors fault_between_others(std::size_t healthy, double remaining) {
   return phases;
 }
 
-/// A record of three sines: steady, but for stretches with phasors of their own. Angles are those of phase A's sine.
+/// A record of three sines that is steady except for sections with other phasors. Angles are those of phase A's sine.
 class SineRecord {
  public:
   SineRecord(int samples_per_cycle, int samples, double rms, double degrees = 0)
@@ -68,7 +69,7 @@ class SineRecord {
     set(0, samples, balanced());
   }
 
-  /// From sample `from` up to, not including, `to` the phases are `phasors` times the record's voltage.
+  /// Sets the phases to `phasors` times the record's voltage from sample `from` up to, but not including, `to`.
   SineRecord& set(int from, int to, const Phasors& phasors) {
     for (int i = from; i < to; i++) {
       const Phasor rotation = phasor(rms_ * std::numbers::sqrt2, degrees_ + 360.0 * i / smp);

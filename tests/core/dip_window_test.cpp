@@ -9,7 +9,7 @@ namespace {
 
 constexpr sagx::Window window{1000, 500};
 
-/// A dip of 50 samples per cycle whose lists hold their own places.
+/// Returns a dip at 50 samples per cycle in whose lists each entry holds its own index.
 std::unique_ptr<dq_dipx_struct> dip() {
   auto result = std::make_unique<dq_dipx_struct>();
   result->smprate = 50;
@@ -111,7 +111,7 @@ TEST(FinishedWindows, StayInsideTheListsWhateverTheCountsSay) {
       finish(*result, window);
       EXPECT_EQ(result->T[31], count > 0 ? 1310 : 310);
       EXPECT_EQ(result->T_num, count);
-      EXPECT_EQ(result->T0[0], 0) << "the list before";
+      EXPECT_EQ(result->T0[0], 0) << "the list before this one must not change";
     }
   }
 }

@@ -51,15 +51,15 @@ TEST(NominalVoltage, IsTheMeanOfTheFirstTwoCyclesAndOfNoMore) {
 }
 
 TEST(NominalVoltage, StoresTheSumAsFloatAfterEachRoot) {
-  // The first cycle's RMS is 3, the second's 2^24: their sum in float is 2^24 + 4, half of which is stored. Roots in
-  // float or a sum kept in double would give 2^23 + 1.5.
+  // The RMS of the first cycle is 3 and that of the second 2^24. Their sum in float is 2^24 + 4, half of which is
+  // stored. Square roots in float or a sum in double would give 2^23 + 1.5.
   std::vector<float> wave(4, 3.0F);
   wave[2] = wave[3] = 16777216.0F;
   EXPECT_EQ(estimate(wave, wave, wave, 2, 4).un, 8388610.0F);
 }
 
 TEST(NominalVoltage, SumsSquaresInFloat) {
-  // 4096^2 is 2^24: three ones behind it are lost one by one.
+  // 4096^2 is 2^24, so the three ones added after it are lost one by one.
   const std::vector<float> wave = {4096, 1, 1, 1, 4096, 1, 1, 1};
   EXPECT_EQ(estimate(wave, wave, wave, 4, 8).un, 2048.0F);
 }
@@ -117,7 +117,7 @@ class Stability : public testing::Test {
     record->smp_num = samples;
     for (float* rms : {record->rmsa, record->rmsb, record->rmsc}) std::fill_n(rms, samples, 220.0F);
   }
-  /// Every half-cycle alternates `swing` above and below: its deviation is `swing`.
+  /// Lets every half-cycle alternate by `swing` around its mean, so that its deviation is `swing`.
   void ripple(float* rms, float swing, int from, int to) {
     for (int i = from; i < to; i++) rms[i] = 220.0F + (i % 2 == 0 ? swing : -swing);
   }
@@ -132,7 +132,7 @@ TEST_F(Stability, OfFlatCurvesIsZero) {
 TEST_F(Stability, IsHardlyTouchedByOneStep) {
   flat(64, 6400);
   for (int i = 3200; i < 6400; i++) record->rmsa[i] = std::max(100.0F, 220.0F - static_cast<float>(i - 3200) * 2.0F);
-  // 199 blocks of 32; the ramp of 60 samples touches two of them.
+  // There are 199 blocks of 32; the ramp of 60 samples affects two of them.
   EXPECT_EQ(rms_bzc(record.get()), 2.0F / 199.0F);
 }
 
@@ -149,14 +149,15 @@ TEST_F(Stability, CountsADeviationOfExactlyHalfAVoltAsSteady) {
 }
 
 TEST_F(Stability, SumsTheMeanInFloat) {
-  // A flat curve so high that the float sum of sixteen entries is rounded: its mean comes out 1 V off, which counts.
+  // The flat curve is so high that the float sum of sixteen entries is rounded. Its mean is then 1 V off, which counts
+  // as a deviation.
   flat(32, 320);
   std::fill_n(record->rmsb, 320, 16777202.0F);
   EXPECT_EQ(rms_bzc(record.get()), 1.0F);
 }
 
 TEST_F(Stability, IsThatOfTheMostRestlessPhase) {
-  flat(64, 640);  // 19 blocks of 32
+  flat(64, 640);  // 19 blocks of 32 samples
   ripple(record->rmsa, 1, 0, 3 * 32);
   ripple(record->rmsb, 1, 0, 5 * 32);
   ripple(record->rmsc, 1, 0, 4 * 32);
@@ -178,7 +179,7 @@ TEST_F(Stability, HasNearlySixThousandBlocksAt32SamplesAnd3000Cycles) {
 }
 
 TEST_F(Stability, CopesWithMoreBlocksThanTwoPerCycleAtAnOddRate) {
-  flat(33, 99000);  // halves of 16 samples: 6186 blocks
+  flat(33, 99000);  // half-cycles of 16 samples, which give 6186 blocks
   ripple(record->rmsa, 1, 16 * 6185, 16 * 6186);
   EXPECT_EQ(rms_bzc(record.get()), 1.0F / 6186.0F);
 }
@@ -190,7 +191,7 @@ TEST_F(Stability, IsZeroWithoutAHalfCycleAndNoNumberWithoutABlock) {
   record->smprate = 0;
   EXPECT_EQ(rms_bzc(record.get()), 0.0F);
   record->smprate = 64;
-  record->smp_num = 63;  // one half-cycle and a bit
+  record->smp_num = 63;  // one half-cycle and a remainder
   EXPECT_TRUE(std::isnan(rms_bzc(record.get())));
   EXPECT_EQ(rms_bzc(nullptr), 0.0F);
 }
@@ -199,7 +200,7 @@ TEST_F(Stability, StaysInsideTheRecordWhateverItsCountSays) {
   flat(64, 640);
   record->smp_num = DQ_RECORD_CAPACITY + 64000;
   std::fill_n(record->rmsc, +DQ_RECORD_CAPACITY, 220.0F);
-  // Blocks beyond the 20 flat ones hold zeros in A and B: flat as well.
+  // Blocks after the 20 flat ones hold zeros in A and B, so they are flat as well.
   EXPECT_EQ(rms_bzc(record.get()), 0.0F);
   for (const int rate : {2, 3, 64}) {
     for (const int samples : {std::numeric_limits<int>::min(), -1, 0}) {

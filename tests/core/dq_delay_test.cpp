@@ -21,7 +21,7 @@ using tests::same_bits;
 using Values = std::vector<float>;
 
 constexpr double degree = std::numbers::pi / 180;
-constexpr double line_over_phase = 1.224744871391589;  // sqrt(3 / 2): the frame's length of a set of peak 1
+constexpr double line_over_phase = 1.224744871391589;  // sqrt(3 / 2): length of a set's vector per volt of peak
 
 Values times(int smp, int n) {
   Values t;
@@ -37,7 +37,7 @@ Values cosine(double peak, double degrees, int smp, int n) {
   return wave;
 }
 
-/// What one phase is transformed into.
+/// The results of transforming one phase.
 struct Transformed {
   explicit Transformed(std::size_t n) : magnitude(n, 42), angle(n, 42), phasor(n, vec_struct{42, 42}) {}
 
@@ -72,7 +72,7 @@ class DelayTransform : public ::testing::Test {
     return result;
   }
 
-  /// How many of the first values repeat the one behind them.
+  /// Returns how many of the first values repeat the value after them.
   static int repeated(const float* row) {
     int count = 0;
     while (same_bits(row[count], row[count + 1])) count++;
@@ -104,7 +104,7 @@ TEST(Rotation, AtTheStartProjectsEachPhaseOnItsAxis) {
 }
 
 TEST(Rotation, TurnsWithTimeAndFrequency) {
-  // A quarter of a cycle of 50 Hz, and of 25 Hz.
+  // The angles are a quarter of a cycle at 50 Hz and at 25 Hz.
   const double scale = std::sqrt(2.0 / 3);
   for (const auto& [t, f] : std::vector<std::pair<float, float>>{{0.005F, 50.0F}, {0.01F, 25.0F}}) {
     const auto quarter = rotated(1, 0, 0, t, f);
@@ -127,7 +127,7 @@ TEST(Rotation, HoldsABalancedSetStillAtItsPhase) {
 }
 
 TEST(Rotation, AddsPhasesInTheirOrderInFloat) {
-  // On the d axis a and c cancel; b comes between them and is lost beside a. Added last it would stay.
+  // On the d axis a and c cancel. b is added between them and is lost next to a; it would remain if it were added last.
   const auto [d, q] = rotated(1e9F, -2, 2e9F, 0);
   EXPECT_EQ(d, 0.0F);
   EXPECT_NEAR(q, -std::sqrt(2.0) * 1e9, 200);
@@ -168,7 +168,7 @@ TEST_F(DelayTransform, OfACosineGivesItsMagnitudeAndAngleAtEverySample) {
 }
 
 TEST_F(DelayTransform, CountsTheAngleFromTheGivenTimes) {
-  // Times that stand still: the frame does not turn, so the phasor does.
+  // All times are equal, so the frame does not rotate and the phasor does.
   constexpr int smp = 64;
   auto wave = cosine(100, 0, smp, 4 * smp);
   Values t(wave.size(), 0.0F);
@@ -191,8 +191,8 @@ TEST_F(DelayTransform, RepeatsItsFirstValueOverTheDelay) {
 }
 
 TEST_F(DelayTransform, BuildsTheThirdPhaseFromTheSampleAndItsDelayedCopy) {
-  // A single sample of 1: once as the sample itself, once more as the delayed one. Times of zero, so that d is
-  // sqrt(2/3) (a - b/2 - c/2) = sqrt(3/2) a and q is sqrt(1/2) (b - c).
+  // A single sample of 1 appears once as itself and once more as the delayed sample. All times are zero, so d is
+  // sqrt(2/3) (a - b/2 - c/2) = sqrt(3/2) a, and q is sqrt(1/2) (b - c).
   for (const auto& [smp, delay, degrees] :
        std::vector<std::tuple<int, int, double>>{{32, 5, 56.25}, {64, 11, 61.875}, {128, 21, 59.0625}}) {
     Values wave(static_cast<std::size_t>(smp), 0.0F);
@@ -282,7 +282,8 @@ TEST_F(DelayTransform, DoesNotSeeASpikeOfASample) {
 }
 
 TEST_F(DelayTransform, SeesAStepAsLongAsTheDelayMixesItsSides) {
-  // From 325 to 130 peak at a sample: before it the one magnitude, a delay later the other, to the sample.
+  // The peak changes from 325 to 130 at one sample. The magnitude is the old one before that sample and the new one
+  // exactly one delay after it.
   for (const auto& [smp, delay] : std::vector<std::pair<int, int>>{{32, 5}, {64, 11}, {128, 21}}) {
     const int at = 4 * smp;
     auto wave = cosine(325, 0, smp, 8 * smp);
@@ -306,7 +307,7 @@ TEST_F(DelayTransform, OfSilenceIsZero) {
 }
 
 TEST_F(DelayTransform, OfNoMoreSamplesThanTheDelayRepeatsWhatStoodThere) {
-  // 21 samples of delay at 128 samples per cycle: nothing is computed.
+  // The delay at 128 samples per cycle is 21 samples, so nothing is computed.
   dq_data_buf->upd1[21] = 3;
   dq_data_buf->upq1[21] = 4;
   const auto result = transform(Values(21, 1.0F), 128);
@@ -344,7 +345,7 @@ TEST_F(DelayTransform, BeyondTheRecordDoesNothing) {
 }
 
 TEST_F(DelayTransform, WhoseElementNoLongerFitsBesideTheWindowDoesNothing) {
-  // At 300 samples per cycle the element has 76: 70391 samples fit beside it.
+  // At 300 samples per cycle the element has 76 samples, which leaves space for 70391 samples.
   EXPECT_FALSE(transform(cosine(100, 0, 300, 70391), 300).untouched());
   EXPECT_TRUE(transform(cosine(100, 0, 300, 70392), 300).untouched());
 }

@@ -24,10 +24,10 @@ constexpr short all_bins = 0;
 constexpr short lower_bins = 1;
 
 constexpr int most_points = 4096;
-constexpr std::size_t spare = 3;  // entries behind the points, which must stay
+constexpr std::size_t spare = 3;  // entries after the points that must not change
 constexpr vec_struct untouched = {42, -43};
 
-/// Phasors by their real parts; the imaginary parts hold `x`.
+/// Returns phasors with these real parts; the imaginary parts are `x`.
 Phasors of_reals(const std::vector<float>& reals, float x = 0) {
   Phasors phasors;
   for (const float r : reals) phasors.push_back({r, x});
@@ -55,13 +55,13 @@ testing::AssertionResult same_bits(const Phasors& a, const Phasors& b) {
   if (a.size() != b.size()) return testing::AssertionFailure() << a.size() << " phasors against " << b.size();
   for (std::size_t i = 0; i < a.size(); i++) {
     if (tests::same_bits(a[i].r, b[i].r) && tests::same_bits(a[i].x, b[i].x)) continue;
-    return testing::AssertionFailure() << "(" << a[i].r << ", " << a[i].x << ") against (" << b[i].r << ", " << b[i].x
-                                       << ") at " << i;
+    return testing::AssertionFailure() << "(" << a[i].r << ", " << a[i].x << ") differs from (" << b[i].r << ", "
+                                       << b[i].x << ") at " << i;
   }
   return testing::AssertionSuccess();
 }
 
-/// The transform by its definition.
+/// Computes the transform by its definition.
 Spectrum definition(const Phasors& phasors, short in_type) {
   const std::size_t count = phasors.size();
   Spectrum turns;
@@ -84,7 +84,7 @@ Spectrum definition(const Phasors& phasors, short in_type) {
   return spectrum;
 }
 
-/// Length of the difference over the length of what is right.
+/// Returns the length of the difference divided by the length of the correct result.
 double relative_error(const Phasors& found, const Spectrum& right) {
   double wrong = 0;
   double all = 0;
@@ -96,7 +96,8 @@ double relative_error(const Phasors& found, const Spectrum& right) {
   return std::sqrt(wrong / all);
 }
 
-/// The rounding errors of the log2(N) stages, half a unit in the last place each, add up as independent ones do.
+/// Returns the expected rounding error: log2(N) stages contribute half a unit in the last place each, and independent
+/// errors add up as squares.
 double error_bound(int points) {
   return std::sqrt(std::log2(points)) * std::ldexp(1.0, -24);
 }
@@ -152,7 +153,7 @@ TEST(Fft, OfACosineIsHalfItsPointsInBothItsBins) {
 
 TEST(Fft, OfASineLagsItsCosineByAQuarterTurn) {
   const auto spectrum = transformed(of_reals({0, 1, 0, -1}), real_input);
-  EXPECT_EQ(spectrum[1].x, -2.0F) << "the sign in the exponent";
+  EXPECT_EQ(spectrum[1].x, -2.0F) << "the exponent is negative";
   EXPECT_EQ(spectrum[3].x, 2.0F);
   for (const auto& bin : spectrum) EXPECT_NEAR(bin.r, 0, 1e-15);
 }
@@ -176,20 +177,21 @@ TEST(Fft, OfFourRealPointsIsExact) {
 TEST(Fft, IsNotScaled) {
   const auto once = transformed({{1, 2}, {3, 4}, {5, 6}, {7, 8}}, complex_input);
   const auto twice = transformed(once, complex_input);
-  EXPECT_TRUE(same_bits(twice, {{4, 8}, {28, 32}, {20, 24}, {12, 16}})) << "four times the input, reversed";
+  EXPECT_TRUE(same_bits(twice, {{4, 8}, {28, 32}, {20, 24}, {12, 16}}))
+      << "transforming twice gives four times the input in reverse order";
 }
 
 TEST(Fft, SumsBinZeroOfARealInputPairByPair) {
-  // 2^24 and the ones behind it: added one by one each of these would be lost.
+  // The first value is 2^24, so each of the ones added after it one by one would be lost.
   std::vector<float> reals(8, 1.0F);
   reals[0] = 16777216.0F;
   reals[1] = 0.0F;
   const auto spectrum = transformed(of_reals(reals), real_input);
   EXPECT_EQ(spectrum[0].r, 16777222.0F);
-  EXPECT_EQ(spectrum[4].r, 16777216.0F) << "the pairs' differences are 0";
+  EXPECT_EQ(spectrum[4].r, 16777216.0F) << "the differences of the pairs are 0";
 }
 
-// --- every size, against the plain form and the definition -----------------------------------------------------------
+// --- every size, compared with the plain form and the definition -----------------------------------------------------
 
 struct Transform {
   std::string name;
@@ -297,7 +299,7 @@ TEST(Fft, OfRealInputHasTheConjugatesOfTheLowerBinsAbove) {
 
 // --- sizes -----------------------------------------------------------------------------------------------------------
 
-/// What a call with this size makes of 64 points.
+/// Returns 64 points after a call with this size.
 Phasors after(int size, short in_type) {
   auto phasors = of_kind(random_kind(), 64);
   const auto printed = tests::printed_by([&] { DQ_FFT(phasors.data(), size, in_type, all_bins); });
@@ -326,8 +328,8 @@ TEST(Fft, NarrowsTheSizeToSixteenBitsBeforeItJudges) {
     for (const int size : {65536 + 64, -65536 + 64, 0x7FFF0000 + 64}) {
       EXPECT_TRUE(same_bits(after(size, in_type), expected)) << size;
     }
-    const int highest = std::numeric_limits<int>::max();  // -1
-    const int lowest = std::numeric_limits<int>::min();   // 0
+    const int highest = std::numeric_limits<int>::max();  // its lower 16 bits are -1
+    const int lowest = std::numeric_limits<int>::min();   // its lower 16 bits are 0
     for (const int size : {32768, 65536, 65536 + 8192, 1 << 20, 65536 + 63, highest, lowest}) {
       EXPECT_TRUE(same_bits(after(size, in_type), input)) << size;
     }

@@ -23,8 +23,8 @@ using Boundaries = std::vector<int>;
 
 constexpr const char* check_line = "逐点dq分段校验!!!\r\n";
 
-/// A window at 32 samples per cycle and the first fall and recovery of its record, in the records that the analysis
-/// shares. The depth is such that the segmentation finds nothing, unless a test sets another.
+/// A window at 32 samples per cycle together with the first fall and recovery of its record, in the records that the
+/// analysis shares. The depth is chosen so that the segmentation finds nothing unless a test sets another one.
 class ShortWindow : public testing::Test {
  protected:
   static constexpr int smp = 32;
@@ -56,7 +56,7 @@ class ShortWindow : public testing::Test {
     std::copy(wave.phases[1].begin(), wave.phases[1].end(), data->Vb);
     std::copy(wave.phases[2].begin(), wave.phases[2].end(), data->Vc);
   }
-  /// Lets the record's first fall and recovery stand for these window positions.
+  /// Places the record's first fall and recovery at these window positions.
   void set_rms(int fall, int recovery) {
     record->T[0] = fall + smp;
     record->T[1] = recovery + smp;
@@ -105,7 +105,7 @@ TEST_F(ShortWindow, RejectsAFallAheadOfTheWindow) {
 
 TEST_F(ShortWindow, WrapsRoundWhatPositionsCannotHold) {
   struct Case {
-    int T0, T1;  // of the record
+    int T0, T1;  // first fall and recovery of the record
     const char* rule;
     Boundaries segmentation;
   };
@@ -142,15 +142,15 @@ TEST_F(ShortWindow, LeavesAllFeaturesOfARejectedSegmentation) {
   EXPECT_EQ(dipx->dipx_type[0], 79);
   EXPECT_EQ(dipx->dipx_cata_seg[0], 79);
   EXPECT_EQ(dipx->dipx_cata[100], 79);
-  EXPECT_EQ(data->angle_a[256], 50.0F) << "not referred to the start";
+  EXPECT_EQ(data->angle_a[256], 50.0F) << "the angle is not relative to the start";
 }
 
-/// A window with a dip that the segmentation finds: from cycle 6 to cycle 12 of 18.
+/// A window with a dip that the segmentation finds; it lasts from cycle 6 to cycle 12 of 18.
 class SegmentedWindow : public ShortWindow {
  protected:
   SegmentedWindow() { load_steps({0.4}); }
 
-  /// The voltage stands at these levels for six cycles each, between six cycles of the full one.
+  /// Holds the voltage at these levels for six cycles each, with six cycles of full voltage before and after.
   void load_steps(const std::vector<double>& levels) {
     const int stretch = 6 * smp;
     const auto steps = static_cast<int>(levels.size());
@@ -162,7 +162,7 @@ class SegmentedWindow : public ShortWindow {
     load(wave);
     dipx->ud = 60;
   }
-  /// What the segmentation finds when nothing is repaired.
+  /// Returns the boundaries that the segmentation finds when nothing is repaired.
   Boundaries found() {
     set_rms(0, 0);
     run();
@@ -187,7 +187,7 @@ TEST_F(SegmentedWindow, IsMovedToTheRecordsPositionsWhenItStartsMoreThanACycleLa
   const auto own = found();
   set_rms(own[0] - smp, 500);
   run();
-  EXPECT_EQ(boundaries(), own) << "a cycle late";
+  EXPECT_EQ(boundaries(), own) << "the segmentation starts one cycle late";
   set_rms(own[0] - smp - 1, 500);
   run();
   const int fall = own[0] - smp - 1;
@@ -206,7 +206,7 @@ TEST_F(SegmentedWindow, IsMovedOnlyForDipsLongerThanAQuarterCycle) {
 }
 
 TEST_F(SegmentedWindow, OfThreeBoundariesIsMovedToThree) {
-  // A sharp fall, and a recovery by so little per sample that no run marks it.
+  // The record has a sharp fall, and a recovery with so small a change per sample that it does not count as a run.
   SineRecord wave(smp, 40 * smp, 100);
   for (int i = 6 * smp; i < 40 * smp; i++) {
     const double level = std::min(1.0, 0.4 + 0.6 * (i - 6 * smp) / (30.0 * smp));
@@ -243,14 +243,14 @@ TEST_F(SegmentedWindow, OfSixBoundariesHasTwoSegments) {
   EXPECT_NEAR(dipx->u3_min[1], 70, 1);
   EXPECT_EQ(dipx->dipx_cata_seg[0], 9);
   EXPECT_EQ(dipx->dipx_cata_seg[1], 9);
-  EXPECT_EQ(dipx->ua_min[2], 0.0F) << "nothing behind the segments";
+  EXPECT_EQ(dipx->ua_min[2], 0.0F) << "entries after the segments must not change";
 }
 
 TEST_F(SegmentedWindow, OfMoreThanSixBoundariesIsThrownAway) {
   load_steps({0.7, 0.4, 0.7});
   set_rms(0, 0);
   EXPECT_TRUE(run().ends_with(std::string(check_line) + "seg check err1\r\n"));
-  EXPECT_GT(dipx->seg_tmp[7], dipx->seg_tmp[6]) << "eight were found";
+  EXPECT_GT(dipx->seg_tmp[7], dipx->seg_tmp[6]) << "eight boundaries were found";
   EXPECT_EQ(dipx->seg_num, 0);
   EXPECT_EQ(std::count(dipx->seg_idx, dipx->seg_idx + 32, 0), 32);
   EXPECT_EQ(dipx->T_num, 0);
@@ -285,7 +285,7 @@ TEST_F(ShortWindow, ReplacesTheEndsByWhatStandsAQuarterCycleInside) {
   EXPECT_NE(magnitudes[0][256 - quarter - 2], magnitudes[0][256 - 2 * quarter - 2]);
   EXPECT_NE(std::hypot(data->vec_ua[255].r, data->vec_ua[255].x),
             std::hypot(data->vec_ua[255 - quarter].r, data->vec_ua[255 - quarter].x))
-      << "phasors are left as they are";
+      << "phasors must not change";
 }
 
 TEST_F(ShortWindow, RefersAnglesToHalfACycleIntoTheWindow) {
@@ -298,12 +298,12 @@ TEST_F(ShortWindow, RefersAnglesToHalfACycleIntoTheWindow) {
   EXPECT_EQ(data->angle_b[smp / 2], 0.0F);
   EXPECT_EQ(data->angle_c[smp / 2], 0.0F);
   EXPECT_NEAR(data->angle_b[100], 0, 0.05);
-  EXPECT_NEAR(data->angle_a[256], 10 - (37 - 90), 0.05) << "the entry behind the window too";
+  EXPECT_NEAR(data->angle_a[256], 10 - (37 - 90), 0.05) << "the entry after the window is converted too";
   EXPECT_EQ(data->angle_a[257], 10.0F);
 }
 
 TEST_F(ShortWindow, TakesThePointOnWaveBeforeAnglesAreReferred) {
-  load(SineRecord(smp, 256, 100, 37));  // no fall: entry 256 decides
+  load(SineRecord(smp, 256, 100, 37));  // there is no fall, so entry 256 decides
   set_rms(100, 180);
   data->t[256] = 0.0025F;
   data->angle_a[256] = 10;
@@ -319,9 +319,9 @@ TEST_F(ShortWindow, MeasuresTheRateOfChangeOverTheFirstTransition) {
   set_rms(100, 180);
   for (float* rms : {data->rms_ua, data->rms_ub, data->rms_uc}) std::fill_n(rms, 256, 100.0F);
   std::fill_n(data->rms_ua + 98, 200, 99.0F);   // a difference between the second and the third sample counts
-  std::fill_n(data->rms_ub + 97, 200, 98.0F);   // the first one does not
-  std::fill_n(data->rms_uc + 103, 200, 97.0F);  // the last one does
-  std::fill_n(data->rms_ub + 104, 200, 0.0F);   // what lies behind does not
+  std::fill_n(data->rms_ub + 97, 200, 98.0F);   // the first difference does not count
+  std::fill_n(data->rms_uc + 103, 200, 97.0F);  // the last difference does not count
+  std::fill_n(data->rms_ub + 104, 200, 0.0F);   // differences after the transition do not count
   run();
   EXPECT_FLOAT_EQ(dipx->Voltagechange_Va, 1600);
   EXPECT_FLOAT_EQ(dipx->Voltagechange_Vb, 0);
@@ -330,8 +330,8 @@ TEST_F(ShortWindow, MeasuresTheRateOfChangeOverTheFirstTransition) {
 
 // --- features of a segment -------------------------------------------------------------------------------------------
 
-/// A silent window, and a segment behind it, from sample 1000 to sample 1010, where magnitudes and phasors are read as
-/// they stand. All phases stand at 100 V there. The positive sequence at the window's start is 0.
+/// A silent window with a segment after it, from sample 1000 to sample 1010, where magnitudes and phasors are read
+/// unchanged. All phases are at 100 V there. The positive sequence at the window's start is 0.
 class SegmentBehind : public ShortWindow {
  protected:
   static constexpr int first = 1000;
@@ -342,7 +342,7 @@ class SegmentBehind : public ShortWindow {
     for (float* magnitude : {data->ua, data->ub, data->uc}) std::fill(magnitude + 900, magnitude + 1100, 100.0F);
   }
 
-  /// Phasors of phases A, B and C from sample `from` up to and with `to`.
+  /// Sets the phasors of phases A, B and C from sample `from` up to and including `to`.
   void set_phasors(int from, int to, vec_struct a, vec_struct b, vec_struct c) {
     for (int j = from; j <= to; j++) {
       data->vec_ua[j] = a;
@@ -357,16 +357,16 @@ class SegmentBehind : public ShortWindow {
       data->uc[j] = c;
     }
   }
-  /// Phasors without positive or negative sequence.
+  /// Sets phasors without positive or negative sequence.
   void set_zero_sequence(int from, int to, float volts) { set_phasors(from, to, {volts, 0}, {volts, 0}, {volts, 0}); }
 
-  /// Category of a segment with these phasors throughout.
+  /// Returns the category of a segment with these phasors throughout.
   int category(vec_struct a, vec_struct b, vec_struct c) {
     set_phasors(first, last, a, b, c);
     run();
     return dipx->dipx_cata_seg[0];
   }
-  /// Category of a segment with these magnitudes and nothing but zero sequence.
+  /// Returns the category of a segment with these magnitudes and only zero sequence.
   int category_of_magnitudes(float a, float b, float c, float zero_sequence = 0) {
     set_magnitudes(first, last, a, b, c);
     set_zero_sequence(first, last, zero_sequence);
@@ -445,10 +445,10 @@ TEST_F(SegmentBehind, StrictlyBelowTheThresholdIsLow) {
 }
 
 TEST_F(SegmentBehind, HasTheLargestRatioOfNegativeToPositiveSequenceForUnbalance) {
-  set_phasors(first, last, {12, 0}, {0, 0}, {0, 0});  // both 4 V
+  set_phasors(first, last, {12, 0}, {0, 0}, {0, 0});  // both sequences are 4 V
   run();
   EXPECT_EQ(dipx->bph_max_value[0], 100.0F);
-  set_phasors(1004, 1004, {100, 0}, {0, 100}, {0, -100});  // (100 + 173.2) / (173.2 - 100)
+  set_phasors(1004, 1004, {100, 0}, {0, 100}, {0, -100});  // the ratio is (100 + 173.2) / (173.2 - 100)
   run();
   EXPECT_NEAR(dipx->bph_max_value[0], 373.224, 1e-3);
 }
@@ -530,15 +530,16 @@ TEST_F(SegmentBehind, OfTwoLowPhasesIsRaisedByAZeroSequenceAboveThreePerCent) {
 }
 
 TEST_F(SegmentBehind, IsClassifiedByAngleFromANegativeSequenceOfFourPerCentOn) {
-  // Positive and negative sequence are both a third of phase A; the positive one rose from 0, so the drop is opposite.
+  // Positive and negative sequence are both a third of phase A. The positive one rose from 0, so the drop is in the
+  // opposite direction.
   EXPECT_EQ(category({12, 0}, {0, 0}, {0, 0}), 3);
-  EXPECT_EQ(category({11.99F, 0}, {0, 0}, {0, 0}), 10) << "by phases, of which none is low";
+  EXPECT_EQ(category({11.99F, 0}, {0, 0}, {0, 0}), 10) << "decided by the phases, of which none is low";
 }
 
 TEST_F(SegmentBehind, IsClassifiedByTheAngleAgainstTheDrop) {
-  // Negative sequence and drop are both 57.7 V, in phase; a phase A of its own brings the zero sequence.
+  // The negative sequence and the drop are both 57.7 V and in phase; an additional phase A adds zero sequence.
   EXPECT_EQ(category({0, 0}, {0, 100}, {0, -100}), 0);
-  EXPECT_EQ(category({9, 0}, {0, 100}, {0, -100}), 0) << "3 V of zero sequence";
+  EXPECT_EQ(category({9, 0}, {0, 100}, {0, -100}), 0) << "3 V of zero sequence are not above the limit";
   EXPECT_EQ(category({9.1F, 0}, {0, 100}, {0, -100}), 6);
 }
 
@@ -549,11 +550,11 @@ TEST_F(SegmentBehind, OfThreeLowPhasesIsThreePhaseWhateverItsAngle) {
 }
 
 TEST_F(SegmentBehind, WhosePositiveSequenceHasNotMovedIsNotClassified) {
-  // 0.866 x 2 x 1000 = 1732: no positive sequence is left, as at the window's start.
+  // 0.866 x 2 x 1000 = 1732, so no positive sequence is left, as at the window's start.
   const vec_struct a = {1732, 0};
   EXPECT_EQ(category(a, {0, 1000}, {0, -1000}), 10);
   set_magnitudes(first, last, 80, 80, 80);
-  EXPECT_EQ(category(a, {0, 1000}, {0, -1000}), 10) << "not even with three low phases";
+  EXPECT_EQ(category(a, {0, 1000}, {0, -1000}), 10) << "three low phases do not change this";
   EXPECT_EQ(category({1733, 0}, {0, 1000}, {0, -1000}), 9);
 }
 
@@ -568,7 +569,7 @@ TEST_F(SegmentBehind, GetsTheCategoryOfMostSamplesItsLastOneIncluded) {
   set_magnitudes(1000, 1004, 100, 100, 80);
   set_magnitudes(1005, 1010, 80, 80, 80);
   run();
-  EXPECT_EQ(dipx->dipx_cata_seg[0], 9) << "6 of 11; without the last it would be a tie";
+  EXPECT_EQ(dipx->dipx_cata_seg[0], 9) << "6 of 11 votes; without the last one it would be a tie";
   set_magnitudes(1000, 1005, 100, 100, 80);
   run();
   EXPECT_EQ(dipx->dipx_cata_seg[0], 1);
@@ -578,7 +579,7 @@ TEST_F(SegmentBehind, GetsTheLowerOfTwoCategoriesWithEqualVotes) {
   set_magnitudes(1000, 1004, 80, 80, 80);
   set_magnitudes(1006, 1010, 100, 80, 100);
   run();
-  EXPECT_EQ(dipx->dipx_cata_seg[0], 5) << "5 votes each, and a sample without one";
+  EXPECT_EQ(dipx->dipx_cata_seg[0], 5) << "5 votes each, and one sample without a vote";
 }
 
 TEST_F(SegmentBehind, WritesCategoriesOfItsOwnSamplesOnly) {
@@ -653,7 +654,7 @@ TEST_F(ShortWindow, OfTheFullLengthRefersAnglesUpToItsEnd) {
   run();
   EXPECT_EQ(boundaries(), (Boundaries{96, 104, 176, 184}));
   EXPECT_NEAR(data->angle_a[DQ_WINDOW_CAPACITY - 1], 0, 0.1);
-  EXPECT_EQ(data->angle_b[0], 0.0F) << "of the silent phase B, behind the angles of phase A";
+  EXPECT_EQ(data->angle_b[0], 0.0F) << "angle of the silent phase B, which follows the angles of phase A in memory";
 }
 
 TEST_F(ShortWindow, OfHardlyAnySampleEnds) {
@@ -666,7 +667,7 @@ TEST_F(ShortWindow, OfHardlyAnySampleEnds) {
 
 // --- whole runs ------------------------------------------------------------------------------------------------------
 
-/// Records of 220 V at 64 samples per cycle with a dip from cycle 5 to cycle 12, as a host has them analysed.
+/// Records of 220 V at 64 samples per cycle with a dip from cycle 5 to cycle 12, analysed through the host's interface.
 class AnalysedDip : public testing::Test {
  protected:
   static constexpr int smp = 64;
@@ -693,7 +694,7 @@ class AnalysedDip : public testing::Test {
   [[nodiscard]] const dipx_event_record& event() const { return host->evt_buf[0]; }
   static const dq_dipx_struct& result() { return new_dipx_buf[0]; }
 
-  /// One segment of the given category, count and mask of low phases, and lowest voltage.
+  /// Expects one segment with the given category, number and mask of low phases, and lowest voltage.
   void expect_segment(int category, int type, int mask, double lowest) {
     EXPECT_EQ(event().u_min_num, 1);
     EXPECT_EQ(event().dipx_cata_type[0], category);
@@ -701,7 +702,7 @@ class AnalysedDip : public testing::Test {
     EXPECT_EQ(result().dipx_phase[0], mask);
     EXPECT_NEAR(event().u3_min[0], lowest, 0.02 * 220);
   }
-  /// Degrees between two angles, at most half a turn.
+  /// Returns the angle between two angles in degrees, at most half a turn.
   static double apart(double a, double b) { return std::fabs(std::remainder(a - b, 360.0)); }
 
   tests::WorkingFolder folder;
@@ -739,7 +740,8 @@ TEST_F(AnalysedDip, OfPhasesCAndAToEarth) {
   expect_segment(7, 2, 5, 110);
 }
 
-// Between two phases at half their distance each keeps sqrt(0.25 + 0.75 / 4) = 0.661 of its voltage.
+// When two phases move towards each other to half their distance, each keeps sqrt(0.25 + 0.75 / 4) = 0.661 of its
+// voltage.
 TEST_F(AnalysedDip, BetweenPhasesBAndC) {
   analyse(tests::fault_between_others(0, 0.5));
   expect_segment(0, 2, 6, 145.5);
@@ -768,7 +770,7 @@ TEST_F(AnalysedDip, HasTheResidualVoltageOfEachPhase) {
   EXPECT_EQ(event().u3_min[0], event().ua_min[0]);
   EXPECT_NEAR(result().ud, 0.7 * 220, 0.1);
   EXPECT_EQ(event().dipx_phasetype[0], 3);
-  EXPECT_EQ(event().dipx_cata_type[0], 9) << "three low phases, balanced or not";
+  EXPECT_EQ(event().dipx_cata_type[0], 9) << "three low phases, whether balanced or not";
 }
 
 TEST_F(AnalysedDip, HasItsPositionsInTheRecord) {
@@ -782,7 +784,7 @@ TEST_F(AnalysedDip, HasItsPositionsInTheRecord) {
   const int start = dq_rms_buf->T[0] - 4 * smp;
   for (int i = 0; i < 4; i++) {
     EXPECT_EQ(T[i], result().seg_idx[i] + start);
-    EXPECT_EQ(event().SEG_T0_idx[i], result().seg_tmp[i]) << "crossings stay in the window";
+    EXPECT_EQ(event().SEG_T0_idx[i], result().seg_tmp[i]) << "crossings are window positions";
   }
   EXPECT_EQ(event().order_min_idx[0], result().pos_ua_min[0] + start);
   EXPECT_GE(event().order_min_idx[0], T[1]);
@@ -811,7 +813,7 @@ TEST_F(AnalysedDip, HasThePointOnWaveAtWhichItBegins) {
 }
 
 TEST_F(AnalysedDip, HasNextToNoPhaseJumpForTheyAreReadAtTheWindowsStart) {
-  analyse(tests::fault_between_others(0, 0.5));  // in truth phases B and C turn by 19.1 degrees
+  analyse(tests::fault_between_others(0, 0.5));  // the actual turn of phases B and C is 19.1 degrees
   for (const float* jump : {event().angle_diff_ap, event().angle_diff_bp, event().angle_diff_cp, event().angle_diff_an,
                             event().angle_diff_bn, event().angle_diff_cn}) {
     EXPECT_NEAR(jump[0], 0, 0.1);
@@ -820,7 +822,8 @@ TEST_F(AnalysedDip, HasNextToNoPhaseJumpForTheyAreReadAtTheWindowsStart) {
 
 TEST_F(AnalysedDip, HasTheUnbalanceOfItsSequences) {
   analyse(tests::scaled(0.5, 1, 1));
-  // (1 - 0.5) / 3 of negative over (2 + 0.5) / 3 of positive sequence; more in the transitions at its ends.
+  // The ratio is (1 - 0.5) / 3 of negative to (2 + 0.5) / 3 of positive sequence, and more in the transitions at the
+  // segment's ends.
   EXPECT_GT(event().bph_max_value[0], 19);
   EXPECT_LT(event().bph_max_value[0], 30);
 }
@@ -841,7 +844,7 @@ TEST_F(AnalysedDip, LeavesTheHostsCausesAndShowsNoRmsBoundaries) {
             +DIPX_SEGMENT_CAPACITY);
   EXPECT_EQ(event().SEG_RMS_T_num, 0);
   EXPECT_EQ(event().hold_time_rms, 0.0F);
-  EXPECT_EQ(event().dipx_cata_type[1], 78) << "behind the segments";
+  EXPECT_EQ(event().dipx_cata_type[1], 78) << "entries after the segments must not change";
 }
 
 TEST_F(AnalysedDip, PrintsThresholdAndCheckOnceEach) {

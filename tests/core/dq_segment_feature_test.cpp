@@ -1,8 +1,8 @@
-// Two kinds of window. At 32 samples per cycle the samples are transformed as in any record. At 512 the element of the
-// filter is too long for the transform, which then leaves its outputs as they are: every stretch finds in the arrays of
-// the window what a test has laid there, but for its padded ends and the median of 257 samples, which leaves a curve
-// that only rises or only falls as it is. Half a cycle is 256 samples, a segment's reference point is entry 1536, and
-// without an order there are no crossings, so that transitions lie where the RMS boundaries are.
+// These tests use two kinds of window. At 32 samples per cycle the samples are transformed as in any record. At 512
+// samples per cycle the filter's element is too long for the transform, which then leaves its outputs unchanged. Every
+// section then finds in the window's arrays what a test has put there, apart from its padded ends and the median of 257
+// samples, which does not alter a curve that only rises or only falls. Half a cycle is 256 samples, a segment's
+// reference point is entry 1536, and without an order there are no crossings, so transitions are at the RMS boundaries.
 #include "sagx/dq_segment_feature.h"
 
 #include <fmt/format.h>
@@ -38,7 +38,7 @@ class LongWindow : public testing::Test {
     data->smp = samples_per_cycle;
     for (int i = 0; i < DQ_RECORD_CAPACITY; i++) data->t[i] = static_cast<float>(i) * static_cast<float>(0.02 / 32);
     dipx->smprate = static_cast<int>(samples_per_cycle);
-    dipx->un = 100;  // a change is one of more than a volt per sample
+    dipx->un = 100;  // a change is a difference of more than one volt per sample
     dipx->ut = 90;
     dipx->f = 50;
   }
@@ -54,13 +54,13 @@ class LongWindow : public testing::Test {
     return printed.out;
   }
   [[nodiscard]] Boundaries boundaries() const { return {dipx->T, dipx->T + dipx->T_num}; }
-  /// The boundaries that come of these of the RMS.
+  /// Returns the boundaries that result from these RMS boundaries.
   Boundaries from_rms(const Boundaries& rms) {
     set_rms(rms);
     run();
     return boundaries();
   }
-  /// One segment, whose minimum lies at this sample.
+  /// Sets one segment, whose minimum is at this sample.
   void set_reference(int sample) {
     dipx->min_num = 1;
     dipx->order_min[0] = sample;
@@ -83,19 +83,20 @@ TEST_F(LongWindow, OfTwoBoundariesEndsWithTwoZerosAndIsRejected) {
 }
 
 TEST_F(LongWindow, OfTwoBoundariesAtItsFirstSampleIsNotRejected) {
-  // Their zeros are in order.
+  // The resulting zeros are in ascending order.
   set_rms({0, 0});
   EXPECT_EQ(run(), "");
   EXPECT_EQ(boundaries(), (Boundaries{0, 0, 0, 0}));
 }
 
 TEST_F(LongWindow, OfThreeBoundariesShiftsTheEndOfItsStartByTheSecond) {
-  // The start ends 40 samples behind its begin. The voltage never comes back: half a cycle ahead of the third boundary.
+  // The start transition ends 40 samples after it begins. The voltage never recovers, so the end is half a cycle before
+  // the third boundary.
   EXPECT_EQ(from_rms({100, 140, 400}), (Boundaries{100, 180, 384}));
 }
 
 TEST_F(LongWindow, OfFiveBoundariesShiftsItsEndByTheLast) {
-  // The end reaches from the fourth boundary to the fifth: 260 samples.
+  // The end transition extends from the fourth boundary to the fifth, which is 260 samples.
   EXPECT_EQ(from_rms({100, 140, 300, 340, 600}), (Boundaries{100, 140, 300, 340, 600, 860}));
 }
 
@@ -127,7 +128,8 @@ TEST_F(LongWindow, TakesBoundariesThatCoincide) {
 }
 
 TEST_F(LongWindow, ShiftsByBoundariesWhereverItsStretchesBegin) {
-  EXPECT_EQ(from_rms({0, 8, 15, 20}), (Boundaries{0, 8, 15, 20})) << "less than half a cycle of room";
+  EXPECT_EQ(from_rms({0, 8, 15, 20}), (Boundaries{0, 8, 15, 20}))
+      << "there is less than half a cycle before the transition";
 }
 
 // --- rejected boundaries ---------------------------------------------------------------------------------------------
@@ -182,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(Boundaries, RejectedRms,
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(LongWindow, WhoseOwnBoundariesAreRejectedHasNoSegments) {
-  // 180 lies behind 134.
+  // 180 comes before 134 in the list, so it is out of order.
   set_rms({100, 140, 150});
   dipx->min_num = 2;
   std::fill_n(dipx->order_min, 32, 5);
@@ -195,7 +197,7 @@ TEST_F(LongWindow, WhoseOwnBoundariesAreRejectedHasNoSegments) {
   data->angle_a[72] = 10;
   EXPECT_EQ(run(), "seg check err3\r\n");
   EXPECT_EQ(boundaries(), (Boundaries{100, 180, 134}));
-  EXPECT_NE(dipx->POW_a, 79.0F) << "which was taken before";
+  EXPECT_NE(dipx->POW_a, 79.0F) << "the point on wave was measured before the rejection";
   EXPECT_EQ(std::count(dipx->order_min, dipx->order_min + 32, 5), 32);
   for (const float* list :
        {dipx->ua_min, dipx->ub_min, dipx->uc_min, dipx->u3_min, dipx->angle_a_min, dipx->angle_b_min, dipx->angle_c_min,
@@ -210,7 +212,7 @@ TEST_F(LongWindow, WhoseOwnBoundariesAreRejectedHasNoSegments) {
 // --- point on wave ---------------------------------------------------------------------------------------------------
 
 TEST_F(LongWindow, TakesThePointOnWaveWithTimesFromItsFirstSample) {
-  // Nothing stands at 95 V: the entry behind the stretch of 72 samples decides. 18000 x 0.045 + 10 + 90 = 2 x 360 +
+  // No phase reaches 95 V, so the entry after the section of 72 samples decides: 18000 x 0.045 + 10 + 90 = 2 x 360 +
   // 190.
   set_rms({100, 140, 400, 440});
   data->angle_a[72] = 10;
@@ -222,7 +224,7 @@ TEST_F(LongWindow, TakesThePointOnWaveWithTimesFromItsFirstSample) {
   EXPECT_NEAR(dipx->POW_c, 210, 1e-3);
 }
 
-// --- laid-out windows: transitions -----------------------------------------------------------------------------------
+// --- windows with prepared arrays: transitions -----------------------------------------------------------------------
 
 class LaidOutWindow : public LongWindow {
  protected:
@@ -233,14 +235,14 @@ class LaidOutWindow : public LongWindow {
     for (float* magnitude : {data->ua, data->ub, data->uc}) std::fill_n(magnitude, laid_out, 100.0F);
   }
 
-  /// The magnitude of a phase from entry `begin` on.
+  /// Sets the magnitude of a phase from entry `begin` on.
   static void hold(float* magnitude, int begin, float volts) {
     std::fill(magnitude + begin, magnitude + laid_out, volts);
   }
 };
 
 TEST_F(LaidOutWindow, PadsTheEndsOfAStretchInMagnitudesAndAnglesOnly) {
-  // Of 612 samples, 193 at either end.
+  // Of 612 samples, 193 are padded at either end.
   float* const padded[] = {data->ua, data->ub, data->uc, data->angle_a, data->angle_b, data->angle_c};
   for (float* values : padded) std::iota(values, values + laid_out, 0.0F);
   for (int i = 0; i < laid_out; i++) data->vec_ua[i] = data->vec_ub[i] = data->vec_uc[i] = {static_cast<float>(i), -1};
@@ -258,16 +260,16 @@ TEST_F(LaidOutWindow, PadsTheEndsOfAStretchInMagnitudesAndAnglesOnly) {
     EXPECT_EQ(phasors[611].r, 611.0F);
   }
   EXPECT_EQ(data->num, 612U);
-  EXPECT_EQ(data->ua0[100], 193.0F) << "padded before they are segmented";
+  EXPECT_EQ(data->ua0[100], 193.0F) << "the magnitudes are padded before they are segmented";
 }
 
 TEST_F(LaidOutWindow, LeavesTheLengthOfTheLastSegmentedStretch) {
   from_rms({1000, 1100, 3000, 3050});
   EXPECT_EQ(data->num, 562U) << "the end";
   from_rms({1000, 1100, 2000, 2070, 3000, 3050});
-  EXPECT_EQ(data->num, 582U) << "the middle comes last";
+  EXPECT_EQ(data->num, 582U) << "the middle transition is transformed last";
   from_rms({1000, 1100, 3000});
-  EXPECT_EQ(data->num, 612U) << "an end crossing is not segmented";
+  EXPECT_EQ(data->num, 612U) << "the section of an end crossing is not segmented";
 }
 
 TEST_F(LaidOutWindow, ClearsTheArraysOfTheSegmentation) {
@@ -279,12 +281,12 @@ TEST_F(LaidOutWindow, ClearsTheArraysOfTheSegmentation) {
 }
 
 struct SharpenedCase {
-  int change;     ///< entry of a stretch that differs from the one before
-  int start_end;  ///< where the start then ends
-  int end_start;  ///< and where the end then starts
+  int change;     ///< entry of a section that differs from the previous one
+  int start_end;  ///< resulting end of the start transition
+  int end_start;  ///< resulting start of the end transition
 };
 
-/// A transition of 100 samples: entries 256 to 356 of its stretch.
+/// A transition of 100 samples, from entry 256 to entry 356 of its section.
 class SharpenedTransitions : public LaidOutWindow, public testing::WithParamInterface<SharpenedCase> {};
 
 TEST_P(SharpenedTransitions, EndAtTheLastAndStartAheadOfTheFirstChange) {
@@ -321,7 +323,7 @@ TEST_F(LaidOutWindow, SharpensAtMoreThanOnePerCentOfNominal) {
 }
 
 TEST_F(LaidOutWindow, ComparesChangesInDouble) {
-  // The float next to 0.3 lies above it.
+  // The float nearest to 0.3 is above it.
   ASSERT_GT(static_cast<double>(0.3F), 0.01 * 30);
   ASSERT_EQ(0.3F, static_cast<float>(0.01 * 30));
   dipx->un = 30;
@@ -341,19 +343,19 @@ TEST_F(LaidOutWindow, DoesNotSharpenATransitionInTheMiddleWithoutCrossings) {
 }
 
 TEST_F(LaidOutWindow, LooksAtNoSampleAheadOfItsArrays) {
-  // At rate 0 a transition begins with its stretch. The entry ahead of the magnitudes is 0.
+  // At rate 0 a transition begins with its section. The entry before the magnitudes is 0.
   data->smp = 0;
   EXPECT_EQ(from_rms({1000, 1100, 3000, 3100}), (Boundaries{1000, 1100, 3000, 3100}));
   hold(data->ua, 2, 50);
   EXPECT_EQ(from_rms({1000, 1100, 3000, 3100}), (Boundaries{1000, 1002, 3001, 3100}));
 }
 
-// --- laid-out windows: three boundaries ------------------------------------------------------------------------------
+// --- windows with prepared arrays: three boundaries ------------------------------------------------------------------
 
-/// The voltage comes back within the cycle round the third boundary: that stretch has 512 samples.
+/// The voltage recovers within the cycle around the third boundary; that section has 512 samples.
 class EndCrossing : public LaidOutWindow {
  protected:
-  /// Boundaries when the magnitudes stand at 50 V and at `after` from entry `begin` on.
+  /// Returns the boundaries when the magnitudes are `before` and, from entry `begin` on, `after`.
   Boundaries with_rise(int begin, float after = 100, float before = 50) {
     for (float* magnitude : {data->ua, data->ub, data->uc}) {
       hold(magnitude, 0, before);
@@ -364,7 +366,7 @@ class EndCrossing : public LaidOutWindow {
 };
 
 TEST_F(EndCrossing, IsTheSampleBeforeTheVoltageIsBack) {
-  // The change at entry 300 also sharpens the start, whose end is shifted by the second boundary.
+  // The change at entry 300 also refines the start, whose end is shifted by the second boundary.
   EXPECT_EQ(with_rise(300), (Boundaries{1000, 1144, 3043}));
 }
 
@@ -381,19 +383,19 @@ TEST_F(EndCrossing, IsThatOfTheLastPhase) {
   hold(data->ub, 310, 100);
   EXPECT_EQ(from_rms({1000, 1100, 3000})[2], 3053);
   hold(data->uc, 0, 50);
-  EXPECT_EQ(from_rms({1000, 1100, 3000})[2], 2744) << "phase C stays down";
+  EXPECT_EQ(from_rms({1000, 1100, 3000})[2], 2744) << "phase C stays low";
 }
 
 TEST_F(EndCrossing, IsSoughtInThePaddedStretch) {
-  EXPECT_EQ(with_rise(193)[2], 2744) << "up from the start";
+  EXPECT_EQ(with_rise(193)[2], 2744) << "the voltage is high from the start";
   EXPECT_EQ(with_rise(194)[2], 2937);
   EXPECT_EQ(with_rise(319)[2], 3062);
-  EXPECT_EQ(with_rise(320)[2], 2744) << "down up to the end";
+  EXPECT_EQ(with_rise(320)[2], 2744) << "the voltage is low up to the end";
 }
 
-// --- laid-out windows: segments --------------------------------------------------------------------------------------
+// --- windows with prepared arrays: segments --------------------------------------------------------------------------
 
-/// One segment of 1100 to 3000 with its minimum at 1200, or more of them.
+/// One segment from 1100 to 3000 with its minimum at 1200, or several of them.
 class LaidOutSegment : public LaidOutWindow {
  protected:
   LaidOutSegment() {
@@ -404,7 +406,7 @@ class LaidOutSegment : public LaidOutWindow {
   static vec_struct vector_of(const tests::Phasor& phasor) {
     return {static_cast<float>(phasor.real()), static_cast<float>(phasor.imag())};
   }
-  /// 100 V times these phasors in the entries from `from` up to, not including, `to`.
+  /// Sets the entries from `from` up to, but not including, `to` to 100 V times these phasors.
   void set_phasors(int from, int to, const tests::Phasors& phasors) {
     for (int i = from; i < to; i++) {
       data->vec_ua[i] = vector_of(100.0 * phasors[0]);
@@ -446,7 +448,7 @@ TEST_F(LaidOutSegment, MovesEachReferencePointByItsOwnBoundaries) {
   dipx->order_min[0] = dipx->order_min[1] = 2050;
   run();
   EXPECT_EQ(dipx->order_min[0], 1050);
-  EXPECT_EQ(dipx->order_min[1], 2050) << "the middle of its own opening";
+  EXPECT_EQ(dipx->order_min[1], 2050) << "the middle of the transition that opens this segment";
   dipx->order_min[0] = dipx->order_min[1] = 2500;
   run();
   EXPECT_EQ(dipx->order_min[0], 1050);
@@ -496,7 +498,7 @@ TEST_F(LaidOutSegment, CountsPhasesStrictlyBelowTheThreshold) {
 }
 
 TEST_F(LaidOutSegment, HasTheRatioOfNegativeToPositiveSequenceForUnbalance) {
-  // (100 + 173.2) / (173.2 - 100)
+  // The ratio is (100 + 173.2) / (173.2 - 100).
   data->vec_ua[reference] = {100, 0};
   data->vec_ub[reference] = {0, 100};
   data->vec_uc[reference] = {0, -100};
@@ -559,13 +561,13 @@ TEST_F(LaidOutSegment, ReferredToTheSameAnglesHasEqualJumpsInEachSegment) {
   EXPECT_EQ(dipx->angle_diff_bp[1], 20.0F);
 }
 
-// --- laid-out windows: categories ------------------------------------------------------------------------------------
+// --- windows with prepared arrays: categories ------------------------------------------------------------------------
 
 TEST_F(LaidOutSegment, IsClassifiedAgainstThePositiveSequenceAtTheFirstSampleOfTheStart) {
   set_phasors(0, 1, tests::balanced());
   set_phasors(1, laid_out, tests::scaled(0.4, 1, 1));
   EXPECT_EQ(category(), 3);
-  // With no voltage before, the positive sequence has risen, and the angle is the opposite one.
+  // There is no voltage before the dip, so the positive sequence has risen and the angle is the opposite one.
   set_phasors(0, 1, tests::scaled(0, 0, 0));
   EXPECT_EQ(category(), 6);
 }
@@ -581,7 +583,7 @@ TEST_F(LaidOutSegment, IsClassifiedByTheSequencesOfEachSample) {
   EXPECT_EQ(category_of(tests::fault_between_others(0, 0.5)), 0);
   EXPECT_EQ(category_of(tests::fault_between_others(1, 0.5)), 2);
   EXPECT_EQ(category_of(tests::fault_between_others(2, 0.5)), 4);
-  EXPECT_EQ(category_of(tests::scaled(1, 0.4, 0.4)), 6) << "with a zero sequence";
+  EXPECT_EQ(category_of(tests::scaled(1, 0.4, 0.4)), 6) << "the dip has a zero sequence";
   EXPECT_EQ(category_of(tests::scaled(0.4, 1, 0.4)), 7);
   EXPECT_EQ(category_of(tests::scaled(0.4, 0.4, 1)), 8);
 }
@@ -602,15 +604,15 @@ TEST_F(LaidOutSegment, OfBalancedSamplesIsClassifiedByTheirLowPhases) {
 }
 
 TEST_F(LaidOutSegment, GetsTheCategoryOfMostSamples) {
-  // From 100 samples ahead of the reference point to 512 behind it.
+  // The voting range extends from 100 samples before the reference point to 512 after it.
   set_magnitudes(1436, 1742, 100, 100, 50);
   set_magnitudes(1742, 2048, 100, 50, 100);
-  EXPECT_EQ(category(), 1) << "306 votes each: the lower";
+  EXPECT_EQ(category(), 1) << "306 votes each, so the lower category wins";
   set_magnitudes(1741, 1742, 100, 50, 100);
   EXPECT_EQ(category(), 5) << "307 votes";
   set_magnitudes(1436, 1742, 50, 50, 50);
   set_magnitudes(1742, 2048, 100, 50, 100);
-  EXPECT_EQ(category(), 5) << "the lower, though it comes last";
+  EXPECT_EQ(category(), 5) << "the lower category wins although it comes last";
 }
 
 TEST_F(LaidOutSegment, GetsACategoryOfFewSamplesWhenTheOthersHaveNone) {
@@ -618,7 +620,7 @@ TEST_F(LaidOutSegment, GetsACategoryOfFewSamplesWhenTheOthersHaveNone) {
   EXPECT_EQ(category(), 9);
 }
 
-/// Which entries vote: each test tries the outermost one that does and the next.
+/// Tests which entries vote: each test tries the outermost entry that does and the next one.
 class VotingRange : public LaidOutSegment {
  protected:
   bool votes(int entry) {
@@ -648,7 +650,7 @@ TEST_F(VotingRange, EndsAtTheBoundariesOfTheSegment) {
 }
 
 TEST_F(VotingRange, BeginsAtTheBoundaryBehindAMovedReferencePoint) {
-  // Moved to 1050, 50 samples ahead of the segment.
+  // The reference point moves to 1050, 50 samples before the segment.
   set_reference(0);
   EXPECT_FALSE(votes(1585));
   set_reference(0);
@@ -660,7 +662,7 @@ TEST_F(VotingRange, BeginsAtTheBoundaryBehindAMovedReferencePoint) {
 }
 
 TEST_F(VotingRange, IsEmptyMoreThanACycleAheadOfTheSegment) {
-  // Moved to 1513: 513 samples ahead of the segment, of which 512 behind the reference point would count.
+  // The reference point moves to 1513. It is 513 samples before the segment, and only 512 samples after it count.
   set_magnitudes(0, laid_out, 50, 50, 50);
   set_rms({1000, 2026, 3000, 3100});
   set_reference(0);
@@ -677,10 +679,10 @@ TEST_F(VotingRange, IsEmptyInASegmentWithoutLength) {
   EXPECT_EQ(category(), 10);
 }
 
-// --- laid-out windows: segments that the boundaries do not cover -----------------------------------------------------
+// --- windows with prepared arrays: segments that the boundaries do not cover -----------------------------------------
 
 TEST_F(LaidOutSegment, BehindTheLastBoundaryIsMeasuredAtTheMiddleOfTheLastTransition) {
-  // Its end is read behind the list, where 0 stands.
+  // The segment's end is read after the end of the list, where 0 is stored.
   set_magnitudes(0, laid_out, 50, 50, 50);
   dipx->min_num = 2;
   dipx->order_min[1] = 3500;
@@ -722,7 +724,7 @@ TEST_F(LongWindow, MeasuresNoSegmentBeyondItsLists) {
 
 // --- waveforms -------------------------------------------------------------------------------------------------------
 
-/// Magnitudes and angles of a stretch of the three phases.
+/// Magnitudes and angles of a section of the three phases.
 struct Transformed {
   explicit Transformed(int samples)
       : magnitude{std::vector<float>(static_cast<std::size_t>(samples)), {}, {}}, angle(magnitude) {
@@ -732,7 +734,7 @@ struct Transformed {
   std::array<std::vector<float>, 3> angle;
 };
 
-/// A window of 1280 samples of 100 V with a dip from sample 320 up to sample 960, and RMS boundaries round both ends.
+/// A window of 1280 samples of 100 V with a dip from sample 320 to sample 960, and RMS boundaries around both ends.
 class DippedWindow : public LongWindow {
  protected:
   static constexpr int samples = 1280;
@@ -754,7 +756,7 @@ class DippedWindow : public LongWindow {
     load(SineRecord(32, samples, 100, degrees).set(fall, recovery, during));
   }
 
-  /// What the transform makes of `length` samples from `begin` on.
+  /// Returns the transform of `length` samples from `begin` on.
   Transformed transformed(int begin, int length) {
     Transformed result(length);
     std::vector<vec_struct> phasors(static_cast<std::size_t>(length));
@@ -765,7 +767,7 @@ class DippedWindow : public LongWindow {
     }
     return result;
   }
-  /// Jumps of the three phases, whichever their sign.
+  /// Returns the jumps of the three phases, whatever their sign.
   [[nodiscard]] std::array<float, 3> jumps() const {
     return {dipx->angle_diff_ap[0] + dipx->angle_diff_an[0], dipx->angle_diff_bp[0] + dipx->angle_diff_bn[0],
             dipx->angle_diff_cp[0] + dipx->angle_diff_cn[0]};
@@ -775,7 +777,7 @@ class DippedWindow : public LongWindow {
 TEST_F(DippedWindow, FindsWhereTheStartEndsAndTheEndStartsAndEnds) {
   EXPECT_EQ(run(), "");
   ASSERT_EQ(dipx->T_num, 4);
-  EXPECT_EQ(dipx->T[0], 310) << "the RMS boundary, whatever the crossings say";
+  EXPECT_EQ(dipx->T[0], 310) << "the start is the RMS boundary, whatever the crossings are";
   EXPECT_GT(dipx->T[1], fall);
   EXPECT_LT(dipx->T[1], fall + 16);
   EXPECT_NEAR(dipx->T[2], recovery, 4);
@@ -796,7 +798,7 @@ TEST_F(DippedWindow, FindsBothEndsOfATransitionInTheMiddle) {
 TEST_F(DippedWindow, OfThreeBoundariesEndsWhereTheVoltageIsBack) {
   EXPECT_EQ(from_rms({310, 350, recovery + 4}).size(), 3U);
   EXPECT_EQ(dipx->T[0], 310);
-  EXPECT_GT(dipx->T[1], fall + 40) << "shifted by the length of the transition";
+  EXPECT_GT(dipx->T[1], fall + 40) << "the end is shifted by the length of the transition";
   EXPECT_LT(dipx->T[1], fall + 40 + 16);
   EXPECT_NEAR(dipx->T[2], recovery, 4);
 }
@@ -835,7 +837,8 @@ TEST_F(DippedWindow, RefersItsPhaseJumpsToTheFirstBoundary) {
 }
 
 TEST_F(DippedWindow, ThatBeginsBeforeItsStretchTakesTheVoltageThreeCyclesIn) {
-  // The voltage falls slowly from the window's first sample on. The reference point is sample 40, the one measured 96.
+  // The voltage falls slowly from the window's first sample on. The reference point is sample 40, and the measured one
+  // is sample 96.
   SineRecord wave(32, samples, 100);
   for (int i = 0; i < samples; i++) {
     const double level = 1 - 0.0005 * i;
@@ -848,12 +851,12 @@ TEST_F(DippedWindow, ThatBeginsBeforeItsStretchTakesTheVoltageThreeCyclesIn) {
   ASSERT_EQ(dipx->order_min[0], 40);
   EXPECT_NEAR(dipx->ua_min[0], 95.2, 0.5);
   EXPECT_EQ(dipx->ua_min[0], transformed(0, 192).magnitude[0][96]);
-  // The stretch of the start begins at sample 0 as well, where half a cycle in is not its boundary.
+  // The section of the start also begins at sample 0, so its boundary is not half a cycle into it.
   EXPECT_EQ(jumps()[0], dipx->angle_a_min[0] - transformed(0, 47).angle[0][16]);
 }
 
 TEST_F(DippedWindow, HasAPointOnWaveThatLagsByTheWayToItsStartsStretch) {
-  // The stretch begins at sample 294; the frame has turned by 294 samples until there.
+  // The section begins at sample 294, by which time the frame has rotated for 294 samples.
   for (const double degrees : {0.0, 60.0, 90.0, 200.0}) {
     load_dip(tests::scaled(0.3, 0.3, 0.3), degrees);
     run();
@@ -911,7 +914,7 @@ struct WindowCase {
   int boundaries;
 };
 
-/// Voltages that step, drift and ripple, and RMS boundaries that lie somewhere near.
+/// Voltages that step, drift and ripple, with RMS boundaries somewhere near these changes.
 class LongWindowOfAnything : public LongWindow, public testing::WithParamInterface<WindowCase> {
  protected:
   void fill(std::uint32_t seed) {
@@ -966,13 +969,13 @@ TEST_P(LongWindowOfAnything, EqualsThePlainFormToTheLastBit) {
     EXPECT_EQ(own_lines, lines.out) << seed;
     EXPECT_EQ(std::memcmp(dipx.get(), other_dip.get(), sizeof(dq_dipx_struct)), 0) << seed;
     EXPECT_EQ(boundaries(), (Boundaries{other_dip->T, other_dip->T + other_dip->T_num})) << seed;
-    // The working arrays from the magnitudes to the phasors, and those of the segmentation.
+    // This compares the working arrays from the magnitudes to the phasors, and those of the segmentation.
     EXPECT_EQ(std::memcmp(data->ua, other->ua, offsetof(dq_data, hold_time) - offsetof(dq_data, ua)), 0) << seed;
     EXPECT_EQ(std::memcmp(data->ua0, other->ua0, sizeof(dq_data) - offsetof(dq_data, ua0)), 0) << seed;
     EXPECT_EQ(std::memcmp(data->u, other->u, sizeof data->u), 0) << seed;
     accepted += own_lines.empty() ? 1 : 0;
   }
-  // Two boundaries never have segments.
+  // A dip with two boundaries never has segments.
   EXPECT_TRUE(accepted > 0 || GetParam().boundaries == 2);
 }
 
@@ -988,7 +991,8 @@ INSTANTIATE_TEST_SUITE_P(RatesAndBoundaries, LongWindowOfAnything,
 // --- bounds ----------------------------------------------------------------------------------------------------------
 
 TEST_F(DippedWindow, CutsAStretchWhereTheArraysEnd) {
-  // Of the six cycles from three ahead of it, 106 samples are there. Behind those of phase A lie those of phase B.
+  // Of the six cycles that start three cycles before it, 106 samples exist. After the samples of phase A come those of
+  // phase B.
   load(SineRecord(32, 400, 100), DQ_RECORD_CAPACITY - 400);
   std::fill_n(data->Vb, 400, 1e6F);
   set_rms({310, 350, DQ_RECORD_CAPACITY, DQ_RECORD_CAPACITY + 20});
@@ -1002,7 +1006,7 @@ TEST_F(DippedWindow, CutsAStretchWhereTheArraysEnd) {
 }
 
 TEST_F(LongWindow, TakesThePointOnWaveOfACutStretchBehindItsLastSample) {
-  // 36 of 42 samples are there: 18000 x 0.0225 + 10 + 90 = 360 + 145.
+  // Of 42 samples 36 exist: 18000 x 0.0225 + 10 + 90 = 360 + 145.
   set_rms({DQ_RECORD_CAPACITY - 20, DQ_RECORD_CAPACITY - 10});
   data->angle_a[36] = 10;
   run();
@@ -1012,7 +1016,7 @@ TEST_F(LongWindow, TakesThePointOnWaveOfACutStretchBehindItsLastSample) {
 
 TEST_F(LongWindow, CutsAStretchAtTheLengthOfTheTransform) {
   set_rms({100, 80100});
-  data->angle_b[0] = 77;  // behind the angles of phase A
+  data->angle_b[0] = 77;  // the first entry after the angles of phase A
   run();
   EXPECT_EQ(data->num, unsigned{DQ_WINDOW_CAPACITY});
   EXPECT_EQ(boundaries(), (Boundaries{100, 80100, 0, 0})) << "nothing changes";
@@ -1021,8 +1025,8 @@ TEST_F(LongWindow, CutsAStretchAtTheLengthOfTheTransform) {
 }
 
 TEST_F(DippedWindow, SeesNoChangePastTheTransform) {
-  // Phase A is silent, phase B for all but the first 100 samples of the stretch: behind the magnitudes of A, which end
-  // at 0, stand 100 V.
+  // Phase A is silent, and so is phase B except for the first 100 samples of the section. After the magnitudes of A,
+  // which end at 0, memory holds 100 V.
   load_dip(tests::balanced());
   std::fill_n(data->Va, samples, 0.0F);
   std::fill_n(data->Vc, samples, 0.0F);

@@ -15,23 +15,23 @@ namespace {
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
-/// A window of 100 V with samples 1 ms apart: the frame turns by 18 degrees per sample. Angles are 0 throughout and one
-/// entry longer than the magnitudes.
+/// A window of 100 V with samples 1 ms apart, so the frame rotates by 18 degrees per sample. All angles are 0, and
+/// there is one more angle than there are magnitudes.
 class PointOnWave : public testing::Test {
  protected:
   PointOnWave() {
     for (std::size_t i = 0; i < t.size(); i++) t[i] = static_cast<float>(i) / 1000.0F;
   }
 
-  /// The point on wave of phase A.
+  /// Returns the point on wave of phase A.
   float run(float nominal = 100) {
     dqdelay_POW(a.data(), b.data(), c.data(), angle_a.data(), angle_b.data(), angle_c.data(), t.data(), dipx.get(),
                 nominal, static_cast<unsigned>(a.size()));
     return dipx->POW_a;
   }
-  /// The sample on which the angle was read, with the times as they are.
+  /// Returns the sample at which the angle was read, with the initial times.
   int sample(float nominal = 100) { return static_cast<int>(std::lround((run(nominal) - 90) / 18)); }
-  /// The point on wave when the sum is read off an angle at time 0.
+  /// Returns the point on wave when only the angle at time 0 contributes.
   float reduced(float angle) {
     a = {100, 100, 80, 80, 80, 80, 80, 80, 80, 80};
     t[1] = 0;
@@ -64,7 +64,7 @@ TEST_F(PointOnWave, TakesNinetyPerCentForFallen) {
 }
 
 TEST_F(PointOnWave, StoresItsThresholdsAsFloat) {
-  // 0.95 x 1 lies above the float next to it, 0.9 x 3 below.
+  // 0.95 x 1 is above the nearest float, 0.9 x 3 is below it.
   ASSERT_LT(static_cast<double>(0.95F), 0.95);
   a = {1, 1, 1, 0.95F, 0.5F, 0.5F, 0.5F, 0.5F, 0.5F, 0.5F};
   b = c = std::vector<float>(10, 1.0F);
@@ -81,7 +81,7 @@ TEST_F(PointOnWave, TakesTheFirstFall) {
 }
 
 TEST_F(PointOnWave, SearchesBackFromTheFallItself) {
-  // Of no nominal voltage both thresholds are 0.
+  // With a nominal voltage of 0 both thresholds are 0.
   a = {1, 1, 1, 0, -1, -1, -1, -1, -1, -1};
   EXPECT_EQ(sample(0), 3);
 }
@@ -90,7 +90,7 @@ TEST_F(PointOnWave, LooksBackToSample1AndNotTo0) {
   a = {100, 97, 94, 80, 80, 80, 80, 80, 80, 80};
   EXPECT_EQ(sample(), 1);
   a[1] = 94;
-  EXPECT_EQ(sample(), 10) << "none: the entry behind the window";
+  EXPECT_EQ(sample(), 10) << "there is none, so the entry after the window is used";
 }
 
 TEST_F(PointOnWave, LeavesOutAPhaseThatIsLowFromTheStart) {
@@ -129,7 +129,7 @@ TEST_F(PointOnWave, BehindWhatWindowsHoldCountsAs0) {
     return dipx->POW_a;
   };
   EXPECT_FLOAT_EQ(run_to(DQ_WINDOW_CAPACITY - 1), 225);
-  EXPECT_FLOAT_EQ(run_to(DQ_WINDOW_CAPACITY), 180) << "times reach further than angles";
+  EXPECT_FLOAT_EQ(run_to(DQ_WINDOW_CAPACITY), 180) << "the array of times is longer than that of angles";
   EXPECT_FLOAT_EQ(run_to(DQ_RECORD_CAPACITY), 90);
 }
 
@@ -170,7 +170,7 @@ TEST_F(PointOnWave, TurnsBy18000DegreesPerSecond) {
 }
 
 TEST_F(PointOnWave, AddsInFloatTheTurnFirstThenTheAngleThenNinety) {
-  // 18000 x 1024 is beyond 2^24: adding 1 to it changes nothing, adding 91 would.
+  // 18000 x 1024 is above 2^24, so adding 1 does not change it, but adding 91 would.
   a = {100, 100, 80, 80, 80, 80, 80, 80, 80, 80};
   t[1] = 1024;
   angle_a[1] = 1;

@@ -29,12 +29,12 @@ using tests::text_of;
 
 constexpr int smp = 64;
 
-/// Whether a dip passed every check. What the feature stages make of constant voltages is of no matter here.
+/// Returns whether a dip passed every check. The features of constant voltages do not matter here.
 bool reached_features(DipOutcome outcome) {
   return outcome == DipOutcome::analysed || outcome == DipOutcome::not_segmented;
 }
 
-/// The driver's own lines, without those of the feature stages.
+/// Returns the driver's own lines without those of the feature stages.
 std::string own_lines(const std::string& out) {
   std::string own;
   for (std::size_t begin = 0; begin < out.size();) {
@@ -67,7 +67,8 @@ class Driver : public testing::Test {
     return printed_by([] { dq_dipx_new(nullptr); });
   }
 
-  /// The trace of a run whose records exist and whose samples begin at `volts`, up to and with the boundary search.
+  /// Returns the trace of a run up to and including the boundary search, for records that exist and samples that begin
+  /// at `volts`.
   static std::string trace(int rate, int samples, const char* volts, const char* how = "reused") {
     return fmt::format(
         "[ALLOC] sizeof(dq_data)=60580460 bytes, sizeof(dq_dipx_rms)=10752276 bytes\r\n"
@@ -82,7 +83,7 @@ class Driver : public testing::Test {
         text_of(dq_rms_buf->vb), text_of(dq_rms_buf->vc), volts, rate - 1);
   }
 
-  /// What an allocation that finds both records prints.
+  /// Returns the lines of an allocation that finds both records already allocated.
   static std::string reused() {
     return "[ALLOC] sizeof(dq_data)=60580460 bytes, sizeof(dq_dipx_rms)=10752276 bytes\r\n"
            "[ALLOC] dq_data_buf reused: " +
@@ -93,7 +94,8 @@ class Driver : public testing::Test {
   }
 
   static LevelRecord steady() { return {smp, 40 * smp, 220}; }
-  /// A dip of phase A to `volts` for some cycles, 20 cycles into 60.
+  /// Builds a dip of phase A to `volts` that lasts for the given number of cycles and starts 20 cycles into a record of
+  /// 60.
   static LevelRecord dip(int cycles, float volts) {
     return LevelRecord(smp, 60 * smp, 220).set(0, 20 * smp, (20 + cycles) * smp, volts);
   }
@@ -142,7 +144,7 @@ TEST_F(Driver, RefusesMoreSamplesThanItHolds) {
   LevelRecord longest(128, 384000, 220);
   run(longest);
   EXPECT_EQ(last_outcome.run, RunOutcome::analysed);
-  LevelRecord longer(128, 384001, 220);  // 3000 cycles and one sample: the first limit speaks
+  LevelRecord longer(128, 384001, 220);  // 3000 cycles and one sample, so the first limit applies
   EXPECT_EQ(run(longer).out, reused() + "sample_input_number1数据个数越限\r\n");
   EXPECT_EQ(last_outcome.run, RunOutcome::too_many_samples);
 }
@@ -156,7 +158,7 @@ TEST_F(Driver, NeedsTwoCycles) {
   EXPECT_EQ(printed.err, "[GUARD][FATAL] bad params: smp=64 n=127 (need n>=2*smp)\n");
   EXPECT_TRUE(printed.out.ends_with(" uc=" + text_of(dq_rms_buf->vc) + "\n")) << printed.out;
   EXPECT_EQ(last_outcome.run, RunOutcome::too_few_samples);
-  EXPECT_EQ(dq_rms_buf->va[126], 230.0F) << "samples are copied before they are found too few";
+  EXPECT_EQ(dq_rms_buf->va[126], 230.0F) << "samples are copied before it is found that there are too few";
 }
 
 TEST_F(Driver, TakesANegativeLengthForTooFewSamples) {
@@ -195,7 +197,7 @@ TEST_F(Driver, ReleasesTheWindowRecordWhenTheWholeRecordCannotBeAllocated) {
     EXPECT_EQ(dq_data_buf, nullptr);
   }
   run(wave);
-  // A reused window record goes as well.
+  // The reused window record is released too.
   std::free(dq_rms_buf);
   dq_rms_buf = nullptr;
   const tests::FailingAllocation failure(1);
@@ -272,7 +274,7 @@ TEST_F(Driver, AnalysesNothingInARecordThatDoesNotBeginSteady) {
   EXPECT_EQ(last_outcome.run, RunOutcome::disturbed_start);
 }
 
-/// How many samples of the first two cycles lie off 0.9 to 1.1 un, and in which direction.
+/// The number of samples of the first two cycles outside 0.9 to 1.1 un, and the direction of the deviation.
 struct Disturbance {
   int low = 0;
   int high = 0;
@@ -289,11 +291,11 @@ Disturbance disturbance() {
   return result;
 }
 
-/// Rate and disturbed phase.
+/// The parameters are the rate and the disturbed phase.
 class DisturbedStart : public Driver, public testing::WithParamInterface<std::tuple<int, int>> {};
 
 TEST_P(DisturbedStart, IsAQuarterCycleOfHighVoltageInAnyPhase) {
-  // The phase rises near the end of the second cycle, a sample later each time.
+  // The phase rises near the end of the second cycle, one sample later each time.
   const auto [rate, phase] = GetParam();
   std::set<int> tried;
   for (int step = rate; step < 2 * rate; step++) {
@@ -305,12 +307,12 @@ TEST_P(DisturbedStart, IsAQuarterCycleOfHighVoltageInAnyPhase) {
     EXPECT_EQ(last_outcome.run, off.high >= rate / 4 ? RunOutcome::disturbed_start : RunOutcome::analysed) << off.high;
     tried.insert(off.high);
   }
-  EXPECT_TRUE(tried.contains(rate / 4) && tried.contains(rate / 4 - 1)) << "both sides of the limit";
+  EXPECT_TRUE(tried.contains(rate / 4) && tried.contains(rate / 4 - 1)) << "both sides of the limit must be tried";
 }
 
 TEST_P(DisturbedStart, IsAQuarterCycleOfLowVoltageInAnyPhase) {
-  // The phase is low round the end of the first cycle, so that neither cycle's own RMS, and with them un, is as low as
-  // the cycle in between. The other phases stand near un.
+  // The phase is low around the end of the first cycle, so neither of the first two cycles has an RMS (and hence un) as
+  // low as the cycle that spans both. The other phases are near un.
   const auto [rate, phase] = GetParam();
   std::set<int> tried;
   for (const int length : {rate - rate / 4 + 1, rate - rate / 4 + 2}) {
@@ -424,7 +426,7 @@ TEST_F(Driver, AnalysesADipWhoseWindowIsTheWholeRecord) {
 }
 
 TEST_F(Driver, SkipsAShallowDipUnlessItLastsFiveCycles) {
-  // 194 V is 12 % deep. The dip's length from crossing to crossing is made exact by its recovery.
+  // A voltage of 194 V is 12 % deep. The time of the recovery sets the dip's length from crossing to crossing exactly.
   const auto shallow = [&](int samples) {
     auto wave = LevelRecord(smp, 60 * smp, 220);
     const int fall = tests::samples_until_below(smp, 220, 194, 198);
@@ -458,7 +460,7 @@ TEST_F(Driver, TakesADepthOfExactlyFourteenPercentForShallow) {
 }
 
 TEST_F(Driver, ToleratesHalfOfTheHalfCyclesBeingRestless) {
-  // 121 half-cycles, of which the last does not count: 120. More and more of them are disturbed.
+  // There are 121 half-cycles, of which the last does not count. More and more of the other 120 are disturbed.
   std::set<float> tried;
   for (int last = 30; last < 58; last++) {
     LevelRecord wave(smp, 121 * smp / 2, 220);
@@ -476,7 +478,7 @@ TEST_F(Driver, ToleratesHalfOfTheHalfCyclesBeingRestless) {
 }
 
 TEST_F(Driver, FormsTimesAndThresholdInTheirOwnPrecisions) {
-  // At 99 samples per cycle and 202 V, products in float and in double part ways.
+  // At 99 samples per cycle and 202 V, products in float and in double differ.
   LevelRecord wave(99, 60 * 99, 202);
   wave.set(0, 20 * 99, 26 * 99, 100);
   run(wave);
@@ -496,7 +498,7 @@ TEST_F(Driver, FormsTimesAndThresholdInTheirOwnPrecisions) {
 }
 
 TEST_F(Driver, SkipsDipsOfARestlessRecord) {
-  // Phase B alternates from cycle to cycle between 205 V and 235 V after its steady start.
+  // After its steady start, phase B alternates from cycle to cycle between 205 V and 235 V.
   LevelRecord wave(smp, 60 * smp, 220);
   for (int at = 3 * smp; at < 60 * smp; at += smp) wave.set(1, at, at + smp, (at / smp) % 2 == 0 ? 205.0F : 235.0F);
   wave.set(0, 20 * smp, 26 * smp, 100);
@@ -549,7 +551,7 @@ TEST_F(Driver, SearchesWithoutAnalysing) {
   EXPECT_TRUE(found);
   EXPECT_EQ(lines, trace(smp, 60 * smp, "220.000000"));
   EXPECT_EQ(last_outcome.run, RunOutcome::searched);
-  EXPECT_EQ(new_dipx_buf[0].un, 0.0F) << "no dip was looked at";
+  EXPECT_EQ(new_dipx_buf[0].un, 0.0F) << "no dip was examined";
   EXPECT_EQ(dq_rms_buf->evt_num, 2);
 }
 
@@ -569,12 +571,12 @@ TEST_F(Driver, CopesWithSamplesThatAreNoNumbers) {
 
 TEST_F(Driver, LetsNotANumberReplaceAPhaseAndBeReplacedInTurn) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
-  // Where phase B is NaN it takes the place of A, low as A is, and C takes its place.
+  // Where phase B is NaN it replaces A, although A is low, and C then replaces it.
   auto in_b = dip(6, 100).set(1, 20 * smp, 26 * smp, nan).set(2, 21 * smp, 25 * smp, 150);
   run(in_b);
   ASSERT_EQ(dq_rms_buf->evt_num, 2);
   EXPECT_EQ(new_dipx_buf[0].ud, 70.0F);
-  // Where phase C is NaN nothing takes its place, and NaN is never the deepest.
+  // Where phase C is NaN nothing replaces it, and NaN is never the deepest value.
   auto in_c = dip(6, 100).set(2, 21 * smp, 22 * smp, nan);
   run(in_c);
   EXPECT_EQ(new_dipx_buf[0].ud, 120.0F);
@@ -583,7 +585,7 @@ TEST_F(Driver, LetsNotANumberReplaceAPhaseAndBeReplacedInTurn) {
   EXPECT_EQ(new_dipx_buf[0].ud, 0.0F);
 }
 
-/// Bytes of `size` from `begin` that are in memory.
+/// Returns how many of `size` bytes from `begin` on are resident in memory.
 std::size_t resident(const void* begin, std::size_t size) {
   const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
   const auto from = reinterpret_cast<std::uintptr_t>(begin) / page * page;
@@ -604,7 +606,7 @@ TEST_F(Driver, LeavesTheResultsOfNoDipOutOfMemory) {
   auto wave = dip(6, 100);
   run(wave);
   ASSERT_TRUE(reached_features(last_outcome.dips[0].outcome));
-  // Of the one dip's own result, what was written; and the pages that hold what lies next to the results.
+  // The written part of the one dip's result is resident, and the pages that also hold data next to the results.
   EXPECT_LE(resident(new_dipx_buf, sizeof new_dipx_buf), sizeof new_dipx_buf[0] + 2UL * 4096);
 }
 
@@ -613,7 +615,7 @@ TEST_F(Driver, LeavesWhatARecordDoesNotNeedOfTheWindowUntouched) {
   wave.set(0, 100 * 128, 115 * 128, 100);
   run(wave);
   ASSERT_TRUE(reached_features(last_outcome.dips[0].outcome));
-  // Seven arrays are cleared over their whole capacity, the others filled as far as the window of 24 cycles goes.
+  // Seven arrays are cleared over their whole capacity; the others are filled only for the window of 24 cycles.
   constexpr std::size_t cleared = sizeof(float) * (3 * DQ_WINDOW_CAPACITY + 4 * DQ_RECORD_CAPACITY);
   constexpr std::size_t filled = sizeof(float) * 32 * 128 * 24;
   constexpr std::size_t pages_at_array_ends = 40UL * 4096;

@@ -5,7 +5,7 @@
 
 namespace {
 
-int callocs_until_failure = 0;  // 0: none fails
+int callocs_until_failure = 0;  // 0: no call fails
 int mallocs_until_failure = 0;
 bool memory_is_locked = false;
 bool clock_stands_in = false;

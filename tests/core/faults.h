@@ -1,12 +1,12 @@
-// Makes the system calls that the library depends on fail or answer as a test wants. The linker sends the library's
-// calls here (--wrap), see the build file.
+// Makes the system calls that the library depends on fail or answer as a test needs. The linker redirects the library's
+// calls to these (--wrap); see the build file.
 #pragma once
 
 #include <ctime>
 
 namespace tests {
 
-/// While it lives, the `which`-th calloc from now on (1 is the next one) fails with ENOMEM.
+/// During its lifetime, the `which`-th calloc from now on (1 is the next one) fails with ENOMEM.
 class FailingAllocation {
  public:
   explicit FailingAllocation(int which);
@@ -15,7 +15,7 @@ class FailingAllocation {
   ~FailingAllocation();
 };
 
-/// The same for malloc. Only the library's own calls and the tests' are counted, not those of the C++ runtime.
+/// Does the same for malloc. Only calls by the library and the tests are counted, not those of the C++ runtime.
 class FailingMalloc {
  public:
   explicit FailingMalloc(int which);
@@ -24,7 +24,7 @@ class FailingMalloc {
   ~FailingMalloc();
 };
 
-/// While it lives, the system takes no memory back, as when it is locked.
+/// During its lifetime, the system does not take memory back, as if it were locked.
 class LockedMemory {
  public:
   LockedMemory();
@@ -33,7 +33,7 @@ class LockedMemory {
   ~LockedMemory();
 };
 
-/// While it lives, the clock stands at a given time and moves on by `step_ms` after each reading.
+/// During its lifetime, the clock shows a given time and advances by `step_ms` after each reading.
 class StandInClock {
  public:
   StandInClock(std::time_t seconds, long nanoseconds, long step_ms = 0);

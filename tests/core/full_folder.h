@@ -1,4 +1,4 @@
-// A folder on a file system of its own that has no room left.
+// Provides a folder on a separate file system that has no space left.
 #pragma once
 
 #include <fcntl.h>
@@ -13,11 +13,11 @@
 
 namespace tests {
 
-/// Mounted in a name space of the process's own for as long as it lives. Not every machine lets a process have one: ask
-/// is_there() and skip the test.
+/// The file system is mounted in a separate name space during the lifetime of this object. Not every machine allows
+/// that, so call is_there() first and skip the test if it returns false.
 class FullFolder {
  public:
-  /// Makes `path`, in which files take up to `free_bytes` more, in whole pages.
+  /// Creates `path`, in which files can take up to `free_bytes` more, in whole pages.
   FullFolder(std::filesystem::path path, std::size_t free_bytes) : path_(std::move(path)) {
     constexpr std::size_t size = 1 << 20;
     std::filesystem::create_directory(path_);
@@ -34,7 +34,7 @@ class FullFolder {
 
   [[nodiscard]] bool is_there() const { return there_; }
 
-  /// Whether nothing is in it but what fills it.
+  /// Returns whether the folder contains only the file that fills it.
   [[nodiscard]] bool is_untouched() const {
     const std::filesystem::directory_iterator files(path_);
     return files->path().filename() == filler && std::distance(files, {}) == 1;

@@ -119,7 +119,7 @@ TEST_F(Host, GetsNoEventsWhenTheRecordCannotBeAllocated) {
   EXPECT_NE(run().err.find("[ALLOC][FATAL] dq_rms_buf calloc("), std::string::npos);
   EXPECT_EQ(dq_rms_buf, nullptr);
   EXPECT_EQ(record->evt_num, 0);
-  EXPECT_NE(tests::bytes_of("dipx_result.txt"), "") << "the report is written all the same";
+  EXPECT_NE(tests::bytes_of("dipx_result.txt"), "") << "the report is written nevertheless";
 }
 
 TEST_F(Host, IsNotDisturbedByANullPointer) {
@@ -133,7 +133,7 @@ TEST_F(Host, IsNotDisturbedByANullPointer) {
   EXPECT_FALSE(std::filesystem::exists("dipx_result.txt"));
 }
 
-/// Fills a dip's lists so that each entry tells its field and place.
+/// Fills a dip's lists so that each entry identifies its field and index.
 void mark(dq_dipx_struct& dip) {
   for (int j = 0; j < DQ_LIST_CAPACITY; j++) {
     const auto entry = static_cast<float>(j);
@@ -166,11 +166,12 @@ void mark(dq_dipx_struct& dip) {
   dip.Voltagechange_Vc = 8;
 }
 
-/// The copying on its own. Any run that reaches the analysis clears the results first; one that ends before, for want
-/// of memory for the window record, leaves what the test has put into them and into the whole record.
+/// Tests the copying alone. Any run that reaches the analysis clears the results first; a run that ends earlier,
+/// because memory for the window record cannot be allocated, keeps what the test has put into the results and into the
+/// whole record.
 class CopiedResults : public Host {
  protected:
-  /// Copies new_dipx_buf as it stands, for `boundaries` boundaries.
+  /// Copies new_dipx_buf with its current content, for `boundaries` boundaries.
   void copy(int boundaries) {
     for (auto& event : record->evt_buf) std::memset(&event, 0x7B, sizeof event);
     dq_rms_buf = static_cast<dq_dipx_rms*>(std::calloc(1, sizeof(dq_dipx_rms)));
@@ -196,7 +197,7 @@ TEST_F(CopiedResults, StandUnderTheirHostNamesUpToTheirCounts) {
   EXPECT_EQ(event.uc_min[1], 301.0F);
   EXPECT_EQ(event.u3_min[1], 401.0F);
   EXPECT_EQ(event.order_min_idx[1], 501);
-  EXPECT_EQ(event.dipx_phasetype[1], 601) << "number of phases";
+  EXPECT_EQ(event.dipx_phasetype[1], 601) << "this field is the number of phases";
   EXPECT_EQ(event.dipx_cata_type[1], 701) << "category";
   EXPECT_EQ(event.bph_max_value[1], 801.0F);
   EXPECT_EQ(event.angle_diff_ap[1], 901.0F);
@@ -226,7 +227,7 @@ TEST_F(CopiedResults, StandUnderTheirHostNamesUpToTheirCounts) {
   EXPECT_EQ(event.Voltagechange_Va, 6.0F);
   EXPECT_EQ(event.Voltagechange_Vb, 7.0F);
   EXPECT_EQ(event.Voltagechange_Vc, 8.0F);
-  EXPECT_EQ(record->evt_buf[2].u_min_num, untouched) << "events beyond the count are the host's";
+  EXPECT_EQ(record->evt_buf[2].u_min_num, untouched) << "events beyond the count must not change";
 }
 
 TEST_F(CopiedResults, EndWithTheListsWhenACountPointsBeyond) {
@@ -235,7 +236,7 @@ TEST_F(CopiedResults, EndWithTheListsWhenACountPointsBeyond) {
   new_dipx_buf[0].T_num = -3;
   copy(2);
   const auto& event = record->evt_buf[0];
-  EXPECT_EQ(event.u_min_num, 1000) << "counts are handed on as they are";
+  EXPECT_EQ(event.u_min_num, 1000) << "counts are copied unchanged";
   EXPECT_EQ(event.order_min_idx[31], 531);
   EXPECT_EQ(event.order_min_idx[32], untouched);
   EXPECT_EQ(event.SEG_T_num, -3);
@@ -250,7 +251,7 @@ TEST_F(CopiedResults, EndWithTheThirtySecondEvent) {
 
 TEST_F(Host, MeasuresItsTimeAcrossAWrapOfTheClock) {
   load(one_dip());
-  // 2^32 ms are 4294967.296 s: the first reading lies 100 ms before the wrap, the second 150 ms later.
+  // 2^32 ms are 4294967.296 s; the first reading is 100 ms before the wrap, and the second is 150 ms later.
   const tests::StandInClock clock(4294967, 196000000, 150);
   run();
   EXPECT_EQ(dipx_fun_use_time, 150);
@@ -372,7 +373,7 @@ TEST_F(BufferStyle, HasNoRecordsWhenOneCannotBeAllocated) {
     }
     EXPECT_EQ(dq_data_buf, nullptr);
     EXPECT_EQ(dq_rms_buf, nullptr);
-    EXPECT_EQ(sample_input_number, 60 * smp) << "the input stays set";
+    EXPECT_EQ(sample_input_number, 60 * smp) << "the input must stay set";
   }
 }
 
@@ -383,7 +384,7 @@ TEST_F(BufferStyle, CopiesNoMoreThanTheRecordHolds) {
   EXPECT_EQ(dq_rms_buf->smp_num, 384001);
   EXPECT_EQ(dq_rms_buf->va[383999], 220.0F);
   EXPECT_EQ(dq_rms_buf->vb[0], 220.0F);
-  EXPECT_EQ(dq_rms_buf->t[0], 0.0F) << "the array behind phase C";
+  EXPECT_EQ(dq_rms_buf->t[0], 0.0F) << "the array after phase C must not change";
 }
 
 TEST_F(BufferStyle, FreesEverythingAndMayDoSoTwice) {

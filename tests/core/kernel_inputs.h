@@ -1,4 +1,4 @@
-// Input that brings out every difference between two forms of a kernel, and the comparison to the last bit.
+// Input that reveals every difference between two forms of a kernel, and the comparison to the last bit.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ inline constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 inline constexpr float infinity = std::numeric_limits<float>::infinity();
 inline constexpr float smallest = std::numeric_limits<float>::denorm_min();
 
-/// Equal to the last bit, the sign of a zero included; any NaN equals any other.
+/// Returns whether two values are equal to the last bit, including the sign of a zero; any NaN equals any other.
 inline bool same_bits(float a, float b) {
   return (std::isnan(a) && std::isnan(b)) || std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
 }
@@ -32,14 +32,14 @@ inline ::testing::AssertionResult same_bits(const std::vector<float>& a, const s
   return ::testing::AssertionSuccess();
 }
 
-/// Numbers that look random but are the same everywhere and in every run.
+/// Generates numbers that look random but are the same on every machine and in every run.
 class Numbers {
  public:
   explicit Numbers(std::uint32_t seed) : engine_(seed) {}
 
-  /// One of 0 .. count - 1.
+  /// Returns one of 0 .. count - 1.
   int below(int count) { return static_cast<int>(engine_() % static_cast<std::uint32_t>(count)); }
-  /// From -1 up to 1.
+  /// Returns a number from -1 up to 1.
   float unit() { return static_cast<float>(static_cast<double>(engine_()) / 2147483648.0 - 1.0); }
   float one_of(const std::vector<float>& values) {
     return values[static_cast<std::size_t>(below(static_cast<int>(values.size())))];
@@ -49,7 +49,7 @@ class Numbers {
   std::mt19937 engine_;
 };
 
-/// A kind of series: its name and one value of it.
+/// A kind of series, with its name and the function that gives one value of it.
 struct Kind {
   std::string name;
   float (*value)(Numbers& numbers, int i);

@@ -1,4 +1,5 @@
-// Every form of a kernel that this machine runs, against its plain form: to the last bit, whatever the numbers.
+// Compares every form of a kernel that this machine can run with its plain form, to the last bit and for all kinds of
+// numbers.
 #include "sagx/kernels/kernels.h"
 
 #include <fmt/format.h>
@@ -34,7 +35,7 @@ std::size_t size(int count) {
 /// Compares a kernel with its plain form on series of every kind, and counts the positions compared.
 class Comparison {
  public:
-  /// `plain(series, results)` and `fast(kernels, series, results)` make `results` of a series of `samples` values.
+  /// `plain(series, results)` and `fast(kernels, series, results)` compute `results` from a series of `samples` values.
   template <typename Plain, typename Fast>
   void on_every_kind(const std::string& what, int samples, int results, Plain plain, Fast fast) {
     for (const auto& kind : tests::kinds()) {
@@ -153,7 +154,7 @@ TEST(CycleRmsKernels, EqualThePlainFormForEveryRate) {
   Comparison comparison;
   for (const int cycle : {1, 2, 7, 8, 9, 255, 256, 257}) compare_rms(comparison, cycle, 5000);
   for (int cycle = 32; cycle <= 128; cycle++) compare_rms(comparison, cycle, cycle + 4400);
-  // Round the number of positions that go side by side.
+  // These counts are close to the number of positions that are processed together.
   for (const int lanes : {4, 8, 16}) {
     for (int more = -2; more <= 2; more++) compare_rms(comparison, 64, 63 + 256 * lanes + more);
   }
@@ -168,7 +169,8 @@ TEST(RestlessBlockKernels, EqualThePlainForm) {
 }
 
 TEST(RestlessBlockKernels, SetTheLimitWhereThePlainFormHasIt) {
-  // Half a volt above and below its mean: a deviation of exactly 0.5, which is not above it.
+  // The values are half a volt above and below their mean, so the deviation is exactly 0.5, which is not above the
+  // limit.
   for (const float off : {0.5F, 0.50001F, 0.49999F}) {
     Values series;
     for (int i = 0; i < 40 * 16; i++) series.push_back(220 + (i % 2 == 0 ? off : -off));
@@ -200,8 +202,8 @@ TEST(AMillionPositions, OfExtremesEqualThePlainForm) {
 
 TEST(AMillionPositions, OfRestlessBlocksEqualThePlainForm) {
   Comparison comparison;
-  // Half-cycles, as many as lie round the number that is done at once. The kernel counts blocks: what is compared is
-  // every value in them.
+  // The number of half-cycles is close to the number that is processed together. The kernel counts blocks, but the
+  // comparison covers every value in them.
   std::int64_t positions = 0;
   for (int rate = 32; rate <= 128; rate++) {
     const int length = rate / 2;

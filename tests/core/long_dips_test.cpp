@@ -1,6 +1,7 @@
-// Dips whose windows are longer than 500 cycles, as a host has them analysed: records of 220 V, at 32 samples per cycle
-// but for one, whose voltage steps sharply or changes too slowly for the segmentation to see. Such slow changes are of
-// 0.02 V per sample, for its lowest threshold lies at 0.295 V over 16 samples.
+// Dips whose windows are longer than 500 cycles, analysed through the host's interface. The records are of 220 V, all
+// but one at 32 samples per cycle, and their voltage steps sharply or changes too slowly for the segmentation to
+// detect. These slow changes are of 0.02 V per sample, because the segmentation's lowest threshold is 0.295 V over 16
+// samples.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -22,10 +23,10 @@ namespace {
 
 using tests::SineRecord;
 
-// GBK
+// the bytes are GBK
 constexpr const char* check_line = "\xD3\xD0\xD0\xA7\xD6\xB5\xB7\xD6\xB6\xCE\xD0\xA3\xD1\xE9!!!\r\n";
 
-/// Three phases of the same share of their voltage.
+/// Returns three phases with the same fraction of their voltage.
 tests::Phasors even(double level) {
   return tests::scaled(level, level, level);
 }
@@ -50,7 +51,7 @@ class LongDip : public testing::Test {
     host->smp_len = wave.samples();
     printed = tests::printed_by([&] { dipx_fun(host.get()); });
   }
-  /// The same of a record with one long dip.
+  /// Does the same for a record with one long dip.
   void analyse(const SineRecord& wave) {
     run(wave);
     ASSERT_EQ(host->evt_num, 1);
@@ -60,7 +61,7 @@ class LongDip : public testing::Test {
     return SineRecord(smp, samples, 220, degrees).set(fall, recovery, during);
   }
 
-  /// Even levels of the voltage, one after the other from sample 0 on.
+  /// Sets consecutive equal levels of all phases from sample 0 on.
   class Course {
    public:
     /// Steps to `level` and stays there up to sample `to`.
@@ -70,15 +71,15 @@ class LongDip : public testing::Test {
       level_ = level;
       return *this;
     }
-    /// Steps to `level` and stays there for so many samples.
+    /// Steps to `level` and stays there for the given number of samples.
     Course& hold(int length, double level) { return until(at_ + length, level); }
-    /// Goes slowly to `level`.
+    /// Moves slowly to `level`.
     Course& go(double level) {
       const double step = level > level_ ? slow : -slow;
       while ((level - level_) * step > 0) hold(1, level_ + step);
       return *this;
     }
-    /// Stays to the end of the record.
+    /// Stays at the level up to the end of the record.
     const SineRecord& end() {
       until(wave_.samples(), level_);
       return wave_;
@@ -98,7 +99,7 @@ class LongDip : public testing::Test {
   static const dq_dipx_struct& result() { return new_dipx_buf[0]; }
   static std::vector<int> rms_boundaries() { return {result().Trms, result().Trms + result().Trms_num}; }
 
-  /// RMS boundary 2k and the next lie round a step at this sample.
+  /// Expects RMS boundaries 2k and 2k + 1 on either side of a step at this sample.
   static void expect_step(int k, int sample) {
     EXPECT_GE(result().Trms[2 * k], sample - 8) << k;
     EXPECT_LE(result().Trms[2 * k], sample + 8) << k;
@@ -108,7 +109,7 @@ class LongDip : public testing::Test {
   void expect_duration_of(int from, int to) const {
     EXPECT_EQ(event().hold_time_dq, static_cast<float>((to - from) * (0.02 / smp)));
   }
-  /// Everything of a dip that was not segmented is 0.
+  /// Expects that all features of a dip that was not segmented are 0.
   void expect_no_features() const {
     EXPECT_EQ(sagx::last_outcome.dips[0].outcome, sagx::DipOutcome::not_segmented);
     EXPECT_EQ(event().u_min_num, 0);
@@ -136,7 +137,7 @@ TEST_F(LongDip, OfOneLevelHasFourBoundariesAndOneSegment) {
 
   ASSERT_EQ(event().SEG_T_num, 4);
   const int* T = event().SEG_T_idx;
-  EXPECT_EQ(T[0], result().Trms[0]) << "the start is that of the RMS";
+  EXPECT_EQ(T[0], result().Trms[0]) << "the start is that of the RMS segmentation";
   EXPECT_GT(T[1], fall);
   EXPECT_LT(T[1], fall + smp / 2);
   EXPECT_NEAR(T[2], recovery, smp / 4);
@@ -151,7 +152,7 @@ TEST_F(LongDip, OfOneLevelHasFourBoundariesAndOneSegment) {
   EXPECT_EQ(event().dipx_phasetype[0], 1);
   EXPECT_EQ(result().dipx_phase[0], 1);
   EXPECT_EQ(event().dipx_cata_type[0], 3);
-  EXPECT_NEAR(event().bph_max_value[0], 20, 0.2) << "half a volt in three of 2.5 in three";
+  EXPECT_NEAR(event().bph_max_value[0], 20, 0.2) << "(0.5 / 3) over (2.5 / 3)";
   EXPECT_GE(event().order_min_idx[0], T[1]);
   EXPECT_LE(event().order_min_idx[0], T[2]);
   EXPECT_NEAR(result().ud, 110, 0.1);
@@ -169,7 +170,7 @@ TEST_F(LongDip, HasNothingOfTheShortWay) {
   EXPECT_EQ(result().pos_u3_min[0], 0);
   EXPECT_EQ(result().evt_num, 0);
   EXPECT_EQ(result().dipx_cata_num, 0);
-  EXPECT_EQ(event().SEG_T0_idx[3], 0) << "crossings of the short way: none";
+  EXPECT_EQ(event().SEG_T0_idx[3], 0) << "the long-window stages write no crossings";
   EXPECT_EQ(event().SEG_RMS_T_num, 0);
   EXPECT_EQ(event().hold_time_rms, 0.0F);
 }
@@ -177,7 +178,7 @@ TEST_F(LongDip, HasNothingOfTheShortWay) {
 TEST_F(LongDip, PrintsTheLinesOfItsSegmentation) {
   analyse(one_level(tests::scaled(0.5, 1, 1)));
   EXPECT_TRUE(prints(std::string("T_num = 4\r\n") + check_line));
-  EXPECT_TRUE(printed.out.ends_with(check_line)) << "nothing behind it";
+  EXPECT_TRUE(printed.out.ends_with(check_line)) << "no line may follow this one";
 }
 
 TEST_F(LongDip, KeepsItsRmsCrossingsInTheWindow) {
@@ -220,7 +221,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, LongDipOfFault,
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(LongDip, HasItsPhaseJumps) {
-  // Phases B and C move towards each other: from 60 degrees off their middle to atan(0.433 / 0.5) = 40.9.
+  // Phases B and C move towards each other, from 60 degrees off their middle to atan(0.433 / 0.5) = 40.9 degrees.
   analyse(one_level(tests::fault_between_others(0, 0.5)));
   EXPECT_NEAR(event().angle_diff_ap[0] + event().angle_diff_an[0], 0, 0.3);
   EXPECT_NEAR(event().angle_diff_bn[0], -19.1, 0.3);
@@ -230,7 +231,7 @@ TEST_F(LongDip, HasItsPhaseJumps) {
 }
 
 TEST_F(LongDip, HasAPointOnWaveThatLagsByTheWayToItsStartsStretch) {
-  // The stretch begins half a cycle ahead of the first RMS boundary, but its times begin with the window.
+  // The section begins half a cycle before the first RMS boundary, but its times begin with the window.
   for (const double degrees : {0.0, 90.0, 200.0}) {
     analyse(one_level(even(0.3), degrees));
     const double sample_before = degrees + 360.0 * (fall - 1) / smp;
@@ -241,7 +242,7 @@ TEST_F(LongDip, HasAPointOnWaveThatLagsByTheWayToItsStartsStretch) {
 
 // --- several levels --------------------------------------------------------------------------------------------------
 
-/// Number of levels, 30 cycles each but for the last. Even ones stand at 30 %, odd ones at 60 %.
+/// The parameter is the number of levels, 30 cycles each except the last. Even ones are at 30 %, odd ones at 60 %.
 class LongDipOfLevels : public LongDip, public testing::WithParamInterface<int> {
  protected:
   static SineRecord levels(int count) {
@@ -291,11 +292,12 @@ TEST_F(LongDipOfLevels, OfMoreLevelsThanItHoldsEndsWithTheSixteenthStep) {
   EXPECT_EQ(event().SEG_T_num, 32);
   EXPECT_EQ(event().u_min_num, 15);
   expect_step(15, begin_of(15));
-  EXPECT_NEAR(event().hold_time_dq, 15 * 30 * 0.02, 0.04) << "not up to the recovery";
+  EXPECT_NEAR(event().hold_time_dq, 15 * 30 * 0.02, 0.04)
+      << "the duration does not include the time up to the recovery";
 }
 
 TEST_F(LongDip, JoinsStepsThatLieLessThanACycleApartInItsRms) {
-  // The level of 60 % lasts two cycles, of which the transitions of the RMS leave less than one.
+  // The level of 60 % lasts two cycles, of which the RMS transitions leave less than one.
   SineRecord wave = one_level(even(0.3));
   wave.set(fall, fall + 2 * smp, even(0.6)).set(8000, 10000, even(0.5));
   analyse(wave);
@@ -313,7 +315,7 @@ TEST_F(LongDip, JoinsStepsThatLieLessThanACycleApartInItsRms) {
 // --- odd numbers of boundaries ---------------------------------------------------------------------------------------
 
 TEST_F(LongDip, WithAnUnfinishedChangeAtItsEndHasFiveBoundaries) {
-  // The voltage comes back to 92 % and changes once more as the window, four cycles behind the recovery, ends.
+  // The voltage returns to 92 % and changes once more as the window ends, four cycles after the recovery.
   const int change = recovery + 134;
   SineRecord wave = one_level(even(0.4));
   wave.set(recovery, change, even(0.92));
@@ -328,9 +330,9 @@ TEST_F(LongDip, WithAnUnfinishedChangeAtItsEndHasFiveBoundaries) {
 
   ASSERT_EQ(event().SEG_T_num, 6);
   const int* T = event().SEG_T_idx;
-  EXPECT_NEAR(T[2], recovery, smp / 4) << "a transition in the middle now";
-  // The end reaches from the fourth boundary to the fifth, is too short to show the change, and is shifted by the
-  // fifth.
+  EXPECT_NEAR(T[2], recovery, smp / 4) << "this is now a transition in the middle";
+  // The end transition extends from the fourth boundary to the fifth. It is too short to show the change and is shifted
+  // by the fifth boundary.
   EXPECT_EQ(T[4], result().Trms[4]);
   EXPECT_EQ(T[5], result().Trms[4] + (result().Trms[4] - result().Trms[3]));
   ASSERT_EQ(event().u_min_num, 2);
@@ -358,16 +360,16 @@ TEST_F(LongDip, ThatRecoversSlowlyWithAChangeAtItsEndHasThreeBoundaries) {
   ASSERT_EQ(event().SEG_T_num, 3);
   const int* T = event().SEG_T_idx;
   EXPECT_EQ(T[0], rms[0]);
-  EXPECT_GT(T[1], fall + (rms[1] - rms[0])) << "shifted by the second boundary";
+  EXPECT_GT(T[1], fall + (rms[1] - rms[0])) << "the end is shifted by the second boundary";
   EXPECT_LT(T[1], fall + (rms[1] - rms[0]) + smp / 2);
-  EXPECT_EQ(T[2], rms[2] - smp / 2) << "the voltage is back already";
+  EXPECT_EQ(T[2], rms[2] - smp / 2) << "the voltage has recovered already";
   ASSERT_EQ(event().u_min_num, 1);
   EXPECT_NEAR(event().u3_min[0], 88, 0.5);
   EXPECT_EQ(event().dipx_cata_type[0], 9);
 }
 
 TEST_F(LongDip, OfASharpFallEndsWhereTheRmsIsFirstBackInTheWindowsFirstQuarter) {
-  // A second dip, less than ten cycles behind the first, makes them one. All but the first fall is slow.
+  // A second dip less than ten cycles after the first is joined with it. All changes except the first fall are slow.
   Course course;
   course.until(fall, 1).hold(500, 0.8).go(0.905);
   const int first_back = course.at() - 55;  // 55 samples of 0.02 V above 90 %
@@ -377,13 +379,13 @@ TEST_F(LongDip, OfASharpFallEndsWhereTheRmsIsFirstBackInTheWindowsFirstQuarter) 
   ASSERT_EQ(result().Trms_num, 3);
   const auto rms = rms_boundaries();
   expect_step(0, fall);
-  EXPECT_NEAR(rms[2], first_back + smp / 2, 4) << "late by half a cycle";
+  EXPECT_NEAR(rms[2], first_back + smp / 2, 4) << "the boundary is late by half a cycle";
   expect_duration_of(rms[0], rms[2]);
   ASSERT_EQ(event().SEG_T_num, 3);
   EXPECT_GE(event().SEG_T_idx[2], rms[2] - smp / 2);
   EXPECT_LE(event().SEG_T_idx[2], rms[2]);
   EXPECT_EQ(event().u_min_num, 1);
-  EXPECT_NEAR(event().u3_min[0], 176, 0.5) << "of the first dip";
+  EXPECT_NEAR(event().u3_min[0], 176, 0.5) << "this is the voltage of the first dip";
 }
 
 // --- dips that cannot be segmented -----------------------------------------------------------------------------------
@@ -395,7 +397,7 @@ TEST_F(LongDip, WithASlowRecoveryHasNoSegments) {
   EXPECT_TRUE(prints(std::string("T_num = 2\r\n") + check_line + "seg check err3\r\nseg check err3\r\n"));
   ASSERT_EQ(result().Trms_num, 3);
   expect_step(0, fall);
-  EXPECT_EQ(result().Trms[2], window_start()) << "a boundary at the window's first sample";
+  EXPECT_EQ(result().Trms[2], window_start()) << "this boundary is at the window's first sample";
   expect_no_features();
 }
 
@@ -432,7 +434,8 @@ TEST_F(LongDip, GivesTheSameResultsInEveryRun) {
   std::memcpy(before.data(), new_dipx_buf, before.size());
   analyse(one_level(even(0.4), 123));
   analyse(wave);
-  EXPECT_EQ(std::memcmp(before.data(), new_dipx_buf, before.size()), 0) << "in working records that were used";
+  EXPECT_EQ(std::memcmp(before.data(), new_dipx_buf, before.size()), 0)
+      << "results must not depend on earlier content of the working records";
 }
 
 TEST_F(LongDip, StandsBesideShortOnes) {
@@ -459,7 +462,8 @@ TEST_F(LongDip, StandsBesideShortOnes) {
 // --- the lengths of windows ------------------------------------------------------------------------------------------
 
 TEST_F(LongDip, HasNearlyTheFeaturesOfAShortOneAtTheBorder) {
-  // The record in which the recovery comes one sample later, until the window has 500 cycles, and one more.
+  // In this record the recovery comes one sample later each time, until the window has 500 cycles and then one more
+  // sample.
   const auto with_window = [&](int length) {
     for (int end = 502 * smp - 20; end < 502 * smp; end++) {
       run(SineRecord(smp, samples, 220).set(fall, end, tests::scaled(1, 0.5, 1)));

@@ -17,7 +17,7 @@ using tests::same_bits;
 using tests::series;
 using Values = std::vector<float>;
 
-/// Kernels work in the window record.
+/// The kernels work in the window record.
 class Morphology : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -60,7 +60,7 @@ Values smoothed(Values signal, int win) {
   return out;
 }
 
-/// Every kind of series, every length of element, from a single sample on.
+/// Tests every kind of series and every length of element, from a single sample on.
 void expect_plain_form(Kernel kernel, PlainKernel plain_kernel) {
   for (const auto& kind : tests::kinds()) {
     for (const int n : {1, 2, 3, 9, 40, 131}) {
@@ -97,7 +97,7 @@ void expect_plain_form_shifted(Kernel kernel, PlainKernel plain_kernel) {
   }
 }
 
-/// Sizes just past every limit leave the output alone.
+/// Tests that sizes just beyond every limit leave the output unchanged.
 template <typename Call>
 void expect_nothing_done_beyond_limits(Call call) {
   constexpr int most = std::numeric_limits<int>::max();
@@ -161,7 +161,8 @@ TEST_F(Dilation, OfAWindowLongerThanTheSignalTakesWhatThereIs) {
 
 TEST_F(Erosion, SeesAMillionOutsideTheSignal) {
   EXPECT_EQ(eroded({2e6F, 3e6F, 4e6F, 5e6F}, 3), (Values{1e6F, 2e6F, 3e6F, 1e6F}));
-  EXPECT_EQ(eroded({2e6F, 3e6F, 4e6F, 5e6F}, 2), (Values{1e6F, 2e6F, 3e6F, 4e6F})) << "even: outside in front only";
+  EXPECT_EQ(eroded({2e6F, 3e6F, 4e6F, 5e6F}, 2), (Values{1e6F, 2e6F, 3e6F, 4e6F}))
+      << "an even element extends outside only at the front";
   EXPECT_EQ(eroded({2e6F}, 1), (Values{2e6F}));
 }
 
@@ -283,7 +284,7 @@ TEST_F(Smoothing, KeepsAStepWhereItIs) {
 }
 
 TEST_F(Smoothing, ByAnEvenElementMovesAStepTwoSamplesOn) {
-  // Each of the four passes that the step goes through moves it half a sample.
+  // Each of the four passes over the step moves it by half a sample.
   Values signal(100, 10);
   std::fill(signal.begin() + 50, signal.end(), 50.0F);
   Values expected(100, 10);
@@ -292,7 +293,8 @@ TEST_F(Smoothing, ByAnEvenElementMovesAStepTwoSamplesOn) {
 }
 
 TEST_F(Smoothing, IsTheMeanOfTheOpenedClosingAndTheClosedOpening) {
-  // Up and down in turn: opening first leaves the lower level, closing first the upper one.
+  // The signal alternates between up and down. Opening first leaves the lower level, and closing first leaves the upper
+  // one.
   const Values signal = {1, 1, 1, 3, 1, 3, 1, 3, 3, 3};
   EXPECT_EQ(smoothed(signal, 3), (Values{1, 1, 1, 2, 2, 2, 2, 3, 3, 3}));
 }

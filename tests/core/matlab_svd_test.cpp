@@ -25,7 +25,7 @@ using Values = std::vector<float>;
 
 constexpr float untouched = 42;
 
-/// A matrix in 1-based style. There is no row 0, and what stands before index 1 must stay.
+/// A matrix with 1-based indices. There is no row 0, and elements before index 1 must not change.
 class Matrix {
  public:
   Matrix(int rows, int columns) : Matrix(rows, columns, [](int, int) { return untouched; }) {}
@@ -50,7 +50,7 @@ class Matrix {
   float** data() { return pointers_.data(); }
   [[nodiscard]] int rows() const { return rows_; }
   [[nodiscard]] int columns() const { return columns_; }
-  /// Every element in order, with what stands before index 1.
+  /// Returns every element in order, including those before index 1.
   [[nodiscard]] Values all() const {
     Values values;
     for (const auto& row : elements_) values.insert(values.end(), row.begin(), row.end());
@@ -64,7 +64,7 @@ class Matrix {
   std::vector<float*> pointers_;
 };
 
-/// A = U diag(w) V^T.
+/// The parts of A = U diag(w) V^T.
 struct Decomposed {
   explicit Decomposed(const Matrix& a)
       : u(a), w(static_cast<std::size_t>(a.columns()) + 1, untouched), v(a.columns(), a.columns()) {}
@@ -119,7 +119,7 @@ Values sorted_values(const Decomposed& result) {
   return values;
 }
 
-/// Largest distance of column products of `matrix` from those of orthonormal columns.
+/// Returns the largest difference between the column products of `matrix` and those of orthonormal columns.
 double distance_from_orthogonal(const Matrix& matrix) {
   double worst = 0;
   for (int p = 1; p <= matrix.columns(); p++) {
@@ -190,21 +190,21 @@ TEST(Decomposition, MakesNegativeValuesPositive) {
 }
 
 TEST(Decomposition, FindsValuesThatAreKnown) {
-  // A^T A = (25 20, 20 25), whose eigenvalues are 45 and 5.
+  // A^T A = (25 20, 20 25) has the eigenvalues 45 and 5.
   const auto two = sorted_values(decomposed(square(2, {3, 0, 4, 5})));
   EXPECT_NEAR(two[0], std::sqrt(5.0), 1e-6);
   EXPECT_NEAR(two[1], std::sqrt(45.0), 1e-6);
-  // All ones: order times one, once; the rest vanish.
+  // A matrix of ones has its order as one singular value; the others are 0.
   for (int order = 2; order <= 9; order++) {
     const auto values = sorted_values(decomposed(Matrix(order, order, [](int, int) { return 1.0F; })));
     EXPECT_NEAR(values.back(), order, 1e-5);
     for (std::size_t i = 0; i + 1 < values.size(); i++) EXPECT_NEAR(values[i], 0, 1e-5) << order;
   }
-  // A permutation turns and scales nothing.
+  // A permutation neither rotates nor scales anything.
   for (const float value : sorted_values(decomposed(square(3, {0, 1, 0, 0, 0, 1, 1, 0, 0})))) {
     EXPECT_NEAR(value, 1, 1e-6);
   }
-  // One column and one row: their lengths.
+  // For one column or one row the singular value is its length.
   EXPECT_NEAR(decomposed(Matrix(2, 1, [](int i, int) { return i == 1 ? 3.0F : 4.0F; })).value(1), 5, 1e-6);
   const auto row = sorted_values(decomposed(Matrix(1, 2, [](int, int j) { return j == 1 ? 3.0F : 4.0F; })));
   EXPECT_NEAR(row[0], 0, 1e-6);
@@ -265,7 +265,8 @@ TEST(Decomposition, EqualsThePlainFormForManySquareMatrices) {
 }
 
 TEST(Decomposition, EqualsThePlainFormForSparseAndGradedMatrices) {
-  // Zeros in the bidiagonal form split it; entries far apart vanish beside each other and have to be cancelled.
+  // Zeros in the bidiagonal form split it; entries of very different size are lost next to each other and have to be
+  // cancelled.
   for (int order = 2; order <= 9; order++) {
     for (std::uint32_t seed = 1; seed <= 60; seed++) {
       Numbers numbers(seed);
@@ -299,7 +300,7 @@ TEST(Decomposition, MovesOnWithoutAWordWhenAValueDoesNotConverge) {
 }
 
 TEST(Decomposition, UsesNothingButTheIndicesFromOneOn) {
-  // Row 0 does not exist here at all.
+  // Row 0 does not exist at all in this matrix.
   const auto result = decomposed(random_matrix(4, 4, 1));
   EXPECT_EQ(result.w[0], untouched);
   for (const auto& matrix : {result.u, result.v}) {
@@ -354,7 +355,7 @@ TEST(Hypotenuse, NeitherOverflowsNorUnderflowsOnTheWay) {
 }
 
 TEST(Hypotenuse, OfNotANumberIsNoneButBesideZero) {
-  // Neither side is the greater, and a second side of 0 then answers for both.
+  // Neither side is the larger one, and a second side of 0 then gives 0 for both.
   EXPECT_EQ(pythag(tests::nan, 0), 0.0F);
   EXPECT_TRUE(std::isnan(pythag(0, tests::nan)));
   EXPECT_TRUE(std::isnan(pythag(tests::nan, 1)));
@@ -390,7 +391,7 @@ TEST(Vectors, AreNullWithoutMemory) {
   EXPECT_EQ(vector, nullptr);
 }
 
-/// There is no release for a matrix: both blocks begin one element ahead of the first valid one.
+/// Releases a matrix, for which the library has no function. Both blocks begin one element before the first valid one.
 void release(float** matrix, int first_row, int first_column) {
   std::free(matrix[first_row] + first_column - 1);
   std::free(matrix + first_row - 1);
@@ -433,14 +434,14 @@ TEST(Matrices, TakeIndicesAtBothEndsOfInt) {
     EXPECT_EQ(matrix[top][left + 1], 1.0F);
     EXPECT_EQ(matrix[top + 1][left], 10.0F);
     EXPECT_EQ(matrix[top + 1][left + 1], 11.0F);
-    // The way back in `release` goes by the same distances, which no int holds.
+    // The way back in `release` uses the same distances, which do not fit into an int.
     std::free(matrix[top] + (static_cast<std::ptrdiff_t>(left) - 1));
     std::free(matrix + (static_cast<std::ptrdiff_t>(top) - 1));
   }
 }
 
 TEST(Matrices, AreNullForMoreElementsThanAnyBlockHolds) {
-  // 2^32 rows and columns: their product is 2^64, which wraps to nothing.
+  // There are 2^32 rows and columns; their product is 2^64, which wraps to 0.
   constexpr int lowest = std::numeric_limits<int>::min();
   constexpr int highest = std::numeric_limits<int>::max();
   EXPECT_EQ(dmatrix(lowest, highest, lowest, highest), nullptr);
@@ -513,7 +514,7 @@ TEST(Median, LeavesTheValuesInTheirOrder) {
 }
 
 TEST(Median, MovesNothingPastNotANumber) {
-  // Not a number is never greater: what stands before it and behind it is sorted apart, here (2 3) and (0 1).
+  // NaN is never larger, so the values before and after it are sorted separately, here (2 3) and (0 1).
   EXPECT_TRUE(std::isnan(median_of({3, 2, tests::nan, 1, 0})));
   EXPECT_EQ(median_of({tests::nan, 3, 2}), 2.0F);
 }

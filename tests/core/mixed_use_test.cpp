@@ -1,4 +1,5 @@
-// Both ways into the library, in any order, against a model of what the host can see: globals, buffers and counts.
+// Uses both interfaces of the library in any order and compares everything a host can see (globals, buffers and counts)
+// with a model.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -21,14 +22,14 @@ namespace {
 using tests::LevelRecord;
 using tests::printed_by;
 
-/// A record and what an analysis of it leaves.
+/// A record and the results of its analysis.
 struct Input {
   const char* name;
   LevelRecord wave;
   int rate;
   int samples;
-  bool accepted;   ///< by the checks of rate and length
-  int boundaries;  ///< found in it
+  bool accepted;   ///< whether rate and length pass the checks
+  int boundaries;  ///< number of boundaries found in the record
 };
 
 std::vector<Input> inputs() {
@@ -53,16 +54,16 @@ std::vector<Input> inputs() {
           {"a negative number of them", dip, smp, -5, false, 0}};
 }
 
-/// What the host can see, as the rules on buffers, counts and globals have it.
+/// The state that a host can see, following the rules on buffers, counts and globals.
 struct Model {
   bool window = false;  ///< dq_data_buf exists
   bool whole = false;   ///< dq_rms_buf exists
-  int boundaries = 0;   ///< its evt_num
+  int boundaries = 0;   ///< evt_num of the whole-record record
   int samples = 0;      ///< sample_input_number
   int rate = 0;         ///< sample_input_smprate
   const float* va = nullptr;
 
-  /// The driver, which makes the records that are missing. `failing`: the allocation that fails, 0 for none.
+  /// Models the driver, which allocates missing records. `failing` is the allocation that fails, 0 for none.
   void analyse(const Input* input, int failing) {
     if (!window) {
       if (failing == 1) return;
@@ -81,7 +82,7 @@ struct Model {
   }
 };
 
-/// Calls of a host, made both to the library and to the model.
+/// The calls of a host, made both to the library and to the model.
 class Host {
  public:
   void fill(const Input& input) {
@@ -104,10 +105,10 @@ class Host {
     model_.va = record_->smp_va;
     model_.analyse(current_, failing);
     EXPECT_EQ(record_->evt_num, model_.whole ? model_.boundaries / 2 : 0);
-    EXPECT_NE(tests::bytes_of("dipx_result.txt"), "") << "the report is written however the run ended";
+    EXPECT_NE(tests::bytes_of("dipx_result.txt"), "") << "the report is written regardless of how the run ended";
   }
 
-  /// With no more samples than the host has: how many there are is for it to say.
+  /// Passes at most as many samples as the host has; the host is responsible for this number.
   void set_up_buffers(const Input& input, int failing) {
     const auto& phases = input.wave.phases;
     ASSERT_LE(input.samples, input.wave.samples());
@@ -165,7 +166,7 @@ class Host {
 
  private:
   Model model_;
-  const Input* current_ = nullptr;  ///< that the globals stand for
+  const Input* current_ = nullptr;  ///< the input to which the globals point
   std::unique_ptr<dipx_data_struct> record_ = std::make_unique<dipx_data_struct>();
   tests::Printed printed_;
 };

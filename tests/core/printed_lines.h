@@ -1,5 +1,5 @@
-// What code under test prints, byte for byte: standard output and standard error are taken at the descriptor, where
-// stdio, iostreams and plain writes all end up.
+// Captures what the code under test prints, byte for byte. Standard output and standard error are redirected at the
+// descriptor, which catches stdio, iostreams and plain writes alike.
 #pragma once
 
 #include <fcntl.h>
@@ -16,7 +16,7 @@ struct Printed {
   std::string err;
 };
 
-/// Sends one descriptor to a temporary file while it lives.
+/// Redirects one descriptor to a temporary file during its lifetime.
 class TakenDescriptor {
  public:
   explicit TakenDescriptor(int descriptor) : descriptor_(descriptor), saved_(dup(descriptor)), file_(std::tmpfile()) {
@@ -42,7 +42,7 @@ class TakenDescriptor {
   std::FILE* file_;
 };
 
-/// Runs `action` and returns all that it printed.
+/// Runs `action` and returns everything that it printed.
 template <typename Action>
 Printed printed_by(Action action) {
   std::fflush(nullptr);
@@ -53,7 +53,7 @@ Printed printed_by(Action action) {
   return {out.text(), err.text()};
 }
 
-/// A pointer as the library prints it.
+/// Returns a pointer in the form in which the library prints it.
 inline std::string text_of(const void* pointer) {
   char text[32];
   std::snprintf(text, sizeof text, "%p", pointer);

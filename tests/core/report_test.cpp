@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The bytes that a GBK text editor would save for a text.
+/// Returns the bytes that a text editor would save for a text in GBK.
 std::string gbk_of(std::string text) {
   const iconv_t converter = iconv_open("GBK", "UTF-8");
   EXPECT_NE(converter, iconv_t(-1));
@@ -165,7 +165,7 @@ TEST_F(Report, OfARefusedRateShowsWhatTheDivisionGives) {
 }
 
 TEST_F(Report, SumsTheFirstCycleInFloat) {
-  // 4096^2 is 2^24: the ones behind it are lost, where a double sum would give 2048.0002.
+  // 4096^2 is 2^24, so the ones added after it are lost; a double sum would give 2048.0002.
   record->smp_va[0] = 4096;
   record->smp_va[1] = record->smp_va[2] = record->smp_va[3] = 1;
   record->smp_rate = 4;
@@ -173,7 +173,7 @@ TEST_F(Report, SumsTheFirstCycleInFloat) {
 }
 
 TEST_F(Report, OfARateBeyondTheArraySumsWhatThereIs) {
-  std::fill(std::begin(record->smp_va), std::end(record->smp_va), 2.0F);  // squares add up to 3072000
+  std::fill(std::begin(record->smp_va), std::end(record->smp_va), 2.0F);  // the squares add up to 3072000
   record->smp_rate = 3072000;
   EXPECT_NE(report().find("ua=1.0000 ub=0.0000 uc=0.0000\r\n"), std::string::npos);
 }

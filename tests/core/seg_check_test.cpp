@@ -24,7 +24,7 @@ Checked check(const std::vector<int>& list) {
   return check(list, static_cast<int>(list.size()));
 }
 
-/// The list 0, 1, 2, ...
+/// Returns the list 0, 1, 2, ...
 std::vector<int> counting(int entries) {
   std::vector<int> list(static_cast<std::size_t>(entries));
   std::iota(list.begin(), list.end(), 0);

@@ -1,5 +1,5 @@
-// The checks of boundaries that test harnesses call. At 32 samples per cycle the margins of a window are 128 samples
-// wide, and the log moves a dip's start half-way to sample 160.
+// Tests the checks of boundaries that test harnesses call. At 32 samples per cycle the margins of a window are 128
+// samples wide, and the log shifts a dip's start to the point half-way to sample 160.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -66,10 +66,10 @@ TEST(NominalBoundaries, WithoutAListAreNotWritten) {
   EXPECT_EQ(seg_reinit90(nullptr, 64, 1000), 0);
 }
 
-// --- against the nominal boundaries ----------------------------------------------------------------------------------
+// --- comparison with the nominal boundaries --------------------------------------------------------------------------
 
-/// Whether the boundaries fit a window of 1000 samples at 64 per cycle, whose nominal ones are 256 and 744; a cycle
-/// late these are 320 and 808.
+/// Returns whether the boundaries match a window of 1000 samples at 64 per cycle, whose nominal boundaries are 256 and
+/// 744; one cycle later these are 320 and 808.
 int fit(Boundaries T, int num) {
   return seg_check_dgz(T.data(), num, 64, 1000);
 }
@@ -140,7 +140,7 @@ TEST(NominalCheck, HalvesTheNominalMiddlePartTowardZero) {
   EXPECT_EQ(fits(2, 5), 0);
   EXPECT_EQ(fits(1, 5), 1);
   EXPECT_EQ(fits(0, 1), 0);
-  EXPECT_EQ(fits(0, -1), 1) << "longer than the nominal one";
+  EXPECT_EQ(fits(0, -1), 1) << "the middle part is longer than the nominal one";
 }
 
 TEST(NominalCheck, RejectsPositionsAtTheEndsOfTheNumbers) {
@@ -150,9 +150,9 @@ TEST(NominalCheck, RejectsPositionsAtTheEndsOfTheNumbers) {
   EXPECT_EQ(seg_check_dgz(T.data(), 4, highest, lowest), 1);
 }
 
-// --- against the whole record ----------------------------------------------------------------------------------------
+// --- comparison with the whole record --------------------------------------------------------------------------------
 
-/// A record of 600 samples with a dip at 160 .. 399 in phase A, and four boundaries that fit it.
+/// A record of 600 samples with a dip in phase A at 160 .. 399, and four boundaries that match it.
 class RecordCheck : public testing::Test {
  protected:
   RecordCheck() {
@@ -173,7 +173,7 @@ class RecordCheck : public testing::Test {
     dipx->T_num = static_cast<int>(list.size());
   }
 
-  /// The line that a check appends to the log.
+  /// Returns the line that a check appends to the log.
   std::string logged(int evt_num = 1) {
     status = -7;
     std::filesystem::remove("result.txt");
@@ -254,7 +254,7 @@ TEST_F(RecordCheck, GivesEachOfItsVerdictsWithoutALogLine) {
     EXPECT_EQ(seg_check_hh(record.get(), nullptr, dipx.get(), verdict.evt_num, 0), verdict.type == 0 ? 0 : 1)
         << verdict.type;
     EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << verdict.type;
-    // That it is this verdict, only a line says.
+    // Only the printed line shows which verdict it is.
     EXPECT_EQ(std::stoi(type(verdict.evt_num)), verdict.type);
     std::filesystem::remove("result.txt");
   }
@@ -291,7 +291,7 @@ TEST_F(RecordCheck, WithoutARecordFindsNothingAndLogsNothing) {
 
 // Where the record's dip lies
 
-/// "start-end" as logged.
+/// Returns "start-end" as logged.
 std::string dip_in(const std::string& line) {
   return line.substr(11, 11);
 }
@@ -303,7 +303,7 @@ TEST_F(RecordCheck, MovesTheDipsStartHalfWayToFiveCyclesDownward) {
   dipx->smprate = 33;
   EXPECT_EQ(dip_in(logged()), "00183-00399");  // (165 + 201) / 2
   dipx->smprate = -82;
-  EXPECT_EQ(dip_in(logged()), "-0104-00399") << "-104.5, toward zero";
+  EXPECT_EQ(dip_in(logged()), "-0104-00399") << "-104.5 is rounded towards zero";
 }
 
 TEST_F(RecordCheck, TakesTheLowestPhaseOfEachSample) {
@@ -347,7 +347,7 @@ TEST_F(RecordCheck, FindsADipAtTheRecordsEdges) {
   EXPECT_EQ(dip_in(logged()), "00080-00598");
   level(600, 100);
   set(record->rmsb, 0, 1, 50);
-  EXPECT_EQ(dip_in(logged()), "00080-00000") << "the first sample is no dip's last";
+  EXPECT_EQ(dip_in(logged()), "00080-00000") << "the first sample is never the last of a dip";
   level(600, 100);
   set(record->rmsb, 1, 2, 50);
   EXPECT_EQ(dip_in(logged()), "00080-00001");
@@ -364,7 +364,7 @@ TEST_F(RecordCheck, LooksAtNothingBehindTheRecordsSamples) {
 
 TEST_F(RecordCheck, StaysInsideTheRecordWhateverItsCountSays) {
   level(DQ_RECORD_CAPACITY, 100);
-  // What lies behind the curves looks like a dip.
+  // The data after the curves look like a dip.
   record->rmsb[0] = record->rmsc[0] = record->ua_max = 50;
   record->ub_max = 100;
   record->rmsc[DQ_RECORD_CAPACITY - 2] = 50;
@@ -386,7 +386,7 @@ TEST_F(RecordCheck, JudgesOnlyARecordWithOneDip) {
   EXPECT_EQ(type(1), "00");
   EXPECT_EQ(type(2), "01");
   EXPECT_EQ(type(highest), "01");
-  EXPECT_EQ(type(-1), "00") << "counts as one";
+  EXPECT_EQ(type(-1), "00") << "a negative number counts as one dip";
 }
 
 TEST_F(RecordCheck, WantsThreeToNineteenBoundaries) {
@@ -413,8 +413,8 @@ TEST_F(RecordCheck, NeverFollowsACountBeyondTheList) {
 
 TEST_F(RecordCheck, WantsNoTwoNeighboursEqual) {
   EXPECT_EQ(type_of({100, 100, 300}), "03");
-  EXPECT_EQ(type_of({160, 170, 390, 390}), "03") << "the last two";
-  EXPECT_EQ(type_of({160, 170, 160, 400}), "00") << "equal, but no neighbours";
+  EXPECT_EQ(type_of({160, 170, 390, 390}), "03") << "the last two are equal";
+  EXPECT_EQ(type_of({160, 170, 160, 400}), "00") << "the equal entries are not neighbours";
 }
 
 TEST_F(RecordCheck, WantsTheFirstBoundaryWithinTwoCyclesOfTheStart) {
@@ -434,9 +434,9 @@ TEST_F(RecordCheck, WantsTheLastBoundaryWithinFiveCyclesOfTheEnd) {
 TEST_F(RecordCheck, WantsSegmentsOfAnEighthOfACycle) {
   EXPECT_EQ(type_of({160, 386, 390, 400}), "00");
   EXPECT_EQ(type_of({160, 387, 390, 400}), "06");
-  EXPECT_EQ(type_of({160, 170, 380, 390, 393}), "06") << "the last of an odd number";
-  EXPECT_EQ(type_of({160, 170, 173, 390, 399, 400}), "06") << "one of two";
-  dipx->smprate = 39;  // cut to 4
+  EXPECT_EQ(type_of({160, 170, 380, 390, 393}), "06") << "the last segment of an odd number of boundaries is short";
+  EXPECT_EQ(type_of({160, 170, 173, 390, 399, 400}), "06") << "one of two segments is short";
+  dipx->smprate = 39;  // truncated to 4
   EXPECT_EQ(type_of({160, 386, 390, 400}), "00");
   EXPECT_EQ(type_of({160, 387, 390, 400}), "06");
 }
@@ -467,14 +467,14 @@ TEST_F(RecordCheck, OfADipShorterThanAnEighthOfACycleWantsHalfTheDip) {
   EXPECT_EQ(with_dip_of(16, 15), "06");
   EXPECT_EQ(with_dip_of(15, 7), "00");
   EXPECT_EQ(with_dip_of(15, 6), "06");
-  EXPECT_EQ(with_dip_of(1, 1), "00") << "half of one is nothing";
-  EXPECT_EQ(with_dip_of(0, 16), "00") << "a dip of one sample has no length: an eighth of a cycle";
+  EXPECT_EQ(with_dip_of(1, 1), "00") << "half of one is truncated to 0";
+  EXPECT_EQ(with_dip_of(0, 16), "00") << "a dip of one sample has length 0, so an eighth of a cycle applies";
   EXPECT_EQ(with_dip_of(0, 15), "06");
 }
 
 TEST_F(RecordCheck, TakesADipThatEndsAheadOfItsMovedStartForALongOne) {
   level(600, 100);
-  set(record->rmsa, 100, 110, 50);  // start 130
+  set(record->rmsa, 100, 110, 50);  // the start is 130
   EXPECT_EQ(type_of({130, 140, 144, 150}), "00");
   EXPECT_EQ(type_of({130, 140, 143, 150}), "06");
 }
@@ -499,10 +499,10 @@ TEST_F(RecordCheck, MeasuresDistancesAcrossAllNumbers) {
   EXPECT_EQ(type_of({lowest, 170, 390, 400}), "04");
   EXPECT_EQ(type_of({highest, 170, 390, 400}), "04");
   EXPECT_EQ(type_of({160, 170, 390, lowest}), "05");
-  EXPECT_EQ(type_of({160, highest, lowest, 400}), "06") << "one sample on in 32 bits";
+  EXPECT_EQ(type_of({160, highest, lowest, 400}), "06") << "in 32 bits this is one sample later";
 }
 
-// --- the file of one number ------------------------------------------------------------------------------------------
+// --- file with a single number ---------------------------------------------------------------------------------------
 
 std::string number_file(int x) {
   std::string name = "number.txt";

@@ -15,14 +15,14 @@ using sagx::svd_order;
 using tests::same_bits;
 using Values = std::vector<float>;
 
-/// The series that begins at `start` and has these differences.
+/// Returns the series that begins at `start` and has these differences.
 Values with_differences(const Values& differences, float start = 0) {
   Values series = {start};
   for (const float difference : differences) series.push_back(series.back() + difference);
   return series;
 }
 
-/// The feature at series[end], asked for on its own.
+/// Returns the feature at series[end], computed separately.
 float svd_feature(const float* series, int end, int order) {
   const int differences = order * order;
   float feature = -1;
@@ -83,14 +83,15 @@ TEST(Feature, OfASingleStepIsItsHeightWhereverItLies) {
 }
 
 TEST(Feature, FillsTheColumnsWithRunsOfDifferences) {
-  // (1 0, 0 3) has 1 and 3. Overlapping runs would give other matrices, as would a step across the columns.
+  // The matrix (1 0, 0 3) has the singular values 1 and 3. Overlapping runs would give other matrices, as would filling
+  // it row by row.
   EXPECT_FLOAT_EQ(feature_at_end(with_differences({1, 0, 0, 3}), 2), 3.0F);
-  // One column (3 4): its length.
+  // A matrix with the single column (3 4) has the length of that column.
   EXPECT_FLOAT_EQ(feature_at_end(with_differences({3, 4, 0, 0}), 2), 5.0F);
   EXPECT_FLOAT_EQ(feature_at_end(with_differences({0, 0, 3, 4}), 2), 5.0F);
-  // One row (3 4): its length too.
+  // A matrix with the single row (3 4) has the length of that row.
   EXPECT_FLOAT_EQ(feature_at_end(with_differences({3, 0, 4, 0}), 2), 5.0F);
-  // One entry in each column, in rows of their own: the larger.
+  // With one entry in each column, in different rows, the larger entry is the feature.
   EXPECT_FLOAT_EQ(feature_at_end(with_differences({0, 4, 3, 0}), 2), 4.0F);
 }
 

@@ -18,7 +18,7 @@ TEST(RateOfChange, IsTheSlopeInVoltsPerSecond) {
 }
 
 TEST(RateOfChange, DividesByTheSampleTimeStoredAsFloat) {
-  // 0.02 / 99 is no float: a quotient formed in double would come out otherwise.
+  // 0.02 / 99 is not a float, so a quotient formed in double would give another result.
   const auto sample_time = static_cast<float>(0.02 / 99);
   int apart = 0;
   for (int volts = 1; volts <= 20; volts++) {
@@ -74,7 +74,7 @@ TEST(RateOfChange, OfAMissingCurveIsZero) {
 }
 
 TEST(RateOfChange, AtNoSamplesPerCycleIsZero) {
-  EXPECT_EQ(rate({0, 0, 1}, 0), 0.0F) << "a sample lasts for ever";
+  EXPECT_EQ(rate({0, 0, 1}, 0), 0.0F) << "the sample duration is infinite";
 }
 
 }  // namespace

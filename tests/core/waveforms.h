@@ -10,7 +10,7 @@
 
 namespace tests {
 
-/// Samples of one phase of a sine, volts RMS.
+/// Returns samples of one phase of a sine, volts RMS.
 inline std::vector<float> sine(double rms, int smp, int samples, double degrees = 0) {
   std::vector<float> wave(static_cast<std::size_t>(samples));
   for (int i = 0; i < samples; i++) {
@@ -20,8 +20,8 @@ inline std::vector<float> sine(double rms, int smp, int samples, double degrees 
   return wave;
 }
 
-/// Three phases held at a constant voltage: a square wave's magnitude. Its one-cycle RMS is that voltage to the last
-/// bit (squares of whole volts and their sums are exact), so crossings and levels are known without arithmetic.
+/// Three phases at a constant voltage, which is the magnitude of a square wave. The one-cycle RMS equals that voltage
+/// to the last bit (squares of whole volts and their sums are exact), so crossings and levels need no calculation.
 class LevelRecord {
  public:
   LevelRecord(int samples_per_cycle, int samples, float volts)
@@ -29,7 +29,7 @@ class LevelRecord {
     phases[1] = phases[2] = phases[0];
   }
 
-  /// Phase `phase` stands at `volts` from sample `from` up to, not including, `to`.
+  /// Sets phase `phase` to `volts` from sample `from` up to, but not including, `to`.
   LevelRecord& set(int phase, int from, int to, float volts) {
     std::fill(phases[phase].begin() + from, phases[phase].begin() + to, volts);
     return *this;
@@ -41,20 +41,21 @@ class LevelRecord {
   std::vector<float> phases[3];
 };
 
-/// RMS of a cycle of which `changed` samples stand at `after` and the rest at `before`.
+/// Returns the RMS of a cycle of which `changed` samples are at `after` and the rest at `before`.
 inline float mixed_rms(int smp, int changed, float before, float after) {
   const float sum = static_cast<float>(changed) * after * after + static_cast<float>(smp - changed) * before * before;
   return std::sqrt(sum / static_cast<float>(smp));
 }
 
-/// Samples after a step from `before` down to `after` until the RMS first lies below `threshold`.
+/// Returns the number of samples after a step from `before` down to `after` until the RMS is first below `threshold`.
 inline int samples_until_below(int smp, float before, float after, float threshold) {
   int changed = 1;
   while (mixed_rms(smp, changed, before, after) >= threshold) changed++;
   return changed - 1;
 }
 
-/// Samples after the step back from `during` to `after` until the RMS is at or above `threshold` again.
+/// Returns the number of samples after the step back from `during` to `after` until the RMS is at or above `threshold`
+/// again.
 inline int samples_until_back(int smp, float during, float after, float threshold) {
   int changed = 1;
   while (mixed_rms(smp, changed, during, after) < threshold) changed++;

@@ -1,4 +1,4 @@
-// A folder of its own for code that writes into the current directory.
+// Provides a separate folder for code that writes into the current directory.
 #pragma once
 
 #include <cstdlib>
@@ -9,7 +9,7 @@
 
 namespace tests {
 
-/// Makes an empty folder the current one while it lives, then removes it.
+/// Makes an empty folder the current directory during its lifetime, then removes it.
 class WorkingFolder {
  public:
   WorkingFolder() : before_(std::filesystem::current_path()) {
@@ -32,7 +32,7 @@ class WorkingFolder {
   std::filesystem::path path_;
 };
 
-/// All bytes of a file; empty when there is none.
+/// Returns all bytes of a file; empty when the file does not exist.
 inline std::string bytes_of(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};

@@ -22,7 +22,7 @@ struct Stretch {
   int len;
 };
 
-/// From half a cycle ahead of boundary a to half a cycle behind boundary b.
+/// Returns the section from half a cycle before boundary a to half a cycle after boundary b.
 Stretch stretch_of(int a, int b, int dq_len) {
   Stretch stretch{a - dq_len, 2 * dq_len + (b - a)};
   if (stretch.pos < 0) stretch.pos = 0;
@@ -172,7 +172,7 @@ void dq_segment_feature(dq_data* data, dq_dipx_struct* dipx) {
   if (seg_check(dipx->Trms, dipx->Trms_num) != 0) return;
   const int* Trms = dipx->Trms;
 
-  // The start transition. It is judged by the end transition's count, which is still 0.
+  // This is the start transition. It is judged by the end transition's count, which is still 0.
   Stretch at = stretch_of(Trms[0], Trms[1], dq_len);
   transform(data, dipx, at);
   dqdelay_POW(data->ua, data->ub, data->uc, data->angle_a, data->angle_b, data->angle_c, data->t, dipx, dipx->un,

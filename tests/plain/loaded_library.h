@@ -1,4 +1,4 @@
-// A build of the library loaded beside others, so that the shipped one can be compared with the plain one in one
+// Loads a build of the library next to others, so that the shipped one can be compared with the plain one in the same
 // process.
 #pragma once
 

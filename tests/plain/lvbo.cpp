@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Rows of equal length. Kept from call to call, so that a comparison of speed does not measure the allocation.
+/// Rows of equal length. They are kept between calls, so that a comparison of speed does not measure their allocation.
 class Matrix {
  public:
   void reset(int rows, int columns, float value) {

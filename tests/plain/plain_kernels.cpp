@@ -1,4 +1,4 @@
-// The kernels of the plain library: the library's own code, with every kernel in its plain form.
+// The kernels of the plain library: the library's own code is used with every kernel in its plain form.
 #include "sagx/kernels/kernels.h"
 #include "tests/plain/median.h"
 #include "tests/plain/rms.h"

@@ -1,4 +1,4 @@
-// What the plain library has in place of stages that keep something from run to run or leave something out.
+// Replaces, in the plain library, the stages that keep data from run to run or skip work.
 #include <cmath>
 #include <cstring>
 
@@ -17,7 +17,7 @@ void dq(float ua, float ub, float uc, float t, float f, float* upd, float* upq) 
   plain::dq(ua, ub, uc, t, f, upd, upq);
 }
 
-/// For windows that the transform takes: longer than the delay, within its arrays.
+/// Supports windows that the transform accepts: they are longer than the delay and fit into its arrays.
 void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, float* angle_ua, vec_struct* vec_u) {
   dq_data& data = *dq_data_buf;
   plain::delayed_dq(Va, t, Samplepoint, n, f, data.upd1, data.upq1);

@@ -1,10 +1,11 @@
-// The SVD feature in its plain form: the matrix of differences and its complete decomposition, whatever is in it.
+// Computes the SVD feature in its plain form: it always decomposes the complete matrix of differences, whatever its
+// content.
 #pragma once
 
 namespace plain {
 
-/// The largest singular value of the order x order matrix that the differences up to and with series[end] fill column
-/// by column. `order` is 1 to 9, `end` at least order^2.
+/// Returns the largest singular value of the order x order matrix that the differences up to and including series[end]
+/// fill column by column. `order` is 1 to 9, and `end` is at least order^2.
 float svd_feature(const float* series, int end, int order);
 
 }  // namespace plain

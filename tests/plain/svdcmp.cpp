@@ -10,7 +10,7 @@ float root(float x) {
   return static_cast<float>(std::sqrt(static_cast<double>(x)));
 }
 
-/// |size| with the sign of f, where zeros of either sign count as positive.
+/// Returns |size| with the sign of f, where zeros of either sign count as positive.
 float with_sign_of(float f, float size) {
   return f >= 0.0F ? std::fabs(size) : -std::fabs(size);
 }
@@ -55,7 +55,7 @@ int svdcmp(float** a, int m, int n, float* w, float** v) {
   float scale = 0;
   float anorm = 0;
 
-  // To bidiagonal form.
+  // Reduce the matrix to bidiagonal form.
   for (int i = 1; i <= n; i++) {
     l = i + 1;
     rv1[i] = scale * g;
@@ -103,7 +103,7 @@ int svdcmp(float** a, int m, int n, float* w, float** v) {
     anorm = anorm > here ? anorm : here;
   }
 
-  // The right-hand transformations.
+  // Accumulate the right-hand transformations.
   for (int i = n; i >= 1; i--) {
     if (i < n) {
       if (g != 0.0F) {
@@ -121,7 +121,7 @@ int svdcmp(float** a, int m, int n, float* w, float** v) {
     l = i;
   }
 
-  // The left-hand transformations.
+  // Accumulate the left-hand transformations.
   for (int i = m < n ? m : n; i >= 1; i--) {
     l = i + 1;
     g = w[i];
@@ -141,7 +141,7 @@ int svdcmp(float** a, int m, int n, float* w, float** v) {
     a[i][i] += 1.0F;
   }
 
-  // To diagonal form.
+  // Reduce the bidiagonal form to diagonal form.
   int unconverged = 0;
   for (int k = n; k >= 1; k--) {
     bool converged = false;

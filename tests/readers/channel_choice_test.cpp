@@ -51,9 +51,9 @@ TEST_F(NamedSet, IsRefusedWithTheListOfChannels) {
   EXPECT_EQ(refusal("Ua,Ub,Ud"), "r.cfg: there is no channel 'Ud'" + list);
   EXPECT_EQ(refusal("Ua,Ub,0"), "r.cfg: there is no channel '0'" + list);
   EXPECT_EQ(refusal("Ua,Ub,8"), "r.cfg: there is no channel '8'" + list);
-  EXPECT_EQ(refusal("UA,Ub,Uc"), "r.cfg: 2 channels go by the name 'UA'" + list);
-  EXPECT_EQ(refusal("Ua,Ub,x"), "r.cfg: 2 channels go by the name 'x'" + list);
-  EXPECT_EQ(refusal("Ua,Ub"), "r.cfg: three channels separated by commas are needed, not 'Ua,Ub'" + list);
+  EXPECT_EQ(refusal("UA,Ub,Uc"), "r.cfg: 2 channels have the name 'UA'" + list);
+  EXPECT_EQ(refusal("Ua,Ub,x"), "r.cfg: 2 channels have the name 'x'" + list);
+  EXPECT_EQ(refusal("Ua,Ub"), "r.cfg: three channel names separated by commas are needed, not 'Ua,Ub'" + list);
   EXPECT_EQ(refusal("Ua,Ub,1"), "r.cfg: 'Ua,Ub,1' names a channel twice" + list);
 }
 

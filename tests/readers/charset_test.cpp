@@ -78,7 +78,7 @@ TEST(Charset, ReplacesWhatItHasNoCharacterFor) {
 
 TEST(Charset, IsSaidWhenGuessed) {
   EXPECT_EQ(note_on_guess(to_utf8("\x8D\xA0\xAF\xE0\xEF")),
-            "The text is not UTF-8; it is taken for CP866 (--charset tells otherwise).");
+            "The text is not UTF-8; it was read as CP866 (override with --charset).");
 }
 
 TEST(Charset, OfLongTextIsConvertedWhole) {

@@ -1,4 +1,5 @@
-// The forms of data that COMTRADE knows besides 16-bit binary and text in two files, and oddities that devices write.
+// Tests the forms of COMTRADE data other than text and 16-bit binary in two files, and the peculiarities of some
+// devices.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -32,7 +33,7 @@ std::string row32(std::uint32_t number, const std::vector<std::uint32_t>& words)
   return row;
 }
 
-/// A configuration of 2013 with Ua scaled by 0.5 plus 10 and Ub by 2.
+/// A configuration of revision 2013 in which Ua is scaled by 0.5 and offset by 10, and Ub is scaled by 2.
 std::string cfg_of(const std::string& type, const std::string& end = "", const std::string& tail = "1\n") {
   return "Station,Recorder,2013\n2,2A,0D\n1,Ua,A,,V,0.5,10,0,-32767,32767,1,1,P\n2,Ub,B,,V,2,0,0,-32767,32767,1,1,P\n"
          "50\n1\n1000," +
@@ -160,7 +161,8 @@ TEST_F(ComtradeForms, TellWhereTheTriggerLies) {
   EXPECT_NEAR(read(cfg_of("ASCII"), "1,0,1,1\n2,1000,1,1\n3,2000,1,1\n").trigger.value(), 0.001, 1e-9);
   std::string cfg = cfg_of("ASCII");
   cfg.replace(cfg.find("59.001000"), 9, "59.500000");
-  EXPECT_FALSE(read(cfg, "1,0,1,1\n2,1000,1,1\n3,2000,1,1\n").trigger.has_value()) << "it lies behind the record";
+  EXPECT_FALSE(read(cfg, "1,0,1,1\n2,1000,1,1\n3,2000,1,1\n").trigger.has_value())
+      << "the trigger is after the end of the record";
 }
 
 TEST_F(ComtradeForms, KeepTheTimeZone) {
@@ -171,11 +173,11 @@ TEST_F(ComtradeForms, KeepTheTimeZone) {
 
 TEST_F(ComtradeForms, SayWhenTheTimeFactorSaysNothing) {
   const Record record = read(cfg_of("ASCII", "3", "x\n"), "1,0,1,1\n2,1000,1,1\n3,2000,1,1\n");
-  EXPECT_EQ(record.notes, Strings{"Line 11 of the configuration file: the factor of the time stamps 'x' says nothing; "
-                                  "1 is used."});
+  EXPECT_EQ(record.notes, Strings{"Line 11 of the configuration file: the time stamp factor 'x' is not usable; 1 is "
+                                  "used."});
 }
 
-/// Rows of 16-bit data with stamps of their own, more than are taken at once.
+/// Returns rows of 16-bit data with the given stamps; there are more rows than the reader processes at once.
 std::string rows_stamped(const std::vector<std::uint32_t>& stamps) {
   std::string rows;
   std::uint32_t number = 0;
@@ -193,7 +195,7 @@ std::vector<std::uint32_t> even_stamps(std::size_t count, std::uint32_t first = 
 }
 
 TEST_F(ComtradeForms, HaveBinaryTimeStampsThatAgree) {
-  for (const std::uint32_t first : {0U, 5U, 0xFFFFFFFFU - 300000U}) {  // the last goes over the end of 32 bits
+  for (const std::uint32_t first : {0U, 5U, 0xFFFFFFFFU - 300000U}) {  // the last of these wraps around at 32 bits
     const Record record = read(cfg_of("BINARY", "500"), rows_stamped(even_stamps(500, first)));
     ASSERT_EQ(record.rates.size(), 1U) << first;
     EXPECT_EQ(record.rates[0].rate, 1000) << first;
@@ -211,9 +213,9 @@ TEST_F(ComtradeForms, HaveBinaryTimeStampsThatJumpAnywhere) {
     EXPECT_EQ(record.rates[0].end, at);
     EXPECT_FALSE(record.rates[1].follows);
     EXPECT_NEAR(record.rates[1].start, 2 + 0.001 * static_cast<double>(at), 1e-9);
-    EXPECT_EQ(record.notes,
-              Strings{fmt::format("The time stamps jump forward by 2 s at sample {}; the record is taken apart there.",
-                                  at + 1)});
+    EXPECT_EQ(
+        record.notes,
+        Strings{fmt::format("The time stamps jump forward by 2 s at sample {}; the record is split there.", at + 1)});
   }
 }
 
@@ -243,7 +245,7 @@ TEST_F(ComtradeForms, KeepTheSkew) {
   const Record record = read(cfg, "1,0,1,1\n2,1000,1,1\n3,2000,1,1\n");
   EXPECT_EQ(record.channels[0].skew, -6.5e-6);
   EXPECT_EQ(record.channels[0].samples[0], 9.5);
-  EXPECT_EQ(record.channels[1].skew, 0) << "an empty field is none";
+  EXPECT_EQ(record.channels[1].skew, 0) << "an empty field means no skew";
 }
 
 TEST_F(ComtradeForms, LeaveOutAnEmptyFieldTooMany) {
@@ -254,8 +256,8 @@ TEST_F(ComtradeForms, LeaveOutAnEmptyFieldTooMany) {
   EXPECT_EQ(record.channels[0].unit, "V");
   EXPECT_EQ(record.channels[0].samples[0], 10.5);
   EXPECT_EQ(record.channels[1].samples[0], 2);
-  EXPECT_EQ(record.notes, Strings{"Line 3 of the configuration file: an empty field too many in front of the unit is "
-                                  "left out."});
+  EXPECT_EQ(record.notes, Strings{"Line 3 of the configuration file: an extra empty field before the unit was "
+                                  "ignored."});
 }
 
 TEST_F(ComtradeForms, ReadNamesInTheirCharacterSet) {
@@ -264,7 +266,7 @@ TEST_F(ComtradeForms, ReadNamesInTheirCharacterSet) {
   const char* rows = "1,0,1,1\n2,1000,1,1\n3,2000,1,1\n";
   const Record record = read(cfg, rows);
   EXPECT_EQ(record.channels[0].name, "母线电压Ua");
-  EXPECT_EQ(record.notes, Strings{"The text is not UTF-8; it is taken for GBK (--charset tells otherwise)."});
+  EXPECT_EQ(record.notes, Strings{"The text is not UTF-8; it was read as GBK (override with --charset)."});
   OpenOptions options;
   options.charset = "CP1251";
   EXPECT_EQ(read(cfg, rows, options).channels[0].name, "ДёПЯµзС№Ua");
@@ -312,7 +314,7 @@ TEST(SingleFile, HoldsAsManyBytesAsItsAnnouncementSays) {
 }
 
 TEST(SingleFile, MayHoldBinaryDataInBase64) {
-  // 01000000 e8030000 02000000 03000000, with 1000 for the first stamp.
+  // The base64 text encodes 01000000 e8030000 02000000 03000000, so the first stamp is 1000.
   const Record record = read_single_comtrade(
       "r.cff",
       single_file(cfg_of("BINARY32", "1"), "--- file type: DAT BINARY32 ---", "AQAAAOgDAAAC\r\nAAAAAwAAAA==\r\n"));
@@ -341,7 +343,7 @@ TEST(SingleFile, SaysWhatItsStatedLengthLeavesOut) {
       read_single_comtrade("r.cff", single_file(cfg_of("ASCII", "1"), announced, "1,0,1,2\r\n\r\n2,1000,3,4\r\n"));
   EXPECT_EQ(record.length(), 1U);
   EXPECT_EQ(record.notes.front(),
-            "The data section goes on for 12 bytes behind its stated length of 10; they were left out.");
+            "The data section continues for 12 bytes past its stated length of 10; these bytes were ignored.");
 }
 
 TEST(SingleFile, MayAnnounceItsSectionsInOtherWays) {

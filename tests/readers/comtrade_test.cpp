@@ -29,7 +29,7 @@ constexpr const char* config_of_1991 =
     "12/31/98,23:59:59.500000\n"
     "ASCII\n";
 
-/// A configuration by the rules of 1999 with two analog channels, made to measure.
+/// A configuration that follows the rules of 1999 and has two analog channels; tests change its parts as needed.
 struct Cfg {
   std::string year = "1999";
   std::string counts = "2,2A,0D";
@@ -57,7 +57,7 @@ std::string little_endian(std::uint32_t value, int bytes) {
   return text;
 }
 
-/// A row of binary data; `words` are analog values and digital words alike.
+/// Returns a row of binary data; `words` are its analog values followed by its digital words.
 std::string binary_row(std::uint32_t number, const std::vector<int>& words) {
   std::string row = little_endian(number, 4) + little_endian(number * 1000, 4);
   for (const int word : words) row += little_endian(static_cast<std::uint32_t>(word), 2);
@@ -83,7 +83,7 @@ class ComtradeReader : public testing::Test {
 
 using Samples = std::vector<double>;
 
-// --- what a good record gives ----------------------------------------------------------------------------------------
+// --- valid records ---------------------------------------------------------------------------------------------------
 
 TEST_F(ComtradeReader, ReadsRevision1991) {
   const Record record = read(config_of_1991, "1,0,2,-3,0\n2,1000,4,5,1\n3,2000,-6,0,1\n");
@@ -301,8 +301,7 @@ TEST_F(ComtradeReader, TakesTheRateFromTheTimeStampsWhenNoneIsStated) {
   EXPECT_EQ(record.rates[0].rate, 1000);
   EXPECT_EQ(record.rates[0].end, 3U);
   EXPECT_EQ(record.start_time, "31/12/1998 23:59:59.000000");
-  EXPECT_EQ(record.notes,
-            Strings{"The file states no sampling rate; the time stamps make it 1000 samples per second."});
+  EXPECT_EQ(record.notes, Strings{"The file states no sampling rate; the time stamps give 1000 samples per second."});
 }
 
 TEST_F(ComtradeReader, ReadsFewerSamplesThanDeclaredAndSaysSo) {
@@ -312,7 +311,7 @@ TEST_F(ComtradeReader, ReadsFewerSamplesThanDeclaredAndSaysSo) {
   ASSERT_EQ(record.rates.size(), 2U);
   EXPECT_EQ(record.rates[1].rate, 500);
   EXPECT_EQ(record.rates[1].end, 3U);
-  EXPECT_EQ(record.notes, Strings{"The configuration declares 2147483648 samples, the data hold 3."});
+  EXPECT_EQ(record.notes, Strings{"The configuration declares 2147483648 samples, but the data hold 3."});
 }
 
 TEST_F(ComtradeReader, ReadsMoreSamplesThanDeclaredAtTheLastRate) {
@@ -323,15 +322,15 @@ TEST_F(ComtradeReader, ReadsMoreSamplesThanDeclaredAtTheLastRate) {
   ASSERT_EQ(record.rates.size(), 2U);
   EXPECT_EQ(record.rates[1].rate, 500);
   EXPECT_EQ(record.rates[1].end, 3U);
-  EXPECT_EQ(record.notes, Strings{"The configuration declares 2 samples, the data hold 3."});
+  EXPECT_EQ(record.notes, Strings{"The configuration declares 2 samples, but the data hold 3."});
 }
 
 TEST_F(ComtradeReader, RefusesRatesThatRunBackwards) {
   Cfg cfg;
   cfg.rates = "2\n1000,3\n500,2\n";
   EXPECT_EQ(refusal(cfg.text(), three_rows),
-            in_cfg("line 8: this sampling rate ends with sample 2, but the one before with sample 3; correct the line: "
-                   "last samples are counted from the start of the record"));
+            in_cfg("line 8: this sampling rate ends at sample 2, but the previous one ends at sample 3; correct the "
+                   "line; last samples are counted from the start of the record"));
 }
 
 TEST_F(ComtradeReader, RefusesRatesThatAreNone) {
@@ -359,7 +358,7 @@ TEST_F(ComtradeReader, TakesNoMemoryForClaimedRates) {
             in_cfg("line 8: sampling rate 2 of 4000000000: '31/12/1998' is not a number; correct the line"));
 }
 
-// --- odd but readable ------------------------------------------------------------------------------------------------
+// --- unusual but readable files --------------------------------------------------------------------------------------
 
 TEST_F(ComtradeReader, NotesALineFrequencyThatSaysNothing) {
   for (const std::string frequency : {"0", "unknown", "", "-50"}) {
@@ -367,8 +366,8 @@ TEST_F(ComtradeReader, NotesALineFrequencyThatSaysNothing) {
     cfg.frequency = frequency;
     const Record record = read(cfg.text(), three_rows);
     EXPECT_EQ(record.line_frequency, 0);
-    EXPECT_EQ(record.notes,
-              Strings{"Line 5 of the configuration file: the line frequency '" + frequency + "' says nothing."});
+    EXPECT_EQ(record.notes, Strings{"Line 5 of the configuration file: the line frequency '" + frequency +
+                                    "' is not usable and was ignored."});
   }
 }
 
@@ -385,9 +384,9 @@ TEST_F(ComtradeReader, DropsATornLastLineAndSaysSo) {
   const Record record = read(Cfg{}.text(), "1,0,1,2\n2,1000,3,4\n3,2000,5");
   EXPECT_EQ(record.length(), 2U);
   EXPECT_EQ(record.notes,
-            (Strings{"The last line of the data file (line 3) is not complete and was dropped: the row has 3 fields "
-                     "where 4 belong.",
-                     "The configuration declares 3 samples, the data hold 2."}));
+            (Strings{"The last line of the data file (line 3) is incomplete and was dropped: the row has 3 fields "
+                     "instead of 4.",
+                     "The configuration declares 3 samples, but the data hold 2."}));
 }
 
 TEST_F(ComtradeReader, AcceptsACommaAtTheEndOfRows) {
@@ -396,7 +395,7 @@ TEST_F(ComtradeReader, AcceptsACommaAtTheEndOfRows) {
 
 TEST_F(ComtradeReader, NotesMissingRowsOfAsciiData) {
   EXPECT_EQ(read(Cfg{}.text(), "1,0,1,2\n5,4000,3,4\n9,8000,5,6\n").notes,
-            Strings{"Sample numbers in the data file go from 1 to 5 at line 2; rows may be missing."});
+            Strings{"Sample numbers in the data file jump from 1 to 5 at line 2; rows may be missing."});
 }
 
 TEST_F(ComtradeReader, DropsATornBinaryRowAndSaysSo) {
@@ -405,8 +404,8 @@ TEST_F(ComtradeReader, DropsATornBinaryRowAndSaysSo) {
   cfg.rates = "1\n1000,1\n";
   const Record record = read(cfg.text(), binary_row(1, {1, 2}) + "torn!");
   EXPECT_EQ(record.length(), 1U);
-  EXPECT_EQ(record.notes, Strings{"The data file does not end with a whole row: its last 5 bytes of a row of 12 were "
-                                  "dropped."});
+  EXPECT_EQ(record.notes, Strings{"The data file ends in the middle of a row; the first 5 bytes of that row of 12 "
+                                  "bytes were dropped."});
 }
 
 TEST_F(ComtradeReader, AcceptsAnEndOfFileMarkBehindBinaryData) {
@@ -425,8 +424,8 @@ TEST_F(ComtradeReader, RefusesBinaryDataWithAJumpInSampleNumbers) {
   for (std::uint32_t n = 1; n <= 12; n++) rows += binary_row(n, {1, 2});
   EXPECT_EQ(refusal(cfg.text(), rows + binary_row(900, {1, 2})),
             in_dat("row 13 (byte 144): sample number jumps from 12 to 900: the data are damaged, perhaps by an "
-                   "end-of-line conversion; copy the file again in binary mode, and make sure that the .cfg belongs to "
-                   "it"));
+                   "end-of-line conversion; copy the file again in binary mode, and make sure that the .cfg file "
+                   "belongs to it"));
 }
 
 TEST_F(ComtradeReader, FindsWhatAnEndOfLineConversionDidToBinaryData) {
@@ -434,7 +433,7 @@ TEST_F(ComtradeReader, FindsWhatAnEndOfLineConversionDidToBinaryData) {
   cfg.type = "BINARY";
   std::string rows;
   for (std::uint32_t n = 1; n <= 20; n++) rows += binary_row(n, {1, 2});
-  rows.insert(rows.find('\n'), 1, '\r');  // in row 10, whose number is a line feed
+  rows.insert(rows.find('\n'), 1, '\r');  // row 10, because its number is a line feed
   EXPECT_NE(refusal(cfg.text(), rows).find("row 10 (byte 108): sample number jumps from 9 to 2573"), std::string::npos);
 }
 
@@ -466,14 +465,14 @@ TEST_F(ComtradeReader, NotesSampleNumbersThatStartAgain) {
 TEST_F(ComtradeReader, NamesTheLineOfAMissingChannel) {
   const std::string cfg = "Station,Recorder,1999\n999999,999999A,0D\n1,Ua,A,,V,1,0,0,0,0,1,1,P\n";
   EXPECT_EQ(refusal(cfg, three_rows),
-            in_cfg("line 4: the file ends where analog channel 2 of 999999 should be; get the whole configuration "
+            in_cfg("line 4: the file ends where analog channel 2 of 999999 should be; get the complete configuration "
                    "file"));
 }
 
 TEST_F(ComtradeReader, NamesTheLineOfAMissingDigitalChannel) {
   const std::string cfg = "S,R,1999\n4294967296,1A,4294967295D\n1,Ua,A,,V,1,0,0,0,0,1,1,P\n1,D,,,0\n";
   EXPECT_EQ(refusal(cfg, three_rows), in_cfg("line 5: the file ends where digital channel 2 of 4294967295 should be; "
-                                             "get the whole configuration file"));
+                                             "get the complete configuration file"));
 }
 
 TEST_F(ComtradeReader, RefusesAConfigurationThatEndsEarly) {
@@ -486,17 +485,17 @@ TEST_F(ComtradeReader, RefusesAConfigurationThatEndsEarly) {
   for (std::size_t i = 0; i < parts.size(); i++) {
     end = whole.find('\n', end) + 1;
     EXPECT_EQ(refusal(whole.substr(0, end), three_rows),
-              in_cfg(fmt::format("line {}: the file ends where {} should be; get the whole configuration file", i + 2,
-                                 parts[i])));
+              in_cfg(fmt::format("line {}: the file ends where {} should be; get the complete configuration file",
+                                 i + 2, parts[i])));
   }
   EXPECT_EQ(refusal("", three_rows),
-            in_cfg("line 1: the file ends where the station name should be; get the whole configuration file"));
+            in_cfg("line 1: the file ends where the station name should be; get the complete configuration file"));
 }
 
 TEST_F(ComtradeReader, RefusesAFileThatIsNoConfiguration) {
   EXPECT_EQ(refusal("Dear reader,\nhello\n", three_rows),
-            in_cfg("line 2: total, analog and digital numbers of channels expected, found 'hello'; make sure that this "
-                   "is a COMTRADE configuration file with a line such as 6,4A,2D"));
+            in_cfg("line 2: the line should give the total, analog and digital numbers of channels but starts with "
+                   "'hello'; make sure that this is a COMTRADE configuration file with a line such as 6,4A,2D"));
   EXPECT_EQ(refusal("S,R,1999\n6,4,2\n", three_rows),
             in_cfg("line 2: '4' is not a count of analog (A) channels; make sure that this is a COMTRADE configuration "
                    "file with a line such as 6,4A,2D"));
@@ -512,7 +511,7 @@ TEST_F(ComtradeReader, RefusesARecordWithoutAnalogChannels) {
 
 TEST_F(ComtradeReader, RefusesAChannelLineThatIsTooShort) {
   EXPECT_EQ(refusal("S,R,1999\n2,1A,1D\n1,Ua,A,,V,1,0\n", three_rows),
-            in_cfg("line 3: analog channel 1 of 1 has 7 fields where at least 10 belong; correct the line"));
+            in_cfg("line 3: analog channel 1 of 1 has 7 fields but needs at least 10; correct the line"));
 }
 
 TEST_F(ComtradeReader, RefusesAScaleThatIsNoNumber) {
@@ -526,7 +525,7 @@ TEST_F(ComtradeReader, RefusesOtherTypesOfData) {
   Cfg cfg;
   cfg.type = "ZIP";
   EXPECT_EQ(refusal(cfg.text(), three_rows),
-            in_cfg("line 10: 'ZIP' is not a type of data; correct the line to what the data are: ASCII, BINARY, "
+            in_cfg("line 10: 'ZIP' is not a data type; correct the line to the actual data type: ASCII, BINARY, "
                    "BINARY32 or FLOAT32"));
 }
 
@@ -535,22 +534,21 @@ TEST_F(ComtradeReader, RefusesTextWhereBinaryDataBelong) {
     Cfg cfg;
     cfg.type = type;
     EXPECT_EQ(refusal(cfg.text(), three_rows),
-              in_dat("byte 0: the data are text where " + type +
-                     " belongs; correct the type of data in the .cfg to ASCII, and make sure that it belongs to this "
-                     "file"));
+              in_dat("byte 0: the data are text, but the .cfg file states " + type +
+                     "; correct the data type in the .cfg file to ASCII, and make sure that it belongs to this file"));
   }
 }
 
 TEST_F(ComtradeReader, RefusesAnAsciiRowWithAnotherNumberOfFields) {
   EXPECT_EQ(refusal(Cfg{}.text(), "1,0,1,2\n2,1000,3\n3,2000,5,6\n"),
-            in_dat("line 2: the row has 3 fields where 4 belong; correct the line, and make sure that the .cfg belongs "
-                   "to this file"));
+            in_dat("line 2: the row has 3 fields instead of 4; correct the line, and make sure that the .cfg file "
+                   "belongs to this file"));
 }
 
 TEST_F(ComtradeReader, RefusesAnAsciiValueThatIsNoNumber) {
   EXPECT_EQ(refusal(Cfg{}.text(), "1,0,1,2\n2,1000,3,4.4.4\n3,2000,5,6\n"),
-            in_dat("line 2: '4.4.4' is not a number (analog channel 2); correct the line, and make sure that the .cfg "
-                   "belongs to this file"));
+            in_dat("line 2: '4.4.4' is not a number (analog channel 2); correct the line, and make sure that the "
+                   ".cfg file belongs to this file"));
 }
 
 TEST_F(ComtradeReader, RefusesARecordWithoutSamples) {
@@ -594,12 +592,12 @@ TEST_F(ComtradeReader, KeepsToTheNameBeforeTheLastDot) {
 TEST_F(ComtradeReader, NamesTheMissingPartner) {
   const std::string cfg = folder.write("alone.cfg", Cfg{}.text());
   EXPECT_EQ(refusal_of([&] { read_comtrade(cfg); }),
-            folder.path("alone.dat") + ": there is no such file beside " + cfg +
-                ", in capital or small letters, and a record needs both; put the .dat file of the record there");
+            folder.path("alone.dat") + ": there is no such file next to " + cfg +
+                " (in upper or lower case), and a record needs both; copy the record's .dat file there");
   const std::string dat = folder.write("lone.dat", three_rows);
   EXPECT_EQ(refusal_of([&] { read_comtrade(dat); }),
-            folder.path("lone.cfg") + ": there is no such file beside " + dat +
-                ", in capital or small letters, and a record needs both; put the .cfg file of the record there");
+            folder.path("lone.cfg") + ": there is no such file next to " + dat +
+                " (in upper or lower case), and a record needs both; copy the record's .cfg file there");
 }
 
 }  // namespace

@@ -201,7 +201,7 @@ TEST(CsvReader, PrefersTheTimesToAGivenRateAndSaysSo) {
   const Record record = read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {500});
   EXPECT_EQ(record.rates[0].rate, 1000);
   EXPECT_EQ(record.notes,
-            Strings{"The rate given (500 samples per second) was not used, as the times in the table make it 1000."});
+            Strings{"The given rate (500 samples per second) was not used, because the times in the table give 1000."});
   EXPECT_TRUE(read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {1000}).notes.empty());
 }
 
@@ -244,24 +244,23 @@ TEST(CsvReader, TakesExponentsThatNoIntHolds) {
 }
 
 TEST(CsvReader, NamesTheLineWhereTheTimeJumps) {
-  EXPECT_EQ(
-      refusal("t,Ua\n0.000,1\n0.001,2\n0.002,3\n0.003,4\n1.000,5\n1.001,6\n"),
-      "t.csv: line 6: the time jumps from 0.003 to 1, unlike the steps elsewhere; cut the table there: samples must "
-      "follow at one rate");
+  EXPECT_EQ(refusal("t,Ua\n0.000,1\n0.001,2\n0.002,3\n0.003,4\n1.000,5\n1.001,6\n"),
+            "t.csv: line 6: the time jumps from 0.003 to 1, unlike the steps elsewhere; cut the table there, because "
+            "samples must follow one another at one rate");
   EXPECT_EQ(refusal("t,Ua\n0.00000,1\n0.00100,2\n0.00200,3\n0.00310,4\n0.00410,5\n").substr(0, 15), "t.csv: line 5: ");
 }
 
 TEST(CsvReader, FindsALostRowWhateverTheRestOfTheTimesIs) {
   std::string table = "t,Ua\n";
   for (int i = 0; i < 1000; i++) {
-    if (i != 700) table += fmt::format("{:.6f},1\n", 0.00015625 * i);  // six decimals
+    if (i != 700) table += fmt::format("{:.6f},1\n", 0.00015625 * i);  // the times have six decimals
   }
   EXPECT_EQ(refusal(table).substr(0, 17), "t.csv: line 702: ");
 }
 
 TEST(CsvReader, RefusesTimesThatDoNotRise) {
-  EXPECT_EQ(refusal("t,Ua\n0,1\n0,2\n0,3\n"), "t.csv: line 3: the time does not rise; correct the column of times");
-  EXPECT_EQ(refusal("t,Ua\n2,1\n1,2\n0,3\n"), "t.csv: line 3: the time does not rise; correct the column of times");
+  EXPECT_EQ(refusal("t,Ua\n0,1\n0,2\n0,3\n"), "t.csv: line 3: the time does not increase; correct the column of times");
+  EXPECT_EQ(refusal("t,Ua\n2,1\n1,2\n0,3\n"), "t.csv: line 3: the time does not increase; correct the column of times");
 }
 
 TEST(CsvReader, RefusesTimesThatAreNoNumbers) {
@@ -274,21 +273,22 @@ TEST(CsvReader, RefusesTimesThatAreNoNumbers) {
 }
 
 TEST(CsvReader, RefusesATimeInOtherUnits) {
-  EXPECT_EQ(refusal("time [h],Ua\n0,1\n1,2\n"), "t.csv: line 1: the time is in 'h'; give it in seconds (s), ms or us");
+  EXPECT_EQ(refusal("time [h],Ua\n0,1\n1,2\n"),
+            "t.csv: line 1: the time unit 'h' is not supported; give the time in "
+            "seconds (s), ms or us");
 }
 
 TEST(CsvReader, RefusesASingleTime) {
   EXPECT_EQ(refusal("t,Ua\n0,1\n"),
-            "t.csv: line 2: a single row does not tell the sampling rate; choose a table with more rows");
+            "t.csv: line 2: the sampling rate cannot be derived from a single row; choose a table with more rows");
 }
 
 // --- refusals --------------------------------------------------------------------------------------------------------
 
 TEST(CsvReader, RefusesARowWithAnotherNumberOfCells) {
   EXPECT_EQ(refusal("Ua,Ub\n1,2\n3,4,5\n6,7\n", 50),
-            "t.csv: line 3: the row has 3 cells where 2 belong; correct or remove the row");
-  EXPECT_EQ(refusal("Ua,Ub\n1,2\n3", 50),
-            "t.csv: line 3: the row has 1 cells where 2 belong; correct or remove the row");
+            "t.csv: line 3: the row has 3 cells instead of 2; correct or remove the row");
+  EXPECT_EQ(refusal("Ua,Ub\n1,2\n3", 50), "t.csv: line 3: the row has 1 cells instead of 2; correct or remove the row");
 }
 
 TEST(CsvReader, RefusesACellThatIsNoNumber) {
@@ -304,7 +304,7 @@ TEST(CsvReader, CountsLinesInsideQuotedCells) {
   EXPECT_EQ(refusal("\"Ua\nleft\",Ub\n1,2\n3,x\n", 50).substr(0, 15), "t.csv: line 4: ");
 }
 
-// --- as spreadsheets and instruments write it ------------------------------------------------------------------------
+// --- tables from spreadsheets and instruments ------------------------------------------------------------------------
 
 TEST(CsvReader, ReadsDecimalCommasAndSaysSo) {
   const Strings said = {"Numbers are read with a decimal comma."};
@@ -325,9 +325,11 @@ TEST(CsvReader, FindsALostRowAmongTimesWithDecimalCommas) {
 
 TEST(CsvReader, RefusesDecimalCommasAmongDecimalPoints) {
   EXPECT_EQ(refusal("Ua;Ub\n1.5;2\n3;4,5\n", 50),
-            "t.csv: line 3: '4,5' in column 2 has a decimal comma where line 2 has a point; write all numbers alike");
+            "t.csv: line 3: '4,5' in column 2 has a decimal comma where line 2 has a point; use the same decimal "
+            "sign in all numbers");
   EXPECT_EQ(refusal("Ua;Ub\n1,5;2\n3;4.5\n", 50),
-            "t.csv: line 3: '4.5' in column 2 has a decimal point where line 2 has a comma; write all numbers alike");
+            "t.csv: line 3: '4.5' in column 2 has a decimal point where line 2 has a comma; use the same decimal "
+            "sign in all numbers");
   EXPECT_EQ(refusal("Ua;Ub\n1;2\n1.234,5;2\n", 50),
             "t.csv: line 3: '1.234,5' in column 1 is not a number; correct the cell or leave it empty");
 }
@@ -344,10 +346,9 @@ TEST(CsvReader, PassesOverRemarksInFrontOfTheTable) {
       read_csv("t.csv", "Model,X-1\nRecord Length,2,Points\n\nTime,CH1,CH2\ns,V,V\n0.000,1,2\n0.001,3,4\n");
   EXPECT_EQ(names_of(record), (Strings{"CH1", "CH2"}));
   EXPECT_EQ(units_of(record), (Strings{"V", "V"}));
-  EXPECT_EQ(record.notes, Strings{"The 2 lines in front of the table were passed over."});
+  EXPECT_EQ(record.notes, Strings{"The 2 lines before the table were skipped."});
   EXPECT_EQ(read_csv("t.csv", "Export of today\n0.000,1,2,3\n0.001,3,4,5\n").notes,
-            (Strings{"The line in front of the table was passed over.",
-                     "The first column is taken for the time in seconds."}));
+            (Strings{"The line before the table was skipped.", "The first column is read as the time in seconds."}));
 }
 
 TEST(CsvReader, ReadsTheSeparatorThatASpreadsheetStates) {
@@ -380,7 +381,7 @@ TEST(CsvReader, ReadsTimeStampsOfTwelveHours) {
 TEST(CsvReader, TakesTimesWithoutHoursForMinutesAndSecondsAndSaysSo) {
   const Record record = read_csv("t.csv", "t,Ua\n59:59.998,1\n59:59.999,2\n00:00.000,3\n");
   EXPECT_EQ(record.rates[0].rate, 1000);
-  EXPECT_EQ(record.notes, Strings{"The times are taken for minutes and seconds."});
+  EXPECT_EQ(record.notes, Strings{"The times are read as minutes and seconds."});
 }
 
 TEST(CsvReader, SeesThatDaysAreMissing) {
@@ -391,9 +392,9 @@ TEST(CsvReader, SeesThatDaysAreMissing) {
                               "10:00:00.002,3\n2026-11-22" + separator + "10:00:00.003,4\n";
     EXPECT_TRUE(refusal(table).starts_with(refused)) << refusal(table);
   }
-  EXPECT_TRUE(refusal("t,Ua\n2026-11-21 23:59:59.9,1\n2026-11-21 00:00:00.0,2\n").find("does not rise") !=
+  EXPECT_TRUE(refusal("t,Ua\n2026-11-21 23:59:59.9,1\n2026-11-21 00:00:00.0,2\n").find("does not increase") !=
               std::string::npos)
-      << "midnight, but on the same day";
+      << "a step back over midnight on the same date";
 }
 
 TEST(CsvReader, NamesTheRateThatRoundedTimesMake) {
@@ -401,8 +402,8 @@ TEST(CsvReader, NamesTheRateThatRoundedTimesMake) {
   for (int i = 0; i < 30; i++) table += "10:00:00.0" + std::string(1, static_cast<char>('0' + i * 5 / 16)) + ",1\n";
   const Record record = read_csv("t.csv", table);
   EXPECT_NEAR(record.rates[0].rate, 29 / 0.09, 1e-6);
-  EXPECT_EQ(record.notes, Strings{"The times are rounded to 0.01 s; all together they make the sampling rate 322.222 "
-                                  "samples per second."});
+  EXPECT_EQ(record.notes, Strings{"The times are rounded to 0.01 s; taken together they give a sampling rate of "
+                                  "322.222 samples per second."});
 }
 
 TEST(CsvReader, ReadsTimeStampsWithoutAName) {
@@ -421,7 +422,8 @@ TEST(CsvReader, LeavesOutDatesAndText) {
 
 TEST(CsvReader, RefusesABrokenTimeStamp) {
   EXPECT_EQ(refusal("t,Ua\n10:00:00.0,1\n10:00,2\n"),
-            "t.csv: line 3: '10:00' in column 1 is no time stamp; write it as those before, as in 10:00:00.000156");
+            "t.csv: line 3: '10:00' in column 1 is not a time stamp; write it like those before it, for example "
+            "10:00:00.000156");
 }
 
 TEST(CsvReader, FindsARowThatIsMissingBetweenTimeStamps) {
@@ -432,7 +434,8 @@ TEST(CsvReader, FindsARowThatIsMissingBetweenTimeStamps) {
 
 TEST(CsvReader, RefusesStrayQuotationMarks) {
   const std::string rest =
-      "a quotation mark stands alone or in the middle of a cell; put cells that need quotation marks in a pair of them";
+      "a quotation mark is unpaired or in the middle of a cell; enclose each cell that needs quotation marks in a "
+      "pair of them";
   EXPECT_EQ(refusal("Ua,Ub\n1,2\"3\n", 50), "t.csv: line 2: " + rest);
   EXPECT_EQ(refusal("Ua,Ub\n1,\"2\n3,4\n", 50), "t.csv: line 3: " + rest);
 }

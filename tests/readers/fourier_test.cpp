@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t cycle = 20;
 
-/// Three cycles of a sine of amplitude 2 that is 30 degrees ahead of a cosine.
+/// Returns three cycles of a sine of amplitude 2 that leads a cosine by 30 degrees.
 std::vector<double> three_cycles() {
   std::vector<double> samples;
   for (std::size_t i = 0; i < 3 * cycle; i++) {

@@ -67,7 +67,7 @@ TEST(LiveSets, AlternateWithTheLineWhereOthersDo) {
   for (const char* name : {"U1a", "U1b", "U1c"}) channels.push_back(channel(name, "V", "", direct));
   Record record = record_of(channels);
   record.rates = {{1000, 400}};
-  EXPECT_TRUE(find_voltage_sets(record).front().live) << "when there is no better";
+  EXPECT_TRUE(find_voltage_sets(record).front().live) << "there is no better set";
   for (const char* name : {"U2a", "U2b", "U2c"}) record.channels.push_back(channel(name, "V", "", alternating));
   const auto sets = find_voltage_sets(record);
   ASSERT_EQ(sets.size(), 2U);

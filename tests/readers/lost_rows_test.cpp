@@ -1,4 +1,4 @@
-// Rows that are lost from the data or written twice: what time stamps and sample numbers tell of them.
+// Tests how time stamps and sample numbers reveal rows that are lost from the data or written twice.
 #include "readers/comtrade/lost_rows.h"
 
 #include <fmt/format.h>
@@ -21,7 +21,7 @@ using Strings = std::vector<std::string>;
 
 enum class Form { ascii, binary };
 
-/// One channel at 1000 Hz whose value in every row is the row's number, so that what is where can be seen.
+/// A record of one channel at 1000 Hz whose value in every row is the row's number, so that each row can be recognised.
 struct Rows {
   Form form = Form::ascii;
   bool stamped = true;
@@ -80,7 +80,7 @@ class LostRows : public testing::Test {
     return read_comtrade(folder.write("r.cfg", rows.config()));
   }
 
-  /// A hundred samples that are their own numbers, but for those from `first` to `last`, which have no values.
+  /// Expects a hundred samples that equal their own numbers, except that those from `first` to `last` have no values.
   static void expect_hole(const Record& record, std::size_t first, std::size_t last) {
     ASSERT_EQ(record.rates.size(), 1U);
     ASSERT_EQ(record.length(), 100U);
@@ -104,11 +104,14 @@ TEST_F(LostRows, BecomeSamplesWithoutValuesByTheTimeStamps) {
     rows.form = form;
     const Record one = read(rows.without(41, 41));
     expect_hole(one, 41, 41);
-    EXPECT_EQ(one.notes.back(), "By the time stamps 1 row is missing in the data at sample 41, which has no values.");
+    EXPECT_EQ(one.notes.back(),
+              "According to the time stamps, 1 row is missing in the data at sample 41, which has "
+              "no values.");
     const Record three = read(rows.without(41, 43));
     expect_hole(three, 41, 43);
     EXPECT_EQ(three.notes.back(),
-              "By the time stamps 3 rows are missing in the data at sample 41; these samples have no values.");
+              "According to the time stamps, 3 rows are missing in the data at sample 41; these samples have no "
+              "values.");
   }
 }
 
@@ -118,8 +121,8 @@ TEST_F(LostRows, AreFoundWhereTheRowsThatAreLeftAreNumberedAnew) {
   const Record record = read(rows);
   expect_hole(record, 41, 41);
   EXPECT_EQ(record.notes,
-            (Strings{"The configuration declares 100 samples, the data hold 99.",
-                     "By the time stamps 1 row is missing in the data at sample 41, which has no values."}));
+            (Strings{"The configuration declares 100 samples, but the data hold 99.",
+                     "According to the time stamps, 1 row is missing in the data at sample 41, which has no values."}));
 }
 
 TEST_F(LostRows, AreFoundInSeveralPlaces) {
@@ -129,8 +132,8 @@ TEST_F(LostRows, AreFoundInSeveralPlaces) {
   EXPECT_TRUE(std::isnan(record.channels[0].samples[60]));
   EXPECT_EQ(record.channels[0].samples[99], 100);
   EXPECT_EQ(record.notes.back(),
-            "By the time stamps 3 rows are missing in the data in 2 places, the first at sample 20; these samples have "
-            "no values.");
+            "According to the time stamps, 3 rows are missing in the data in 2 places, the first at sample 20; these "
+            "samples have no values.");
 }
 
 TEST_F(LostRows, AreFoundThoughTheDeclarationCountsThoseLeft) {
@@ -147,7 +150,8 @@ TEST_F(LostRows, AreFoundByTheirNumbersWhereThereAreNoTimeStamps) {
     const Record record = read(rows.without(41, 42));
     expect_hole(record, 41, 42);
     EXPECT_EQ(record.notes.back(),
-              "By the sample numbers 2 rows are missing in the data at sample 41; these samples have no values.");
+              "According to the sample numbers, 2 rows are missing in the data at sample 41; these samples have no "
+              "values.");
   }
 }
 
@@ -171,7 +175,7 @@ TEST_F(LostRows, AreNoneWhereTheStampsGoOnOverAJumpOfTheNumbers) {
     const Record record = read(rows);
     expect_hole(record, 0, 0);
     EXPECT_EQ(record.notes.back(),
-              "The time stamps go on evenly where the sample numbers jump: no time is taken to be missing.");
+              "The time stamps continue evenly where the sample numbers jump, so no time is assumed to be missing.");
   }
 }
 
@@ -194,8 +198,8 @@ TEST_F(LostRows, AreFoundNearALateStampWhichIsNone) {
 }
 
 TEST_F(LostRows, AreNoneWhereStampsAreRoundedCoarsely) {
-  // Of whole milliseconds at 990 Hz most steps are within a hundredth of what they should be, and one in a hundred is
-  // of two.
+  // When the stamps are whole milliseconds at 990 Hz, most steps are within one hundredth of the correct step, and one
+  // step in a hundred is two milliseconds long.
   Rows rows;
   rows.rate = std::string("990.1");
   rows.stamp = [](std::size_t row) { return 1000 * std::round(static_cast<double>(row - 1) / 0.9901); };
@@ -208,7 +212,7 @@ TEST_F(LostRows, MayBeWhereTheRateIsThatOfTheStamps) {
   expect_hole(read(rows), 41, 41);
 }
 
-// --- rows that are there twice ---------------------------------------------------------------------------------------
+// --- duplicate rows --------------------------------------------------------------------------------------------------
 
 TEST_F(LostRows, ThatAreThereTwiceAreTakenOnce) {
   for (const Form form : {Form::ascii, Form::binary}) {
@@ -219,8 +223,8 @@ TEST_F(LostRows, ThatAreThereTwiceAreTakenOnce) {
       rows.kept.insert(rows.kept.begin() + 50, 50);
       const Record record = read(rows);
       expect_hole(record, 0, 0);
-      EXPECT_EQ(record.notes, (Strings{"The configuration declares 100 samples, the data hold 101.",
-                                       "Row 51 of the data is the row before it once more and was left out."}))
+      EXPECT_EQ(record.notes, (Strings{"The configuration declares 100 samples, but the data hold 101.",
+                                       "Row 51 of the data repeats the row before it and was left out."}))
           << stamped;
     }
   }
@@ -233,7 +237,7 @@ TEST_F(LostRows, ThatOnlyShareNumberAndTimeAreKeptAndSaid) {
   const Record record = read(rows);
   expect_hole(record, 0, 0);
   EXPECT_EQ(record.notes,
-            Strings{"Rows 50 and 51 of the data have one number and time, but other values; both are kept."});
+            Strings{"Rows 50 and 51 of the data have the same number and time but different values; both are kept."});
 }
 
 // --- numbers of binary data ------------------------------------------------------------------------------------------
@@ -253,13 +257,13 @@ TEST_F(LostRows, AreLookedForInTheUnitThatTheStampsAreIn) {
   for (const std::string rate : {"0", "1000"}) {
     Rows rows;
     rows.rate = rate;
-    rows.start += "000";  // nanoseconds, but the stamps are in microseconds
+    rows.start += "000";  // the start is in nanoseconds, but the stamps are in microseconds
     const Record record = read(rows);
     ASSERT_EQ(record.rates.size(), 1U);
     EXPECT_EQ(record.rates[0].rate, 1000);
     EXPECT_EQ(record.notes[0],
-              "The time stamps are taken to be in units of 1000 ns, as the record does not fit them in units of 1 ns, "
-              "which the configuration makes them.");
+              "The time stamps are read in units of 1000 ns because they do not fit the record in units of 1 ns, "
+              "which the configuration implies.");
   }
 }
 
@@ -270,8 +274,8 @@ TEST_F(LostRows, AreNotWhatAClockShowsThatIsOff) {
     rows.stamp = [](std::size_t row) { return 995.0 * static_cast<double>(row - 1); };
     const Record record = read(rows);
     expect_hole(record, 0, 0);
-    EXPECT_EQ(record.notes, Strings{"The time stamps make the sampling rate 1005.025 samples per second, the file "
-                                    "states 1000, which is used."});
+    EXPECT_EQ(record.notes, Strings{"The time stamps give a sampling rate of 1005.025 samples per second, but the "
+                                    "file states 1000, which is used."});
   }
 }
 

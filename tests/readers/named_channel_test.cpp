@@ -34,7 +34,7 @@ TEST(Volts, AreAssumedWhereTheUnitDoesNotSay) {
 TEST(Volts, AreRefusedForAnotherUnit) {
   const Record record = record_of({channel("Ia", "A")});
   EXPECT_EQ(refusal_of([&] { volts_per_unit(record, 0); }),
-            "r.cfg: channel 'Ia': the unit 'A' is no voltage; choose channels in V, kV, mV or MV");
+            "r.cfg: channel 'Ia': the unit 'A' is not a unit of voltage; choose channels in V, kV, mV or MV");
 }
 
 }  // namespace

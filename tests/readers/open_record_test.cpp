@@ -23,7 +23,7 @@ class OpenRecord : public testing::Test {
   std::string refusal(const std::string& name, const std::string& content) {
     const std::string path = folder.write(name, content);
     const std::string text = refusal_of([&] { open_record(path); });
-    // What follows the file's name.
+    // Returns the part of the message after the file's name.
     return text.starts_with(path + ": ") ? text.substr(path.size() + 2) : text;
   }
 
@@ -56,26 +56,30 @@ TEST_F(OpenRecord, ReadsTablesUnderOtherNames) {
 
 TEST_F(OpenRecord, RefusesOtherFilesWithTheListOfWhatIsRead) {
   const std::string expected =
-      "is not a kind of record that is read; what is read: COMTRADE records (.cfg with .dat, or .cff) and CSV files "
-      "(.csv, .tsv, .txt); - for standard input takes .cff and CSV";
+      "is not a supported kind of record; supported are COMTRADE records (.cfg with .dat, or .cff) and CSV files "
+      "(.csv, .tsv, .txt); standard input (-) may be .cff or CSV";
   EXPECT_EQ(refusal("r.bin", "a,b\0c,d"s), expected);
   EXPECT_EQ(refusal("r.doc", "no separators here\n1,2\n"), expected);
   EXPECT_EQ(refusal("empty", ""), expected);
 }
 
 TEST_F(OpenRecord, RefusesKnownKindsByName) {
-  const std::string pqdif = "PQDIF records are not read; convert it to a COMTRADE record or a CSV table";
+  const std::string pqdif = "PQDIF records are not supported; convert it to a COMTRADE record or a CSV table";
   EXPECT_EQ(refusal("r.pqd", "x"), pqdif);
   EXPECT_EQ(refusal("r.PQDIF", "x"), pqdif);
-  EXPECT_EQ(refusal("r.hdr", "x"), "is the remarks file of a COMTRADE record; name the .cfg file of the record");
-  EXPECT_EQ(refusal("r.inf", "x"), "is the information file of a COMTRADE record; name the .cfg file of the record");
+  EXPECT_EQ(refusal("r.hdr", "x"),
+            "is the header file of a COMTRADE record, which holds only remarks; name the .cfg "
+            "file of the record");
+  EXPECT_EQ(refusal("r.inf", "x"),
+            "is the information file of a COMTRADE record, which holds no samples; name the "
+            ".cfg file of the record");
 }
 
 TEST_F(OpenRecord, SaysWhyAFileCannotBeRead) {
   for (const char* name : {"none.csv", "none.cfg", "none.dat", "none.pqd", "none"}) {
     const std::string path = folder.path(name);
     EXPECT_EQ(refusal_of([&] { open_record(path); }),
-              path + ": cannot be read: No such file or directory; check the name and the right to read it");
+              path + ": cannot be read: No such file or directory; check the path and its read permission");
   }
 }
 
@@ -92,16 +96,16 @@ TEST_F(OpenRecord, ShowsFileNamesInert) {
   EXPECT_EQ(open_record(path).file, folder.path("bad[1m\xEF\xBF\xBD.csv"));
   EXPECT_EQ(
       refusal_of([&] { open_record(folder.path("\x07.csv")); }),
-      folder.path(".csv") + ": cannot be read: No such file or directory; check the name and the right to read it");
+      folder.path(".csv") + ": cannot be read: No such file or directory; check the path and its read permission");
 }
 
 TEST_F(OpenRecord, NotesMissingValues) {
   const std::string table = folder.write("r.csv", "t,Ua,Ub\n0,5,6\n0.001,7,\n0.002,,8\n");
   EXPECT_EQ(open_record(table).notes,
-            std::vector<std::string>{"2 values are missing, the first being sample 3 of channel 1 'Ua'."});
+            std::vector<std::string>{"2 values are missing; the first is sample 3 of channel 1 'Ua'."});
   folder.write("r.dat", "1,0,5,6\n2,0,7,99999\n");
   EXPECT_EQ(open_record(folder.write("r.cfg", config)).notes,
-            std::vector<std::string>{"1 value is missing, the first being sample 2 of channel 2 'Ub'."});
+            std::vector<std::string>{"1 value is missing; the first is sample 2 of channel 2 'Ub'."});
 }
 
 }  // namespace

@@ -47,11 +47,11 @@ TEST(Parts, JoinSectionsOfOneRate) {
 }
 
 TEST(Parts, JoinRatesThatFollowTheLinesFrequency) {
-  // 100 samples at 2400 Hz and 300 at 2412 take 0.0416667 s and 0.1243781 s.
+  // At 2400 Hz 100 samples take 0.0416667 s, and at 2412 Hz 300 samples take 0.1243781 s.
   const auto parts = parts_of(record_of({{2400, 100, 0}, {2412, 400, 0.0416667}}));
   EXPECT_EQ(places(parts), (std::vector<Place>{{0, 400}}));
   EXPECT_NEAR(parts[0].rate, 400 / (100 / 2400.0 + 300 / 2412.0), 1e-9);
-  EXPECT_EQ(parts_of(record_of({{2400, 100, 0}, {2430, 400, 0}})).size(), 2U) << "more than 1 % apart";
+  EXPECT_EQ(parts_of(record_of({{2400, 100, 0}, {2430, 400, 0}})).size(), 2U) << "the rates differ by more than 1 %";
 }
 
 TEST(Parts, AreApartWhereTimeIsMissing) {
@@ -72,7 +72,8 @@ Record gapped(const std::vector<Place>& gaps, std::size_t length = 100) {
 
 TEST(PartsWithoutGaps, LeaveOutGapsThatAreTooLong) {
   const auto parts = parts_without_gaps(gapped({{40, 46}, {60, 65}}), {0, 1, 2}, 0.005);
-  EXPECT_EQ(places(parts), (std::vector<Place>{{0, 40}, {46, 100}})) << "six samples are too many, five are not";
+  EXPECT_EQ(places(parts), (std::vector<Place>{{0, 40}, {46, 100}}))
+      << "a gap of six samples is too long, one of five is not";
   EXPECT_NEAR(parts[1].start, 0.046, 1e-12);
 }
 
@@ -85,7 +86,7 @@ TEST(PartsWithoutGaps, TakeAnyRateThatAFileMayState) {
   for (const double rate : {6.7e53, 1e308, 1e-300}) {
     Record record = gapped({{40, 46}});
     record.rates[0].rate = rate;
-    const std::size_t parts = rate > 1 ? 1 : 2;  // no gap is long at such a rate, or any is
+    const std::size_t parts = rate > 1 ? 1 : 2;  // at the high rates no gap is too long, at the low ones every gap is
     EXPECT_EQ(parts_without_gaps(record, {0, 1, 2}, 0.005).size(), parts) << rate;
   }
 }

@@ -1,4 +1,4 @@
-// What the reader tests share: a folder for files made by a test, and the text of a refusal.
+// Helpers that the reader tests share: a folder for files that a test makes, and the text of a refusal.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,11 +13,11 @@
 
 #include "readers/record.h"
 
-/// A folder of the test's own, gone with the object.
+/// A folder that belongs to one test and is deleted with this object.
 class ScratchFolder {
  public:
   ScratchFolder() : path_((std::filesystem::temp_directory_path() / "readers-test-XXXXXX").string()) {
-    if (!mkdtemp(path_.data())) ADD_FAILURE() << "no folder for test files: " << path_;
+    if (!mkdtemp(path_.data())) ADD_FAILURE() << "could not create a folder for test files: " << path_;
   }
   ~ScratchFolder() {
     std::error_code ignored;
@@ -39,7 +39,8 @@ class ScratchFolder {
   std::string path_;
 };
 
-/// The message of the ReadError that `action` throws; a text that no expectation matches when it throws none.
+/// Returns the message of the ReadError that `action` throws, or a text that no expectation matches when it throws
+/// none.
 template <typename Action>
 std::string refusal_of(Action&& action) {
   try {

@@ -106,7 +106,7 @@ TEST(VoltageSets, SayHowTheirPhasesWereToldApart) {
             PhaseSource::phase_field);
 }
 
-// --- voltages between phases -----------------------------------------------------------------------------------------
+// --- line-to-line voltages -------------------------------------------------------------------------------------------
 
 Sets line_sets_in(const Record& record) {
   Sets result;
@@ -225,7 +225,7 @@ TEST(VoltageSets, DropChannelsWhosePhaseFieldNamesTwoPhases) {
 }
 
 TEST(VoltageSets, GoByThePhaseFieldBeforeTheName) {
-  // Three lines called A, B and C, whose phases only the field tells.
+  // The channels belong to three power lines called A, B and C, so only the field gives the phase.
   Record record = record_of({});
   for (const char* line : {"Line A", "Line B", "Line C"}) {
     for (const char* phase : {"A", "B", "C"}) record.channels.push_back(channel(line, "V", phase));
@@ -242,7 +242,7 @@ TEST(VoltageSets, GoByTheNameWhereThePhaseFieldIsFilledWithoutCare) {
   }
 }
 
-// --- what is said of them --------------------------------------------------------------------------------------------
+// --- properties of sets ----------------------------------------------------------------------------------------------
 
 TEST(VoltageSets, MayBeNamedByThePhaseAlone) {
   for (const std::vector<std::string>& names :
@@ -264,7 +264,7 @@ TEST(VoltageSets, SayWhichPhaseFieldsDoNotFitTheNames) {
   EXPECT_EQ(doubts({"Ua", "Ub", "Uc"}, {"A", "B", "C"}), Doubts{});
   EXPECT_EQ(doubts({"Ua", "Ub", "Uc"}, {"A", "B", "B"}), (Doubts{false, false, true}));
   EXPECT_EQ(doubts({"Va", "Vb", "Vc"}, {"B", "C", "A"}), (Doubts{true, true, true}));
-  EXPECT_EQ(doubts({"v_Ug_A", "v_Ug_B", "v_Ug_C"}, {"A", "B", "C"}), Doubts{}) << "U stands for the voltage";
+  EXPECT_EQ(doubts({"v_Ug_A", "v_Ug_B", "v_Ug_C"}, {"A", "B", "C"}), Doubts{}) << "here U means voltage";
   EXPECT_EQ(doubts({"U2a", "U2b", "U2c"}, {"A", "B", "C"}), Doubts{});
 }
 

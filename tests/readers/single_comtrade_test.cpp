@@ -22,7 +22,7 @@ constexpr const char* no_data =
     "r.cff: has no data section (\"--- file type: DAT ASCII ---\"); a single-file COMTRADE record holds its "
     "configuration and its data in such sections";
 
-/// A single-file record of two channels and three rows, made to measure.
+/// A single-file record of two channels and three rows; tests change its parts as needed.
 struct Cff {
   std::string cfg_line = "--- file type: CFG ---\n";
   std::string year = "2013";
@@ -57,14 +57,14 @@ void expect_whole(const Record& record) {
   EXPECT_EQ(record.notes, Strings{});
 }
 
-/// Every line feed with a carriage return in front.
+/// Returns the text with a carriage return before every line feed.
 std::string with_crlf(const std::string& text) {
   std::string result;
   for (const char c : text) result += c == '\n' ? "\r\n" : std::string(1, c);
   return result;
 }
 
-/// Three rows of the same samples as 16-bit values.
+/// Three rows with the same samples as 16-bit values.
 const std::string binary_rows =
     "\x01\0\0\0\0\0\0\0\x01\0\x02\0"
     "\x02\0\0\0\xE8\x03\0\0\x03\0\x04\0"
@@ -78,7 +78,7 @@ Cff binary() {
   return cff;
 }
 
-// --- what a good record gives ----------------------------------------------------------------------------------------
+// --- valid records ---------------------------------------------------------------------------------------------------
 
 TEST(SingleComtradeReader, IsReadWithAsciiData) {
   const Record record = read(Cff{}.text());
@@ -107,7 +107,7 @@ TEST(SingleComtradeReader, IsReadWithBinaryData) {
 }
 
 TEST(SingleComtradeReader, TakesBinaryDataThatLookLikeTextForData) {
-  // The second row's words spell a line feed and the beginning of an announcement.
+  // The words of the second row spell a line feed and the beginning of an announcement.
   Cff cff = binary();
   cff.data =
       "\x01\0\0\0\0\0\0\0\n---"
@@ -165,10 +165,10 @@ TEST(SingleComtradeReader, NotesOddities) {
   Cff cff;
   cff.data = "1,0,1,2\n5,4000,3,4\n6,5000,5";
   EXPECT_EQ(read(cff.text()).notes,
-            (Strings{"Sample numbers in the data file go from 1 to 5 at line 2; rows may be missing.",
-                     "The last line of the data file (line 3) is not complete and was dropped: the row has 3 fields "
-                     "where 4 belong.",
-                     "The configuration declares 3 samples, the data hold 2."}));
+            (Strings{"Sample numbers in the data file jump from 1 to 5 at line 2; rows may be missing.",
+                     "The last line of the data file (line 3) is incomplete and was dropped: the row has 3 fields "
+                     "instead of 4.",
+                     "The configuration declares 3 samples, but the data hold 2."}));
 }
 
 // --- missing parts ---------------------------------------------------------------------------------------------------
@@ -200,7 +200,7 @@ TEST(SingleComtradeReader, IsRefusedWithAnEmptyDataSection) {
   }
   cff.dat_line = "--- file type: DAT ASCII ---";
   cff.data = "";
-  EXPECT_EQ(refusal(cff.text()), expected) << "no line end behind the announcement";
+  EXPECT_EQ(refusal(cff.text()), expected) << "the announcement has no line end";
   Cff short_binary = binary();
   short_binary.data.resize(11);
   EXPECT_EQ(refusal(short_binary.text()), expected);
@@ -208,10 +208,12 @@ TEST(SingleComtradeReader, IsRefusedWithAnEmptyDataSection) {
 
 TEST(SingleComtradeReader, IsRefusedWithoutAConfiguration) {
   const std::string expected =
-      "r.cff, CFG section: line 1: the file ends where the station name should be; get the whole configuration file";
+      "r.cff, CFG section: line 1: the file ends where the station name should be; get the complete configuration "
+      "file";
   Cff cff;
   EXPECT_EQ(refusal(cff.between + cff.dat_line + cff.data), expected);
-  EXPECT_EQ(refusal(cff.dat_line + cff.data + cff.cfg_line + cff.cfg()), expected) << "behind the data it is data";
+  EXPECT_EQ(refusal(cff.dat_line + cff.data + cff.cfg_line + cff.cfg()), expected)
+      << "a configuration after the data is read as data";
   EXPECT_EQ(refusal(cff.cfg_line + cff.dat_line + cff.data), expected);
 }
 
@@ -228,7 +230,8 @@ TEST(SingleComtradeReader, NamesTheLineOfItsConfigurationWhereThatEnds) {
     end = cff.cfg().find('\n', end) + 1;
     EXPECT_EQ(
         refusal(cff.cfg_line + cff.cfg().substr(0, end) + cff.between + cff.dat_line + cff.data),
-        fmt::format("r.cff, CFG section: line {}: the file ends where {} should be; get the whole configuration file",
+        fmt::format("r.cff, CFG section: line {}: the file ends where {} should be; get the complete configuration "
+                    "file",
                     i + 2, parts[i]));
   }
 }
@@ -238,12 +241,12 @@ TEST(SingleComtradeReader, NamesTheLineOfItsSectionThatIsWrong) {
   cff.data = "1,0,1,2\n2,1000,3,four\n3,2000,5,6\n";
   EXPECT_EQ(
       refusal(cff.text()),
-      "r.cff, DAT section: line 2: 'four' is not a number (analog channel 2); correct the line, and make sure that the "
-      ".cfg belongs to this file");
+      "r.cff, DAT section: line 2: 'four' is not a number (analog channel 2); correct the line, and make sure that "
+      "the .cfg file belongs to this file");
   cff.type = "BINARY64";
   EXPECT_EQ(
       refusal(cff.text()),
-      "r.cff, CFG section: line 10: 'BINARY64' is not a type of data; correct the line to what the data are: ASCII, "
+      "r.cff, CFG section: line 10: 'BINARY64' is not a data type; correct the line to the actual data type: ASCII, "
       "BINARY, BINARY32 or FLOAT32");
 }
 
@@ -251,8 +254,8 @@ TEST(SingleComtradeReader, IsRefusedWithASectionBehindItsData) {
   Cff cff;
   cff.data += "--- file type: INF ---\nremarks\n";
   EXPECT_EQ(refusal(cff.text()),
-            "r.cff, DAT section: line 4: the row has 1 fields where 4 belong; correct the line, and make sure that the "
-            ".cfg belongs to this file");
+            "r.cff, DAT section: line 4: the row has 1 fields instead of 4; correct the line, and make sure that the "
+            ".cfg file belongs to this file");
 }
 
 TEST(SingleComtradeReader, IsReadAsFarAsItsBinaryDataGo) {
@@ -260,9 +263,9 @@ TEST(SingleComtradeReader, IsReadAsFarAsItsBinaryDataGo) {
   cff.data.resize(29);
   const Record record = read(cff.text());
   EXPECT_EQ(record.channels[0].samples, (Samples{10.5, 11.5}));
-  EXPECT_EQ(record.notes, (Strings{"The data file does not end with a whole row: its last 5 bytes of a row of 12 were "
-                                   "dropped.",
-                                   "The configuration declares 3 samples, the data hold 2."}));
+  EXPECT_EQ(record.notes, (Strings{"The data file ends in the middle of a row; the first 5 bytes of that row of 12 "
+                                   "bytes were dropped.",
+                                   "The configuration declares 3 samples, but the data hold 2."}));
 }
 
 TEST(SingleComtradeReader, IsRefusedWhereALineEndConversionHasDamagedBinaryData) {
@@ -272,7 +275,7 @@ TEST(SingleComtradeReader, IsRefusedWhereALineEndConversionHasDamagedBinaryData)
       << refusal(cff.text());
 }
 
-// --- told from other files -------------------------------------------------------------------------------------------
+// --- distinction from other files ------------------------------------------------------------------------------------
 
 TEST(SingleComtradeReader, IsKnownByItsFirstLine) {
   EXPECT_TRUE(is_single_comtrade(Cff{}.text()));
@@ -302,7 +305,7 @@ TEST(SingleComtradeReader, IsOpenedWithItsMissingValuesNoted) {
   Cff cff;
   cff.data = "1,0,1,2\n2,1000,99999,4\n3,2000,5,6\n";
   EXPECT_EQ(open_record(folder.write("r.cff", cff.text())).notes,
-            Strings{"1 value is missing, the first being sample 2 of channel 1 'Ua'."});
+            Strings{"1 value is missing; the first is sample 2 of channel 1 'Ua'."});
 }
 
 TEST(SingleComtradeReader, NamesItsFileWhenItIsOpenedInVain) {

@@ -18,12 +18,12 @@ TEST(InertText, LeavesUtf8AsItIs) {
 }
 
 TEST(InertText, ReplacesEachByteThatIsNotUtf8) {
-  EXPECT_EQ(inert("\xC2"), "\xEF\xBF\xBD");                  // cut off
-  EXPECT_EQ(inert("\xD3\x61"), "\xEF\xBF\xBD\x61");          // no continuation
-  EXPECT_EQ(inert("\xC0\xAF"), "\xEF\xBF\xBD\xEF\xBF\xBD");  // overlong
-  EXPECT_EQ(inert("\xE0\x80\x80").size(), 9U);               // overlong
+  EXPECT_EQ(inert("\xC2"), "\xEF\xBF\xBD");                  // the sequence is cut off
+  EXPECT_EQ(inert("\xD3\x61"), "\xEF\xBF\xBD\x61");          // the continuation byte is missing
+  EXPECT_EQ(inert("\xC0\xAF"), "\xEF\xBF\xBD\xEF\xBF\xBD");  // overlong sequence
+  EXPECT_EQ(inert("\xE0\x80\x80").size(), 9U);               // overlong sequence
   EXPECT_EQ(inert("\xED\xA0\x80").size(), 9U);               // surrogate
-  EXPECT_EQ(inert("\xF4\x90\x80\x80").size(), 12U);          // beyond U+10FFFF
+  EXPECT_EQ(inert("\xF4\x90\x80\x80").size(), 12U);          // above U+10FFFF
   EXPECT_EQ(inert("a\xFF\xFE"
                   "b"),
             "a\xEF\xBF\xBD\xEF\xBF\xBD"

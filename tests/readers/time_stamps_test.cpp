@@ -15,7 +15,7 @@ using Stamps = std::vector<double>;
 
 constexpr double microseconds = 1e-6;
 
-/// Stamps from `first` on, `step` apart.
+/// Returns stamps that start at `first` and are `step` apart.
 Stamps even(std::size_t count, double step, double first = 0) {
   Stamps stamps;
   for (std::size_t i = 0; i < count; i++) stamps.push_back(std::round(first + step * static_cast<double>(i)));
@@ -32,7 +32,7 @@ TEST(TimeStamps, TellTheRateWhereTheFileDoesNot) {
   const TimeTable table = table_of(0, even(100, 156.25));
   ASSERT_EQ(table.sections.size(), 1U);
   EXPECT_EQ(table.sections[0].rate, 6400) << "although each stamp is rounded to a microsecond";
-  EXPECT_EQ(table.notes, Strings{"The file states no sampling rate; the time stamps make it 6400 samples per second."});
+  EXPECT_EQ(table.notes, Strings{"The file states no sampling rate; the time stamps give 6400 samples per second."});
 }
 
 TEST(TimeStamps, TellARateThatIsNotWhole) {
@@ -58,7 +58,7 @@ TEST(TimeStamps, MayRunOverTheEndOfSixteenOrThirtyTwoBits) {
 TEST(TimeStamps, ThatAreMissingLeaveTheRateOpen) {
   const TimeTable table = table_of(0, Stamps(50, no_value));
   EXPECT_EQ(table.sections[0].rate, 0);
-  EXPECT_EQ(table.notes, Strings{"The file states no sampling rate, and its time stamps do not tell it."});
+  EXPECT_EQ(table.notes, Strings{"The file states no sampling rate, and it cannot be derived from the time stamps."});
   EXPECT_EQ(read_time_stamps({{0, 50}}, Stamps(50, no_value), microseconds, 4000).sections[0].rate, 4000);
 }
 
@@ -72,8 +72,8 @@ TEST(TimeStamps, ThatAreMissingDoNotDisturbAStatedRate) {
 TEST(TimeStamps, ThatDisagreeWithTheStatedRateAreSaidAndLeft) {
   const TimeTable table = table_of(1000, even(50, 500));
   EXPECT_EQ(table.sections[0].rate, 1000);
-  EXPECT_EQ(table.notes, Strings{"The time stamps make the sampling rate 2000 samples per second, the file states "
-                                 "1000, which is used."});
+  EXPECT_EQ(table.notes, Strings{"The time stamps give a sampling rate of 2000 samples per second, but the file "
+                                 "states 1000, which is used."});
 }
 
 // --- places where time is missing ------------------------------------------------------------------------------------
@@ -88,15 +88,15 @@ TEST(TimeStamps, TakeTheRecordApartWhereTimeIsMissing) {
   EXPECT_EQ(table.sections[1].end, 100U);
   EXPECT_FALSE(table.sections[1].follows);
   EXPECT_NEAR(table.sections[1].start, 2.04, 1e-9);
-  EXPECT_EQ(table.notes, Strings{"The time stamps jump forward by 2 s at sample 41; the record is taken apart there."});
+  EXPECT_EQ(table.notes, Strings{"The time stamps jump forward by 2 s at sample 41; the record is split there."});
 }
 
 TEST(TimeStamps, CountThePlacesWhereTimeIsMissing) {
   Stamps stamps = even(100, 1000);
   for (std::size_t i = 40; i < 100; i++) stamps[i] += i < 70 ? 1e5 : 2e5;
   EXPECT_EQ(table_of(1000, stamps).notes,
-            Strings{"The time stamps jump forward by 0.1 s at sample 41; the record is taken apart there. There are 1 "
-                    "more such places."});
+            Strings{"The time stamps jump forward by 0.1 s at sample 41; the record is split there. There are 1 more "
+                    "such places."});
 }
 
 TEST(TimeStamps, ThatGoBackAreSaidAndLeaveTheRecordWhole) {
@@ -104,19 +104,19 @@ TEST(TimeStamps, ThatGoBackAreSaidAndLeaveTheRecordWhole) {
   for (std::size_t i = 40; i < 100; i++) stamps[i] -= 30000;
   const TimeTable table = table_of(1000, stamps);
   EXPECT_EQ(table.sections.size(), 1U);
-  EXPECT_EQ(table.notes, Strings{"The time stamps go back by 0.03 s at sample 41; the samples are taken to follow each "
-                                 "other at the stated rate."});
+  EXPECT_EQ(table.notes, Strings{"The time stamps jump back by 0.03 s at sample 41; the samples are assumed to "
+                                 "follow one another at the stated rate."});
 }
 
 TEST(TimeStamps, ThatAreLateFromSomewhereOnByAPartOfAStepSaySo) {
   Stamps stamps = even(100, 1000);
   stamps[20] += 400;
-  EXPECT_EQ(table_of(1000, stamps).notes, Strings{}) << "one late stamp";
+  EXPECT_EQ(table_of(1000, stamps).notes, Strings{}) << "a single late stamp is not reported";
   for (std::size_t i = 40; i < 100; i++) stamps[i] += 400;
   EXPECT_EQ(
       table_of(1000, stamps).notes,
-      Strings{"From sample 41 on the time stamps are 400 us later than the rate makes them; the samples are taken to "
-              "follow each other."});
+      Strings{"From sample 41 on, the time stamps are 400 us later than the sampling rate implies; the samples are "
+              "assumed to follow one another without a gap."});
 }
 
 TEST(TimeStamps, TellWhetherSectionsFollowEachOther) {

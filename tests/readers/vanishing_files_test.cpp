@@ -1,4 +1,4 @@
-// Files that go or shrink while they are read.
+// Tests files that are deleted or truncated while they are being read.
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 namespace readers {
 namespace {
 
-constexpr int row_count = 40000;  // more than is read in one go
+constexpr int row_count = 40000;  // more than is read at once
 
 class VanishingFiles : public testing::Test {
  protected:
@@ -28,7 +28,7 @@ class VanishingFiles : public testing::Test {
     data = folder.write("r.dat", rows);
   }
 
-  /// Reads the record; `happens` once its configuration is known.
+  /// Reads the record and calls `happens` once its configuration is known.
   template <typename Action>
   Record read_while(Action happens) const {
     OpenOptions options;
@@ -57,7 +57,7 @@ TEST_F(VanishingFiles, ThatShrinkGiveWhatIsLeftAndANote) {
   const Record record =
       read_while([&] { std::filesystem::resize_file(data, std::string("1,0,7\n2,1000,7\n").size()); });
   EXPECT_EQ(record.length(), 2U);
-  EXPECT_EQ(record.notes, std::vector<std::string>{"The configuration declares 40000 samples, the data hold 2."});
+  EXPECT_EQ(record.notes, std::vector<std::string>{"The configuration declares 40000 samples, but the data hold 2."});
 }
 
 TEST_F(VanishingFiles, ThatShrinkToNothingAreRefused) {

@@ -1,4 +1,4 @@
-// Records of some channels by name, unit and phase field, and the sets that are found in them.
+// Builds records of channels with given names, units and phase fields, and lists the sets that are found in them.
 #pragma once
 
 #include <string>
@@ -42,7 +42,7 @@ inline Record two_sets(double first, double second, const std::string& second_un
 
 using Sets = std::vector<std::vector<std::size_t>>;
 
-/// The sets found, with channels counted from 1.
+/// Returns the sets that were found, with channels counted from 1.
 inline Sets sets_in(const Record& record) {
   Sets result;
   for (const VoltageSet& set : find_voltage_sets(record)) {

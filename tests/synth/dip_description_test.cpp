@@ -18,7 +18,8 @@ using tests::sine_in;
 
 constexpr double exact = 1e-9;
 
-/// The text of the DescriptionError that `action` throws; one that no expectation matches when it throws none.
+/// Returns the text of the DescriptionError that `action` throws, or a text that no expectation matches when it throws
+/// none.
 template <typename Action>
 std::string refusal_of(Action action) {
   try {
@@ -33,7 +34,7 @@ std::string refusal_of(const DipDescription& dip) {
   return refusal_of([&] { waveform_of(dip); });
 }
 
-// --- which phases ----------------------------------------------------------------------------------------------------
+// --- choice of phases ------------------------------------------------------------------------------------------------
 
 struct FaultCase {
   const char* text;
@@ -67,14 +68,15 @@ class NoFaults : public testing::TestWithParam<const char*> {};
 TEST_P(NoFaults, AreRefused) {
   EXPECT_EQ(refusal_of([] { parse_fault(GetParam()); }),
             std::string("--phases '") + GetParam() +
-                "' names no phases; give A to ABC, or A-B, B-C, C-A for two that move towards each other");
+                "' does not name phases; give A to ABC, or A-B, B-C or C-A for two phases that move towards each "
+                "other");
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, NoFaults,
                          testing::Values("", "D", "AA", "ABCA", "A B", "AB-", "A-", "-A", "A-A", "A--", "--A", "-A-",
                                          "---", "A-D", "A-BC", "1", "\x01"));
 
-// --- what they do to the phases --------------------------------------------------------------------------------------
+// --- effect on the phases --------------------------------------------------------------------------------------------
 
 TEST(Factors, ShrinkAndTurnThePhasesThatAreNamed) {
   const Factors factors = factors_of(parse_fault("CA"), 30, -20);
@@ -115,11 +117,12 @@ TEST_P(BetweenPhases, TwoMoveTowardsEachOtherAndTheThirdStays) {
     EXPECT_EQ(factors[healthy], Phasor(1));
     EXPECT_NEAR(std::abs(factors[leading]), 1 - depth / 100, 1e-12);
     EXPECT_NEAR(std::abs(factors[lagging]), 1 - depth / 100, 1e-12);
-    // Opposite the healthy phase both keep a half; that is the cosine of what is left of the 60 degrees between.
+    // Opposite the healthy phase both voltages keep a half, which is the cosine of the remaining part of the initial 60
+    // degrees.
     const double left = std::acos(0.5 / (1 - depth / 100)) * 180 / std::numbers::pi;
     EXPECT_NEAR(degrees_of(factors[leading]), left - 60, 1e-9);
     EXPECT_NEAR(degrees_of(factors[lagging]), 60 - left, 1e-9);
-    // No zero sequence comes up.
+    // No zero sequence arises.
     const Phasor sum = factors[0] + factors[1] * phasor(1, -120) + factors[2] * phasor(1, 120);
     EXPECT_NEAR(std::abs(sum), 0, 1e-12);
   }
@@ -135,8 +138,8 @@ TEST_P(BetweenPhases, FallByAHalfAtMost) {
 
 TEST_P(BetweenPhases, HaveNoPhaseJumpOfTheirOwn) {
   EXPECT_EQ(refusal_of([] { factors_of(parse_fault(GetParam().phases), 20, -10); }),
-            "--jump -10: where two phases move towards each other it follows from the depth; leave it out, or choose "
-            "phases that shrink");
+            "--jump -10: when two phases move towards each other, the jump follows from the depth; leave it out, or "
+            "choose phases that shrink");
 }
 
 INSTANTIATE_TEST_SUITE_P(Pairs, BetweenPhases,
@@ -158,7 +161,7 @@ TEST(Description, SaysByItselfWhatTheHelpSays) {
   EXPECT_EQ(waveform.frequency, 50);
   EXPECT_EQ(waveform.nominal_frequency, 50);
   EXPECT_EQ(waveform.rate, 6400);
-  EXPECT_EQ(waveform.length, 5120U) << "0.3 s, the dip of 0.2 s, 0.3 s";
+  EXPECT_EQ(waveform.length, 5120U) << "0.3 s before the dip, 0.2 s of dip, 0.3 s after it";
   EXPECT_EQ(waveform.noise, 0);
   EXPECT_EQ(waveform.seed, 1U);
   EXPECT_TRUE(waveform.harmonics.empty());
@@ -224,14 +227,14 @@ TEST(Description, RefusesListsThatDoNotFitEachOther) {
   DipDescription dip;
   dip.durations = {1, 2, 3};
   dip.depths = {10, 20};
-  EXPECT_EQ(refusal_of(dip), "--depth 10,20: 2 figures for 3 steps; give one for all or one for each");
+  EXPECT_EQ(refusal_of(dip), "--depth 10,20: 2 values for 3 steps; give one value for all steps or one for each");
   dip.depths = {10, 20, 30, 40};
-  EXPECT_EQ(refusal_of(dip), "--duration 1,2,3: 3 figures for 4 steps; give one for all or one for each");
+  EXPECT_EQ(refusal_of(dip), "--duration 1,2,3: 3 values for 4 steps; give one value for all steps or one for each");
   dip.durations = {1};
   dip.jumps = {0, 0.5};
-  EXPECT_EQ(refusal_of(dip), "--jump 0,0.5: 2 figures for 4 steps; give one for all or one for each");
+  EXPECT_EQ(refusal_of(dip), "--jump 0,0.5: 2 values for 4 steps; give one value for all steps or one for each");
   dip.jumps = {};
-  EXPECT_EQ(refusal_of(dip), "--jump : 0 figures for 4 steps; give one for all or one for each");
+  EXPECT_EQ(refusal_of(dip), "--jump : 0 values for 4 steps; give one value for all steps or one for each");
   dip.jumps = {0, 0.5, 1, 1.5};
   EXPECT_EQ(waveform_of(dip).stages.size(), 4U);
 }
@@ -262,7 +265,7 @@ TEST(Description, TakesTheLengthThatIsGivenToTheNearestSample) {
   DipDescription dip;
   dip.rate = 1000;
   dip.length = 0.4;
-  EXPECT_EQ(waveform_of(dip).length, 400U) << "though the dip lasts longer";
+  EXPECT_EQ(waveform_of(dip).length, 400U) << "the given length applies even if the dip lasts longer";
   dip.length = 2.0004;
   EXPECT_EQ(waveform_of(dip).length, 2000U);
   dip.length = 2.0006;
@@ -276,14 +279,14 @@ TEST(Description, MakesOneSampleToTwentyMillion) {
   EXPECT_EQ(waveform_of(dip).length, 1U);
   dip.length = 0.0004;
   EXPECT_EQ(refusal_of(dip),
-            "0.0004 s at 1000 samples per second are 0 samples, and 1 to 20000000 are made; choose another --length or "
-            "--rate");
+            "0.0004 s at 1000 samples per second are 0 samples, but the limits are 1 and 20000000; choose another "
+            "--length or --rate");
   dip.length = 20000;
   EXPECT_EQ(waveform_of(dip).length, 20000000U);
   dip.length = 20000.001;
   EXPECT_EQ(refusal_of(dip),
-            "20000.001 s at 1000 samples per second are 20000001 samples, and 1 to 20000000 are made; choose another "
-            "--length or --rate");
+            "20000.001 s at 1000 samples per second are 20000001 samples, but the limits are 1 and 20000000; choose "
+            "another --length or --rate");
 }
 
 TEST(Description, RefusesALengthThatIsNoNumber) {
@@ -349,7 +352,7 @@ TEST_P(PointOnWave, IsPhaseAsAngleAtTheStartOfTheDip) {
   dip.frequency = point.frequency;
   dip.deviation = point.deviation;
   dip.rate = 20000;
-  dip.depths = {0};  // so that the voltage goes on
+  dip.depths = {0};  // a depth of 0 lets the voltage continue unchanged
   const auto at = static_cast<std::size_t>(std::lround(dip.start * dip.rate));
   const auto record = record_of(waveform_of(dip));
   for (std::size_t x = 0; x < 3; x++) {
@@ -371,7 +374,7 @@ TEST(PointOnWave, IsThatOfTheBeginningOfAGradualFall) {
   EXPECT_NEAR(record_of(waveform_of(dip)).channels[0].samples[1920], 230 * std::numbers::sqrt2, 1e-7);
 }
 
-// --- all of it, in the samples ---------------------------------------------------------------------------------------
+// --- complete descriptions, checked in the samples -------------------------------------------------------------------
 
 TEST(Description, GivesEachStepItsVoltagesInTheSamples) {
   DipDescription dip;

@@ -1,4 +1,4 @@
-// What is written comes back: through the readers, to the digits or steps that the format has.
+// Writes records and reads them back; they must agree to the digits or steps that the format has.
 #include "synth/record_file.h"
 
 #include <gtest/gtest.h>
@@ -42,7 +42,7 @@ readers::Record record_with(const std::vector<readers::Channel>& channels, doubl
   return record;
 }
 
-/// A dip with noise and harmonics: values with all their digits.
+/// Returns a dip with noise and harmonics, so that its values need all their digits.
 readers::Record rich_record() {
   DipDescription dip;
   dip.phases = "CA";
@@ -82,7 +82,7 @@ TEST(CsvFile, ComesBackToNineDigits) {
   const auto back = readers::read_csv("r.csv", csv_of(record));
   ASSERT_EQ(back.channels.size(), 3U);
   EXPECT_TRUE(back.notes.empty());
-  EXPECT_EQ(back.line_frequency, 0) << "a table does not say";
+  EXPECT_EQ(back.line_frequency, 0) << "a table does not state the line frequency";
   for (std::size_t x = 0; x < 3; x++) {
     EXPECT_EQ(back.channels[x].name, record.channels[x].name);
     EXPECT_EQ(back.channels[x].unit, "V");
@@ -118,9 +118,9 @@ TEST(CsvFile, BringsOtherRatesBackToNineDigits) {
   EXPECT_NEAR(back.rates[0].rate, 1234.5, 1234.5e-9 * 2);
 }
 
-// --- COMTRADE, as it is written --------------------------------------------------------------------------------------
+// --- written COMTRADE files ------------------------------------------------------------------------------------------
 
-/// Peaks of 24.9995 V and 99.998 A: in text a step is 0.25 mV and 1 mA.
+/// Returns a record with peaks of 24.9995 V and 99.998 A, for which one step of the text format is 0.25 mV and 1 mA.
 readers::Record small_record() {
   auto record = record_with(
       {channel_of("Ua", "A", "V", {24.9995, -24.9995, 0.1}), channel_of("Ib", "B", "A", {0, 99.998, -1.0006})}, 6400);
@@ -194,13 +194,13 @@ TEST(SingleComtrade, StatesTheLengthOfBinaryData) {
   EXPECT_TRUE(text.ends_with("\r\n--- file type: DAT BINARY: 30 ---\r\n" + pair.data)) << text;
 }
 
-// --- COMTRADE, as it comes back --------------------------------------------------------------------------------------
+// --- COMTRADE files that are read back -------------------------------------------------------------------------------
 
 struct ComtradeCase {
   const char* name;
   ComtradeData data;
   bool single;
-  double steps;  // to either side of zero
+  double steps;  // number of steps on either side of zero
 };
 
 void PrintTo(const ComtradeCase& comtrade, std::ostream* out) {
@@ -251,9 +251,10 @@ TEST_P(Comtrade, ComesBackWithinHalfAStep) {
     const auto& samples = record.channels[x].samples;
     const double step = peak_of(samples) / steps();
     const double off = largest_difference(read.channels[x].samples, samples);
-    // Nine digits of the step: over all steps half of 1e-8 of one times their number.
+    // The step is written with nine digits; over the whole range that adds an error of up to half of 1e-8 of the step
+    // times the number of steps.
     EXPECT_LE(off, step * (0.5 + 0.5e-8 * steps()));
-    EXPECT_GE(off, step * 0.45) << "thousands of values come near to the middle between two steps";
+    EXPECT_GE(off, step * 0.45) << "among thousands of values some are close to the middle between two steps";
   }
 }
 
@@ -275,7 +276,7 @@ TEST_P(Comtrade, ScalesEachChannelByItsOwnPeak) {
 }
 
 TEST_P(Comtrade, TakesNoPeakForAMissingValue) {
-  // Steps of which nine digits are a little less than the peak over the number of steps.
+  // With these peaks the step, cut to nine digits, is slightly less than the peak over the number of steps.
   for (const double peak : {1.0, 325.2691193, 1.0 / 3, 2.0 / 3, 7.0}) {
     const auto read = back(record_with({channel_of("Ua", "A", "V", {peak, -peak})}, 6400));
     EXPECT_NEAR(read.channels[0].samples[0] / peak, 1, 6e-9);

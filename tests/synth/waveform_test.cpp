@@ -15,9 +15,9 @@ using tests::rms_over;
 using tests::sine_in;
 using Samples = std::vector<double>;
 
-constexpr double exact = 1e-9;  // volts, of hundreds: what sines and sums of doubles leave
+constexpr double exact = 1e-9;  // volts: the rounding error in double for some hundred volts
 
-/// 230 V at 50 Hz with `per_cycle` samples, for so many cycles.
+/// Returns a waveform of 230 V at 50 Hz with `per_cycle` samples per cycle, lasting `cycles` cycles.
 Waveform steady(int per_cycle, int cycles) {
   Waveform waveform;
   waveform.rate = 50.0 * per_cycle;
@@ -29,10 +29,10 @@ Samples phase(const Waveform& waveform, std::size_t x) {
   return record_of(waveform).channels[x].samples;
 }
 
-/// Magnitude of phase A against 230 V, sample by sample: its samples over those of the undisturbed waveform, which must
-/// pass zero nowhere.
+/// Returns the magnitude of phase A relative to 230 V at each sample: its samples divided by those of the undisturbed
+/// waveform, which must have no sample at a zero crossing.
 Samples factors_of_a(Waveform waveform) {
-  waveform.degrees = 45;  // with four samples a cycle, no sample lies at a zero crossing
+  waveform.degrees = 45;  // with this angle and four samples per cycle, no sample is at a zero crossing
   const auto disturbed = phase(waveform, 0);
   waveform.stages.clear();
   auto factors = phase(waveform, 0);
@@ -51,7 +51,7 @@ TEST(Waveform, SaysInItsRecordWhatItIs) {
   Waveform waveform = steady(32, 2);
   waveform.frequency = 49.9;
   const auto record = record_of(waveform);
-  EXPECT_EQ(record.line_frequency, 50) << "the nominal one";
+  EXPECT_EQ(record.line_frequency, 50) << "the nominal frequency is stated";
   ASSERT_EQ(record.rates.size(), 1U);
   EXPECT_EQ(record.rates[0].rate, 1600);
   EXPECT_EQ(record.rates[0].end, 64U);
@@ -81,7 +81,7 @@ TEST(Waveform, IsASineFromItsAngleOn) {
   waveform.degrees = 90;
   expect_near(phase(waveform, 0), {peak, 0, -peak, 0});
   waveform.degrees = -360 * 1e6 + 30;
-  EXPECT_NEAR(phase(waveform, 0)[0], peak / 2, 1e-4) << "many turns cost digits";
+  EXPECT_NEAR(phase(waveform, 0)[0], peak / 2, 1e-4) << "the sine loses digits after many turns";
 }
 
 TEST(Waveform, HasPhasesAThirdOfATurnApart) {
@@ -91,7 +91,7 @@ TEST(Waveform, HasPhasesAThirdOfATurnApart) {
     EXPECT_NEAR(std::abs(sine), 230, exact);
     EXPECT_NEAR(std::remainder(degrees_of(sine) + 120.0 * static_cast<double>(x), 360), 0, exact) << "ABC"[x];
   }
-  // B lags by four of twelve samples, C by eight.
+  // Phase B lags by four of the twelve samples, phase C by eight.
   for (std::size_t i = 0; i + 4 < 12; i++) {
     EXPECT_NEAR(record.channels[1].samples[i + 4], record.channels[0].samples[i], exact);
     EXPECT_NEAR(record.channels[2].samples[i], record.channels[0].samples[i + 4], exact);
@@ -110,13 +110,13 @@ TEST(Waveform, HasItsVoltageAsRmsOverEveryCycle) {
 }
 
 TEST(Waveform, GoesAtItsOwnFrequencyAndNotAtTheNominalOne) {
-  // 49 Hz against 50: after 25 of the nominal cycles half a turn is missing.
+  // At 49 Hz half a turn is missing after 25 nominal cycles of 50 Hz.
   Waveform waveform = steady(32, 26);
   waveform.frequency = 49;
   const auto samples = phase(waveform, 0);
   waveform.frequency = 50;
   const auto nominal = phase(waveform, 0);
-  // Eight samples on, a quarter of a nominal cycle: 49/200 of a turn.
+  // Eight samples later, a quarter of a nominal cycle has passed, which is 49/200 of a turn.
   const double peak = 230 * std::numbers::sqrt2;
   EXPECT_NEAR(samples[25 * 32], 0, exact);
   EXPECT_NEAR(samples[25 * 32 + 8], -peak * std::sin(2 * std::numbers::pi * 49 / 200), exact);
@@ -124,7 +124,7 @@ TEST(Waveform, GoesAtItsOwnFrequencyAndNotAtTheNominalOne) {
 }
 
 TEST(Waveform, KeepsItsAngleOverAnHour) {
-  // 17 Hz at 100 samples per second: whole turns after every 100 samples.
+  // At 17 Hz and 100 samples per second the sine completes whole turns every 100 samples.
   Waveform waveform;
   waveform.frequency = 17;
   waveform.rate = 100;
@@ -141,7 +141,7 @@ Stage shrunk(double begin, double end, double factor) {
 }
 
 TEST(Stages, HoldFromTheirFirstSampleUpToTheirEnd) {
-  // 200 samples per second: 5 ms a sample.
+  // The rate is 200 samples per second, so a sample takes 5 ms.
   Waveform waveform = steady(4, 2);
   waveform.stages = {shrunk(0.010, 0.025, 0.5)};
   expect_near(factors_of_a(waveform), {1, 1, 0.5, 0.5, 0.5, 1, 1, 1});
@@ -156,7 +156,7 @@ TEST(Stages, BeginAtTheNextSampleWhenTheyBeginBetweenTwo) {
 }
 
 TEST(Stages, TakeASumOfDecimalFractionsForTheSampleThatIsMeant) {
-  // As doubles, 0.1 + 0.2 is more than 0.3.
+  // In double precision 0.1 + 0.2 is more than 0.3.
   Waveform waveform = steady(4, 20);
   waveform.stages = {shrunk(0.1 + 0.2, 0.4, 0.5)};
   const auto factors = factors_of_a(waveform);
@@ -175,12 +175,12 @@ TEST(Stages, GoFromTheirFirstFactorToTheirLastInAStraightLine) {
 }
 
 TEST(Stages, TurnOnTheWayInAStraightLineBetweenTheirPhasors) {
-  // From 1 to 1 at 90 degrees: half-way at (1 + j) / 2, which is 0.707 at 45 degrees.
+  // The factor goes from 1 to 1 at 90 degrees, so half-way it is (1 + j) / 2, which is 0.707 at 45 degrees.
   Waveform waveform = steady(4, 2);
   const Factors turned = {phasor(1, 90), phasor(1, 90), phasor(1, 90)};
   waveform.stages = {{0, 0.020, undisturbed, turned}};
   const auto samples = phase(waveform, 0);
-  // Two samples in: sine of 180 and 45 degrees.
+  // At the second sample the sine has turned by 180 degrees, and the factor by 45.
   EXPECT_NEAR(samples[2], 230 * std::numbers::sqrt2 * std::sqrt(0.5) * -std::sqrt(0.5), exact);
 }
 
@@ -198,7 +198,7 @@ TEST(Stages, GiveEachPhaseItsFactor) {
     EXPECT_NEAR(std::abs(during), volts[x], exact);
     EXPECT_NEAR(rms_over(samples, 32, 32), volts[x], exact);
     EXPECT_NEAR(degrees_of(during / before), turns[x], exact);
-    EXPECT_NEAR(std::abs(sine_in(samples, 64, 32) - before), 0, exact) << "as before again";
+    EXPECT_NEAR(std::abs(sine_in(samples, 64, 32) - before), 0, exact) << "the voltage is the same as before the stage";
   }
 }
 
@@ -239,7 +239,7 @@ TEST(Harmonics, HaveTheirShareOfTheFundamental) {
 }
 
 TEST(Harmonics, PassZeroWithTheFundamentalOfTheirPhase) {
-  // So the third is alike in all phases, and the fifth turns the other way round.
+  // The third harmonic is therefore equal in all phases, and the fifth has the opposite phase sequence.
   Waveform waveform = steady(64, 1);
   waveform.degrees = 20;
   waveform.harmonics = {{3, 0.1}, {5, 0.1}};
@@ -263,7 +263,7 @@ TEST(Harmonics, ShrinkAndTurnWithTheirPhase) {
 
 // --- noise -----------------------------------------------------------------------------------------------------------
 
-/// What noise adds to a waveform.
+/// Returns the noise that is added to a waveform.
 Samples noise_in(const Waveform& waveform, std::size_t x) {
   Waveform clean = waveform;
   clean.noise = 0;
@@ -282,7 +282,7 @@ TEST(Noise, IsTheSameForTheSameSeedAndOtherForAnother) {
   waveform.seed = 8;
   const auto other = record_of(waveform);
   for (std::size_t x = 0; x < 3; x++) {
-    EXPECT_EQ(first.channels[x].samples, again.channels[x].samples) << "bit for bit";
+    EXPECT_EQ(first.channels[x].samples, again.channels[x].samples) << "the same seed gives the same noise bit for bit";
     for (std::size_t i = 0; i < first.length(); i++) {
       EXPECT_NE(first.channels[x].samples[i], other.channels[x].samples[i]) << "ABC"[x] << i;
     }
@@ -297,8 +297,8 @@ TEST(Noise, OfNothingIsNone) {
 }
 
 TEST(Noise, HasTheStandardDeviationThatWasAskedForAndNoMean) {
-  // Of 64000 samples the standard error is 1/253 of the deviation for the mean and 1/358 for the deviation itself; four
-  // of each are allowed.
+  // For 64000 samples the standard error is 1/253 of the deviation for the mean and 1/358 of it for the deviation
+  // itself; four standard errors are allowed for each.
   Waveform waveform = steady(128, 500);
   waveform.noise = 3;
   for (std::size_t x = 0; x < 3; x++) {
@@ -317,7 +317,7 @@ TEST(Noise, IsOfItsOwnInEachPhase) {
   const auto b = noise_in(waveform, 1);
   double product = 0;
   for (std::size_t i = 0; i < a.size(); i++) product += a[i] * b[i];
-  // Of independent ones the mean product is 0 with a standard error of 1/113.
+  // For independent noise the mean product is 0 with a standard error of 1/113.
   EXPECT_NEAR(product / static_cast<double>(a.size()), 0, 4 / 113.0);
 }
 

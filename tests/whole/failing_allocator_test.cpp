@@ -1,5 +1,5 @@
-// The library in a process whose allocator fails at each of its allocations in turn, those of the C library for it
-// included: files that it opens have buffers.
+// Runs the library in a process whose allocator fails at each of its allocations in turn. This includes allocations
+// that the C library makes for it, such as the buffers of files that it opens.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -22,12 +22,12 @@ namespace {
 
 struct {
   bool watching = false;
-  int until_failure = 0;  ///< 0: none fails
+  int until_failure = 0;  ///< number of allocations until one fails; 0: none fails
   int allocations = 0;
-  long alive = 0;  ///< blocks of the library's, given and not taken back
+  long alive = 0;  ///< number of blocks that the library has allocated and not yet freed
 } allocator;
 
-/// Whether the allocation that is asked for is to fail.
+/// Returns whether the requested allocation is to fail.
 bool fails() {
   if (!allocator.watching) return false;
   allocator.allocations++;
@@ -43,7 +43,7 @@ void* counted(void* block) {
 
 }  // namespace
 
-// Seen by the library too, whatever else of this program is not.
+// The library must see these functions too, whatever else of this program is hidden.
 #pragma GCC visibility push(default)
 extern "C" {
 
@@ -79,7 +79,7 @@ struct Watched {
   tests::Printed printed;
 };
 
-/// Runs `action` while the `failing`-th allocation fails, 0 for none.
+/// Runs `action` while the `failing`-th allocation fails; 0 lets every allocation succeed.
 template <typename Action>
 Watched watched(int failing, Action action) {
   Watched result{};
@@ -118,7 +118,7 @@ class FailingAllocator : public testing::Test {
 
 TEST_F(FailingAllocator, EndsARunWithItsLineWithoutALeakAndWithoutHarmToTheNext) {
   const int needed = watched(0, [&] { dipx_fun(record.get()); }).allocations;
-  ASSERT_GE(needed, 3) << "both working records and the report's file";
+  ASSERT_GE(needed, 3) << "these allocations are the two working records and the report's file";
   const auto whole = std::make_unique<dipx_data_struct>(*record);
   ASSERT_EQ(whole->evt_num, 1);
   const std::string lines[] = {
@@ -138,7 +138,7 @@ TEST_F(FailingAllocator, EndsARunWithItsLineWithoutALeakAndWithoutHarmToTheNext)
       EXPECT_EQ(dq_rms_buf, nullptr);
       EXPECT_EQ(record->evt_buf[0].hold_time_dq, 0.0F);
     } else {
-      EXPECT_EQ(run.printed.err, "") << "a report that cannot be written is left out silently";
+      EXPECT_EQ(run.printed.err, "") << "a report that cannot be written is omitted silently";
       EXPECT_EQ(std::memcmp(record->evt_buf, whole->evt_buf, sizeof record->evt_buf), 0);
     }
     free_all();

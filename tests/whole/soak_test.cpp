@@ -1,6 +1,7 @@
-// Many analyses in one process: memory and descriptors stay flat, and each result is that of a process that has done
-// nothing before. Two things are carried over on purpose: the count that a refused input leaves standing, and what the
-// working arrays hold past a window, which a repaired segmentation and the point on wave of a dip without a start read.
+// Runs many analyses in one process. Memory use and descriptors must stay constant, and each result must equal that of
+// a fresh process. Two things are carried over on purpose: the count that remains after a refused input, and the
+// content of the working arrays past a window, which is read by a repaired segmentation and by the point on wave of a
+// dip without a start.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -29,8 +30,8 @@ namespace {
 
 constexpr int rate = 32;
 
-/// The record of a number: a sine with up to three dips, sometimes with noise, harmonics or a value that is no number,
-/// and one in sixteen refused. The first touches as much memory as any.
+/// Fills in the record with the given number: a sine with up to three dips, sometimes with noise, harmonics or a NaN;
+/// one record in sixteen is refused. The first record touches as much memory as any other.
 void fill(dipx_data_struct& record, unsigned number) {
   std::mt19937 random(number);
   const auto between = [&](int low, int high) {
@@ -79,13 +80,13 @@ bool is_refused(unsigned number) {
   return number % 16 == 15;
 }
 
-/// Whether segments of a dip reach past its window: a repaired segmentation takes positions in the record for positions
-/// in the window.
+/// Returns whether segments of a dip extend past its window, which happens because a repaired segmentation treats
+/// record positions as window positions.
 bool reaches_past_its_window(const dipx_event_record& event, int recovery, int cycle) {
   return event.SEG_T_num > 0 && event.SEG_T_idx[event.SEG_T_num - 1] >= recovery + 4 * cycle;
 }
 
-/// With the rates of change, which are measured in the first transition.
+/// This includes the rates of change, which are measured in the first transition.
 void clear_segments(dipx_event_record& event) {
   event.Voltagechange_Va = event.Voltagechange_Vb = event.Voltagechange_Vc = 0;
   for (auto* list :
@@ -98,17 +99,17 @@ void clear_segments(dipx_event_record& event) {
   }
 }
 
-/// Whether no phase has a start to measure at: a fresh process then has the 90 degrees that are added to nothing.
+/// Returns whether no phase has a start to measure at. A fresh process then reports the 90 degrees that are added to 0.
 bool is_without_start(const dipx_event_record& event) {
   return event.SEG_T_num > 0 && event.POW_a == 90 && event.POW_b == 90 && event.POW_c == 90;
 }
 
 struct Result {
-  std::uint64_t digest;         ///< of the host's record and of the report but for its time
-  std::uint64_t but_for_start;  ///< of the record without points on wave
-  bool without_start;           ///< by one of the events, which a fresh process alone can tell
+  std::uint64_t digest;         ///< digest of the host's record and of the report without its timing
+  std::uint64_t but_for_start;  ///< digest of the record without the points on wave
+  bool without_start;           ///< one of the events has no start, which only a fresh process can determine
   int events;
-  int past;  ///< of them, those with segments past their window
+  int past;  ///< how many of them have segments past their window
 };
 
 Result analyse(dipx_data_struct& record, unsigned number) {
@@ -116,7 +117,7 @@ Result analyse(dipx_data_struct& record, unsigned number) {
   dipx_fun(&record);
   Result result{0, 0, false, record.evt_num, 0};
   const bool refused = is_refused(number);
-  if (refused) record.evt_num = 0;  // all that differs there
+  if (refused) record.evt_num = 0;  // this count is all that differs after a refused input
   for (int i = 0; i < record.evt_num; i++) {
     if (!reaches_past_its_window(record.evt_buf[i], dq_rms_buf->T[2 * i + 1], record.smp_rate)) continue;
     clear_segments(record.evt_buf[i]);
@@ -125,7 +126,7 @@ Result analyse(dipx_data_struct& record, unsigned number) {
   std::string report = tests::bytes_of("dipx_result.txt");
   const std::size_t second = report.find('\n', report.find('\n') + 1) + 1;
   report.erase(second, report.find('\n', second) + 1 - second);
-  if (refused || result.past > 0) report.clear();  // it lists what differs
+  if (refused || result.past > 0) report.clear();  // the report lists the values that differ
   const std::hash<std::string_view> hash;
   const std::string_view bytes(reinterpret_cast<const char*>(&record), sizeof record);
   result.digest = hash(bytes) ^ hash(report) * 31;
@@ -137,7 +138,7 @@ Result analyse(dipx_data_struct& record, unsigned number) {
   return result;
 }
 
-/// Memory that processes share.
+/// Memory that is shared between processes.
 template <typename Value>
 class Shared {
  public:
@@ -156,7 +157,7 @@ class Shared {
   Value* values_;
 };
 
-/// To the page, unlike the count in statm.
+/// Returns the resident memory to the page, which statm does not.
 long resident_kilobytes() {
   std::ifstream file("/proc/self/smaps_rollup");
   for (std::string word; file >> word;) {
@@ -170,7 +171,7 @@ int open_descriptors() {
   return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
-/// Runs `action` in a process of its own that prints nothing; whether it came to its end.
+/// Runs `action` in a separate process that prints nothing, and returns whether that process finished.
 template <typename Action>
 bool in_own_process(Action action) {
   std::fflush(nullptr);
@@ -185,22 +186,22 @@ bool in_own_process(Action action) {
   return process > 0 && waitpid(process, &state, 0) == process && WIFEXITED(state) && WEXITSTATUS(state) == 0;
 }
 
-/// What the long process had in use.
+/// Memory and descriptors that the long process had in use.
 struct Use {
   long kilobytes;
   int descriptors;
 };
 
-/// The test's own process never calls the library, so that every process it starts is a fresh one.
+/// The test's own process never calls the library, so every process that it starts is a fresh one.
 void soak(unsigned analyses) {
   const tests::WorkingFolder folder;
   const auto record = std::make_unique<dipx_data_struct>();
   const Shared<Result> all(analyses);
   const Shared<Use> used(2);
   ASSERT_TRUE(in_own_process([&] {
-    // The test's own memory is there from the start, what measuring takes included.
+    // The memory of the test itself, including that needed for measuring, is touched before the first measurement.
     for (unsigned i = 0; i < analyses; i++) all[i] = {};
-    // So are the results: a page of them takes memory once a dip was ever written there.
+    // The same holds for the results, whose pages take up memory once a dip has been written to them.
     std::memset(new_dipx_buf, 1, sizeof new_dipx_buf);
     used[0] = used[1] = {resident_kilobytes(), open_descriptors()};
     for (unsigned i = 0; i < analyses; i++) {
@@ -209,7 +210,7 @@ void soak(unsigned analyses) {
     }
     used[1] = {resident_kilobytes(), open_descriptors()};
   }));
-#ifndef __SANITIZE_ADDRESS__  // which holds on to what is freed; leaks are told there by other means
+#ifndef __SANITIZE_ADDRESS__  // the sanitizer keeps freed memory; its own leak check covers that case
   EXPECT_LE(used[1].kilobytes, used[0].kilobytes + 128);
 #endif
   EXPECT_EQ(used[1].descriptors, used[0].descriptors);
@@ -232,7 +233,7 @@ void soak(unsigned analyses) {
   for (const pid_t starter : started) {
     int state = 0;
     ASSERT_EQ(waitpid(starter, &state, 0), starter);
-    ASSERT_EQ(state, 0) << "a fresh process did not come to its end";
+    ASSERT_EQ(state, 0) << "a fresh process did not finish";
   }
 
   unsigned with_events = 0;
@@ -257,9 +258,9 @@ void soak(unsigned analyses) {
     with_events += fresh[i].events > 0 ? 1 : 0;
     past += fresh[i].past > 0 ? 1 : 0;
   }
-  EXPECT_GT(with_events, analyses / 4) << "records worth analysing";
-  EXPECT_LT(past, analyses / 20) << "and few of which segments are left out";
-  EXPECT_LT(without_start, analyses / 20) << "or points on wave";
+  EXPECT_GT(with_events, analyses / 4) << "too few records contained dips";
+  EXPECT_LT(past, analyses / 20) << "too many segments were left out of the comparison";
+  EXPECT_LT(without_start, analyses / 20) << "too many points on wave were left out of the comparison";
   std::printf("%u with dips; %u with segments past their window, %u without a start\n", with_events, past,
               without_start);
   std::printf("%ld KB resident after a quarter, %ld KB at the end; %d and %d descriptors\n", used[0].kilobytes,

@@ -1,4 +1,5 @@
-// Whole analyses by the library as it ships and by the one with plain kernels: every result to the last bit.
+// Compares whole analyses by the library as shipped with those by the library with plain kernels: all results must be
+// bit-identical.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -25,7 +26,7 @@ const LoadedLibrary& plain() {
   return library;
 }
 
-/// A host's record with the waveform in it.
+/// Returns a host's record that contains the waveform.
 std::unique_ptr<dipx_data_struct> host_record(const synth::DipDescription& description) {
   const auto wave = synth::record_of(synth::waveform_of(description));
   auto host = std::make_unique<dipx_data_struct>();
@@ -42,7 +43,7 @@ std::unique_ptr<dipx_data_struct> host_record(const synth::DipDescription& descr
 
 class WholeRuns : public testing::Test {
  protected:
-  /// Analyses by both and compares all that is left.
+  /// Runs the analysis with both libraries and compares everything that they leave behind.
   void expect_equal(const synth::DipDescription& description) {
     const auto own = host_record(description);
     const auto other = std::make_unique<dipx_data_struct>(*own);

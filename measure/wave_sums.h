@@ -1,0 +1,65 @@
+// Sums over an excerpt's averages, from which any stretch of it is fitted without another pass over its averages.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "measure/waveform.h"
+
+namespace measure {
+
+class Excerpt;
+
+/// Sums of the waves that a fit is made of, theta being the fundamental's angle at the middle of an average. Products
+/// of two waves are waves of the sum and of the difference of their orders, so that the normal equations of a fit need
+/// no more than these. Averages that are missing are in none of the sums.
+class WaveSums {
+ public:
+  static constexpr int orders = 8;           ///< of harmonics, 0 to 7
+  static constexpr int product_orders = 15;  ///< of products of two of them
+  static constexpr int time_orders = 9;      ///< of products of a harmonic and a fundamental times time
+
+  /// Times count in cycles from the stretch's beginning. Each wave has two places, for its cosine and for its sine.
+  class Sums {
+   public:
+    [[nodiscard]] const double* wave(int order) const { return at(2 * order); }
+    /// Of waves times time, and times the square of time: the latter of orders 0 and 2.
+    [[nodiscard]] const double* timed(int order) const { return at(first_timed + 2 * order); }
+    [[nodiscard]] const double* timed_twice(int order) const { return at(first_twice + order); }
+    /// Of the averages of a phase times waves, times the fundamental and time, and squared.
+    [[nodiscard]] const double* value(std::size_t phase, int order) const { return at(of(phase) + 2 * order); }
+    [[nodiscard]] const double* timed_value(std::size_t phase) const { return at(of(phase) + 2 * orders); }
+    [[nodiscard]] double squares(std::size_t phase) const { return *at(of(phase) + 2 * orders + 2); }
+    [[nodiscard]] double count() const { return sums_[0]; }
+
+   private:
+    friend class WaveSums;
+    static constexpr int first_timed = 2 * product_orders;
+    static constexpr int first_twice = first_timed + 2 * time_orders;
+    static constexpr int first_value = first_twice + 4;
+    static constexpr int per_phase = 2 * orders + 3;
+    static constexpr int all = first_value + per_phase * static_cast<int>(most_phases);
+
+    [[nodiscard]] static int of(std::size_t phase) { return first_value + per_phase * static_cast<int>(phase); }
+    [[nodiscard]] const double* at(int place) const { return &sums_[static_cast<std::size_t>(place)]; }
+    [[nodiscard]] double* at(int place) { return &sums_[static_cast<std::size_t>(place)]; }
+    void count_time_from(double origin);
+
+    std::array<double, all> sums_{};
+  };
+
+  explicit WaveSums(const Excerpt& excerpt);
+
+  /// Over the averages from `begin` to, not including, `end`.
+  [[nodiscard]] Sums between(const Excerpt& excerpt, std::size_t begin, std::size_t end) const;
+
+ private:
+  static constexpr std::size_t apart = 4;  // averages between two of the sums that are kept
+
+  static void add(const Excerpt& excerpt, std::size_t index, Sums& sums);
+
+  std::vector<Sums> up_to_;
+};
+
+}  // namespace measure

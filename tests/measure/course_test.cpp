@@ -1,0 +1,418 @@
+#include "measure/course.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "measure/detector.h"
+#include "measure/half_cycle_rms.h"
+#include "tests/measure/made_waveform.h"
+
+namespace measure {
+namespace {
+
+using tests::balanced;
+using tests::degrees_of;
+using tests::MadeWaveform;
+using tests::phasor;
+using tests::ramped;
+using tests::Sampling;
+using tests::staged;
+
+constexpr double sample_s = 1.0 / 6400;
+
+/// The courses of a waveform's dips. Events are found against each voltage's own usual level, or the declared voltage.
+std::vector<Course> courses_in(const MadeWaveform& made, std::optional<double> declared_v = {}) {
+  const Waveform& waveform = made.waveform();
+  const std::size_t phases = waveform.phases.size();
+  const CycleTrack track(waveform);
+  const UsualLevels levels = usual_levels(track, phases);
+  std::vector<HalfCycleRms> series;
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    series.push_back(half_cycle_rms(waveform, phase, track, levels.fundamental_v[phase]));
+  }
+  References references;
+  references.start = levels.fundamental_v;
+  if (declared_v) references.start.fill(*declared_v);
+  const std::size_t usual = track.cycle_at((levels.from_s + levels.to_s) / 2);
+  const Wiring wiring = wiring_of(track.phasors(usual), phases);
+  std::vector<Course> courses;
+  for (const Event& event : detect(series, references, {})) {
+    if (event.kind != EventKind::dip) continue;
+    courses.push_back(measure_course({waveform, track, levels, wiring, declared_v}, event));
+  }
+  return courses;
+}
+
+/// The course of a waveform's only dip.
+Course course_in(const MadeWaveform& made, std::optional<double> declared_v = {}) {
+  const auto courses = courses_in(made, declared_v);
+  EXPECT_EQ(courses.size(), 1U);
+  return courses.empty() ? Course{} : courses[0];
+}
+
+void expect_start_and_end(const Course& course, double start_s, double end_s, double off = sample_s) {
+  ASSERT_TRUE(course.start_s);
+  EXPECT_NEAR(course.start_s->value, start_s, off);
+  ASSERT_TRUE(course.end_s);
+  EXPECT_NEAR(course.end_s->value, end_s, off);
+}
+
+void expect_voltages(const Segment& segment, const Phasors& rms, const Phasors& before, std::size_t phases = 3,
+                     double percent = 0.3) {
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    const SegmentPhase& found = segment.phases[phase];
+    const double volts = std::abs(before[phase]) * percent / 100;
+    EXPECT_NEAR(found.voltage_v.value, std::abs(rms[phase]), volts) << "phase " << phase;
+    EXPECT_NEAR(found.share_of_before, std::abs(rms[phase] / before[phase]), percent / 100) << "phase " << phase;
+    EXPECT_EQ(found.below_threshold, std::abs(rms[phase]) < 0.9 * std::abs(before[phase]));
+    ASSERT_TRUE(found.phase_jump_degrees) << "phase " << phase;
+    EXPECT_NEAR(found.phase_jump_degrees->value, degrees_of(rms[phase] / before[phase]), 0.5) << "phase " << phase;
+  }
+}
+
+// --- steps -----------------------------------------------------------------------------------------------------------
+
+TEST(Course, OfADipOfOneStageIsThatStage) {
+  const Phasors low = {phasor(115, -25), phasor(230, -120), phasor(200, 112)};
+  for (const double start : {0.5, 0.5012, 0.5047, 0.5081, 0.5133}) {
+    const double end = start + 0.2043;
+    const auto made = staged({{0, balanced(230)}, {start, low}, {end, balanced(230)}}, 1.3);
+    const Course course = course_in(made);
+    expect_start_and_end(course, start, end);
+    ASSERT_EQ(course.segments.size(), 1U) << start;
+    const Segment& segment = course.segments[0];
+    EXPECT_FALSE(segment.gradual);
+    EXPECT_TRUE(segment.measured);
+    EXPECT_NEAR(segment.start_s, start, sample_s);
+    ASSERT_TRUE(segment.end_s);
+    EXPECT_NEAR(*segment.end_s, end, sample_s);
+    expect_voltages(segment, low, balanced(230));
+    EXPECT_NEAR(course.explained_share, 1, 1e-9);
+    EXPECT_EQ(course.level_source, LevelSource::before);
+    EXPECT_NEAR(course.frequency, 50, 2e-3);
+  }
+}
+
+TEST(Course, HasTwoTransitionsRoundOneStage) {
+  const Phasors low = {phasor(115, 0), phasor(230, -120), phasor(161, 120)};
+  const Course course = course_in(staged({{0, balanced(230)}, {0.5, low}, {0.7, balanced(230)}}, 1.3));
+  ASSERT_EQ(course.transitions.size(), 2U);
+  for (const Transition& transition : course.transitions) {
+    EXPECT_FALSE(transition.gradual);
+    EXPECT_EQ(transition.phases, (PhaseFlags{true, false, true}));
+    EXPECT_NEAR(transition.end_s, transition.start_s, sample_s);
+  }
+  EXPECT_NEAR(course.transitions[0].start_s, 0.5, sample_s);
+  EXPECT_NEAR(course.transitions[1].start_s, 0.7, sample_s);
+}
+
+TEST(Course, HasEachStageOfADip) {
+  const Phasors first = {phasor(115, -20), phasor(230, -120), phasor(230, 120)};
+  const Phasors second = {phasor(92, -20), phasor(138, -140), phasor(230, 120)};
+  const Phasors third = {phasor(172.5, 0), phasor(184, -120), phasor(195.5, 120)};
+  const Course course = course_in(
+      staged({{0, balanced(230)}, {0.5023, first}, {0.6, second}, {0.7777, third}, {0.9, balanced(230)}}, 1.5));
+  expect_start_and_end(course, 0.5023, 0.9);
+  ASSERT_EQ(course.segments.size(), 3U);
+  expect_voltages(course.segments[0], first, balanced(230));
+  expect_voltages(course.segments[1], second, balanced(230));
+  expect_voltages(course.segments[2], third, balanced(230));
+  EXPECT_NEAR(course.segments[1].start_s, 0.6, sample_s);
+  EXPECT_NEAR(*course.segments[1].end_s, 0.7777, sample_s);
+  ASSERT_EQ(course.transitions.size(), 4U);
+  EXPECT_EQ(course.transitions[1].phases, (PhaseFlags{true, true, false}));
+  EXPECT_EQ(course.transitions[2].phases, (PhaseFlags{true, true, true}));
+}
+
+TEST(Course, KnowsThePointOnWaveOfEachPhase) {
+  // A sine that begins at 0 s with 90 degrees: after 25 cycles and 13 ms it is at 324 degrees.
+  const Course course = course_in(staged({{0, balanced(230)}, {0.513, balanced(115)}, {0.7, balanced(230)}}, 1.3));
+  const double degrees = 90 + 360 * 0.65;
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    ASSERT_TRUE(course.point_on_wave_degrees[phase]);
+    const double expected = degrees - 120 * static_cast<double>(phase);
+    const double off = std::remainder(course.point_on_wave_degrees[phase]->value - expected, 360);
+    EXPECT_NEAR(off, 0, 360 * 50 * sample_s);
+    EXPECT_GE(course.point_on_wave_degrees[phase]->value, 0);
+    EXPECT_LT(course.point_on_wave_degrees[phase]->value, 360);
+  }
+}
+
+TEST(Course, IsNotMovedByHarmonicsNoiseAndOffsets) {
+  const Phasors low = {phasor(115, -25), phasor(230, -120), phasor(200, 112)};
+  auto made = staged({{0, balanced(230)}, {0.5047, low}, {0.7, balanced(230)}}, 1.3);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) { return tests::turning(phasor(7, 20), 250, t) + 10; });
+  }
+  made.add(0, [](double t) { return t < 0.5047 || t >= 0.7 ? 0 : 60 * std::exp(-(t - 0.5047) / 0.012); });
+  made.add_noise(1);
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5047, 0.7, 2 * sample_s);
+  ASSERT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], low, balanced(230));
+}
+
+TEST(Course, HasFiguresThatHoldTheTruth) {
+  const Phasors low = {phasor(115, -25), phasor(230, -120), phasor(200, 112)};
+  auto made = staged({{0, balanced(230)}, {0.5047, low}, {0.7, balanced(230)}}, 1.3);
+  made.add_noise(5);
+  const Course course = course_in(made);
+  ASSERT_TRUE(course.start_s && course.end_s);
+  EXPECT_NEAR(course.start_s->value, 0.5047, course.start_s->plus_minus);
+  EXPECT_NEAR(course.end_s->value, 0.7, course.end_s->plus_minus);
+  ASSERT_EQ(course.segments.size(), 1U);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const Figure& voltage = course.segments[0].phases[phase].voltage_v;
+    EXPECT_GT(voltage.plus_minus, 0);
+    EXPECT_LT(voltage.plus_minus, 2.3) << "1 % of the voltage before";
+  }
+}
+
+TEST(Course, HasATransitionAsLongAsTheChangeTakes) {
+  // For 2 ms the voltages are neither what they were nor what they will be.
+  const Course course = course_in(
+      staged({{0, balanced(230)}, {0.5, balanced(230, 10)}, {0.502, balanced(115, -10)}, {0.7, balanced(230)}}, 1.4));
+  expect_start_and_end(course, 0.5, 0.7);
+  ASSERT_EQ(course.segments.size(), 1U);
+  EXPECT_NEAR(course.segments[0].start_s, 0.502, 2 * sample_s);
+  expect_voltages(course.segments[0], balanced(115, -10), balanced(230));
+  ASSERT_FALSE(course.transitions.empty());
+  EXPECT_NEAR(course.transitions[0].end_s - course.transitions[0].start_s, 0.002, 3 * sample_s);
+}
+
+TEST(Course, OfADipIsNotMixedWithTheNextOne) {
+  const auto made = staged(
+      {{0, balanced(230)}, {0.5, balanced(115)}, {0.6, balanced(230)}, {0.66, balanced(161)}, {0.8, balanced(230)}},
+      1.4);
+  const auto courses = courses_in(made);
+  ASSERT_EQ(courses.size(), 2U);
+  expect_start_and_end(courses[0], 0.5, 0.6);
+  expect_start_and_end(courses[1], 0.66, 0.8);
+  ASSERT_EQ(courses[0].segments.size(), 1U);
+  ASSERT_EQ(courses[1].segments.size(), 1U);
+  expect_voltages(courses[0].segments[0], balanced(115), balanced(230));
+  expect_voltages(courses[1].segments[0], balanced(161), balanced(230));
+}
+
+// --- gradual changes -------------------------------------------------------------------------------------------------
+
+TEST(Course, EndsWhereAGradualRecoveryPasses90PerCent) {
+  // A sudden fall to 50 %, and 0.4 s later 100 %: 90 % after four fifths of the time.
+  auto made = ramped(balanced(115), balanced(230), 0.5, 0.9, 1.5);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) { return t < 0.5 ? tests::turning(balanced(115)[phase], 50, t) : 0; });
+  }
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5, 0.5 + 0.8 * 0.4, 0.003);
+  EXPECT_NEAR(course.start_s->value, 0.5, sample_s);
+  ASSERT_EQ(course.segments.size(), 1U);
+  EXPECT_TRUE(course.segments[0].gradual);
+  EXPECT_NEAR(course.segments[0].phases[0].voltage_v.value, 115, 3) << "where it is lowest";
+  ASSERT_EQ(course.transitions.size(), 2U);
+  EXPECT_FALSE(course.transitions[0].gradual);
+  EXPECT_TRUE(course.transitions[1].gradual);
+}
+
+TEST(Course, BeginsWhereAGradualFallPasses90PerCent) {
+  auto made = ramped(balanced(230), balanced(115), 0.5, 0.7, 1.8);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) { return t < 1 ? 0 : tests::turning(balanced(115)[phase], 50, t); });
+  }
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5 + 0.2 * 0.2, 1, 0.003);
+  EXPECT_NEAR(course.end_s->value, 1, sample_s);
+  ASSERT_FALSE(course.segments.empty());
+  EXPECT_FALSE(course.segments.back().gradual);
+  EXPECT_NEAR(course.segments.back().phases[2].voltage_v.value, 115, 0.7);
+  EXPECT_FALSE(course.point_on_wave_degrees[0]) << "a gradual fall has none";
+}
+
+TEST(Course, HasASteadySegmentBeforeARampOfTwoCycles) {
+  auto made = ramped(balanced(115), balanced(230), 0.7, 0.74, 1.4);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) { return t < 0.5 ? tests::turning(balanced(115)[phase], 50, t) : 0; });
+  }
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5, 0.7 + 0.8 * 0.04, 0.002);
+  ASSERT_EQ(course.segments.size(), 1U);
+  EXPECT_FALSE(course.segments[0].gradual);
+  EXPECT_NEAR(*course.segments[0].end_s, 0.7, 0.002);
+  expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+TEST(Course, HasAGradualSegmentBetweenTwoSteadyOnes) {
+  // 40 % from 0.5 s on, from 0.7 s to 0.8 s up to 70 %, and back at 1.1 s.
+  MadeWaveform made(6400, 1.7, 50, 3);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) {
+      const double share = t < 0.5 || t >= 1.1 ? 1 : 0.4 + 0.3 * std::clamp((t - 0.7) / 0.1, 0.0, 1.0);
+      return share * tests::turning(balanced(230)[phase], 50, t);
+    });
+  }
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5, 1.1);
+  ASSERT_EQ(course.segments.size(), 3U);
+  EXPECT_FALSE(course.segments[0].gradual);
+  EXPECT_TRUE(course.segments[1].gradual);
+  EXPECT_FALSE(course.segments[2].gradual);
+  EXPECT_NEAR(course.segments[1].start_s, 0.7, 0.002);
+  EXPECT_NEAR(*course.segments[1].end_s, 0.8, 0.002);
+  expect_voltages(course.segments[0], balanced(92), balanced(230));
+  expect_voltages(course.segments[2], balanced(161), balanced(230));
+}
+
+// --- the record's ends -----------------------------------------------------------------------------------------------
+
+TEST(Course, HasNoStartWhereTheRecordBeginsInTheDip) {
+  const auto made = staged({{0, balanced(115, -20)}, {0.3, balanced(230)}}, 1.2);
+  const Course course = course_in(made);
+  EXPECT_FALSE(course.start_s);
+  ASSERT_TRUE(course.end_s);
+  EXPECT_NEAR(course.end_s->value, 0.3, sample_s);
+  EXPECT_EQ(course.level_source, LevelSource::after);
+  ASSERT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], balanced(115, -20), balanced(230));
+}
+
+TEST(Course, TakesTheDeclaredVoltageWhereTheRecordBeginsInTheDip) {
+  const auto made = staged({{0, balanced(115)}, {0.3, balanced(230)}}, 1.2);
+  const Course course = course_in(made, 240);
+  EXPECT_EQ(course.level_source, LevelSource::declared);
+  ASSERT_EQ(course.segments.size(), 1U);
+  EXPECT_NEAR(std::abs(course.before[1]), 240, 1e-9);
+  EXPECT_NEAR(course.segments[0].phases[1].share_of_before, 115.0 / 240, 0.002);
+}
+
+TEST(Course, HasNoEndWhereTheDipGoesOn) {
+  const auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}}, 0.9);
+  const Course course = course_in(made);
+  ASSERT_TRUE(course.start_s);
+  EXPECT_NEAR(course.start_s->value, 0.5, sample_s);
+  EXPECT_FALSE(course.end_s);
+  ASSERT_EQ(course.segments.size(), 1U);
+  EXPECT_FALSE(course.segments[0].end_s);
+  expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+// --- other samplings, frequencies and phases -------------------------------------------------------------------------
+
+TEST(Course, IsFoundAtOtherFrequenciesAndRates) {
+  const Phasors low = {phasor(115, -25), phasor(230, -120), phasor(200, 112)};
+  for (const Sampling& sampling : {Sampling{6400, 49.7, 3}, Sampling{6400, 60, 3}, Sampling{7680, 60.2, 3},
+                                   Sampling{1600, 50, 3}, Sampling{12800, 50, 3}}) {
+    const auto made = staged({{0, balanced(230)}, {0.5047, low}, {0.7, balanced(230)}}, 1.3, sampling);
+    const Course course = course_in(made);
+    expect_start_and_end(course, 0.5047, 0.7, 1 / sampling.rate);
+    EXPECT_NEAR(course.frequency, sampling.hertz, 5e-3);
+    ASSERT_EQ(course.segments.size(), 1U) << sampling.rate << ", " << sampling.hertz;
+    expect_voltages(course.segments[0], low, balanced(230));
+  }
+}
+
+TEST(Course, IsFoundWithEightSamplesPerCycle) {
+  const Phasors low = {phasor(115, -25), phasor(230, -120), phasor(200, 112)};
+  const auto made = staged({{0, balanced(230)}, {0.5047, low}, {0.7, balanced(230)}}, 1.3, {400, 50, 3});
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5047, 0.7, 2.0 / 400);
+  ASSERT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], low, balanced(230), 3, 1);
+}
+
+TEST(Course, IsFoundInOneAndTwoPhases) {
+  const Phasors low = {phasor(115, -25), phasor(92, -120), 0};
+  for (const std::size_t phases : {1U, 2U}) {
+    const auto made = staged({{0, balanced(230)}, {0.5047, low}, {0.7, balanced(230)}}, 1.3, {6400, 50, phases});
+    const Course course = course_in(made);
+    expect_start_and_end(course, 0.5047, 0.7);
+    ASSERT_EQ(course.segments.size(), 1U);
+    expect_voltages(course.segments[0], low, balanced(230), phases);
+    EXPECT_FALSE(course.segments[0].sequences);
+    EXPECT_FALSE(course.segments[0].type);
+  }
+}
+
+TEST(Course, HasSequencesAndTypeOfThreePhases) {
+  // Phase A falls to 40 % alone: a third of the loss is missing of the positive sequence, and is in the others.
+  const Phasors low = {phasor(92, 0), phasor(230, -120), phasor(230, 120)};
+  const Course course = course_in(staged({{0, balanced(230)}, {0.5, low}, {0.7, balanced(230)}}, 1.3));
+  ASSERT_EQ(course.segments.size(), 1U);
+  ASSERT_TRUE(course.segments[0].sequences && course.segments[0].type);
+  EXPECT_NEAR(course.segments[0].sequences->positive_v, 184, 0.5);
+  EXPECT_NEAR(course.segments[0].sequences->negative_v, 46, 0.5);
+  EXPECT_NEAR(course.segments[0].sequences->zero_v, 46, 0.5);
+  EXPECT_NEAR(*course.segments[0].sequences->unbalance_percent, 25, 0.4);
+  EXPECT_EQ(course.segments[0].type->letter, 'B');
+  EXPECT_EQ(course.segments[0].type->category, 3);
+}
+
+TEST(Course, HasTheSameTypeHoweverThePhasesAreConnected) {
+  // Phase B falls to 40 % alone, in a network of reversed rotation and in one in which phase C is turned round.
+  for (const bool reversed : {false, true}) {
+    for (const bool turned : {false, true}) {
+      Phasors before = balanced(230);
+      if (reversed) std::swap(before[1], before[2]);
+      if (turned) before[2] = -before[2];
+      Phasors low = before;
+      low[1] *= 0.4;
+      const Course course = course_in(staged({{0, before}, {0.5, low}, {0.7, before}}, 1.3));
+      ASSERT_EQ(course.segments.size(), 1U);
+      ASSERT_TRUE(course.segments[0].sequences && course.segments[0].type);
+      EXPECT_NEAR(course.segments[0].sequences->positive_v, 184, 0.5);
+      EXPECT_NEAR(course.segments[0].sequences->negative_v, 46, 0.5);
+      EXPECT_NEAR(course.segments[0].sequences->zero_v, 46, 0.5);
+      EXPECT_EQ(course.segments[0].type->letter, 'B');
+      EXPECT_EQ(course.segments[0].type->category, 5);
+    }
+  }
+}
+
+TEST(Course, SaysNoAngleOfAPhaseThatIsGone) {
+  const Phasors low = {phasor(4, 0), phasor(230, -120), phasor(230, 120)};
+  const Course course = course_in(staged({{0, balanced(230)}, {0.5, low}, {0.7, balanced(230)}}, 1.3));
+  ASSERT_EQ(course.segments.size(), 1U);
+  EXPECT_FALSE(course.segments[0].phases[0].phase_jump_degrees);
+  EXPECT_TRUE(course.segments[0].phases[1].phase_jump_degrees);
+  EXPECT_NEAR(course.segments[0].phases[0].voltage_v.value, 4, 0.7);
+}
+
+// --- missing samples -------------------------------------------------------------------------------------------------
+
+TEST(Course, IsFoundBesideMissingSamplesInTheSteadyVoltage) {
+  auto made = staged({{0, balanced(230)}, {0.5047, balanced(115)}, {0.7, balanced(230)}}, 1.3);
+  made.lose(1, 0.31, 0.318).lose(0, 0.95, 0.955);
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5047, 0.7);
+  ASSERT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+TEST(Course, IsFoundBesideMissingSamplesInTheDip) {
+  auto made = staged({{0, balanced(230)}, {0.5047, balanced(115)}, {0.8, balanced(230)}}, 1.4);
+  made.lose(1, 0.641, 0.645);
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5047, 0.8);
+  ASSERT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+TEST(Course, IsFoundWhereOnePhaseIsMissingAtTheStart) {
+  auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}, {0.8, balanced(230)}}, 1.4);
+  made.lose(0, 0.49, 0.51);
+  const Course course = course_in(made);
+  expect_start_and_end(course, 0.5, 0.8);
+  ASSERT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], balanced(115), balanced(230));
+}
+
+TEST(Course, IsLessSureOfAnEndThatIsMissing) {
+  auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}, {0.8, balanced(230)}}, 1.4);
+  for (std::size_t phase = 0; phase < 3; phase++) made.lose(phase, 0.797, 0.803);
+  const Course course = course_in(made);
+  ASSERT_TRUE(course.end_s);
+  EXPECT_NEAR(course.end_s->value, 0.8, course.end_s->plus_minus);
+  EXPECT_GE(course.end_s->plus_minus, 0.003) << "any instant within the gap may be the end";
+}
+
+}  // namespace
+}  // namespace measure

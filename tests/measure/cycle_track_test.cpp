@@ -1,0 +1,109 @@
+#include "measure/cycle_track.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/measure/made_waveform.h"
+
+namespace measure {
+namespace {
+
+using tests::balanced;
+using tests::phasor;
+using tests::staged;
+
+TEST(CycleTrack, FindsTheFrequency) {
+  for (const double hertz : {40.5, 45.0, 49.7, 50.0, 50.02, 52.3, 59.4, 60.0, 60.5, 71.0}) {
+    const auto made = staged({{0, balanced(230)}}, 1, {6400, hertz, 3});
+    EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), hertz, 1e-3);
+  }
+}
+
+TEST(CycleTrack, FindsTheFrequencyOfOneAndTwoPhasesAndOfFewSamples) {
+  for (const std::size_t phases : {1U, 2U}) {
+    const auto made = staged({{0, balanced(230)}}, 1, {6400, 49.7, phases});
+    EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 49.7, 1e-3);
+  }
+  const auto made = staged({{0, balanced(230)}}, 1, {400, 49.7, 3});
+  EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 49.7, 1e-2) << "eight samples per cycle";
+}
+
+TEST(CycleTrack, FindsTheFrequencyBesideHarmonics) {
+  auto made = staged({{0, balanced(230)}}, 1, {6400, 49.7, 3});
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [](double t) { return tests::turning(phasor(15, 20), 5 * 49.7, t) + 30; });
+  }
+  EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 49.7, 1e-2);
+}
+
+TEST(CycleTrack, TakesTheFrequencyWhereTheVoltageIsHigh) {
+  // Most of the record is dead.
+  const Phasors dead = {};
+  const auto made = staged({{0, dead}, {4, balanced(230)}}, 6, {3200, 49.7, 3});
+  EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 49.7, 1e-3);
+}
+
+TEST(CycleTrack, HasOnePhasorPerCycle) {
+  const Phasors rms = {phasor(230, 15), phasor(115, -100), phasor(23, 170)};
+  const auto made = staged({{0, rms}}, 1);
+  const CycleTrack track(made.waveform());
+  ASSERT_EQ(track.cycles(), 50U);
+  for (std::size_t k = 0; k < track.cycles(); k++) {
+    EXPECT_FALSE(track.is_missing(k));
+    EXPECT_EQ(track.first_sample(k), 128 * k);
+    for (std::size_t phase = 0; phase < 3; phase++) {
+      EXPECT_NEAR(std::abs(track.phasors(k)[phase] - rms[phase] * std::numbers::sqrt2), 0, 1e-3);
+    }
+  }
+  EXPECT_NEAR(track.time_of(3), 0.07 - 0.5 / 6400, 1e-9) << "the middle of samples 384 to 511";
+  EXPECT_EQ(track.cycle_at(0.0599), 2U);
+  EXPECT_EQ(track.cycle_at(0.0601), 3U);
+  EXPECT_EQ(track.cycle_at(-1), 0U);
+  EXPECT_EQ(track.cycle_at(100), 49U);
+}
+
+TEST(CycleTrack, IsMissingWhereSamplesAre) {
+  auto made = staged({{0, balanced(230)}}, 1);
+  made.lose(1, 0.209, 0.2095).lose(2, 0.5, 0.57);
+  const CycleTrack track(made.waveform());
+  EXPECT_NEAR(track.frequency(), 50, 1e-3);
+  for (std::size_t k = 0; k < track.cycles(); k++) {
+    EXPECT_EQ(track.is_missing(k), k == 10 || (k >= 25 && k <= 28)) << k;
+  }
+}
+
+TEST(CycleTrack, TellsWhereTheVoltageIsSteady) {
+  const Phasors low = {phasor(115, 0), phasor(230, -120), phasor(207, 120)};
+  const auto made = staged({{0, balanced(230)}, {0.4, low}, {0.6, balanced(230)}}, 1);
+  const CycleTrack track(made.waveform());
+  ASSERT_EQ(track.steady().size(), 3U);
+  const auto& dip = track.steady()[1];
+  EXPECT_EQ(track.steady()[0].begin, 0U);
+  EXPECT_EQ(track.steady()[0].end, 20U);
+  EXPECT_EQ(dip.begin, 20U);
+  EXPECT_EQ(dip.end, 30U);
+  EXPECT_EQ(dip.length(), 10U);
+  EXPECT_EQ(track.steady()[2].end, 50U);
+  EXPECT_NEAR(dip.level[0], 115, 0.01);
+  EXPECT_NEAR(dip.level[1], 230, 0.01);
+  EXPECT_NEAR(dip.level[2], 207, 0.01);
+}
+
+TEST(CycleTrack, IsNotSteadyAcrossMissingSamples) {
+  auto made = staged({{0, balanced(230)}}, 1);
+  made.lose(0, 0.41, 0.411);
+  const CycleTrack track(made.waveform());
+  ASSERT_EQ(track.steady().size(), 2U);
+  EXPECT_EQ(track.steady()[0].end, 20U);
+  EXPECT_EQ(track.steady()[1].begin, 21U);
+}
+
+TEST(CycleTrack, OfLessThanACycleHasNone) {
+  const auto made = staged({{0, balanced(230)}}, 0.015);
+  const CycleTrack track(made.waveform());
+  EXPECT_EQ(track.cycles(), 0U);
+  EXPECT_TRUE(track.steady().empty());
+  EXPECT_EQ(track.frequency(), 50);
+}
+
+}  // namespace
+}  // namespace measure

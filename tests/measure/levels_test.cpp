@@ -1,0 +1,65 @@
+#include "measure/levels.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/measure/made_waveform.h"
+
+namespace measure {
+namespace {
+
+using tests::balanced;
+using tests::MadeWaveform;
+using tests::phasor;
+using tests::staged;
+
+UsualLevels levels_of(const MadeWaveform& made) {
+  return usual_levels(CycleTrack(made.waveform()), made.waveform().phases.size());
+}
+
+TEST(UsualLevels, AreThoseOfTheFirstSteadyTime) {
+  auto made = staged({{0, {phasor(230, 0), phasor(228, -120), phasor(233, 120)}}, {0.5, balanced(115)}}, 1);
+  made.add(0, [](double t) { return tests::turning(46, 250, t) + 20; });
+  const UsualLevels levels = levels_of(made);
+  EXPECT_NEAR(levels.fundamental_v[0], 230, 0.01) << "of the fundamental alone";
+  EXPECT_NEAR(levels.fundamental_v[1], 228, 0.01);
+  EXPECT_NEAR(levels.fundamental_v[2], 233, 0.01);
+  EXPECT_FALSE(levels.begins_low);
+  EXPECT_NEAR(levels.from_s, 0, 0.001);
+  EXPECT_NEAR(levels.to_s, 0.5, 0.001);
+}
+
+TEST(UsualLevels, AreTheLaterOnesWhereTheRecordBeginsLow) {
+  const auto made = staged({{0, balanced(115)}, {0.3, balanced(230)}}, 1);
+  const UsualLevels levels = levels_of(made);
+  EXPECT_TRUE(levels.begins_low);
+  for (std::size_t phase = 0; phase < 3; phase++) EXPECT_NEAR(levels.fundamental_v[phase], 230, 0.01);
+  EXPECT_NEAR(levels.from_s, 0.3, 0.021);
+  EXPECT_NEAR(levels.to_s, 1, 0.001);
+}
+
+TEST(UsualLevels, AreTheFirstOnesWhereTheRecordIsLowMostOfTheTime) {
+  const auto made = staged({{0, balanced(115)}, {0.7, balanced(230)}}, 1);
+  const UsualLevels levels = levels_of(made);
+  EXPECT_FALSE(levels.begins_low);
+  EXPECT_NEAR(levels.fundamental_v[0], 115, 0.01);
+}
+
+TEST(UsualLevels, OfAVoltageThatSinksBeforeAnySteadyTimeAreThoseOfTheBeginning) {
+  // Phase A steps down after a cycle and a half, so the first two cycles are not steady.
+  const Phasors low = {phasor(115, 0), phasor(230, -120), phasor(230, 120)};
+  const auto made = staged({{0, balanced(230)}, {0.03, low}}, 0.5);
+  const UsualLevels levels = levels_of(made);
+  // Of three cycles at 230 V, in between and 115 V the middle one lies between the two.
+  EXPECT_GT(levels.fundamental_v[0], 140);
+  EXPECT_NEAR(levels.fundamental_v[1], 230, 0.01);
+}
+
+TEST(UsualLevels, OfTooShortARecordAreThoseOfItsFirstCycles) {
+  const auto made = staged({{0, balanced(230)}}, 0.02);
+  const UsualLevels levels = levels_of(made);
+  EXPECT_NEAR(levels.fundamental_v[0], 230, 0.01);
+  EXPECT_EQ(levels.from_s, 0);
+}
+
+}  // namespace
+}  // namespace measure
