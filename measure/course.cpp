@@ -674,7 +674,9 @@ class CourseFinder {
   [[nodiscard]] double end_plus_minus() const {
     const std::size_t run = std::min(runs_end_, runs_.size() - 1);
     if (gradual_end_ && run > 0) return std::min(gradual_plus_minus(runs_[run - 1]), runs_[run - 1].length_s());
-    return std::max(sharpest(), runs_[run].returned_plus_minus);
+    // What blurs the beginning of the dip, before the record or in it, blurs its end as well.
+    const double blur = has_before() && !gradual_start_ ? start_plus_minus() : sharpest();
+    return runs_[run].returned_plus_minus + blur;
   }
 
   void write_point_on_wave(Course& course) const {

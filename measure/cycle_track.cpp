@@ -49,7 +49,7 @@ CycleTrack::Turning CycleTrack::turning(const WindowPhasor& fundamental, std::si
 void CycleTrack::find_frequency() {
   constexpr std::size_t chunk_cycles = 12;
   constexpr std::size_t most_chunks = 32;
-  constexpr std::size_t looks_per_chunk = 8;
+  constexpr std::size_t looks_per_chunk = 12;
   constexpr int rounds = 3;
   const double nominal = waveform_.line_frequency;
   WindowPhasor fundamental;

@@ -96,7 +96,8 @@ std::pair<std::size_t, double> returns_at(const Costs& costs, std::size_t phases
 
 }  // namespace
 
-Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s) {
+Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
+                  bool ringing_matters) {
   const std::size_t phases = excerpt.phases();
   const auto sample_at = [&](double seconds) {
     const double sample = std::ceil(seconds * excerpt.rate());
@@ -203,6 +204,7 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
                     time(last),
                     last_spread / excerpt.rate()};
   // The change may be over earlier than the ringing after it is.
+  if (!ringing_matters) return instants;
   const auto [back, back_spread] = returns_at(costs, phases, start, last, excerpt.rate());
   const double earliest = std::min(time(back) - back_spread / excerpt.rate(), time(last));
   const double latest = time(last) + last_spread / excerpt.rate();

@@ -23,6 +23,8 @@ struct Instants {
 
 /// Looks for the change among the samples from `from_s` to `to_s`. Outside it one of the courses holds; within it a
 /// phase may follow either, or neither at a price. The division that explains the samples best wins.
-Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s);
+/// `ringing_matters`: whether it is looked for what ringing may hide.
+Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
+                  bool ringing_matters);
 
 }  // namespace measure

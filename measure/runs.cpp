@@ -212,7 +212,7 @@ class RunFinder {
       const double meet = (left_end + right_begin) / 2;
       nearby_ = distance(left.phasors(meet), right.phasors(meet));
       instants = pin_down(excerpt_, left, right, std::max(left_end - 0.5 * cycle, begin),
-                          std::min(right_begin + 0.4 * cycle, end));
+                          std::min(right_begin + 0.4 * cycle, end), round == 1);
       clear_before = 0.15;
       clear_after = 0.05;
     }

@@ -1,13 +1,12 @@
 #include "measure/window_phasor.h"
 
-#include <array>
 #include <cmath>
 
 namespace measure {
 
 namespace {
 
-/// Sums of products are made in lanes that a compiler can make vectors of.
+/// So many sums are made side by side and added in the end, which compilers can make vectors of.
 constexpr std::size_t lanes = 4;
 
 }  // namespace
@@ -43,20 +42,33 @@ WindowPhasor::WindowPhasor(double radians_per_sample, std::size_t samples) {
 }
 
 Phasor WindowPhasor::of(const double* samples) const {
-  std::array<double, lanes> re{};
-  std::array<double, lanes> im{};
+  // Each sum has a variable of its own, as compilers keep these in registers.
+  double re0 = 0;
+  double re1 = 0;
+  double re2 = 0;
+  double re3 = 0;
+  double im0 = 0;
+  double im1 = 0;
+  double im2 = 0;
+  double im3 = 0;
+  const double* re = re_.data();
+  const double* im = im_.data();
   const std::size_t whole = size() / lanes * lanes;
   for (std::size_t k = 0; k < whole; k += lanes) {
-    for (std::size_t lane = 0; lane < lanes; lane++) {
-      re[lane] += samples[k + lane] * re_[k + lane];
-      im[lane] += samples[k + lane] * im_[k + lane];
-    }
+    re0 += samples[k] * re[k];
+    re1 += samples[k + 1] * re[k + 1];
+    re2 += samples[k + 2] * re[k + 2];
+    re3 += samples[k + 3] * re[k + 3];
+    im0 += samples[k] * im[k];
+    im1 += samples[k + 1] * im[k + 1];
+    im2 += samples[k + 2] * im[k + 2];
+    im3 += samples[k + 3] * im[k + 3];
   }
-  double re_sum = (re[0] + re[1]) + (re[2] + re[3]);
-  double im_sum = (im[0] + im[1]) + (im[2] + im[3]);
+  double re_sum = (re0 + re1) + (re2 + re3);
+  double im_sum = (im0 + im1) + (im2 + im3);
   for (std::size_t k = whole; k < size(); k++) {
-    re_sum += samples[k] * re_[k];
-    im_sum += samples[k] * im_[k];
+    re_sum += samples[k] * re[k];
+    im_sum += samples[k] * im[k];
   }
   return {re_sum, im_sum};
 }

@@ -8,6 +8,7 @@
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
 #include "outputs/figures_text.h"
+#include "outputs/voltage_names.h"
 
 namespace outputs {
 
@@ -36,6 +37,8 @@ class Caption {
  private:
   void add(const std::string& head, const std::string& text) { lines_.push_back({head, text}); }
 
+  [[nodiscard]] std::string label(std::size_t phase) const { return figure_label(record_, analysis_.voltages, phase); }
+
   /// Of a voltage: "92.00 V (40.0 %)", "92.00 V (40.0 %, 39.1 % of declared)".
   [[nodiscard]] std::string level_text(double volts) const {
     const bool other = analysis_.options.reference != measure::Reference::declared;
@@ -47,14 +50,15 @@ class Caption {
   void add_event(const measure::Event& event) {
     std::string kind = analysis::kind_words(event.kind);
     kind[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(kind[0])));
-    const std::string phases = analysis_.voltages.letters(event.phases);
-    add(kind, fmt::format("{}: {}, {}", phases.empty() ? "" : " of " + phases, extent_text(event), lasts_text(event)));
+    const std::string phases = voltages_text(record_, analysis_.voltages, event.phases);
+    add(kind, fmt::format(" of {}: {}, {}", phases, extent_text(event), lasts_text(event)));
+    if (event.kind != EventKind::rapid_voltage_change) return;
+    add("Steady voltage", fmt::format(": {} between before and after", level_text(event.delta_steady_v)));
   }
 
   [[nodiscard]] std::string extent_text(const measure::Event& event) const {
     if (event.kind == EventKind::rapid_voltage_change) {
-      return fmt::format("largest change {}, lasting {}", level_text(event.delta_max_v),
-                         level_text(event.delta_steady_v));
+      return fmt::format("{} at most", level_text(event.delta_max_v));
     }
     return fmt::format("{} {}", event.kind == EventKind::swell ? "highest voltage" : "residual voltage",
                        level_text(event.extreme_v));
@@ -78,8 +82,7 @@ class Caption {
     for (std::size_t phase = 0; phase < analysis_.voltages.phases; phase++) {
       const auto& degrees = course.point_on_wave_degrees[phase];
       if (!degrees || !std::isfinite(degrees->value)) continue;
-      text += fmt::format("{}{} {} \u00b1 {:.1f}°", text.empty() ? "" : ", ", analysis_.voltages.letter(phase),
-                          angle_text(degrees->value), degrees->plus_minus);
+      text += fmt::format("{}{} {}", text.empty() ? "" : ", ", label(phase), angle_text(*degrees));
     }
     return text;
   }
@@ -93,7 +96,7 @@ class Caption {
     }
     if (segment.gradual) text += "gradual, at its lowest ";
     for (std::size_t phase = 0; phase < analysis_.voltages.phases; phase++) {
-      text += fmt::format("{}{} {:.1f} %", phase == 0 ? "" : ", ", analysis_.voltages.letter(phase),
+      text += fmt::format("{}{} {:.1f} %", phase == 0 ? "" : ", ", label(phase),
                           view_.percent(segment.phases[phase].voltage_v.value));
     }
     return text;
@@ -112,6 +115,10 @@ class Caption {
 };
 
 }  // namespace
+
+std::string figure_label(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase) {
+  return voltages.phases == 3 ? voltages.letter(phase) : shortened(voltage_name(record, voltages, phase), 14);
+}
 
 std::vector<CaptionLine> caption_of(const readers::Record& record, const Analysis& analysis, const FigureView& view) {
   return Caption(record, analysis, view).lines();

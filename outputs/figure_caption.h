@@ -1,6 +1,7 @@
 // The lines below a figure: what the event is, and the figures of its segments.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,10 @@ struct CaptionLine {
   std::string head;  ///< in bold: "Dip", or a segment's number; may be empty
   std::string text;  ///< what follows it, as plain text
 };
+
+/// What a figure calls a voltage: its phase's letter, or its name where fewer than three are analysed, whose phases are
+/// not known.
+std::string figure_label(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase);
 
 std::vector<CaptionLine> caption_of(const readers::Record& record, const analysis::Analysis& analysis,
                                     const FigureView& view);

@@ -15,6 +15,7 @@
 #include "outputs/figures_text.h"
 #include "outputs/markup.h"
 #include "outputs/ticks.h"
+#include "outputs/voltage_names.h"
 
 namespace outputs {
 
@@ -43,9 +44,13 @@ constexpr std::array<const char*, 3> dashes = {"none", "1.6 0.6", "0.4 0.5"};
 struct Extremes {
   double low = std::numeric_limits<double>::infinity();
   double high = -std::numeric_limits<double>::infinity();
+  std::size_t missing = 0;
 
   void take(double value) {
-    if (!std::isfinite(value)) return;
+    if (!std::isfinite(value)) {
+      missing++;
+      return;
+    }
     low = std::min(low, value);
     high = std::max(high, value);
   }
@@ -291,10 +296,9 @@ class Figure {
     double x = left;
     const double room = (right - left) / 3;
     for (std::size_t phase = 0; phase < phases(); phase++) {
-      std::string name = analysis_.voltages.letter(phase);
-      if (!analysis_.voltages.computed) {
-        name += ": " + shortened(record_.channels[analysis_.voltages.channels[phase]].name, 14);
-      }
+      const std::string label = figure_label(record_, analysis_.voltages, phase);
+      const std::string channel = shortened(voltage_name(record_, analysis_.voltages, phase), 14);
+      const std::string name = label == channel ? label : label + ": " + channel;
       add("<path d=\"M{} 3h5\" stroke=\"{}\" stroke-width=\"0.4\" stroke-dasharray=\"{}\"/>\n", x, colours[phase],
           dashes[phase]);
       add("<text x=\"{}\" y=\"3.9\" font-size=\"{:.2f}\">{}</text>\n", x + 6, size_within(room - 7, name),
@@ -362,7 +366,8 @@ class Figure {
     }
   };
 
-  /// Highest and lowest value of each cycle, with breaks where all of a cycle's values are missing.
+  /// Highest and lowest value of each cycle, with breaks where a cycle lacks so many values that its peaks may be
+  /// among them.
   void envelope(std::size_t phase) {
     const auto most = static_cast<std::size_t>((right - left) / 0.2);
     const auto& shown = view_.shown;
@@ -374,7 +379,7 @@ class Figure {
       // A last piece shorter than the others would lack its peaks.
       const std::size_t begin = end - std::min(step, end - shown.begin);
       const Extremes volts = extremes_of(curves_.volts[phase], begin, end);
-      if (!volts.any()) {
+      if (!volts.any() || 4 * volts.missing > end - begin) {
         if (!outlines.back().above.empty()) outlines.emplace_back();
         continue;
       }

@@ -143,7 +143,8 @@ const charts = {
       series: [{}, ...more.series],
       bands: more.bands,
       hooks: {
-        drawClear: [(u) => this.drawEvents(u, more.named)],
+        // Over the grid, which would hide lines at its ticks.
+        drawAxes: [(u) => this.drawEvents(u, more.named)],
         draw: [(u) => more.draw?.(u)],
         setSelect: [(u) => this.zoomToSelection(u)],
         setCursor: [(u) => this.read(u)],

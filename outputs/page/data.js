@@ -80,17 +80,22 @@ function raw(curve_, from, to) {
   return [times, ...levels];
 }
 
-/// Highest and lowest value that is there from `begin` to before `end`; null where none is.
+/// Highest and lowest value that is there from `begin` to before `end`; null where so many are missing that the peaks
+/// may be among them.
 function extremes(phase, begin, end, scale) {
+  let gaps = 0;
   let highest = missing;
   let lowest = -missing;
   for (let i = begin; i < end; i++) {
     const value = phase[i];
-    if (value === missing) continue;
+    if (value === missing) {
+      gaps++;
+      continue;
+    }
     if (value > highest) highest = value;
     if (value < lowest) lowest = value;
   }
-  return highest === missing ? [null, null] : [highest * scale, lowest * scale];
+  return highest === missing || 4 * gaps > end - begin ? [null, null] : [highest * scale, lowest * scale];
 }
 
 /// Highest and lowest of a curve in each of at most `most` pieces of at least `least` values between two times:

@@ -59,13 +59,8 @@ std::size_t channel_named(const Record& record, std::string_view text) {
 
 VoltageSet named_voltage_set(const Record& record, const std::string& names) {
   const std::vector<std::string_view> parts = split_fields(names, ',');
-<<<<<<< HEAD
   if (parts.size() > 3) {
     refuse_names(record, "one to three channels separated by commas are needed, not " + cited(names));
-=======
-  if (parts.size() != 3) {
-    refuse_names(record, "three channel names separated by commas are needed, not " + cited(names));
->>>>>>> english
   }
   VoltageSet set;
   set.count = parts.size();

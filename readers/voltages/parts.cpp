@@ -86,13 +86,8 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
 BridgedSamples bridged(std::span<const double> samples, double factor) {
   BridgedSamples result;
   std::vector<float>& values = result.values;
-<<<<<<< HEAD
   values.resize(samples.size(), 0);
-  std::vector<std::ptrdiff_t> there;  // last values before a gap, in pairs with the first ones behind it
-=======
-  values.resize(part.length(), 0);
   std::vector<std::ptrdiff_t> there;  // pairs of the last value before a gap and the first value after it
->>>>>>> english
   std::ptrdiff_t before = -1;
   const auto length = static_cast<std::ptrdiff_t>(samples.size());
   for (std::ptrdiff_t i = 0; i < length; i++) {

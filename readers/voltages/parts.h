@@ -32,21 +32,12 @@ std::vector<Part> parts_of(const Record& record);
 std::vector<Part> parts_without_gaps(const Record& record, const std::array<std::size_t, 3>& channels,
                                      double longest_gap);
 
-<<<<<<< HEAD
-/// A channel's values, multiplied by `factor`, with gaps bridged by a cubic that joins the values and slopes on either
-/// side.
-struct BridgedSamples {
-  std::vector<float> values;
-  std::size_t bridged = 0;      ///< values that were made up
-  std::size_t first = 0;        ///< position of the first of them
-=======
-/// A channel's values over a part, multiplied by `factor`. The gaps that remain in it are interpolated by a cubic that
-/// matches the values and slopes on either side.
+/// A channel's values, multiplied by `factor`. Gaps are interpolated by a cubic that matches the values and slopes on
+/// either side.
 struct BridgedSamples {
   std::vector<float> values;
   std::size_t bridged = 0;      ///< number of values that were interpolated
-  std::size_t first = 0;        ///< record position of the first of them
->>>>>>> english
+  std::size_t first = 0;        ///< position of the first of them
   std::size_t longest_gap = 0;  ///< samples
 };
 BridgedSamples bridged(std::span<const double> samples, double factor);

@@ -49,6 +49,16 @@ TEST(SteadyFit, IsNotMovedByDecayingOffsets) {
   }
 }
 
+TEST(SteadyFit, OfTwoCyclesKnowsOneDecay) {
+  auto made = staged({{0, balanced(230)}, {0.22, low}, {0.26, balanced(230)}}, 0.5, {1200, 50, 3});
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) { return t < 0.22 || t >= 0.26 ? 0 : 60.0 * std::exp(-(t - 0.22) / 0.012); });
+  }
+  const PhasorFit fit = fitted(made, 0.22 - half_sample_s, 0.26 - half_sample_s, true);
+  EXPECT_EQ(fit.form().decays, (std::vector<double>{0.6}));
+  expect_low(fit, 1e-4);
+}
+
 TEST(SteadyFit, TakesNoDecayWithoutNeed) {
   const auto made = staged({{0, balanced(230)}, {0.2, low}, {0.3, balanced(230)}}, 0.5);
   EXPECT_TRUE(fitted(made, 0.2, 0.3, true).form().decays.empty());

@@ -1,9 +1,15 @@
-// dipx analyse --svg: what the figure of a dip shows, and where.
+// dipx analyse --svg: what the figure of an event shows, and where.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iomanip>
+#include <limits>
 #include <nlohmann/json.hpp>
+#include <numbers>
 #include <sstream>
 
 #include "tests/command/dipx_command.h"
@@ -35,29 +41,79 @@ std::vector<Point> path(const std::string& svg, const std::string& kind, std::si
   const std::size_t begin = svg.find(" d=\"", at) + 4;
   std::string numbers = svg.substr(begin, svg.find('"', begin) - begin);
   std::replace_if(
-      numbers.begin(), numbers.end(), [](char c) { return c == 'M' || c == 'L'; }, ' ');
+      numbers.begin(), numbers.end(), [](char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }, ' ');
   std::istringstream in(numbers);
   std::vector<Point> points;
   for (Point point{}; in >> point.x >> point.y;) points.push_back(point);
   return points;
 }
 
-/// Millimetres across for seconds: the frame is 11 to 82.5 mm, the dip with a fifth of it to either side within it.
-double across(double seconds, double from, double to) {
-  return 11 + (seconds - from) / (to - from) * 71.5;
+// The frame, in millimetres.
+constexpr double frame_left = 11;
+constexpr double frame_right = 82.5;
+constexpr double rms_bottom = 62;
+constexpr double rms_height = 27;
+
+/// Seconds that a figure shows: an event and its course, with a fifth of it or a number of cycles to either side.
+struct Shown {
+  double from;
+  double to;
+  [[nodiscard]] double across(double seconds) const {
+    return frame_left + (seconds - from) / (to - from) * (frame_right - frame_left);
+  }
+};
+
+/// What is shown of a document's event that lies within its record, margins and all.
+Shown shown_of(const json& document, double margin_cycles = 3) {
+  const auto& event = document["events"][0];
+  const json none;
+  const json& course = event.contains("course") ? event["course"] : none;
+  double from = event["start"]["time_s"];
+  double to = event["end"]["time_s"];
+  if (!course.is_null()) {
+    from = std::min(from, course["start_s"].get<double>());
+    to = std::max(to, course["end_s"].get<double>());
+  }
+  const double line_frequency = document["record"]["line_frequency_hz"];
+  const double margin = std::max((to - from) / 5, margin_cycles / line_frequency);
+  return {from - margin, to + margin};
+}
+
+/// The millimetres of a level in the RMS panel that begins at zero.
+double up(double percent, double highest_percent) {
+  return rms_bottom - percent / highest_percent * rms_height;
+}
+
+/// Whether the figures within the paths and shapes are all finite.
+void expect_finite(const std::string& svg) {
+  for (const char* odd : {"nan", "inf", "NaN", "Infinity"}) EXPECT_EQ(svg.find(odd), std::string::npos) << odd;
+}
+
+/// What an attribute of the n-th element of a class says.
+double attribute(const std::string& svg, const std::string& element, const std::string& name, std::size_t n = 0) {
+  std::size_t at = 0;
+  for (std::size_t i = 0; i <= n; i++) at = svg.find(element, at + 1);
+  const std::size_t begin = svg.find(" " + name + "=\"", at) + name.size() + 3;
+  return std::stod(svg.substr(begin));
 }
 
 class Figure : public testing::Test {
  protected:
-  /// The figure of a record's dip, and the record's document in `document`.
+  /// The figure of a record's first event, and the record's document in `document`.
   std::string figure(const synth::DipDescription& dip, const std::vector<std::string>& more = {}) {
     write_csv(dip, "record.csv");
-    std::vector<std::string> arguments = {"analyse", "record.csv", "--json", "--svg", "figure.svg"};
+    return figure_of_file("record.csv", more);
+  }
+
+  std::string figure_of_file(const std::string& file, const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments = {"analyse", file, "--json", "--svg", "figure.svg"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     const auto result = dipx(arguments);
     EXPECT_EQ(result.status, 0) << result.err;
     document = json::parse(result.out);
-    return bytes_of("figure.svg");
+    const auto svg = bytes_of("figure.svg");
+    expect_finite(svg);
+    return svg;
   }
 
   tests::WorkingFolder folder;
@@ -73,57 +129,94 @@ synth::DipDescription one_dip() {
   return dip;
 }
 
-TEST_F(Figure, IsOneColumnWide) {
-  EXPECT_TRUE(
-      figure(one_dip()).starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" height=\"81.4mm\" "
-                                    "viewBox=\"0 0 84 81.4\" "));
+/// A record of 6400 samples per second whose voltages are sines of 230 V times a factor of phase and time, left out
+/// where that is not a number.
+template <typename Factor>
+void write_record(const std::string& file, double length_s, std::size_t phases, Factor factor) {
+  std::ofstream out(file);
+  out << "t_s";
+  for (std::size_t phase = 0; phase < phases; phase++)
+    out << ",U"
+        << "abc"[phase];
+  out << '\n' << std::setprecision(9);
+  for (int i = 0; i < 6400 * length_s; i++) {
+    const double t = i / 6400.0;
+    out << t;
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      const double share = factor(phase, t);
+      const double angle = 2 * std::numbers::pi * (50 * t - static_cast<double>(phase) / 3);
+      out << ',';
+      if (std::isfinite(share)) out << share * 230 * std::numbers::sqrt2 * std::sin(angle);
+    }
+    out << '\n';
+  }
 }
 
-TEST_F(Figure, DrawsEachPhaseTwiceAndTheThresholdOnce) {
+TEST_F(Figure, IsOneColumnWide) {
+  // The dip, its point on wave, its segment and the reference take a line each.
+  EXPECT_TRUE(
+      figure(one_dip()).starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" height=\"84.7mm\" "
+                                    "viewBox=\"0 0 84 84.7\" "));
+}
+
+TEST_F(Figure, DrawsCurvesStepsTransitionsAndTheThreshold) {
   const auto svg = figure(one_dip());
   EXPECT_EQ(count(svg, "<path class=\"wave\""), 3U);
   EXPECT_EQ(count(svg, "<path class=\"rms\""), 3U);
   EXPECT_EQ(count(svg, "<path class=\"threshold\""), 1U);
+  EXPECT_EQ(count(svg, ">dip 90 % of the pre-event voltage<"), 1U);
   EXPECT_EQ(count(svg, "<path class=\"boundary\""), 2U);
   EXPECT_EQ(count(svg, "<rect class=\"segment\""), 1U);
+  EXPECT_EQ(count(svg, "<path class=\"step\""), 3U);
+  EXPECT_EQ(count(svg, "<path class=\"transition abrupt\""), 2U);
+  EXPECT_EQ(count(svg, "transition gradual"), 0U);
+  EXPECT_EQ(count(svg, "<circle class=\"point-on-wave\""), 3U);
 }
 
-/// Holds the drawing of a record's one dip of B to 40 % against the times of its document.
+/// Compares the drawing of a record's one dip of B to 40 % with the times of its document.
 void expect_one_time_axis(const std::string& svg, const json& document) {
-  const auto& dip = document["dips"][0];
-  const double start = dip["start"]["time_s"];
-  const double end = dip["end"]["time_s"];
-  const double rate = document["record"]["sampling_rate_hz"];
-  const double margin = std::floor((end - start) * rate / 5 + 1e-6) / rate;
-  const double from = start - margin;
-  const double to = end + margin;
-  const double segment = across(dip["segments"][0]["start"]["time_s"], from, to);
-  EXPECT_NEAR(path(svg, "boundary", 0)[0].x, across(start, from, to), 0.011);
-  EXPECT_NEAR(path(svg, "boundary", 1)[0].x, across(end, from, to), 0.011);
-  EXPECT_NE(svg.find("<rect class=\"segment\" x=\"" + std::to_string(segment).substr(0, 4)), std::string::npos);
-  // B's RMS passes the threshold at the boundaries: 90 % of a scale of 0 to 105 % from 62 to 35 mm.
+  const Shown shown = shown_of(document);
+  const auto& event = document["events"][0];
+  const auto& course = event["course"];
+  // A sample is less than a tenth of a printer's dot here; two roundings to 0.01 mm come on top.
+  constexpr double near = 0.03;
+  EXPECT_NEAR(path(svg, "boundary", 0)[0].x, shown.across(event["start"]["time_s"]), near);
+  EXPECT_NEAR(path(svg, "boundary", 1)[0].x, shown.across(event["end"]["time_s"]), near);
+  EXPECT_NEAR(path(svg, "transition abrupt", 0)[0].x, shown.across(course["start_s"]), near);
+  const auto& segment = course["segments"][0];
+  EXPECT_NEAR(attribute(svg, "<rect class=\"segment\"", "x"), shown.across(segment["start_s"]), near);
+  EXPECT_NEAR(attribute(svg, "<circle class=\"point-on-wave\"", "cx"), shown.across(course["start_s"]), near);
+  // B's step is at 40 % from the segment's beginning to its end.
+  EXPECT_NEAR(path(svg, "step", 1)[0].x, shown.across(segment["start_s"]), near);
+  EXPECT_NEAR(path(svg, "step", 1)[0].y, up(40, 105), 0.02);
+  // B's one-cycle RMS passes the threshold within the cycle after the course begins, and after it ends.
   const auto rms = path(svg, "rms", 1);
-  const double threshold = 62 - 90.0 / 105 * 27;
-  const auto below = [&](const Point& point) { return point.y > threshold; };
+  const auto below = [&](const Point& point) { return point.y > up(90, 105); };
   const auto first = std::find_if(rms.begin(), rms.end(), below);
   const auto last = std::find_if(rms.rbegin(), rms.rend(), below);
-  EXPECT_NEAR(first->x, across(start, from, to), 0.12) << "a printer's dot and two roundings";
-  EXPECT_NEAR(last->x, across(end, from, to), 0.12);
+  ASSERT_NE(first, rms.end());
+  EXPECT_GT(first->x, shown.across(course["start_s"]));
+  EXPECT_LT(first->x, shown.across(course["start_s"].get<double>() + 0.02));
+  EXPECT_GT(last->x, shown.across(course["end_s"]));
+  EXPECT_LT(last->x, shown.across(course["end_s"].get<double>() + 0.02));
   const auto lowest = std::max_element(rms.begin(), rms.end(), [](auto a, auto b) { return a.y < b.y; });
-  EXPECT_NEAR(lowest->y, 62 - 40.0 / 105 * 27, 0.02);
+  EXPECT_NEAR(lowest->y, up(40, 105), 0.02);
+  // The curve begins and ends at the frame.
+  EXPECT_NEAR(rms.front().x, frame_left, 0.01);
+  EXPECT_NEAR(rms.back().x, frame_right, 0.2);
 }
 
-TEST_F(Figure, PutsBoundariesSegmentsAndCurvesOnOneTimeAxis) {
+TEST_F(Figure, PutsBoundsSegmentsAndCurvesOnOneTimeAxis) {
   const auto svg = figure(one_dip());
+  EXPECT_NEAR(document["events"][0]["course"]["start_s"], 0.5, 1e-3);
   expect_one_time_axis(svg, document);
 }
 
-TEST_F(Figure, PutsResampledCurvesAtTheirTimes) {
+TEST_F(Figure, PutsCurvesOfAnyRateAtTheirTimes) {
   auto dip = one_dip();
   dip.rate = 5120;
   const auto svg = figure(dip);
-  EXPECT_TRUE(document["record"]["part"]["resampled"]);
-  EXPECT_NEAR(document["dips"][0]["start"]["time_s"], 0.5, 0.01);
+  EXPECT_NEAR(document["events"][0]["course"]["start_s"], 0.5, 1e-3);
   expect_one_time_axis(svg, document);
 }
 
@@ -140,18 +233,30 @@ TEST_F(Figure, PutsAPartAtItsTimes) {
     if (row < 640 || row >= 1280) part << number++ << line.substr(line.find(',')) << '\n';
   }
   part.close();
-  const auto result = dipx({"analyse", "part.cfg", "--json", "--svg", "figure.svg"});
-  ASSERT_EQ(result.status, 0) << result.err;
-  document = json::parse(result.out);
+  const auto svg = figure_of_file("part.cfg");
   EXPECT_EQ(document["record"]["part"]["number"], 2);
-  EXPECT_NEAR(document["dips"][0]["start"]["time_s"], 0.5, 0.01);
-  expect_one_time_axis(bytes_of("figure.svg"), document);
+  EXPECT_NEAR(document["events"][0]["course"]["start_s"], 0.5, 1e-3);
+  expect_one_time_axis(svg, document);
 }
 
-TEST_F(Figure, ShowsPerCentOfTheDeclaredVoltageToo) {
+TEST_F(Figure, ShowsPerCentOfTheReference) {
   const auto svg = figure(one_dip(), {"--nominal", "200"});
-  EXPECT_NE(svg.find(">Dip</tspan>: residual voltage 92.00 V (40.0 %, 46.0 % of declared), "), std::string::npos);
-  EXPECT_NE(svg.find(" (40.0 %, 46.0 % of declared)</text>"), std::string::npos) << "the segment's";
+  EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (46.0 %), "), std::string::npos);
+  EXPECT_NE(svg.find(">% of the declared voltage, 200.0 V<"), std::string::npos);
+  EXPECT_NE(svg.find(">dip 90 % of the declared voltage<"), std::string::npos);
+  // 230 V are 115 %; the panel has 3 % more, and what noise adds.
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(90, 1.03 * 115), 0.05);
+}
+
+TEST_F(Figure, ShowsPerCentOfTheDeclaredVoltageBesideAnotherReference) {
+  const auto svg = figure(one_dip(), {"--nominal", "200", "--reference", "pre-event"});
+  EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (40.0 %, 46.0 % of declared), "), std::string::npos);
+}
+
+TEST_F(Figure, DrawsTheThresholdThatWasGiven) {
+  const auto svg = figure(one_dip(), {"--dip-threshold", "80"});
+  EXPECT_NE(svg.find(">dip 80 % of the pre-event voltage<"), std::string::npos);
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(80, 105), 0.02);
 }
 
 TEST_F(Figure, SaysThatVoltagesAreBetweenPhases) {
@@ -160,30 +265,65 @@ TEST_F(Figure, SaysThatVoltagesAreBetweenPhases) {
   bytes.replace(bytes.find("Ua_V,Ub_V,Uc_V"), 14, "Uab_V,Ubc_V,Uca_V");
   std::ofstream("lines.csv") << bytes;
   EXPECT_EQ(dipx({"analyse", "lines.csv", "--line-to-line", "--svg", "figure.svg"}).status, 0);
-  EXPECT_NE(bytes_of("figure.svg").find(">Voltages between phases: A, B, C stand for AB, BC, CA<"), std::string::npos)
-      << bytes_of("figure.svg");
-  EXPECT_NE(dipx({"analyse", "lines.csv", "--line-to-line", "-q"}).out.find(" % between phases, "), std::string::npos);
-  EXPECT_NE(dipx({"analyse", "lines.csv", "--line-to-line", "--csv"}).out.find("\nlines.csv,,line-to-line,1,dip,"),
-            std::string::npos);
+  const auto svg = bytes_of("figure.svg");
+  EXPECT_NE(svg.find(">The voltages are those between phases.<"), std::string::npos);
+  EXPECT_NE(svg.find(">BC: Ubc_V<"), std::string::npos) << "the legend";
+  EXPECT_NE(svg.find(">Dip</tspan> of BC: residual voltage 92.00 V (40.0 %), "), std::string::npos);
 }
 
 TEST_F(Figure, ListsTheDipAndItsSegments) {
   synth::DipDescription dip = one_dip();
   dip.depths = {60, 30};
   const auto svg = figure(dip);
-  EXPECT_NE(svg.find(">Dip</tspan>: residual voltage 92.00 V (40.0 %), 1.00"), std::string::npos)
+  EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (40.0 %), 1.0"), std::string::npos)
       << svg.substr(svg.size() - 600);
-  EXPECT_NE(svg.find(">1</tspan>\u2003single-phase dip, B: 9"), std::string::npos);
-  EXPECT_NE(svg.find(">2</tspan>\u2003single-phase dip, B: 16"), std::string::npos);
+  EXPECT_NE(svg.find(">1</tspan>\u2003type B (B): A 100.0 %, B 40.0 %, C 100.0 %<"), std::string::npos);
+  EXPECT_NE(svg.find(">2</tspan>\u2003type B (B): A 100.0 %, B 70.0 %, C 100.0 %<"), std::string::npos);
+}
+
+TEST_F(Figure, NamesThePointOnWave) {
+  auto dip = one_dip();
+  dip.point_on_wave = 30;
+  const auto svg = figure(dip);
+  // C lags A by 240 degrees, B by 120.
+  const auto& angles = document["events"][0]["course"]["point_on_wave"];
+  EXPECT_NEAR(angles[0]["degrees"], 30, angles[0]["degrees_plus_minus"]);
+  const auto at = svg.find(">Point on wave</tspan>: A ");
+  ASSERT_NE(at, std::string::npos);
+  double degrees = 0;
+  ASSERT_EQ(std::sscanf(svg.c_str() + at, ">Point on wave</tspan>: A %lf", &degrees), 1);
+  EXPECT_NEAR(degrees, angles[0]["degrees"].get<double>(), 0.051);
+}
+
+TEST_F(Figure, HatchesWhatIsGradual) {
+  auto dip = one_dip();
+  dip.recovery = 0.5;
+  dip.length = 3;
+  const auto svg = figure(dip);
+  const auto& course = document["events"][0]["course"];
+  const auto& transitions = course["transitions"];
+  std::size_t gradual = 0;
+  for (const auto& transition : transitions) gradual += transition["gradual"] ? 1 : 0;
+  for (const auto& segment : course["segments"]) gradual += segment["gradual"] ? 1 : 0;
+  EXPECT_GE(gradual, 1U) << "half a second of recovery";
+  EXPECT_EQ(count(svg, "fill=\"url(#gradual)\""), gradual);
+  EXPECT_EQ(count(svg, "<path class=\"transition abrupt\""),
+            static_cast<std::size_t>(std::count_if(transitions.begin(), transitions.end(),
+                                                   [](const json& transition) { return !transition["gradual"]; })));
 }
 
 TEST_F(Figure, WritesLongLinesSmallerSoThatAWideFontFits) {
-  const auto svg = figure(one_dip(), {"--nominal", "200"});
-  EXPECT_NE(svg.find("font-size=\"2.50\">", svg.find("of declared")), std::string::npos) << "what stands below";
-  // "Dip: residual voltage 92.00 V (40.0 %, 46.0 % of declared), 510.5 ms" has 68.
-  EXPECT_NE(svg.find("font-size=\"2.03\"><tspan font-weight=\"bold\">Dip<"), std::string::npos);
-  // "1 single-phase dip, B: 92.00 V (40.0 %, 46.0 % of declared)" has 59 letters: 80 mm by 59 times 0.58.
-  EXPECT_NE(svg.find("font-size=\"2.34\"><tspan font-weight=\"bold\">1<"), std::string::npos);
+  const auto svg = figure(one_dip(), {"--nominal", "200", "--reference", "pre-event"});
+  const auto at = svg.find("><tspan font-weight=\"bold\">Dip<");
+  ASSERT_NE(at, std::string::npos);
+  const auto size_at = svg.rfind("font-size=\"", at) + 11;
+  const auto end = svg.find("</text>", at);
+  std::string line = svg.substr(at + 28, end - at - 28);
+  line.erase(line.find("</tspan>"), 8);
+  // A letter may be 0.58 of its size wide; 80 mm are there.
+  EXPECT_GT(line.size(), 60U) << line;
+  EXPECT_NEAR(std::stod(svg.substr(size_at)), 80 / (0.58 * static_cast<double>(line.size())), 0.005) << line;
+  EXPECT_NE(svg.find("font-size=\"2.50\"><tspan font-weight=\"bold\"></tspan>% of the"), std::string::npos);
 }
 
 TEST_F(Figure, DrawsAnEnvelopeWhereCyclesLieTooClose) {
@@ -198,23 +338,106 @@ TEST_F(Figure, DrawsAnEnvelopeWhereCyclesLieTooClose) {
   EXPECT_NEAR(middle.y, 20.25 - 0.4 * 11.75 / 1.05, 0.1);
 }
 
-TEST_F(Figure, ShowsTheDipThatIsNamed) {
-  write_csv(one_dip(), "record.csv");
-  const auto none = dipx({"analyse", "record.csv", "--svg", "figure.svg", "--dip", "2"});
-  EXPECT_EQ(none.status, 1);
-  EXPECT_EQ(none.out, "");
-  EXPECT_EQ(none.err, "dipx: there is no dip 2 to draw; the record holds 1\n");
-  EXPECT_FALSE(std::filesystem::exists("figure.svg"));
-  EXPECT_EQ(dipx({"analyse", "record.csv", "--dip", "1"}).status, 1) << "--dip is for --svg";
+TEST_F(Figure, ShowsASwellWithItsThreshold) {
+  write_record("swell.csv", 1.5, 3,
+               [](std::size_t phase, double t) { return phase == 0 && t > 0.5 && t < 0.8 ? 1.2 : 1; });
+  const auto svg = figure_of_file("swell.csv");
+  EXPECT_EQ(document["events"][0]["kind"], "swell");
+  EXPECT_NE(svg.find(">Swell</tspan> of A: highest voltage 276.0 V (120.0 %), "), std::string::npos);
+  EXPECT_EQ(count(svg, ">swell 110 % of the pre-event voltage<"), 1U);
+  EXPECT_EQ(count(svg, "<rect class=\"segment\""), 0U);
+  const Shown shown = shown_of(document);
+  EXPECT_NEAR(path(svg, "boundary", 0)[0].x, shown.across(document["events"][0]["start"]["time_s"]), 0.03);
+  // The threshold lies midway between the voltages before and within.
+  const auto rms = path(svg, "rms", 0);
+  const auto [high, low] =
+      std::minmax_element(rms.begin(), rms.end(), [](const Point& a, const Point& b) { return a.y < b.y; });
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, (high->y + low->y) / 2, 0.05);
+  EXPECT_GT(low->y - high->y, rms_height / 2) << "a fifth of the voltage is more than half of the panel";
 }
 
-TEST_F(Figure, ShowsTheWholeRecordWhereThereIsNoDip) {
+TEST_F(Figure, ShowsAnInterruptionWithItsThreshold) {
+  write_record("out.csv", 1.5, 3, [](std::size_t, double t) { return t > 0.5 && t < 0.8 ? 0.01 : 1; });
+  figure_of_file("out.csv");
+  const auto& events = document["events"];
+  const auto at =
+      std::find_if(events.begin(), events.end(), [](const json& event) { return event["kind"] == "interruption"; });
+  ASSERT_NE(at, events.end());
+  const auto svg = figure_of_file("out.csv", {"--event", std::to_string(at - events.begin() + 1)});
+  EXPECT_NE(svg.find(">Interruption</tspan> of ABC: residual voltage 2.300 V (1.0 %), "), std::string::npos);
+  EXPECT_EQ(count(svg, ">interruption 5 % of the pre-event voltage<"), 1U);
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(5, 105), 0.02);
+}
+
+TEST_F(Figure, ShowsARapidChangeBetweenItsThresholds) {
+  write_record("rapid.csv", 5, 3, [](std::size_t, double t) { return t > 2.5 ? 0.955 : 1; });
+  const auto svg = figure_of_file("rapid.csv");
+  EXPECT_EQ(document["events"][0]["kind"], "rapid_voltage_change");
+  EXPECT_EQ(count(svg, "<path class=\"threshold\""), 2U);
+  EXPECT_NE(svg.find(">+3 % of the pre-event voltage from the steady voltage before<"), std::string::npos);
+  // The lines are 3 % above and below the voltage before, and the voltage after is 4.5 % below it.
+  const auto rms = path(svg, "rms", 0);
+  const double before = rms.front().y;
+  const double per_percent = (rms.back().y - before) / 4.5;
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, before - 3 * per_percent, 0.05);
+  EXPECT_NEAR(path(svg, "threshold", 1)[0].y, before + 3 * per_percent, 0.05);
+}
+
+TEST_F(Figure, ShowsFewerThanThreeVoltages) {
+  for (const std::size_t phases : {1U, 2U}) {
+    write_record("few.csv", 1.5, phases,
+                 [](std::size_t phase, double t) { return phase == 0 && t > 0.5 && t < 0.8 ? 0.6 : 1; });
+    const auto svg = figure_of_file("few.csv", {"--channels", phases == 1 ? "1" : "1,2"});
+    EXPECT_EQ(count(svg, "<path class=\"wave\""), phases);
+    EXPECT_EQ(count(svg, "<path class=\"rms\""), phases);
+    EXPECT_EQ(count(svg, "<path class=\"step\""), phases);
+    EXPECT_NE(svg.find(">Dip</tspan> of Ua: residual voltage 138.0 V (60.0 %), "), std::string::npos) << svg;
+  }
+}
+
+TEST_F(Figure, BreaksCurvesWhereSamplesAreMissing) {
+  const double missing = std::numeric_limits<double>::quiet_NaN();
+  const auto with_gap = [&](double dip_end) {
+    return [=](std::size_t phase, double t) {
+      if (phase == 0 && t > 0.58 && t < 0.64) return missing;
+      return phase == 0 && t > 0.5 && t < dip_end ? 0.6 : 1;
+    };
+  };
+  // A whole waveform, and one so long that it is drawn as an envelope.
+  for (const double dip_end : {0.8, 4.8}) {
+    write_record("gap.csv", dip_end + 1, 3, with_gap(dip_end));
+    const auto svg = figure_of_file("gap.csv");
+    const auto pieces = [&](const std::string& kind, std::size_t n) {
+      std::size_t at = 0;
+      for (std::size_t i = 0; i <= n; i++) at = svg.find("<path class=\"" + kind + "\"", at + 1);
+      const std::size_t begin = svg.find(" d=\"", at) + 4;
+      return count(svg.substr(begin, svg.find('"', begin) - begin), "M");
+    };
+    const std::size_t edges = dip_end > 4 ? 2 : 1;
+    EXPECT_EQ(pieces("wave", 0), 2 * edges) << dip_end;
+    EXPECT_EQ(pieces("wave", 1), edges) << dip_end;
+    EXPECT_EQ(pieces("rms", 0), 2U) << dip_end;
+    EXPECT_EQ(pieces("rms", 1), 1U) << dip_end;
+  }
+}
+
+TEST_F(Figure, ShowsTheEventThatIsNamed) {
+  write_csv(one_dip(), "record.csv");
+  const auto none = dipx({"analyse", "record.csv", "--svg", "figure.svg", "--event", "2"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.out, "");
+  EXPECT_EQ(none.err, "dipx: there is no event 2 to draw; the record holds 1\n");
+  EXPECT_FALSE(std::filesystem::exists("figure.svg"));
+  EXPECT_EQ(dipx({"analyse", "record.csv", "--event", "1"}).status, 1) << "--event is for --svg";
+}
+
+TEST_F(Figure, ShowsTheWholeRecordWhereThereIsNoEvent) {
   synth::DipDescription flat = one_dip();
   flat.depths = {0};
   const auto svg = figure(flat);
   EXPECT_EQ(count(svg, "<path class=\"boundary\""), 0U);
-  EXPECT_EQ(path(svg, "rms", 0).front().x, 11);
-  EXPECT_NEAR(path(svg, "rms", 0).back().x, 82.5, 0.1) << "a printer's dot";
+  EXPECT_EQ(path(svg, "rms", 0).front().x, frame_left);
+  EXPECT_NEAR(path(svg, "rms", 0).back().x, frame_right, 0.1) << "a printer's dot";
 }
 
 TEST_F(Figure, HoldsAFilesTextAsTextOnly) {

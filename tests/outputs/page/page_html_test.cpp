@@ -32,9 +32,10 @@ TEST(LongPage, ThinsItsCurvesToStayBelowSixMegabytes) {
   }
   analysis::Analysis analysis;
   analysis.voltages.channels = {0, 1, 2};
-  analysis.voltages.sampling_rate = 6400;
-  analysis.voltages.samples_per_cycle = 128;
-  analysis.pre_event_voltage = 50;
+  analysis.voltages.part = {.end = ten_minutes, .rate = 6400};
+  analysis.voltages.line_frequency = 50;
+  analysis.found.frequency = 50;
+  analysis.found.reference_v = {50, 50, 50};
   const auto page = outputs::page_of(record, analysis, curves);
   EXPECT_LT(page.size(), 6000000U);
   const auto samples = json_in(page, "samples");
