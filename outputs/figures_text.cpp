@@ -44,20 +44,25 @@ Prefix prefix_for(double size) {
   return size > 0 ? Prefix{1e-3, "mV"} : Prefix{1, "V"};
 }
 
-/// Whether a word belongs on one line with the number before it.
-bool is_unit(std::string_view word) {
-  constexpr std::array<std::string_view, 10> units = {"%", "V", "kV", "MV", "mV", "s", "ms", "Hz", "degrees", "±"};
+/// Whether a word belongs on one line with the word before it: it is a unit, or one of them is the sign of an interval.
+bool belongs_together(std::string_view before, std::string_view word) {
+  constexpr std::string_view interval = "±";
+  constexpr std::array<std::string_view, 9> units = {"%", "V", "kV", "MV", "mV", "s", "ms", "Hz", "degrees"};
   const std::size_t letters = word.find_last_not_of(".,;:()");
-  word = word.substr(0, letters == word.npos ? 0 : letters + 1);
-  return std::find(units.begin(), units.end(), word) != units.end();
+  const std::string_view bare = word.substr(0, letters == word.npos ? 0 : letters + 1);
+  return before == interval || word == interval || std::find(units.begin(), units.end(), bare) != units.end();
 }
 
-/// The end of the word at a place, together with a unit after it.
+/// The end of the word at a place, together with the words that belong to it.
 std::size_t end_of_unbroken(std::string_view words, std::size_t at) {
   const auto end_of_word = [&](std::size_t from) { return std::min(words.find(' ', from), words.size()); };
   std::size_t end = end_of_word(at);
-  while (end < words.size() && is_unit(words.substr(end + 1, end_of_word(end + 1) - end - 1))) {
-    end = end_of_word(end + 1);
+  std::string_view word = words.substr(at, end - at);
+  while (end < words.size()) {
+    const std::string_view next = words.substr(end + 1, end_of_word(end + 1) - end - 1);
+    if (!belongs_together(word, next)) break;
+    end += 1 + next.size();
+    word = next;
   }
   return end;
 }

@@ -89,7 +89,7 @@ class Preface {
         fmt::format("declared {} voltage {} ({})", declared.line ? "line" : "phase", volts_text(declared.given),
                     declared.by_user ? "as given" : "by the record's level");
     if (declared.secondary) words += ", divided by the transformer's ratio";
-    if (declared.level != declared.given) words += fmt::format(": {} for these voltages", volts_text(declared.level));
+    if (declared.level != declared.given) words += fmt::format(", here {}", volts_text(declared.level));
     add(words);
     add("usual Urms(1/2) of the declared voltage: " + of_each([&](std::size_t phase) {
           return fmt::format("{:.1f} %", *analysis_.percent_of_declared(analysis_.usual_v[phase]));

@@ -166,7 +166,10 @@ TEST_F(Outputs, TakesOneFormAtATime) {
 
 TEST_F(Outputs, TextKeepsWithinATerminalsWidth) {
   write_csv(two_steps(), "record.csv");
-  for (const auto& line : lines(dipx({"analyse", "record.csv"}).out)) {
+  // Notes above the events are whole sentences on lines of their own.
+  const auto text = dipx({"analyse", "record.csv"}).out;
+  ASSERT_NE(text.find("\nevent 1: "), std::string::npos) << text;
+  for (const auto& line : lines(text.substr(text.find("\nevent 1: ")))) {
     const auto width = std::count_if(line.begin(), line.end(), [](unsigned char c) { return (c & 0xC0) != 0x80; });
     EXPECT_LE(width, 80) << line;
   }
