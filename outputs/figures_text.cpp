@@ -11,7 +11,7 @@ namespace outputs {
 
 namespace {
 
-/// How wide the letter is whose UTF-8 begins with a byte; nothing for the bytes behind the first. From U+3000 on
+/// How wide the letter is whose UTF-8 begins with a byte; nothing for the bytes after the first. From U+3000 on
 /// letters take two columns as a rule.
 std::size_t columns_begun_by(char first) {
   const auto byte = static_cast<unsigned char>(first);
@@ -134,15 +134,15 @@ std::size_t columns_of(const std::string& text) {
 std::string shortened(const std::string& name, std::size_t most) {
   if (columns_of(name) <= most) return name;
   // The end stays too: names differ there, by the letter of the phase.
-  const std::size_t behind = most / 2 - 1;
+  const std::size_t kept_at_end = most / 2 - 1;
   std::size_t begin = 0;
-  for (std::size_t columns = 0; columns + columns_begun_by(name[begin]) <= most - behind; begin++) {
+  for (std::size_t columns = 0; columns + columns_begun_by(name[begin]) <= most - kept_at_end; begin++) {
     columns += columns_begun_by(name[begin]);
   }
   std::size_t end = name.size();
   for (std::size_t columns = 0, at = name.size(); at-- > begin;) {
     columns += columns_begun_by(name[at]);
-    if (columns > behind) break;
+    if (columns > kept_at_end) break;
     if (columns_begun_by(name[at]) > 0) end = at;
   }
   return name.substr(0, begin) + "…" + name.substr(end);

@@ -113,7 +113,7 @@ TEST(Gaps, OfTheWholeRecordAreRefused) {
 
 // --- parts -----------------------------------------------------------------------------------------------------------
 
-/// The dip's record with a slow second of two samples in front and one behind.
+/// The dip's record with a slow second of two samples before it and one after it.
 readers::Record record_in_parts() {
   auto record = plain_record();
   for (auto& channel : record.channels) {
