@@ -14,6 +14,7 @@
 #include "outputs/dip_category_name.h"
 #include "outputs/figures_text.h"
 #include "outputs/phase_table.h"
+#include "outputs/six_voltages.h"
 #include "outputs/voltage_names.h"
 
 namespace outputs {
@@ -71,6 +72,7 @@ class CourseText {
     add_difference();
     add_level_before();
     add_parts();
+    add_lowest_of_six();
     add_explained();
     return text_;
   }
@@ -178,6 +180,13 @@ class CourseText {
     }
     text_ += table_.line("  point on wave",
                          [&](std::size_t phase) { return degrees[phase] ? angle_text(*degrees[phase]) : "-"; });
+  }
+
+  void add_lowest_of_six() {
+    if (!course_.lowest_of_six) return;
+    add(fmt::format("lowest of the six voltages of IEEE 1564: {}, {:.1f} % of its level before",
+                    six_voltages_words(course_.lowest_of_six->which), 100 * course_.lowest_of_six->share),
+        2);
   }
 
   void add_explained() {

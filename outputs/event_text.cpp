@@ -2,12 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
 #include "outputs/course_text.h"
 #include "outputs/figures_text.h"
 #include "outputs/phase_table.h"
 #include "outputs/voltage_names.h"
+#include "readers/clock_time.h"
 
 namespace outputs {
 
@@ -67,6 +70,19 @@ class EventText {
     const double cycles = terms_.least_seconds * analysis_.found.frequency;
     add(fmt::format("duration {}{}, {:.2f} cycles of {:.3f} Hz", terms_.seconds ? "" : "at least ",
                     duration_text(terms_.least_seconds), cycles, analysis_.found.frequency));
+    add_clock();
+  }
+
+  /// The time of day, and the time from the trigger, where the file gives them.
+  void add_clock() {
+    const double seconds = analysis_.voltages.record_seconds(event_.start_s);
+    std::string words = readers::iso_time(record_, seconds);
+    if (record_.trigger) {
+      const double after = seconds - *record_.trigger;
+      words += fmt::format("{}{} {} the trigger", words.empty() ? "" : ", ", duration_text(std::abs(after)),
+                           after < 0 ? "before" : "after");
+    }
+    if (!words.empty()) add("begins at " + words);
   }
 
   // --- rapid voltage changes -------------------------------------------------------------------------------------

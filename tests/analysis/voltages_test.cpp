@@ -316,8 +316,8 @@ TEST(Sets, WhoseNamesAndPhaseFieldsDifferSaySo) {
   record.channels[2].phase = std::string("B");
   EXPECT_EQ(
       analysis::analyse(record, {}).notes,
-      Strings{"The name Uc and the phase field B tell different phases; it is taken for phase C (--channels tells "
-              "otherwise)."});
+      Strings{"The name Uc and the phase field B indicate different phases; it is used as phase C (override "
+              "with --channels)."});
 }
 
 // --- connection ------------------------------------------------------------------------------------------------------
@@ -449,8 +449,10 @@ TEST(Units, OfVoltsThatNoGridHasAreDoubted) {
 TEST(Units, OfCurrentAreLeftWhereTheNamesAreOfVoltages) {
   auto record = plain_record();
   for (auto& channel : record.channels) channel.unit = std::string("A");
-  EXPECT_EQ(analysis::analyse(record, {}).notes,
-            Strings{"The unit of Ua, Ub, Uc is A, not one of voltage; by their names they are taken for V."});
+  EXPECT_EQ(
+      analysis::analyse(record, {}).notes,
+      Strings{
+          "The unit of Ua, Ub, Uc is A, which is not a unit of voltage; their names are those of voltages, so V is assumed."});
 }
 
 TEST(Skew, IsSaidWhereItTurnsAPhaseByHalfADegree) {
