@@ -210,8 +210,8 @@ TEST(Parts, OfRatesThatAreNearlyAlikeSaySo) {
   auto record = plain_record();
   record.rates = {{3200, 1600, 0}, {3210, 3200, 0.5}};
   EXPECT_EQ(analysis::analyse(record, {}).notes[0],
-            "The sampling rate goes from 3200 to 3210 samples per second within the part; its mean, 3204.99, is taken "
-            "for all.");
+            "The sampling rate goes from 3200 to 3210 samples per second within the part; its mean, 3204.99, is used "
+            "throughout.");
 }
 
 TEST(Parts, OfUnknownRateAreRefused) {
