@@ -48,6 +48,13 @@ def members(document, path=()):
             yield from members(value, path + (index,))
 
 
+def place_of(document, path):
+    """What a path has in common with those of the same member in other entries of a list: kind of event and names."""
+    names = tuple(step for step in path if isinstance(step, str))
+    kind = document["events"][path[1]]["kind"] if path[0] == "events" and len(path) > 1 else None
+    return kind, names
+
+
 def without(document, path):
     lacking = copy.deepcopy(document)
     place = lacking
@@ -130,7 +137,8 @@ def documents_of(dipx):
     unit = of(no_unit, "--channels", "1,2,3")
     yield "assumed unit", unit, lambda d: d["voltages"][0]["unit_assumed"] == "V"
     yield "library", of(two_steps, "--library"), lambda d: len(d["library"]["dips"][0]["segments"]) == 2
-    yield "library refuses", of(begins_low, "--library"), lambda d: d["library"]["refusal"]
+    falls_at_once = synth(dipx, "--start", "0.01")
+    yield "library refuses", of(falls_at_once, "--library"), lambda d: d["library"]["refusal"]
     unfinished = synth(dipx, "--duration", "1", "--length", "1")
     yield "unfinished dip of the library", of(unfinished, "--library"), lambda d: d["library"]["unfinished_dip"]
 
@@ -146,7 +154,8 @@ def main(dipx, schema_file):
         assert is_of_its_kind(document), f"{name}: the document is not of its kind"
         errors = [f"{'/'.join(map(str, e.absolute_path))}: {e.message}" for e in closed.iter_errors(document)]
         assert not errors, f"{name}: {errors}"
-        for path in members(document):
+        one_of_each = {place_of(document, path): path for path in members(document)}
+        for path in one_of_each.values():
             required = not closed.is_valid(without(document, path))
             assert required != (path[-1] in OPTIONAL), f"{name}: {path} is {'' if required else 'not '}required"
             met.add(path[-1])
