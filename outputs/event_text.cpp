@@ -87,13 +87,12 @@ class EventText {
   void add_extreme() {
     const bool swell = event_.kind == EventKind::swell;
     std::string words =
-        fmt::format("{} {} in {}, {:.1f} % of the {} {}", swell ? "highest Urms(1/2)" : "residual voltage",
+        fmt::format("{} {} in {}: {:.1f} % of the {} {}", swell ? "highest Urms(1/2)" : "residual voltage",
                     volts_text(event_.extreme_v), name(event_.extreme_phase), terms_.percent, reference(),
                     volts_text(event_.reference_v));
-    if (!swell) words += fmt::format(", depth {:.1f} %", terms_.depth_percent);
     const auto of_declared = analysis_.percent_of_declared(event_.extreme_v);
     if (of_declared && analysis_.options.reference != measure::Reference::declared) {
-      words += fmt::format("; {:.1f} % of the declared voltage", *of_declared);
+      words += fmt::format(", {:.1f} % of the declared voltage", *of_declared);
     }
     add(words);
   }
@@ -103,7 +102,9 @@ class EventText {
     const double threshold = event_.kind == EventKind::swell          ? thresholds.swell
                              : event_.kind == EventKind::interruption ? thresholds.interruption
                                                                       : thresholds.dip;
-    add(fmt::format("{} {:g} % of the {}: {}", event_.kind == EventKind::swell ? "above" : "below", threshold,
+    const std::string depth =
+        event_.kind == EventKind::swell ? "" : fmt::format("depth {:.1f} %; ", terms_.depth_percent);
+    add(fmt::format("{}{} {:g} % of the {}: {}", depth, event_.kind == EventKind::swell ? "above" : "below", threshold,
                     reference(), voltages_text(record_, analysis_.voltages, event_.phases)));
   }
 
