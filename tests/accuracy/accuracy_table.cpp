@@ -12,12 +12,12 @@ namespace {
 
 struct Tally {
   int cases = 0;
-  int segments = 0, residual = 0, boundaries = 0, category = 0, jump = 0, all = 0;
+  int segments = 0, voltage = 0, boundaries = 0, category = 0, jump = 0, all = 0;
 
   void add(const accuracy::Hits& hits) {
     cases++;
     segments += hits.segments;
-    residual += hits.residual;
+    voltage += hits.voltage;
     boundaries += hits.boundaries;
     category += hits.category;
     jump += hits.jump;
@@ -29,6 +29,17 @@ std::string text(const char* name, double value) {
   char result[64];
   std::snprintf(result, sizeof result, "%s %6g", name, value);
   return result;
+}
+
+/// Which figures are wrong, by how much, and the command that makes the record.
+void print_miss(const accuracy::DipCase& dip, const accuracy::Hits& hits, const accuracy::Errors& errors) {
+  std::printf("%s%s%s%s%s  ", hits.segments ? "." : "S", hits.voltage ? "." : "V", hits.boundaries ? "." : "B",
+              hits.category ? "." : "C", hits.jump ? "." : "J");
+  if (hits.segments) {
+    std::printf("%5.1f %% %5.2f %5.2f cycles %5.1f degrees  ", 100 * errors.voltage, errors.boundary, errors.crossing,
+                errors.jump);
+  }
+  std::printf("%s\n", accuracy::text_of(dip).c_str());
 }
 
 }  // namespace
@@ -51,11 +62,9 @@ int main(int argc, char** argv) {
   std::map<std::string, Tally> tallies;
   for (int i = 0; i < count; i++) {
     const auto dip = long_dips ? accuracy::random_long_case(random) : accuracy::random_case(random);
-    const auto hits = accuracy::judge(dip, pipe ? accuracy::piped_analysis_of(dip) : accuracy::analysis_of(dip));
-    if (misses && !hits.all()) {
-      std::printf("%s%s%s%s%s  %s\n", hits.segments ? "." : "S", hits.residual ? "." : "R", hits.boundaries ? "." : "B",
-                  hits.category ? "." : "C", hits.jump ? "." : "J", accuracy::text_of(dip).c_str());
-    }
+    const auto analysis = pipe ? accuracy::piped_analysis_of(dip) : accuracy::analysis_of(dip);
+    const auto hits = accuracy::judge(dip, analysis);
+    if (misses && !hits.all()) print_miss(dip, hits, accuracy::errors_of(dip, analysis));
     tallies["all"].add(hits);
     tallies[text("rate", dip.samples_per_cycle)].add(hits);
     tallies[text("depth", dip.depth)].add(hits);
@@ -63,12 +72,12 @@ int main(int argc, char** argv) {
     tallies[text("kind", static_cast<double>(dip.kind))].add(hits);
     tallies["shape " + accuracy::shape_of(dip)].add(hits);
   }
-  std::printf("%-16s %6s %9s %9s %11s %9s %6s %6s\n", "", "cases", "segments", "residual", "boundaries", "category",
+  std::printf("%-16s %6s %9s %9s %11s %9s %6s %6s\n", "", "cases", "segments", "voltage", "boundaries", "category",
               "jump", "all");
   for (const auto& [name, tally] : tallies) {
     const auto share = [cases = tally.cases](int hits) { return 100.0 * hits / cases; };
     std::printf("%-16s %6d %8.1f%% %8.1f%% %10.1f%% %8.1f%% %5.1f%% %5.1f%%\n", name.c_str(), tally.cases,
-                share(tally.segments), share(tally.residual), share(tally.boundaries), share(tally.category),
+                share(tally.segments), share(tally.voltage), share(tally.boundaries), share(tally.category),
                 share(tally.jump), share(tally.all));
   }
   return 0;

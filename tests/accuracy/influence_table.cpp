@@ -67,9 +67,8 @@ std::vector<Level> frequency() {
 std::vector<Level> rate() {
   std::vector<Level> levels;
   for (const int samples : {8, 12, 16, 20, 32, 64, 100, 128, 200, 256, 512}) {
-    const bool resampled = samples < 32 || samples > 128;
-    levels.push_back({std::to_string(samples) + (resampled ? ", resampled" : ""),
-                      [=](synth::DipDescription& record, int) { record.rate = 50.0 * samples; }});
+    levels.push_back(
+        {std::to_string(samples), [=](synth::DipDescription& record, int) { record.rate = 50.0 * samples; }});
   }
   return levels;
 }
@@ -80,7 +79,8 @@ std::vector<DipCase> dips(int count, double longest) {
   std::vector<DipCase> list;
   while (list.size() < static_cast<std::size_t>(count)) {
     const auto dip = accuracy::random_case(random);
-    if (dip.fall_cycles == 0 && dip.second_depth == 0 && dip.cycles <= longest) list.push_back(dip);
+    const bool sudden = dip.fall_cycles == 0 && dip.recovery_cycles == 0;
+    if (sudden && dip.later.empty() && dip.cycles <= longest) list.push_back(dip);
   }
   return list;
 }
@@ -105,7 +105,7 @@ class Spread {
 };
 
 void print_row(const Level& level, const std::vector<DipCase>& cases) {
-  Spread residual;
+  Spread voltage;
   Spread boundary;
   Spread jump;
   Spread point;
@@ -119,14 +119,14 @@ void print_row(const Level& level, const std::vector<DipCase>& cases) {
     if (!errors.segments) continue;
     segments++;
     categories += errors.category ? 1 : 0;
-    residual.add(100 * errors.residual);
-    boundary.add(20 * errors.boundary);
+    voltage.add(100 * errors.voltage);
+    boundary.add(20 * errors.boundary);  // milliseconds
     jump.add(errors.jump);
     point.add(errors.point_on_wave);
   }
   const auto share = [&](int hits) { return 100.0 * hits / static_cast<double>(cases.size()); };
   std::printf("| %s | %.0f %% | %s | %s | %s | %s | %.0f %% |\n", level.name.c_str(), share(segments),
-              residual.text(2).c_str(), boundary.text(1).c_str(), jump.text(1).c_str(), point.text(0).c_str(),
+              voltage.text(2).c_str(), boundary.text(1).c_str(), jump.text(1).c_str(), point.text(0).c_str(),
               share(categories));
 }
 
@@ -147,9 +147,8 @@ int main(int argc, char** argv) {
   CLI11_PARSE(app, argc, argv);
 
   const auto cases = dips(count, longest);
-  std::printf(
-      "| %s | told apart | residual voltage, %% | boundaries, ms | phase jump, ° | point on wave, ° | category |\n",
-      influence.c_str());
+  std::printf("| %s | told apart | voltage, %% | boundaries, ms | phase jump, ° | point on wave, ° | category |\n",
+              influence.c_str());
   std::printf("|---|---|---|---|---|---|---|\n");
   for (const auto& level : influences.at(influence)) print_row(level, cases);
   return 0;
