@@ -314,10 +314,9 @@ TEST(Sets, NamedFromTheSecondPhaseToTheFirstAreTurned) {
 TEST(Sets, WhoseNamesAndPhaseFieldsDifferSaySo) {
   auto record = plain_record();
   record.channels[2].phase = std::string("B");
-  EXPECT_EQ(
-      analysis::analyse(record, {}).notes,
-      Strings{"The name Uc and the phase field B indicate different phases; it is used as phase C (override "
-              "with --channels)."});
+  EXPECT_EQ(analysis::analyse(record, {}).notes,
+            Strings{"The name Uc and the phase field B indicate different phases; it is used as phase C (override "
+                    "with --channels)."});
 }
 
 // --- connection ------------------------------------------------------------------------------------------------------
