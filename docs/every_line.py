@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""every_line.py PAGE SOURCE...: every line that the library's sources print or write stands in PAGE, as `code`, with
-values of its own in place of the conversions; and every line in the first column of its tables is one of them."""
+"""every_line.py PAGE SOURCE...: checks that PAGE shows, as `code`, every line that the library's sources print or write,
+with example values in place of the conversions, and that every line in the first column of its tables is one of them."""
 import re
 import sys
 from pathlib import Path
@@ -11,8 +11,8 @@ CONVERSION = re.compile(r"%(?:0?\.?\d*)(zu|[dufpcs%])|%(\d+)d")
 VALUES = {"d": r"-?\d+", "u": r"\d+", "zu": r"\d+", "f": r"-?\d+\.\d+", "p": r"0x[0-9a-f]+|\(nil\)", "c": r"[ABC]", "s": r".+"}
 
 
-def arguments_behind(text, begin):
-    """The arguments of the call whose bracket opened before `begin`."""
+def arguments_after(text, begin):
+    """Returns the arguments of the call whose bracket opened just before `begin`."""
     arguments, depth, last, i = [], 0, begin, begin
     while True:
         literal = LITERAL.match(text, i)
@@ -29,7 +29,7 @@ def arguments_behind(text, begin):
 
 
 def text_of(argument):
-    """The text of literals that stand together, or in gbk<>; none where there are none."""
+    """Returns the text of adjacent literals, also within gbk<>, or None if the argument is not a literal."""
     if not re.match(r'(?:sagx::)?(?:gbk<)?"', argument):
         return None
     text = "".join(LITERAL.findall(argument))
@@ -66,7 +66,7 @@ def main():
     for source in sources:
         code = re.sub(r"^\s*//.*$", "", Path(source).read_text(), flags=re.M)
         for call in CALL.finditer(code):
-            pattern = pattern_of(call[1], arguments_behind(code, call.end()))
+            pattern = pattern_of(call[1], arguments_after(code, call.end()))
             place = f"{source}:{code.count(chr(10), 0, call.start()) + 1}"
             if pattern is None:
                 missing.append(f"{place}: cannot tell what is printed")

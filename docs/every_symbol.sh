@@ -1,6 +1,6 @@
 #!/bin/sh
-# every_symbol.sh SYMBOLS TAGFILE: each exported symbol stands in the reference. Doxygen itself says nothing of what a
-# header without a @file comment declares.
+# every_symbol.sh SYMBOLS TAGFILE: checks that each exported symbol is in the reference. Doxygen does not warn of symbols
+# that are declared in a header without a @file comment.
 set -eu
 missing=$(while read -r _ symbol; do
   grep -q "<name>$symbol</name>" "$2" || echo "$symbol"

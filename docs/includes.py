@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
-"""includes.py [check | folders]: who includes whom.
+"""includes.py [check | folders]: shows which source includes which.
 
-Without an argument it prints the sources of the library as a diagram, with `folders` the folders of the repository. With
-`check` it counts the includes. It always fails when an include runs back: against the arrows between folders or between
-the parts of a folder, in a circle among sources, out of a kernel into a stage, or past the one door to the library."""
+Without an argument it prints the sources of the embedded library as a diagram, with `folders` the folders of the
+repository. With `check` it counts the includes. It always fails if an include runs back: against the arrows between
+folders or between the parts of a folder, in a circle among sources, from a kernel to a stage, or around the one folder
+that may include the embedded library."""
 import re
 import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-# The sources of a folder may include those of the folders behind it, and no others.
+# The sources of a folder may include those of the listed folders, and no others.
 ARROWS = {
     "command": {"outputs", "analysis", "measure", "readers", "synth", "files"},
     "outputs": {"analysis", "measure", "readers", "synth"},
@@ -20,16 +21,16 @@ ARROWS = {
     "files": set(),
     "sagx": set(),
 }
-# The parts of a folder that know nothing of each other, and the only sources outside a part that may include it.
+# These parts of a folder do not include each other. Listed are the only sources outside a part that may include it.
 APART = {
     "readers/comtrade": {"readers/open_record"},
     "readers/table": {"readers/open_record"},
     "readers/voltages": set(),
 }
-# Only the first may include the second.
+# Only sources in the first place may include the second.
 DOORS = [("analysis/embedded/", "sagx/"), ("analysis/embedded/", "dipx_dll.h"), ("command/", "CLI/")]
-# What all sources of the library may use, kernels too, and no arrow is drawn to: records, and small headers without a
-# stage behind them.
+# All sources of the library, including kernels, may use these records and small headers, and the diagram leaves them
+# out.
 SHARED = {"dq_dipx", "dipx_dll", "three_phases", "gbk_text", "boundary_list", "mms_time", "dipx_outcome", "report_lines",
           "lanes", "sorted_median", "wrapping"}
 
@@ -43,12 +44,12 @@ def sources():
 
 
 def module_of(name):
-    """A source and its header are one module; the kernels, their table and the choice between them are one, too."""
+    """Returns the module of a file: a source and its header are one, and all kernels with their table are one."""
     return "sagx/kernels" if name.startswith("sagx/kernels/") else name.removesuffix(".cpp").removesuffix(".h")
 
 
 def all_includes():
-    """Pairs of a source and what it includes, both as paths from the root."""
+    """Yields pairs of a source and the file that it includes, both as paths from the root."""
     for path in sources():
         name = path.relative_to(ROOT).as_posix()
         for included in re.findall(r'#include ["<]([^">]+)[">]', path.read_text()):
@@ -117,7 +118,7 @@ def of_the_library(includes):
         node = arrows.setdefault(stem_of(module), set())
         if (target.startswith("sagx/") or target == "dipx_dll") and Path(included).stem not in SHARED:
             node |= {stem_of(target)} - {stem_of(module)}
-    # The host's side first, then the stages by their names.
+    # The interface for hosts comes first, then the stages by name.
     return {node: arrows[node] for node in sorted(arrows, key=lambda node: (node != "dipx_dll_main", node))}
 
 

@@ -1,5 +1,5 @@
-// measure_pictures RECORD FOLDER: how the measuring library sees a record's first dip, as pictures for the page that
-// explains it, and how it sees a made dip that recovers gradually.
+// measure_pictures RECORD FOLDER: draws the pictures for the page that explains the measuring library: of a record's
+// first dip, and of a synthesised dip that recovers gradually.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -43,7 +43,7 @@ constexpr double right = width - 3;
 constexpr double panel_height = 26;
 constexpr double gap = 7;
 
-/// Panels under each other over one stretch of time.
+/// Several panels, one below the other, that show the same stretch of time.
 class Picture {
  public:
   Picture(double from_s, double to_s) : from_s_(from_s), to_s_(to_s) {}
@@ -154,7 +154,7 @@ class Picture {
   double legend_ = right;
 };
 
-/// The first dip of a record's first three channels, and all that was found on the way to it.
+/// The first dip of a record's first three channels, with all intermediate results.
 class FirstDip {
  public:
   explicit FirstDip(readers::Record record) : record_(std::move(record)), waveform_(waveform_of(record_)) {
@@ -175,7 +175,7 @@ class FirstDip {
   FirstDip(const FirstDip&) = delete;
   FirstDip& operator=(const FirstDip&) = delete;
 
-  /// The waveform and the pieces into which it is divided.
+  /// Draws the waveform and the pieces into which it is divided.
   void pieces(const std::string& file) const {
     const measure::Excerpt excerpt = excerpt_round();
     measure::Excerpt quiet = excerpt;
@@ -193,7 +193,7 @@ class FirstDip {
     picture.save(file);
   }
 
-  /// What the courses before and after the beginning leave of the samples.
+  /// Draws the differences between the samples and the courses before and after the start.
   void instant(const std::string& file) const {
     const measure::Excerpt excerpt = excerpt_round();
     const auto fit = [&](double from_s, double to_s, bool after_change) {
@@ -227,7 +227,7 @@ class FirstDip {
     picture.save(file);
   }
 
-  /// The values of Urms(1/2) beside the voltages of the segments.
+  /// Draws the values of Urms(1/2) together with the voltages of the segments.
   void segments(const std::string& file) const {
     Picture picture(start_s() - 4 * cycle(), end_s() + 5 * cycle());
     picture.panel("Urms(1/2) in the middle of each window, and the segments with their voltages", 0, 160, 20);
@@ -249,7 +249,7 @@ class FirstDip {
     picture.save(file);
   }
 
-  /// A gradual recovery and its crossing of the threshold.
+  /// Draws a gradual recovery and its crossing of the threshold.
   void recovery(const std::string& file) const {
     const measure::Excerpt excerpt = excerpt_round();
     Picture picture(start_s() - 4 * cycle(), end_s() + 8 * cycle());
@@ -337,7 +337,7 @@ class FirstDip {
   measure::Course course_;
 };
 
-/// All phases fall to a half and recover over 0.4 s.
+/// A dip in which all phases fall to a half and recover over 0.4 s.
 readers::Record recovering() {
   synth::Waveform waveform;
   waveform.length = 9600;

@@ -1,20 +1,21 @@
 #!/usr/bin/env python3
-"""quotes.py [--check] BIN PAGE...: makes true what the pages show.
+"""quotes.py [--check] BIN PAGE...: regenerates the outputs, tables and pictures that the pages show.
 
-Every block marked `sh` is run, in one folder per page in which the repository's folders can be reached by their names
-and the programs of BIN (a folder) by theirs. Comments, which no reader sees, say what the rest of a page is:
+Every block marked `sh` is run. Each page has a folder of its own for this, which contains links to the folders of the
+repository; the programs in the folder BIN are in the search path. Comments, which readers of the page do not see, say
+where the rest comes from:
 
   <!-- run: COMMAND -->           runs a command that is not shown
-  <!-- prints -->                 what follows (a fenced block, or a table) is what the last commands printed
-  <!-- prints, among others -->   the lines of the block that follows stand in it in this order; ... stands for others
-  <!-- file: PATH -->             the block that follows is this file of the repository
-  <!-- picture: FILE -->          the picture that follows is this file, which the commands have made
-  <!-- page: FILE WIDTHxHEIGHT -->  the picture that follows shows this page in a browser window of that size
-  <!-- fails: STATUS -->          the block that follows ends with this exit status
-  <!-- not run: REASON -->        the block that follows is not run
+  <!-- prints -->                 the next block or table is the output of the last commands
+  <!-- prints, among others -->   the lines of the next block are in that output in this order; ... means other lines
+  <!-- file: PATH -->             the next block is this file of the repository
+  <!-- picture: FILE -->          the next picture is this file, which the commands have made
+  <!-- page: FILE WIDTHxHEIGHT -->  the next picture shows this page in a browser window of that size
+  <!-- fails: STATUS -->          the next block ends with this exit status
+  <!-- not run: REASON -->        the next block is not run
 
-Without --check all of it is put into the pages. With it, what differs is told, and so are links that lead nowhere and
-lines of more than 120 characters.
+Without --check the pages are rewritten. With --check differences are reported and nothing is changed. In both cases
+broken links and lines of more than 120 characters are reported.
 """
 import difflib
 import os
@@ -28,11 +29,11 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 FOLDERS = ["analysis", "build", "command", "docs", "files", "outputs", "readers", "sagx", "scripts", "synth", "tests"]
-SCALE = 1.25  # of browser pictures
+SCALE = 1.25  # magnification of browser pictures
 
 
 def shot(page, size, picture):
-    """A picture of the upper left corner of a page."""
+    """Takes a picture of the upper left corner of a page."""
     with tempfile.TemporaryDirectory() as home:
         subprocess.run(
             ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars", "--disable-dev-shm-usage",
@@ -52,7 +53,7 @@ class Page:
         self.complaints = []
         self.commands = 0
         self.printed = None
-        self.exports = []  # of earlier blocks
+        self.exports = []  # export lines of earlier blocks, which later blocks need too
         self.folder = Path(tempfile.mkdtemp(prefix="dipx-page-"))
         shutil.copytree(ROOT / "examples", self.folder / "examples")
         for name in FOLDERS:
@@ -72,8 +73,8 @@ class Page:
             self.complain(line, f"exit status {done.returncode}: {command}\n{done.stderr.decode(errors='replace')}")
         self.printed = [text.rstrip() for text in done.stdout.decode(errors="replace").rstrip("\n").split("\n")]
 
-    def block_behind(self, i):
-        """First and last line of the fenced block or table that follows line i, without its fences."""
+    def block_after(self, i):
+        """Returns the first line and the end of the fenced block or table that follows line i, without its fences."""
         while i < len(self.lines) and not self.lines[i].strip():
             i += 1
         if i < len(self.lines) and self.lines[i].startswith("```"):
@@ -86,9 +87,9 @@ class Page:
             self.complain(min(i, len(self.lines) - 1), "a block should follow")
         return i, end
 
-    def hold(self, i, wanted):
-        """The block behind line i is to be `wanted`."""
-        begin, end = self.block_behind(i)
+    def compare(self, i, wanted):
+        """Compares the block after line i with `wanted`, or replaces it."""
+        begin, end = self.block_after(i)
         shown = self.lines[begin:end]
         if shown == wanted:
             return
@@ -98,16 +99,16 @@ class Page:
         else:
             self.lines[begin:end] = wanted
 
-    def hold_among_others(self, i):
-        begin, end = self.block_behind(i)
+    def compare_among_others(self, i):
+        begin, end = self.block_after(i)
         rest = iter(self.printed)
         for number in range(begin, end):
             text = self.lines[number]
             if text.strip() != "..." and text not in rest:
-                self.complain(number, f"not printed there: {text}")
+                self.complain(number, f"not in the output: {text}")
                 return
 
-    def picture_behind(self, i):
+    def picture_after(self, i):
         while not self.lines[i].strip():
             i += 1
         found = re.search(r"!\[[^\]]+\]\(([^)]+)\)", self.lines[i])
@@ -116,19 +117,19 @@ class Page:
             return None
         return self.path.parent / found[1]
 
-    def hold_picture(self, i, made):
-        kept = self.picture_behind(i + 1)
+    def compare_picture(self, i, made):
+        kept = self.picture_after(i + 1)
         if kept is None or not made.exists():
             self.complain(i, f"{made.name} was not made")
         elif not self.check:
             kept.parent.mkdir(exist_ok=True)
             shutil.copyfile(made, kept)
         elif not kept.exists() or kept.read_bytes() != made.read_bytes():
-            self.complain(i, f"{kept.relative_to(ROOT)} differs from what is drawn now")
+            self.complain(i, f"{kept.relative_to(ROOT)} differs from the picture that is drawn now")
 
-    def hold_shot(self, i, page, size):
-        # Browsers draw letters differently, so that it is there in its size is all that can be checked.
-        kept = self.picture_behind(i + 1)
+    def compare_shot(self, i, page, size):
+        # Browsers draw letters differently, so only the existence and the size of the picture can be checked.
+        kept = self.picture_after(i + 1)
         if kept is None:
             return
         if not self.check:
@@ -138,7 +139,7 @@ class Page:
         if not (self.folder / page).exists():
             self.complain(i, f"{page} was not made")
         elif not kept.exists() or png_size(kept) != wanted:
-            self.complain(i, f"{kept.relative_to(ROOT)} is not there in {wanted[0]} x {wanted[1]}")
+            self.complain(i, f"{kept.relative_to(ROOT)} does not exist with {wanted[0]} x {wanted[1]} pixels")
 
     def go(self):
         expected, skip = 0, False
@@ -162,17 +163,17 @@ class Page:
                 elif kind == "not run":
                     skip = True
                 elif kind == "prints":
-                    self.hold(i + 1, self.printed)
+                    self.compare(i + 1, self.printed)
                 elif kind == "prints, among others":
-                    self.hold_among_others(i + 1)
+                    self.compare_among_others(i + 1)
                 elif kind == "file":
-                    self.hold(i + 1, (ROOT / what).read_text().rstrip("\n").split("\n"))
+                    self.compare(i + 1, (ROOT / what).read_text().rstrip("\n").split("\n"))
                 elif kind == "picture":
-                    self.hold_picture(i, self.folder / what)
+                    self.compare_picture(i, self.folder / what)
                 elif kind == "page":
-                    self.hold_shot(i, *what.split())
+                    self.compare_shot(i, *what.split())
                 else:
-                    self.complain(i, f"what is '{kind}'?")
+                    self.complain(i, f"unknown comment '{kind}'")
             i += 1
         self.check_form()
         if not self.check:
@@ -203,7 +204,7 @@ class Page:
 
 
 def anchors(page):
-    """Headings as links name them."""
+    """Yields the names by which links refer to the headings of a page."""
     text = re.sub(r"^```.*?^```$", "", page.read_text(), flags=re.S | re.M)
     for heading in re.findall(r"^#+ (.*)$", text, flags=re.M):
         yield re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")

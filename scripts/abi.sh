@@ -1,7 +1,7 @@
 #!/bin/sh
-# abi.sh [--keep]: holds the library's interface (symbols, functions and the types that they reach) against that of the
-# last release, tests/package/libdipx.abi. What a host built for it can no longer rely on fails, unless the SONAME has
-# moved on; what is added passes. --keep writes the description anew: part of a release, see CONTRIBUTING.md.
+# abi.sh [--keep]: compares the library's interface (symbols, functions and the types that they use) with that of the
+# last release, tests/package/libdipx.abi. It fails if a host built for the last release would break, unless the SONAME
+# has changed; additions pass. --keep replaces the description, which is part of a release (see CONTRIBUTING.md).
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh abigail-tools
@@ -16,24 +16,24 @@ if [ "${1:-}" = --keep ]; then
     --out-file "$kept" "$library"
   exit
 fi
-holds() { abidiff --no-added-syms "$1" "$library"; }
+is_kept() { abidiff --no-added-syms "$1" "$library"; }
 
-# A check that cannot fail says nothing. must_break CHANGE: the interface with this change made to it is another one.
+# must_break CHANGE makes sure that the comparison can fail: it must report a description that was changed like this.
 must_break() {
   sed "$1" "$kept" >"$broken"
   ! cmp -s "$kept" "$broken" || { echo "abi.sh: '$1' changes nothing" >&2; exit 1; }
-  ! holds "$broken" >/dev/null || { echo "abi.sh: '$1' passes for the same interface" >&2; exit 1; }
+  ! is_kept "$broken" >/dev/null || { echo "abi.sh: '$1' passes for the same interface" >&2; exit 1; }
 }
 must_break "s/name='dipx_fun'/name='dipx_fun_of_old'/g"
 must_break "/class-decl name='dipx_event_record'/,/<\/class-decl>/s/\(layout-offset-in-bits='\)8192'/\18224'/"
 
 soname=$(readelf -d "$library" | sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p')
 if ! grep -q "soname='$soname'" "$kept"; then
-  echo "$soname is not the SONAME of the last release: nothing to hold it against"
+  echo "$soname is not the SONAME of the last release, so there is nothing to compare it with"
   exit
 fi
-holds "$kept" || {
+is_kept "$kept" || {
   echo "abi.sh: hosts built for the last release would break; either undo this, or raise the major version" >&2
   exit 1
 }
-echo "$soname: the interface of the last release holds"
+echo "$soname: the interface of the last release is kept"

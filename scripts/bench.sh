@@ -1,6 +1,7 @@
 #!/bin/sh
-# bench.sh [OPTION...]: sets up, builds and runs the benchmark: each kernel and whole analyses beside their plain forms,
-# singular values beside LAPACK and Eigen too. Takes Google Benchmark's options (--benchmark_filter=median).
+# bench.sh [OPTION...]: sets up, builds and runs the benchmark. It compares each kernel and whole analyses with their
+# plain forms, singular values also with LAPACK and Eigen, and measures the search for events. The options are those of
+# Google Benchmark (--benchmark_filter=median).
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh libeigen3-dev libopenblas-serial-dev

@@ -1,6 +1,6 @@
 #!/bin/sh
-# check.sh [PRESET...]: sets up, then builds each preset (release and asan unless named) with warnings as errors and runs
-# its tests: all but the soak where the library is as it ships or as a debugger wants it, otherwise the quick ones.
+# check.sh [PRESET...]: sets up, then builds each preset (release and asan by default) with warnings as errors and runs
+# its tests: all except the soak test with the presets release and debug, only the quick ones with all others.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh chromium fish groff mandoc python3-jsonschema zsh

@@ -1,7 +1,8 @@
 #!/bin/sh
-# coverage.sh: which lines and branches of the library its own tests reach, by source, with those that they do not. Kernels
-# are counted as the widest set of instructions that this machine runs has them: the other sets are the same source.
-# Branches that only exceptions take are left out; the library throws none. Fails below all lines or 95 % of branches.
+# coverage.sh: reports by source which lines and branches of the embedded library its tests reach. Kernels are counted for
+# the widest instruction set of this machine only, because the others are compiled from the same source. Branches that
+# only exceptions take are left out, because the library throws none. Fails unless all lines and 95 % of the branches are
+# reached.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh gcovr

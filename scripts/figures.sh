@@ -1,7 +1,7 @@
 #!/bin/sh
-# figures.sh [--check] [PAGE...]: remakes every picture, quoted output and table of the documentation (or of the pages
-# named) from what the built programs give now; a minute or two of processor time. --check says what differs instead, and
-# which links and commands do not work.
+# figures.sh [--check] [PAGE...]: regenerates every picture, quoted output and table of the documentation, or of the given
+# pages, with the programs as they are built now. It takes a minute or two of processor time. --check changes nothing
+# and reports differences, broken links and failing commands.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh chromium pkg-config python3

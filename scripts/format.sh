@@ -1,5 +1,5 @@
 #!/bin/sh
-# format.sh [--check]: brings every C and C++ file into the project's form, or says which are not in it.
+# format.sh [--check]: formats every C and C++ file, or reports the files that are not formatted.
 set -eu
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = --check ]; then

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# fuzz.sh [--long | --keep] [NAME...]: builds the fuzzers (all of fuzz/, or those named) and runs each over its kept
-# inputs, a matter of seconds. --long goes on from there, ten million records and 280 thousand analyses in an hour of one
-# core; what it learns is kept in build/fuzz/corpus. --keep puts the fewest of those inputs that reach as much into
-# fuzz/seeds, one archive for each fuzzer. Any finding ends it with an error and lies in build/fuzz/findings; once it is
-# mended, it belongs into fuzz/regressions under a name that says what it found.
+# fuzz.sh [--long | --keep] [NAME...]: builds the fuzzers (all of fuzz/, or the given ones) and runs each over its kept
+# inputs, which takes seconds. --long continues with new inputs, ten million records and 280 thousand analyses in an hour
+# of one core, and keeps those that reach new code in build/fuzz/corpus. --keep puts the smallest set of inputs that
+# reaches as much into fuzz/seeds, one archive for each fuzzer. Any finding ends the run with an error and is saved in
+# build/fuzz/findings. Once the fault is fixed, the input belongs in fuzz/regressions under a name that says what it
+# found.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=kept
@@ -15,7 +16,7 @@ scripts/setup.sh clang libclang-rt-14-dev xz-utils
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz --target "${@/%/_fuzzer}" >/dev/null
 
-# Inputs of a long run: readers are fast, analyses are not.
+# The number of inputs of a long run differs because readers are fast and analyses are slow.
 runs_of() {
   case $1 in
     comtrade) echo 4000000 ;;
@@ -25,13 +26,14 @@ runs_of() {
   esac
 }
 
-# Records make many small blocks: short memories for them are a third of the time.
+# Records allocate many small blocks, and less bookkeeping for them makes a run considerably faster.
 export ASAN_OPTIONS=malloc_context_size=2:quarantine_size_mb=16
 root=$PWD
 learnt=$root/build/fuzz/corpus
 findings=$root/build/fuzz/findings
 mkdir -p "$findings"
-# The library writes its report, and a reader's fuzzer its records, where they run: best into memory.
+# The library writes its report into the current directory, and so do the fuzzers of readers their records. A directory
+# in memory is fastest.
 scratch=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
@@ -58,7 +60,7 @@ for name; do
     exit 1
   }
   if [ "$mode" = keep ]; then
-    # Equal inputs make an equal archive.
+    # These options make archives of equal inputs equal.
     (cd fewest && LC_ALL=C ls | tar --create --files-from=- --format=ustar --mtime=@0 --owner=0 --group=0 --numeric-owner \
       --mode=u=rw,go=r) | xz -9e >"$root/fuzz/seeds/$name.tar.xz"
     echo "$name: $(ls fewest | wc -l) inputs, $(stat -c %s "$root/fuzz/seeds/$name.tar.xz") bytes"
@@ -66,7 +68,7 @@ for name; do
     continue
   fi
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$findings/$name.log")
-  [ -n "$runs" ] || { echo "fuzz.sh: the $name fuzzer does not say how much it ran" >&2; exit 1; }
+  [ -n "$runs" ] || { echo "fuzz.sh: the $name fuzzer does not report its number of runs" >&2; exit 1; }
   echo "$name: $runs executions"
   total=$((total + runs))
 done

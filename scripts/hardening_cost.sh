@@ -1,5 +1,5 @@
 #!/bin/sh
-# hardening_cost.sh: what the hardening of the release costs: whole analyses by the library without it (A) and with it (B).
+# hardening_cost.sh: measures the cost of the hardening: whole analyses by the library without it (A) and with it (B).
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh

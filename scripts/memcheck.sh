@@ -1,7 +1,7 @@
 #!/bin/sh
-# memcheck.sh: a reduced set of the release build's tests under valgrind memcheck: whole analyses in both styles and in any
-# order, reports, the decomposition, every reader, and the kept fuzzing inputs. It sees what the sanitizers do not:
-# decisions on values that were never set. Any error or leak fails.
+# memcheck.sh: runs a reduced set of the release build's tests under valgrind memcheck: whole analyses through both
+# interfaces and in any order, reports, the decomposition, every reader, and the kept fuzzing inputs. Unlike the
+# sanitizers, memcheck finds decisions that depend on uninitialised values. Any error or leak fails.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh valgrind

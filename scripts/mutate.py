@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""mutate.py [COUNT [SEED]]: how many small faults in the analysis sources the library's tests let pass.
+"""mutate.py [COUNT [SEED]]: counts the small faults in the embedded library's sources that its tests do not find.
 
-Changes one operator, constant or statement of sagx/*.cpp and dipx_dll_main.cpp at a time (COUNT of them, 100 unless said,
-drawn by SEED), builds and runs dipx_test on a copy of the tree in build/mutation. What does not compile, or compiles to the
-same code, is drawn again. Each survivor is listed; the last line is their share. Kernels stay out: their fast forms are
-compared with plain ones, in which a fault is a fault of the test.
+Changes one operator, constant or statement of sagx/*.cpp and dipx_dll_main.cpp at a time (COUNT of them, 100 by default,
+chosen at random from SEED), then builds and runs dipx_test on a copy of the tree in build/mutation. A change that does not
+compile, or compiles to the same code, is replaced by another one. Each fault that the tests miss is listed, and the last
+line is their share. Kernels are left out: their fast forms are compared with plain ones, and a fault in a plain form
+would be a fault of the test.
 """
 import hashlib
 import pathlib
@@ -66,7 +67,7 @@ def run(*command, seconds=600):
 
 
 def passes():
-    """Whether the tests pass. A fault that hangs them is found."""
+    """Returns whether the tests pass. A fault that makes them hang counts as found."""
     return run(build / "tests/core/dipx_test", "--gtest_brief=1", "--gtest_fail_fast", "--gtest_filter=-AMillion*",
                seconds=120) == 0
 

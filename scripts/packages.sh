@@ -1,6 +1,6 @@
 #!/bin/sh
-# packages.sh [FOLDER]: sets up, then makes the Debian packages in FOLDER (build/package/packages unless named). The same
-# sources make the same bits, in whatever folder they stand.
+# packages.sh [FOLDER]: sets up, then makes the Debian packages in FOLDER (build/package/packages by default). The same
+# sources give the same bits, whatever folder they are in.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh dpkg-dev file

@@ -1,5 +1,6 @@
 #!/bin/sh
-# reproducible.sh: the packages made here and those made from a copy of the sources elsewhere are equal to the last bit.
+# reproducible.sh: makes the packages here and from a copy of the sources in another folder, and checks that both are
+# equal to the last bit.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/packages.sh >/dev/null
@@ -8,7 +9,7 @@ trap 'rm -rf "$elsewhere"' EXIT
 mkdir "$elsewhere/of another length"
 git ls-files -z | xargs -0 cp --parents -t "$elsewhere/of another length"
 if [ -d outputs/page/node_modules ]; then cp -R outputs/page/node_modules "$elsewhere/of another length/outputs/page"; fi
-# Nothing may be taken over from the first build.
+# The second build must not reuse anything of the first one.
 CCACHE_DISABLE=1 "$elsewhere/of another length/scripts/packages.sh" >"$elsewhere/log" 2>&1 || {
   tail -n 30 "$elsewhere/log"
   exit 1

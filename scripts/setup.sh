@@ -1,11 +1,11 @@
 #!/bin/sh
-# setup.sh [PACKAGE...]: installs what building needs (and the PACKAGEs named) on Debian 12, and uPlot from npm for the
-# page of dipx analyse --html. Asks apt only for what is missing; needs root or sudo for that.
+# setup.sh [PACKAGE...]: installs the packages that building needs, and the given ones, on Debian 12, and uPlot from npm
+# for the page of dipx analyse --html. Only missing packages are installed, which needs root or sudo.
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 packages="g++ cmake ninja-build pkg-config libgtest-dev libcli11-dev nlohmann-json3-dev libcsv-dev libfmt-dev"
 packages="$packages libeigen3-dev libbenchmark-dev $*"
-# Where npm is there already, it may be one that Debian's package would get in the way of.
+# An existing npm may come from elsewhere, and Debian's package could conflict with it.
 command -v npm >/dev/null || packages="$packages npm"
 missing=
 for package in $packages; do
@@ -27,5 +27,5 @@ page=$(dirname "$0")/../outputs/page
 if [ ! "$page/node_modules/.package-lock.json" -nt "$page/package-lock.json" ]; then
   echo "Installing: uPlot (npm)"
   npm ci --prefix "$page" --ignore-scripts --no-audit --no-fund --loglevel=error >/dev/null ||
-    echo "setup.sh: uPlot is not there; the command will be built without --html" >&2
+    echo "setup.sh: uPlot could not be installed; the command will be built without --html" >&2
 fi

@@ -1,6 +1,6 @@
 #!/bin/sh
-# try.sh [RECORD]: sets up, builds the dipx command, and analyses a record (without one, the example) with the summary and
-# the library's report.
+# try.sh [RECORD]: sets up, builds the dipx command and analyses a record (the example by default), then prints the
+# embedded library's own report of it.
 set -eu
 case ${1:-} in
   /*) record=$1 ;;
@@ -15,5 +15,5 @@ report=$(mktemp)
 trap 'rm -f "$report"' EXIT
 echo
 build/release/command/dipx analyse "${record:-examples/rte_00.cfg}" --report "$report"
-printf '\nThe library'"'"'s report (GBK, shown as UTF-8):\n\n'
+printf '\nThe embedded library'"'"'s own report (converted from GBK to UTF-8):\n\n'
 iconv -f GBK -t UTF-8 "$report"
