@@ -30,7 +30,7 @@ TEST_F(Progress, IsShownOnATerminalAfterASecondAndTakenAway) {
   const auto shown = terminal.text();
   EXPECT_TRUE(shown.starts_with("\r\033[Kreading standard input, 1 s\r\033[K")) << shown;
   EXPECT_TRUE(shown.ends_with(line_taken_away)) << shown;
-  EXPECT_TRUE(tests::bytes_of("out.txt").starts_with("standard input: dip 1 "));
+  EXPECT_TRUE(tests::bytes_of("out.txt").starts_with("standard input: event 1, dip "));
 }
 
 TEST_F(Progress, IsNotShownForAQuickRun) {

@@ -141,6 +141,12 @@ INSTANTIATE_TEST_SUITE_P(
                                  dip.durations = {0.1, 0.05, 0.2};
                                }},
                     OptionCase{"Phases", {"--phases", "CA"}, [](auto& dip) { dip.phases = "CA"; }},
+                    OptionCase{"PhasesOfSteps",
+                               {"--phases", "A,AB", "--depth", "30,60"},
+                               [](auto& dip) {
+                                 dip.phases = "A,AB";
+                                 dip.depths = {30, 60};
+                               }},
                     OptionCase{"PhasesTogether", {"--phases", "a-b"}, [](auto& dip) { dip.phases = "A-B"; }},
                     OptionCase{"Jump", {"--jump", "-30"}, [](auto& dip) { dip.jumps = {-30}; }},
                     OptionCase{"Jumps",
@@ -311,6 +317,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"ListsThatDoNotFit",
                 {"--depth", "10,20", "--duration", "1,2,3", "-o", "dip.csv"},
                 "dipx: --depth 10,20: 2 values for 3 steps; give one value for all steps or one for each"},
+        BadCase{"FaultsThatDoNotFit",
+                {"--phases", "A,AB", "--depth", "10,20,30", "-o", "dip.csv"},
+                "dipx: --phases A,AB: 2 faults for 3 steps; give one for all or one for each"},
         BadCase{"OneOfAList",
                 {"--depth", "10,200", "-o", "dip.csv"},
                 "--depth: '200' is no number from 0 to 100\nRun with --help for more information."},
@@ -448,15 +457,15 @@ TEST_F(Synth, DoesWhatItsHelpShows) {
 // --- dipx synth | dipx analyse - -------------------------------------------------------------------------------------
 
 void expect_default_dip(const json& analysis) {
-  ASSERT_EQ(analysis["dips"].size(), 1U);
-  const auto& dip = analysis["dips"][0];
-  ASSERT_EQ(dip["segments"].size(), 1U);
-  const auto& segment = dip["segments"][0];
-  EXPECT_NEAR(segment["start"]["time_s"], 0.3, 0.01);
-  EXPECT_NEAR(segment["end"]["time_s"], 0.5, 0.01);
+  ASSERT_EQ(analysis["events"].size(), 1U);
+  const auto& course = analysis["events"][0]["course"];
+  EXPECT_NEAR(course["start_s"], 0.3, 0.001);
+  EXPECT_NEAR(course["end_s"], 0.5, 0.001);
+  ASSERT_EQ(course["segments"].size(), 1U);
+  const auto& segment = course["segments"][0];
   EXPECT_EQ(segment["category"]["code"], 9);
   for (std::size_t x = 0; x < 3; x++) {
-    EXPECT_NEAR(segment["residual_voltage"][x]["percent"], 50, 0.1);
+    EXPECT_NEAR(segment["voltage"][x]["percent_of_before"], 50, 0.1);
     EXPECT_NEAR(segment["phase_jump"][x]["degrees"], 0, 0.5);
   }
 }
