@@ -24,7 +24,7 @@ echo "the command, alone"
 install_in_root "$(given dipx-tools)"
 inside dipx --version
 inside dipx selftest
-inside sh -c 'dipx synth --depth 40 | dipx analyse -' | grep -q '^1 dip$'
+inside sh -c 'dipx synth --depth 40 | dipx analyse -' | grep -q '^1 event$'
 inside dipx analyse /given/rte_00.cfg | grep -q 'two-phase dip with zero sequence'
 [ -z "$(inside find /usr/lib -name 'libdipx*')" ]
 
