@@ -1,4 +1,4 @@
-/* The record style: reads a CSV file of time and three phase voltages, and prints its dips.
+/* Record interface: reads a CSV file of time and three phase voltages, and prints its dips.
  *
  *   cc record_host.c $(pkg-config --cflags --libs dipx) -o record_host
  *   ./record_host FILE.csv SAMPLES_PER_CYCLE RATIO */
@@ -8,7 +8,7 @@
 
 static dipx_data_struct record; /* 9.8 MB: too large for most stacks */
 
-/* The transformers' ratio brings the voltages to what the library takes for nominal: 50 to 400 V. */
+/* Dividing by the ratio of the transformers gives the level that the library accepts, 50 to 400 V. */
 static int read_record(const char* name, double ratio) {
   FILE* file = fopen(name, "r");
   if (file == NULL) return 0;
@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
     fprintf(stderr, "record_host: %s: nothing to read\n", argv[1]);
     return 1;
   }
-  /* No status comes back, so what would be refused is kept away from the library. */
+  /* dipx_fun returns no status, so the host checks in advance for input that the library would refuse. */
   if (record.smp_rate < 32 || record.smp_rate > 128 || record.smp_len > 3000 * record.smp_rate ||
       record.smp_len < 2 * record.smp_rate) {
     fprintf(stderr, "record_host: 32 to 128 samples per cycle, and 2 to 3000 cycles\n");

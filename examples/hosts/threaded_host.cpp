@@ -1,4 +1,4 @@
-// The samples style in a program with threads: two records at a time are made ready, one at a time is analysed.
+// Samples interface in a program with threads: two records are prepared at a time, and one is analysed at a time.
 //
 //   c++ -std=c++17 -pthread threaded_host.cpp $(pkg-config --cflags --libs dipx) -o threaded_host
 //   ./threaded_host >/dev/null
@@ -22,7 +22,7 @@ struct Dip {
   std::vector<int> categories;
 };
 
-/// The library has one set of working records: whoever analyses holds the lock until the results are copied.
+/// The library has one set of working records, so a thread holds the lock until it has copied the results.
 std::vector<Dip> dips_of(const Waveform& waveform) {
   static std::mutex library;
   const std::lock_guard<std::mutex> lock(library);
@@ -38,11 +38,11 @@ std::vector<Dip> dips_of(const Waveform& waveform) {
     dip.categories.assign(result.dipx_cata_seg, result.dipx_cata_seg + result.u_min_num);
     dips.push_back(dip);
   }
-  sagx_free_all();  // 71 MB back to the system; leave it out where records come one after the other
+  sagx_free_all();  // returns 71 MB to the system; omit it if the next record follows at once
   return dips;
 }
 
-/// Two seconds at 230 V with a dip in phase A.
+/// Makes two seconds at 230 V with a dip in phase A.
 Waveform made(int samples_per_cycle, double depth) {
   Waveform waveform{samples_per_cycle, {}, {}, {}};
   for (int i = 0; i < 100 * samples_per_cycle; i++) {

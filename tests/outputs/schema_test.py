@@ -81,20 +81,20 @@ def changed(table, begin_s, end_s, change):
     """A table whose voltages between two times are changed, row by row."""
     heading, *rows = table.decode().splitlines()
     lines = [heading]
-    for index, row in enumerate(rows):
+    for row in rows:
         time, *volts = row.split(",")
         if begin_s < float(time) < end_s:
-            volts = change(index, volts)
+            volts = change(volts)
         lines.append(",".join([time, *volts]))
     return "\n".join(lines).encode() + b"\n"
 
 
-def higher(index, volts):
+def higher(volts):
     return [str(1.3 * float(value)) for value in volts]
 
 
-def two_thirds_missing(index, volts):
-    return volts if index % 30 >= 20 else [""] * len(volts)
+def missing(volts):
+    return [""] * len(volts)
 
 
 def documents_of(dipx):
@@ -128,8 +128,9 @@ def documents_of(dipx):
     yield "begins in the declared dip", of(begins_low, "--nominal", "230"), lambda d: course(d)["start_s"] is None
     slow = synth(dipx, "--recovery", "0.4")
     yield "gradual recovery", of(slow), lambda d: any(t["gradual"] for t in course(d)["transitions"])
-    holes = of(changed(two_steps, 0.301, 0.499, two_thirds_missing))
-    yield "missing samples", holes, lambda d: any("are missing" in note for note in d["notes"])
+    three_steps = synth(dipx, "--duration", "0.2,0.2,0.2", "--depth", "40,70,55")
+    gap = of(changed(three_steps, 0.505, 0.695, missing))
+    yield "segment of missing samples", gap, lambda d: not all(s["measured"] for s in course(d)["segments"])
     sixty = synth(dipx, "--frequency", "60", "--phases", "B-C", "--depth", "40", "--format", "cff")
     yield "sixty hertz", of(sixty), lambda d: course(d)["segments"][0]["type"]["letter"] == "C"
     yield "one voltage", of(plain, "--channels", "2"), lambda d: d["voltages"][1:] == [None, None]
