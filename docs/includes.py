@@ -11,8 +11,8 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 # The sources of a folder may include those of the folders behind it, and no others.
 ARROWS = {
-    "command": {"outputs", "analysis", "readers", "synth", "files"},
-    "outputs": {"analysis", "readers", "synth"},
+    "command": {"outputs", "analysis", "measure", "readers", "synth", "files"},
+    "outputs": {"analysis", "measure", "readers", "synth"},
     "analysis": {"measure", "readers", "files", "sagx"},
     "measure": set(),
     "synth": {"readers"},
