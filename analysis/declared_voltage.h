@@ -1,7 +1,7 @@
 // What the user says that the voltage should be, against what the record shows.
 #pragma once
 
-#include "analysis/analyse.h"
+#include "analysis/analysis_options.h"
 #include "analysis/findings.h"
 #include "measure/measure.h"
 #include "readers/record.h"

@@ -4,13 +4,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+
+#include "readers/clock_time.h"
 
 namespace analysis {
 
 namespace {
 
-std::string name_of(const readers::Record& record, const AnalysedVoltages& voltages, std::size_t phase) {
-  return voltages.computed ? voltages.letter(phase) : record.channels[voltages.channels[phase]].name;
+std::string name_of(const readers::Record& record, const Analysis& analysis, std::size_t phase) {
+  const bool computed = analysis.voltages.computed || !analysis.measured.computed[phase].empty();
+  return computed ? analysis.voltages.letter(phase) : record.channels[analysis.voltages.channels[phase]].name;
 }
 
 void note_wiring(const readers::Record& record, Analysis& analysis) {
@@ -19,7 +23,7 @@ void note_wiring(const readers::Record& record, Analysis& analysis) {
     analysis.notes.push_back(fmt::format(
         "{} has the opposite polarity to the other voltages; type and sequence voltages are computed with it turned "
         "round.",
-        name_of(record, analysis.voltages, *wiring.turned_phase)));
+        name_of(record, analysis, *wiring.turned_phase)));
   }
   if (wiring.reversed) {
     const auto& channels = analysis.voltages.channels;
@@ -69,6 +73,58 @@ const char* words_for(measure::LevelSource source) {
   return "";
 }
 
+/// The share that is left of the lowest voltage between phases, in a segment.
+double lowest_line_share(const measure::Segment& segment, const measure::Course& course) {
+  double lowest = std::numeric_limits<double>::infinity();
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const std::size_t next = (phase + 1) % 3;
+    const double before = std::abs(course.before[phase] - course.before[next]);
+    lowest = std::min(lowest, std::abs(segment.phasors[phase] - segment.phasors[next]) / before);
+  }
+  return lowest;
+}
+
+/// Whether one phase has fallen and the two others have risen while the voltages between phases have stayed.
+bool displaces_neutral(const measure::Segment& segment, const measure::Course& course) {
+  constexpr double fallen = 0.9;
+  constexpr double risen = 1.1;
+  if (!segment.measured || lowest_line_share(segment, course) < fallen) return false;
+  int low = 0;
+  int high = 0;
+  for (const measure::SegmentPhase& phase : segment.phases) {
+    if (phase.share_of_before < fallen) low++;
+    if (phase.share_of_before > risen) high++;
+  }
+  return low == 1 && high == 2;
+}
+
+/// Loads between phases do not see an earth fault where the neutral is not solidly earthed.
+void note_displaced_neutral(std::size_t number, const measure::Event& event, Analysis& analysis) {
+  if (!event.course || analysis.voltages.phases < 3 || analysis.voltages.between_phases) return;
+  const auto& segments = event.course->segments;
+  const auto displaced = std::find_if(segments.begin(), segments.end(), [&](const measure::Segment& segment) {
+    return displaces_neutral(segment, *event.course);
+  });
+  if (displaced == segments.end()) return;
+  double lowest = std::numeric_limits<double>::infinity();
+  for (const measure::Segment& segment : segments) {
+    if (segment.measured) lowest = std::min(lowest, lowest_line_share(segment, *event.course));
+  }
+  analysis.notes.insert(
+      analysis.notes.begin(),
+      fmt::format(
+          "Event {}: the voltages between phases keep at least {:.1f} %, although phase voltages fall: the "
+          "neutral is displaced by an earth fault in a network that is not solidly earthed. Loads between phases "
+          "see the line voltages only; --line-to-line analyses them.",
+          number, 100 * lowest));
+}
+
+void note_date(const readers::Record& record, Analysis& analysis) {
+  if (!readers::has_ambiguous_date(record)) return;
+  analysis.notes.push_back(fmt::format("The file's date {} is read as {}, in the order that its revision prescribes.",
+                                       record.start_time, readers::iso_time(record, 0).substr(0, 10)));
+}
+
 void note_dip(std::size_t number, const measure::Event& event, Analysis& analysis) {
   if (!event.course) return;
   if (!event.start_known) {
@@ -90,7 +146,11 @@ void add_finding_notes(const readers::Record& record, Analysis& analysis) {
   note_wiring(record, analysis);
   note_skew(record, analysis);
   note_frequency(analysis);
-  for (std::size_t i = 0; i < analysis.found.events.size(); i++) note_dip(i + 1, analysis.found.events[i], analysis);
+  for (std::size_t i = 0; i < analysis.found.events.size(); i++) {
+    note_dip(i + 1, analysis.found.events[i], analysis);
+    note_displaced_neutral(i + 1, analysis.found.events[i], analysis);
+  }
+  note_date(record, analysis);
 }
 
 }  // namespace analysis

@@ -204,7 +204,8 @@ class FirstDip {
     };
     const auto before = fit(start_s() - 4 * cycle(), start_s() - 0.15 * cycle(), false);
     const auto after = fit(start_s() + 0.05 * cycle(), start_s() + 3 * cycle(), true);
-    const auto pinned = measure::pin_down(excerpt, before, after, start_s() - 0.5 * cycle(), start_s() + 0.4 * cycle());
+    const auto pinned =
+        measure::pin_down(excerpt, before, after, start_s() - 0.5 * cycle(), start_s() + 0.4 * cycle(), false);
     Picture picture(start_s() - cycle(), start_s() + cycle());
     const auto panel = [&](const std::string& title, double height, const measure::PhasorFit* course) {
       picture.panel(title, -height, height, height / 2);

@@ -1,5 +1,5 @@
-// stage_pictures RECORD FOLDER [DIP]: what the stages of an analysis make of a record's dip, as pictures for the page
-// that explains them. They show the working records as the stages have left them.
+// stage_pictures RECORD FOLDER: draws the pictures for the page that explains the stages of the embedded library. They
+// show the library's working records after an analysis of the whole record, which has to hold exactly one dip.
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -10,20 +10,27 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "analysis/analyse.h"
-#include "analysis/embedded/working_records.h"
+#include "analysis/waveform.h"
 #include "readers/open_record.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dq_dipx.h"
+#include "sagx/signal_acquisition.h"
 
 namespace {
 
-using analysis::embedded::result_of;
-using analysis::embedded::searched;
-using analysis::embedded::window;
+/// The whole record as the library has left it.
+const dq_dipx_rms& searched() {
+  return *dq_rms_buf;
+}
+
+/// The window of the dip.
+dq_data& window() {
+  return *dq_data_buf;
+}
 
 using Curve = std::function<double(int)>;
 
@@ -40,10 +47,10 @@ constexpr double right = width - 3;
 constexpr double panel_height = 26;
 constexpr double gap = 7;
 
-/// Panels under each other over one stretch of samples.
+/// Several panels, one below the other, that show the same stretch of samples.
 class Picture {
  public:
-  /// `from`, `to`: samples shown; `seconds_at`: their time.
+  /// Shows the samples from `from` to `to`; `seconds_at` gives the time of a sample.
   Picture(int from, int to, std::function<double(int)> seconds_at)
       : from_(from), to_(to), seconds_at_(std::move(seconds_at)) {}
 
@@ -73,11 +80,11 @@ class Picture {
         right, colour, dash);
   }
 
-  /// What happens where, over the whole height of the panel.
+  /// Marks a sample with a line over the whole height of the panel.
   void mark(int sample, const std::string& name, const char* colour = "#1a1a1a") {
     add("<path d=\"M{0:.2f} {1:.1f}V{2:.1f}\" stroke=\"{3}\" stroke-width=\"0.25\" stroke-dasharray=\"0.8 0.5\"/>\n",
         x(sample), top_, bottom_, colour);
-    // Names of near neighbours stand above each other.
+    // The names of close neighbours are placed one above the other.
     name_row_ = x(sample) - last_mark_ < 12 ? name_row_ + 1 : 0;
     last_mark_ = x(sample);
     add("<text x=\"{:.2f}\" y=\"{:.1f}\" fill=\"{}\">{}</text>\n", x(sample) + 0.6, bottom_ - 1 - 3 * name_row_, colour,
@@ -91,7 +98,8 @@ class Picture {
         (x(begin) + x(end)) / 2, top_ + 3, name);
   }
 
-  /// A curve; where samples lie closer than a printer's dots, the lowest and the highest of each step.
+  /// Draws a curve. If samples lie closer together than a printer's dots, only the lowest and the highest value of each
+  /// step are drawn.
   void curve(const Curve& value, const char* colour, const std::string& name, double thickness = 0.25) {
     const int step = std::max(1, static_cast<int>((to_ - from_) / ((right - left) / 0.15)));
     add("<path fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" stroke-linejoin=\"round\" d=\"", colour, thickness);
@@ -163,17 +171,34 @@ class Picture {
   double low_ = 0;
   double high_ = 1;
   double legend_ = right;
-  double last_mark_ = -width;  // in this panel, with the row of its name
+  double last_mark_ = -width;  // position of the latest mark in this panel; the next line is the row of its name
   int name_row_ = 0;
 };
 
-/// Runs the library on a stretch of the analysed waveform; the threshold of its segmentation, which it prints.
-double run_library(analysis::Analysis& analysis, const analysis::Stretch& stretch) {
+/// The samples of the analysed voltages at the level at which the library gets them.
+analysis::Waveform library_waveform(const analysis::Analysis& analysis) {
+  analysis::Waveform waveform;
+  const auto& measured = analysis.measured.waveform;
+  for (std::size_t phase = 0; phase < waveform.size(); phase++) {
+    for (std::size_t i = 0; i < measured.length(); i++) {
+      waveform[phase].push_back(static_cast<float>(measured.volts(phase, i) * analysis.library->factor));
+    }
+  }
+  return waveform;
+}
+
+/// Runs the library on a waveform and returns the threshold of its segmentation, which it prints.
+double run_library(analysis::Waveform& waveform, double samples_per_cycle) {
   const auto trace = std::tmpfile();
   std::fflush(stdout);
   const int out = dup(STDOUT_FILENO);
   dup2(fileno(trace), STDOUT_FILENO);
-  analysis::embedded::run(analysis.waveform, analysis.voltages.samples_per_cycle, stretch);
+  sample_input_smprate = static_cast<int>(std::lround(samples_per_cycle));
+  sample_input_number = static_cast<int>(waveform[0].size());
+  psample_input_va = waveform[0].data();
+  psample_input_vb = waveform[1].data();
+  psample_input_vc = waveform[2].data();
+  dq_dipx_new(nullptr);
   std::fflush(stdout);
   dup2(out, STDOUT_FILENO);
   std::rewind(trace);
@@ -186,12 +211,9 @@ double run_library(analysis::Analysis& analysis, const analysis::Stretch& stretc
 
 class StagePictures {
  public:
-  StagePictures(const analysis::Analysis& analysis, const analysis::Dip& dip, double threshold, std::string folder)
-      : analysis_(analysis), begin_(dip.stretch.begin), threshold_(threshold), folder_(std::move(folder)) {
-    while (index_ + 1 < searched().evt_num / 2 &&
-           static_cast<std::size_t>(searched().T[2 * index_]) + begin_ != dip.start)
-      index_++;
-    window_ = searched().T[2 * index_] - 4 * cycle();
+  StagePictures(const analysis::Analysis& analysis, double threshold, std::string folder)
+      : analysis_(analysis), threshold_(threshold), folder_(std::move(folder)) {
+    window_ = searched().T[0] - 4 * cycle();
   }
 
   void search() {
@@ -205,15 +227,15 @@ class StagePictures {
     picture.panel("RMS over the cycle that ends at each sample", 0, 160, "%");
     picture.stretch(window_, window_ + samples(), shade, "window");
     picture.level(90, red);
-    picture.mark(record.T[2 * index_], "fall", red);
-    picture.mark(record.T[2 * index_ + 1], "recovery", red);
+    picture.mark(record.T[0], "fall", red);
+    picture.mark(record.T[1], "recovery", red);
     picture.curve([&](int i) { return percent(record.rmsa[i]); }, phase_colours[0], "A");
     picture.curve([&](int i) { return percent(record.rmsb[i]); }, phase_colours[1], "B");
     picture.curve([&](int i) { return percent(record.rmsc[i]); }, phase_colours[2], "C");
     picture.save(folder_ + "/search.svg");
   }
 
-  /// The transform of phase C, which is the last that the working record holds.
+  /// Shows the transform of phase C, because the working record keeps only that of the last phase.
   void transform() {
     const auto& data = window();
     Picture picture(0, samples(), window_time());
@@ -306,10 +328,10 @@ class StagePictures {
     picture.save(folder_ + "/point_on_wave.svg");
   }
 
-  /// A long window keeps the RMS curves' features and positions alone.
+  /// Shows a long window, of which only the features of the RMS curves and positions are kept.
   void long_window() {
     const auto& data = window();
-    const int window = searched().T[2 * index_ + 1] - searched().T[2 * index_] + 8 * cycle();
+    const int window = searched().T[1] - searched().T[0] + 8 * cycle();
     Picture picture(0, window, window_time());
     picture.panel("RMS, its boundaries (Trms) and those of the waveform (T)", 0, 160, "%");
     for (int s = 0; s < dip().min_num; s++) {
@@ -328,15 +350,18 @@ class StagePictures {
   [[nodiscard]] bool is_long() const { return dip().Trms_num > 0; }
 
  private:
-  [[nodiscard]] const dq_dipx_struct& dip() const { return result_of(index_); }
+  [[nodiscard]] const dq_dipx_struct& dip() const { return new_dipx_buf[0]; }
   [[nodiscard]] int cycle() const { return searched().smprate; }
   [[nodiscard]] int samples() const { return static_cast<int>(window().num); }
   [[nodiscard]] double percent(float volts) const { return 100 * static_cast<double>(volts / dip().un); }
+  [[nodiscard]] double seconds_at(int sample) const {
+    return analysis_.voltages.record_seconds(sample / analysis_.voltages.part.rate);
+  }
   [[nodiscard]] std::function<double(int)> record_time() const {
-    return [this](int i) { return analysis_.voltages.seconds_at(begin_ + static_cast<std::size_t>(i)); };
+    return [this](int i) { return seconds_at(i); };
   }
   [[nodiscard]] std::function<double(int)> window_time() const {
-    return [this](int i) { return analysis_.voltages.seconds_at(begin_ + static_cast<std::size_t>(window_ + i)); };
+    return [this](int i) { return seconds_at(window_ + i); };
   }
   [[nodiscard]] bool in_segment(int i) const {
     for (int s = 0; s < dip().u_min_num; s++) {
@@ -359,7 +384,7 @@ class StagePictures {
     picture.curve([&](int i) { return percent(data.uc[i]); }, phase_colours[2], "C");
   }
 
-  /// The sample at which the point on wave was read: the one whose time gives the dip's angle.
+  /// The sample at which the library read the point on wave.
   [[nodiscard]] int start_of_dip() const {
     const auto& data = window();
     int start = samples();
@@ -375,26 +400,28 @@ class StagePictures {
   }
 
   const analysis::Analysis& analysis_;
-  std::size_t begin_;
   double threshold_;
   std::string folder_;
-  int index_ = 0;
-  int window_ = 0;
+  int window_ = 0;  // first sample of the window in the record
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fputs("usage: stage_pictures RECORD FOLDER [DIP]\n", stderr);
+  if (argc != 3) {
+    std::fputs("usage: stage_pictures RECORD FOLDER\n", stderr);
     return 1;
   }
   try {
     std::filesystem::create_directories(argv[2]);
-    auto analysis = analysis::analyse(readers::open_record(argv[1]), {});
-    const auto& dip = analysis.dips.at(argc > 3 ? std::stoul(argv[3]) - 1 : 0);
-    const double threshold = run_library(analysis, dip.stretch);
-    StagePictures pictures(analysis, dip, threshold, argv[2]);
+    const auto record = readers::open_record(argv[1]);
+    analysis::AnalysisOptions options;
+    options.library = true;
+    const auto analysis = analysis::analyse(record, options);
+    if (analysis.library->dips.size() != 1) throw std::runtime_error("the record does not hold exactly one dip");
+    auto waveform = library_waveform(analysis);
+    const double threshold = run_library(waveform, analysis.voltages.samples_per_cycle());
+    StagePictures pictures(analysis, threshold, argv[2]);
     if (pictures.is_long()) {
       pictures.long_window();
       return 0;

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "measure/course.h"
-#include "measure/measure.h"
+#include "measure/findings.h"
 
 namespace measure {
 

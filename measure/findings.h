@@ -130,4 +130,13 @@ struct Event {
   std::optional<Course> course;  ///< of dips
 };
 
+/// A change of the voltage that belongs to no event.
+struct Change {
+  double start_s = 0;
+  double end_s = 0;
+  PhaseFlags phases{};  ///< the voltages that change
+  PerPhase before_v{};  ///< fundamentals, volts RMS
+  PerPhase after_v{};
+};
+
 }  // namespace measure

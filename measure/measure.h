@@ -19,15 +19,6 @@
 
 namespace measure {
 
-/// A change of the voltage that belongs to no event.
-struct Change {
-  double start_s = 0;
-  double end_s = 0;
-  PhaseFlags phases{};  ///< the voltages that change
-  PerPhase before_v{};  ///< fundamentals, volts RMS
-  PerPhase after_v{};
-};
-
 struct Findings {
   double frequency = 0;     ///< hertz, the mean over the waveform
   PerPhase reference_v{};   ///< what the thresholds refer to; of a sliding reference its beginning

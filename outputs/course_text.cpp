@@ -14,6 +14,7 @@
 #include "outputs/dip_category_name.h"
 #include "outputs/figures_text.h"
 #include "outputs/phase_table.h"
+#include "outputs/six_voltages.h"
 #include "outputs/voltage_names.h"
 
 namespace outputs {
@@ -38,10 +39,18 @@ std::string optional_hertz(const std::optional<double>& hertz) {
   return hertz ? fmt::format("{:.3f} Hz", *hertz) : "-";
 }
 
-/// "56.3 % at -20.1°" of a phasor that is relative to another.
+/// "56.3 % at -20.1°" of a phasor that is relative to another; next to nothing has no angle.
 std::string share_text(const measure::Phasor& relative) {
-  return fmt::format("{:.1f} % at {}", 100 * std::abs(relative),
-                     turn_text(std::arg(relative) * 180 / std::numbers::pi));
+  constexpr double next_to_nothing = 0.05;
+  const std::string percent = fmt::format("{:.1f} %", 100 * std::abs(relative));
+  if (std::abs(relative) < next_to_nothing) return percent;
+  return percent + " at " + turn_text(std::arg(relative) * 180 / std::numbers::pi);
+}
+
+/// A slope as volts per second. Less than a millionth of the level in a second comes of rounding alone.
+std::string slope_text(double volts_per_second, double level) {
+  constexpr double rounding = 1e-6;
+  return analysis::volts_text(volts_per_second < rounding * level ? 0 : volts_per_second) + "/s";
 }
 
 class CourseText {
@@ -63,6 +72,7 @@ class CourseText {
     add_difference();
     add_level_before();
     add_parts();
+    add_lowest_of_six();
     add_explained();
     return text_;
   }
@@ -153,7 +163,7 @@ class CourseText {
     const auto& steepest = course_.steepest_change_v_per_s;
     if (std::any_of(steepest.begin(), steepest.end(), [](double slope) { return slope > 0; })) {
       text_ += table_.line("  steepest change of RMS",
-                           [&](std::size_t phase) { return analysis::volts_text(steepest[phase]) + "/s"; });
+                           [&](std::size_t phase) { return slope_text(steepest[phase], dip_.reference_v); });
     }
     add(fmt::format("frequency before {}, after {}", optional_hertz(course_.frequency_before),
                     optional_hertz(course_.frequency_after)),
@@ -170,6 +180,13 @@ class CourseText {
     }
     text_ += table_.line("  point on wave",
                          [&](std::size_t phase) { return degrees[phase] ? angle_text(*degrees[phase]) : "-"; });
+  }
+
+  void add_lowest_of_six() {
+    if (!course_.lowest_of_six) return;
+    add(fmt::format("lowest of the six voltages of IEEE 1564: {}, {:.1f} % of its level before",
+                    six_voltages_words(course_.lowest_of_six->which), 100 * course_.lowest_of_six->share),
+        2);
   }
 
   void add_explained() {
@@ -233,9 +250,8 @@ class CourseText {
 
   void add_type(const Segment& segment) {
     if (!segment.type) {
-      add(analysis_.voltages.phases < 3 ? "type -: it needs three voltages"
-                                        : "type -: the angles before the dip are not known",
-          4);
+      // That fewer voltages have none is said once, with the voltages.
+      if (analysis_.voltages.phases == 3) add("type -: the angles before the dip are not known", 4);
       return;
     }
     const auto& type = *segment.type;
@@ -277,17 +293,16 @@ class CourseText {
   }
 
   void add_sequences(const Segment& segment) {
-    if (!segment.sequences) {
-      add("sequences -: they need three voltages", 4);
-      return;
-    }
+    if (!segment.sequences) return;
     const auto& sequences = *segment.sequences;
     std::string words = fmt::format("sequences: positive {}, negative {}", analysis::volts_text(sequences.positive_v),
                                     analysis::volts_text(sequences.negative_v));
     if (!analysis_.voltages.between_phases) words += ", zero " + analysis::volts_text(sequences.zero_v);
-    words += sequences.unbalance_percent ? fmt::format("; unbalance {:.1f} %", *sequences.unbalance_percent)
-                                         : "; unbalance -";
     add(words, 4);
+    add(sequences.unbalance_percent
+            ? fmt::format("unbalance {:.1f} % (negative of positive sequence)", *sequences.unbalance_percent)
+            : "unbalance -",
+        4);
   }
 
   const readers::Record& record_;

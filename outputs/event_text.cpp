@@ -2,12 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
 #include "outputs/course_text.h"
 #include "outputs/figures_text.h"
 #include "outputs/phase_table.h"
 #include "outputs/voltage_names.h"
+#include "readers/clock_time.h"
 
 namespace outputs {
 
@@ -67,6 +70,19 @@ class EventText {
     const double cycles = terms_.least_seconds * analysis_.found.frequency;
     add(fmt::format("duration {}{}, {:.2f} cycles of {:.3f} Hz", terms_.seconds ? "" : "at least ",
                     duration_text(terms_.least_seconds), cycles, analysis_.found.frequency));
+    add_clock();
+  }
+
+  /// The time of day, and the time from the trigger, where the file gives them.
+  void add_clock() {
+    const double seconds = analysis_.voltages.record_seconds(event_.start_s);
+    std::string words = readers::iso_time(record_, seconds);
+    if (record_.trigger) {
+      const double after = seconds - *record_.trigger;
+      words += fmt::format("{}{} {} the trigger", words.empty() ? "" : ", ", duration_text(std::abs(after)),
+                           after < 0 ? "before" : "after");
+    }
+    if (!words.empty()) add("begins at " + words);
   }
 
   // --- rapid voltage changes -------------------------------------------------------------------------------------
@@ -87,13 +103,12 @@ class EventText {
   void add_extreme() {
     const bool swell = event_.kind == EventKind::swell;
     std::string words =
-        fmt::format("{} {} in {}, {:.1f} % of the {} {}", swell ? "highest Urms(1/2)" : "residual voltage",
+        fmt::format("{} {} in {}: {:.1f} % of the {} {}", swell ? "highest Urms(1/2)" : "residual voltage",
                     volts_text(event_.extreme_v), name(event_.extreme_phase), terms_.percent, reference(),
                     volts_text(event_.reference_v));
-    if (!swell) words += fmt::format(", depth {:.1f} %", terms_.depth_percent);
     const auto of_declared = analysis_.percent_of_declared(event_.extreme_v);
     if (of_declared && analysis_.options.reference != measure::Reference::declared) {
-      words += fmt::format("; {:.1f} % of the declared voltage", *of_declared);
+      words += fmt::format(", {:.1f} % of the declared voltage", *of_declared);
     }
     add(words);
   }
@@ -103,7 +118,9 @@ class EventText {
     const double threshold = event_.kind == EventKind::swell          ? thresholds.swell
                              : event_.kind == EventKind::interruption ? thresholds.interruption
                                                                       : thresholds.dip;
-    add(fmt::format("{} {:g} % of the {}: {}", event_.kind == EventKind::swell ? "above" : "below", threshold,
+    const std::string depth =
+        event_.kind == EventKind::swell ? "" : fmt::format("depth {:.1f} %; ", terms_.depth_percent);
+    add(fmt::format("{}{} {:g} % of the {}: {}", depth, event_.kind == EventKind::swell ? "above" : "below", threshold,
                     reference(), voltages_text(record_, analysis_.voltages, event_.phases)));
   }
 

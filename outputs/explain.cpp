@@ -190,12 +190,12 @@ const std::vector<Term>& terms() {
        "Of all windows of one cycle between the start and the end of a course that hold no transition: how many agree "
        "with the segment that they lie in. Below 90 %, the waveform does more than the segments say."},
       {"wiring", "wiring",
-       "In which order the phases follow each other, and whether one voltage has the opposite polarity; both are told by "
-       "the voltages in their usual state. Types and sequence voltages are computed for the wiring that was found, and a "
+       "In which order the phases follow each other, and whether one voltage has the opposite polarity; both follow from the "
+       "voltages in their usual state. Types and sequence voltages are computed for the wiring that was found, and a "
        "note says what is unusual."},
       {"declared", "declared voltage",
-       "What the voltage should be, given with --nominal. Whether it is a voltage of phases or between them is told by "
-       "the record's level, as is the side of the transformers, unless :phase or :line follows it. It is the reference "
+       "What the voltage should be, given with --nominal. Whether it is a voltage of phases or between them follows from "
+       "the record's level, as does the side of the transformers, unless :phase or :line fixes it. It is the reference "
        "of the thresholds unless --reference chooses another, and of rapid voltage changes in any case."},
       {"itic", "the ITIC curve",
        "Equipment is to ride through a voltage of 0 % for 20 ms, 70 % for 0.5 s, 80 % for 10 s and 90 % for as long as "

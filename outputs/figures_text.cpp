@@ -11,7 +11,7 @@ namespace outputs {
 
 namespace {
 
-/// How wide the letter is whose UTF-8 begins with a byte; nothing for the bytes behind the first. From U+3000 on
+/// How wide the letter is whose UTF-8 begins with a byte; nothing for the bytes after the first. From U+3000 on
 /// letters take two columns as a rule.
 std::size_t columns_begun_by(char first) {
   const auto byte = static_cast<unsigned char>(first);
@@ -42,6 +42,29 @@ Prefix prefix_for(double size) {
     if (size >= prefix.volts) return prefix;
   }
   return size > 0 ? Prefix{1e-3, "mV"} : Prefix{1, "V"};
+}
+
+/// Whether a word belongs on one line with the word before it: it is a unit, or one of them is the sign of an interval.
+bool belongs_together(std::string_view before, std::string_view word) {
+  constexpr std::string_view interval = "±";
+  constexpr std::array<std::string_view, 9> units = {"%", "V", "kV", "MV", "mV", "s", "ms", "Hz", "degrees"};
+  const std::size_t letters = word.find_last_not_of(".,;:()");
+  const std::string_view bare = word.substr(0, letters == word.npos ? 0 : letters + 1);
+  return before == interval || word == interval || std::find(units.begin(), units.end(), bare) != units.end();
+}
+
+/// The end of the word at a place, together with the words that belong to it.
+std::size_t end_of_unbroken(std::string_view words, std::size_t at) {
+  const auto end_of_word = [&](std::size_t from) { return std::min(words.find(' ', from), words.size()); };
+  std::size_t end = end_of_word(at);
+  std::string_view word = words.substr(at, end - at);
+  while (end < words.size()) {
+    const std::string_view next = words.substr(end + 1, end_of_word(end + 1) - end - 1);
+    if (!belongs_together(word, next)) break;
+    end += 1 + next.size();
+    word = next;
+  }
+  return end;
 }
 
 /// Decimals that make four significant digits of a value of at most some thousands.
@@ -90,13 +113,13 @@ std::string wrapped(const std::string& words, std::size_t width, std::size_t ind
   std::string text;
   std::string line;
   for (std::size_t at = 0; at <= words.size();) {
-    const std::size_t end = std::min(words.find(' ', at), words.size());
-    const std::string word = words.substr(at, end - at);
-    if (!line.empty() && indent + columns_of(line) + 1 + columns_of(word) > width) {
+    const std::size_t end = end_of_unbroken(words, at);
+    const std::string piece = words.substr(at, end - at);
+    if (!line.empty() && indent + columns_of(line) + 1 + columns_of(piece) > width) {
       text += margin + line + '\n';
       line.clear();
     }
-    line += (line.empty() ? "" : " ") + word;
+    line += (line.empty() ? "" : " ") + piece;
     at = end + 1;
   }
   return text + margin + line + '\n';
@@ -111,15 +134,15 @@ std::size_t columns_of(const std::string& text) {
 std::string shortened(const std::string& name, std::size_t most) {
   if (columns_of(name) <= most) return name;
   // The end stays too: names differ there, by the letter of the phase.
-  const std::size_t behind = most / 2 - 1;
+  const std::size_t kept_at_end = most / 2 - 1;
   std::size_t begin = 0;
-  for (std::size_t columns = 0; columns + columns_begun_by(name[begin]) <= most - behind; begin++) {
+  for (std::size_t columns = 0; columns + columns_begun_by(name[begin]) <= most - kept_at_end; begin++) {
     columns += columns_begun_by(name[begin]);
   }
   std::size_t end = name.size();
   for (std::size_t columns = 0, at = name.size(); at-- > begin;) {
     columns += columns_begun_by(name[at]);
-    if (columns > behind) break;
+    if (columns > kept_at_end) break;
     if (columns_begun_by(name[at]) > 0) end = at;
   }
   return name.substr(0, begin) + "…" + name.substr(end);

@@ -13,6 +13,8 @@
 #include "outputs/library_json.h"
 #include "outputs/record_json.h"
 #include "outputs/rounding.h"
+#include "outputs/six_voltages.h"
+#include "readers/clock_time.h"
 
 namespace outputs {
 
@@ -173,14 +175,21 @@ class Document {
   }
 
   Json position(double waveform_seconds) const {
-    return {{"time_s", seconds(waveform_seconds)}, {"sample", voltages_.record_sample_at(waveform_seconds)}};
+    const double record_seconds = voltages_.record_seconds(waveform_seconds);
+    const std::string clock = readers::iso_time(record_, record_seconds);
+    return {{"time_s", rounded_seconds(record_seconds)},
+            {"sample", voltages_.record_sample_at(waveform_seconds)},
+            {"clock", clock.empty() ? Json() : Json(clock)},
+            {"from_trigger_s", record_.trigger ? Json(rounded_seconds(record_seconds - *record_.trigger)) : Json()}};
   }
 
   Json event_of(std::size_t number, const Event& event) const {
     const auto terms = terms_of(event, analysis_);
     Json json = {{"number", number}, {"kind", analysis::kind_code(event.kind)}, {"start", position(event.start_s)}};
     json["start"]["known"] = event.start_known;
-    json["end"] = event.end_s ? position(*event.end_s) : Json{{"time_s", nullptr}, {"sample", nullptr}};
+    json["end"] = event.end_s
+                      ? position(*event.end_s)
+                      : Json{{"time_s", nullptr}, {"sample", nullptr}, {"clock", nullptr}, {"from_trigger_s", nullptr}};
     json["duration_s"] = terms.seconds ? Json(rounded_seconds(*terms.seconds)) : Json();
     json["duration_cycles"] = terms.seconds ? Json(to_unit(*terms.seconds * analysis_.found.frequency, 1e3)) : Json();
     json["recorded_duration_s"] = rounded_seconds(terms.least_seconds);
@@ -196,8 +205,9 @@ class Document {
     json["extreme"]["phase"] = voltages_.letter(event.extreme_phase);
     json["lowest_urms_half"] = urms(event.lowest_v, event.reference_v);
     json["highest_urms_half"] = urms(event.highest_v, event.reference_v);
-    if (event.kind == EventKind::dip || event.kind == EventKind::interruption) add_dip_terms(json, terms);
-    if (event.kind == EventKind::dip) json["course"] = event.course ? course_of(*event.course) : Json();
+    if (event.kind != EventKind::dip) return json;
+    add_dip_terms(json, terms);
+    json["course"] = event.course ? course_of(*event.course) : Json();
     return json;
   }
 
@@ -258,8 +268,13 @@ class Document {
                                      {"gradual", transition.gradual},
                                      {"phases", voltages_.letters(transition.phases)}});
     }
+    json["lowest_of_six"] = course.lowest_of_six ? lowest_of_six(*course.lowest_of_six) : Json();
     json["explained_percent"] = rounded_percent(100 * course.explained_share);
     return json;
+  }
+
+  static Json lowest_of_six(const measure::LowestOfSix& lowest) {
+    return {{"voltage", six_voltages_code(lowest.which)}, {"percent_of_before", rounded_percent(100 * lowest.share)}};
   }
 
   static const char* source_code(measure::LevelSource source) {
@@ -327,7 +342,7 @@ class Document {
                     {"phases", voltages_.letters(type.phases)},
                     {"characteristic_voltage", phasor(type.characteristic)},
                     {"pn_factor", phasor(type.pn_factor)}};
-    json["category"] = {{"code", type.category}, {"name", dip_category_name(type.category)}};
+    json["category"] = {{"code", type.category}, {"name", dip_category_name(type.category, voltages_.between_phases)}};
   }
 
   Json changes() const {

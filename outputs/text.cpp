@@ -67,7 +67,7 @@ class Preface {
       words += (phase == 0 ? "" : ", ") + voltage_name(record_, voltages_, phase);
     }
     const auto& first = record_.channels[voltages_.channels[0]];
-    if (voltages_.unit_assumed[0]) words += " (unit taken for V)";
+    if (voltages_.unit_assumed[0]) words += " (unit assumed to be V)";
     if (is_of_transformer(first)) words += " (" + side_text(first) + ")";
     text_ += "  " + words + '\n';
     if (voltages_.phases < 3) add("Types and sequences of dips need three voltages and are not shown.");
@@ -89,7 +89,7 @@ class Preface {
         fmt::format("declared {} voltage {} ({})", declared.line ? "line" : "phase", volts_text(declared.given),
                     declared.by_user ? "as given" : "by the record's level");
     if (declared.secondary) words += ", divided by the transformer's ratio";
-    if (declared.level != declared.given) words += fmt::format(": {} for these voltages", volts_text(declared.level));
+    if (declared.level != declared.given) words += fmt::format(", here {}", volts_text(declared.level));
     add(words);
     add("usual Urms(1/2) of the declared voltage: " + of_each([&](std::size_t phase) {
           return fmt::format("{:.1f} %", *analysis_.percent_of_declared(analysis_.usual_v[phase]));
@@ -152,7 +152,7 @@ std::string change_line(const readers::Record& record, const Analysis& analysis,
     changes += fmt::format("{}{} from {} to {}", changes.empty() ? "" : ", ", voltage_name(record, voltages, phase),
                            volts_text(change.before_v[phase]), volts_text(change.after_v[phase]));
   }
-  return "  " + words + changes + '\n';
+  return wrapped(words + changes, width, 2);
 }
 
 std::string changes_text(const readers::Record& record, const Analysis& analysis) {

@@ -29,7 +29,9 @@ Ticks::Ticks(double low, double high) {
   // Steps far below the last digit of the values would not get from one to the next.
   constexpr double finest = 1e-13;
   const double span = high - low;
-  if (!std::isfinite(span) || !(span > finest * largest) || span < 1e-290) return;
+  // Steps between the extremes of double precision would be zero or infinite.
+  constexpr double widest = 1e290;
+  if (!(span > finest * largest) || !(span > 1 / widest) || !(largest < widest)) return;
   step_ = round_step(span);
   decimals_ = std::clamp(-static_cast<int>(std::floor(std::log10(step_) + 1e-9)), 0, most_decimals);
   const double first = std::ceil(low / step_ - 1e-9) * step_;

@@ -7,7 +7,7 @@
 namespace outputs {
 
 /// About five round values from a lowest to a highest one. There are never more than a dozen, whatever the two are, and
-/// none where the two are not finite, not apart, or so close that they cannot be told apart in double precision.
+/// none where the two are not finite, not apart, or at the limits of double precision.
 class Ticks {
  public:
   Ticks(double low, double high);

@@ -1,10 +1,13 @@
 #!/bin/sh
-# field_table.sh FOLDER [DIPX]: what `dipx analyse` makes of every record under a folder, as a table: file, channels, rate,
-# dips with the lowest voltage, or the refusal.
+# field_table.sh FOLDER [DIPX]: analyses every record in a folder and prints a table: file, channels, sampling rate,
+# events with their residual or highest voltages, and number of notes, or the reason why a record cannot be analysed.
 set -eu
 folder=$1
 dipx=${2:-dipx}
-command -v "$dipx" >/dev/null || { echo "field_table.sh: there is no $dipx; name the command behind the folder" >&2; exit 1; }
+command -v "$dipx" >/dev/null || {
+  echo "field_table.sh: $dipx was not found; give the path of the command after the folder" >&2
+  exit 1
+}
 find "$folder" -type f \( -iname '*.cfg' -o -iname '*.cff' -o -iname '*.csv' -o -iname '*.tsv' -o -iname '*.pqd' \) |
   LC_ALL=C sort | while IFS= read -r file; do
   name=${file#"$folder"/}
@@ -12,16 +15,23 @@ find "$folder" -type f \( -iname '*.cfg' -o -iname '*.cff' -o -iname '*.csv' -o 
     printf '%s\n' "$text" | awk -v name="$name" '
       NR > 2 && / per cycle of / { rate = $0 }
       /^  voltages / { voltages = substr($0, 12) }
-      /^dip [0-9]/ { dips = dips "; " $3 " s to " ($6 ~ /^[0-9]/ ? $6 " s" : "the end") }
-      /^  (dip|interruption), residual voltage / { sub(/^  /, ""); sub(/, residual voltage/, ""); dips = dips ": " $0 }
-      /not analysed further/ { dips = dips " (" substr($0, 25) ")" }
+      /^event [0-9]+: / {
+        sub(/^event [0-9]+: /, "")
+        sub(/   /, " ")
+        events = events "; " $0
+      }
+      /^  (residual voltage|highest Urms\(1\/2\)) .* % of the/ {
+        sub(/^  /, "")
+        sub(/ of the.*/, "")
+        events = events ", " $0
+      }
       /^  note: / { notes++ }
       END {
         sub(/^ */, "", rate)
-        sub(/^; /, "", dips)
-        print "| " name " | " voltages " | " rate " | " (dips == "" ? "no dip" : dips) " | " notes + 0 " |"
+        sub(/^; /, "", events)
+        print "| " name " | " voltages " | " rate " | " (events == "" ? "no event" : events) " | " notes + 0 " |"
       }'
   else
-    printf '| %s | | | refused: %s | |\n' "$name" "$(printf '%s' "$text" | sed 's/^dipx: //')"
+    printf '| %s | | | not analysed: %s | |\n' "$name" "$(printf '%s' "$text" | sed 's/^dipx: //')"
   fi
 done

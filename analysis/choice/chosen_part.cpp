@@ -176,8 +176,8 @@ void note_rates(const readers::Record& record, const readers::Part& part, Notes&
   }
   if (highest - lowest <= worth_saying * lowest) return;
   notes.push_back(fmt::format(
-      "The sampling rate goes from {:.6g} to {:.6g} samples per second within the part; its mean, {:.6g}, is taken for "
-      "all.",
+      "The sampling rate goes from {:.6g} to {:.6g} samples per second within the part; its mean, {:.6g}, is used "
+      "throughout.",
       lowest, highest, part.rate));
 }
 

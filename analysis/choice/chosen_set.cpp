@@ -85,10 +85,10 @@ void note_how_found(const readers::Record& record, const readers::VoltageSet& se
                                   std::array{"AB", "BC", "CA"}[phase]));
     }
     if (!set.between_phases && set.doubtful[phase]) {
-      notes.push_back(fmt::format(
-          "The name {} and the phase field {} tell different phases; it is taken for phase {} (--channels tells "
-          "otherwise).",
-          channel.name, channel.phase, "ABC"[phase]));
+      notes.push_back(
+          fmt::format("The name {} and the phase field {} indicate different phases; it is used as phase {} (override "
+                      "with --channels).",
+                      channel.name, channel.phase, "ABC"[phase]));
     }
   }
   if (set.source == readers::PhaseSource::order) {
@@ -96,12 +96,12 @@ void note_how_found(const readers::Record& record, const readers::VoltageSet& se
                                 name(1), name(2)));
   }
   if (set.unit_guessed && unit(0).empty()) {
-    notes.push_back(fmt::format("{}, {}, {} have no unit; by their names they are taken for voltages in V.", name(0),
+    notes.push_back(fmt::format("{}, {}, {} have no unit; their names are those of voltages, so V is assumed.", name(0),
                                 name(1), name(2)));
   } else if (set.unit_guessed) {
-    notes.push_back(
-        fmt::format("The unit of {}, {}, {} is {}, not one of voltage; by their names they are taken for V.", name(0),
-                    name(1), name(2), unit(0)));
+    notes.push_back(fmt::format(
+        "The unit of {}, {}, {} is {}, which is not a unit of voltage; their names are those of voltages, so V is assumed.",
+        name(0), name(1), name(2), unit(0)));
   }
 }
 

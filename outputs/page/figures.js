@@ -16,7 +16,9 @@ function fixed(value, decimals) {
   return Number(digits) === 0 ? digits.replace("-", "") : digits.replace("-", "−");
 }
 
-function volts(value) {
+function volts(given) {
+  // What is left of a zero after some computing has no digits to show.
+  const value = Math.abs(given) < 1e-9 ? 0 : given;
   const size = Math.abs(value);
   const [scaled, unit] =
     size >= 1e6 ? [value / 1e6, "MV"] : size >= 1e3 ? [value / 1e3, "kV"] : size >= 1 || size === 0 ? [value, "V"] : [value * 1e3, "mV"];

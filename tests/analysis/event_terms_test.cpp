@@ -1,8 +1,9 @@
-// Residual voltage, depth and kind of a dip, and where it stands on the tolerance curves.
+// An event in the field's own terms, and its place on the tolerance curves.
 #include "analysis/event_terms.h"
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <tuple>
@@ -10,76 +11,83 @@
 
 namespace {
 
-using analysis::Dip;
 using analysis::EventTerms;
 using analysis::Ride;
+using measure::Event;
+using measure::EventKind;
+using measure::Reference;
 
-analysis::Analysis at_100_volts() {
+/// An analysis of a second that begins ten seconds into its record.
+analysis::Analysis a_second() {
   analysis::Analysis analysis;
-  analysis.voltages.sampling_rate = 1000;
-  analysis.voltages.samples_per_cycle = 20;
-  analysis.pre_event_voltage = 100;
+  analysis.voltages.line_frequency = 50;
+  analysis.voltages.part = {20000, 21000, 1000, 10};
   return analysis;
+}
+
+Event dip(double start_s, std::optional<double> end_s, double volts, double reference_v = 100) {
+  Event event;
+  event.start_s = start_s;
+  event.end_s = end_s;
+  event.extreme_v = volts;
+  event.reference_v = reference_v;
+  return event;
 }
 
 EventTerms event(double seconds, double percent) {
   EventTerms terms;
   terms.seconds = terms.least_seconds = seconds;
-  terms.judged_percent = percent;
+  terms.percent = percent;
   return terms;
 }
 
-TEST(EventTerms, NamesTheLowestPhaseItsDepthAndTheDuration) {
-  Dip dip;
-  dip.start = 400;
-  dip.end = 650;
-  dip.lowest = {95, 40, 60};
-  dip.lowest_of_highest = 95;
-  const auto terms = analysis::terms_of(dip, at_100_volts());
-  EXPECT_EQ(terms.worst_phase, 1U);
-  EXPECT_EQ(terms.residual, 40);
-  EXPECT_EQ(terms.residual_percent, 40);
+TEST(EventTerms, GiveADipsVoltageDepthAndDuration) {
+  const auto terms = analysis::terms_of(dip(0.25, 0.5, 40), a_second());
+  EXPECT_EQ(terms.percent, 40);
   EXPECT_EQ(terms.depth_percent, 60);
   EXPECT_EQ(terms.seconds, 0.25);
-  EXPECT_STREQ(analysis::kind_of(terms), "dip");
+  EXPECT_EQ(terms.least_seconds, 0.25);
 }
 
-TEST(EventTerms, CallsItAnInterruptionWhenAllPhasesStoodBelowFivePerCentAtOnce) {
-  Dip dip;
-  dip.lowest = {0, 0, 0};
-  dip.lowest_of_highest = 5;
-  EXPECT_STREQ(analysis::kind_of(analysis::terms_of(dip, at_100_volts())), "dip") << "each was below, but not at once";
-  dip.lowest_of_highest = 4.999;
-  EXPECT_STREQ(analysis::kind_of(analysis::terms_of(dip, at_100_volts())), "interruption");
+TEST(EventTerms, AreRelativeToTheEventsOwnReference) {
+  auto analysis = a_second();
+  analysis.usual_v = {100, 100, 100};
+  analysis.declared.emplace().level = 100;
+  EXPECT_EQ(analysis::terms_of(dip(0, 0.1, 60, 80), analysis).percent, 75);
+  EXPECT_EQ(analysis::terms_of(dip(0, 0.1, 60, 0), analysis).percent, 0) << "nothing to divide by";
 }
 
-TEST(EventTerms, JudgesByTheDeclaredVoltageWhereItIsGiven) {
-  auto analysis = at_100_volts();
-  Dip dip;
-  dip.end = 100;
-  dip.lowest = {72, 72, 72};
-  dip.lowest_of_highest = 72;
-  EXPECT_EQ(analysis::en50160_cell(analysis::terms_of(dip, analysis)), "B1");
-  EXPECT_STREQ(analysis::judged_by(analysis), "pre-event voltage");
-  analysis.declared = analysis::DeclaredVoltage{90, false, false, 90};
-  const auto terms = analysis::terms_of(dip, analysis);
-  EXPECT_EQ(analysis::en50160_cell(terms), "A1");
-  EXPECT_EQ(terms.residual_percent, 72) << "of the pre-event voltage, as the dip threshold is";
-  EXPECT_EQ(terms.judged_percent, 80);
-  EXPECT_STREQ(analysis::judged_by(analysis), "declared voltage");
-  dip.lowest_of_highest = 4.6;
-  EXPECT_STREQ(analysis::kind_of(analysis::terms_of(dip, analysis)), "dip") << "5.1 % of the declared voltage";
+TEST(EventTerms, HaveNoDurationWhereABeginningOrAnEndLiesOutsideOfTheRecord) {
+  const auto lasting = analysis::terms_of(dip(0.25, {}, 40), a_second());
+  EXPECT_FALSE(lasting.seconds);
+  EXPECT_EQ(lasting.least_seconds, 0.75) << "until the record ends after a second";
+  Event earlier = dip(0, 0.25, 40);
+  earlier.start_known = false;
+  const auto begun = analysis::terms_of(earlier, a_second());
+  EXPECT_FALSE(begun.seconds);
+  EXPECT_EQ(begun.least_seconds, 0.25);
 }
 
-TEST(EventTerms, HasNoDurationWithoutARecovery) {
-  EXPECT_FALSE(analysis::terms_of(Dip{}, at_100_volts()).seconds);
+TEST(EventTerms, HaveWordsAndCodes) {
+  EXPECT_STREQ(analysis::kind_code(EventKind::dip), "dip");
+  EXPECT_STREQ(analysis::kind_code(EventKind::swell), "swell");
+  EXPECT_STREQ(analysis::kind_code(EventKind::interruption), "interruption");
+  EXPECT_STREQ(analysis::kind_code(EventKind::rapid_voltage_change), "rapid_voltage_change");
+  EXPECT_STREQ(analysis::kind_words(EventKind::rapid_voltage_change), "rapid voltage change");
+  EXPECT_STREQ(analysis::kind_words(EventKind::swell), "swell");
+  EXPECT_STREQ(analysis::reference_code(Reference::pre_event), "pre-event");
+  EXPECT_STREQ(analysis::reference_code(Reference::declared), "declared");
+  EXPECT_STREQ(analysis::reference_code(Reference::sliding), "sliding");
+  EXPECT_STREQ(analysis::reference_words(Reference::pre_event), "pre-event voltage");
+  EXPECT_STREQ(analysis::reference_words(Reference::declared), "declared voltage");
+  EXPECT_STREQ(analysis::reference_words(Reference::sliding), "sliding reference");
 }
 
 struct CurvePoint {
   const char* curve;
   double seconds;
   double percent;
-  const char* stands;
+  const char* ride;
 };
 
 /// "itic, 0.02 s, 0 %": the printed parameter is part of the test's name.
@@ -90,10 +98,10 @@ void PrintTo(const CurvePoint& point, std::ostream* out) {
 class ToleranceCurves : public testing::TestWithParam<CurvePoint> {};
 
 TEST_P(ToleranceCurves, JudgeADipByItsResidualVoltageAndDuration) {
-  const auto& [code, seconds, percent, stands] = GetParam();
+  const auto& [code, seconds, percent, ride] = GetParam();
   for (const auto& curve : analysis::tolerance_curves()) {
     if (std::string(curve.code) == code) {
-      EXPECT_STREQ(analysis::ride_name(analysis::ride_through(curve, event(seconds, percent))), stands);
+      EXPECT_STREQ(analysis::ride_name(analysis::ride_through(curve, event(seconds, percent))), ride);
       return;
     }
   }
@@ -125,24 +133,6 @@ TEST(ToleranceCurves, JudgeADipThatHasNotRecoveredWhereNoMoreOfItWouldChangeThat
   EXPECT_EQ(analysis::ride_through(itic, unrecovered(20, 89.9)), Ride::below);
   EXPECT_EQ(analysis::ride_through(itic, unrecovered(20, 90)), Ride::through) << "may last for ever";
   EXPECT_EQ(analysis::ride_through(semi_f47, unrecovered(0.3, 0)), Ride::not_judged) << "may outlast the curve";
-}
-
-TEST(EventTerms, CountWhatWasRecordedOfADipThatHasNotRecovered) {
-  auto analysis = at_100_volts();
-  analysis.voltages.length = 1000;
-  Dip dip;
-  dip.start = 400;
-  const auto terms = analysis::terms_of(dip, analysis);
-  EXPECT_FALSE(terms.seconds);
-  EXPECT_EQ(terms.least_seconds, 0.6);
-}
-
-TEST(EventTerms, CallASegmentNextToNothingWhereAllPhasesStandBelowFivePerCent) {
-  analysis::Segment segment;
-  segment.residual = {1, 4.999, 0};
-  EXPECT_TRUE(analysis::is_next_to_nothing(segment, at_100_volts()));
-  segment.residual[1] = 5;
-  EXPECT_FALSE(analysis::is_next_to_nothing(segment, at_100_volts()));
 }
 
 TEST(En50160, HasACellForEachRangeOfResidualVoltageAndDuration) {

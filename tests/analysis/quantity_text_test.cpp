@@ -22,4 +22,10 @@ TEST(QuantityText, SpellsCountsUpToTwelve) {
   EXPECT_EQ(analysis::count_text(13), "13");
 }
 
+TEST(QuantityText, GivesDurationsInMillisecondsBelowASecond) {
+  EXPECT_EQ(analysis::duration_text(0.2802), "280.2 ms");
+  EXPECT_EQ(analysis::duration_text(1), "1.000 s");
+  EXPECT_EQ(analysis::duration_text(8.13), "8.130 s");
+}
+
 }  // namespace

@@ -23,12 +23,12 @@ using nlohmann::json;
 using tests::dipx;
 using Strings = std::vector<std::string>;
 
-/// A second of voltage with a dip of phase B to a half from 0.4 s to 0.5 s.
-readers::Record plain_record(double volts = 230) {
+/// Voltage with a dip of phase B to a half from 0.4 s to 0.5 s, samples 1280 to 1600.
+readers::Record plain_record(double volts = 230, std::size_t length = 3200) {
   synth::Waveform waveform;
   waveform.volts = volts;
   waveform.rate = 3200;
-  waveform.length = 3200;
+  waveform.length = length;
   waveform.stages = {{0.4, 0.5, {1, 0.5, 1}, {1, 0.5, 1}}};
   return synth::record_of(waveform);
 }
@@ -43,37 +43,56 @@ readers::Record line_to_line_record(const Strings& names) {
   return record;
 }
 
-void expect_the_dip(const analysis::Analysis& analysis) {
-  ASSERT_EQ(analysis.dips.size(), 1U);
-  const auto& dip = analysis.dips[0];
-  EXPECT_NEAR(analysis.voltages.seconds_at(dip.start), 0.4, 0.01);
-  EXPECT_NEAR(100 * dip.lowest[1] / analysis.pre_event_voltage, 50, 0.1);
-  EXPECT_EQ(dip.obstacle, analysis::Obstacle::none);
+std::vector<measure::Event> dips_of(const analysis::Analysis& analysis) {
+  std::vector<measure::Event> dips;
+  for (const auto& event : analysis.found.events) {
+    if (event.kind == measure::EventKind::dip) dips.push_back(event);
+  }
+  return dips;
+}
+
+/// The dip's first window is the first whose RMS is below 90 %; it begins up to a cycle before the dip. The change on
+/// the waveform is found to a part of a cycle.
+void expect_the_dip(const analysis::Analysis& analysis, double begin_s = 0.4) {
+  const auto dips = dips_of(analysis);
+  ASSERT_EQ(dips.size(), 1U);
+  const double start_s = analysis.voltages.record_seconds(dips[0].start_s);
+  EXPECT_GT(start_s, begin_s - 0.02);
+  EXPECT_LT(start_s, begin_s + 0.01);
+  EXPECT_NEAR(dips[0].extreme_v / dips[0].reference_v, 0.5, 0.001);
+  EXPECT_EQ(dips[0].phases, (measure::PhaseFlags{false, true, false}));
+  ASSERT_TRUE(dips[0].course && dips[0].course->start_s);
+  EXPECT_NEAR(analysis.voltages.record_seconds(dips[0].course->start_s->value), begin_s, 0.001);
 }
 
 // --- gaps ------------------------------------------------------------------------------------------------------------
 
-TEST(Gaps, OfAQuarterCycleAreBridgedAndSaid) {
+TEST(Gaps, AreLeftOutOfAllFiguresAndSaid) {
   auto record = plain_record();
   for (std::size_t i = 2000; i < 2016; i++) record.channels[0].samples[i] = readers::no_value;
   for (std::size_t i = 2100; i < 2103; i++) record.channels[0].samples[i] = readers::no_value;
   const auto analysis = analysis::analyse(record, {});
   expect_the_dip(analysis);
-  EXPECT_EQ(analysis.notes, Strings{"Of Ua 19 values are missing (the first is sample 2001, the longest gap 16 "
-                                    "samples): bridged by a curve."});
+  EXPECT_EQ(analysis.notes, Strings{"19 values of Ua are missing (the first is sample 2001, the longest gap is 16 "
+                                    "samples); they are left out of every figure."});
 }
 
-TEST(Gaps, ThatAreLongerTakeTheRecordApart) {
-  auto record = plain_record();
-  for (std::size_t i = 2000; i < 2017; i++) record.channels[0].samples[i] = readers::no_value;
-  const auto analysis = analysis::analyse(record, {});
-  expect_the_dip(analysis);
-  EXPECT_EQ(analysis.voltages.part.begin, 0U);
-  EXPECT_EQ(analysis.voltages.part.end, 2000U);
-  EXPECT_EQ(
-      analysis.notes,
-      Strings{"The record falls into 2 parts by sampling rate and gaps; this is part 1, the longest, from 0.0000 s to "
-              "0.6250 s (--part chooses another, dipx info lists them)."});
+TEST(Gaps, OfMoreThan25CyclesTakeTheRecordApart) {
+  // 25 cycles of 64 samples are 1600.
+  for (const std::size_t gap : {1600U, 1601U}) {
+    auto record = plain_record(230, 6400);
+    for (std::size_t i = 2000; i < 2000 + gap; i++) record.channels[0].samples[i] = readers::no_value;
+    const auto analysis = analysis::analyse(record, {});
+    expect_the_dip(analysis);
+    EXPECT_EQ(analysis.voltages.parts, gap == 1600 ? 1U : 2U);
+    if (gap == 1600) continue;
+    EXPECT_EQ(analysis.voltages.part.begin, 0U);
+    EXPECT_EQ(analysis.voltages.part.end, 2000U);
+    EXPECT_EQ(
+        analysis.notes,
+        Strings{"The record falls into 2 parts by sampling rate and gaps; this is part 1, which holds a dip, from "
+                "0.0000 s to 0.6250 s (--part chooses another, dipx info lists them)."});
+  }
 }
 
 TEST(Gaps, AreNeverTakenForADip) {
@@ -81,11 +100,7 @@ TEST(Gaps, AreNeverTakenForADip) {
   for (std::size_t i = 2000; i < 2500; i++) {
     for (auto& channel : record.channels) channel.samples[i] = readers::no_value;
   }
-  for (const std::size_t part : {1U, 2U}) {
-    AnalysisOptions options;
-    options.choice.part = part;
-    EXPECT_EQ(analysis::analyse(record, options).dips.size(), part == 1 ? 1U : 0U);
-  }
+  expect_the_dip(analysis::analyse(record, {}));
 }
 
 TEST(Gaps, OfTheWholeRecordAreRefused) {
@@ -98,7 +113,7 @@ TEST(Gaps, OfTheWholeRecordAreRefused) {
 
 // --- parts -----------------------------------------------------------------------------------------------------------
 
-/// The dip's record with a slow second of two samples in front and one behind.
+/// The dip's record with a slow second of two samples before it and one after it.
 readers::Record record_in_parts() {
   auto record = plain_record();
   for (auto& channel : record.channels) {
@@ -110,19 +125,14 @@ readers::Record record_in_parts() {
 }
 
 TEST(Parts, OfAnotherRateAreLeftAsideAndPlacesAreThoseOfTheWholeRecord) {
-  const auto analysis = analysis::analyse(record_in_parts(), {});
-  ASSERT_EQ(analysis.dips.size(), 1U);
+  const auto record = record_in_parts();
+  const auto analysis = analysis::analyse(record, {});
+  expect_the_dip(analysis, 1.4);
   EXPECT_EQ(analysis.voltages.part_number, 2U);
-  EXPECT_NEAR(analysis.voltages.seconds_at(analysis.dips[0].start), 1.4, 0.01);
-  EXPECT_NEAR(static_cast<double>(analysis.voltages.record_sample_at(analysis.dips[0].start)), 2 + 0.4 * 3200, 32);
-  const auto document = json::parse(outputs::json_of(record_in_parts(), analysis));
-  EXPECT_EQ(document["record"]["part"], (json{{"number", 2},
-                                              {"of", 3},
-                                              {"first_sample", 2},
-                                              {"samples", 3200},
-                                              {"start_s", 1.0},
-                                              {"recorded_rate_hz", 3200.0},
-                                              {"resampled", false}}));
+  EXPECT_EQ(analysis.voltages.record_sample_at(0.4), 2 + 1280U);
+  const auto document = json::parse(outputs::json_of(record, analysis));
+  EXPECT_EQ(document["record"]["part"],
+            (json{{"number", 2}, {"of", 3}, {"first_sample", 2}, {"samples", 3200}, {"start_s", 1.0}}));
 }
 
 TEST(Parts, RoundTheTriggerComeFirst) {
@@ -172,7 +182,7 @@ TEST(Parts, WithADipComeBeforeThoseRoundTheTriggerAndTheLongest) {
     if (triggered) record.trigger = 0.1;
     const auto analysis = analysis::analyse(record, {});
     EXPECT_EQ(analysis.voltages.part_number, 2U);
-    EXPECT_EQ(analysis.dips.size(), 1U);
+    EXPECT_EQ(dips_of(analysis).size(), 1U);
     EXPECT_EQ(analysis.notes,
               Strings{"The record falls into 3 parts by sampling rate and gaps; this is part 2, which holds a dip, "
                       "from 10.0000 s to 10.2812 s (--part chooses another, dipx info lists them)."});
@@ -200,8 +210,8 @@ TEST(Parts, OfRatesThatAreNearlyAlikeSaySo) {
   auto record = plain_record();
   record.rates = {{3200, 1600, 0}, {3210, 3200, 0.5}};
   EXPECT_EQ(analysis::analyse(record, {}).notes[0],
-            "The sampling rate goes from 3200 to 3210 samples per second within the part; its mean, 3204.99, is taken "
-            "for all.");
+            "The sampling rate goes from 3200 to 3210 samples per second within the part; its mean, 3204.99, is used "
+            "throughout.");
 }
 
 TEST(Parts, OfUnknownRateAreRefused) {
@@ -212,7 +222,7 @@ TEST(Parts, OfUnknownRateAreRefused) {
     ADD_FAILURE() << "the rate was found";
   } catch (const analysis::Refusal& refusal) {
     EXPECT_STREQ(refusal.what(),
-                 "made in memory: neither it nor its time stamps tell the sampling rate; give it with --rate");
+                 "made in memory: neither it nor its time stamps give the sampling rate; give it with --rate");
   }
 }
 
@@ -230,23 +240,33 @@ readers::Record record_with_two_sets() {
 
 TEST(Sets, MayBeChosenByNumber) {
   const auto record = record_with_two_sets();
-  const auto first = analysis::analyse(record, {});
-  EXPECT_NEAR(first.pre_event_voltage, 230, 0.1);
-  EXPECT_EQ(first.notes, Strings{"The record holds 2 sets of three phase voltages; this is set 1 (--set or --channels "
-                                 "chooses another, dipx info lists them)."});
   AnalysisOptions options;
-  options.choice.set = 2;
-  const auto second = analysis::analyse(record, options);
-  EXPECT_NEAR(second.pre_event_voltage, 115, 0.1);
-  EXPECT_TRUE(second.notes.empty());
+  for (const std::size_t set : {1U, 2U}) {
+    options.choice.set = set;
+    const auto analysis = analysis::analyse(record, options);
+    EXPECT_NEAR(analysis.usual_v[0], set == 1 ? 230 : 115, 0.1);
+    EXPECT_EQ(analysis.voltages.set, set);
+    EXPECT_TRUE(analysis.notes.empty()) << "whoever chooses knows of the others";
+  }
   options.choice.set = 3;
   EXPECT_THROW(analysis::analyse(record, options), analysis::UnknownChoice);
+}
+
+TEST(Sets, AreTakenByTheWorstEventOrElseInTheirOrder) {
+  auto record = record_with_two_sets();
+  EXPECT_NEAR(analysis::analyse(record, {}).usual_v[0], 230, 0.1) << "both have the same dip";
+  for (std::size_t i = 1280; i < 1600; i++) record.channels[4].samples[i] *= 0.8;
+  const auto analysis = analysis::analyse(record, {});
+  EXPECT_NEAR(analysis.usual_v[0], 115, 0.1);
+  EXPECT_EQ(analysis.notes, (Strings{"The record holds 2 sets of voltages; this is set 2, which has the worst event "
+                                     "(--set chooses another, dipx info lists them).",
+                                     "Other sets have events, too: set 1 has a dip to 50.0 %."}));
 }
 
 TEST(Sets, ThatAreDeadComeLast) {
   auto record = record_with_two_sets();
   for (std::size_t i = 0; i < 3; i++) record.channels[i].samples.assign(3200, 0);
-  EXPECT_NEAR(analysis::analyse(record, {}).pre_event_voltage, 115, 0.1);
+  EXPECT_NEAR(analysis::analyse(record, {}).usual_v[0], 115, 0.1);
   AnalysisOptions options;
   options.choice.set = 2;
   EXPECT_THROW(analysis::analyse(record, options), readers::ReadError);
@@ -286,7 +306,7 @@ TEST(Sets, NamedFromTheSecondPhaseToTheFirstAreTurned) {
   for (const auto& options : {by_choice, by_name}) {
     const auto analysis = analysis::analyse(record, options);
     expect_the_dip(analysis);
-    ASSERT_EQ(analysis.notes.size(), 2U) << "and nothing of phases that turn wrongly";
+    ASSERT_EQ(analysis.notes.size(), 2U) << "and nothing of phases in another order";
     EXPECT_EQ(analysis.notes[1], "Uac is taken with the other sign, as the voltage CA.");
   }
 }
@@ -294,10 +314,9 @@ TEST(Sets, NamedFromTheSecondPhaseToTheFirstAreTurned) {
 TEST(Sets, WhoseNamesAndPhaseFieldsDifferSaySo) {
   auto record = plain_record();
   record.channels[2].phase = std::string("B");
-  EXPECT_EQ(
-      analysis::analyse(record, {}).notes,
-      Strings{"The name Uc and the phase field B tell different phases; it is taken for phase C (--channels tells "
-              "otherwise)."});
+  EXPECT_EQ(analysis::analyse(record, {}).notes,
+            Strings{"The name Uc and the phase field B indicate different phases; it is used as phase C (override "
+                    "with --channels)."});
 }
 
 // --- connection ------------------------------------------------------------------------------------------------------
@@ -305,9 +324,11 @@ TEST(Sets, WhoseNamesAndPhaseFieldsDifferSaySo) {
 TEST(Connection, OfTwoPhasesExchangedIsSaidWithTheOrderThatIsRight) {
   auto record = plain_record();
   std::swap(record.channels[1].samples, record.channels[2].samples);
-  EXPECT_EQ(analysis::analyse(record, {}).notes,
-            Strings{"In the first cycles the phases follow each other as A, C, B: two of them seem to be exchanged, or "
-                    "the line turns that way (--channels 1,3,2 takes them in the other order)."});
+  const auto analysis = analysis::analyse(record, {});
+  EXPECT_TRUE(analysis.found.wiring.reversed);
+  EXPECT_EQ(analysis.notes,
+            Strings{"The phases follow each other as A, C, B: two of them are exchanged, or the line turns that way. "
+                    "Type and sequence voltages are computed for that order (--channels 1,3,2 exchanges the two)."});
   AnalysisOptions options;
   options.choice.channels = "1,3,2";
   EXPECT_TRUE(analysis::analyse(record, options).notes.empty());
@@ -317,12 +338,62 @@ TEST(Connection, OfAPhaseTheOtherWayRoundIsSaid) {
   for (std::size_t phase = 0; phase < 3; phase++) {
     auto record = plain_record();
     for (double& sample : record.channels[phase].samples) sample = -sample;
-    const std::string name = record.channels[phase].name;
-    EXPECT_EQ(analysis::analyse(record, {}).notes,
-              Strings{"In the first cycles " + name + " is opposite to where phase " + "ABC"[phase] +
-                      " belongs: it seems to be connected the other way round, which makes categories, phase jumps and "
-                      "zero sequence wrong (turn its sign in the file)."});
+    const auto analysis = analysis::analyse(record, {});
+    EXPECT_EQ(analysis.found.wiring.turned_phase, phase);
+    EXPECT_EQ(analysis.notes,
+              Strings{record.channels[phase].name +
+                      " has the opposite polarity to the other voltages; type and sequence voltages are computed with "
+                      "it turned round."});
   }
+}
+
+// --- fewer than three voltages, and voltages between phases
+// -----------------------------------------------------------
+
+TEST(Sets, OfOneOrTwoVoltagesAreThoseThatTheUserNames) {
+  const auto record = plain_record();
+  AnalysisOptions options;
+  options.choice.channels = "Ub";
+  const auto one = analysis::analyse(record, options);
+  EXPECT_EQ(one.voltages.phases, 1U);
+  ASSERT_EQ(dips_of(one).size(), 1U);
+  EXPECT_EQ(dips_of(one)[0].phases, (measure::PhaseFlags{true, false, false}));
+  options.choice.channels = "Uc,Ub";
+  const auto two = analysis::analyse(record, options);
+  EXPECT_EQ(two.voltages.phases, 2U);
+  ASSERT_EQ(dips_of(two).size(), 1U);
+  EXPECT_EQ(dips_of(two)[0].phases, (measure::PhaseFlags{false, true, false}));
+  EXPECT_FALSE(dips_of(two)[0].course->segments.at(0).type);
+}
+
+TEST(Sets, OfPhaseVoltagesGiveVoltagesBetweenPhasesOnRequest) {
+  // With B at a half, AB and BC are |1 + 1/2 * exp(60 degrees)| / sqrt(3) = sqrt(7 / 12) of what they were, CA is
+  // whole.
+  AnalysisOptions options;
+  options.choice.line_to_line = true;
+  const auto record = plain_record();
+  const auto analysis = analysis::analyse(record, options);
+  EXPECT_TRUE(analysis.voltages.computed);
+  EXPECT_NEAR(analysis.usual_v[0], 230 * std::sqrt(3), 0.1);
+  ASSERT_EQ(dips_of(analysis).size(), 1U);
+  const auto dip = dips_of(analysis)[0];
+  EXPECT_NEAR(dip.extreme_v / dip.reference_v, std::sqrt(7.0 / 12), 0.001);
+  EXPECT_EQ(dip.phases, (measure::PhaseFlags{true, true, false}));
+  EXPECT_EQ(analysis.notes, Strings{"The voltages between phases were computed from the phase voltages."});
+}
+
+TEST(Sets, OfTwoVoltagesBetweenPhasesAreClosedByTheThird) {
+  const auto record = line_to_line_record({"Uab", "Ubc", "Uca"});
+  AnalysisOptions options;
+  options.choice.channels = "Uab,Ubc";
+  const auto analysis = analysis::analyse(record, options);
+  EXPECT_EQ(analysis.voltages.phases, 3U);
+  // The third closes the triangle: with BC at a half it is |1 + 1/2 * exp(-120 degrees)| = sqrt(3) / 2.
+  ASSERT_EQ(dips_of(analysis).size(), 1U);
+  const auto dip = dips_of(analysis)[0];
+  EXPECT_NEAR(dip.lowest_v[1] / dip.reference_v, 0.5, 0.001);
+  EXPECT_NEAR(dip.lowest_v[2] / dip.reference_v, std::sqrt(3) / 2, 0.001);
+  EXPECT_EQ(analysis.notes.back(), "The third voltage between phases was computed from the two that were chosen.");
 }
 
 TEST(Sets, OfLineToLineVoltagesAreAnalysedOnRequestAndSaid) {
@@ -341,9 +412,7 @@ TEST(Sets, OfLineToLineVoltagesAreAnalysedOnRequestAndSaid) {
   expect_the_dip(analysis);
   EXPECT_TRUE(analysis.voltages.between_phases);
   EXPECT_EQ(json::parse(outputs::json_of(record, analysis))["line_to_line"], true);
-  EXPECT_EQ(analysis.notes, Strings{"Uab, Ubc, Uca are line-to-line voltages and analysed as they are: phases A, B, C "
-                                    "stand for AB, BC, CA, and categories and zero sequence mean what they do for "
-                                    "these."});
+  EXPECT_EQ(analysis.notes, Strings{"Uab, Ubc, Uca are line-to-line voltages and are analysed as they are."});
   options.choice = {};
   options.choice.channels = "Uab,Ubc,Uca";
   EXPECT_TRUE(analysis::analyse(record, options).voltages.between_phases);
@@ -363,23 +432,26 @@ TEST(Units, ThatCannotBeAreTakenForVolts) {
   auto record = plain_record(63500);
   for (auto& channel : record.channels) channel.unit = "kV";
   const auto analysis = analysis::analyse(record, {});
-  EXPECT_NEAR(analysis.pre_event_voltage, 63500, 10);
+  EXPECT_NEAR(analysis.usual_v[0], 63500, 10);
   ASSERT_EQ(analysis.notes.size(), 1U);
   EXPECT_TRUE(analysis.notes[0].starts_with("The unit kV makes the voltages 6.3")) << analysis.notes[0];
-  EXPECT_TRUE(analysis.notes[0].ends_with("e+07 V, which cannot be; they are taken for V.")) << analysis.notes[0];
+  EXPECT_TRUE(analysis.notes[0].ends_with("e+07 V, more than any grid has; the values are taken as volts."))
+      << analysis.notes[0];
 }
 
 TEST(Units, OfVoltsThatNoGridHasAreDoubted) {
   const auto notes = analysis::analyse(plain_record(2.3e7), {}).notes;
-  EXPECT_EQ(notes, Strings{"The voltages are 2.3e+07 V, more than any grid has: check the units and scale factors in "
+  EXPECT_EQ(notes, Strings{"The voltages are 2.3e+07 V, more than any grid has; check the units and scale factors in "
                            "the file."});
 }
 
 TEST(Units, OfCurrentAreLeftWhereTheNamesAreOfVoltages) {
   auto record = plain_record();
   for (auto& channel : record.channels) channel.unit = std::string("A");
-  EXPECT_EQ(analysis::analyse(record, {}).notes,
-            Strings{"The unit of Ua, Ub, Uc is A, not one of voltage; by their names they are taken for V."});
+  EXPECT_EQ(
+      analysis::analyse(record, {}).notes,
+      Strings{
+          "The unit of Ua, Ub, Uc is A, which is not a unit of voltage; their names are those of voltages, so V is assumed."});
 }
 
 TEST(Skew, IsSaidWhereItTurnsAPhaseByHalfADegree) {
@@ -387,11 +459,15 @@ TEST(Skew, IsSaidWhereItTurnsAPhaseByHalfADegree) {
   record.channels[1].skew = 25e-6;
   EXPECT_TRUE(analysis::analyse(record, {}).notes.empty());
   record.channels[1].skew = -100e-6;
-  EXPECT_EQ(analysis::analyse(record, {}).notes,
-            Strings{"The channels are sampled up to 100 us apart (1.8 degrees), which is not corrected."});
+  EXPECT_EQ(
+      analysis::analyse(record, {}).notes,
+      Strings{
+          "The channels are sampled up to 100 us apart, as the file says; angles are corrected for it (by up to 1.8 degrees)."});
   record.channels[0].skew = 100e-6;
-  EXPECT_EQ(analysis::analyse(record, {}).notes,
-            Strings{"The channels are sampled up to 200 us apart (3.6 degrees), which is not corrected."});
+  EXPECT_EQ(
+      analysis::analyse(record, {}).notes,
+      Strings{
+          "The channels are sampled up to 200 us apart, as the file says; angles are corrected for it (by up to 3.6 degrees)."});
 }
 
 TEST(Skew, ThatAllChannelsHaveAlikeIsNone) {
@@ -425,21 +501,33 @@ TEST(LineFrequency, ThatTheUserGivesCounts) {
 // --- declared voltage ------------------------------------------------------------------------------------------------
 
 TEST(DeclaredVoltage, IsOneOfPhasesOrBetweenThemAsTheLevelShows) {
+  const auto record = plain_record();
   AnalysisOptions options;
   for (const double given : {220.0, 381.05}) {
     options.nominal = given;
-    const auto analysis = analysis::analyse(plain_record(), options);
+    const auto analysis = analysis::analyse(record, options);
     ASSERT_TRUE(analysis.declared.has_value());
     EXPECT_EQ(analysis.declared->line, given > 300);
+    EXPECT_FALSE(analysis.declared->by_user);
     EXPECT_NEAR(analysis.declared->level, 220, 0.01);
-    const auto document = json::parse(outputs::json_of(plain_record(), analysis));
-    EXPECT_EQ(document["declared_voltage"]["kind"], given > 300 ? "line" : "phase");
-    EXPECT_NEAR(document["declared_voltage"]["pre_event_percent"], 100 * 230 / 220.0, 0.1);
-    const auto& lowest = document["dips"][0]["lowest_voltage"][1];
-    EXPECT_NEAR(lowest["percent"], 50, 0.1);
-    EXPECT_NEAR(lowest["percent_of_declared"], 100 * 115 / 220.0, 0.1);
+    EXPECT_NEAR(*analysis.percent_of_declared(115), 100 * 115 / 220.0, 0.01);
     EXPECT_TRUE(analysis.notes.empty());
   }
+}
+
+TEST(DeclaredVoltage, IsTheReferenceUnlessTheUserChoosesAnother) {
+  const auto record = plain_record();
+  AnalysisOptions options;
+  EXPECT_EQ(analysis::analyse(record, options).options.reference, measure::Reference::pre_event);
+  options.nominal = 220;
+  const auto by_declared = analysis::analyse(record, options);
+  EXPECT_EQ(by_declared.options.reference, measure::Reference::declared);
+  EXPECT_NEAR(dips_of(by_declared).at(0).reference_v, 220, 0.01);
+  options.reference = measure::Reference::pre_event;
+  EXPECT_NEAR(dips_of(analysis::analyse(record, options)).at(0).reference_v, 230, 0.1);
+  options.nominal = 0;
+  options.reference = measure::Reference::declared;
+  EXPECT_THROW(analysis::analyse(record, options), analysis::Refusal);
 }
 
 TEST(DeclaredVoltage, IsDividedByTheTransformersRatioForSecondaryValues) {
@@ -459,11 +547,25 @@ TEST(DeclaredVoltage, IsDividedByTheTransformersRatioForSecondaryValues) {
   EXPECT_FALSE(analysis::analyse(record, options).declared->secondary);
 }
 
-TEST(DeclaredVoltage, ThatIsFarFromTheLevelIsDoubted) {
+TEST(DeclaredVoltage, ThatIsFarFromTheLevelIsRefusedUnlessTheUserSaysWhatItIs) {
+  const auto record = plain_record();
   AnalysisOptions options;
   options.nominal = 20000;
-  EXPECT_EQ(analysis::analyse(plain_record(), options).notes,
-            Strings{"The pre-event voltage is 1.992 % of the declared one: check --nominal."});
+  try {
+    analysis::analyse(record, options);
+    ADD_FAILURE() << "20 kV suited a record of 230 V";
+  } catch (const analysis::Refusal& refusal) {
+    // The nearest reading is the line voltage, of which a phase has 11547 V.
+    EXPECT_STREQ(refusal.what(),
+                 "made in memory: its highest voltage is 230.0 V, which is 1.992 % of the declared 11.55 kV; check "
+                 "--nominal, or fix what it means with :phase or :line behind the voltage");
+  }
+  options.nominal_kind = analysis::DeclaredKind::phase;
+  const auto notes = analysis::analyse(record, options).notes;
+  ASSERT_FALSE(notes.empty());
+  EXPECT_EQ(notes[0],
+            "The record does not suit --nominal: its highest voltage is 230.0 V, which is 1.15 % of the declared 20.00 "
+            "kV.");
 }
 
 // --- the command -----------------------------------------------------------------------------------------------------
@@ -477,16 +579,16 @@ class VoltagesCommand : public testing::Test {
 TEST_F(VoltagesCommand, ShowsFiguresOfTheDeclaredVoltage) {
   const auto result = dipx({"analyse", "record.csv", "--nominal", "0.4kV"});
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_NE(result.out.find("  declared line voltage 400.0 V: the pre-event voltage is 99.6 % of it\n"),
+  EXPECT_NE(result.out.find("  declared line voltage 400.0 V (by the record's level), here 230.9 V\n"),
             std::string::npos)
       << result.out;
-  constexpr const char* lowest =
-      "  lowest voltage        230.0 V   100.0 %  115.0 V    50.0 %  230.0 V   100.0 %\n"
-      "      of declared                  99.6 %             49.8 %             99.6 %\n";
-  EXPECT_NE(result.out.find(lowest), std::string::npos) << result.out;
+  // 115 V and 230 V of 230.94 V.
+  EXPECT_NE(result.out.find(" residual voltage 115.0 V in Ub: 49.8 % of the declared voltage 230.9 V\n"),
+            std::string::npos)
+      << result.out;
   EXPECT_NE(result.out.find(" of EN 50160 (by the declared voltage)\n"), std::string::npos) << result.out;
   const auto line = dipx({"analyse", "record.csv", "--nominal", "0.4kV", "-q"}).out;
-  EXPECT_NE(line.find(", residual 50.0 %, 49.8 % of declared, single-phase dip, B (5)\n"), std::string::npos) << line;
+  EXPECT_NE(line.find(", residual 49.8 % of the declared voltage, B;"), std::string::npos) << line;
 }
 
 TEST_F(VoltagesCommand, RefusesADeclaredVoltageThatIsNone) {
@@ -507,7 +609,7 @@ TEST_F(VoltagesCommand, EndsWithStatusOneWhereAChoiceIsNotThere) {
   }
 }
 
-TEST_F(VoltagesCommand, SaysResamplingAndParts) {
+TEST_F(VoltagesCommand, SaysWhichPartItIs) {
   auto record = plain_record();
   record.rates = {{3210, 3000, 0}, {1000, 3200, 0.93458}};
   const auto pair = synth::comtrade_of(record, synth::ComtradeData::ascii);
@@ -519,10 +621,7 @@ TEST_F(VoltagesCommand, SaysResamplingAndParts) {
   std::ofstream("r.dat") << pair.data;
   const auto result = dipx({"analyse", "r.cfg"});
   EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_NE(result.out.find("  part 1 of 2, 0.9346 s: 3000 samples at 3210 Hz, resampled to 68 per cycle of 50 Hz\n"),
-            std::string::npos)
-      << result.out;
-  EXPECT_NE(result.out.find("  note: Resampled from 64.2 to 68 samples per cycle for the analysis.\n"),
+  EXPECT_NE(result.out.find("  part 1 of 2\n  0.9346 s: 3000 samples at 3210 Hz, 64.2 per cycle of 50 Hz\n"),
             std::string::npos)
       << result.out;
 }
@@ -534,9 +633,10 @@ TEST_F(VoltagesCommand, LeavesTheLibrarysReportOfOverlongRecords) {
   std::ofstream("long.csv") << synth::csv_of(synth::record_of(waveform));
   const auto result = dipx({"analyse", "long.csv", "--report", "report.txt"});
   EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(result.err,
-            "dipx: long.csv: the library's own report takes 3000 cycles at most, and the record holds more; leave out "
-            "--report\n");
+  EXPECT_EQ(
+      result.err,
+      "dipx: long.csv: the library cannot make its report: it takes 3000 cycles at most, and the record has more; "
+      "leave out --report\n");
   EXPECT_FALSE(std::ifstream("report.txt").good());
 }
 

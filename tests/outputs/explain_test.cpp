@@ -5,8 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <complex>
+#include <numbers>
+#include <sstream>
+#include <string>
+#include <vector>
 
+#include "measure/dip_type.h"
 #include "outputs/dip_category_name.h"
 #include "outputs/phasor_sketch.h"
 #include "tests/command/dipx_command.h"
@@ -26,24 +31,97 @@ TEST_P(CategoryCode, IsExplainedByItsName) {
 
 INSTANTIATE_TEST_SUITE_P(All, CategoryCode, testing::Range(0, 11));
 
-TEST(Explain, KnowsEveryReasonThatTheSchemaNames) {
-  const auto schema = nlohmann::json::parse(tests::bytes_of(DIPX_DOCS "/analysis-json.schema.json"));
-  const auto codes = schema["$defs"]["dip"]["properties"]["not_analysed"]["oneOf"][0]["properties"]["code"]["enum"];
-  EXPECT_EQ(codes.size(), 9U);
-  for (const auto& code : codes) {
-    const auto text = outputs::explanation_of(code);
-    ASSERT_TRUE(text) << code;
-    EXPECT_TRUE(text->starts_with(code.get<std::string>() + "   not analysed: ")) << *text;
-    EXPECT_NE(outputs::list_of_codes().find("\n  " + code.get<std::string>() + " "), std::string::npos) << code;
+/// The terms that the list has, in its order.
+std::vector<std::string> listed_terms() {
+  std::istringstream list(outputs::list_of_codes());
+  std::vector<std::string> terms;
+  std::string line;
+  while (std::getline(list, line) && line != "Terms") continue;
+  while (std::getline(list, line)) terms.push_back(line.substr(2, line.find(' ', 2) - 2));
+  return terms;
+}
+
+TEST(Explain, KnowsTheTermsOfTheOutputs) {
+  const auto listed = listed_terms();
+  for (const char* term : {"dip",
+                           "swell",
+                           "interruption",
+                           "rapid_voltage_change",
+                           "urms_half",
+                           "reference",
+                           "hysteresis",
+                           "depth",
+                           "residual_voltage",
+                           "duration",
+                           "course",
+                           "segment",
+                           "transition",
+                           "gradual",
+                           "characteristic_voltage",
+                           "type",
+                           "pn_factor",
+                           "unbalance",
+                           "phase_jump",
+                           "plus_minus",
+                           "point_on_wave",
+                           "explained",
+                           "wiring",
+                           "declared",
+                           "itic",
+                           "semi_f47",
+                           "en50160"}) {
+    EXPECT_EQ(std::count(listed.begin(), listed.end(), term), 1) << term;
   }
 }
 
+TEST(Explain, HasATextForEveryTermOfTheList) {
+  ASSERT_FALSE(listed_terms().empty());
+  for (const auto& term : listed_terms()) {
+    const auto text = outputs::explanation_of(term);
+    ASSERT_TRUE(text) << term;
+    EXPECT_TRUE(text->starts_with(term + "   ")) << *text;
+  }
+}
+
+/// Three voltages with a negative sequence at an angle, which lost a part of the positive one, and with zero sequence.
+measure::DipType type_with(double loss, double negative, double degrees, double zero) {
+  const double pi = std::numbers::pi;
+  measure::Phasors before{};
+  measure::Phasors voltages{};
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const double third = -2 * pi / 3 * static_cast<double>(phase);
+    before[phase] = std::polar(230.0, third);
+    voltages[phase] = 230.0 * (std::polar(1 - loss, third) + std::polar(negative, degrees * pi / 180 - third) + zero);
+  }
+  return measure::type_of(voltages, before, {});
+}
+
+TEST(Explain, SaysTheLimitsByWhichTypesAreDecided) {
+  const auto text = outputs::explanation_of("0").value_or("");
+  EXPECT_NE(text.find("1.5 %"), std::string::npos);
+  EXPECT_EQ(type_with(0.1, 0.014, 0, 0).category, 9);
+  EXPECT_EQ(type_with(0.1, 0.016, 0, 0).category, 0);
+  EXPECT_NE(text.find(" 8 %"), std::string::npos);
+  EXPECT_EQ(type_with(0.5, 0.039, 0, 0).category, 9);
+  EXPECT_EQ(type_with(0.5, 0.041, 0, 0).category, 0);
+  EXPECT_NE(text.find(" 2 %"), std::string::npos);
+  EXPECT_EQ(type_with(0.05, 0.05, 0, 0.019).category, 0);
+  EXPECT_EQ(type_with(0.05, 0.05, 0, 0.021).category, 6);
+  EXPECT_NE(text.find("quarter"), std::string::npos);
+  EXPECT_EQ(type_with(0.3, 0.2, 0, 0.049).category, 0);
+  EXPECT_EQ(type_with(0.3, 0.2, 0, 0.051).category, 6);
+  // The sectors, in steps of 60 degrees from 0.
+  const int categories[] = {0, 1, 2, 3, 4, 5};
+  for (const int sector : categories) EXPECT_EQ(type_with(0.3, 0.2, 60 * sector, 0).category, sector);
+}
+
 TEST(Explain, KeepsWithinATerminalsWidth) {
-  for (const char* code :
-       {"0", "9", "10", "too_shallow", "not_segmented", "dip", "itic", "en50160", "residual_voltage", "segment"}) {
+  auto codes = listed_terms();
+  for (int category = 0; category <= 10; category++) codes.push_back(std::to_string(category));
+  for (const auto& code : codes) {
     const std::string text = outputs::explanation_of(code).value_or("");
     ASSERT_NE(text, "") << code;
-    const auto paragraphs = text.substr(text.find('\n'));  // behind the heading
+    const auto paragraphs = text.substr(text.find('\n'));  // below the heading
     for (std::size_t at = 0; at < paragraphs.size();) {
       const std::size_t end = paragraphs.find('\n', at);
       EXPECT_LE(end - at, 78U) << paragraphs.substr(at, end - at);
@@ -55,13 +133,14 @@ TEST(Explain, KeepsWithinATerminalsWidth) {
 TEST(Explain, TakesCodesAsPeopleWriteThem) {
   for (const auto& [asked, code] : {std::pair("ITIC", "itic"),
                                     {"SEMI F47", "semi_f47"},
-                                    {"not-recovered", "not_recovered"},
+                                    {"phase-jump", "phase_jump"},
                                     {"Residual voltage", "residual_voltage"},
                                     {"D2", "en50160"},
                                     {"x5", "en50160"}}) {
     EXPECT_EQ(outputs::explanation_of(asked), outputs::explanation_of(code)) << asked;
   }
-  for (const char* unknown : {"D6", "E1", "d", "11", ""}) EXPECT_FALSE(outputs::explanation_of(unknown)) << unknown;
+  for (const char* unknown : {"D6", "E1", "d", "11", "", "too_shallow"})
+    EXPECT_FALSE(outputs::explanation_of(unknown)) << unknown;
 }
 
 TEST(PhasorSketch, DrawsUndisturbedPhasorsToTheirFullLength) {

@@ -8,6 +8,7 @@ namespace {
 using outputs::angle_text;
 using outputs::shortened;
 using outputs::turn_text;
+using outputs::volts_text;
 
 TEST(FiguresText, HasNoAngleOfAFullTurn) {
   EXPECT_EQ(angle_text(359.94), "359.9°");
@@ -22,6 +23,31 @@ TEST(FiguresText, GivesATurnItsSignUnlessThereIsNone) {
   EXPECT_EQ(turn_text(-0.04), "0.0°");
   EXPECT_EQ(turn_text(-0.06), "-0.1°");
   EXPECT_EQ(turn_text(10.04), "+10.0°");
+}
+
+TEST(FiguresText, RoundsAnUncertaintyUp) {
+  using measure::Figure;
+  EXPECT_EQ(volts_text(Figure{115, 0.21}), "115.0 ± 0.3 V");
+  EXPECT_EQ(volts_text(Figure{115, 0.0001}), "115.0 ± 0.1 V") << "the digits shown are no better";
+  EXPECT_EQ(volts_text(Figure{115, 0.2}), "115.0 ± 0.2 V") << "what is a whole number of units stays";
+  EXPECT_EQ(volts_text(Figure{63360, 20}), "63.36 ± 0.02 kV");
+  EXPECT_EQ(volts_text(Figure{2.5, 0.0101}), "2.500 ± 0.011 V");
+  EXPECT_EQ(volts_text(Figure{0.5, 0.02}), "500.0 ± 20.0 mV");
+  EXPECT_EQ(volts_text(Figure{0.5, 20}), "0.50 ± 20.00 V") << "both have one unit";
+  EXPECT_EQ(volts_text(Figure{0, 0}), "0.000 ± 0.001 V");
+  EXPECT_EQ(angle_text(Figure{96.3, 0.31}), "96.3° ± 0.4°");
+  EXPECT_EQ(turn_text(Figure{-19.4, 0.01}), "-19.4° ± 0.1°");
+  EXPECT_EQ(outputs::instant_text(0.305), "0.3050 s");
+  EXPECT_EQ(outputs::instant_text(0.305, 0.00021), "0.3050 s ± 0.3 ms");
+}
+
+TEST(FiguresText, BreaksLinesBetweenWordsButNotBeforeUnits) {
+  EXPECT_EQ(outputs::wrapped("one two three", 7), "one two\nthree\n");
+  EXPECT_EQ(outputs::wrapped("one two three", 9, 2), "  one two\n  three\n");
+  EXPECT_EQ(outputs::wrapped("depth of 50 %, at", 12), "depth of\n50 %, at\n");
+  EXPECT_EQ(outputs::wrapped("at 0.3050 s ± 0.2 ms", 10), "at\n0.3050 s ± 0.2 ms\n");
+  EXPECT_EQ(outputs::wrapped("unbreakable", 5), "unbreakable\n");
+  EXPECT_EQ(outputs::wrapped("°°° °°°", 7), "°°° °°°\n") << "columns count, not bytes";
 }
 
 TEST(FiguresText, CutsTheMiddleOutOfLongNames) {

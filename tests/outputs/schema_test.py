@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""schema_test.py DIPX SCHEMA RECORD...: holds what `dipx analyse --json` prints against its schema, which must name every
-member of the document and must refuse one that lacks any of them."""
+"""schema_test.py DIPX SCHEMA: compares what `dipx analyse --json` prints with the schema of the document. The schema
+must name every member that is printed, must refuse a document that lacks one of them, and must name no member that none
+of the documents here has."""
 
 import copy
 import json
@@ -9,17 +10,31 @@ import sys
 
 import jsonschema
 
+OPTIONAL = {"unit_assumed", "percent_of_declared"}
+
 
 def strict(schema):
-    """The schema with no members allowed but those it names."""
+    """The schema without permission for members that it does not name."""
     if isinstance(schema, list):
         return [strict(part) for part in schema]
     if not isinstance(schema, dict):
         return schema
     closed = {key: strict(part) for key, part in schema.items()}
-    if schema.get("type") == "object":
+    if "properties" in schema:
         closed["additionalProperties"] = False
     return closed
+
+
+def named(schema):
+    """The names of all members that the schema describes."""
+    if isinstance(schema, list):
+        for part in schema:
+            yield from named(part)
+    if isinstance(schema, dict):
+        properties = schema.get("properties", {})
+        yield from properties
+        for key, part in schema.items():
+            yield from named(list(properties.values()) if key == "properties" else part)
 
 
 def members(document, path=()):
@@ -33,6 +48,13 @@ def members(document, path=()):
             yield from members(value, path + (index,))
 
 
+def place_of(document, path):
+    """What a path has in common with those of the same member in other entries of a list: kind of event and names."""
+    names = tuple(step for step in path if isinstance(step, str))
+    kind = document["events"][path[1]]["kind"] if path[0] == "events" and len(path) > 1 else None
+    return kind, names
+
+
 def without(document, path):
     lacking = copy.deepcopy(document)
     place = lacking
@@ -44,44 +66,101 @@ def without(document, path):
 
 def printed(dipx, record, *options):
     command = [dipx, "analyse", "--json", "-", *options]
-    return subprocess.run(command, input=record, stdout=subprocess.PIPE, check=True).stdout
+    return json.loads(subprocess.run(command, input=record, stdout=subprocess.PIPE, check=True).stdout)
 
 
 def synth(dipx, *options):
     return subprocess.run([dipx, "synth", *options], stdout=subprocess.PIPE, check=True).stdout
 
 
+def changed(table, begin_s, end_s, change):
+    """A table whose voltages between two times are changed, row by row."""
+    heading, *rows = table.decode().splitlines()
+    lines = [heading]
+    for index, row in enumerate(rows):
+        time, *volts = row.split(",")
+        if begin_s < float(time) < end_s:
+            volts = change(index, volts)
+        lines.append(",".join([time, *volts]))
+    return "\n".join(lines).encode() + b"\n"
+
+
+def higher(index, volts):
+    return [str(1.3 * float(value)) for value in volts]
+
+
+def two_thirds_missing(index, volts):
+    return volts if index % 30 >= 20 else [""] * len(volts)
+
+
+def documents_of(dipx):
+    """Documents of all kinds, each with the value that shows that it is of its kind."""
+    plain = synth(dipx)
+    steady = synth(dipx, "--depth", "0", "--length", "1")
+    line_to_line = plain.replace(b"Ua_V,Ub_V,Uc_V", b"Uab_V,Ubc_V,Uca_V")
+    no_unit = synth(dipx, "--format", "cff").replace(b",,V,", b",,A,")
+    two_steps = synth(dipx, "--duration", "0.2,0.3", "--depth", "40,70")
+    begins_low = synth(dipx, "--start", "0", "--length", "1")
+
+    def of(record, *options):
+        return printed(dipx, record, *options)
+
+    def kinds(document):
+        return [event["kind"] for event in document["events"]]
+
+    def course(document):
+        return document["events"][0]["course"]
+
+    yield "no event", of(steady), lambda d: kinds(d) == []
+    yield "two steps", of(two_steps), lambda d: len(course(d)["segments"]) == 2
+    yield "interruption", of(synth(dipx, "--depth", "100")), lambda d: "interruption" in kinds(d)
+    yield "swell", of(changed(steady, 0.4, 0.6, higher)), lambda d: kinds(d) == ["swell"]
+    slight = synth(dipx, "--depth", "5", "--duration", "3", "--start", "3", "--length", "8")
+    yield "rapid voltage change", of(slight), lambda d: kinds(d)[0] == "rapid_voltage_change"
+    slight = synth(dipx, "--depth", "5", "--duration", "0.3")
+    yield "change without event", of(slight), lambda d: kinds(d) == [] and d["changes_without_event"]
+    yield "not recovered", of(synth(dipx, "--duration", "1", "--length", "1")), lambda d: course(d)["end_s"] is None
+    yield "begins in the dip", of(begins_low), lambda d: course(d)["level_before"]["source"] == "after"
+    yield "begins in the declared dip", of(begins_low, "--nominal", "230"), lambda d: course(d)["start_s"] is None
+    slow = synth(dipx, "--recovery", "0.4")
+    yield "gradual recovery", of(slow), lambda d: any(t["gradual"] for t in course(d)["transitions"])
+    holes = of(changed(two_steps, 0.301, 0.499, two_thirds_missing))
+    yield "missing samples", holes, lambda d: any("are missing" in note for note in d["notes"])
+    sixty = synth(dipx, "--frequency", "60", "--phases", "B-C", "--depth", "40", "--format", "cff")
+    yield "sixty hertz", of(sixty), lambda d: course(d)["segments"][0]["type"]["letter"] == "C"
+    yield "one voltage", of(plain, "--channels", "2"), lambda d: d["voltages"][1:] == [None, None]
+    yield "two voltages", of(plain, "--channels", "1,2"), lambda d: course(d)["segments"][0]["type"] is None
+    yield "declared voltage", of(plain, "--nominal", "230"), lambda d: d["declared_voltage"]["level_v"] == 230
+    yield "sliding reference", of(plain, "--reference", "sliding"), lambda d: kinds(d) == ["dip"]
+    yield "line to line", of(line_to_line, "--line-to-line"), lambda d: d["voltages"][0]["channel"] == 1
+    yield "computed line to line", of(plain, "--line-to-line"), lambda d: d["voltages"][0]["computed_from"] == [1, 2]
+    unit = of(no_unit, "--channels", "1,2,3")
+    yield "assumed unit", unit, lambda d: d["voltages"][0]["unit_assumed"] == "V"
+    yield "library", of(two_steps, "--library"), lambda d: len(d["library"]["dips"][0]["segments"]) == 2
+    falls_at_once = synth(dipx, "--start", "0.01")
+    yield "library refuses", of(falls_at_once, "--library"), lambda d: d["library"]["refusal"]
+    unfinished = synth(dipx, "--duration", "1", "--length", "1")
+    yield "unfinished dip of the library", of(unfinished, "--library"), lambda d: d["library"]["unfinished_dip"]
+
+
 def main(dipx, schema_file):
     schema = json.load(open(schema_file, encoding="utf-8"))
     jsonschema.Draft202012Validator.check_schema(schema)
-    optional = {"unit_assumed", "percent_of_declared"}
-    met = set()
     closed = jsonschema.Draft202012Validator(strict(schema))
-    records = {
-        "no dip": ["--depth", "0"],
-        "two steps": ["--duration", "0.2,0.3", "--depth", "40,70"],
-        "interruption": ["--depth", "100"],
-        "too shallow": ["--depth", "12", "--duration", "0.04"],
-        "not recovered": ["--duration", "1", "--length", "1"],
-        "long": ["--duration", "12", "--rate", "1600"],
-        "resampled": ["--rate", "5120"],
-        "sixty hertz": ["--frequency", "60", "--phases", "B-C", "--depth", "40", "--format", "cff"],
-    }
-    documents = {name: printed(dipx, synth(dipx, *options)) for name, options in records.items()}
-    plain = synth(dipx)
-    documents["declared voltage"] = printed(dipx, plain, "--nominal", "230")
-    documents["line to line"] = printed(dipx, plain.replace(b"Ua_V,Ub_V,Uc_V", b"Uab_V,Ubc_V,Uca_V"), "--line-to-line")
-    documents["assumed unit"] = printed(dipx, synth(dipx, "--format", "cff").replace(b",,V,", b",,A,"), "--channels", "1,2,3")
-    for name, text in documents.items():
-        document = json.loads(text)
+    met = set()
+    count = 0
+    for name, document, is_of_its_kind in documents_of(dipx):
+        count += 1
+        assert is_of_its_kind(document), f"{name}: the document is not of its kind"
         errors = [f"{'/'.join(map(str, e.absolute_path))}: {e.message}" for e in closed.iter_errors(document)]
         assert not errors, f"{name}: {errors}"
-        for path in members(document):
+        one_of_each = {place_of(document, path): path for path in members(document)}
+        for path in one_of_each.values():
             required = not closed.is_valid(without(document, path))
-            assert required != (path[-1] in optional), f"{name}: {path} is {'' if required else 'not '}required"
+            assert required != (path[-1] in OPTIONAL), f"{name}: {path} is {'' if required else 'not '}required"
             met.add(path[-1])
-    assert optional <= met, f"never printed: {optional - met}"
-    print(f"{len(documents)} documents fit the schema, which requires each of their members")
+    assert not set(named(schema)) - met, f"never printed: {set(named(schema)) - met}"
+    print(f"{count} documents fit the schema, which requires each of their members")
 
 
 main(*sys.argv[1:])

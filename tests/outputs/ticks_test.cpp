@@ -11,7 +11,7 @@ namespace {
 using outputs::Ticks;
 
 TEST(Ticks, AreRoundValuesWithinTheirBounds) {
-  const Ticks ticks(0.27, 0.64);
+  const Ticks ticks(0.25, 0.65);
   const std::vector<double> expected = {0.3, 0.4, 0.5, 0.6};
   ASSERT_EQ(ticks.values().size(), expected.size());
   for (std::size_t i = 0; i < expected.size(); i++) EXPECT_NEAR(ticks.values()[i], expected[i], 1e-12);
@@ -33,7 +33,9 @@ TEST(Ticks, AreBoundedWhateverTheBoundsAre) {
       for (std::size_t i = 0; i < ticks.values().size(); i++) {
         const double tick = ticks.values()[i];
         EXPECT_TRUE(std::isfinite(tick)) << low << " to " << high;
-        if (i > 0) EXPECT_GT(tick, ticks.values()[i - 1]) << low << " to " << high;
+        if (i > 0) {
+          EXPECT_GT(tick, ticks.values()[i - 1]) << low << " to " << high;
+        }
       }
     }
   }

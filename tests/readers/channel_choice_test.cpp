@@ -24,7 +24,7 @@ class NamedSet : public testing::Test {
   Record record = record_of({channel("Ua"), channel("ua"), channel("Ub"), channel("Uc", "kV"), channel("6", ""),
                              channel("x", "A"), channel("x", "A")});
   const std::string list =
-      "; choose three of the channels by name or number: 1 Ua [V], 2 ua [V], 3 Ub [V], 4 Uc [kV], 5 6, 6 x [A], 7 x "
+      "; choose one to three of the channels by name or number: 1 Ua [V], 2 ua [V], 3 Ub [V], 4 Uc [kV], 5 6, 6 x [A], 7 x "
       "[A]";
 };
 
@@ -53,8 +53,16 @@ TEST_F(NamedSet, IsRefusedWithTheListOfChannels) {
   EXPECT_EQ(refusal("Ua,Ub,8"), "r.cfg: there is no channel '8'" + list);
   EXPECT_EQ(refusal("UA,Ub,Uc"), "r.cfg: 2 channels have the name 'UA'" + list);
   EXPECT_EQ(refusal("Ua,Ub,x"), "r.cfg: 2 channels have the name 'x'" + list);
-  EXPECT_EQ(refusal("Ua,Ub"), "r.cfg: three channel names separated by commas are needed, not 'Ua,Ub'" + list);
+  EXPECT_EQ(refusal("Ua,Ub,Uc,3"),
+            "r.cfg: one to three channels separated by commas are needed, not 'Ua,Ub,Uc,3'" + list);
   EXPECT_EQ(refusal("Ua,Ub,1"), "r.cfg: 'Ua,Ub,1' names a channel twice" + list);
+}
+
+TEST_F(NamedSet, MayHaveOneOrTwoVoltages) {
+  const auto two = named_voltage_set(record, "Ua,Uc");
+  EXPECT_EQ(two.count, 2U);
+  EXPECT_EQ(two.channels, (std::array<std::size_t, 3>{0, 3, 3}));
+  EXPECT_EQ(named_voltage_set(record, "3").count, 1U);
 }
 
 TEST_F(NamedSet, KnowsWhetherItIsLive) {

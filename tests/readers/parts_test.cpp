@@ -98,35 +98,31 @@ TEST(PartsWithoutGaps, CountGapsOfSeveralChannelsTogether) {
 }
 
 TEST(BridgedSamples, FollowASineThroughAQuarterCycle) {
-  Record record = record_of({{1000, 200, 0}});
-  record.channels.resize(1);
   const auto sine = [](std::size_t i) { return 100 * std::sin(2 * std::numbers::pi * static_cast<double>(i) / 20); };
-  for (std::size_t i = 0; i < 200; i++) record.channels[0].samples.push_back(i >= 103 && i < 108 ? no_value : sine(i));
-  const auto bridged = bridged_samples(record, 0, {0, 200, 1000, 0}, 2);
-  EXPECT_EQ(bridged.bridged, 5U);
-  EXPECT_EQ(bridged.first, 103U);
-  EXPECT_EQ(bridged.longest_gap, 5U);
-  for (std::size_t i = 0; i < 200; i++) EXPECT_NEAR(static_cast<double>(bridged.values[i]), 2 * sine(i), 8) << i;
+  std::vector<double> samples;
+  for (std::size_t i = 0; i < 200; i++) samples.push_back(i >= 103 && i < 108 ? no_value : sine(i));
+  const auto result = bridged(samples, 2);
+  EXPECT_EQ(result.bridged, 5U);
+  EXPECT_EQ(result.first, 103U);
+  EXPECT_EQ(result.longest_gap, 5U);
+  for (std::size_t i = 0; i < 200; i++) EXPECT_NEAR(static_cast<double>(result.values[i]), 2 * sine(i), 8) << i;
 }
 
 TEST(BridgedSamples, JoinAStraightLineExactly) {
-  Record record = record_of({{1000, 12, 0}});
-  record.channels.resize(1);
-  for (int i = 0; i < 12; i++) record.channels[0].samples.push_back(i == 4 || i == 5 || i == 8 ? no_value : i);
-  const auto bridged = bridged_samples(record, 0, {2, 12, 1000, 0}, 1);
-  EXPECT_EQ(bridged.bridged, 3U);
-  EXPECT_EQ(bridged.first, 4U);
+  std::vector<double> samples;
+  for (int i = 2; i < 12; i++) samples.push_back(i == 4 || i == 5 || i == 8 ? no_value : i);
+  const auto result = bridged(samples, 1);
+  EXPECT_EQ(result.bridged, 3U);
+  EXPECT_EQ(result.first, 2U);
   for (std::size_t i = 0; i < 10; i++)
-    EXPECT_NEAR(static_cast<double>(bridged.values[i]), static_cast<double>(i + 2), 1e-5);
+    EXPECT_NEAR(static_cast<double>(result.values[i]), static_cast<double>(i + 2), 1e-5);
 }
 
 TEST(BridgedSamples, SayNothingWhereNothingIsMissing) {
-  Record record = record_of({{1000, 3, 0}});
-  record.channels.resize(1);
-  record.channels[0].samples = {1, 2, 3};
-  const auto bridged = bridged_samples(record, 0, {1, 3, 1000, 0}, 1);
-  EXPECT_EQ(bridged.bridged, 0U);
-  EXPECT_EQ(bridged.values, (std::vector<float>{2, 3}));
+  const std::vector<double> samples = {2, 3};
+  const auto result = bridged(samples, 1);
+  EXPECT_EQ(result.bridged, 0U);
+  EXPECT_EQ(result.values, (std::vector<float>{2, 3}));
 }
 
 }  // namespace
