@@ -22,6 +22,16 @@ class Analyse : public tests::Analysing {};
 
 // --- what is shown ---------------------------------------------------------------------------------------------------
 
+/// The text with a blank for every run of blanks and line ends, as lines are broken where they fill a terminal's width.
+std::string unbroken(const std::string& text) {
+  std::string words;
+  for (const char byte : text) {
+    const bool blank = byte == ' ' || byte == '\n';
+    if (!blank || words.empty() || words.back() != ' ') words += blank ? ' ' : byte;
+  }
+  return words;
+}
+
 TEST_F(Analyse, ShowsTheExamplesEvents) {
   const auto result = dipx({"analyse", example});
   EXPECT_EQ(result.status, 0);
@@ -31,16 +41,17 @@ TEST_F(Analyse, ShowsTheExamplesEvents) {
                              "\n"
                              "  COMTRADE 1999 BINARY, RTE DFR database, DATA_S2 record 0, 01/01/2000 00:00:00.000000\n"
                              "  3.281 s: 21000 samples at 6400 Hz, 128 per cycle of 50 Hz\n"
-                             "  voltages v1, v2, v3\n"
-                             "  events by IEC 61000-4-30, in per cent of the pre-event voltage: dip below 90\n"
-                             "  %, swell above 110 %, interruption below 5 %, hysteresis 2 %\n"
-                             "  rapid voltage change above 3 % of the pre-event voltage\n"))
+                             "  voltages v1, v2, v3\n"))
       << result.out;
-  for (const char* line : {"\n\n2 events\n\nevent 1: dip   0.2635 s to 0.5713 s\n",
-                           "  residual voltage 18.19 kV in v1, 29.1 % of the pre-event voltage 62.55 kV,\n",
-                           "\nevent 2: swell   0.2668 s to 0.5684 s\n", "  above 110 % of the pre-event voltage: BC\n",
-                           "  below ITIC, below SEMI F47, cell D2 of EN 50160 (by the pre-event voltage)\n"}) {
-    EXPECT_NE(result.out.find(line), std::string::npos) << line << "\n" << result.out;
+  const std::string words = unbroken(result.out);
+  for (const char* sentence :
+       {"events by IEC 61000-4-30, in per cent of the pre-event voltage: dip below 90 %, swell above 110 %, "
+        "interruption below 5 %, hysteresis 2 %",
+        " 2 events event 1: dip 0.2635 s to 0.5713 s ", "residual voltage 18.19 kV in v1",
+        "29.1 % of the pre-event voltage 62.55 kV",
+        "below ITIC, below SEMI F47, cell D2 of EN 50160 (by the pre-event voltage)",
+        " event 2: swell 0.2668 s to 0.5684 s ", "above 110 % of the pre-event voltage"}) {
+    EXPECT_NE(words.find(sentence), std::string::npos) << sentence << "\n" << result.out;
   }
 }
 
