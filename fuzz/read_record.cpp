@@ -1,5 +1,7 @@
 #include "fuzz/read_record.h"
 
+#include <span>
+
 #include "fuzz/bytes.h"
 #include "readers/text.h"
 #include "readers/voltages/channel_choice.h"
@@ -48,7 +50,8 @@ void take_apart(const readers::Record& record) {
     for (const auto& part : readers::parts_without_gaps(record, set.channels, 0.01)) {
       expect(part.end > part.begin && part.end <= record.length());
       const double factor = readers::volts_per_unit(record, set.channels[0]).factor;
-      expect(readers::bridged_samples(record, set.channels[0], part, factor).values.size() == part.length());
+      const auto samples = std::span(record.channels[set.channels[0]].samples).subspan(part.begin, part.length());
+      expect(readers::bridged(samples, factor).values.size() == part.length());
     }
     try {
       for (const std::size_t channel : set.channels) readers::volts_per_unit(record, channel);

@@ -45,7 +45,12 @@ TEST(SelfTest, CoversEveryCategory) {
 
 TEST(SelfTest, FailsForADetectorThatFindsNothing) {
   std::string shown;
-  EXPECT_FALSE(command::self_test([](const auto&) { return Analysis(); }, [&](const auto& line) { shown += line; }));
+  const auto nothing = [](const auto&) {
+    Analysis analysis;
+    analysis.library.emplace();
+    return analysis;
+  };
+  EXPECT_FALSE(command::self_test(nothing, [&](const auto& line) { shown += line; }));
   EXPECT_NE(shown.find("ok      no dip\n"), std::string::npos);
   EXPECT_NE(shown.find("FAILED  two steps: 0 dips instead of 1\n"), std::string::npos) << shown;
 }
@@ -85,7 +90,7 @@ TEST_P(SelfTestFinds, AFigureThatIsOff) {
 INSTANTIATE_TEST_SUITE_P(
     Figures, SelfTestFinds,
     testing::Values(
-        Error{"Start", [](Analysis& a) { dip_of(a).course->start_s->value += 0.006; }, "it starts at 0.306"},
+        Error{"Start", [](Analysis& a) { dip_of(a).course->start_s->value += 0.006; }, "it starts at 0.30"},
         Error{"NoStart", [](Analysis& a) { dip_of(a).course->start_s.reset(); },
               "it starts at no time instead of 0.3000 s"},
         Error{"End", [](Analysis& a) { dip_of(a).course->end_s->value -= 0.006; }, "it ends at 0.49"},

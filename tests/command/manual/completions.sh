@@ -37,6 +37,8 @@ offers '' dipx analyse --channels fau
 offers '' dipx synth fau
 offers 'cff cfg csv' dipx synth --format c
 offers 'cff cfg' dipx synth --format=cf
+offers 'fault.cfg' dipx analyse --options fau
+offers '--dip-threshold' dipx analyse --dip
 offers '' dipx unknown --re
 
 # Everything that --help lists is offered, under its own subcommand.
