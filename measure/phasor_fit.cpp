@@ -144,6 +144,7 @@ PhasorFit::PhasorFit(const Excerpt& excerpt, std::size_t begin, std::size_t end,
       phases_(excerpt.phases()),
       omega_(excerpt.omega()),
       start_(excerpt.start_of(begin)),
+      end_(excerpt.start_of(end)),
       cycle_(excerpt.cycle()) {
   constexpr double highest_order = 0.45;  // of the averages per cycle
   std::erase_if(form_.harmonics, [&](int order) { return order > highest_order * excerpt.averages_per_cycle(); });

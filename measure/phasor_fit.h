@@ -30,6 +30,9 @@ class PhasorFit {
   [[nodiscard]] bool is_linear() const { return form_.linear; }
   [[nodiscard]] const FitForm& form() const { return form_; }
   [[nodiscard]] std::size_t rows() const { return rows_; }
+  /// The time of the averages that were fitted.
+  [[nodiscard]] double begin_s() const { return start_; }
+  [[nodiscard]] double end_s() const { return end_; }
   /// The fundamental at a time; a steady one is the same at all times.
   [[nodiscard]] Phasors phasors(double seconds) const;
   /// All that was fitted, at a time. Decaying offsets are carried back at most a third of a cycle before the stretch.
@@ -76,6 +79,7 @@ class PhasorFit {
   std::size_t rows_ = 0;
   double omega_ = 0;
   double start_ = 0;
+  double end_ = 0;
   double cycle_ = 1;
   std::array<double, orders> attenuation_{};
   std::array<Column, most_phases> coefficients_{};
