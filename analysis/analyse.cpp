@@ -37,6 +37,7 @@ measure::Screening screening_of(const readers::Record& record, const measure::Wa
 measure::Options options_for(const readers::Record& record, const AnalysisOptions& asked, const Analysis& analysis) {
   measure::Options options;
   options.thresholds = asked.thresholds;
+  options.between_phases = analysis.voltages.between_phases;
   options.declared_v = analysis.declared ? analysis.declared->level : 0;
   options.reference =
       asked.reference.value_or(analysis.declared ? measure::Reference::declared : measure::Reference::pre_event);

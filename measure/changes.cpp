@@ -43,6 +43,7 @@ Change measured(const Supply& supply, std::size_t first, std::size_t last) {
   change.end_s = supply.track.time_of(last);
   change.phases = differing(supply, first, last);
   for (std::size_t phase = 0; phase < supply.waveform.phases.size(); phase++) {
+    if (supply.track.absent()[phase]) continue;
     change.before_v[phase] = std::abs(supply.track.phasors(first)[phase]) / std::numbers::sqrt2;
     change.after_v[phase] = std::abs(supply.track.phasors(last)[phase]) / std::numbers::sqrt2;
   }

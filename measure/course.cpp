@@ -17,6 +17,7 @@
 #include "measure/moving_phasors.h"
 #include "measure/partition.h"
 #include "measure/runs.h"
+#include "measure/short_dip.h"
 #include "measure/slow_course.h"
 #include "measure/steady_fit.h"
 
@@ -62,9 +63,11 @@ class CourseFinder {
         dip_start_s_(dip.start_known ? dip.start_s : -infinity),
         dip_end_s_(dip.end_s.value_or(infinity)),
         frequency_(frequency_round(supply.track, supply.wiring.to_positive(), phases_, dip_start_s_, dip_end_s_)),
+        absent_(absent_phases()),
         excerpt_(excerpt_round()) {}
 
   Course course() {
+    earliest_start_s_ = earliest_start_s();
     find_runs();
     Course course;
     course.frequency = frequency_.hertz;
@@ -77,7 +80,7 @@ class CourseFinder {
       refine_items();
       if (has_before()) start_ = Figure{start_s_, start_plus_minus()};
       if (end_s_) end_ = Figure{*end_s_, end_plus_minus()};
-    } else {
+    } else if (!take_short_dip()) {
       follow_slowly();
     }
     keep_within_dip();
@@ -89,25 +92,59 @@ class CourseFinder {
   // --- the waveform round the dip
   // -------------------------------------------------------------------------------------
 
+  /// The phases that miss samples in most of the dip's cycles, unless all do: the others are measured without them.
+  [[nodiscard]] PhaseFlags absent_phases() const {
+    const CycleTrack& track = supply_.track;
+    const std::size_t first = track.cycle_at(std::max(0.0, dip_start_s_));
+    const std::size_t last = track.cycle_at(std::min(dip_end_s_, track.time_of(track.cycles() - 1)));
+    PhaseFlags absent{};
+    bool any_present = false;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      std::size_t missing = 0;
+      for (std::size_t k = first; k <= last; k++) missing += std::isfinite(track.phasors(k)[phase].real()) ? 0 : 1;
+      absent[phase] = 2 * missing > last - first + 1;
+      any_present = any_present || !absent[phase];
+    }
+    return any_present ? absent : PhaseFlags{};
+  }
+
+  /// The mean of the usual levels of the phases that have a voltage.
+  [[nodiscard]] double usual_peak() const {
+    double highest = 0;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (!absent_[phase]) highest = std::max(highest, supply_.levels.fundamental_v[phase]);
+    }
+    double sum = 0;
+    double count = 0;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      const double level = supply_.levels.fundamental_v[phase];
+      if (absent_[phase] || !(level > next_to_nothing * highest)) continue;
+      sum += level * std::numbers::sqrt2;
+      count++;
+    }
+    return sum / count;
+  }
+
   [[nodiscard]] Excerpt excerpt_round() const {
     const Waveform& waveform = supply_.waveform;
     const double cycle = 1 / frequency_.hertz;
     const double from = std::max(0.0, dip_start_s_ - cycles_before * cycle);
     const double length_s = static_cast<double>(waveform.length()) / waveform.rate;
     const double to = std::min(length_s, dip_end_s_ + cycles_after * cycle);
-    double peak = 0;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      peak += supply_.levels.fundamental_v[phase] * std::numbers::sqrt2 / static_cast<double>(phases_);
-    }
+    double peak = usual_peak();
     if (!(peak > 0) || !std::isfinite(peak)) peak = dip_.reference_v * std::numbers::sqrt2;
     if (!(peak > 0) || !std::isfinite(peak)) peak = 1;
-    return {waveform, static_cast<std::size_t>(from * waveform.rate),
-            static_cast<std::size_t>(std::ceil(to * waveform.rate)), peak, frequency_.hertz};
+    return {waveform,
+            static_cast<std::size_t>(from * waveform.rate),
+            static_cast<std::size_t>(std::ceil(to * waveform.rate)),
+            peak,
+            frequency_.hertz,
+            absent_};
   }
 
   void find_runs() {
     Excerpt quiet = excerpt_;
-    remove_harmonics(quiet, supply_.track, dip_start_s_ - 0.1 * excerpt_.cycle());
+    remove_harmonics(quiet, supply_.track, earliest_start_s_ - 0.1 * excerpt_.cycle());
     runs_ = runs_of(excerpt_, partition(quiet));
   }
 
@@ -116,9 +153,26 @@ class CourseFinder {
 
   [[nodiscard]] bool is_fall(std::size_t run) const { return runs_[run].gradual && !runs_[run].begins_abruptly; }
 
+  /// The dip may have begun in a gap of the samples that lies next to its first window.
+  [[nodiscard]] double earliest_start_s() const {
+    double earliest = dip_start_s_;
+    if (!dip_.start_known) return earliest;
+    const double reach = earliest - excerpt_.cycle();
+    bool in_gap = false;
+    for (std::size_t i = excerpt_.index_at(earliest); i-- > 0;) {
+      const bool missing = excerpt_.is_missing(i);
+      if (!missing && (in_gap || excerpt_.start_of(i) < reach)) break;
+      in_gap = missing;
+      if (missing) earliest = excerpt_.start_of(i);
+    }
+    return earliest;
+  }
+
   /// Finds the first run of the dip and the one after its last. A dip's first window may begin up to a cycle before the
   /// change and half a cycle after it, its last one ends more than a cycle after the voltage is back.
   bool choose_runs() {
+    // A shallow dip's last window holds little of the dip.
+    constexpr double latest_return = 0.2;
     if (runs_.empty()) return false;
     const double cycle = excerpt_.cycle();
     first_ = 0;
@@ -126,18 +180,18 @@ class CourseFinder {
       first_ = runs_.size();
       for (std::size_t k = 1; k < runs_.size() && first_ == runs_.size(); k++) {
         const double change_end = is_fall(k) ? runs_[k].end_s : runs_[k].begin_s;
-        if (change_end > dip_start_s_ - 0.6 * cycle) first_ = k;
+        if (change_end > earliest_start_s_ - 0.6 * cycle) first_ = k;
       }
       if (first_ == runs_.size()) return false;
       const double change_begin = is_fall(first_) ? runs_[first_].begin_s : runs_[first_ - 1].end_s;
-      if (change_begin > dip_end_s_ - 0.3 * cycle) return false;
+      if (change_begin > dip_end_s_ - latest_return * cycle) return false;
     }
     runs_end_ = runs_.size();
     if (!dip_.end_s) return true;
     for (std::size_t k = std::max<std::size_t>(first_, 1); k < runs_.size(); k++) {
       const bool after_ramp = is_fall(k - 1) && !runs_[k].begins_abruptly && k > first_;
       const double change_begin = after_ramp ? runs_[k - 1].begin_s : runs_[k - 1].end_s;
-      if (change_begin < dip_end_s_ - 0.3 * cycle) runs_end_ = k;
+      if (change_begin < dip_end_s_ - latest_return * cycle) runs_end_ = k;
     }
     return true;
   }
@@ -153,6 +207,7 @@ class CourseFinder {
       const Phasors phasors = runs_[k].stretches.back().fit.phasors(runs_[k].end_s);
       bool usual = true;
       for (std::size_t phase = 0; phase < phases_; phase++) {
+        if (absent_[phase]) continue;
         const double level = supply_.levels.fundamental_v[phase];
         usual = usual && std::abs(volts(std::abs(phasors[phase])) - level) < about_usual * level;
       }
@@ -204,9 +259,26 @@ class CourseFinder {
   void set_dead_phases_aside() {
     constexpr double unreachable = 1e-9;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      dead_[phase] = !(std::abs(before_[phase]) > next_to_nothing);
+      dead_[phase] = absent_[phase] || !(std::abs(before_[phase]) > next_to_nothing);
       if (dead_[phase]) before_[phase] = unreachable;
     }
+  }
+
+  /// A dip of half a cycle has a start and an end, and no voltage of its own.
+  bool take_short_dip() {
+    if (!dip_.start_known || !dip_.end_s) return false;
+    const auto dip = short_dip(excerpt_, dip_start_s_ - 0.1 * excerpt_.cycle(), dip_end_s_ + 0.1 * excerpt_.cycle());
+    if (!dip) return false;
+    before_ = dip->before;
+    before_error_ = dip->before_error;
+    before_s_ = dip_start_s_;
+    set_dead_phases_aside();
+    start_s_ = dip->start_s.value;
+    end_s_ = dip->end_s.value;
+    start_ = dip->start_s;
+    end_ = dip->end_s;
+    changed_ = dip->phases;
+    return true;
   }
 
   /// Where no change can be told within the dip, the one-cycle fundamentals show its course.
@@ -249,7 +321,7 @@ class CourseFinder {
   void keep_within_dip() {
     constexpr double farthest_cycles = 2;
     const double reach = farthest_cycles * excerpt_.cycle();
-    const double low = std::max(excerpt_.begin_s(), dip_start_s_ - reach);
+    const double low = std::max(excerpt_.begin_s(), earliest_start_s_ - reach);
     const double high = std::max(low, std::min(excerpt_.end_s(), dip_end_s_ + reach));
     start_s_ = std::clamp(start_s_, low, high);
     if (start_) start_->value = start_s_;
@@ -276,6 +348,7 @@ class CourseFinder {
       const auto phasors = moving.at(i);
       if (!phasors) continue;
       for (std::size_t phase = 0; phase < phases_; phase++) {
+        if (absent_[phase] || !(std::abs(before_[phase]) > next_to_nothing)) continue;
         const double off = std::abs((*phasors)[phase]) / std::abs(before_[phase]) - 1;
         sum += off;
         squares += off * off;
@@ -300,6 +373,23 @@ class CourseFinder {
       k++;
     }
     while (k < runs_end_) k = take_runs(k);
+    take_fall_and_return();
+  }
+
+  /// A voltage that falls gradually and comes back gradually at once has one gradual segment, from threshold to
+  /// threshold.
+  void take_fall_and_return() {
+    if (!items_.empty() || !gradual_start_ || !gradual_end_ || !(*end_s_ > start_s_)) return;
+    add_gradual(GradualCourse(excerpt_, start_s_, *end_s_, false), start_s_, *end_s_);
+    Item& item = items_.back();
+    item.recovery = true;
+    // Fits of the whole reach across the turning point, those of its parts do not.
+    for (std::size_t k = first_; k < runs_end_; k++) {
+      const Phasors lowest = followed(runs_[k], runs_[k].end_s).lowest();
+      for (std::size_t phase = 0; phase < phases_; phase++) {
+        if (std::abs(lowest[phase]) < std::abs(item.phasors[phase])) item.phasors[phase] = lowest[phase];
+      }
+    }
   }
 
   [[nodiscard]] GradualCourse followed(const Run& run, double end_s) const {
@@ -404,6 +494,7 @@ class CourseFinder {
 
   [[nodiscard]] bool is_dead(const Item& item) const {
     for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (dead_[phase]) continue;
       if (std::abs(item.phasors[phase]) > next_to_nothing * std::abs(before_[phase])) return false;
     }
     return true;
@@ -412,6 +503,7 @@ class CourseFinder {
   /// Joins what is one segment, and looks at steady segments again that the waveform does not bear out.
   void refine_items() {
     join_dead();
+    drop_before();
     drop_fragile();
     fill_gaps();
     drop_tail();
@@ -433,6 +525,20 @@ class CourseFinder {
   }
 
   [[nodiscard]] double cycles(double seconds) const { return seconds / excerpt_.cycle(); }
+
+  /// Where the record begins less than a window before the dip, its first segment is the voltage before.
+  void drop_before() {
+    if (dip_.start_known || items_.size() < 2) return;
+    const Item& first = items_.front();
+    if (first.gradual || cycles(first.end_s - first.start_s) > 1.5) return;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (!dead_[phase] && std::abs(first.phasors[phase]) < threshold * std::abs(before_[phase])) return;
+    }
+    const double start = first.end_s;
+    items_.erase(items_.begin());
+    start_s_ = start;
+    start_ = Figure{start, std::max(sharpest(), runs_[0].end_plus_minus)};
+  }
 
   /// What lasts about a cycle between changes that last nearly as long is part of a restless course.
   void drop_fragile() {
@@ -633,7 +739,7 @@ class CourseFinder {
     course.explained_share = explained_share(excerpt_, in_peaks, before_, start_s_, end_s_.value_or(excerpt_.end_s()));
     write_transitions(course);
     write_slopes(course);
-    if (phases_ == 3 && !supply_.between_phases && angles_known_) {
+    if (phases_ == 3 && !supply_.between_phases && angles_known_ && absent_ == PhaseFlags{}) {
       Phasors correction{};
       for (std::size_t phase = 0; phase < phases_; phase++) {
         correction[phase] = supply_.wiring.turned_phase == phase ? -in_time(phase) : in_time(phase);
@@ -663,19 +769,38 @@ class CourseFinder {
   [[nodiscard]] double gradual_plus_minus(const Run& run) const {
     const GradualCourse course = followed(run, run.end_s);
     const double slope = course.change() / std::max(run.length_s(), excerpt_.cycle());
-    return 2 * std::hypot(flicker_, before_error_[0]) / std::max(slope, 1e-6);
+    double error = 0;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (!dead_[phase]) error = std::max(error, before_error_[phase]);
+    }
+    return 2 * std::hypot(flicker_, error) / std::max(slope, 1e-6);
   }
 
   [[nodiscard]] double start_plus_minus() const {
-    if (gradual_start_) return std::min(gradual_plus_minus(runs_[first_]), runs_[first_].length_s());
+    if (gradual_start_) {
+      return std::max(sharpest(), std::min(gradual_plus_minus(runs_[first_]), runs_[first_].length_s()));
+    }
     return std::max(sharpest(), runs_[first_ - 1].end_plus_minus);
   }
 
+  /// Whether samples are missing where the dip may have begun.
+  [[nodiscard]] bool starts_in_gap() const {
+    const double off = start_plus_minus();
+    const std::size_t end = excerpt_.index_at(start_s_ + off);
+    for (std::size_t i = excerpt_.index_at(start_s_ - off); i < end; i++) {
+      if (excerpt_.is_missing(i)) return true;
+    }
+    return false;
+  }
+
   [[nodiscard]] double end_plus_minus() const {
+    if (gradual_end_ && runs_end_ > 0) {
+      const Run& last = runs_[runs_end_ - 1];
+      return std::max(sharpest(), std::min(gradual_plus_minus(last), last.length_s()));
+    }
     const std::size_t run = std::min(runs_end_, runs_.size() - 1);
-    if (gradual_end_ && run > 0) return std::min(gradual_plus_minus(runs_[run - 1]), runs_[run - 1].length_s());
     // What blurs the beginning of the dip, before the record or in it, blurs its end as well.
-    const double blur = has_before() && !gradual_start_ ? start_plus_minus() : sharpest();
+    const double blur = has_before() && !gradual_start_ && !starts_in_gap() ? start_plus_minus() : sharpest();
     return runs_[run].returned_plus_minus + blur;
   }
 
@@ -714,7 +839,7 @@ class CourseFinder {
       segment.phasors[phase] = item.phasors[phase] * in_time(phase) * volts(1);
       write_phase(item, phase, segment.phases[phase]);
     }
-    if (phases_ == 3) {
+    if (phases_ == 3 && absent_ == PhaseFlags{}) {
       segment.sequences = sequences_of(segment.phasors, supply_.wiring);
       if (angles_known_ && dead_ == PhaseFlags{}) write_type(item, segment);
     }
@@ -722,6 +847,12 @@ class CourseFinder {
   }
 
   void write_phase(const Item& item, std::size_t phase, SegmentPhase& figures) const {
+    if (absent_[phase]) {
+      // Nothing is known of it but that it is a voltage of this supply.
+      figures.measured = false;
+      figures.voltage_v = {0, volts(1)};
+      return;
+    }
     const double length = (item.end_s - item.start_s) * frequency_.hertz;
     constexpr double flicker_cycles = 6;
     const double sway = flicker_ * (item.gradual ? 1 : std::min(1.0, flicker_cycles / length));
@@ -762,7 +893,9 @@ class CourseFinder {
       course.transitions.push_back(transition);
     };
     if (items_.empty()) {
-      if (course.start_s && course.end_s) add(start_s_, *end_s_, gradual_start_, before_, before_);
+      if (!course.start_s || !course.end_s) return;
+      add(start_s_, *end_s_, gradual_start_, before_, before_);
+      course.transitions.back().phases = changed_;
       return;
     }
     if (course.start_s) add(start_s_, items_.front().start_s, gradual_start_, before_, items_.front().phasors);
@@ -778,7 +911,9 @@ class CourseFinder {
   std::size_t phases_;
   double dip_start_s_;
   double dip_end_s_;
+  double earliest_start_s_ = 0;
   FrequencyRound frequency_;
+  PhaseFlags absent_;  // phases without samples in most of the dip
   Excerpt excerpt_;
   std::vector<Run> runs_;
   std::size_t first_ = 0;     // of the dip's runs
@@ -793,7 +928,8 @@ class CourseFinder {
   std::optional<double> end_s_;
   std::optional<Figure> start_;  // these with what they are known by
   std::optional<Figure> end_;
-  PhaseFlags dead_{};  // phases without voltage before
+  PhaseFlags dead_{};     // phases without voltage before
+  PhaseFlags changed_{};  // the phases of a dip without segments
   bool gradual_start_ = false;
   bool gradual_end_ = false;
   std::vector<Item> items_;

@@ -3,49 +3,93 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <numeric>
+#include <utility>
 
 #include "measure/window_phasor.h"
 
 namespace measure {
 
+namespace {
+
+const Phasor not_a_voltage(std::numeric_limits<double>::quiet_NaN(), 0);
+
+bool is_voltage(const Phasor& phasor) {
+  return std::abs(phasor.real()) < largest_volts && std::abs(phasor.imag()) < largest_volts;
+}
+
+double middle_of(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+/// The mean of the angles between neighbouring phasors without those that jump: of a fault or a switching.
+double usual_of(const std::vector<double>& angles) {
+  constexpr double far_off = 6;          // usual distances from the middle
+  constexpr double near_always = 0.002;  // radians
+  // Two at a time, as a constant and harmonics sway the angle from half-cycle to half-cycle.
+  std::vector<double> pairs;
+  for (std::size_t k = 0; k + 1 < angles.size(); k++) pairs.push_back((angles[k] + angles[k + 1]) / 2);
+  if (pairs.empty()) return angles.empty() ? 0 : angles.front();
+  const double middle = middle_of(pairs);
+  std::vector<double> away;
+  for (const double pair : pairs) away.push_back(std::abs(pair - middle));
+  const double near = far_off * middle_of(away) + near_always;
+  double sum = 0;
+  double count = 0;
+  for (const double pair : pairs) {
+    if (!(std::abs(pair - middle) <= near)) continue;
+    sum += pair;
+    count++;
+  }
+  return count > 0 ? sum / count : middle;
+}
+
+}  // namespace
+
 CycleTrack::CycleTrack(const Waveform& waveform) : waveform_(waveform), frequency_(waveform.line_frequency) {
   find_frequency();
   follow();
+  find_absent();
   find_steady();
 }
 
 /// How the fundamentals turn over a few cycles.
 struct CycleTrack::Turning {
-  double hertz = 0;  ///< by which they turn faster than the frequency by which they were looked at
-  double level = 0;  ///< the sum of the phases' lowest magnitudes: high where the voltage is high throughout
+  double hertz = 0;     ///< by which they turn faster than the frequency by which they were looked at
+  double level = 0;     ///< the sum of the phases' lowest magnitudes: high where the voltage is high throughout
+  double restless = 0;  ///< variance of the angles from step to step, radians squared
 };
 
 CycleTrack::Turning CycleTrack::turning(const WindowPhasor& fundamental, std::size_t first, std::size_t hop,
                                         std::size_t hops) const {
   Turning result;
-  Phasor turn = 0;
+  std::vector<Phasor> turns(hops);
   for (const Phase& phase : waveform_.phases) {
     double lowest = std::numeric_limits<double>::infinity();
-    Phasor previous = 0;
-    Phasor sum = 0;
+    std::vector<Phasor> now(hops + 1);
     for (std::size_t k = 0; k <= hops; k++) {
-      const Phasor now = fundamental.of(phase.samples.data() + first + k * hop) * phase.volts_per_unit;
-      lowest = std::isfinite(std::abs(now)) ? std::min(lowest, std::abs(now)) : 0;
-      if (k > 0) sum += now * std::conj(previous);
-      previous = now;
+      now[k] = fundamental.of(phase.samples.data() + first + k * hop) * phase.volts_per_unit;
+      const double magnitude = std::abs(now[k]);
+      lowest = magnitude < largest_volts ? std::min(lowest, magnitude) : 0;
     }
     if (!(lowest > 0)) continue;
-    turn += sum;
+    for (std::size_t k = 0; k < hops; k++) turns[k] += now[k + 1] * std::conj(now[k]);
     result.level += lowest;
   }
   const double expected = 2 * std::numbers::pi * static_cast<double>(hop) * frequency_ / waveform_.rate;
-  const double off = std::arg(turn * std::polar(1.0, -expected));
-  result.hertz = off / (2 * std::numbers::pi) * waveform_.rate / static_cast<double>(hop);
+  std::vector<double> angles(hops);
+  for (std::size_t k = 0; k < hops; k++) angles[k] = std::arg(turns[k] * std::polar(1.0, -expected));
+  result.hertz = usual_of(angles) / (2 * std::numbers::pi) * waveform_.rate / static_cast<double>(hop);
+  for (const double angle : angles) result.restless += angle * angle;
+  const double mean = std::accumulate(angles.begin(), angles.end(), 0.0) / static_cast<double>(hops);
+  result.restless = std::max(0.0, result.restless / static_cast<double>(hops) - mean * mean);
   return result;
 }
 
-/// Measures how the phasors turn from half-cycle to half-cycle where the voltage is highest throughout some cycles, and
-/// there again at the frequency so found.
+/// Measures how the phasors turn from half-cycle to half-cycle in a few cycles in which the voltage is high and turns
+/// steadily, and there again at the frequency so found.
 void CycleTrack::find_frequency() {
   constexpr std::size_t chunk_cycles = 12;
   constexpr std::size_t most_chunks = 32;
@@ -65,24 +109,45 @@ void CycleTrack::find_frequency() {
   const std::size_t span = window_ + hops * hop;
   const std::size_t chunks = std::min(most_chunks, std::max<std::size_t>(1, waveform_.length() / span));
   const std::size_t apart = chunks > 1 ? (waveform_.length() - span) / (chunks - 1) : 0;
-  // A chunk is looked at here and there to find the best one.
+  // A chunk is looked at here and there to find the best ones.
   const std::size_t stride = std::max<std::size_t>(1, hops / looks_per_chunk);
-  std::size_t best = 0;
-  double best_level = 0;
+  std::vector<Turning> looks;
   for (std::size_t chunk = 0; chunks > 1 && chunk < chunks; chunk++) {
-    const double level = turning(fundamental, chunk * apart, stride * hop, hops / stride).level;
-    // Earlier chunks win unless a later one is clearly better.
-    if (!(level > 1.02 * best_level)) continue;
-    best_level = level;
-    best = chunk * apart;
+    looks.push_back(turning(fundamental, chunk * apart, stride * hop, hops / stride));
   }
+  const std::size_t best = looks.empty() ? 0 : typical_chunk(looks) * apart;
   for (int round = 0; round < rounds; round++) {
     const std::size_t now = set_window();
     if (waveform_.length() < best + window_ + now) return;
     const Turning found = turning(fundamental, best, now, std::min(hops, (waveform_.length() - window_ - best) / now));
-    if (!(found.level > 0)) return;
+    if (!(found.level > 0) || !std::isfinite(found.hertz)) return;
     frequency_ = std::clamp(frequency_ + found.hertz, 0.8 * nominal, 1.2 * nominal);
   }
+}
+
+/// Of the chunks whose voltage is about the highest one and which are about the steadiest, the one whose frequency is
+/// the middle one.
+std::size_t CycleTrack::typical_chunk(const std::vector<Turning>& looks) {
+  constexpr double about_highest = 0.95;
+  constexpr double about_steadiest = 4;
+  constexpr double always_steady = 1e-8;  // radians squared
+  double highest = 0;
+  for (const Turning& look : looks) highest = std::max(highest, look.level);
+  const auto is_high = [&](const Turning& look) { return look.level > 0 && look.level >= about_highest * highest; };
+  double steadiest = std::numeric_limits<double>::infinity();
+  for (const Turning& look : looks) {
+    if (is_high(look)) steadiest = std::min(steadiest, look.restless);
+  }
+  std::vector<std::size_t> chosen;
+  for (std::size_t k = 0; k < looks.size(); k++) {
+    if (is_high(looks[k]) && looks[k].restless <= about_steadiest * steadiest + always_steady) chosen.push_back(k);
+  }
+  if (chosen.empty()) return 0;
+  const auto middle = chosen.begin() + static_cast<std::ptrdiff_t>((chosen.size() - 1) / 2);
+  std::nth_element(chosen.begin(), middle, chosen.end(), [&](std::size_t one, std::size_t other) {
+    return std::pair(looks[one].hertz, one) < std::pair(looks[other].hertz, other);
+  });
+  return *middle;
 }
 
 void CycleTrack::follow() {
@@ -100,8 +165,21 @@ void CycleTrack::follow() {
     const Phasor back = std::polar(1.0, -2 * std::numbers::pi * (turns - std::floor(turns)));
     for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
       const Phase& source = waveform_.phases[phase];
-      phasors_[k][phase] = fundamental.of(source.samples.data() + first) * source.volts_per_unit * back;
+      const Phasor phasor = fundamental.of(source.samples.data() + first) * source.volts_per_unit;
+      phasors_[k][phase] = is_voltage(phasor) ? phasor * back : not_a_voltage;
     }
+  }
+}
+
+/// Phases without a single cycle: nothing is said of them, and they hide nothing of the others.
+void CycleTrack::find_absent() {
+  for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
+    absent_[phase] = std::none_of(phasors_.begin(), phasors_.end(),
+                                  [&](const Phasors& cycle) { return std::isfinite(cycle[phase].real()); });
+  }
+  if (std::all_of(absent_.begin(), absent_.begin() + static_cast<std::ptrdiff_t>(waveform_.phases.size()),
+                  [](bool absent) { return absent; })) {
+    absent_ = {};
   }
 }
 
@@ -120,7 +198,7 @@ std::size_t CycleTrack::cycle_at(double seconds) const {
 
 bool CycleTrack::is_missing(std::size_t cycle) const {
   for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
-    if (!std::isfinite(std::abs(phasors_[cycle][phase]))) return true;
+    if (!absent_[phase] && !std::isfinite(std::abs(phasors_[cycle][phase]))) return true;
   }
   return false;
 }
@@ -134,6 +212,7 @@ void CycleTrack::find_steady() {
     double largest = 0;
     double change = 0;
     for (std::size_t phase = 0; phase < phases; phase++) {
+      if (absent_[phase]) continue;
       const double a = std::abs(phasors_[one][phase]);
       const double b = std::abs(phasors_[other][phase]);
       largest = std::max({largest, a, b});
@@ -149,6 +228,7 @@ void CycleTrack::find_steady() {
     if (k - begin >= fewest_cycles) {
       SteadyStretch stretch{begin, k, {}};
       for (std::size_t phase = 0; phase < phases; phase++) {
+        if (absent_[phase]) continue;
         double sum = 0;
         for (std::size_t i = begin; i < k; i++) sum += std::abs(phasors_[i][phase]);
         stretch.level[phase] = sum / static_cast<double>(k - begin) / std::numbers::sqrt2;

@@ -22,7 +22,10 @@ class CycleTrack {
   [[nodiscard]] double frequency() const { return frequency_; }
   [[nodiscard]] std::size_t cycles() const { return phasors_.size(); }
   [[nodiscard]] const Phasors& phasors(std::size_t cycle) const { return phasors_[cycle]; }
+  /// Whether samples of a phase are missing, unless that phase is missing throughout.
   [[nodiscard]] bool is_missing(std::size_t cycle) const;
+  /// The phases that are missing throughout; none where all are.
+  [[nodiscard]] const PhaseFlags& absent() const { return absent_; }
   /// First sample of a cycle, and the middle of the cycle in seconds.
   [[nodiscard]] std::size_t first_sample(std::size_t cycle) const;
   [[nodiscard]] double time_of(std::size_t cycle) const;
@@ -46,13 +49,16 @@ class CycleTrack {
   /// Of `hops` steps of `hop` samples each, from a sample on.
   [[nodiscard]] Turning turning(const WindowPhasor& fundamental, std::size_t first, std::size_t hop,
                                 std::size_t hops) const;
+  [[nodiscard]] static std::size_t typical_chunk(const std::vector<Turning>& looks);
   void follow();
+  void find_absent();
   void find_steady();
 
   const Waveform& waveform_;
   double frequency_;
   std::size_t window_ = 0;
   std::vector<Phasors> phasors_;
+  PhaseFlags absent_{};
   std::vector<SteadyStretch> steady_;
 };
 

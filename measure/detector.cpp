@@ -45,10 +45,12 @@ class Detector {
  public:
   Detector(const std::vector<HalfCycleRms>& series, References references, const Thresholds& thresholds)
       : series_(series), references_(std::move(references)), reference_(references_.start) {
-    dip_ = thresholds.dip / 100;
-    swell_ = thresholds.swell / 100;
-    interruption_ = thresholds.interruption / 100;
-    hysteresis_ = thresholds.hysteresis / 100;
+    dip_ = thresholds.dip;
+    swell_ = thresholds.swell;
+    interruption_ = thresholds.interruption;
+    dip_over_ = thresholds.dip + thresholds.hysteresis;
+    swell_over_ = thresholds.swell - thresholds.hysteresis;
+    interruption_over_ = thresholds.interruption + thresholds.hysteresis;
   }
 
   std::vector<Event> events() {
@@ -57,7 +59,7 @@ class Detector {
     while (timeline.next(moment)) {
       take_blocks(moment.end_s);
       const double value = series_[moment.phase].volts[moment.index];
-      if (!std::isfinite(value)) continue;
+      if (!std::isfinite(value) || references_.left_out[moment.phase]) continue;
       last_[moment.phase] = value;
       follow_dip(moment, value);
       follow_swell(moment, value);
@@ -115,6 +117,7 @@ class Detector {
     if (!open) return;
     open->end_s = end_s;
     for (std::size_t phase = 0; phase < series_.size(); phase++) {
+      if (!std::isfinite(open->lowest_v[phase])) open->lowest_v[phase] = 0;  // it has no value during the event
       if (open->phases[phase]) open->reference_v = std::max(open->reference_v, reference_[phase]);
     }
     events_.push_back(*open);
@@ -138,7 +141,7 @@ class Detector {
 
   void follow_dip(const Moment& moment, double value) {
     Open& dip = open_[0];
-    const bool below = value < dip_ * reference_[moment.phase];
+    const bool below = 100 * value < dip_ * reference_[moment.phase];
     if (!dip) {
       if (!below) return;
       begin(dip, EventKind::dip, moment);
@@ -149,13 +152,13 @@ class Detector {
     }
     if (below) dip->phases[moment.phase] = true;
     note(dip, moment.phase, value);
-    const bool back = all([&](double volts, double reference) { return volts >= (dip_ + hysteresis_) * reference; });
+    const bool back = all([&](double volts, double reference) { return 100 * volts >= dip_over_ * reference; });
     if (back) finish(dip, moment.end_s);
   }
 
   void follow_swell(const Moment& moment, double value) {
     Open& swell = open_[1];
-    const bool above = value > swell_ * reference_[moment.phase];
+    const bool above = 100 * value > swell_ * reference_[moment.phase];
     if (!swell) {
       if (!above) return;
       begin(swell, EventKind::swell, moment);
@@ -164,7 +167,7 @@ class Detector {
     }
     if (above) swell->phases[moment.phase] = true;
     note(swell, moment.phase, value);
-    const bool back = all([&](double volts, double reference) { return volts <= (swell_ - hysteresis_) * reference; });
+    const bool back = all([&](double volts, double reference) { return 100 * volts <= swell_over_ * reference; });
     if (back) finish(swell, moment.end_s);
   }
 
@@ -172,28 +175,33 @@ class Detector {
     Open& interruption = open_[2];
     if (!interruption) {
       for (std::size_t phase = 0; phase < series_.size(); phase++) {
-        if (!last_[phase] || !(*last_[phase] < interruption_ * reference_[phase])) return;
+        if (references_.left_out[phase]) continue;
+        if (!last_[phase] || !(100 * *last_[phase] < interruption_ * reference_[phase])) return;
       }
       begin(interruption, EventKind::interruption, moment);
       for (std::size_t phase = 0; phase < series_.size(); phase++) {
+        if (!last_[phase]) continue;
         interruption->phases[phase] = true;
         note(interruption, phase, *last_[phase]);
       }
       return;
     }
-    const double back = interruption_ + hysteresis_;
-    if (value < back * reference_[moment.phase]) note(interruption, moment.phase, value);
-    const bool none_back = all([&](double volts, double reference) { return volts < back * reference; });
+    if (100 * value < interruption_over_ * reference_[moment.phase]) note(interruption, moment.phase, value);
+    const bool none_back =
+        all([&](double volts, double reference) { return 100 * volts < interruption_over_ * reference; });
     if (!none_back) finish(interruption, moment.end_s);
   }
 
   const std::vector<HalfCycleRms>& series_;
   References references_;
   PerPhase reference_;
+  // In per cent: sums of per cent are exact where sums of hundredths are not.
   double dip_;
   double swell_;
   double interruption_;
-  double hysteresis_;
+  double dip_over_;
+  double swell_over_;
+  double interruption_over_;
   std::array<std::optional<double>, most_phases> last_;
   std::array<Open, 3> open_;  // dip, swell, interruption
   bool touched_ = false;      // an event was on at some time of the block that is being filled
@@ -258,13 +266,23 @@ Steadiness steadiness(const std::vector<double>& values, std::size_t window, dou
 
 }  // namespace
 
+PhaseFlags without_voltage(const PerPhase& usual_v, std::size_t phases) {
+  constexpr double next_to_nothing = 0.05;
+  double highest = 0;
+  for (std::size_t phase = 0; phase < phases; phase++) highest = std::max(highest, usual_v[phase]);
+  PhaseFlags flags{};
+  for (std::size_t phase = 0; phase < phases; phase++) flags[phase] = !(usual_v[phase] >= next_to_nothing * highest);
+  return flags;
+}
+
 std::vector<Event> detect(const std::vector<HalfCycleRms>& series, References references,
                           const Thresholds& thresholds) {
   return Detector(series, std::move(references), thresholds).events();
 }
 
 std::vector<Event> detect_rapid_changes(const std::vector<HalfCycleRms>& series, double reference,
-                                        const PerPhase& references, const Thresholds& thresholds, std::size_t window) {
+                                        const PerPhase& references, const Thresholds& thresholds, std::size_t window,
+                                        const PhaseFlags& left_out) {
   std::vector<Event> events;
   if (!(thresholds.rapid_change > 0)) return events;
   std::vector<Steadiness> signals;
@@ -279,14 +297,17 @@ std::vector<Event> detect_rapid_changes(const std::vector<HalfCycleRms>& series,
   PerPhase held{};
   PerPhase before{};
   const auto all_steady = [&] {
-    return std::all_of(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(phases), [](bool s) { return s; });
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      if (!now[phase] && !left_out[phase]) return false;
+    }
+    return true;
   };
   std::optional<Event> open;
   bool crossed = false;
   Timeline timeline(series);
   Moment moment;
   while (timeline.next(moment)) {
-    if (moment.index + 1 < window) continue;
+    if (moment.index + 1 < window || left_out[moment.phase]) continue;
     const std::size_t phase = moment.phase;
     const double value = series[phase].volts[moment.index];
     const bool was_steady = all_steady();
@@ -302,13 +323,14 @@ std::vector<Event> detect_rapid_changes(const std::vector<HalfCycleRms>& series,
     if (open) {
       if (std::isfinite(value)) open->delta_max_v = std::max(open->delta_max_v, std::abs(value - before[phase]));
       if (!now[phase]) open->phases[phase] = true;
-      crossed = crossed || value < thresholds.dip / 100 * references[phase] ||
-                value > thresholds.swell / 100 * references[phase];
+      crossed = crossed || 100 * value < thresholds.dip * references[phase] ||
+                100 * value > thresholds.swell * references[phase];
       if (all_steady()) {
         // Steadiness is regained as long after the change as its window is.
         const double lag = static_cast<double>(window) * half_window(moment);
         open->end_s = std::max(moment.end_s - half_window(moment) - lag, open->start_s);
         for (std::size_t p = 0; p < phases; p++) {
+          if (left_out[p]) continue;
           const std::size_t at = std::min(moment.index, signals[p].mean.size() - 1);
           open->delta_steady_v = std::max(open->delta_steady_v, std::abs(signals[p].mean[at] - before[p]));
         }

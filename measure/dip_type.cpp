@@ -29,6 +29,33 @@ constexpr double balanced_of_loss = 0.08;
 constexpr double notable_zero = 0.02;
 constexpr double notable_zero_of_negative = 0.25;
 
+/// A zero sequence larger than the negative sequence and the loss of positive sequence by this tells alone which phases
+/// fall.
+constexpr double dominant_zero = 3;
+
+/// The phase, or the two, that make a type symmetrical, by sectors of 60 degrees: even ones for two phases, odd ones
+/// for one.
+constexpr std::array<PhaseFlags, 6> phases_of_sector = {{{false, true, true},
+                                                         {false, false, true},
+                                                         {true, false, true},
+                                                         {true, false, false},
+                                                         {true, true, false},
+                                                         {false, true, false}}};
+
+/// The nearest sector of an angle.
+int sector_of(const Phasor& direction) {
+  const double sectors = std::arg(direction) / (std::numbers::pi / 3);
+  return (static_cast<int>(std::lround(sectors)) % 6 + 6) % 6;
+}
+
+/// An earth fault in a network whose neutral is isolated or earthed through a coil moves the neutral and little else:
+/// what is left of the negative sequence tells nothing then.
+bool zero_dominates(const Components& parts, const Phasor& loss) {
+  const double zero = std::abs(parts.zero);
+  return zero > notable_zero && zero > dominant_zero * std::abs(parts.negative) &&
+         zero > dominant_zero * std::abs(loss);
+}
+
 }  // namespace
 
 Sequences sequences_of(const Phasors& voltages, const Wiring& wiring) {
@@ -50,11 +77,14 @@ DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wi
   DipType type;
   type.phases = {true, true, true};
   type.characteristic = type.pn_factor = parts.positive;
-  if (std::abs(parts.negative) < balanced || std::abs(parts.negative) < balanced_of_loss * std::abs(loss)) return type;
+  const bool by_zero = zero_dominates(parts, loss);
+  const bool alike =
+      std::abs(parts.negative) < balanced || std::abs(parts.negative) < balanced_of_loss * std::abs(loss);
+  if (alike && !by_zero) return type;
 
-  // Sectors of 60 degrees: even ones for two phases, odd ones for one.
-  const double sectors = std::arg(parts.negative / loss) / (std::numbers::pi / 3);
-  int sector = (static_cast<int>(std::lround(sectors)) % 6 + 6) % 6;
+  // The zero sequence of a fault of one phase points away from that phase's voltage, and of a fault of two phases along
+  // the third one's.
+  int sector = sector_of(by_zero ? std::conj(parts.zero) : parts.negative / loss);
   const Phasor turned = parts.negative * std::pow(std::polar(1.0, -std::numbers::pi / 3), sector);
   type.characteristic = parts.positive - turned;
   type.pn_factor = parts.positive + turned;
@@ -66,13 +96,7 @@ DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wi
   // Where two phases fall to ground, the positive-negative factor loses a third of what the characteristic voltage
   // does; where one falls or two fall together, nothing.
   const bool to_ground = std::abs(1.0 - type.pn_factor) > std::abs(1.0 - type.characteristic) / 6;
-  constexpr std::array<PhaseFlags, 6> phases = {{{false, true, true},
-                                                 {false, false, true},
-                                                 {true, false, true},
-                                                 {true, false, false},
-                                                 {true, true, false},
-                                                 {false, true, false}}};
-  type.phases = phases[static_cast<std::size_t>(sector)];
+  type.phases = phases_of_sector[static_cast<std::size_t>(sector)];
   type.category = sector;
   if (sector % 2 == 1) {
     type.letter = zero ? 'B' : to_ground ? 'F' : 'D';

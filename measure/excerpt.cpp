@@ -14,7 +14,8 @@ constexpr double most_averages_per_cycle = 24;
 
 }  // namespace
 
-Excerpt::Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, double peak, double frequency)
+Excerpt::Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, double peak, double frequency,
+                 const PhaseFlags& left_out)
     : waveform_(waveform),
       phases_(waveform.phases.size()),
       first_(first),
@@ -30,12 +31,13 @@ Excerpt::Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, d
     const double scale = source.volts_per_unit / peak / static_cast<double>(block_);
     auto& averages = averages_[phase];
     averages.resize(count);
+    if (left_out[phase]) continue;
     const double* sample = source.samples.data() + first_;
     for (std::size_t i = 0; i < count; i++) {
       double sum = 0;
       for (std::size_t k = 0; k < block_; k++) sum += *sample++;
       averages[i] = sum * scale;
-      if (!std::isfinite(averages[i])) missing_[i] = true;
+      if (!(std::abs(averages[i]) * peak < largest_volts)) missing_[i] = true;
     }
   }
   turn();
@@ -95,6 +97,12 @@ double Excerpt::start_of(std::size_t index) const {
 std::size_t Excerpt::index_at(double seconds) const {
   const double index =
       std::ceil((seconds * rate_ + 0.5 - static_cast<double>(first_)) / static_cast<double>(block_) - 1e-9);
+  return static_cast<std::size_t>(std::clamp(index, 0.0, static_cast<double>(length())));
+}
+
+std::size_t Excerpt::end_at(double seconds) const {
+  const double index =
+      std::floor((seconds * rate_ + 0.5 - static_cast<double>(first_)) / static_cast<double>(block_) + 1e-9);
   return static_cast<std::size_t>(std::clamp(index, 0.0, static_cast<double>(length())));
 }
 

@@ -17,8 +17,10 @@ namespace measure {
 /// of the cost. Only instants need the samples themselves; `value` gives them in the same units.
 class Excerpt {
  public:
-  /// `first` to `end` are samples of the waveform; `peak` is the voltage in volts that becomes 1.
-  Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, double peak, double frequency);
+  /// `first` to `end` are samples of the waveform; `peak` is the voltage in volts that becomes 1. Phases that are
+  /// `left_out` have averages of 0, which are never missing, so that the others can be measured.
+  Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, double peak, double frequency,
+          const PhaseFlags& left_out = {});
 
   [[nodiscard]] std::size_t phases() const { return phases_; }
   [[nodiscard]] double peak() const { return peak_; }
@@ -46,6 +48,8 @@ class Excerpt {
   [[nodiscard]] double time_of(double index) const;          ///< of an average's middle
   [[nodiscard]] double start_of(std::size_t index) const;    ///< half a sample before an average's first sample
   [[nodiscard]] std::size_t index_at(double seconds) const;  ///< first average that begins at or after a time
+  /// The first average that does not end at or before a time: those before it lie strictly before the time.
+  [[nodiscard]] std::size_t end_at(double seconds) const;
   /// How much of the harmonic of an order is left in the averages.
   [[nodiscard]] double attenuation(int order) const;
   /// Takes `values` off the averages of each phase.

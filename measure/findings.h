@@ -27,6 +27,7 @@ struct Figure {
 // --- the course of a dip ---------------------------------------------------------------------------------------------
 
 struct SegmentPhase {
+  bool measured = true;                      ///< false: its samples are missing, and its figures say nothing
   Figure voltage_v;                          ///< RMS of the fundamental; in a gradual segment where it is lowest
   double share_of_before = 0;                ///< that voltage over the phase's own level before the dip
   std::optional<Figure> phase_jump_degrees;  ///< against the voltage before, carried on at the line's frequency; in

@@ -61,7 +61,10 @@ FrequencyRound frequency_round(const CycleTrack& track, const Phasors& rotation,
                                double end_s) {
   const auto sum = [&](std::size_t cycle) {
     Phasor total = 0;
-    for (std::size_t phase = 0; phase < phases; phase++) total += track.phasors(cycle)[phase] * rotation[phase];
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      if (track.absent()[phase]) continue;
+      total += track.phasors(cycle)[phase] * rotation[phase];
+    }
     return total;
   };
   const auto follows = [&](std::size_t cycle) {
@@ -69,6 +72,7 @@ FrequencyRound frequency_round(const CycleTrack& track, const Phasors& rotation,
     double largest = 0;
     double change = 0;
     for (std::size_t phase = 0; phase < phases; phase++) {
+      if (track.absent()[phase]) continue;
       largest = std::max(largest, std::abs(track.phasors(cycle)[phase]));
       change = std::max(change, std::abs(track.phasors(cycle)[phase] - track.phasors(cycle - 1)[phase]));
     }

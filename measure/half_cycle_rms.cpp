@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
+#include <optional>
 
 #include "measure/cycle_track.h"
 
@@ -13,8 +15,8 @@ namespace {
 
 /// A grid of windows catches up with a fundamental that has another phase by so much of a half cycle per half cycle.
 constexpr double fastest_catching_up = 0.02;
-/// Zero crossings are followed where the grid is further off than this, in half cycles.
-constexpr double near_crossing = 0.015;
+/// Nearer to a zero crossing than this, in half cycles, the grid stays where it is.
+constexpr double at_crossing = 1e-4;
 /// Voltage in units of the usual one below which its zero crossings are not followed.
 constexpr double too_little_to_follow = 0.3;
 
@@ -41,6 +43,11 @@ double energy(const double* samples, double from, double to) {
   const double rest = to - static_cast<double>(last);
   if (rest > 0) sum += rest * square(last);
   return sum;
+}
+
+/// The same where `to` may lie before `from`: then it is negative.
+double energy_either_way(const double* samples, double from, double to) {
+  return from <= to ? energy(samples, from, to) : -energy(samples, to, from);
 }
 
 }  // namespace
@@ -76,24 +83,31 @@ HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const C
   result.start_s.reserve(expected);
   result.end_s.reserve(expected);
   result.volts.reserve(expected);
-  double first_half = -1;  // energy of the next window's first half where the last window gave it; otherwise below 0
+  std::optional<double> first_half;  // energy of the next window's first half, as the last window gave it
   // The last window may end a quarter of a sample after the last sample's time.
   for (double start = boundary; (start + 2 * half_cycle) * waveform.rate <= length + 0.25;) {
     const double middle = start + half_cycle;
     const double end = middle + half_cycle;
     const double* samples = source.samples.data();
-    if (first_half < 0) first_half = energy(samples, start * waveform.rate, middle * waveform.rate);
+    if (!first_half || !std::isfinite(*first_half)) {
+      first_half = energy(samples, start * waveform.rate, middle * waveform.rate);
+    }
     const double second_half = energy(samples, middle * waveform.rate, std::min(end * waveform.rate, length));
-    const double mean = (first_half + second_half) / (2 * half_cycle * waveform.rate);
+    double mean = (*first_half + second_half) / (2 * half_cycle * waveform.rate);
+    if (mean < 0) mean = 0;  // by rounding
     result.start_s.push_back(start - offset);
     result.end_s.push_back(end - offset);
-    result.volts.push_back(std::sqrt(mean) * std::abs(source.volts_per_unit));
-    // The next window begins at a zero crossing; one that is nearly there goes on where the last one's middle was.
+    const double volts = std::sqrt(mean) * std::abs(source.volts_per_unit);
+    result.volts.push_back(volts < largest_volts ? volts : std::numeric_limits<double>::quiet_NaN());
+    // The next window begins at a zero crossing, so its first half is the last one's second half, moved a little.
     const double late = after_crossing(middle - offset);
-    const double correction = std::clamp(late, -fastest_catching_up, fastest_catching_up);
-    const bool stays = !(std::abs(late) > near_crossing);
-    first_half = stays ? second_half : -1;
-    start = stays ? middle : middle - correction * half_cycle;
+    start = middle;
+    first_half = second_half;
+    if (!(std::abs(late) > at_crossing)) continue;
+    start -= std::clamp(late, -fastest_catching_up, fastest_catching_up) * half_cycle;
+    const double moved_end = std::min((start + half_cycle) * waveform.rate, length);
+    *first_half += energy_either_way(samples, start * waveform.rate, middle * waveform.rate) -
+                   energy_either_way(samples, moved_end, std::min(end * waveform.rate, length));
   }
   return result;
 }

@@ -94,6 +94,29 @@ std::pair<std::size_t, double> returns_at(const Costs& costs, std::size_t phases
   return {first + static_cast<std::size_t>(best), static_cast<double>(std::max(best - earliest, latest - best)) + 0.5};
 }
 
+/// Mean square of what a fit leaves of each phase's samples, over a cycle of it. Averages hide harmonics of high order.
+PerPhase left_of_samples(const Excerpt& excerpt, const PhasorFit& fit, double from_s, double to_s) {
+  const double from = std::max({from_s, fit.begin_s(), excerpt.begin_s()});
+  const double to = std::min({to_s, fit.end_s(), excerpt.end_s()});
+  const auto first = static_cast<std::size_t>(std::max(0.0, std::ceil(from * excerpt.rate())));
+  const auto end = static_cast<std::size_t>(std::max(0.0, std::ceil(to * excerpt.rate())));
+  PerPhase squares{};
+  PerPhase counts{};
+  if (end <= first) return squares;
+  const auto expected =
+      fit.voltages(excerpt.time_of_sample(static_cast<double>(first)), 1 / excerpt.rate(), end - first);
+  for (std::size_t k = 0; k < expected.size(); k++) {
+    for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
+      const double off = excerpt.value(phase, first + k) - expected[k][phase];
+      if (!std::isfinite(off)) continue;
+      squares[phase] += off * off;
+      counts[phase]++;
+    }
+  }
+  for (std::size_t phase = 0; phase < excerpt.phases(); phase++) squares[phase] /= std::max(1.0, counts[phase]);
+  return squares;
+}
+
 }  // namespace
 
 Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
@@ -113,10 +136,16 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   PerPhase change{};
   for (std::size_t phase = 0; phase < phases; phase++) change[phase] = std::norm(left[phase] - right[phase]);
   const double largest = *std::max_element(change.begin(), change.end());
-  // Of white noise an average has less than a sample has.
+  // Of white noise an average has less than a sample has. What samples have much more of is no white noise.
   const auto block = static_cast<double>(excerpt.block());
-  const auto variance = [&](const PhasorFit& fit, std::size_t phase, double unmodelled) {
-    return std::max({1e-6, fit.residual()[phase] * block, unmodelled * unmodelled * change[phase]});
+  const double cycle = excerpt.cycle();
+  const PerPhase left_before = left_of_samples(excerpt, before, before.end_s() - cycle, before.end_s());
+  const PerPhase left_after = left_of_samples(excerpt, after, after.begin_s(), after.begin_s() + cycle);
+  const auto variance = [&](const PhasorFit& fit, std::size_t phase, double of_samples, double unmodelled) {
+    constexpr double much_more = 2;
+    const double white = fit.residual()[phase] * block;
+    const double noise = of_samples > much_more * white ? of_samples : white;
+    return std::max({1e-6, noise, unmodelled * unmodelled * change[phase]});
   };
 
   PerPhase variance_before{};
@@ -125,8 +154,8 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   PerPhase log_after{};
   PhaseFlags tells{};
   for (std::size_t phase = 0; phase < phases; phase++) {
-    variance_before[phase] = variance(before, phase, unmodelled_before);
-    variance_after[phase] = variance(after, phase, unmodelled_after);
+    variance_before[phase] = variance(before, phase, left_before[phase], unmodelled_before);
+    variance_after[phase] = variance(after, phase, left_after[phase], unmodelled_after);
     log_before[phase] = std::log(variance_before[phase]);
     log_after[phase] = std::log(variance_after[phase]);
     tells[phase] = change[phase] >= share_that_tells * largest;
@@ -186,26 +215,37 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const std::size_t start = best_until[last];
   const double least = falling(start) + rising(last);
 
-  const auto spread = [&](std::size_t best, auto cost) {
+  // Within a gap of the samples all instants are as likely, so the middle one is nearest to any of them.
+  const auto in_gap = [&](std::size_t low, std::size_t high) {
+    for (std::size_t k = low; k < high; k++) {
+      bool missing = true;
+      for (std::size_t phase = 0; phase < phases; phase++) {
+        missing = missing && (!tells[phase] || !std::isfinite(excerpt.value(phase, first + k)));
+      }
+      if (missing) return true;
+    }
+    return false;
+  };
+  const auto spread = [&](std::size_t& best, auto cost) {
     std::size_t low = best;
     std::size_t high = best;
     while (low > 0 && cost(low - 1) <= least + as_likely) low--;
     while (high + 1 < count && cost(high + 1) <= least + as_likely) high++;
-    return static_cast<double>(std::max(best - low, high - best)) + 0.5;
+    if (!in_gap(low, high)) return static_cast<double>(std::max(best - low, high - best)) + 0.5;
+    best = (low + high) / 2;
+    return static_cast<double>(std::max(best - low, high - best)) + 1;
   };
-  const double first_spread = spread(start, [&](std::size_t k) { return falling(k) + rising(best_from[k]); });
+  std::size_t begins = start;
+  const std::size_t found_last = last;
+  const double first_spread = spread(begins, [&](std::size_t k) { return falling(k) + rising(best_from[k]); });
   const double last_spread = spread(last, [&](std::size_t k) { return falling(best_until[k]) + rising(k); });
   // A change lies between the last sample that follows the one course and the first that follows the other.
   const auto time = [&](std::size_t k) { return excerpt.time_of_sample(static_cast<double>(first + k) - 0.5); };
-  Instants instants{time(start),
-                    time(last),
-                    first_spread / excerpt.rate(),
-                    last_spread / excerpt.rate(),
-                    time(last),
-                    last_spread / excerpt.rate()};
-  // The change may be over earlier than the ringing after it is.
-  if (!ringing_matters) return instants;
-  const auto [back, back_spread] = returns_at(costs, phases, start, last, excerpt.rate());
+  Instants instants{time(std::min(begins, last)), time(last), first_spread / excerpt.rate(),
+                    last_spread / excerpt.rate(), time(last), last_spread / excerpt.rate()};
+  // The change may be over earlier than the ringing after it is, unless the gap that it lies in hides this.
+  if (!ringing_matters || last != found_last) return instants;
+  const auto [back, back_spread] = returns_at(costs, phases, std::min(start, last), last, excerpt.rate());
   const double earliest = std::min(time(back) - back_spread / excerpt.rate(), time(last));
   const double latest = time(last) + last_spread / excerpt.rate();
   instants.back_s = (earliest + latest) / 2;

@@ -50,8 +50,10 @@ UsualLevels usual_levels(const CycleTrack& track, std::size_t phases) {
   take(steady);
   const auto lowest_share = [&](const PerPhase& one, const PerPhase& other) {
     double share = std::numeric_limits<double>::infinity();
-    for (std::size_t phase = 0; phase < phases; phase++)
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      if (track.absent()[phase]) continue;
       share = std::min(share, one[phase] / std::max(other[phase], 1e-300));
+    }
     return share;
   };
   std::size_t higher_cycles = 0;

@@ -146,10 +146,17 @@ struct Measuring {
     return reference;
   }
 
+  /// By a declared voltage each phase takes part, as the standard has it; by its own level one without any does not.
+  [[nodiscard]] PhaseFlags left_out() const {
+    const bool declared = options.reference != Reference::pre_event && options.declared_v > 0;
+    return declared ? PhaseFlags{} : without_voltage(parts.usual_v, phases);
+  }
+
   /// Blocks of ten cycles, of twelve on lines of about 60 Hz: a fifth of a second.
   [[nodiscard]] References references() const {
     References references;
     references.start = reference_at_start();
+    references.left_out = left_out();
     if (options.reference != Reference::sliding) return references;
     const auto half_cycles = 2 * static_cast<std::size_t>(std::lround(parts.waveform.line_frequency / 5));
     const double block_s = static_cast<double>(half_cycles) / 2 / parts.track.frequency();
@@ -183,8 +190,8 @@ struct Measuring {
     const double changes_refer_to =
         options.declared_v > 0 ? options.declared_v : *std::max_element(reference.begin(), reference.end());
     const auto values_in_a_second = 2 * static_cast<std::size_t>(std::lround(parts.waveform.line_frequency));
-    for (Event& change :
-         detect_rapid_changes(parts.series, changes_refer_to, reference, options.thresholds, values_in_a_second)) {
+    for (Event& change : detect_rapid_changes(parts.series, changes_refer_to, reference, options.thresholds,
+                                              values_in_a_second, left_out())) {
       events.push_back(std::move(change));
     }
     std::stable_sort(events.begin(), events.end(),
@@ -194,7 +201,7 @@ struct Measuring {
 
   [[nodiscard]] Supply supply() const {
     const std::optional<double> declared = options.declared_v > 0 ? std::optional(options.declared_v) : std::nullopt;
-    return {parts.waveform, parts.track, parts.levels, parts.wiring, declared};
+    return {parts.waveform, parts.track, parts.levels, parts.wiring, declared, options.between_phases};
   }
 
   void check_options() const {

@@ -22,7 +22,8 @@ struct Thresholds {
 struct Options {
   Reference reference = Reference::pre_event;
   Thresholds thresholds;
-  double declared_v = 0;  ///< volts RMS that the measured voltages should have; 0: not known
+  double declared_v = 0;        ///< volts RMS that the measured voltages should have; 0: not known
+  bool between_phases = false;  ///< the voltages are between phases, not between phase and neutral
 };
 
 }  // namespace measure

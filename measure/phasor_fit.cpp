@@ -144,6 +144,7 @@ PhasorFit::PhasorFit(const Excerpt& excerpt, std::size_t begin, std::size_t end,
       phases_(excerpt.phases()),
       omega_(excerpt.omega()),
       start_(excerpt.start_of(begin)),
+      end_(excerpt.start_of(end)),
       cycle_(excerpt.cycle()) {
   constexpr double highest_order = 0.45;  // of the averages per cycle
   std::erase_if(form_.harmonics, [&](int order) { return order > highest_order * excerpt.averages_per_cycle(); });
@@ -258,35 +259,17 @@ void PhasorFit::add_decays(const Excerpt& excerpt, std::size_t begin, std::size_
   }
 }
 
-/// Cholesky factors, with the inverses of their diagonal. A column that the others make up already is left out.
-void PhasorFit::factorise(Equations& equations) {
-  std::size_t at = 0;
-  for (std::size_t i = 0; i < columns_; i++) {
-    double* row = &factor_[at];
-    const double* other = factor_.data();
-    for (std::size_t j = 0; j <= i; j++) {
-      double sum = equations.gram[j][i];
-      for (std::size_t k = 0; k < j; k++) sum -= row[k] * other[k];
-      row[j] = j < i ? sum * other[j] : sum > 0 ? 1 / std::sqrt(sum) : 0;
-      other += j + 1;
-    }
-    at += i + 1;
-  }
+/// Factors with pivots, so that a column that the others make up already is left out.
+void PhasorFit::factorise(const Equations& equations) {
+  using All = Eigen::Matrix<double, most_columns, most_columns, Eigen::RowMajor>;
+  const Eigen::Map<const All> gram(equations.gram.front().data());
+  const auto columns = static_cast<Eigen::Index>(columns_);
+  factor_.compute(gram.topLeftCorner(columns, columns));
 }
 
 void PhasorFit::solve(Column& column) const {
-  const double* row = factor_.data();
-  for (std::size_t i = 0; i < columns_; i++) {
-    double sum = column[i];
-    for (std::size_t k = 0; k < i; k++) sum -= row[k] * column[k];
-    column[i] = sum * row[i];
-    row += i + 1;
-  }
-  for (std::size_t i = columns_; i-- > 0;) {
-    row -= i + 1;
-    column[i] *= row[i];
-    for (std::size_t k = 0; k < i; k++) column[k] -= row[k] * column[i];
-  }
+  Eigen::Map<Values> values(column.data(), static_cast<Eigen::Index>(columns_));
+  values = factor_.solve(values).eval();
 }
 
 double* PhasorFit::write_waves(double c, double s, double since, const double* kept, double* row) const {

@@ -2,6 +2,7 @@
 // offsets.
 #pragma once
 
+#include <Eigen/Cholesky>
 #include <array>
 #include <initializer_list>
 #include <vector>
@@ -30,6 +31,9 @@ class PhasorFit {
   [[nodiscard]] bool is_linear() const { return form_.linear; }
   [[nodiscard]] const FitForm& form() const { return form_; }
   [[nodiscard]] std::size_t rows() const { return rows_; }
+  /// The time of the averages that were fitted.
+  [[nodiscard]] double begin_s() const { return start_; }
+  [[nodiscard]] double end_s() const { return end_; }
   /// The fundamental at a time; a steady one is the same at all times.
   [[nodiscard]] Phasors phasors(double seconds) const;
   /// All that was fitted, at a time. Decaying offsets are carried back at most a third of a cycle before the stretch.
@@ -51,8 +55,12 @@ class PhasorFit {
 
  private:
   static constexpr int orders = WaveSums::orders;
-  static constexpr std::size_t most_columns = 20;
+  static constexpr int most_columns = 20;
   using Column = std::array<double, most_columns>;
+
+  /// Matrices with room for all columns, so that they lie where the fit does.
+  using Square = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, most_columns, most_columns>;
+  using Values = Eigen::Matrix<double, Eigen::Dynamic, 1, Eigen::ColMajor, most_columns, 1>;
 
   /// The normal equations: the upper triangle of products of columns, and of columns with the values of each phase.
   struct Equations {
@@ -63,7 +71,7 @@ class PhasorFit {
 
   void add_waves(const WaveSums::Sums& sums, Equations& equations) const;
   void add_decays(const Excerpt& excerpt, std::size_t begin, std::size_t end, Equations& equations) const;
-  void factorise(Equations& equations);
+  void factorise(const Equations& equations);
   void solve(Column& column) const;
 
   /// Writes all columns but the decays; returns where these go. `kept`: what is left of each harmonic.
@@ -76,10 +84,11 @@ class PhasorFit {
   std::size_t rows_ = 0;
   double omega_ = 0;
   double start_ = 0;
+  double end_ = 0;
   double cycle_ = 1;
   std::array<double, orders> attenuation_{};
   std::array<Column, most_phases> coefficients_{};
-  std::array<double, most_columns*(most_columns + 1) / 2> factor_{};  // of the normal equations, row after row
+  Eigen::LDLT<Square, Eigen::Upper> factor_;  // of the normal equations
   PerPhase residual_{};
   PerPhase added_{};           // to the variance of a phasor's components
   PerPhase density_{1, 1, 1};  // of the residual at the fundamental, compared with white noise

@@ -74,13 +74,21 @@ class RunFinder {
   }
 
   void take_stretches(const std::vector<Piece>& pieces) {
-    for (const Piece& piece : pieces) {
+    for (Piece piece : pieces) {
+      leave_gaps_out(piece);
       const bool outer = piece.begin == 0 || piece.end == excerpt_.length();
       const double shortest = outer ? shortest_outer_stretch_cycles : shortest_stretch_cycles;
       if (cycles(piece.end - piece.begin) >= shortest && 2 * present(piece) >= piece.end - piece.begin) {
         stretches_.push_back({piece.begin, piece.end, piece.linear, {}});
       }
     }
+  }
+
+  /// A piece or a stretch without the averages that are missing at its ends.
+  template <typename Part>
+  void leave_gaps_out(Part& part) const {
+    while (part.begin < part.end && excerpt_.is_missing(part.begin)) part.begin++;
+    while (part.end > part.begin && excerpt_.is_missing(part.end - 1)) part.end--;
   }
 
   /// How many averages of a piece are there.
@@ -205,18 +213,32 @@ class RunFinder {
     double clear_before = changes_[k].known ? 0.15 : 0.35;
     double clear_after = changes_[k].known ? 0.05 : 0.35;
     for (int round = 0; round < 2; round++) {
-      double left_end = instants.first_s - clear_before * cycle;
+      double left_end = before_gap(instants.first_s - clear_before * cycle);
       const PhasorFit left = clean_course(begin, left_end, -1, before.linear, after_change);
-      double right_begin = instants.last_s + clear_after * cycle;
+      double right_begin = after_gap(instants.last_s + clear_after * cycle);
       const PhasorFit right = clean_course(right_begin, end, 1, after.linear, true);
       const double meet = (left_end + right_begin) / 2;
       nearby_ = distance(left.phasors(meet), right.phasors(meet));
-      instants = pin_down(excerpt_, left, right, std::max(left_end - 0.5 * cycle, begin),
-                          std::min(right_begin + 0.4 * cycle, end), round == 1);
+      instants = pin_down(excerpt_, left, right, before_gap(std::max(left_end - 0.5 * cycle, begin)),
+                          after_gap(std::min(right_begin + 0.4 * cycle, end)), round == 1);
       clear_before = 0.15;
       clear_after = 0.05;
     }
     return instants;
+  }
+
+  /// A change that may lie in a gap of the samples may lie anywhere in it.
+  [[nodiscard]] double before_gap(double seconds) const {
+    const std::size_t from = std::min(excerpt_.index_at(seconds), excerpt_.length() - 1);
+    std::size_t i = from;
+    while (i > 0 && excerpt_.is_missing(i)) i--;
+    return i == from ? seconds : std::min(seconds, excerpt_.start_of(i));
+  }
+  [[nodiscard]] double after_gap(double seconds) const {
+    const std::size_t from = excerpt_.index_at(seconds);
+    std::size_t i = from;
+    while (i < excerpt_.length() && excerpt_.is_missing(i)) i++;
+    return i == from ? seconds : std::max(seconds, excerpt_.start_of(i));
   }
 
   /// The course next to a change: at most four cycles, and as far from the change as it takes to be clear of what
@@ -290,11 +312,10 @@ class RunFinder {
   bool settle() {
     for (std::size_t k = 0; k < changes_.size(); k++) {
       if (!changes_[k].abrupt) continue;
-      stretches_[k].end = std::min(stretches_[k].end, excerpt_.index_at(changes_[k].first_s));
-      const std::size_t end = excerpt_.index_at(changes_[k].first_s);
-      stretches_[k].end = std::max(end, stretches_[k].begin);
+      stretches_[k].end = std::max(excerpt_.end_at(changes_[k].first_s), stretches_[k].begin);
       stretches_[k + 1].begin = std::min(excerpt_.index_at(changes_[k].last_s), stretches_[k + 1].end);
     }
+    for (Stretch& stretch : stretches_) leave_gaps_out(stretch);
     for (std::size_t k = 0; k < stretches_.size(); k++) {
       stretches_[k].linear = stretches_[k].linear && is_better_linear(stretches_[k], k > 0 && changes_[k - 1].abrupt);
     }
@@ -448,6 +469,24 @@ class RunFinder {
     return change > (length > 12 ? 0.012 : 0.02) && change / length > 0.0003;
   }
 
+  /// By how much the voltage of a stretch rises, in the phase that moves farthest.
+  [[nodiscard]] double rise(const Stretch& stretch) const {
+    const Phasors at_first = stretch.fit.phasors(first_s(stretch));
+    const Phasors at_last = stretch.fit.phasors(last_s(stretch));
+    double farthest = 0;
+    for (std::size_t phase = 0; phase < excerpt_.phases(); phase++) {
+      const double one = std::abs(at_last[phase]) - std::abs(at_first[phase]);
+      if (std::abs(one) > std::abs(farthest)) farthest = one;
+    }
+    return farthest;
+  }
+
+  /// Whether a gradual run falls clearly and the stretch after it rises clearly: these are two runs.
+  [[nodiscard]] bool turns_up(const Run& run, const Stretch& next) const {
+    constexpr double clearly = 0.1;
+    return rise(run.stretches.back()) < -clearly && rise(next) > clearly;
+  }
+
   /// Where two linear courses that follow each other are closest.
   [[nodiscard]] double meeting_point(const Stretch& before, const Stretch& after) const {
     const double middle = (last_s(before) + first_s(after)) / 2;
@@ -493,7 +532,7 @@ class RunFinder {
     std::vector<Run> runs;
     for (std::size_t k = begin; k < end; k++) {
       const bool gradual = is_gradual(stretches_[k]);
-      if (runs.empty() || runs.back().gradual != gradual) {
+      if (runs.empty() || runs.back().gradual != gradual || (gradual && turns_up(runs.back(), stretches_[k]))) {
         runs.push_back({});
         runs.back().gradual = gradual;
       }

@@ -60,8 +60,7 @@ PhasorFit steady_fit(const Excerpt& excerpt, double from_s, double to_s, bool af
   const double guard = std::min(0.075 * cycle, 0.1 * (to_s - from_s));
   const auto shortest = static_cast<std::size_t>(0.5 * excerpt.averages_per_cycle());
   std::size_t begin = excerpt.index_at(from_s + guard);
-  const std::size_t end =
-      std::min(std::max(excerpt.index_at(to_s - 0.015 * cycle), begin + shortest), excerpt.length());
+  const std::size_t end = std::min(std::max(excerpt.end_at(to_s - 0.015 * cycle), begin + shortest), excerpt.length());
   begin = std::min(begin, end - std::min(end, shortest));
 
   const double cycles = static_cast<double>(end - begin) / excerpt.averages_per_cycle();

@@ -10,6 +10,9 @@ namespace measure {
 /// Voltages that are measured together: three phases, or one or two of them.
 inline constexpr std::size_t most_phases = 3;
 
+/// A voltage beyond this is none: its square would not be a number any more. It counts as missing.
+inline constexpr double largest_volts = 1e100;
+
 /// The samples of one voltage. They are read where they lie and never copied as a whole.
 struct Phase {
   std::span<const double> samples;  ///< in any unit; what is not finite counts as missing

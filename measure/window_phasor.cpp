@@ -1,5 +1,6 @@
 #include "measure/window_phasor.h"
 
+#include <array>
 #include <cmath>
 
 namespace measure {
@@ -42,30 +43,17 @@ WindowPhasor::WindowPhasor(double radians_per_sample, std::size_t samples) {
 }
 
 Phasor WindowPhasor::of(const double* samples) const {
-  // Each sum has a variable of its own, as compilers keep these in registers.
-  double re0 = 0;
-  double re1 = 0;
-  double re2 = 0;
-  double re3 = 0;
-  double im0 = 0;
-  double im1 = 0;
-  double im2 = 0;
-  double im3 = 0;
+  std::array<double, lanes> re_sums{};
+  std::array<double, lanes> im_sums{};
   const double* re = re_.data();
   const double* im = im_.data();
   const std::size_t whole = size() / lanes * lanes;
   for (std::size_t k = 0; k < whole; k += lanes) {
-    re0 += samples[k] * re[k];
-    re1 += samples[k + 1] * re[k + 1];
-    re2 += samples[k + 2] * re[k + 2];
-    re3 += samples[k + 3] * re[k + 3];
-    im0 += samples[k] * im[k];
-    im1 += samples[k + 1] * im[k + 1];
-    im2 += samples[k + 2] * im[k + 2];
-    im3 += samples[k + 3] * im[k + 3];
+    for (std::size_t lane = 0; lane < lanes; lane++) re_sums[lane] += samples[k + lane] * re[k + lane];
+    for (std::size_t lane = 0; lane < lanes; lane++) im_sums[lane] += samples[k + lane] * im[k + lane];
   }
-  double re_sum = (re0 + re1) + (re2 + re3);
-  double im_sum = (im0 + im1) + (im2 + im3);
+  double re_sum = (re_sums[0] + re_sums[1]) + (re_sums[2] + re_sums[3]);
+  double im_sum = (im_sums[0] + im_sums[1]) + (im_sums[2] + im_sums[3]);
   for (std::size_t k = whole; k < size(); k++) {
     re_sum += samples[k] * re[k];
     im_sum += samples[k] * im[k];

@@ -8,6 +8,7 @@ namespace measure {
 namespace {
 
 using tests::balanced;
+using tests::MadeWaveform;
 using tests::phasor;
 using tests::staged;
 
@@ -103,6 +104,29 @@ TEST(CycleTrack, OfLessThanACycleHasNone) {
   EXPECT_EQ(track.cycles(), 0U);
   EXPECT_TRUE(track.steady().empty());
   EXPECT_EQ(track.frequency(), 50);
+}
+
+TEST(CycleTrack, HasAFrequencyWhateverTheSamplesAre) {
+  MadeWaveform made(6400, 0.5, 50, 1);
+  made.add(0, [](double t) { return 1e300 * std::cos(2 * tests::pi * 50 * t); });
+  const CycleTrack track(made.waveform());
+  EXPECT_TRUE(std::isfinite(track.frequency()));
+}
+
+TEST(CycleTrack, FindsTheFrequencyWhereTheAngleJumps) {
+  // The angle jumps by 36 degrees in the middle of the only cycles there are.
+  const auto made = staged({{0, balanced(230, -90)}, {0.2, balanced(230, -54)}}, 0.4);
+  EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 50, 1e-3);
+}
+
+TEST(CycleTrack, TakesTheFrequencyOfTheSteadiestTime) {
+  // Machines swing while the voltage is high: 0.3 Hz up and down for a second, then they are calm for one.
+  MadeWaveform made(6400, 2, 50, 1);
+  made.add(0, [](double t) {
+    const double swing = t < 1 ? 0.15 * (1 - std::cos(4 * tests::pi * t)) : 0;
+    return 325 * std::cos(2 * tests::pi * 50 * t + swing);
+  });
+  EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 50, 2e-3);
 }
 
 }  // namespace

@@ -65,6 +65,17 @@ TEST(Detector, TakesOtherThresholds) {
   EXPECT_NEAR(*events[0].end_s, 0.06, exact);
 }
 
+TEST(Detector, AddsTheHysteresisExactly) {
+  Thresholds thresholds;
+  thresholds.dip = 80;
+  thresholds.swell = 120;
+  thresholds.hysteresis = 5;
+  const auto dips = found({series({100, 79, 85, 79, 84.999, 79, 85})}, thresholds);
+  EXPECT_EQ(dips.size(), 2U) << "85 % itself ends a dip";
+  const auto swells = found({series({100, 121, 115, 121, 115.001, 121, 115})}, thresholds);
+  EXPECT_EQ(swells.size(), 2U) << "115 % itself ends a swell";
+}
+
 TEST(Detector, DoesNotEndADipBetween90And92PerCent) {
   EXPECT_EQ(found({series({100, 80, 91, 80, 91.5, 80, 100})}).size(), 1U);
   EXPECT_EQ(found({series({100, 80, 92, 80, 92, 80, 100})}).size(), 3U);

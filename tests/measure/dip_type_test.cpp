@@ -136,6 +136,37 @@ TEST(DipType, IsTheSameWithATurnedPhase) {
   }
 }
 
+/// A state in which only the neutral has moved, by a share of the voltage of a phase and in its direction.
+Phasors with_moved_neutral(const Phasors& before, std::size_t phase, double share) {
+  Phasors state = before;
+  for (Phasor& voltage : state) voltage += share * before[phase];
+  return state;
+}
+
+TEST(DipType, OfAnEarthFaultThatMovesTheNeutralIsThatOfItsZeroSequence) {
+  for (const bool reversed : {false, true}) {
+    Phasors before = balanced(230, 25);
+    if (reversed) std::swap(before[1], before[2]);
+    const Wiring wiring = wiring_of(before, 3);
+    for (std::size_t phase = 0; phase < 3; phase++) {
+      const std::string what = (reversed ? "reversed, " : "") + std::to_string(phase);
+      // The phase with the fault keeps 30 %, and the two others rise to 1.4 times what they had.
+      expect_type(type_of(with_moved_neutral(before, phase, -0.7), before, wiring), 'B', phase, what);
+      // A phase without fault rises to one and a half times what it had, and the two others fall.
+      expect_type(type_of(with_moved_neutral(before, phase, 0.5), before, wiring), 'E', phase, what);
+    }
+  }
+}
+
+TEST(DipType, OfAMovedNeutralDoesNotHangOnARestOfNegativeSequence) {
+  const Phasors before = balanced(230);
+  for (int degrees = 0; degrees < 360; degrees += 30) {
+    Phasors state = with_moved_neutral(before, 0, -0.7);
+    for (std::size_t phase = 0; phase < 3; phase++) state[phase] += std::conj(before[phase]) * phasor(0.1, degrees);
+    expect_type(type_of(state, before, {}), 'B', 0, std::to_string(degrees) + " degrees");
+  }
+}
+
 TEST(DipType, DoesNotCountWhatWasUnequalBefore) {
   const Phasors before = {phasor(230, 0), phasor(221, -118), phasor(240, 123)};
   for (const char letter : std::string("ACD")) {

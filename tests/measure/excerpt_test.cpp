@@ -100,7 +100,10 @@ TEST(Excerpt, IsLessWhatIsSubtracted) {
   const auto made = staged({{0, balanced(230)}}, 0.1);
   Excerpt excerpt(made.waveform(), 0, 640, peak, 50);
   const double before = excerpt.average(0, 4);
-  excerpt.subtract(0, 4, 0.25);
+  std::array<std::vector<double>, most_phases> values;
+  values.fill(std::vector<double>(excerpt.length(), 0));
+  values[0][4] = 0.25;
+  excerpt.subtract(values);
   EXPECT_NEAR(excerpt.average(0, 4), before - 0.25, 1e-15);
 }
 

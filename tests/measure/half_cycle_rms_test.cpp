@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "measure/cycle_track.h"
 #include "tests/measure/made_waveform.h"
 
 namespace measure {

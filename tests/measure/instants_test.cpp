@@ -20,7 +20,7 @@ Instants pinned(const MadeWaveform& made) {
   const auto fit = [&](double from_s, double to_s) {
     return PhasorFit(excerpt, excerpt.index_at(from_s), excerpt.index_at(to_s), {});
   };
-  return pin_down(excerpt, fit(0.1, 0.19), fit(0.22, 0.3), 0.18, 0.23);
+  return pin_down(excerpt, fit(0.1, 0.19), fit(0.22, 0.3), 0.18, 0.23, false);
 }
 
 TEST(Instants, LieBetweenTheLastSampleBeforeAndTheFirstAfter) {
