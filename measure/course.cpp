@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "measure/course_items.h"
 #include "measure/cycle_rms.h"
 #include "measure/dip_type.h"
 #include "measure/explained.h"
@@ -30,8 +31,6 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// A phase is low below this share of its own level before.
 constexpr double threshold = 0.9;
-/// Below this share of its level before a phase has next to no voltage: no angle, and nothing to divide it by.
-constexpr double next_to_nothing = 0.05;
 /// How much of the waveform round a dip is looked at, in cycles.
 constexpr double cycles_before = 25;
 constexpr double cycles_after = 15;
@@ -41,18 +40,6 @@ constexpr double same_voltage = 0.025;
 constexpr double steady_change = 0.035;
 /// Steady runs of fewer cycles between gradual ones are part of these.
 constexpr double short_cycles = 5;
-
-/// A segment with what its figures need.
-struct Item {
-  double start_s = 0;
-  double end_s = 0;
-  bool gradual = false;
-  bool goes_on = false;   ///< at the record's end
-  bool recovery = false;  ///< gradual, and the voltage is back at its end
-  Phasors phasors{};
-  PerPhase error{};  ///< standard error of each component of a phasor
-  PhasorFit fit;     ///< of a steady one
-};
 
 class CourseFinder {
  public:
@@ -492,19 +479,11 @@ class CourseFinder {
     return farthest;
   }
 
-  [[nodiscard]] bool is_dead(const Item& item) const {
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (dead_[phase]) continue;
-      if (std::abs(item.phasors[phase]) > next_to_nothing * std::abs(before_[phase])) return false;
-    }
-    return true;
-  }
-
   /// Joins what is one segment, and looks at steady segments again that the waveform does not bear out.
   void refine_items() {
-    join_dead();
+    join_dead(excerpt_, before_, dead_, items_);
     drop_before();
-    drop_fragile();
+    drop_fragile(excerpt_, items_);
     fill_gaps();
     drop_tail();
     std::vector<Item> joined;
@@ -540,21 +519,6 @@ class CourseFinder {
     start_ = Figure{start, std::max(sharpest(), runs_[0].end_plus_minus)};
   }
 
-  /// What lasts about a cycle between changes that last nearly as long is part of a restless course.
-  void drop_fragile() {
-    constexpr double fragile_cycles = 1.2;
-    constexpr double long_change_cycles = 0.35;
-    std::vector<Item> kept;
-    for (std::size_t k = 0; k < items_.size(); k++) {
-      const Item& item = items_[k];
-      const double gap_before = k == 0 ? 0 : cycles(item.start_s - items_[k - 1].end_s);
-      const double gap_after = k + 1 == items_.size() ? 0 : cycles(items_[k + 1].start_s - item.end_s);
-      const bool fragile = cycles(item.end_s - item.start_s) < fragile_cycles;
-      if (!fragile || (gap_before < long_change_cycles && gap_after < long_change_cycles)) kept.push_back(item);
-    }
-    items_ = std::move(kept);
-  }
-
   /// A long time between two segments in which nothing is steady is a gradual segment.
   void fill_gaps() {
     constexpr double longest_change_cycles = 2.5;
@@ -587,34 +551,6 @@ class CourseFinder {
     end_s_ = last.start_s;
     gradual_end_ = false;
     items_.pop_back();
-  }
-
-  /// With next to no voltage, transformers and capacitors discharge in pulses that look like short pieces of voltage.
-  void join_dead() {
-    constexpr double pulse_cycles = 4;
-    for (std::size_t k = 0; k < items_.size(); k++) {
-      if (!is_dead(items_[k])) continue;
-      std::size_t next = k + 1;
-      std::size_t last_dead = k;
-      while (next < items_.size() &&
-             (is_dead(items_[next]) || items_[next].end_s - items_[next].start_s < pulse_cycles * excerpt_.cycle())) {
-        if (is_dead(items_[next])) last_dead = next;
-        next++;
-      }
-      if (last_dead == k) continue;
-      Item all = items_[k];
-      for (std::size_t i = k + 1; i <= last_dead; i++) {
-        if (is_dead(items_[i]) && items_[i].end_s - items_[i].start_s > all.end_s - all.start_s) {
-          all.phasors = items_[i].phasors;
-          all.error = items_[i].error;
-        }
-      }
-      all.end_s = items_[last_dead].end_s;
-      all.gradual = false;
-      items_[k] = all;
-      items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(k) + 1,
-                   items_.begin() + static_cast<std::ptrdiff_t>(last_dead) + 1);
-    }
   }
 
   /// A steady segment whose one-cycle windows differ from it is a gradual one after all, or it is shorter than it was
@@ -660,60 +596,8 @@ class CourseFinder {
         return;
       }
     }
-    if (!is_dead(item)) take_steadiest(item);
+    if (!is_dead(item, before_, dead_, phases_)) take_steadiest(excerpt_, item);
     items_.push_back(item);
-  }
-
-  /// Where arcs or ringing spoil the fit of a steady segment: the longest time in which the one-cycle windows agree.
-  void take_steadiest(Item& item) const {
-    constexpr double noisy = 0.02;      // root mean square of what the fit leaves
-    constexpr double agreeing = 0.012;  // of the windows' magnitudes, in usual peaks
-    double left = 0;
-    for (std::size_t phase = 0; phase < phases_; phase++) left = std::max(left, item.fit.residual()[phase]);
-    if (left < noisy * noisy) return;
-    const MovingPhasors moving(excerpt_);
-    std::vector<std::pair<std::size_t, Phasors>> windows;
-    for (std::size_t i = excerpt_.index_at(item.start_s); i + moving.window() <= excerpt_.index_at(item.end_s); i++) {
-      if (const auto phasors = moving.at(i)) windows.emplace_back(i, *phasors);
-    }
-    std::size_t best_begin = 0;
-    std::size_t best_count = 0;
-    std::size_t begin = 0;
-    for (std::size_t end = 1; end <= windows.size(); end++) {
-      const auto agrees = [&](std::size_t from) {
-        for (std::size_t phase = 0; phase < phases_; phase++) {
-          const double one = std::abs(windows[from].second[phase]);
-          const double other = std::abs(windows[end - 1].second[phase]);
-          if (std::abs(one - other) > 2 * agreeing) return false;
-        }
-        return true;
-      };
-      for (std::size_t i = end - 1; i-- > begin;) {
-        if (agrees(i)) continue;
-        begin = i + 1;
-        break;
-      }
-      if (end - begin > best_count) {
-        best_count = end - begin;
-        best_begin = begin;
-      }
-    }
-    if (best_count < moving.window() / 4) return;
-    Phasors mean{};
-    for (std::size_t k = best_begin; k < best_begin + best_count; k++) {
-      for (std::size_t phase = 0; phase < phases_; phase++) {
-        mean[phase] += windows[k].second[phase] / static_cast<double>(best_count);
-      }
-    }
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      item.error[phase] = std::max(item.error[phase], std::abs(mean[phase] - item.phasors[phase]) / 2);
-    }
-    item.phasors = mean;
-    const std::size_t first = windows[best_begin].first;
-    const std::size_t last = windows[best_begin + best_count - 1].first + moving.window();
-    // Windows slide over what differs at the ends: their reach shows where it begins.
-    if (best_begin > moving.window() / 4) item.start_s = excerpt_.start_of(first);
-    if (best_begin + best_count + moving.window() / 4 < windows.size()) item.end_s = excerpt_.start_of(last);
   }
 
   // --- figures

@@ -264,12 +264,13 @@ void PhasorFit::factorise(const Equations& equations) {
   using All = Eigen::Matrix<double, most_columns, most_columns, Eigen::RowMajor>;
   const Eigen::Map<const All> gram(equations.gram.front().data());
   const auto columns = static_cast<Eigen::Index>(columns_);
-  factor_.compute(gram.topLeftCorner(columns, columns));
+  factor_.emplace(gram.topLeftCorner(columns, columns));
 }
 
 void PhasorFit::solve(Column& column) const {
+  if (!factor_) return;
   Eigen::Map<Values> values(column.data(), static_cast<Eigen::Index>(columns_));
-  values = factor_.solve(values).eval();
+  values = factor_->solve(values).eval();
 }
 
 double* PhasorFit::write_waves(double c, double s, double since, const double* kept, double* row) const {

@@ -5,6 +5,7 @@
 #include <Eigen/Cholesky>
 #include <array>
 #include <initializer_list>
+#include <optional>
 #include <vector>
 
 #include "measure/excerpt.h"
@@ -88,7 +89,7 @@ class PhasorFit {
   double cycle_ = 1;
   std::array<double, orders> attenuation_{};
   std::array<Column, most_phases> coefficients_{};
-  Eigen::LDLT<Square, Eigen::Upper> factor_;  // of the normal equations
+  std::optional<Eigen::LDLT<Square, Eigen::Upper>> factor_;  // of the normal equations; none of a fit of nothing
   PerPhase residual_{};
   PerPhase added_{};           // to the variance of a phasor's components
   PerPhase density_{1, 1, 1};  // of the residual at the fundamental, compared with white noise
