@@ -174,17 +174,41 @@ class CourseFinder {
       if (change_begin > dip_end_s_ - latest_return * cycle) return false;
     }
     runs_end_ = runs_.size();
-    if (!dip_.end_s) return true;
+    if (!dip_.end_s) {
+      find_return_at_end();
+      return true;
+    }
     for (std::size_t k = std::max<std::size_t>(first_, 1); k < runs_.size(); k++) {
       const bool after_ramp = is_fall(k - 1) && !runs_[k].begins_abruptly && k > first_;
       const double change_begin = after_ramp ? runs_[k - 1].begin_s : runs_[k - 1].end_s;
       if (change_begin < dip_end_s_ - latest_return * cycle) runs_end_ = k;
     }
+    // A slow return that goes on past the excerpt's end is the dip's own last run.
+    if (runs_end_ + 1 == runs_.size() && runs_end_ > first_ && is_fall(runs_end_)) runs_end_ = runs_.size();
     return true;
   }
 
+  /// Whether the voltage is above the threshold at a time of a run.
+  [[nodiscard]] bool is_back(const Run& run, double seconds) const {
+    if (run.stretches.empty()) return false;
+    const Phasors phasors = run.stretches.front().fit.phasors(seconds);
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (absent_[phase]) continue;
+      if (volts(std::abs(phasors[phase])) < threshold * supply_.levels.fundamental_v[phase]) return false;
+    }
+    return true;
+  }
+
+  /// The record may end before the last window of the dip, although the voltage is back.
+  void find_return_at_end() {
+    while (runs_end_ > first_ + 1 && runs_[runs_end_ - 1].begins_abruptly &&
+           is_back(runs_[runs_end_ - 1], runs_[runs_end_ - 1].begin_s)) {
+      runs_end_--;
+    }
+  }
+
   [[nodiscard]] bool has_before() const { return dip_.start_known && first_ > 0; }
-  [[nodiscard]] bool has_after() const { return dip_.end_s.has_value() && runs_end_ < runs_.size(); }
+  [[nodiscard]] bool has_after() const { return runs_end_ < runs_.size(); }
 
   /// The last steady run before the dip at about the usual level: others are stages of the same disturbance.
   [[nodiscard]] std::size_t run_before() const {
@@ -388,6 +412,8 @@ class CourseFinder {
   /// above the threshold again within a cycle: then it is the tail of the return.
   void take_recovery_after_dip() {
     if (!has_after() || !runs_[runs_end_].gradual || !runs_[runs_end_].begins_abruptly) return;
+    // Where ringing spoils the first cycles, the whole run tells better whether the voltage was low at its beginning.
+    if (is_back(runs_[runs_end_], runs_[runs_end_].begin_s)) return;
     const GradualCourse recovery = followed(runs_[runs_end_], runs_[runs_end_].end_s);
     if (recovery.first_share(before_) < threshold &&
         recovery.rises_through(before_, threshold) > runs_[runs_end_].begin_s + excerpt_.cycle()) {
@@ -620,8 +646,9 @@ class CourseFinder {
       if (segment.measured) in_peaks.back().phasors = item.phasors;
       course.segments.push_back(segment);
     }
-    course.explained_share = explained_share(excerpt_, in_peaks, before_, start_s_, end_s_.value_or(excerpt_.end_s()));
     write_transitions(course);
+    course.explained_share = explained_share(excerpt_, with_gradual_transitions(in_peaks, course), before_, start_s_,
+                                             end_s_.value_or(excerpt_.end_s()));
     write_slopes(course);
     if (phases_ == 3 && !supply_.between_phases && angles_known_ && absent_ == PhaseFlags{}) {
       Phasors correction{};
@@ -630,6 +657,22 @@ class CourseFinder {
       }
       course.lowest_of_six = lowest_of_six(excerpt_, before_, correction, start_s_, end_s_.value_or(excerpt_.end_s()));
     }
+  }
+
+  /// The segments, and the gradual transitions as if they were segments, in order of time.
+  [[nodiscard]] static std::vector<Segment> with_gradual_transitions(std::vector<Segment> segments,
+                                                                     const Course& course) {
+    for (const Transition& transition : course.transitions) {
+      if (!transition.gradual) continue;
+      Segment part;
+      part.gradual = true;
+      part.start_s = transition.start_s;
+      part.end_s = transition.end_s;
+      segments.push_back(part);
+    }
+    std::stable_sort(segments.begin(), segments.end(),
+                     [](const Segment& one, const Segment& other) { return one.start_s < other.start_s; });
+    return segments;
   }
 
   /// What a phase's phasors are multiplied by because its samples were taken later than their indices say.
@@ -657,7 +700,8 @@ class CourseFinder {
     for (std::size_t phase = 0; phase < phases_; phase++) {
       if (!dead_[phase]) error = std::max(error, before_error_[phase]);
     }
-    return 2 * std::hypot(flicker_, error) / std::max(slope, 1e-6);
+    // Windows of a cycle show a bend of the course, and so where it begins and ends, to a quarter of a cycle.
+    return std::hypot(2 * std::hypot(flicker_, error) / std::max(slope, 1e-6), excerpt_.cycle() / 4);
   }
 
   [[nodiscard]] double start_plus_minus() const {

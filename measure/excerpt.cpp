@@ -41,7 +41,7 @@ Excerpt::Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, d
     }
   }
   turn();
-  sums_ = std::make_shared<const WaveSums>(*this);
+  sums_ = std::make_shared<const WaveSums>(waves());
 }
 
 /// Fills in the cosines and sines: each is the one before, turned, and now and then one is made afresh so that rounding
@@ -113,9 +113,20 @@ void Excerpt::subtract(const std::array<std::vector<double>, most_phases>& value
   sums_ = nullptr;
 }
 
+AveragedWaves Excerpt::waves() const {
+  AveragedWaves waves;
+  waves.phase_count = phases_;
+  waves.per_cycle = averages_per_cycle();
+  for (std::size_t phase = 0; phase < phases_; phase++) waves.values[phase] = &averages_[phase];
+  waves.missing = &missing_;
+  waves.cosines = &cosines_;
+  waves.sines = &sines_;
+  return waves;
+}
+
 WaveSums::Sums Excerpt::sums_between(std::size_t begin, std::size_t end) const {
-  if (!sums_) sums_ = std::make_shared<const WaveSums>(*this);
-  return sums_->between(*this, begin, end);
+  if (!sums_) sums_ = std::make_shared<const WaveSums>(waves());
+  return sums_->between(waves(), begin, end);
 }
 
 double Excerpt::attenuation(int order) const {

@@ -63,6 +63,7 @@ class Excerpt {
 
  private:
   void turn();
+  [[nodiscard]] AveragedWaves waves() const;
 
   const Waveform& waveform_;
   std::size_t phases_;

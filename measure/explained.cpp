@@ -70,8 +70,8 @@ bool changes(const Excerpt& excerpt, double start_s, double end_s, const Phasors
   return first && !agree(*first, last, before, excerpt.phases());
 }
 
-double explained_share(const Excerpt& excerpt, const std::vector<Segment>& segments, const Phasors& before,
-                       double start_s, double end_s) {
+std::optional<double> explained_share(const Excerpt& excerpt, const std::vector<Segment>& segments,
+                                      const Phasors& before, double start_s, double end_s) {
   const Windows windows(excerpt);
   const double half = windows.half_s();
   std::vector<bool> does_change;
@@ -103,7 +103,8 @@ double explained_share(const Excerpt& excerpt, const std::vector<Segment>& segme
     const double to_previous = next == edges.begin() ? 1e9 : middle - *(next - 1);
     if (std::min(to_next, to_previous) > left_out_cycles * excerpt.cycle()) judged++;
   });
-  return judged == 0 ? 0 : static_cast<double>(explained) / static_cast<double>(judged);
+  if (judged == 0) return std::nullopt;
+  return static_cast<double>(explained) / static_cast<double>(judged);
 }
 
 bool is_borne_out(const Excerpt& excerpt, const Segment& segment, const PhasorFit& fit, const Phasors& before) {

@@ -1,6 +1,7 @@
 // How much of a dip's waveform its segments explain.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "measure/excerpt.h"
@@ -12,9 +13,11 @@ namespace measure {
 /// The fundamental of each one-cycle window between two times is held against the segment that it lies in. It agrees
 /// with a steady segment when each phase is within 2 % of its level of the segment's voltage, with a gradual one when
 /// the voltage changes by more than 2 % from its beginning to its end. Windows within 1.25 cycles of a transition are
-/// left out; any others are not explained. The voltages of the segments and of `before` are in units of the excerpt.
-double explained_share(const Excerpt& excerpt, const std::vector<Segment>& segments, const Phasors& before,
-                       double start_s, double end_s);
+/// left out; any others are not explained. Nothing is returned when no window is left. Gradual transitions are given as
+/// gradual segments. The segments are in order of time. The voltages of the segments and of `before` are in units of
+/// the excerpt.
+std::optional<double> explained_share(const Excerpt& excerpt, const std::vector<Segment>& segments,
+                                      const Phasors& before, double start_s, double end_s);
 
 /// Whether the one-cycle windows at the beginning and at the end of a time differ by more than 2 %.
 bool changes(const Excerpt& excerpt, double start_s, double end_s, const Phasors& before);

@@ -108,7 +108,9 @@ struct Course {
   std::optional<LowestOfSix> lowest_of_six;  ///< of three voltages between phase and neutral
   std::vector<Segment> segments;
   std::vector<Transition> transitions;
-  double explained_share = 0;  ///< of the one-cycle windows clear of transitions, how many agree with their segment
+  /// Of the one-cycle windows that are clear of abrupt transitions, how many agree with their segment or lie in a
+  /// gradual transition; none where the dip is too short for such a window.
+  std::optional<double> explained_share;
 };
 
 // --- events ----------------------------------------------------------------------------------------------------------

@@ -1,24 +1,22 @@
 #include "measure/wave_sums.h"
 
-#include "measure/excerpt.h"
-
 namespace measure {
 
-WaveSums::WaveSums(const Excerpt& excerpt) {
-  up_to_.reserve(excerpt.length() / apart + 1);
+WaveSums::WaveSums(const AveragedWaves& waves) {
+  up_to_.reserve(waves.length() / apart + 1);
   Sums sums;
-  for (std::size_t i = 0; i < excerpt.length(); i++) {
+  for (std::size_t i = 0; i < waves.length(); i++) {
     if (i % apart == 0) up_to_.push_back(sums);
-    add(excerpt, i, sums);
+    add(waves, i, sums);
   }
-  if (excerpt.length() % apart == 0) up_to_.push_back(sums);
+  if (waves.length() % apart == 0) up_to_.push_back(sums);
 }
 
-void WaveSums::add(const Excerpt& excerpt, std::size_t index, Sums& sums) {
-  if (excerpt.is_missing(index)) return;
-  const double time = (static_cast<double>(index) + 0.5) / excerpt.averages_per_cycle();
-  const double c = excerpt.cosine(index);
-  const double s = excerpt.sine(index);
+void WaveSums::add(const AveragedWaves& waves, std::size_t index, Sums& sums) {
+  if (waves.is_missing(index)) return;
+  const double time = (static_cast<double>(index) + 0.5) / waves.averages_per_cycle();
+  const double c = waves.cosine(index);
+  const double s = waves.sine(index);
   std::array<double, 2 * product_orders> wave{1, 0};
   for (std::size_t k = 2; k < wave.size(); k += 2) {
     wave[k] = wave[k - 2] * c - wave[k - 1] * s;
@@ -31,8 +29,8 @@ void WaveSums::add(const Excerpt& excerpt, std::size_t index, Sums& sums) {
   twice[0] += time * time;
   twice[2] += time * time * wave[4];
   twice[3] += time * time * wave[5];
-  for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
-    const double value = excerpt.average(phase, index);
+  for (std::size_t phase = 0; phase < waves.phases(); phase++) {
+    const double value = waves.average(phase, index);
     double* values = sums.at(Sums::of(phase));
     for (std::size_t k = 0; k < 2 * orders; k++) values[k] += value * wave[k];
     values[2 * orders] += value * time * c;
@@ -41,18 +39,18 @@ void WaveSums::add(const Excerpt& excerpt, std::size_t index, Sums& sums) {
   }
 }
 
-WaveSums::Sums WaveSums::between(const Excerpt& excerpt, std::size_t begin, std::size_t end) const {
+WaveSums::Sums WaveSums::between(const AveragedWaves& waves, std::size_t begin, std::size_t end) const {
   Sums sums;
   const std::size_t first = (begin + apart - 1) / apart;
   const std::size_t last = end / apart;
   if (first < last) {
     for (std::size_t k = 0; k < sums.sums_.size(); k++) sums.sums_[k] = up_to_[last].sums_[k] - up_to_[first].sums_[k];
-    for (std::size_t i = begin; i < first * apart; i++) add(excerpt, i, sums);
-    for (std::size_t i = last * apart; i < end; i++) add(excerpt, i, sums);
+    for (std::size_t i = begin; i < first * apart; i++) add(waves, i, sums);
+    for (std::size_t i = last * apart; i < end; i++) add(waves, i, sums);
   } else {
-    for (std::size_t i = begin; i < end; i++) add(excerpt, i, sums);
+    for (std::size_t i = begin; i < end; i++) add(waves, i, sums);
   }
-  sums.count_time_from(static_cast<double>(begin) / excerpt.averages_per_cycle());
+  sums.count_time_from(static_cast<double>(begin) / waves.averages_per_cycle());
   return sums;
 }
 

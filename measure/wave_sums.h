@@ -9,7 +9,24 @@
 
 namespace measure {
 
-class Excerpt;
+/// What the sums are made of: the averages of an excerpt, and the angle theta of the fundamental at each of them. It
+/// refers to the excerpt's own lists.
+struct AveragedWaves {
+  std::size_t phase_count = 0;
+  double per_cycle = 0;
+  std::array<const std::vector<double>*, most_phases> values{};
+  const std::vector<bool>* missing = nullptr;
+  const std::vector<double>* cosines = nullptr;
+  const std::vector<double>* sines = nullptr;
+
+  [[nodiscard]] std::size_t phases() const { return phase_count; }
+  [[nodiscard]] std::size_t length() const { return missing->size(); }
+  [[nodiscard]] double averages_per_cycle() const { return per_cycle; }
+  [[nodiscard]] double average(std::size_t phase, std::size_t index) const { return (*values[phase])[index]; }
+  [[nodiscard]] bool is_missing(std::size_t index) const { return (*missing)[index]; }
+  [[nodiscard]] double cosine(std::size_t index) const { return (*cosines)[index]; }
+  [[nodiscard]] double sine(std::size_t index) const { return (*sines)[index]; }
+};
 
 /// Sums of the waves that a fit is made of, theta being the fundamental's angle at the middle of an average. Products
 /// of two waves are waves of the sum and of the difference of their orders, so that the normal equations of a fit need
@@ -49,15 +66,15 @@ class WaveSums {
     std::array<double, all> sums_{};
   };
 
-  explicit WaveSums(const Excerpt& excerpt);
+  explicit WaveSums(const AveragedWaves& waves);
 
   /// Over the averages from `begin` to, not including, `end`.
-  [[nodiscard]] Sums between(const Excerpt& excerpt, std::size_t begin, std::size_t end) const;
+  [[nodiscard]] Sums between(const AveragedWaves& waves, std::size_t begin, std::size_t end) const;
 
  private:
   static constexpr std::size_t apart = 4;  // averages between two of the sums that are kept
 
-  static void add(const Excerpt& excerpt, std::size_t index, Sums& sums);
+  static void add(const AveragedWaves& waves, std::size_t index, Sums& sums);
 
   std::vector<Sums> up_to_;
 };

@@ -191,8 +191,9 @@ class CourseText {
 
   void add_explained() {
     constexpr double well_explained = 0.9;
-    const double percent = 100 * course_.explained_share;
-    if (course_.explained_share < well_explained) {
+    if (!course_.explained_share) return;
+    const double percent = 100 * *course_.explained_share;
+    if (*course_.explained_share < well_explained) {
       note(
           fmt::format("The segments explain only {:.0f} % of the waveform between start and end; look at the waveform.",
                       std::floor(percent)));

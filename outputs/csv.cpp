@@ -143,7 +143,8 @@ class Table {
     row.figure(seconds(course.start_s), rounded_seconds).figure(seconds(course.end_s), rounded_seconds);
     for (const auto& degrees : course.point_on_wave_degrees) row.figure(degrees, rounded_degrees);
     row.number(course.frequency_before, rounded_hertz).number(course.frequency_after, rounded_hertz);
-    row.number(100 * course.explained_share, rounded_percent);
+    const auto& share = course.explained_share;
+    row.number(share ? std::optional(100 * *share) : std::nullopt, rounded_percent);
   }
 
   static constexpr std::size_t segment_fields = 27;

@@ -269,7 +269,7 @@ class Document {
                                      {"phases", voltages_.letters(transition.phases)}});
     }
     json["lowest_of_six"] = course.lowest_of_six ? lowest_of_six(*course.lowest_of_six) : Json();
-    json["explained_percent"] = rounded_percent(100 * course.explained_share);
+    json["explained_percent"] = course.explained_share ? Json(rounded_percent(100 * *course.explained_share)) : Json();
     return json;
   }
 

@@ -90,7 +90,7 @@ TEST(Course, OfADipOfOneStageIsThatStage) {
     ASSERT_TRUE(segment.end_s);
     EXPECT_NEAR(*segment.end_s, end, sample_s);
     expect_voltages(segment, low, balanced(230));
-    EXPECT_NEAR(course.explained_share, 1, 1e-9);
+    EXPECT_NEAR(course.explained_share.value(), 1, 1e-9);
     EXPECT_EQ(course.level_source, LevelSource::before);
     EXPECT_NEAR(course.frequency, 50, 2e-3);
   }

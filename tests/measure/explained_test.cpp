@@ -31,19 +31,19 @@ TEST(Explained, IsEverythingWhenTheSegmentsAreRight) {
   const auto made = staged({{0, balanced(230)}, {0.3, balanced(115)}, {0.4, balanced(184)}, {0.5, balanced(230)}}, 0.8);
   const Excerpt excerpt = all_of(made);
   const std::vector<Segment> right = {segment(0.3, 0.4, balanced(115)), segment(0.4, 0.5, balanced(184))};
-  EXPECT_NEAR(explained_share(excerpt, right, balanced(1), 0.3, 0.5), 1, 1e-9);
+  EXPECT_NEAR(explained_share(excerpt, right, balanced(1), 0.3, 0.5).value(), 1, 1e-9);
   // 2 % of the level before are agreed with, 3 % are not.
   const std::vector<Segment> nearly = {segment(0.3, 0.4, balanced(118)), segment(0.4, 0.5, balanced(180))};
-  EXPECT_NEAR(explained_share(excerpt, nearly, balanced(1), 0.3, 0.5), 1, 1e-9);
+  EXPECT_NEAR(explained_share(excerpt, nearly, balanced(1), 0.3, 0.5).value(), 1, 1e-9);
   const std::vector<Segment> wrong = {segment(0.3, 0.4, balanced(122)), segment(0.4, 0.5, balanced(177))};
-  EXPECT_NEAR(explained_share(excerpt, wrong, balanced(1), 0.3, 0.5), 0, 1e-9);
+  EXPECT_NEAR(explained_share(excerpt, wrong, balanced(1), 0.3, 0.5).value(), 0, 1e-9);
 }
 
 TEST(Explained, IsTheShareOfTheTimeThatAgrees) {
   // Of two equal halves one is right. Windows lie wholly within their segments.
   const auto made = staged({{0, balanced(230)}, {0.3, balanced(115)}, {0.9, balanced(230)}}, 1.2);
   const std::vector<Segment> half = {segment(0.3, 0.6, balanced(115)), segment(0.6, 0.9, balanced(69))};
-  EXPECT_NEAR(explained_share(all_of(made), half, balanced(1), 0.3, 0.9), 0.5, 0.02);
+  EXPECT_NEAR(explained_share(all_of(made), half, balanced(1), 0.3, 0.9).value(), 0.5, 0.02);
 }
 
 TEST(Explained, IsNothingWithoutSegments) {
@@ -56,10 +56,10 @@ TEST(Explained, TakesAGradualSegmentThatChanges) {
   const Excerpt excerpt = all_of(made);
   Segment gradual = segment(0.3, 0.6, balanced(115));
   gradual.gradual = true;
-  EXPECT_NEAR(explained_share(excerpt, {gradual}, balanced(1), 0.3, 0.6), 1, 1e-9);
+  EXPECT_NEAR(explained_share(excerpt, {gradual}, balanced(1), 0.3, 0.6).value(), 1, 1e-9);
   Segment level = segment(0, 0.3, balanced(115));
   level.gradual = true;
-  EXPECT_NEAR(explained_share(excerpt, {level}, balanced(1), 0, 0.3), 0, 1e-9) << "nothing changes there";
+  EXPECT_NEAR(explained_share(excerpt, {level}, balanced(1), 0, 0.3).value(), 0, 1e-9) << "nothing changes there";
 }
 
 TEST(Explained, KnowsWhetherAVoltageChanges) {

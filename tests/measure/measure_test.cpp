@@ -38,7 +38,7 @@ TEST(Measure, LeavesAPhaseWithoutVoltageAside) {
   EXPECT_NE(dip.extreme_phase, 2U);
   ASSERT_EQ(dip.course->segments.size(), 1U);
   EXPECT_LT(dip.course->segments[0].phases[0].voltage_v.plus_minus, 1);
-  EXPECT_GT(dip.course->explained_share, 0.9);
+  EXPECT_GT(dip.course->explained_share.value(), 0.9);
 }
 
 TEST(Measure, JudgesAPhaseWithoutVoltageByTheDeclaredOne) {
@@ -80,7 +80,7 @@ void expect_finite(const Findings& findings) {
     for (const double slope : course.steepest_change_v_per_s) EXPECT_TRUE(std::isfinite(slope));
     for (const Phasor& phasor : course.before) EXPECT_TRUE(std::isfinite(std::abs(phasor)));
     EXPECT_TRUE(std::isfinite(course.frequency));
-    EXPECT_TRUE(std::isfinite(course.explained_share));
+    EXPECT_TRUE(std::isfinite(course.explained_share.value_or(0)));
     for (const Segment& segment : course.segments) {
       for (const SegmentPhase& phase : segment.phases) {
         expect_finite(phase.voltage_v);
