@@ -102,9 +102,12 @@ TEST_F(Choice, OfTheOnlyVoltageOfAFile) {
     out << static_cast<double>(i) / 6400 << ',' << record.channels[0].samples[i] << '\n';
   }
   out.close();
-  const auto found = analysed({"--channels", "1"}, "one.csv");
-  ASSERT_EQ(found["events"].size(), 1U);
-  expect_course(found["events"][0]["course"], 0.4, 0.5);
+  for (const Words& options : {Words{}, {"--channels", "1"}, {"--set", "all"}, {"--part", "all"}}) {
+    const auto found = analysed(options, "one.csv");
+    ASSERT_EQ(found["events"].size(), 1U);
+    expect_course(found["events"][0]["course"], 0.4, 0.5);
+  }
+  expect_refused({"--set", "2"}, 1, "dipx: one.csv: there is no set 2 of voltages; leave out --set", "one.csv");
 }
 
 TEST_F(Choice, OfADeadPhaseShowsIt) {
