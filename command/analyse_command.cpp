@@ -68,6 +68,14 @@ bool analyse_one(const readers::Record& record, const Arguments& arguments, cons
   return fails(arguments.fail_on, analysis);
 }
 
+/// "set 2", "part 3" or "set 2, part 3": one of those that were asked for; 0 for a number that was not.
+std::string name_of(std::size_t set, std::size_t part) {
+  std::string name;
+  if (set > 0) name = fmt::format("set {}", set);
+  if (part > 0) name += fmt::format("{}part {}", name.empty() ? "" : ", ", part);
+  return name;
+}
+
 /// Analyses all sets or parts, one after another. One that cannot be analysed is told on standard error and does not
 /// keep the others from being shown; when none can, the first complaint is thrown.
 bool analyse_all(const readers::Record& record, Arguments& arguments, bool all_sets, bool all_parts,
@@ -90,7 +98,8 @@ bool analyse_all(const readers::Record& record, Arguments& arguments, bool all_s
       shown = true;
     } catch (const analysis::Refusal& refusal) {
       progress.finish();
-      std::fprintf(stderr, "dipx: set %zu, part %zu: %s\n", set, part, readers::inert(refusal.what()).c_str());
+      const std::string which = name_of(all_sets ? set : 0, all_parts ? part : 0);
+      std::fprintf(stderr, "dipx: %s: %s\n", which.c_str(), readers::inert(refusal.what()).c_str());
       if (!first_complaint) first_complaint = std::current_exception();
     }
   }

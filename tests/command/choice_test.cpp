@@ -185,11 +185,21 @@ TEST_F(Choice, OfAllSetsTellsWhichCannotBeAnalysed) {
   const auto one = dipx({"analyse", "record.csv", "--set", "all", "--nominal", "230", "--json"});
   EXPECT_EQ(one.status, 0);
   EXPECT_EQ(documents(one.out).size(), 1U);
-  EXPECT_NE(one.err.find("dipx: set 2, "), std::string::npos) << one.err;
+  EXPECT_TRUE(one.err.starts_with("dipx: set 2: record.csv: ")) << one.err;
   EXPECT_EQ(std::count(one.err.begin(), one.err.end(), '\n'), 1) << one.err;
   const auto none = dipx({"analyse", "record.csv", "--set", "all", "--nominal", "50", "--json"});
   EXPECT_EQ(none.status, 3);
   EXPECT_EQ(none.out, "");
+}
+
+TEST_F(Choice, OfAllPartsTellsWhichCannotBeAnalysed) {
+  // What is before a gap of more than 25 cycles is too short for an analysis.
+  Record(230, 2).write_csv_without("record.csv", "ABC", 0.03, 0.7);
+  const auto parts = dipx({"analyse", "record.csv", "--part", "all", "--json"});
+  EXPECT_EQ(documents(parts.out).size(), 1U);
+  EXPECT_TRUE(parts.err.starts_with("dipx: part 1: record.csv: ")) << parts.err;
+  const auto both = dipx({"analyse", "record.csv", "--set", "all", "--part", "all", "--json"});
+  EXPECT_TRUE(both.err.starts_with("dipx: set 1, part 1: record.csv: ")) << both.err;
 }
 
 TEST_F(Choice, OfAllSetsOrPartsDrawsNothing) {
