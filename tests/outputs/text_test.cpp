@@ -325,6 +325,15 @@ TEST(Text, NamesVoltagesBetweenPhasesByTheirLetters) {
   expect_part(text, "    sequences: positive 200.0 V, negative 50.00 V\n");
 }
 
+TEST(Text, TellsAComputedVoltageFromTheRecordedOnesBesideIt) {
+  auto analysis = one_dip_found();
+  analysis.voltages.between_phases = true;
+  analysis.voltages.channels = {0, 1, 1};
+  const auto text = text_of(a_record(), analysis);
+  expect_part(text, "  voltages between phases Ua, Ub, CA, computed\n");
+  expect_part(text, "                                          Ua                Ub      CA, computed\n");
+}
+
 // --- lines -----------------------------------------------------------------------------------------------------------
 
 TEST(Lines, SayADipAndItsSegmentsInOneLine) {
