@@ -270,6 +270,22 @@ TEST(Text, ShowsNoFiguresOfASegmentThatIsNotMeasured) {
   expect_no(text, "phase jump");
 }
 
+TEST(Text, SaysWhichPhaseOfASegmentIsNotMeasured) {
+  auto analysis = one_dip_found();
+  auto& dip = *analysis.found.events[0].course;
+  dip.segments.resize(1);
+  dip.segments[0].phases[1] = {};
+  dip.segments[0].phases[1].measured = false;
+  const auto text = text_of(a_record(), analysis);
+  expect_part(text, "    voltage                    115.0 ± 0.3 V      not measured     230.0 ± 0.3 V\n");
+  expect_part(text, "      of level before                 50.0 %                 -           100.0 %\n");
+  expect_part(text, "    phase jump                 -20.0° ± 0.5°                 -       0.0° ± 0.5°\n");
+  expect_part(lines_of(a_record(), analysis), "segments of the level before: D (A) 50.0 %\n");
+  dip.segments[0].phases[1].measured = true;
+  dip.before[1] = 0;
+  expect_part(lines_of(a_record(), analysis), "segments of the level before: D (A) 50.0 %\n");
+}
+
 TEST(Text, ShowsRmsWithinASegmentWhereItIsKnown) {
   auto analysis = one_dip_found();
   expect_no(text_of(a_record(), analysis), "one-cycle RMS");
