@@ -51,10 +51,33 @@ CLI::Validator number_or_all_check() {
           ""};
 }
 
-/// Whether a finding is one that the user wants the status to show.
+/// An empty text would count as no choice at all.
+CLI::Validator not_empty() {
+  return {[](const std::string& text) {
+            return text.find_first_not_of(" \t") == std::string::npos ? std::string("the value is empty")
+                                                                      : std::string();
+          },
+          ""};
+}
+
+/// Throws UnusableOptions for what the library's results do not have.
+void check_library_options(const Arguments& arguments) {
+  if (!arguments.options.library) return;
+  if (arguments.outputs.csv) {
+    throw UnusableOptions("--csv has no columns for the library's results; use --json or -q, or leave out --library");
+  }
+  if (!arguments.fail_on.empty() && arguments.fail_on != "dip") {
+    throw UnusableOptions(fmt::format(
+        "--fail-on {} does not go with --library, which finds dips alone; use --fail-on dip, or leave out --library",
+        arguments.fail_on));
+  }
+}
+
+/// Whether a finding is one that the user wants the status to show. Of the library's results it is any dip, as only
+/// --fail-on dip goes with them.
 bool fails(const std::string& fail_on, const analysis::Analysis& analysis) {
   if (fail_on.empty()) return false;
-  if (analysis.library) return false;
+  if (analysis.library) return !analysis.library->dips.empty() || analysis.library->unfinished_dip;
   return std::any_of(analysis.found.events.begin(), analysis.found.events.end(), [&](const measure::Event& event) {
     return fail_on == "event" || fail_on == analysis::kind_code(event.kind);
   });
@@ -110,6 +133,7 @@ bool analyse_all(const readers::Record& record, Arguments& arguments, bool all_s
 bool run(Arguments arguments) {
   arguments.options.report = !arguments.outputs.report.empty();
   take_event_options(arguments.events, arguments.options);
+  check_library_options(arguments);
   bool all_sets = false;
   bool all_parts = false;
   arguments.options.choice.set = number_or_all(arguments.set, all_sets);

@@ -242,6 +242,7 @@ std::string text_of(const readers::Record& record, const Analysis& analysis, con
 }
 
 std::string lines_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
+  if (analysis.library) return library_lines(record, analysis, colours);
   std::string text;
   for (std::size_t i = 0; i < analysis.found.events.size(); i++) text += line_of(record, analysis, i, colours);
   return text;

@@ -419,6 +419,29 @@ TEST(LibraryText, SaysWhyARecordIsNotTaken) {
               "  The embedded library does not take this record: it takes three voltages, and\n  fewer were chosen.\n");
 }
 
+TEST(LibraryText, IsALineForEachDipWhereLinesAreWanted) {
+  auto analysis = one_dip_found();
+  analysis.library = library_results();
+  const std::string first =
+      "record.cfg: library, dip 1   10.3000 s to 10.5000 s, 200.0 ms, lowest 115.0 V, 50.0 % of nominal; single-phase "
+      "dip, A\n";
+  EXPECT_EQ(lines_of(a_record(), analysis), first);
+  analysis.library->unfinished_dip = 2560;
+  EXPECT_EQ(lines_of(a_record(), analysis),
+            first + "record.cfg: library, dip 2   10.8000 s, goes on at the record's end\n");
+  analysis.library->dips[0].segments.push_back({1590, 1600, {69, 138, 138}, {0, 0, 0}, 7, 9, 25});
+  expect_part(lines_of(a_record(), analysis),
+              "lowest 69.00 V, 30.0 % of nominal; single-phase dip, A, then three-phase");
+  analysis.library->dips[0].outcome = "too long";
+  expect_part(lines_of(a_record(), analysis), "dip 1   10.3000 s to 10.5000 s, not analysed further: too long\n");
+  analysis.library = {};
+  analysis.library.emplace();
+  EXPECT_EQ(lines_of(a_record(), analysis), "");
+  analysis.library->refusal = "it takes three voltages, and fewer were chosen";
+  EXPECT_EQ(lines_of(a_record(), analysis),
+            "record.cfg: the library does not take this record: it takes three voltages, and fewer were chosen\n");
+}
+
 // --- width -----------------------------------------------------------------------------------------------------------
 
 TEST(Text, KeepsWithinEightyColumns) {
