@@ -549,7 +549,7 @@ TEST(LineFrequency, IsTheWaveformsWhereTheFileStatesAnother) {
   EXPECT_EQ(analysis.voltages.line_frequency, 50);
   expect_the_dip(analysis);
   EXPECT_EQ(analysis.notes, Strings{"The file states a line frequency of 60 Hz, but the waveform's is 50 Hz, which is "
-                                    "used (--frequency tells otherwise)."});
+                                    "used (override with --frequency)."});
 }
 
 TEST(LineFrequency, ThatTheUserGivesCounts) {

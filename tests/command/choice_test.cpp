@@ -286,7 +286,7 @@ TEST_F(Choice, OfFiftyHertzIsNoted) {
   const auto found = analysed(Record(230, 0.4));
   ASSERT_EQ(found["notes"].size(), 1U);
   EXPECT_EQ(found["notes"][0],
-            "The file does not state the line frequency; 50 Hz is assumed (--frequency tells otherwise).");
+            "The file does not state the line frequency; 50 Hz is assumed (override with --frequency).");
 }
 
 TEST_F(Choice, OfStandardInputReadsCsv) {
