@@ -164,6 +164,7 @@ void add_analyse(CLI::App& app, const std::string& statuses, bool& found) {
   analyse
       ->add_option("--channels", arguments->options.choice.channels,
                    "One to three voltages, as channel names or numbers")
+      ->check(not_empty())
       ->type_name("A,B,C");
   analyse
       ->add_option("--set", arguments->set,
@@ -203,8 +204,8 @@ void add_analyse(CLI::App& app, const std::string& statuses, bool& found) {
   analyse
       ->add_option("--fail-on", arguments->fail_on,
                    "Exit with status 10 if the record holds a dip, a swell or any event")
-      ->check(CLI::IsMember({"dip", "swell", "event"}))
-      ->type_name("");
+      ->check(CLI::IsMember({"dip", "swell", "event"}).description(""))
+      ->type_name("dip|swell|event");
   analyse->callback([arguments, &found] { found = run(*arguments); });
 }
 

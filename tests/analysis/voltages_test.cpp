@@ -622,7 +622,7 @@ TEST(DeclaredVoltage, ThatIsFarFromTheLevelIsRefusedUnlessTheUserSaysWhatItIs) {
     // The nearest reading is the line voltage, of which a phase has 11547 V.
     EXPECT_STREQ(refusal.what(),
                  "made in memory: its highest voltage is 230.0 V, which is 1.992 % of the declared 11.55 kV; check "
-                 "--nominal, or fix what it means with :phase or :line behind the voltage");
+                 "--nominal, or append :phase or :line to say which voltage is meant");
   }
   options.nominal_kind = analysis::DeclaredKind::phase;
   const auto notes = analysis::analyse(record, options).notes;

@@ -72,6 +72,14 @@ TEST_F(Choice, OfChannelsIsTheUsers) {
   }
 }
 
+TEST_F(Choice, OfNoChannelIsRefused) {
+  Record(230, 0.4).write_csv("record.csv");
+  for (const char* nothing : {"", "  "}) {
+    expect_refused({"--channels", nothing}, 1, "--channels: the value is empty\nRun with --help for more information.");
+  }
+  expect_refused({"--channels="}, 1, "--channels: 1 required A,B,C missing\nRun with --help for more information.");
+}
+
 TEST_F(Choice, OfOneOrTwoVoltagesLeavesOutWhatNeedsThree) {
   Record(230, 1).lower("AB", 0.4, 0.5, 115).write_csv("record.csv");
   for (const auto& [channels, count] : {std::pair("Ub", 1U), {"Ub,Ua", 2U}}) {
