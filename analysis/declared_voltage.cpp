@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <string>
 #include <vector>
 
 #include "analysis/quantity_text.h"
@@ -66,6 +67,16 @@ std::vector<DeclaredVoltage> readings(const readers::Channel& channel, bool betw
   return all;
 }
 
+/// At most four significant digits, without an exponent; the share of a wrong voltage may be very high or very low.
+std::string percent_digits(double percent) {
+  const int before_point = percent > 0 ? static_cast<int>(std::floor(std::log10(percent))) + 1 : 1;
+  std::string digits = fmt::format("{:.{}f}", percent, std::max(0, 4 - before_point));
+  if (digits.find('.') == std::string::npos) return digits;
+  digits.erase(digits.find_last_not_of('0') + 1);
+  if (digits.back() == '.') digits.pop_back();
+  return digits;
+}
+
 }  // namespace
 
 DeclaredVoltage declared_voltage(const readers::Record& record, Analysis& analysis, const measure::Screening& screening,
@@ -83,10 +94,11 @@ DeclaredVoltage declared_voltage(const readers::Record& record, Analysis& analys
     return highest >= lowest_share * one.level && highest <= highest_share * one.level;
   });
   if (any_plausible) return best;
-  const std::string cause = fmt::format("its highest voltage is {}, which is {:.4g} % of the declared {}",
-                                        volts_text(highest), 100 * highest / best.level, volts_text(best.level));
+  const std::string cause =
+      fmt::format("its highest voltage is {}, which is {} % of the declared {}", volts_text(highest),
+                  percent_digits(100 * highest / best.level), volts_text(best.level));
   if (!best.by_user) {
-    throw Refusal(record.file, cause, "check --nominal, or fix what it means with :phase or :line behind the voltage");
+    throw Refusal(record.file, cause, "check --nominal, or append :phase or :line to say which voltage is meant");
   }
   analysis.notes.push_back(fmt::format("The record does not suit --nominal: {}.", cause));
   return best;

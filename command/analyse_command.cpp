@@ -51,10 +51,33 @@ CLI::Validator number_or_all_check() {
           ""};
 }
 
-/// Whether a finding is one that the user wants the status to show.
+/// An empty text would count as no choice at all.
+CLI::Validator not_empty() {
+  return {[](const std::string& text) {
+            return text.find_first_not_of(" \t") == std::string::npos ? std::string("the value is empty")
+                                                                      : std::string();
+          },
+          ""};
+}
+
+/// Throws UnusableOptions for what the library's results do not have.
+void check_library_options(const Arguments& arguments) {
+  if (!arguments.options.library) return;
+  if (arguments.outputs.csv) {
+    throw UnusableOptions("--csv has no columns for the library's results; use --json or -q, or leave out --library");
+  }
+  if (!arguments.fail_on.empty() && arguments.fail_on != "dip") {
+    throw UnusableOptions(fmt::format(
+        "--fail-on {} does not go with --library, which finds dips alone; use --fail-on dip, or leave out --library",
+        arguments.fail_on));
+  }
+}
+
+/// Whether a finding is one that the user wants the status to show. Of the library's results it is any dip, as only
+/// --fail-on dip goes with them.
 bool fails(const std::string& fail_on, const analysis::Analysis& analysis) {
   if (fail_on.empty()) return false;
-  if (analysis.library) return false;
+  if (analysis.library) return !analysis.library->dips.empty() || analysis.library->unfinished_dip;
   return std::any_of(analysis.found.events.begin(), analysis.found.events.end(), [&](const measure::Event& event) {
     return fail_on == "event" || fail_on == analysis::kind_code(event.kind);
   });
@@ -66,6 +89,14 @@ bool analyse_one(const readers::Record& record, const Arguments& arguments, cons
   const analysis::Analysis analysis = analysis::analyse(record, options);
   show(record, analysis, arguments.outputs, progress);
   return fails(arguments.fail_on, analysis);
+}
+
+/// "set 2", "part 3" or "set 2, part 3": one of those that were asked for; 0 for a number that was not.
+std::string name_of(std::size_t set, std::size_t part) {
+  std::string name;
+  if (set > 0) name = fmt::format("set {}", set);
+  if (part > 0) name += fmt::format("{}part {}", name.empty() ? "" : ", ", part);
+  return name;
 }
 
 /// Analyses all sets or parts, one after another. One that cannot be analysed is told on standard error and does not
@@ -90,7 +121,8 @@ bool analyse_all(const readers::Record& record, Arguments& arguments, bool all_s
       shown = true;
     } catch (const analysis::Refusal& refusal) {
       progress.finish();
-      std::fprintf(stderr, "dipx: set %zu, part %zu: %s\n", set, part, readers::inert(refusal.what()).c_str());
+      const std::string which = name_of(all_sets ? set : 0, all_parts ? part : 0);
+      std::fprintf(stderr, "dipx: %s: %s\n", which.c_str(), readers::inert(refusal.what()).c_str());
       if (!first_complaint) first_complaint = std::current_exception();
     }
   }
@@ -101,6 +133,7 @@ bool analyse_all(const readers::Record& record, Arguments& arguments, bool all_s
 bool run(Arguments arguments) {
   arguments.options.report = !arguments.outputs.report.empty();
   take_event_options(arguments.events, arguments.options);
+  check_library_options(arguments);
   bool all_sets = false;
   bool all_parts = false;
   arguments.options.choice.set = number_or_all(arguments.set, all_sets);
@@ -131,6 +164,7 @@ void add_analyse(CLI::App& app, const std::string& statuses, bool& found) {
   analyse
       ->add_option("--channels", arguments->options.choice.channels,
                    "One to three voltages, as channel names or numbers")
+      ->check(not_empty())
       ->type_name("A,B,C");
   analyse
       ->add_option("--set", arguments->set,
@@ -170,8 +204,8 @@ void add_analyse(CLI::App& app, const std::string& statuses, bool& found) {
   analyse
       ->add_option("--fail-on", arguments->fail_on,
                    "Exit with status 10 if the record holds a dip, a swell or any event")
-      ->check(CLI::IsMember({"dip", "swell", "event"}))
-      ->type_name("");
+      ->check(CLI::IsMember({"dip", "swell", "event"}).description(""))
+      ->type_name("dip|swell|event");
   analyse->callback([arguments, &found] { found = run(*arguments); });
 }
 

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <map>
 
 #include "command/option_range.h"
@@ -15,16 +14,16 @@ namespace {
 
 /// Volts of "230", "20kV", "0.4 kV"; 0 for anything else.
 double volts_in(const std::string& text) {
-  double value = 0;
-  char unit[4] = "";
-  int end = 0;
-  const int read = std::sscanf(text.c_str(), "%lf %n%3s", &value, &end, unit);
-  const std::string name = unit;
-  const double factor = name == "kV" || name == "kv" ? 1e3 : name == "MV" ? 1e6 : 1;
-  const bool known = name.empty() || name == "V" || name == "v" || factor != 1;
-  const bool whole = static_cast<std::size_t>(end) + name.size() == text.size();
-  if (read < 1 || !known || !whole || !(value > 0) || !(value * factor <= 1e7)) return 0;
-  return value * factor;
+  // Only digits, a point, signs and an exponent: the names of infinity and of no number are no voltages.
+  const std::size_t end = text.find_first_not_of("0123456789.+-eE");
+  const auto number = readers::parse_number(text.substr(0, end));
+  const std::size_t unit_at = end == std::string::npos ? end : text.find_first_not_of(' ', end);
+  const std::string unit = unit_at == std::string::npos ? "" : text.substr(unit_at);
+  const std::map<std::string, double> volts_of = {{"", 1}, {"V", 1}, {"v", 1}, {"kV", 1e3}, {"kv", 1e3}, {"MV", 1e6}};
+  const auto factor = volts_of.find(unit);
+  if (!number || factor == volts_of.end()) return 0;
+  const double volts = *number * factor->second;
+  return volts > 0 && volts <= 1e7 ? volts : 0;
 }
 
 void take_nominal(const std::string& text, analysis::AnalysisOptions& options) {
@@ -65,14 +64,14 @@ void check_thresholds(const measure::Thresholds& thresholds) {
 void add_event_options(CLI::App& app, EventOptions& given, analysis::AnalysisOptions& options) {
   constexpr const char* group = "Events";
   app.add_option("--nominal", given.nominal,
-                 "Declared voltage (230, 20kV); :phase or :line behind it says which one is meant, otherwise the "
+                 "Declared voltage (230, 20kV); append :phase or :line to say which one is meant, otherwise the "
                  "record's level decides")
       ->type_name("V")
       ->group(group);
   app.add_option("--reference", given.reference,
                  "Voltage that the thresholds are per cent of (default: declared with --nominal, otherwise pre-event)")
-      ->check(CLI::IsMember({"declared", "sliding", "pre-event"}))
-      ->type_name("")
+      ->check(CLI::IsMember({"declared", "sliding", "pre-event"}).description(""))
+      ->type_name("declared|sliding|pre-event")
       ->group(group);
   const auto threshold = [&](const char* name, double& value, double lowest, double highest, const char* what) {
     app.add_option(name, value, fmt::format("{} ({:g})", what, value))

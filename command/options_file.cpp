@@ -46,6 +46,14 @@ bool is_given(const std::vector<std::string>& arguments, const std::string& name
   });
 }
 
+/// Whether the first word that is no option names the command, or another name of it.
+bool is_for(const CLI::App& command, const std::vector<std::string>& arguments) {
+  for (std::size_t i = 1; i < arguments.size(); i++) {
+    if (!arguments[i].starts_with('-')) return command.check_name(arguments[i]);
+  }
+  return false;
+}
+
 /// The options of a file as arguments, without those that are given already.
 std::vector<std::string> read_options(const std::string& file, const std::vector<std::string>& given,
                                       const CLI::App& command) {
@@ -68,7 +76,7 @@ std::vector<std::string> read_options(const std::string& file, const std::vector
     const bool takes_value = known->get_expected_min() > 0;
     if (takes_value == line.value.empty()) {
       throw OptionsFileError(fmt::format("{}: line {}: {} {}", file, number, line.name,
-                                         takes_value ? "needs a value behind it" : "takes no value; remove it"));
+                                         takes_value ? "needs a value" : "takes no value; remove it"));
     }
     arguments.push_back(takes_value ? fmt::format("--{}={}", line.name, line.value) : "--" + line.name);
   }
@@ -78,6 +86,7 @@ std::vector<std::string> read_options(const std::string& file, const std::vector
 }  // namespace
 
 std::vector<std::string> with_options_file(std::vector<std::string> arguments, const CLI::App& command) {
+  if (!is_for(command, arguments)) return arguments;
   for (std::size_t i = 1; i < arguments.size(); i++) {
     const std::string argument = arguments[i];
     const bool joined = argument.starts_with(std::string(option) + "=");

@@ -18,7 +18,8 @@ class OptionsFileError : public std::runtime_error {
 
 /// The arguments with "--options FILE" replaced by the options in the file: one in a line, as "dip-threshold 85",
 /// "dip-threshold = 85" or "line-to-line" alone; what follows a # is a comment. Options that the arguments have
-/// themselves win over those of the file. `command`: whose options these are. Throws OptionsFileError.
+/// themselves win over those of the file. `command`: whose options these are; arguments of other commands are returned
+/// as they are. Throws OptionsFileError.
 std::vector<std::string> with_options_file(std::vector<std::string> arguments, const CLI::App& command);
 
 }  // namespace command

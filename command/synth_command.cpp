@@ -132,11 +132,11 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->type_name("DEGREES[,...]")
       ->group(what);
   synth->add_option("--start", dip.start, "Start of the dip (0.3)")->check(seconds)->type_name("S")->group(what);
-  synth->add_option("--fall", dip.fall, "Time of a gradual fall ahead of the first step (0)")
+  synth->add_option("--fall", dip.fall, "Time of a gradual fall before the first step (0)")
       ->check(seconds)
       ->type_name("S")
       ->group(what);
-  synth->add_option("--recovery", dip.recovery, "Time of a gradual recovery behind the last step (0)")
+  synth->add_option("--recovery", dip.recovery, "Time of a gradual recovery after the last step (0)")
       ->check(seconds)
       ->type_name("S")
       ->group(what);
@@ -177,7 +177,7 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->check(between(100.0, 1e6))
       ->type_name("HZ")
       ->group(what);
-  synth->add_option("--length", dip.length, "Length of the record (until 0.3 s behind the dip)")
+  synth->add_option("--length", dip.length, "Length of the record (until 0.3 s after the dip)")
       ->check(between(0.001, 1e5))
       ->type_name("S")
       ->group(what);

@@ -268,10 +268,18 @@ class CourseText {
     const auto low = [&](std::size_t phase) { return segment.phases[phase].below_threshold; };
     text_ += table_.line(
         segment.gradual ? "    voltage where lowest" : "    voltage",
-        [&](std::size_t phase) { return volts_text(segment.phases[phase].voltage_v); }, low);
+        [&](std::size_t phase) {
+          const auto& figures = segment.phases[phase];
+          return figures.measured ? volts_text(figures.voltage_v) : "not measured";
+        },
+        low);
     text_ += table_.line(
         "      of level before",
-        [&](std::size_t phase) { return fmt::format("{:.1f} %", 100 * segment.phases[phase].share_of_before); }, low);
+        [&](std::size_t phase) {
+          const auto& figures = segment.phases[phase];
+          return figures.measured ? fmt::format("{:.1f} %", 100 * figures.share_of_before) : "-";
+        },
+        low);
     text_ += table_.line("    phase jump", [&](std::size_t phase) {
       const auto& jump = segment.phases[phase].phase_jump_degrees;
       return jump ? turn_text(*jump) : "-";

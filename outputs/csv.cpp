@@ -173,11 +173,11 @@ class Table {
     row.text(names(below));
   }
 
-  /// The figures of each voltage, and empty fields for those that are not analysed.
+  /// The figures of each voltage, and empty fields for those that are not analysed or whose samples are missing.
   template <typename Write>
   void each_phase(Row& row, const Segment& segment, std::size_t fields, Write write) const {
     for (std::size_t phase = 0; phase < measure::most_phases; phase++) {
-      if (phase < voltages_.phases) {
+      if (phase < voltages_.phases && segment.phases[phase].measured) {
         write(segment.phases[phase]);
       } else {
         row.skip(fields);

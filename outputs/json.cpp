@@ -110,6 +110,7 @@ class Document {
                      {"first_sample", voltages_.part.begin},
                      {"samples", voltages_.part.length()},
                      {"start_s", voltages_.part.start}};
+    about["set"] = voltages_.set > 0 ? Json{{"number", voltages_.set}, {"of", voltages_.sets}} : Json();
     return about;
   }
 
@@ -194,7 +195,7 @@ class Document {
     json["duration_cycles"] = terms.seconds ? Json(to_unit(*terms.seconds * analysis_.found.frequency, 1e3)) : Json();
     json["recorded_duration_s"] = rounded_seconds(terms.least_seconds);
     json["phases"] = voltages_.letters(event.phases);
-    json["reference"] = {{"kind", analysis::reference_code(analysis_.options.reference)},
+    json["reference"] = {{"kind", analysis::reference_code(reference_of(event))},
                          {"voltage_v", rounded_volts(event.reference_v)}};
     if (event.kind == EventKind::rapid_voltage_change) {
       json["delta_max"] = voltage(event.delta_max_v, event.reference_v);
@@ -209,6 +210,12 @@ class Document {
     add_dip_terms(json, terms);
     json["course"] = event.course ? course_of(*event.course) : Json();
     return json;
+  }
+
+  /// A rapid voltage change refers to the declared voltage where there is one, whatever other events refer to.
+  measure::Reference reference_of(const Event& event) const {
+    const bool of_declared = event.kind == EventKind::rapid_voltage_change && analysis_.declared;
+    return of_declared ? measure::Reference::declared : analysis_.options.reference;
   }
 
   Json urms(const measure::PerPhase& volts, double reference) const {
@@ -250,9 +257,8 @@ class Document {
     json["frequency_after_hz"] = course.frequency_after ? Json(rounded_hertz(*course.frequency_after)) : Json();
     json["level_before"] = {{"source", source_code(course.level_source)}};
     json["level_before"]["voltage"] = per_phase([&](std::size_t phase) {
-      return Json{
-          {"voltage_v", rounded_volts(std::abs(course.before[phase]))},
-          {"degrees", rounded_degrees(std::arg(course.before[phase] / course.before[0]) * 180 / std::numbers::pi)}};
+      return Json{{"voltage_v", rounded_volts(std::abs(course.before[phase]))},
+                  {"degrees", degrees_between(course.before[phase], course.before[0])}};
     });
     json["steepest_change"] = per_phase([&](std::size_t phase) {
       return Json{{"v_per_s", rounded_volts(course.steepest_change_v_per_s[phase])}};
@@ -271,6 +277,12 @@ class Document {
     json["lowest_of_six"] = course.lowest_of_six ? lowest_of_six(*course.lowest_of_six) : Json();
     json["explained_percent"] = course.explained_share ? Json(rounded_percent(100 * *course.explained_share)) : Json();
     return json;
+  }
+
+  /// The angle of a voltage against another; null where one of them is zero, as a dead phase is before a dip.
+  static Json degrees_between(const measure::Phasor& voltage, const measure::Phasor& other) {
+    if (!(std::abs(voltage) > 0) || !(std::abs(other) > 0)) return {};
+    return rounded_degrees(std::arg(voltage / other) * 180 / std::numbers::pi);
   }
 
   static Json lowest_of_six(const measure::LowestOfSix& lowest) {
@@ -300,14 +312,17 @@ class Document {
     for (std::size_t phase = 0; phase < voltages_.phases; phase++) below[phase] = segment.phases[phase].below_threshold;
     json["below_threshold"] = voltages_.letters(below);
     json["voltage"] = per_phase([&](std::size_t phase) { return segment_voltage(segment.phases[phase]); });
-    json["phase_jump"] =
-        per_phase([&](std::size_t phase) { return degrees(segment.phases[phase].phase_jump_degrees); });
+    json["phase_jump"] = per_phase([&](std::size_t phase) {
+      const auto& figures = segment.phases[phase];
+      return figures.measured ? degrees(figures.phase_jump_degrees) : Json();
+    });
     add_sequences(json, segment);
     add_type(json, segment, course);
     return json;
   }
 
   static Json segment_voltage(const measure::SegmentPhase& phase) {
+    if (!phase.measured) return {};
     const auto volts_or_null = [](const std::optional<double>& volts) {
       return volts ? Json(rounded_volts(*volts)) : Json();
     };

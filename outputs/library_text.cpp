@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <limits>
+
 #include "analysis/quantity_text.h"
 #include "outputs/dip_category_name.h"
 #include "outputs/figures_text.h"
@@ -19,6 +22,32 @@ using analysis::embedded::ResultSegment;
 namespace {
 
 constexpr std::size_t width = 80;
+
+std::string instant_of(std::size_t sample, const Analysis& analysis) {
+  const auto& voltages = analysis.voltages;
+  return instant_text(voltages.record_seconds(static_cast<double>(sample) / voltages.part.rate));
+}
+
+/// The lowest voltage of all segments, and the segments' categories in their order.
+std::string segments_words(const ResultDip& dip, const Analysis& analysis, const Colours& colours) {
+  if (dip.segments.empty()) return "no segments";
+  double lowest = std::numeric_limits<double>::infinity();
+  std::string categories;
+  for (const auto& segment : dip.segments) {
+    for (const double volts : segment.residual_v) lowest = std::min(lowest, volts);
+    categories +=
+        (categories.empty() ? "" : ", then ") + dip_category_name(segment.category, analysis.voltages.between_phases);
+  }
+  const std::string size =
+      fmt::format("lowest {}, {:.1f} % of nominal", volts_text(lowest), 100 * lowest / analysis.library->nominal_v);
+  return colours.low(size) + "; " + categories;
+}
+
+std::string line_of(const ResultDip& dip, const Analysis& analysis, const Colours& colours) {
+  const std::string place = instant_of(dip.begin, analysis) + " to " + instant_of(dip.end, analysis);
+  if (dip.outcome != "analysed") return place + ", not analysed further: " + dip.outcome;
+  return place + ", " + analysis::duration_text(dip.duration_s) + ", " + segments_words(dip, analysis, colours);
+}
 
 class LibraryText {
  public:
@@ -47,10 +76,7 @@ class LibraryText {
  private:
   void add(const std::string& words, std::size_t indent = 2) { text_ += wrapped(words, width, indent); }
 
-  [[nodiscard]] std::string instant(std::size_t sample) const {
-    const auto& voltages = analysis_.voltages;
-    return instant_text(voltages.record_seconds(static_cast<double>(sample) / voltages.part.rate));
-  }
+  [[nodiscard]] std::string instant(std::size_t sample) const { return instant_of(sample, analysis_); }
   [[nodiscard]] double percent(double volts) const { return 100 * volts / results_.nominal_v; }
 
   void add_preface() {
@@ -113,6 +139,21 @@ class LibraryText {
 
 std::string library_text(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
   return LibraryText(record, analysis, colours).text();
+}
+
+std::string library_lines(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
+  const auto& results = *analysis.library;
+  const std::string file = readers::inert(record.file) + ": ";
+  if (!results.refusal.empty()) return file + "the library does not take this record: " + results.refusal + '\n';
+  std::string text;
+  const auto add = [&](std::size_t number, const std::string& words) {
+    text += file + colours.heading(fmt::format("library, dip {}", number)) + "   " + words + '\n';
+  };
+  for (std::size_t i = 0; i < results.dips.size(); i++) add(i + 1, line_of(results.dips[i], analysis, colours));
+  if (results.unfinished_dip) {
+    add(results.dips.size() + 1, instant_of(*results.unfinished_dip, analysis) + ", goes on at the record's end");
+  }
+  return text;
 }
 
 }  // namespace outputs

@@ -2,8 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <cmath>
 #include <iterator>
+#include <optional>
 
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
@@ -165,27 +166,37 @@ std::string changes_text(const readers::Record& record, const Analysis& analysis
 
 // --- one line per event ----------------------------------------------------------------------------------------------
 
+/// The lowest voltage over its own level before, of those that were measured and had such a level.
+std::optional<double> lowest_share(const Analysis& analysis, const measure::Course& course,
+                                   const measure::Segment& segment) {
+  std::optional<double> lowest;
+  if (!segment.measured) return lowest;
+  for (std::size_t phase = 0; phase < analysis.voltages.phases; phase++) {
+    const auto& figures = segment.phases[phase];
+    if (!figures.measured || !(std::abs(course.before[phase]) > 0)) continue;
+    if (!lowest || figures.share_of_before < *lowest) lowest = figures.share_of_before;
+  }
+  return lowest;
+}
+
 /// "gradual C (BC) 50.0 %": the lowest voltage in per cent of its own level before.
-std::string segment_words(const readers::Record& record, const Analysis& analysis, const measure::Segment& segment) {
-  if (!segment.measured) return "not measured";
-  const auto& phases = segment.phases;
-  const auto end = phases.begin() + static_cast<std::ptrdiff_t>(analysis.voltages.phases);
-  const auto lowest = std::min_element(phases.begin(), end, [](const auto& one, const auto& other) {
-    return one.share_of_before < other.share_of_before;
-  });
+std::string segment_words(const readers::Record& record, const Analysis& analysis, const measure::Course& course,
+                          const measure::Segment& segment) {
+  const auto lowest = lowest_share(analysis, course, segment);
+  if (!lowest) return "not measured";
   std::string words = segment.gradual ? "gradual " : "";
   if (segment.type) {
     words +=
         fmt::format("{} ({}) ", segment.type->letter, voltages_text(record, analysis.voltages, segment.type->phases));
   }
-  return words + fmt::format("{:.1f} %", 100 * lowest->share_of_before);
+  return words + fmt::format("{:.1f} %", 100 * *lowest);
 }
 
 /// The segments of a dip, with what their per cents are of.
 std::string course_words(const readers::Record& record, const Analysis& analysis, const measure::Course& course) {
   std::string words;
   for (const auto& segment : course.segments) {
-    words += (words.empty() ? "" : ", then ") + segment_words(record, analysis, segment);
+    words += (words.empty() ? "" : ", then ") + segment_words(record, analysis, course, segment);
   }
   return words.empty() ? "no segments" : "segments of the level before: " + words;
 }
@@ -231,6 +242,7 @@ std::string text_of(const readers::Record& record, const Analysis& analysis, con
 }
 
 std::string lines_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
+  if (analysis.library) return library_lines(record, analysis, colours);
   std::string text;
   for (std::size_t i = 0; i < analysis.found.events.size(); i++) text += line_of(record, analysis, i, colours);
   return text;

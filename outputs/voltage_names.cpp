@@ -5,14 +5,17 @@ namespace outputs {
 namespace {
 
 /// Of two recorded voltages between phases the third was computed, and has no channel of its own.
-bool is_computed(const analysis::AnalysedVoltages& voltages, std::size_t phase) {
-  return voltages.computed || (phase > 0 && voltages.channels[phase] == voltages.channels[phase - 1]);
+bool closes_triangle(const analysis::AnalysedVoltages& voltages, std::size_t phase) {
+  return phase > 0 && voltages.channels[phase] == voltages.channels[phase - 1];
 }
 
 }  // namespace
 
 std::string voltage_name(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase) {
-  return is_computed(voltages, phase) ? voltages.letter(phase) : record.channels[voltages.channels[phase]].name;
+  if (voltages.computed) return voltages.letter(phase);
+  // Beside the names of channels, letters alone would look like one more channel.
+  if (closes_triangle(voltages, phase)) return voltages.letter(phase) + ", computed";
+  return record.channels[voltages.channels[phase]].name;
 }
 
 std::string voltages_text(const readers::Record& record, const analysis::AnalysedVoltages& voltages,

@@ -9,7 +9,8 @@
 
 namespace outputs {
 
-/// The channel's name; the letters of its phases ("AB") for a voltage that was computed from others.
+/// The channel's name. A voltage that was computed from others goes by the letters of its phases: "AB" where all were
+/// computed, "CA, computed" where the others are channels.
 std::string voltage_name(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase);
 
 /// The flagged voltages: by their phases' letters ("AC", "AB,CA") where all three are analysed, by their channels'

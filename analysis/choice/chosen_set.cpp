@@ -36,39 +36,55 @@ readers::VoltageSet named_set(const readers::Record& record, const VoltageChoice
   }
 }
 
-/// Voltages between phases that are not recorded are computed from phase voltages.
-bool computes_line_voltages(const readers::Record& record, const VoltageChoice& choice) {
-  return choice.line_to_line && readers::find_line_to_line_sets(record).empty();
+/// The sets of the wanted kind. Where no voltages between phases are recorded, these are the sets of phase voltages
+/// that they can be computed from; where no three voltages belong together, it is the only one or two that there are.
+std::vector<readers::VoltageSet> sets_of_kind(const readers::Record& record, const VoltageChoice& choice) {
+  auto lines = readers::find_line_to_line_sets(record);
+  if (choice.line_to_line && !lines.empty()) return lines;
+  auto phases = readers::find_voltage_sets(record);
+  if (!phases.empty() || !lines.empty()) return phases;
+  const auto few = readers::find_few_voltages(record);
+  if (few && (few->between_phases || !choice.line_to_line)) phases.push_back(*few);
+  return phases;
 }
 
-std::vector<readers::VoltageSet> sets_of_kind(const readers::Record& record, const VoltageChoice& choice) {
-  const bool recorded_lines = choice.line_to_line && !computes_line_voltages(record, choice);
-  return recorded_lines ? readers::find_line_to_line_sets(record) : readers::find_voltage_sets(record);
+/// "three phase voltages": the voltages of a set, with their number.
+std::string words_for(const readers::VoltageSet& set) {
+  if (set.count == 1) return "only voltage";
+  if (set.count == 2) return "only two voltages";
+  return set.between_phases ? "three line-to-line voltages" : "three phase voltages";
 }
 
 /// One of those that the record holds.
 ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice) {
   const auto sets = sets_of_kind(record, choice);
-  const bool compute = computes_line_voltages(record, choice);
-  const char* kind = choice.line_to_line && !compute ? "line-to-line voltages" : "phase voltages";
   if (sets.empty()) {
     const bool others = !choice.line_to_line && !readers::find_line_to_line_sets(record).empty();
     throw readers::ReadError(
-        record.file, "", fmt::format("no three {} found among its channels", kind),
+        record.file, "", "no three phase voltages found among its channels",
         others ? "it has line-to-line voltages: --line-to-line analyses them as such" : "name them with --channels");
   }
   if (choice.set > sets.size()) {
-    throw UnknownChoice(fmt::format("{}: there is no set {} of three {}, only {}; dipx info lists what there is",
-                                    record.file, choice.set, kind, sets.size()));
+    throw UnknownChoice(
+        sets[0].count < 3 ? fmt::format("{}: there is no set {} of voltages; leave out --set", record.file, choice.set)
+                          : fmt::format("{}: there is no set {} of {}, only {}; dipx info lists what there is",
+                                        record.file, choice.set, words_for(sets[0]), sets.size()));
   }
   const std::size_t number = std::max<std::size_t>(choice.set, 1);
   const auto& set = sets[number - 1];
   if (!set.live) {
-    throw readers::ReadError(record.file, "",
-                             fmt::format("its three {} are dead: {}", kind, cause_of_death(record, set)),
-                             "choose others with --set or --channels; dipx info lists what there is");
+    throw readers::ReadError(
+        record.file, "",
+        fmt::format("its {} {} dead: {}", words_for(set), set.count == 1 ? "is" : "are", cause_of_death(record, set)),
+        "choose others with --set or --channels; dipx info lists what there is");
   }
-  return {set, number, sets.size(), compute};
+  return {set, number, sets.size(), choice.line_to_line && !set.between_phases};
+}
+
+void note_few(const readers::Record& record, const readers::VoltageSet& set, Notes& notes) {
+  const auto name = [&](std::size_t phase) { return record.channels[set.channels[phase]].name; };
+  notes.push_back(set.count == 1 ? fmt::format("{} is the only voltage of the record and is analysed alone.", name(0))
+                                 : fmt::format("{} and {} are the only voltages of the record.", name(0), name(1)));
 }
 
 void note_how_found(const readers::Record& record, const readers::VoltageSet& set, Notes& notes) {
@@ -140,6 +156,7 @@ Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& 
   Noted<ChosenSet> chosen;
   if (choice.channels.empty()) {
     chosen.value = found_set(record, choice);
+    if (chosen.value.set.count < 3) note_few(record, chosen.value.set, chosen.notes);
   } else {
     chosen.value.set = named_set(record, choice);
     chosen.value.compute = choice.line_to_line && chosen.value.set.count == 3 && !chosen.value.set.between_phases;

@@ -44,7 +44,7 @@ Noted<double> line_frequency_of(const readers::Record& record, std::size_t chann
     if (!other) return {record.line_frequency, {}};
     return {shown,
             {fmt::format("The file states a line frequency of {:g} Hz, but the waveform's is {:g} Hz, which is used "
-                         "(--frequency tells otherwise).",
+                         "(override with --frequency).",
                          record.line_frequency, shown)}};
   }
   if (shown_frequency(record, channel, 4) == 60) {
@@ -52,7 +52,7 @@ Noted<double> line_frequency_of(const readers::Record& record, std::size_t chann
             {"The file does not state the line frequency; by the waveform it is 60 Hz (--frequency tells "
              "otherwise)."}};
   }
-  return {50, {"The file does not state the line frequency; 50 Hz is assumed (--frequency tells otherwise)."}};
+  return {50, {"The file does not state the line frequency; 50 Hz is assumed (override with --frequency)."}};
 }
 
 }  // namespace analysis

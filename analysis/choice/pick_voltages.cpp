@@ -96,7 +96,7 @@ PickedVoltages pick_voltages(const readers::Record& record, const VoltageChoice&
   if (set.between_phases && set.count == 2) {
     close_triangle(picked.measured);
     voltages.phases = 3;
-    picked.notes.push_back("The third voltage between phases was computed from the two that were chosen.");
+    picked.notes.push_back("The third voltage between phases was computed from the other two.");
   }
   return picked;
 }

@@ -1,6 +1,7 @@
 // Finds the three phase voltages among a record's channels, by phase letter and unit.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "readers/record.h"
@@ -20,5 +21,11 @@ std::vector<VoltageSet> find_voltage_sets(const Record& record, const NamedChann
 /// Returns all complete sets of line-to-line voltages (Uab, Ubc, Uca; V12, V23, V31; ...), in the same order.
 std::vector<VoltageSet> find_line_to_line_sets(const Record& record);
 std::vector<VoltageSet> find_line_to_line_sets(const Record& record, const NamedChannels& channels);
+
+/// Returns the only one or two voltages of a record, in file order; nothing if it has none or more than two. A voltage
+/// has a unit of voltage, or no unit and a name that is one of voltages; neutral voltages, computed quantities and what
+/// is named as a current are none. They count as line-to-line voltages where the names say so of one, or of the first
+/// two of three (AB and BC, in this order), so that the third can be computed.
+std::optional<VoltageSet> find_few_voltages(const Record& record);
 
 }  // namespace readers

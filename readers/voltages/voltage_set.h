@@ -16,7 +16,8 @@ enum class PhaseSource {
 
 /// Three voltages that belong together, as indices into Record::channels in the order A, B, C or AB, BC, CA.
 struct VoltageSet {
-  std::size_t count = 3;  ///< one or two where the user named so few; the last channel fills the rest
+  std::size_t count =
+      3;  ///< one or two where the user named so few or the record has no more; the last channel fills the rest
   std::array<std::size_t, 3> channels{};
   /// All three channels carry a voltage worth analysing: none is constant throughout, and the largest RMS (over the
   /// whole record, in volts) is at least 1 % of the largest among all sets of the record. If some sets show the line

@@ -393,7 +393,71 @@ TEST(Sets, OfTwoVoltagesBetweenPhasesAreClosedByTheThird) {
   const auto dip = dips_of(analysis)[0];
   EXPECT_NEAR(dip.lowest_v[1] / dip.reference_v, 0.5, 0.001);
   EXPECT_NEAR(dip.lowest_v[2] / dip.reference_v, std::sqrt(3) / 2, 0.001);
-  EXPECT_EQ(analysis.notes.back(), "The third voltage between phases was computed from the two that were chosen.");
+  EXPECT_EQ(analysis.notes.back(), "The third voltage between phases was computed from the other two.");
+}
+
+/// The record without its last channels.
+readers::Record first_of(readers::Record record, std::size_t channels) {
+  record.channels.resize(channels);
+  return record;
+}
+
+TEST(Sets, OfTheOnlyOneOrTwoVoltagesAreFoundAndSaid) {
+  auto record = first_of(plain_record(), 2);
+  auto analysis = analysis::analyse(record, {});
+  EXPECT_EQ(analysis.voltages.phases, 2U);
+  expect_the_dip(analysis);
+  EXPECT_EQ(analysis.notes, Strings{"Ua and Ub are the only voltages of the record."});
+  std::swap(record.channels[0], record.channels[1]);
+  record.channels[1].name = "Ia";
+  record.channels[1].unit = std::string("A");
+  analysis = analysis::analyse(record, {});
+  EXPECT_EQ(analysis.voltages.phases, 1U);
+  EXPECT_EQ(analysis.voltages.channels[0], 0U);
+  ASSERT_EQ(dips_of(analysis).size(), 1U);
+  EXPECT_NEAR(dips_of(analysis)[0].extreme_v / dips_of(analysis)[0].reference_v, 0.5, 0.001);
+  EXPECT_EQ(analysis.notes, Strings{"Ub is the only voltage of the record and is analysed alone."});
+}
+
+TEST(Sets, OfMoreVoltagesThatDoNotBelongTogetherAreNotGuessed) {
+  auto record = plain_record();
+  record.channels[2].name = "U busbar";
+  record.channels[2].phase.clear();
+  EXPECT_THROW(analysis::analyse(record, {}), readers::ReadError);
+  for (auto& channel : record.channels) channel.unit = std::string("A");
+  for (auto& channel : record.channels) channel.name = "I" + channel.name;
+  EXPECT_THROW(analysis::analyse(first_of(record, 2), {}), readers::ReadError) << "these are currents";
+}
+
+TEST(Sets, OfTheOnlyTwoVoltagesBetweenPhasesAreClosedByTheThird) {
+  const auto analysis = analysis::analyse(first_of(line_to_line_record({"Uab", "Ucb", ""}), 2), {});
+  EXPECT_TRUE(analysis.voltages.between_phases);
+  EXPECT_EQ(analysis.voltages.phases, 3U);
+  // AB is 400 V at 0 degrees. CB is 400 V at -120 degrees, so that BC, its opposite, is at 60 degrees and CA, which
+  // closes the triangle, has |1 + exp(60 degrees)| = sqrt(3) of it.
+  EXPECT_NEAR(analysis.usual_v[2], 400 * std::sqrt(3), 0.1);
+}
+
+TEST(Sets, OfTheOnlyTwoPhaseVoltagesGiveNoVoltagesBetweenPhases) {
+  AnalysisOptions options;
+  options.choice.line_to_line = true;
+  EXPECT_THROW(analysis::analyse(first_of(plain_record(), 2), options), readers::ReadError);
+  const auto analysis = analysis::analyse(first_of(line_to_line_record({"Ubc", "", ""}), 1), options);
+  EXPECT_TRUE(analysis.voltages.between_phases);
+  EXPECT_EQ(analysis.voltages.phases, 1U);
+}
+
+TEST(Sets, OfTheOnlyVoltageThatIsDeadAreRefused) {
+  auto record = first_of(plain_record(), 1);
+  for (double& value : record.channels[0].samples) value = 0;
+  try {
+    analysis::analyse(record, {});
+    ADD_FAILURE() << "a dead voltage was analysed";
+  } catch (const readers::ReadError& error) {
+    EXPECT_STREQ(error.what(),
+                 "made in memory: its only voltage is dead: channel Ua is 0 throughout; choose others with --set or "
+                 "--channels; dipx info lists what there is");
+  }
 }
 
 TEST(Sets, OfLineToLineVoltagesAreAnalysedOnRequestAndSaid) {
@@ -485,7 +549,7 @@ TEST(LineFrequency, IsTheWaveformsWhereTheFileStatesAnother) {
   EXPECT_EQ(analysis.voltages.line_frequency, 50);
   expect_the_dip(analysis);
   EXPECT_EQ(analysis.notes, Strings{"The file states a line frequency of 60 Hz, but the waveform's is 50 Hz, which is "
-                                    "used (--frequency tells otherwise)."});
+                                    "used (override with --frequency)."});
 }
 
 TEST(LineFrequency, ThatTheUserGivesCounts) {
@@ -558,7 +622,7 @@ TEST(DeclaredVoltage, ThatIsFarFromTheLevelIsRefusedUnlessTheUserSaysWhatItIs) {
     // The nearest reading is the line voltage, of which a phase has 11547 V.
     EXPECT_STREQ(refusal.what(),
                  "made in memory: its highest voltage is 230.0 V, which is 1.992 % of the declared 11.55 kV; check "
-                 "--nominal, or fix what it means with :phase or :line behind the voltage");
+                 "--nominal, or append :phase or :line to say which voltage is meant");
   }
   options.nominal_kind = analysis::DeclaredKind::phase;
   const auto notes = analysis::analyse(record, options).notes;

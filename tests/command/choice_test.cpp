@@ -72,6 +72,14 @@ TEST_F(Choice, OfChannelsIsTheUsers) {
   }
 }
 
+TEST_F(Choice, OfNoChannelIsRefused) {
+  Record(230, 0.4).write_csv("record.csv");
+  for (const char* nothing : {"", "  "}) {
+    expect_refused({"--channels", nothing}, 1, "--channels: the value is empty\nRun with --help for more information.");
+  }
+  expect_refused({"--channels="}, 1, "--channels: 1 required A,B,C missing\nRun with --help for more information.");
+}
+
 TEST_F(Choice, OfOneOrTwoVoltagesLeavesOutWhatNeedsThree) {
   Record(230, 1).lower("AB", 0.4, 0.5, 115).write_csv("record.csv");
   for (const auto& [channels, count] : {std::pair("Ub", 1U), {"Ub,Ua", 2U}}) {
@@ -102,9 +110,12 @@ TEST_F(Choice, OfTheOnlyVoltageOfAFile) {
     out << static_cast<double>(i) / 6400 << ',' << record.channels[0].samples[i] << '\n';
   }
   out.close();
-  const auto found = analysed({"--channels", "1"}, "one.csv");
-  ASSERT_EQ(found["events"].size(), 1U);
-  expect_course(found["events"][0]["course"], 0.4, 0.5);
+  for (const Words& options : {Words{}, {"--channels", "1"}, {"--set", "all"}, {"--part", "all"}}) {
+    const auto found = analysed(options, "one.csv");
+    ASSERT_EQ(found["events"].size(), 1U);
+    expect_course(found["events"][0]["course"], 0.4, 0.5);
+  }
+  expect_refused({"--set", "2"}, 1, "dipx: one.csv: there is no set 2 of voltages; leave out --set", "one.csv");
 }
 
 TEST_F(Choice, OfADeadPhaseShowsIt) {
@@ -182,11 +193,21 @@ TEST_F(Choice, OfAllSetsTellsWhichCannotBeAnalysed) {
   const auto one = dipx({"analyse", "record.csv", "--set", "all", "--nominal", "230", "--json"});
   EXPECT_EQ(one.status, 0);
   EXPECT_EQ(documents(one.out).size(), 1U);
-  EXPECT_NE(one.err.find("dipx: set 2, "), std::string::npos) << one.err;
+  EXPECT_TRUE(one.err.starts_with("dipx: set 2: record.csv: ")) << one.err;
   EXPECT_EQ(std::count(one.err.begin(), one.err.end(), '\n'), 1) << one.err;
   const auto none = dipx({"analyse", "record.csv", "--set", "all", "--nominal", "50", "--json"});
   EXPECT_EQ(none.status, 3);
   EXPECT_EQ(none.out, "");
+}
+
+TEST_F(Choice, OfAllPartsTellsWhichCannotBeAnalysed) {
+  // What is before a gap of more than 25 cycles is too short for an analysis.
+  Record(230, 2).write_csv_without("record.csv", "ABC", 0.03, 0.7);
+  const auto parts = dipx({"analyse", "record.csv", "--part", "all", "--json"});
+  EXPECT_EQ(documents(parts.out).size(), 1U);
+  EXPECT_TRUE(parts.err.starts_with("dipx: part 1: record.csv: ")) << parts.err;
+  const auto both = dipx({"analyse", "record.csv", "--set", "all", "--part", "all", "--json"});
+  EXPECT_TRUE(both.err.starts_with("dipx: set 1, part 1: record.csv: ")) << both.err;
 }
 
 TEST_F(Choice, OfAllSetsOrPartsDrawsNothing) {
@@ -273,7 +294,7 @@ TEST_F(Choice, OfFiftyHertzIsNoted) {
   const auto found = analysed(Record(230, 0.4));
   ASSERT_EQ(found["notes"].size(), 1U);
   EXPECT_EQ(found["notes"][0],
-            "The file does not state the line frequency; 50 Hz is assumed (--frequency tells otherwise).");
+            "The file does not state the line frequency; 50 Hz is assumed (override with --frequency).");
 }
 
 TEST_F(Choice, OfStandardInputReadsCsv) {

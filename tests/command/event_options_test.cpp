@@ -66,7 +66,8 @@ TEST_P(BadNominal, IsRefusedWithAForm) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, BadNominal,
-                         testing::Values("x", "0", "-230", "230A", "230kVA", "230 k V", "nan", "inf", "2e7",
+                         testing::Values("x", "0", "-230", "230A", "230kVA", "230 k V", "nan", "inf", "2e7", "0x10",
+                                         "0x1p4V", "infinity", "230  k", " ", "1e", "--5", "1e400", "nan(1)V",
                                          "230:", "230:both", "230:phase:line", ":phase", "230,400", "kV"));
 
 // --- --nominal as it is meant ----------------------------------------------------------------------------------------
@@ -106,7 +107,13 @@ TEST_F(EventRules, RefuseAnImplausibleVoltageUnlessItsKindIsFixed) {
   Record(230, 1).write_csv("record.csv");
   expect_refused({"--nominal", "20kV"}, 3,
                  "dipx: record.csv: its highest voltage is 230.0 V, which is 1.992 % of the declared 11.55 kV; check "
-                 "--nominal, or fix what it means with :phase or :line behind the voltage");
+                 "--nominal, or append :phase or :line to say which voltage is meant");
+  expect_refused({"--nominal", "1"}, 3,
+                 "dipx: record.csv: its highest voltage is 230.0 V, which is 23000 % of the declared 1.000 V; check "
+                 "--nominal, or append :phase or :line to say which voltage is meant");
+  expect_refused({"--nominal", "10MV"}, 3,
+                 "dipx: record.csv: its highest voltage is 230.0 V, which is 0.003984 % of the declared 5.774 MV; "
+                 "check --nominal, or append :phase or :line to say which voltage is meant");
   const auto fixed = analysed({"--nominal", "20kV:line"});
   EXPECT_NE(fixed["notes"].dump().find("The record does not suit --nominal: its highest voltage is 230.0 V, which is "
                                        "1.992 % of the declared 11.55 kV."),
@@ -209,10 +216,10 @@ TEST_F(EventRules, AreListedInTheHelp) {
   const auto help = dipx({"analyse", "--help"});
   EXPECT_EQ(help.status, 0);
   for (const char* option :
-       {"\nEvents:\n", "--nominal V", "--reference", "{declared,sliding,pre-event}", "--dip-threshold PERCENT",
+       {"\nEvents:\n", "--nominal V", "--reference declared|sliding|pre-event", "--dip-threshold PERCENT",
         "A dip begins below it (90)", "--swell-threshold PERCENT", "A swell begins above it (110)",
         "--interruption-threshold PERCENT", "(5)", "--hysteresis PERCENT", "(2)", "--rvc-threshold PERCENT", "(3)",
-        "--options FILE", "--fail-on", "--library", "--event N", "{dip,swell,event}"}) {
+        "--options FILE", "--fail-on dip|swell|event", "--library", "--event N"}) {
     EXPECT_NE(help.out.find(option), std::string::npos) << option;
   }
 }

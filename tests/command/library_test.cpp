@@ -7,6 +7,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "dipx_dll.h"
 #include "readers/open_record.h"
@@ -19,6 +20,7 @@ using nlohmann::json;
 using tests::bytes_of;
 using tests::dipx;
 using Record = tests::MadeRecord;
+using Words = std::vector<std::string>;
 
 constexpr const char* example = DIPX_EXAMPLES "/rte_00.cfg";
 
@@ -78,6 +80,46 @@ TEST_F(Library, SaysWhichRecordsItDoesNotTake) {
   Record(230, 1).lower("A", 0.4, 0.5, 115).write_csv("record.csv");
   EXPECT_EQ(analysed({"--library", "--channels", "1"})["library"],
             (json{{"refusal", "it takes three voltages, and fewer were chosen"}}));
+}
+
+TEST_F(Library, PrintsALineForEachOfItsDips) {
+  Record(230, 2).lower("A", 0.5, 0.6, 115).lower("B", 1.2, 1.3, 50).write_csv("record.csv");
+  const auto lines = dipx({"analyse", "record.csv", "--library", "-q"});
+  EXPECT_EQ(lines.status, 0);
+  EXPECT_EQ(std::count(lines.out.begin(), lines.out.end(), '\n'), 2) << lines.out;
+  EXPECT_TRUE(lines.out.starts_with("record.csv: library, dip 1   0.5")) << lines.out;
+  EXPECT_NE(lines.out.find("\nrecord.csv: library, dip 2   1.2"), std::string::npos) << lines.out;
+}
+
+TEST_F(Library, HasNoTable) {
+  Record(230, 1).write_csv("record.csv");
+  expect_refused({"--library", "--csv"}, 1,
+                 "dipx: --csv has no columns for the library's results; use --json or -q, or leave out --library");
+}
+
+TEST_F(Library, FailsOnItsOwnDips) {
+  // The library takes the first two cycles for the nominal voltage; of their 208 V, 193 V are 93 % and no dip, but of
+  // the declared 230 V they are 84 %.
+  Record(230, 1).lower("ABC", 0, 0.1, 208).lower("A", 0.6, 0.7, 193).write_csv("shallow.csv");
+  const Words rules = {"--nominal", "230", "--fail-on", "dip", "-q"};
+  const auto status = [&](const std::string& file, bool library) {
+    Words words = {"analyse", file};
+    words.insert(words.end(), rules.begin(), rules.end());
+    if (library) words.emplace_back("--library");
+    return dipx(words).status;
+  };
+  EXPECT_EQ(status("shallow.csv", false), 10);
+  EXPECT_EQ(status("shallow.csv", true), 0);
+  Record(230, 1).lower("A", 0.4, 0.5, 115).write_csv("record.csv");
+  EXPECT_EQ(status("record.csv", true), 10);
+  Record(230, 1).lower("A", 0.4, 1, 115).write_csv("unfinished.csv");
+  EXPECT_EQ(status("unfinished.csv", true), 10);
+  for (const std::string kind : {"swell", "event"}) {
+    expect_refused({"--library", "--fail-on", kind}, 1,
+                   "dipx: --fail-on " + kind +
+                       " does not go with --library, which finds dips alone; use --fail-on dip, or leave out "
+                       "--library");
+  }
 }
 
 TEST_F(Library, MakesNoReportOfARecordThatItDoesNotTake) {

@@ -66,8 +66,8 @@ TEST_F(OptionsFile, GivesWayToTheCommandLine) {
 TEST_F(OptionsFile, NamesFileAndLineOfWhatIsWrong) {
   EXPECT_EQ(complaint("json\nbogus 3\n"),
             "rules.txt: line 2: there is no option 'bogus'; dipx analyse --help lists them");
-  EXPECT_EQ(complaint("# rules\n\ndip-threshold\n"), "rules.txt: line 3: dip-threshold needs a value behind it");
-  EXPECT_EQ(complaint("dip-threshold =\n"), "rules.txt: line 1: dip-threshold needs a value behind it");
+  EXPECT_EQ(complaint("# rules\n\ndip-threshold\n"), "rules.txt: line 3: dip-threshold needs a value");
+  EXPECT_EQ(complaint("dip-threshold =\n"), "rules.txt: line 1: dip-threshold needs a value");
   EXPECT_EQ(complaint("json yes\n"), "rules.txt: line 1: json takes no value; remove it");
   EXPECT_EQ(complaint("options other.txt\n"),
             "rules.txt: line 1: there is no option 'options'; dipx analyse --help lists them");
@@ -86,6 +86,25 @@ TEST_F(OptionsFile, RulesAnAnalysis) {
   EXPECT_EQ(overruled["parameters"]["dip_threshold_percent"], 90);
   EXPECT_EQ(overruled["parameters"]["rvc_threshold_percent"], 0);
   EXPECT_EQ(overruled["events"].size(), 1U);
+}
+
+TEST_F(OptionsFile, IsForAnalysesOnly) {
+  const std::string rules = "dip-threshold 85\n";
+  EXPECT_EQ(read(rules, {"dipx", "analyze", "--options", "rules.txt", "r"}),
+            (Words{"dipx", "analyze", "--dip-threshold=85", "r"}));
+  for (const Words& others : {Words{"dipx", "synth", "--options", "rules.txt"},
+                              {"dipx", "info", "analyse", "--options=rules.txt"},
+                              {"dipx", "--options", "rules.txt"}}) {
+    EXPECT_EQ(read(rules, others), others);
+  }
+  Record(230, 0.4).write_csv("record.csv");
+  for (const Words& others :
+       {Words{"info", "record.csv", "--options", "rules.txt"}, {"synth", "--options=rules.txt"}}) {
+    const auto result = dipx(others);
+    EXPECT_EQ(result.status, 1) << others[0];
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err.find("--options"), std::string::npos) << result.err;
+  }
 }
 
 TEST_F(OptionsFile, IsJudgedAsTheCommandLineIs) {

@@ -203,6 +203,18 @@ TEST(Csv, LeavesEmptyWhatIsNotKnown) {
   expect_fields(rows[1], {{"segment", "2"}, {"segment_start_s", "10.401"}, {"voltage_a_v", ""}, {"type", ""}});
 }
 
+TEST(Csv, LeavesFieldsOfAPhaseEmptyThatWasNotMeasured) {
+  auto analysis = one_dip_found();
+  analysis.found.events[0].course->segments[0].phases[1].measured = false;
+  const auto rows = rows_of(csv_of(a_record(), analysis));
+  for (const char* column : {"voltage_b_v", "voltage_b_v_plus_minus", "voltage_b_percent_of_before", "phase_jump_b_deg",
+                             "phase_jump_b_deg_plus_minus"}) {
+    EXPECT_EQ(rows.at(0).at(column), "") << column;
+    EXPECT_NE(rows.at(1).at(column), "") << column;
+  }
+  expect_fields(rows[0], {{"voltage_a_v", "115"}, {"voltage_c_v", "230"}, {"phase_jump_c_deg", "0"}});
+}
+
 TEST(Csv, HasFieldsOfTheAnalysedVoltagesOnly) {
   auto analysis = one_dip_found();
   analysis.voltages.phases = 1;

@@ -97,6 +97,14 @@ def missing(volts):
     return [""] * len(volts)
 
 
+def missing_b(volts):
+    return [volts[0], "", volts[2]]
+
+
+def without_c(volts):
+    return [volts[0], volts[1], "0"]
+
+
 def documents_of(dipx):
     """Documents of all kinds, each with the value that shows that it is of its kind."""
     plain = synth(dipx)
@@ -131,6 +139,10 @@ def documents_of(dipx):
     three_steps = synth(dipx, "--duration", "0.2,0.2,0.2", "--depth", "40,70,55")
     gap = of(changed(three_steps, 0.505, 0.695, missing))
     yield "segment of missing samples", gap, lambda d: not all(s["measured"] for s in course(d)["segments"])
+    phase_gap = of(changed(synth(dipx, "--duration", "0.3"), 0.295, 0.605, missing_b))
+    yield "phase of missing samples", phase_gap, lambda d: course(d)["segments"][0]["voltage"][1] is None
+    dead = of(changed(plain, -1, 9, without_c), "--channels", "1,2,3")
+    yield "dead phase", dead, lambda d: course(d)["level_before"]["voltage"][2]["degrees"] is None
     sixty = synth(dipx, "--frequency", "60", "--phases", "B-C", "--depth", "40", "--format", "cff")
     yield "sixty hertz", of(sixty), lambda d: course(d)["segments"][0]["type"]["letter"] == "C"
     yield "one voltage", of(plain, "--channels", "2"), lambda d: d["voltages"][1:] == [None, None]

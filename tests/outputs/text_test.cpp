@@ -270,6 +270,22 @@ TEST(Text, ShowsNoFiguresOfASegmentThatIsNotMeasured) {
   expect_no(text, "phase jump");
 }
 
+TEST(Text, SaysWhichPhaseOfASegmentIsNotMeasured) {
+  auto analysis = one_dip_found();
+  auto& dip = *analysis.found.events[0].course;
+  dip.segments.resize(1);
+  dip.segments[0].phases[1] = {};
+  dip.segments[0].phases[1].measured = false;
+  const auto text = text_of(a_record(), analysis);
+  expect_part(text, "    voltage                    115.0 ± 0.3 V      not measured     230.0 ± 0.3 V\n");
+  expect_part(text, "      of level before                 50.0 %                 -           100.0 %\n");
+  expect_part(text, "    phase jump                 -20.0° ± 0.5°                 -       0.0° ± 0.5°\n");
+  expect_part(lines_of(a_record(), analysis), "segments of the level before: D (A) 50.0 %\n");
+  dip.segments[0].phases[1].measured = true;
+  dip.before[1] = 0;
+  expect_part(lines_of(a_record(), analysis), "segments of the level before: D (A) 50.0 %\n");
+}
+
 TEST(Text, ShowsRmsWithinASegmentWhereItIsKnown) {
   auto analysis = one_dip_found();
   expect_no(text_of(a_record(), analysis), "one-cycle RMS");
@@ -323,6 +339,15 @@ TEST(Text, NamesVoltagesBetweenPhasesByTheirLetters) {
   expect_part(text, "  voltages between phases AB, BC, CA\n");
   expect_part(text, "    type D (AB): dip of one voltage, AB (3)\n");
   expect_part(text, "    sequences: positive 200.0 V, negative 50.00 V\n");
+}
+
+TEST(Text, TellsAComputedVoltageFromTheRecordedOnesBesideIt) {
+  auto analysis = one_dip_found();
+  analysis.voltages.between_phases = true;
+  analysis.voltages.channels = {0, 1, 1};
+  const auto text = text_of(a_record(), analysis);
+  expect_part(text, "  voltages between phases Ua, Ub, CA, computed\n");
+  expect_part(text, "                                          Ua                Ub      CA, computed\n");
 }
 
 // --- lines -----------------------------------------------------------------------------------------------------------
@@ -392,6 +417,29 @@ TEST(LibraryText, SaysWhyARecordIsNotTaken) {
   analysis.library.emplace().refusal = "it takes three voltages, and fewer were chosen";
   expect_part(text_of(a_record(), analysis),
               "  The embedded library does not take this record: it takes three voltages, and\n  fewer were chosen.\n");
+}
+
+TEST(LibraryText, IsALineForEachDipWhereLinesAreWanted) {
+  auto analysis = one_dip_found();
+  analysis.library = library_results();
+  const std::string first =
+      "record.cfg: library, dip 1   10.3000 s to 10.5000 s, 200.0 ms, lowest 115.0 V, 50.0 % of nominal; single-phase "
+      "dip, A\n";
+  EXPECT_EQ(lines_of(a_record(), analysis), first);
+  analysis.library->unfinished_dip = 2560;
+  EXPECT_EQ(lines_of(a_record(), analysis),
+            first + "record.cfg: library, dip 2   10.8000 s, goes on at the record's end\n");
+  analysis.library->dips[0].segments.push_back({1590, 1600, {69, 138, 138}, {0, 0, 0}, 7, 9, 25});
+  expect_part(lines_of(a_record(), analysis),
+              "lowest 69.00 V, 30.0 % of nominal; single-phase dip, A, then three-phase");
+  analysis.library->dips[0].outcome = "too long";
+  expect_part(lines_of(a_record(), analysis), "dip 1   10.3000 s to 10.5000 s, not analysed further: too long\n");
+  analysis.library = {};
+  analysis.library.emplace();
+  EXPECT_EQ(lines_of(a_record(), analysis), "");
+  analysis.library->refusal = "it takes three voltages, and fewer were chosen";
+  EXPECT_EQ(lines_of(a_record(), analysis),
+            "record.cfg: the library does not take this record: it takes three voltages, and fewer were chosen\n");
 }
 
 // --- width -----------------------------------------------------------------------------------------------------------

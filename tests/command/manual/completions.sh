@@ -37,6 +37,8 @@ offers '' dipx analyse --channels fau
 offers '' dipx synth fau
 offers 'cff cfg csv' dipx synth --format c
 offers 'cff cfg' dipx synth --format=cf
+offers 'declared pre-event sliding' dipx analyse --reference ''
+offers 'swell' dipx analyse --fail-on=s
 offers 'fault.cfg' dipx analyse --options fau
 offers '--dip-threshold' dipx analyse --dip
 offers '' dipx unknown --re
