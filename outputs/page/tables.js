@@ -141,7 +141,11 @@ function eventValues(event) {
   const table = new EventTable();
   table.whole("kind", `${at}.kind`, event.kind);
   table.whole("start", `${at}.start.time_s`, event.start.time_s, time);
+  table.whole("start by the clock", `${at}.start.clock`, event.start.clock);
+  table.whole("start after the trigger", `${at}.start.from_trigger_s`, event.start.from_trigger_s, time);
   table.whole("end", `${at}.end.time_s`, event.end.time_s, time);
+  table.whole("end by the clock", `${at}.end.clock`, event.end.clock);
+  table.whole("end after the trigger", `${at}.end.from_trigger_s`, event.end.from_trigger_s, time);
   table.whole("duration", `${at}.duration_s`, event.duration_s, duration);
   table.whole("duration in cycles", `${at}.duration_cycles`, event.duration_cycles, (value) => fixed(value, 2));
   table.whole("recorded of it", `${at}.recorded_duration_s`, event.recorded_duration_s, duration);
@@ -194,6 +198,11 @@ function courseValues(table, at, course) {
   table.whole("frequency after", `${at}.frequency_after_hz`, course.frequency_after_hz, hertz);
   table.each("steepest change", `${at}.steepest_change`, course.steepest_change,
     (path, entry) => [piece(`${path}.v_per_s`, `${volts(entry.v_per_s)}/s`)]);
+  if (course.lowest_of_six !== null) {
+    table.whole("lowest of the six voltages of IEEE 1564", `${at}.lowest_of_six.voltage`, course.lowest_of_six.voltage);
+    table.whole("its share of the level before", `${at}.lowest_of_six.percent_of_before`,
+      course.lowest_of_six.percent_of_before, percent);
+  }
   table.whole("share of the waveform that the segments explain", `${at}.explained_percent`, course.explained_percent, percent);
   course.transitions.forEach((transition, i) => {
     const path = `${at}.transitions.${i}`;
