@@ -346,7 +346,7 @@ PerPhase PhasorFit::standard_error(double seconds) const {
   // The phasor is a sum of coefficients; its variance is a form of their covariance.
   const double since = form_.linear ? (seconds - start_) / cycle_ : 0;
   double variance = 0;
-  for (const std::size_t part : {0, 1}) {
+  for (const std::size_t part : {std::size_t{0}, std::size_t{1}}) {
     Column weights{};
     weights[part] = 1;
     if (form_.linear) weights[part + 2] = since;
