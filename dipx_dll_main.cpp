@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "dipx_dll.h"
+#include "platform/default_environment.h"
 #include "sagx/dq_dipx.h"
 #include "sagx/gbk_text.h"
 #include "sagx/mms_time.h"
@@ -131,50 +132,55 @@ void sagx_precalc_if_needed() {}
 }  // namespace
 
 void dipx_fun(void* data) {
-  if (data == nullptr) return;
-  auto* record = static_cast<dipx_data_struct*>(data);
-  dipx_fun_use_time = mms_get_ms_time();
-  // The number printed is the bit pattern of the first sample, not a run counter; this quirk of the trace is kept.
-  int first_word = 0;
-  std::memcpy(&first_word, record, sizeof first_word);
-  std::printf("dipx fun run(%d)...\r\n", first_word);
+  platform::in_default_environment([&] {
+    if (data == nullptr) return;
+    auto* record = static_cast<dipx_data_struct*>(data);
+    dipx_fun_use_time = mms_get_ms_time();
+    // The number printed is the bit pattern of the first sample, not a run counter; this quirk of the trace is kept.
+    int first_word = 0;
+    std::memcpy(&first_word, record, sizeof first_word);
+    std::printf("dipx fun run(%d)...\r\n", first_word);
 
-  sample_input_number = record->smp_len;
-  sample_input_smprate = record->smp_rate;
-  psample_input_va = record->smp_va;
-  psample_input_vb = record->smp_vb;
-  psample_input_vc = record->smp_vc;
-  record->evt_num = 0;
-  std::printf("sample_input_smprate=%d\r\n", sample_input_smprate);
-  dipx_new_pro(record);
+    sample_input_number = record->smp_len;
+    sample_input_smprate = record->smp_rate;
+    psample_input_va = record->smp_va;
+    psample_input_vb = record->smp_vb;
+    psample_input_vc = record->smp_vc;
+    record->evt_num = 0;
+    std::printf("sample_input_smprate=%d\r\n", sample_input_smprate);
+    dipx_new_pro(record);
 
-  // Every pair of boundaries counts, including those of dips that were skipped. After refused input this is the
-  // previous run's count; if the record could not be allocated, the count is 0.
-  const int events = dq_rms_buf == nullptr ? 0 : dq_rms_buf->evt_num / 2;
-  record->evt_num = events;
-  for (int i = 0; i < std::min(events, +DIPX_EVENT_CAPACITY); i++) copy_dip(new_dipx_buf[i], record->evt_buf[i]);
+    // Every pair of boundaries counts, including those of dips that were skipped. After refused input this is the
+    // previous run's count; if the record could not be allocated, the count is 0.
+    const int events = dq_rms_buf == nullptr ? 0 : dq_rms_buf->evt_num / 2;
+    record->evt_num = events;
+    for (int i = 0; i < std::min(events, +DIPX_EVENT_CAPACITY); i++) copy_dip(new_dipx_buf[i], record->evt_buf[i]);
 
-  const auto elapsed = static_cast<unsigned>(mms_get_ms_time()) - static_cast<unsigned>(dipx_fun_use_time);
-  dipx_fun_use_time = static_cast<int>(elapsed);
-  print_to_txt(record);
+    const auto elapsed = static_cast<unsigned>(mms_get_ms_time()) - static_cast<unsigned>(dipx_fun_use_time);
+    dipx_fun_use_time = static_cast<int>(elapsed);
+    print_to_txt(record);
+  });
 }
 
 void print_to_txt(dipx_data_struct* dipx) {
-  if (dipx == nullptr) return;
-  const auto close = [](std::FILE* file) { std::fclose(file); };
-  const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen("dipx_result.txt", "w"));
-  if (!file) return;
-  std::FILE* report = file.get();
+  platform::in_default_environment([&] {
+    if (dipx == nullptr) return;
+    const auto close = [](std::FILE* file) { std::fclose(file); };
+    const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen("dipx_result.txt", "wb"));
+    if (!file) return;
+    std::FILE* report = file.get();
 
-  std::fprintf(report, "%s = %d\r\n", gbk<"波形采样速率">, dipx->smp_rate);
-  std::fprintf(report, "%s = %d\r\n", gbk<"波形数据个数">, dipx->smp_len);
-  std::fprintf(report, "%s = %dms\r\n", gbk<"事件分析耗时">, dipx_fun_use_time);
-  std::fprintf(report, "%sua=%.4f ub=%.4f uc=%.4f\r\n", gbk<"事件前">,
-               static_cast<double>(first_cycle_rms(dipx->smp_va, dipx->smp_rate)),
-               static_cast<double>(first_cycle_rms(dipx->smp_vb, dipx->smp_rate)),
-               static_cast<double>(first_cycle_rms(dipx->smp_vc, dipx->smp_rate)));
-  std::fprintf(report, "%s = %d\r\n", gbk<"暂降事件个数">, dipx->evt_num);
-  for (int i = 0; i < std::min(dipx->evt_num, +DIPX_EVENT_CAPACITY); i++) print_event(report, i + 1, dipx->evt_buf[i]);
+    std::fprintf(report, "%s = %d\r\n", gbk<"波形采样速率">, dipx->smp_rate);
+    std::fprintf(report, "%s = %d\r\n", gbk<"波形数据个数">, dipx->smp_len);
+    std::fprintf(report, "%s = %dms\r\n", gbk<"事件分析耗时">, dipx_fun_use_time);
+    std::fprintf(report, "%sua=%.4f ub=%.4f uc=%.4f\r\n", gbk<"事件前">,
+                 static_cast<double>(first_cycle_rms(dipx->smp_va, dipx->smp_rate)),
+                 static_cast<double>(first_cycle_rms(dipx->smp_vb, dipx->smp_rate)),
+                 static_cast<double>(first_cycle_rms(dipx->smp_vc, dipx->smp_rate)));
+    std::fprintf(report, "%s = %d\r\n", gbk<"暂降事件个数">, dipx->evt_num);
+    const int events = std::min(dipx->evt_num, +DIPX_EVENT_CAPACITY);
+    for (int i = 0; i < events; i++) print_event(report, i + 1, dipx->evt_buf[i]);
+  });
 }
 
 int sagx::report_lines(const dipx_data_struct& record) {

@@ -3,28 +3,27 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
-#include "analysis/choice/chosen_part.h"
-#include "analysis/choice/chosen_set.h"
-#include "analysis/choice/line_frequency.h"
 #include "analysis/choice/pick_voltages.h"
 #include "analysis/declared_voltage.h"
+#include "analysis/displaced_neutral.h"
 #include "analysis/embedded/library_lines.h"
 #include "analysis/finding_notes.h"
+#include "analysis/load_voltages.h"
 #include "analysis/refusal.h"
 #include "analysis/worst_event.h"
 #include "measure/measure.h"
-#include "readers/voltages/parts.h"
 
 namespace analysis {
 
 namespace {
 
-/// Throws Refusal when the record holds too little to measure.
+/// Throws Refusal if the record holds too little to measure.
 measure::Screening screening_of(const readers::Record& record, const measure::Waveform& waveform) {
   try {
     return measure::Screening(waveform);
@@ -47,7 +46,8 @@ measure::Options options_for(const readers::Record& record, const AnalysisOption
   return options;
 }
 
-/// The samples as the library takes them: single precision, volts, and short gaps bridged.
+/// Returns the samples in the form that the embedded library needs: single precision, in volts, with short gaps
+/// interpolated.
 Waveform library_waveform(const Analysis& analysis) {
   Waveform waveform;
   const measure::Waveform& measured = analysis.measured.waveform;
@@ -63,6 +63,10 @@ void ask_library(const readers::Record& record, const AnalysisOptions& options, 
   const embedded::LibraryLines lines(options.trace);
   const double samples_per_cycle = analysis.voltages.samples_per_cycle();
   const bool three = analysis.voltages.phases == 3;
+  if (analysis.voltages.rms) {
+    throw Refusal(record.file, "the library needs the waveform, but the record holds RMS values",
+                  "leave out --library and --report");
+  }
   options.report_stage("running the library", -1);
   if (options.library) {
     if (three) {
@@ -81,100 +85,175 @@ void ask_library(const readers::Record& record, const AnalysisOptions& options, 
   }
 }
 
-/// A set of voltages whose events are known, and whose dips are still to be measured.
+/// Computes the single-event indices of the dips.
+std::vector<std::optional<assess::Indices>> indices_of(const std::vector<measure::Event>& events,
+                                                       const measure::Screening& screening) {
+  std::vector<std::optional<assess::Indices>> indices;
+  for (const measure::Event& event : events) {
+    const bool dip = event.kind == measure::EventKind::dip;
+    indices.push_back(dip ? assess::indices_of(event, screening.half_cycle_rms(event.extreme_phase)) : std::nullopt);
+  }
+  return indices;
+}
+
+void add_currents(RecordVoltages& voltages, Analysis& analysis) {
+  readers::VoltageSet set;
+  set.count = analysis.voltages.phases;
+  set.channels = analysis.voltages.channels;
+  set.rms = analysis.voltages.rms;
+  if (const auto bay = voltages.currents_of(set)) {
+    analysis.currents = measured_currents(voltages.record(), analysis.voltages, analysis.found, *bay);
+    analysis.origins =
+        origins_of(voltages.record(), analysis.voltages, analysis.measured.waveform, analysis.found, bay->set);
+  }
+}
+
+/// Computes what a load sees beyond the transformers. Throws Refusal if the voltages do not show it.
+void look_at_load(const readers::Record& record, const AnalysisOptions& options, Analysis& analysis) {
+  if (options.through.empty()) return;
+  const auto refuse = [&](const char* cause) { throw Refusal(record.file, cause, "leave out --through"); };
+  if (analysis.voltages.rms) refuse("voltages beyond a transformer need the waveform, but the record holds RMS values");
+  if (analysis.voltages.phases < 3) refuse("voltages beyond a transformer need three voltages, and fewer were chosen");
+  options.report_stage("computing the load's voltages", -1);
+  analysis.load = std::make_shared<const LoadVoltages>(load_voltages_of(analysis, options.through));
+}
+
+/// A set of voltages whose events are known and whose dips have not been measured yet.
 struct Scanned {
   Analysis analysis;
   measure::Screening screening;
 };
 
-Scanned scan(const readers::Record& record, const AnalysisOptions& options, std::size_t set) {
-  VoltageChoice choice = options.choice;
-  choice.set = set;
-  auto picked = pick_voltages(record, choice);
+Scanned scan(RecordVoltages& voltages, const AnalysisOptions& options, const SetAndPart& place) {
+  const readers::Record& record = voltages.record();
+  auto picked = pick_voltages(record, voltages.source(place.set), place.part);
   Analysis analysis;
   analysis.voltages = picked.voltages;
   analysis.measured = std::move(picked.measured);
   analysis.notes = std::move(picked.notes);
   measure::Screening screening = screening_of(record, analysis.measured.waveform);
   analysis.usual_v = screening.usual_rms_v();
+  analysis.lowest_rms_v = screening.lowest_rms_v();
+  analysis.highest_rms_v = screening.highest_rms_v();
   if (options.nominal > 0) analysis.declared = declared_voltage(record, analysis, screening, options);
   analysis.options = options_for(record, options, analysis);
   return {std::move(analysis), std::move(screening)};
 }
 
-/// The sets with events that are not analysed, for a note.
-std::string other_sets(const std::vector<std::pair<std::size_t, Worst>>& others) {
+/// A set and part that was scanned but is not analysed, because another one has a worse event.
+struct Other {
+  SetAndPart place;
+  Worst worst;
+};
+
+/// Lists the sets and parts that have events and are not analysed, in order, for a note.
+std::string words_for(std::vector<Other> others, bool parts) {
+  constexpr std::size_t most = 5;
+  std::sort(others.begin(), others.end(), [](const Other& one, const Other& other) {
+    return std::pair(one.place.set, one.place.part) < std::pair(other.place.set, other.place.part);
+  });
   std::string text;
-  for (const auto& [set, worst] : others) {
-    text += fmt::format("{}set {} has {}", text.empty() ? "" : ", ", set, worst.words());
+  for (std::size_t i = 0; i < std::min(most, others.size()); i++) {
+    const auto& [place, worst] = others[i];
+    const std::string part = parts ? fmt::format("part {}", place.part) : "";
+    const std::string set = place.set > 0 ? fmt::format("set {}", place.set) : "";
+    text += fmt::format("{}{}{}{} has {}", i == 0 ? "" : ", ", set, set.empty() || part.empty() ? "" : ", ", part,
+                        worst.words());
   }
+  if (others.size() > most) text += fmt::format(" and {} more", others.size() - most);
   return text;
 }
 
-/// Scans all live sets and keeps the one with the worst event.
-Scanned scan_worst(const readers::Record& record, const AnalysisOptions& options,
-                   const std::vector<std::size_t>& sets) {
+/// Scans several sets and parts and keeps the one with the worst event.
+Scanned scan_worst(RecordVoltages& voltages, const AnalysisOptions& options, const std::vector<SetAndPart>& places) {
   std::optional<Scanned> best;
+  SetAndPart place_of_best;
   Worst worst_of_best;
-  std::vector<std::pair<std::size_t, Worst>> others;
-  for (const std::size_t set : sets) {
+  std::vector<Other> others;
+  for (const SetAndPart& place : places) {
     try {
-      Scanned scanned = scan(record, options, set);
+      Scanned scanned = scan(voltages, options, place);
       const Worst worst = worst_of(measure::events_of(scanned.screening, scanned.analysis.options), scanned.analysis);
       const bool better = !best || worst.worse_than(worst_of_best);
-      const Worst& other = better ? worst_of_best : worst;
-      const std::size_t other_set = better ? (best ? best->analysis.voltages.set : 0) : set;
-      if (other_set > 0 && other.any()) others.emplace_back(other_set, other);
+      const Other other = better ? Other{place_of_best, worst_of_best} : Other{place, worst};
+      if (best && other.worst.any()) others.push_back(other);
       if (!better) continue;
       best.emplace(std::move(scanned));
+      place_of_best = place;
       worst_of_best = worst;
     } catch (const Refusal&) {
-      // A set that cannot be analysed is passed over as long as another one can.
-      if (set == sets.back() && !best) throw;
+      // A set or part that cannot be analysed is skipped if another one can be.
+      if (&place == &places.back() && !best) throw;
     }
   }
-  const std::size_t chosen = best->analysis.voltages.set;
-  best->analysis.notes.push_back(fmt::format(
-      "The record holds {} sets of voltages; this is set {}{} (--set chooses another, dipx info lists them).",
-      best->analysis.voltages.sets, chosen, worst_of_best.any() ? ", which has the worst event" : ""));
+  Notes& notes = best->analysis.notes;
+  const bool several_sets = places.front().set != places.back().set;
+  const bool several_parts = places.front().part != places.back().part;
+  const char* which = worst_of_best.any() ? ", which has the worst event" : "";
+  if (several_sets) {
+    notes.push_back(fmt::format(
+        "The record holds {} sets of voltages; this is set {}{} (--set chooses another, dipx info lists them).",
+        best->analysis.voltages.sets, best->analysis.voltages.set, which));
+  }
+  if (several_parts) {
+    notes.push_back(
+        fmt::format("All observations were searched; this is part {}{} (--part chooses another, dipx info "
+                    "lists them).",
+                    place_of_best.part, which));
+  }
   if (!others.empty()) {
-    std::sort(others.begin(), others.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
-    best->analysis.notes.push_back(fmt::format("Other sets have events, too: {}.", other_sets(others)));
+    notes.push_back(fmt::format("Other {} have events, too: {}.", several_parts ? "parts" : "sets",
+                                words_for(others, several_parts)));
   }
   return std::move(*best);
 }
 
+/// What is searched for the worst event: all live sets unless one is chosen, and all observations of a record unless a
+/// part is chosen. The voltage of an observation says nothing about another one, which may be months away.
+std::vector<SetAndPart> places_of(RecordVoltages& voltages, const VoltageChoice& choice) {
+  const auto& rates = voltages.record().rates;
+  const bool all_sets = choice.set == 0 && voltages.live_sets().size() > 1;
+  const bool observations = std::any_of(rates.begin(), rates.end(),
+                                        [](const readers::RateSection& section) { return !section.title.empty(); });
+  return all_of(voltages, choice, all_sets, observations && choice.part == 0);
+}
+
 }  // namespace
 
-Analysis analyse(const readers::Record& record, const AnalysisOptions& options) {
+Analysis analyse(RecordVoltages& voltages, const AnalysisOptions& options) {
   options.report_stage("finding events", -1);
-  const std::vector<std::size_t> sets =
-      options.choice.set == 0 ? live_sets(record, options.choice) : std::vector<std::size_t>();
-  Scanned scanned = sets.size() > 1 ? scan_worst(record, options, sets) : scan(record, options, options.choice.set);
+  const std::vector<SetAndPart> places = places_of(voltages, options.choice);
+  Scanned scanned = places.size() > 1 ? scan_worst(voltages, options, places) : scan(voltages, options, places.front());
   Analysis& analysis = scanned.analysis;
   options.report_stage("measuring dips", -1);
   analysis.found = measure::measure(scanned.screening, analysis.options);
-  add_finding_notes(record, analysis);
-  ask_library(record, options, analysis);
+  if (neutral_is_displaced(analysis)) analysis.line = line_voltages_of(analysis);
+  analysis.indices = indices_of(analysis.found.events, scanned.screening);
+  analysis.own_curves = options.own_curves;
+  add_currents(voltages, analysis);
+  look_at_load(voltages.record(), options, analysis);
+  add_finding_notes(voltages.record(), analysis);
+  ask_library(voltages.record(), options, analysis);
   return std::move(analysis);
 }
 
-std::vector<SetAndPart> all_of(const readers::Record& record, const VoltageChoice& choice, bool all_sets,
-                               bool all_parts) {
+Analysis analyse(const readers::Record& record, const AnalysisOptions& options) {
+  RecordVoltages voltages(record, options.choice);
+  return analyse(voltages, options);
+}
+
+std::vector<SetAndPart> all_of(RecordVoltages& voltages, const VoltageChoice& choice, bool all_sets, bool all_parts) {
   std::vector<std::size_t> sets = {choice.set};
-  if (all_sets) sets = live_sets(record, choice);
+  if (all_sets) sets = voltages.live_sets();
   if (sets.empty()) sets = {0};
   std::vector<SetAndPart> all;
   for (const std::size_t set : sets) {
-    if (!all_parts) {
+    const std::size_t parts = all_parts ? voltages.source(set).parts.size() : 0;
+    if (parts == 0) {
+      // Voltages without any values have no part. They are listed nevertheless, so that they are refused with a reason.
       all.push_back({set, choice.part});
       continue;
     }
-    VoltageChoice one = choice;
-    one.set = set;
-    const auto chosen = choose_set(record, one).value.set;
-    const double frequency = line_frequency_of(record, chosen.channels[0], choice.line_frequency).value;
-    const std::size_t parts = count_parts(record, chosen.channels, frequency);
     for (std::size_t part = 1; part <= parts; part++) all.push_back({set, part});
   }
   return all;

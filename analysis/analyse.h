@@ -1,19 +1,24 @@
-// Finds and measures what happened to the voltages of a record.
+// Finds and measures the events in the voltages of a record.
 #pragma once
 
 #include <cstddef>
 #include <vector>
 
 #include "analysis/analysis_options.h"
+#include "analysis/choice/record_voltages.h"
 #include "analysis/findings.h"
 #include "readers/record.h"
 
 namespace analysis {
 
-/// Analyses one to three voltages of a record. Where the choice leaves the set open, every live one is scanned and the
-/// one with the worst event is analysed: the lowest residual voltage in per cent of its reference, then the longest
-/// dip, then the first set; without dips the highest swell. Throws what pick_voltages throws, and Refusal when the
-/// record holds too little or does not agree with the options. The result refers to the record's samples.
+/// Analyses one to three voltages of a record. If the choice names no set, all live sets are scanned and the one with
+/// the worst event is analysed: the lowest residual voltage in per cent of its reference, then the longest dip, then
+/// the first set; if there are no dips, the highest swell. `voltages` are those for the choice, whichever set and part
+/// it names. Throws the exceptions of RecordVoltages::source and pick_voltages, and Refusal if the record holds too
+/// little or does not agree with the options. The result refers to the record's samples.
+Analysis analyse(RecordVoltages& voltages, const AnalysisOptions& options);
+
+/// Analyses a record once.
 Analysis analyse(const readers::Record& record, const AnalysisOptions& options);
 
 /// Sets and parts of a record.
@@ -22,8 +27,7 @@ struct SetAndPart {
   std::size_t part = 0;
 };
 
-/// What there is to analyse when all sets, or all parts, are asked for. Throws as `analyse` does.
-std::vector<SetAndPart> all_of(const readers::Record& record, const VoltageChoice& choice, bool all_sets,
-                               bool all_parts);
+/// Lists the sets and parts to analyse when all sets, or all parts, are requested. Throws as `analyse` does.
+std::vector<SetAndPart> all_of(RecordVoltages& voltages, const VoltageChoice& choice, bool all_sets, bool all_parts);
 
 }  // namespace analysis

@@ -11,8 +11,7 @@ std::size_t AnalysedVoltages::record_sample_at(double seconds) const {
 }
 
 std::string AnalysedVoltages::letter(std::size_t phase) const {
-  constexpr std::array<const char*, 3> pairs = {"AB", "BC", "CA"};
-  return between_phases ? pairs[phase] : std::string(1, "ABC"[phase]);
+  return between_phases ? pairs_of_phases[phase] : std::string(1, "ABC"[phase]);
 }
 
 std::string AnalysedVoltages::letters(const measure::PhaseFlags& flags) const {

@@ -1,4 +1,4 @@
-// What of a record is analysed: which channels, which part of it, at which rate.
+// Identifies the part of a record that is analysed: its channels, its time span and its sampling rate.
 #pragma once
 
 #include <array>
@@ -10,11 +10,16 @@
 
 namespace analysis {
 
+/// Names of the voltages between phases, in their order.
+inline constexpr std::array<const char*, 3> pairs_of_phases = {"AB", "BC", "CA"};
+
 struct AnalysedVoltages {
-  std::size_t phases = 3;                 ///< one to three voltages; lists of three hold nothing past them
+  std::size_t phases = 3;                 ///< one to three voltages; further entries of lists of three are unused
   std::array<std::size_t, 3> channels{};  ///< indices into the record's channels
-  std::array<bool, 3> unit_assumed{};     ///< the channel's unit is none of voltage; its values are taken for volts
+  std::array<bool, 3> unit_assumed{};     ///< the channel's unit is not a unit of voltage, so its values are assumed to
+                                          ///< be volts
   bool between_phases = false;            ///< line-to-line voltages AB, BC, CA
+  bool rms = false;                       ///< the channels hold RMS values, not the waveform
   bool computed = false;                  ///< these were computed from the channels, which are phase voltages
   std::size_t set = 0;                    ///< number among `sets`; 0 when the user named the channels
   std::size_t sets = 0;                   ///< voltage sets of this kind in the record
@@ -33,7 +38,7 @@ struct AnalysedVoltages {
 
   /// "A" for the first voltage, or "AB" when voltages between phases are analysed.
   [[nodiscard]] std::string letter(std::size_t phase) const;
-  /// Those of all flagged voltages: "AC", or "AB,CA"; empty for none.
+  /// The names of all flagged voltages: "AC", or "AB,CA"; empty if none is flagged.
   [[nodiscard]] std::string letters(const measure::PhaseFlags& flags) const;
 };
 

@@ -47,7 +47,7 @@ Curves curves_of(const Analysis& analysis) {
       const double value = waveform.volts(phase, i);
       volts[i] = readers::fits_float(value) ? static_cast<float>(value) : std::numeric_limits<float>::quiet_NaN();
     }
-    curves.rms[phase] = cycle_rms(volts, cycle);
+    curves.rms[phase] = waveform.holds_rms ? volts : cycle_rms(volts, cycle);
   }
   return curves;
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/decimal.h"
 #include "analysis/quantity_text.h"
 #include "analysis/refusal.h"
 
@@ -31,8 +32,8 @@ double high_level(const measure::HalfCycleRms& series) {
   return *high;
 }
 
-/// The level that the declared voltage is compared with. A record that is in a dip for most of its time stands higher
-/// in all phases for the rest; an earth fault lifts two phases and not the third.
+/// Returns the level with which the declared voltage is compared. If a record is in a dip for most of its time, all
+/// phases are higher during the rest; an earth fault raises two phases but not the third.
 double level_of(const measure::Screening& screening, std::size_t phases) {
   constexpr double much_higher = 1.25;
   double usual = 0;
@@ -48,7 +49,7 @@ double level_of(const measure::Screening& screening, std::size_t phases) {
   return least_rise > much_higher && std::isfinite(least_rise) ? high : usual;
 }
 
-/// Every way in which the voltage that the user gave can be meant.
+/// Returns every possible meaning of the voltage that the user gave.
 std::vector<DeclaredVoltage> readings(const readers::Channel& channel, bool between_phases,
                                       const AnalysisOptions& options) {
   std::vector<DeclaredVoltage> all;
@@ -69,7 +70,7 @@ std::vector<DeclaredVoltage> readings(const readers::Channel& channel, bool betw
 
 /// At most four significant digits, without an exponent; the share of a wrong voltage may be very high or very low.
 std::string percent_digits(double percent) {
-  const int before_point = percent > 0 ? static_cast<int>(std::floor(std::log10(percent))) + 1 : 1;
+  const int before_point = percent > 0 ? decimal_exponent(percent) + 1 : 1;
   std::string digits = fmt::format("{:.{}f}", percent, std::max(0, 4 - before_point));
   if (digits.find('.') == std::string::npos) return digits;
   digits.erase(digits.find_last_not_of('0') + 1);

@@ -1,4 +1,4 @@
-// What the user says that the voltage should be, against what the record shows.
+// Compares the voltage that the user declares with the level of the record.
 #pragma once
 
 #include "analysis/analysis_options.h"

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
+#include "analysis/displaced_neutral.h"
 #include "readers/clock_time.h"
 
 namespace analysis {
@@ -73,50 +73,19 @@ const char* words_for(measure::LevelSource source) {
   return "";
 }
 
-/// The share that is left of the lowest voltage between phases, in a segment.
-double lowest_line_share(const measure::Segment& segment, const measure::Course& course) {
-  double lowest = std::numeric_limits<double>::infinity();
-  for (std::size_t phase = 0; phase < 3; phase++) {
-    const std::size_t next = (phase + 1) % 3;
-    const double before = std::abs(course.before[phase] - course.before[next]);
-    lowest = std::min(lowest, std::abs(segment.phasors[phase] - segment.phasors[next]) / before);
-  }
-  return lowest;
-}
-
-/// Whether one phase has fallen and the two others have risen while the voltages between phases have stayed.
-bool displaces_neutral(const measure::Segment& segment, const measure::Course& course) {
-  constexpr double fallen = 0.9;
-  constexpr double risen = 1.1;
-  if (!segment.measured || lowest_line_share(segment, course) < fallen) return false;
-  int low = 0;
-  int high = 0;
-  for (const measure::SegmentPhase& phase : segment.phases) {
-    if (phase.share_of_before < fallen) low++;
-    if (phase.share_of_before > risen) high++;
-  }
-  return low == 1 && high == 2;
-}
-
-/// Loads between phases do not see an earth fault where the neutral is not solidly earthed.
-void note_displaced_neutral(std::size_t number, const measure::Event& event, Analysis& analysis) {
-  if (!event.course || analysis.voltages.phases < 3 || analysis.voltages.between_phases) return;
-  const auto& segments = event.course->segments;
-  const auto displaced = std::find_if(segments.begin(), segments.end(), [&](const measure::Segment& segment) {
-    return displaces_neutral(segment, *event.course);
+/// If the neutral is not solidly earthed, loads between phases are not affected by an earth fault.
+void note_displaced_neutral(Analysis& analysis) {
+  const auto& events = analysis.found.events;
+  const auto earth_fault = std::find_if(events.begin(), events.end(), [](const measure::Event& event) {
+    return event.course && displaces_neutral(*event.course);
   });
-  if (displaced == segments.end()) return;
-  double lowest = std::numeric_limits<double>::infinity();
-  for (const measure::Segment& segment : segments) {
-    if (segment.measured) lowest = std::min(lowest, lowest_line_share(segment, *event.course));
-  }
   analysis.notes.insert(
       analysis.notes.begin(),
       fmt::format(
           "Event {}: the voltages between phases keep at least {:.1f} %, although phase voltages fall: the "
           "neutral is displaced by an earth fault in a network that is not solidly earthed. Loads between phases "
           "see the line voltages only; --line-to-line analyses them.",
-          number, 100 * lowest));
+          earth_fault - events.begin() + 1, analysis.line->lowest_percent()));
 }
 
 void note_date(const readers::Record& record, Analysis& analysis) {
@@ -131,6 +100,14 @@ void note_dip(std::size_t number, const measure::Event& event, Analysis& analysi
     const auto source = event.course->level_source;
     analysis.notes.push_back(fmt::format("Event {}: the record begins within the dip{}{}.", number,
                                          source == measure::LevelSource::before ? "" : "; ", words_for(source)));
+  }
+  const double cycles = event.end_s.value_or(INFINITY) * analysis.found.frequency;
+  constexpr double longest_start_up = 6;
+  if (!event.start_known && cycles <= longest_start_up) {
+    analysis.notes.push_back(fmt::format(
+        "Event {} is over after {:.1f} cycles of the record; if it is only the start-up of the recorder, leave it out "
+        "with --from {:.2f}.",
+        number, cycles, std::ceil(100 * (analysis.voltages.record_seconds(*event.end_s) + 0.005)) / 100));
   }
   const bool unmeasured = std::any_of(event.course->segments.begin(), event.course->segments.end(),
                                       [](const measure::Segment& segment) { return !segment.measured; });
@@ -148,8 +125,8 @@ void add_finding_notes(const readers::Record& record, Analysis& analysis) {
   note_frequency(analysis);
   for (std::size_t i = 0; i < analysis.found.events.size(); i++) {
     note_dip(i + 1, analysis.found.events[i], analysis);
-    note_displaced_neutral(i + 1, analysis.found.events[i], analysis);
   }
+  if (analysis.line) note_displaced_neutral(analysis);
   note_date(record, analysis);
 }
 

@@ -1,4 +1,4 @@
-// What a reader of the findings should know of how they came about, in sentences.
+// Writes the notes that a reader of the findings needs, one sentence each.
 #pragma once
 
 #include "analysis/findings.h"

@@ -1,4 +1,4 @@
-// The waveform that is measured, together with the samples that the record does not hold itself.
+// The waveform that is measured, together with the samples that are computed because no channel holds them.
 #pragma once
 
 #include <array>

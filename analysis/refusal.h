@@ -1,4 +1,4 @@
-// A record that was read but that the analysis does not take: which file, why, and what helps.
+// A record that was read but cannot be analysed. The message names the file, the reason and a remedy.
 #pragma once
 
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// Telling whoever waits what is being done.
+// Progress reports for a user who waits.
 #pragma once
 
 #include <functional>
@@ -6,10 +6,11 @@
 
 namespace analysis {
 
-/// Hears what is being done and how much of it is done, 0 to 1; below 0 where nobody knows.
+/// Progress callback. It gets the current stage and its progress from 0 to 1, or a negative number if the progress is
+/// unknown.
 using StageReport = std::function<void(const std::string& what, double done)>;
 
-/// For nobody.
+/// Ignores progress.
 inline void no_report(const std::string& /*what*/, double /*done*/) {}
 
 }  // namespace analysis

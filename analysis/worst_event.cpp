@@ -1,10 +1,9 @@
 #include "analysis/worst_event.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "analysis/event_terms.h"
+#include "analysis/quantity_text.h"
 
 namespace analysis {
 
@@ -18,8 +17,8 @@ bool Worst::worse_than(const Worst& other) const {
 }
 
 std::string Worst::words() const {
-  if (residual_percent) return fmt::format("a dip to {:.1f} %", *residual_percent);
-  if (highest_percent) return fmt::format("a swell to {:.1f} %", *highest_percent);
+  if (residual_percent) return "a dip to " + percent_text(*residual_percent);
+  if (highest_percent) return "a swell to " + percent_text(*highest_percent);
   return "no dip or swell";
 }
 

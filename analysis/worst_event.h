@@ -1,4 +1,4 @@
-// Which of several sets of voltages has the worst event.
+// Decides which of several sets of voltages has the worst event.
 #pragma once
 
 #include <optional>
@@ -16,7 +16,7 @@ struct Worst {
   std::optional<double> highest_percent;   ///< of the highest swell
 
   [[nodiscard]] bool any() const { return residual_percent || highest_percent; }
-  /// A lower residual voltage is worse, then a longer dip; without dips a higher swell.
+  /// A lower residual voltage is worse, then a longer dip; if there are no dips, a higher swell is worse.
   [[nodiscard]] bool worse_than(const Worst& other) const;
   /// "a dip to 31.2 %".
   [[nodiscard]] std::string words() const;

@@ -10,5 +10,6 @@ int main(int argc, char** argv) {
   bench::add_reading();
   bench::add_screening();
   bench::add_whole_runs();
+  bench::add_entry();
   return bench::compare(argc, argv);
 }

@@ -12,10 +12,14 @@ void add_rivals();
 /// Compares the readers with the obvious ways to read the same data.
 void add_reading();
 
-/// The search for events and the course of one by the measuring library, beside RMS passes over the same samples.
+/// Compares the search for events and the measurement of one course by the measuring library with RMS passes over the
+/// same samples.
 void add_screening();
 
 void add_whole_runs();
+
+/// Compares ways of setting the default floating-point environment at each entry into the library.
+void add_entry();
 
 /// Prints how much memory whole analyses take.
 void print_memory();

@@ -64,7 +64,7 @@ std::string binary_data(std::size_t channels, int bytes_per_value) {
   return bytes;
 }
 
-/// The files of this run, which are written when they are requested.
+/// The files of this run. Each is written when it is first requested.
 class Files {
  public:
   Files() {
@@ -179,7 +179,7 @@ void add_both(const std::string& what, Plain plain, Own own) {
 template <typename Word>
 void add_binary(const std::string& type, std::size_t channels, const std::string& columns) {
   const std::string cfg = files().record(channels, type);
-  const auto bytes = std::make_shared<const std::string>(readers::read_file(data_of(cfg)));
+  const auto bytes = std::make_shared<const std::string>(readers::FileText(data_of(cfg)).view());
   add_both(
       type + " data, 200000 rows, " + columns + ", beside copying and converting",
       [=] { return copy_and_convert<Word>(*bytes, channels); }, [=] { return read_record(cfg); });
@@ -200,7 +200,7 @@ void add_reading() {
   const std::string table = files().table(3);
   add_both(
       "CSV, 200000 rows, 3 channels, beside istream >> double", [=] { return read_by_istream(table, 3, 1); },
-      [=] { return readers::read_csv(table, readers::read_file(table)); });
+      [=] { return readers::read_csv(table, readers::FileText(table).view()); });
 }
 
 }  // namespace bench

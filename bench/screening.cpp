@@ -1,5 +1,5 @@
-// What it costs to look for events in a record that has none or one, and to measure the course of one: by the measuring
-// library, beside the RMS pass of the embedded library over the same samples.
+// Measures the time to search a record with no event or one event, and to measure the course of that event, with the
+// measuring library. The RMS pass of the embedded library over the same samples serves as a comparison.
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -27,8 +27,8 @@ constexpr int cycle = 128;
 constexpr int samples = 33 * rate / 10;
 constexpr double volts = 230;
 
-/// 230 V with a little noise; in the dip phase A falls to a half and B to four fifths. The samples as both libraries
-/// take them.
+/// Makes 230 V with a little noise; in the dip phase A falls to a half and B to four fifths. Returns the samples in the
+/// forms that both libraries need.
 class Voltages {
  public:
   explicit Voltages(bool dips) {
@@ -59,7 +59,7 @@ class Voltages {
   measure::Waveform waveform_;
 };
 
-/// All that is done with every record.
+/// Performs all steps that every record needs.
 struct Screening {
   explicit Screening(const measure::Waveform& waveform)
       : track(waveform), levels(measure::usual_levels(track, waveform.phases.size())) {
@@ -85,7 +85,7 @@ void add_plain_rms(const std::string& name, const std::shared_ptr<Voltages>& vol
   });
 }
 
-/// The embedded library's RMS at every sample, and the dips that it finds in it.
+/// Computes the embedded library's RMS at every sample and the dips that it finds there.
 void add_library(const std::string& name, const std::shared_ptr<Voltages>& voltages) {
   const std::shared_ptr<dq_dipx_rms> record(static_cast<dq_dipx_rms*>(std::calloc(1, sizeof(dq_dipx_rms))), std::free);
   record->smprate = cycle;

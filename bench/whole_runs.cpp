@@ -54,7 +54,7 @@ void add_whole_runs() {
 
 void print_memory() {
   std::fflush(nullptr);
-  // The processes that are measured hold nothing else.
+  // The processes that are measured contain nothing else, so that their memory is that of the library.
   if (std::system(DIPX_LIBRARY_MEMORY " " DIPX_PLAIN_LIBRARY " " DIPX_LIBRARY) != 0) std::abort();
 }
 

@@ -6,61 +6,44 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "analysis/analyse.h"
 #include "analysis/choice/chosen_set.h"
+#include "analysis/choice/record_voltages.h"
 #include "analysis/event_terms.h"
 #include "analysis/refusal.h"
+#include "archive/found_files.h"
+#include "archive/loaded_file.h"
 #include "command/event_options.h"
-#include "command/known_charset.h"
-#include "command/option_range.h"
+#include "command/options_file.h"
 #include "command/output_options.h"
 #include "command/progress.h"
+#include "command/record_options.h"
+#include "command/records_failed.h"
+#include "command/stretch_options.h"
 #include "readers/open_record.h"
 #include "readers/text.h"
+#include "readers/voltages/bay_currents.h"
 
 namespace command {
 
 namespace {
 
 struct Arguments {
-  std::string record;
-  std::string set;
-  std::string part;
+  std::vector<std::string> records;
+  RecordOptions record_options;
   std::string fail_on;
   EventOptions events;
   Outputs outputs;
-  readers::OpenOptions open;
   analysis::AnalysisOptions options;
 };
 
-/// A number, or "all", which counts as 0 and is told by `all`.
-std::size_t number_or_all(const std::string& text, bool& all) {
-  all = text == "all";
-  return all || text.empty() ? 0 : readers::parse_count(text).value_or(0);
-}
-
-CLI::Validator number_or_all_check() {
-  return {[](const std::string& text) {
-            const auto number = readers::parse_count(text);
-            if (text == "all" || (number && *number >= 1 && *number <= 1000000000)) return std::string();
-            return fmt::format("'{}' is neither a whole number from 1 on nor 'all'", text);
-          },
-          ""};
-}
-
-/// An empty text would count as no choice at all.
-CLI::Validator not_empty() {
-  return {[](const std::string& text) {
-            return text.find_first_not_of(" \t") == std::string::npos ? std::string("the value is empty")
-                                                                      : std::string();
-          },
-          ""};
-}
-
-/// Throws UnusableOptions for what the library's results do not have.
+/// Throws UnusableOptions if an option asks for output that the library's results do not contain.
 void check_library_options(const Arguments& arguments) {
   if (!arguments.options.library) return;
   if (arguments.outputs.csv) {
@@ -68,13 +51,13 @@ void check_library_options(const Arguments& arguments) {
   }
   if (!arguments.fail_on.empty() && arguments.fail_on != "dip") {
     throw UnusableOptions(fmt::format(
-        "--fail-on {} does not go with --library, which finds dips alone; use --fail-on dip, or leave out --library",
+        "--fail-on {} cannot be used with --library, which finds only dips; use --fail-on dip, or leave out --library",
         arguments.fail_on));
   }
 }
 
-/// Whether a finding is one that the user wants the status to show. Of the library's results it is any dip, as only
-/// --fail-on dip goes with them.
+/// Returns whether the exit status shall report a finding. For the library's results this is any dip, because only
+/// --fail-on dip can be combined with --library.
 bool fails(const std::string& fail_on, const analysis::Analysis& analysis) {
   if (fail_on.empty()) return false;
   if (analysis.library) return !analysis.library->dips.empty() || analysis.library->unfinished_dip;
@@ -83,15 +66,17 @@ bool fails(const std::string& fail_on, const analysis::Analysis& analysis) {
   });
 }
 
-/// Analyses and shows one set and part; returns whether the status is to show what was found.
-bool analyse_one(const readers::Record& record, const Arguments& arguments, const analysis::AnalysisOptions& options,
-                 Progress& progress) {
-  const analysis::Analysis analysis = analysis::analyse(record, options);
-  show(record, analysis, arguments.outputs, progress);
+/// Analyses and shows one set and part; returns whether the exit status shall report a finding.
+bool analyse_one(analysis::RecordVoltages& voltages, const Arguments& arguments,
+                 const analysis::AnalysisOptions& options, Progress& progress) {
+  const analysis::Analysis analysis = analysis::analyse(voltages, options);
+  const RecordOptions& given = arguments.record_options;
+  const outputs::CertifiedRun run{given.open.sampling_rate, given.open.charset, given.stretch, options};
+  show(voltages.record(), analysis, arguments.outputs, run, arguments.records.front(), progress);
   return fails(arguments.fail_on, analysis);
 }
 
-/// "set 2", "part 3" or "set 2, part 3": one of those that were asked for; 0 for a number that was not.
+/// Names a requested set or part: "set 2", "part 3" or "set 2, part 3". A number of 0 means that it was not requested.
 std::string name_of(std::size_t set, std::size_t part) {
   std::string name;
   if (set > 0) name = fmt::format("set {}", set);
@@ -99,25 +84,27 @@ std::string name_of(std::size_t set, std::size_t part) {
   return name;
 }
 
-/// Analyses all sets or parts, one after another. One that cannot be analysed is told on standard error and does not
-/// keep the others from being shown; when none can, the first complaint is thrown.
-bool analyse_all(const readers::Record& record, Arguments& arguments, bool all_sets, bool all_parts,
+/// Analyses all sets or parts, one after another. A set or part that cannot be analysed is reported on standard error,
+/// and the others are still shown. If none can be analysed, the first error is thrown.
+bool analyse_all(analysis::RecordVoltages& voltages, Arguments& arguments, bool all_sets, bool all_parts,
                  Progress& progress) {
   const Outputs& outputs = arguments.outputs;
-  if (!outputs.svg.empty() || !outputs.html.empty() || !outputs.report.empty()) {
-    throw UnusableOptions("--svg, --html and --report show one set and part; choose them by number, not all");
+  if (outputs.files()) {
+    throw UnusableOptions(
+        "--svg, --pdf, --png, --html, --report and --certificate show one set and part; choose them by number, not all");
   }
+  const bool first = arguments.outputs.first;
   bool found = false;
   bool shown = false;
   std::exception_ptr first_complaint;
-  for (const auto& [set, part] : analysis::all_of(record, arguments.options.choice, all_sets, all_parts)) {
+  for (const auto& [set, part] : analysis::all_of(voltages, arguments.options.choice, all_sets, all_parts)) {
     analysis::AnalysisOptions options = arguments.options;
     options.choice.set = set;
     options.choice.part = part;
     arguments.outputs.one_of_many = true;
-    arguments.outputs.first = !shown;
+    arguments.outputs.first = first && !shown;
     try {
-      found = analyse_one(record, arguments, options, progress) || found;
+      found = analyse_one(voltages, arguments, options, progress) || found;
       shown = true;
     } catch (const analysis::Refusal& refusal) {
       progress.finish();
@@ -130,76 +117,127 @@ bool analyse_all(const readers::Record& record, Arguments& arguments, bool all_s
   return found;
 }
 
+/// Analyses and shows a record that was read: one set and part, or all of them. Returns whether the exit status shall
+/// report a finding.
+bool analyse_record(readers::Record record, Arguments& arguments, const AllOf& all, Progress& progress) {
+  apply_stretch(record, arguments.record_options.stretch);
+  check_files(record, arguments.outputs);
+  arguments.options.report_stage = [&](const std::string& what, double done) { progress.stage(what, done); };
+  analysis::RecordVoltages voltages(record, arguments.options.choice);
+  if (all.sets || all.parts) return analyse_all(voltages, arguments, all.sets, all.parts, progress);
+  return analyse_one(voltages, arguments, arguments.options, progress);
+}
+
+/// Analyses several records, one after another, and shows them in one table. A record that cannot be read or analysed
+/// is reported on standard error, and the others are still shown. Throws RecordsFailed at the end if there was one.
+class SeveralRecords {
+ public:
+  SeveralRecords(Arguments& arguments, const AllOf& all) : arguments_(arguments), all_(all) {
+    const Outputs& outputs = arguments.outputs;
+    if (outputs.files()) {
+      throw UnusableOptions(
+          "--svg, --pdf, --png, --html, --report and --certificate show one record; name a single file");
+    }
+    arguments.outputs.one_of_many = true;
+  }
+
+  bool analyse() {
+    const archive::FoundFiles found = archive::find_files(arguments_.records);
+    for (const readers::ReadError& complaint : found.complaints) complain(complaint.what(), false);
+    for (const archive::FoundFile& file : found.files) load(file);
+    if (failed_ > 0) throw RecordsFailed(failed_, failed_ + analysed_, only_refused_);
+    return found_;
+  }
+
+ private:
+  void load(const archive::FoundFile& file) {
+    try {
+      archive::LoadedFile loaded = loader_.load(file, archive::stamp_of(file));
+      if (loaded.kind == archive::FileKind::record) analyse(std::move(loaded.contents));
+      for (const std::string& member : loaded.members) {
+        archive::FoundFile inner = file;
+        inner.member = member;
+        load(inner);
+      }
+    } catch (const readers::ReadError& error) {
+      complain(error.what(), false);
+    } catch (const analysis::Refusal& error) {
+      complain(error.what(), true);
+    }
+  }
+
+  void analyse(readers::RecordContents contents) {
+    Progress progress(!arguments_.options.trace);
+    progress.stage("reading " + contents.name);
+    arguments_.outputs.first = analysed_ == 0;
+    auto record = readers::open_contents(std::move(contents), arguments_.record_options.open);
+    found_ = analyse_record(std::move(record), arguments_, all_, progress) || found_;
+    analysed_++;
+  }
+
+  void complain(const std::string& message, bool refused) {
+    failed_++;
+    only_refused_ = only_refused_ && refused;
+    std::fprintf(stderr, "dipx: %s\n", readers::inert(message).c_str());
+  }
+
+  Arguments& arguments_;
+  AllOf all_;
+  archive::FileLoader loader_;
+  std::size_t analysed_ = 0;
+  std::size_t failed_ = 0;
+  bool only_refused_ = true;
+  bool found_ = false;
+};
+
 bool run(Arguments arguments) {
   arguments.options.report = !arguments.outputs.report.empty();
   take_event_options(arguments.events, arguments.options);
   check_library_options(arguments);
-  bool all_sets = false;
-  bool all_parts = false;
-  arguments.options.choice.set = number_or_all(arguments.set, all_sets);
-  arguments.options.choice.part = number_or_all(arguments.part, all_parts);
-  arguments.open.wanted = [&choice = arguments.options.choice](const readers::Record& record) {
-    return analysis::channels_to_read(record, choice);
+  check_parts(arguments.outputs);
+  check_certificate(arguments.outputs, arguments.records.front(), arguments.options.library);
+  const AllOf all = take_set_and_part(arguments.record_options, arguments.options.choice);
+  readers::OpenOptions& open = arguments.record_options.open;
+  if (arguments.outputs.json_lines) arguments.outputs.json = arguments.outputs.one_of_many = true;
+  // Only the JSON document and the page show digital channels. Lines and tables show nothing of the currents.
+  const Outputs& shown = arguments.outputs;
+  open.digitals = shown.json || !shown.html.empty();
+  const bool currents = open.digitals || !(shown.quiet || shown.csv) || !shown.certificate.empty();
+  open.wanted = [&choice = arguments.options.choice, currents](const readers::Record& record) {
+    std::vector<bool> wanted = analysis::channels_to_read(record, choice);
+    if (currents) readers::want_currents(record, wanted);
+    return wanted;
   };
+  const std::string& first = arguments.records.front();
+  std::error_code ignored;
+  if (arguments.records.size() > 1 || std::filesystem::is_directory(first, ignored)) {
+    return SeveralRecords(arguments, all).analyse();
+  }
   Progress progress(!arguments.options.trace);
-  progress.stage("reading " + (arguments.record == "-" ? "standard input" : arguments.record));
-  const auto record = readers::open_record(arguments.record, arguments.open);
-  check_files(record, arguments.outputs);
-  arguments.options.report_stage = [&](const std::string& what, double done) { progress.stage(what, done); };
-  if (all_sets || all_parts) return analyse_all(record, arguments, all_sets, all_parts, progress);
-  return analyse_one(record, arguments, arguments.options, progress);
+  progress.stage("reading " + (first == "-" ? "standard input" : first));
+  return analyse_record(readers::open_record(first, open), arguments, all, progress);
 }
 
 }  // namespace
 
 void add_analyse(CLI::App& app, const std::string& statuses, bool& found) {
-  CLI::App* analyse = app.add_subcommand("analyse", "Find and measure the dips, swells and other events of one record");
+  CLI::App* analyse = app.add_subcommand("analyse", "Find and measure the dips, swells and other events of records");
   const auto arguments = std::make_shared<Arguments>();
   analyse->alias("analyze");
   analyse->footer(
-      "RECORD is a COMTRADE record (its .cfg, .dat or .cff file) or a CSV file with one to three\n"
-      "voltages; - reads CSV or a .cff file from standard input.\n\n" +
+      "RECORD is a COMTRADE record (its .cfg, .dat or .cff file), a PQDIF file (.pqd, .pqdif) or a CSV\n"
+      "file with one to three voltages; - reads CSV, PQDIF or a .cff file from standard input. Each\n"
+      "observation of a PQDIF file is a part. Several records, and folders with everything in them, are shown\n"
+      "one after another; with --csv in one table, with --json-lines as one document in each line.\n\n" +
       statuses);
-  analyse->add_option("RECORD", arguments->record, "File to analyse")->type_name("")->required();
-  analyse
-      ->add_option("--channels", arguments->options.choice.channels,
-                   "One to three voltages, as channel names or numbers")
-      ->check(not_empty())
-      ->type_name("A,B,C");
-  analyse
-      ->add_option("--set", arguments->set,
-                   "Number of the voltage set, as dipx info lists them, or all (default: the set with the worst event)")
-      ->check(number_or_all_check())
-      ->excludes("--channels")
-      ->type_name("N");
-  analyse->add_flag("--line-to-line", arguments->options.choice.line_to_line,
-                    "Analyse voltages between phases: those that are recorded, otherwise computed from phase voltages");
-  analyse
-      ->add_option("--part", arguments->part,
-                   "Number of the record's part, where sampling rate or gaps divide it, or all")
-      ->check(number_or_all_check())
-      ->type_name("N");
-  analyse
-      ->add_option("--rate", arguments->open.sampling_rate,
-                   "Samples per second, if neither the file nor its time stamps say")
-      ->check(between(1.0, 1e9))
-      ->type_name("HZ");
-  analyse
-      ->add_option("--frequency", arguments->options.choice.line_frequency,
-                   "Nominal line frequency (10 to 100), if the file does not say or is wrong")
-      ->check(between(10.0, 100.0))
-      ->type_name("HZ");
-  analyse
-      ->add_option("--charset", arguments->open.charset, "Character set of the file's names, where the guess is wrong")
-      ->check(known_charset())
-      ->type_name("NAME");
+  analyse->add_option("RECORD", arguments->records, "Files or folders to analyse")->type_name("")->required();
+  add_record_options(*analyse, arguments->record_options, arguments->options.choice);
   add_event_options(*analyse, arguments->events, arguments->options);
-  analyse->add_option("--options", "Read options from FILE, one in a line; those of the command line win")
-      ->type_name("FILE")
-      ->group("Events");
+  add_through(*analyse, arguments->events);
+  add_options_file(*analyse);
   add_output_options(*analyse, arguments->outputs);
   analyse->add_flag("--library", arguments->options.library,
-                    "Show the embedded library's own results in place of the events");
+                    "Show the embedded library's own results instead of the events");
   analyse->add_flag("--trace", arguments->options.trace, "Show the embedded library's lines on standard error");
   analyse
       ->add_option("--fail-on", arguments->fail_on,

@@ -1,4 +1,4 @@
-// `dipx analyse`: options, and what is done with them.
+// `dipx analyse`: its options and what they do.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
-// The dipx command line: all subcommands with their options. --help, the manual and the completions are made from it.
+// The dipx command line: all subcommands with their options. --help, the manual and the completions are generated from
+// it.
 #pragma once
 
 namespace CLI {
@@ -7,14 +8,21 @@ class App;
 
 namespace command {
 
-/// Adds everything to `app`; parsing then runs what was asked for. `found`: see add_analyse.
-void add_command_line(CLI::App& app, bool& found);
+/// What the exit status reports besides success.
+struct Answers {
+  bool found = false;    ///< see add_analyse
+  bool differs = false;  ///< see add_verify
+};
 
-/// How a run ended that threw nothing.
+/// Adds everything to `app`; parsing then runs the requested subcommand, which fills `answers`.
+void add_command_line(CLI::App& app, Answers& answers);
+
+/// The outcome of a run that threw no exception.
 enum class CommandEnd {
   done,
-  found,  ///< an event that --fail-on names
-  usage   ///< the command line could not be understood; the user has been told
+  found,    ///< an event that --fail-on names
+  differs,  ///< a certificate and its record do not agree
+  usage     ///< the command line is wrong, and the user has got a message
 };
 CommandEnd run_command_line(int argc, char** argv);
 

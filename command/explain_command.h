@@ -1,4 +1,4 @@
-// dipx explain: what a code means.
+// `dipx explain`: explains codes and terms.
 #pragma once
 
 #include <string>

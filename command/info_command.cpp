@@ -6,8 +6,12 @@
 #include "command/known_charset.h"
 #include "command/option_range.h"
 #include "command/standard_output.h"
+#include "command/stretch_options.h"
+#include "command/terminal_colours.h"
+#include "outputs/figures_text.h"
 #include "outputs/record_info.h"
 #include "readers/open_record.h"
+#include "readers/plausible.h"
 
 namespace command {
 
@@ -16,6 +20,7 @@ namespace {
 struct Arguments {
   std::string record;
   readers::OpenOptions open;
+  analysis::StretchChoice stretch;
   bool json = false;
 };
 
@@ -25,21 +30,25 @@ void add_info(CLI::App& app, const std::string& statuses) {
   CLI::App* info = app.add_subcommand("info", "List what a record holds: parts, voltage sets, channels");
   const auto arguments = std::make_shared<Arguments>();
   info->footer(
-      "The numbers of parts and sets are those that dipx analyse takes with --part and --set. A set is live\n"
-      "when it carries a voltage worth analysing.\n\n" +
+      "Use the numbers of parts and sets with the options --part and --set of dipx analyse. A set is live if\n"
+      "its voltages carry a usable signal.\n\n" +
       statuses);
-  info->add_option("RECORD", arguments->record, "File to look into")->type_name("")->required();
+  info->add_option("RECORD", arguments->record, "File whose contents are listed")->type_name("")->required();
+  add_stretch_options(*info, arguments->stretch);
   info->add_option("--rate", arguments->open.sampling_rate,
-                   "Samples per second, where neither the file nor its times tell")
-      ->check(between(1.0, 1e9))
+                   "Samples per second; overrides the file and its time stamps")
+      ->check(between(1.0, readers::highest_rate))
       ->type_name("HZ");
-  info->add_option("--charset", arguments->open.charset, "Character set of the file's names, where the guess is wrong")
+  info->add_option("--charset", arguments->open.charset, "Character set of the file's names, if the guess is wrong")
       ->check(known_charset())
       ->type_name("NAME");
   info->add_flag("--json", arguments->json, "Print one JSON document instead of text");
   info->callback([arguments] {
-    const auto record = readers::open_record(arguments->record, arguments->open);
-    write_standard_output(arguments->json ? outputs::info_json(record) : outputs::info_text(record));
+    arguments->open.digitals = true;
+    auto record = readers::open_record(arguments->record, arguments->open);
+    apply_stretch(record, arguments->stretch);
+    write_standard_output(arguments->json ? outputs::info_json(record)
+                                          : outputs::fitted(outputs::info_text(record), terminal_columns()));
   });
 }
 

@@ -1,4 +1,4 @@
-// `dipx info`: what a record holds.
+// `dipx info`: lists the contents of a record.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// The dipx command: runs what its command line asks for, and the status it ends with.
+// The dipx command: runs its command line and returns the exit status.
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -6,17 +6,30 @@
 
 #include "analysis/choice/voltage_choice.h"
 #include "analysis/refusal.h"
+#include "archive/store_error.h"
 #include "command/command_line.h"
 #include "command/event_options.h"
+#include "command/left_out.h"
 #include "command/options_file.h"
 #include "command/output_options.h"
+#include "command/records_failed.h"
 #include "command/selftest_command.h"
+#include "command/standard_streams.h"
 #include "readers/text.h"
 #include "synth/dip_description.h"
 
 namespace {
 
-enum ExitStatus { success = 0, usage = 1, unreadable = 2, refused = 3, failed = 4, faulty = 5, found = 10 };
+enum ExitStatus {
+  success = 0,
+  usage = 1,
+  unreadable = 2,
+  refused = 3,
+  failed = 4,
+  faulty = 5,
+  different = 6,
+  found = 10
+};
 
 int complain(const std::string& line, ExitStatus status) {
   std::fprintf(stderr, "dipx: %s\n", readers::inert(line).c_str());
@@ -26,12 +39,15 @@ int complain(const std::string& line, ExitStatus status) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  command::open_closed_streams();
   try {
     switch (command::run_command_line(argc, argv)) {
       case command::CommandEnd::done:
         return success;
       case command::CommandEnd::found:
         return found;
+      case command::CommandEnd::differs:
+        return different;
       case command::CommandEnd::usage:
         break;
     }
@@ -44,14 +60,20 @@ int main(int argc, char** argv) {
     return complain(error.what(), usage);
   } catch (const command::UnusableOptions& error) {
     return complain(error.what(), usage);
+  } catch (const command::LeftOut& error) {
+    return complain(error.what(), usage);
   } catch (const command::OptionsFileError& error) {
     return complain(error.what(), usage);
   } catch (const synth::DescriptionError& error) {
     return complain(error.what(), usage);
   } catch (const readers::ReadError& error) {
     return complain(error.what(), unreadable);
+  } catch (const command::RecordsFailed& error) {
+    return complain(error.what(), error.only_refused() ? refused : unreadable);
   } catch (const analysis::Refusal& error) {
     return complain(error.what(), refused);
+  } catch (const archive::StoreError& error) {
+    return complain(error.what(), failed);
   } catch (const command::SelfTestFailure& error) {
     return complain(error.what(), faulty);
   } catch (const std::bad_alloc&) {

@@ -4,9 +4,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <fstream>
+#include <string>
 #include <string_view>
 
+#include "command/short_file.h"
 #include "readers/text.h"
 
 namespace command {
@@ -15,26 +16,19 @@ namespace {
 
 constexpr std::string_view option = "--options";
 
-/// "dip-threshold" and "85" of a line; both are empty for a line without an option.
+/// Splits a line into "dip-threshold" and "85"; both are empty for a line without an option.
 struct Line {
   std::string name;
   std::string value;
 };
 
-std::string trimmed(const std::string& text) {
-  constexpr const char* blank = " \t\r";
-  const std::size_t first = text.find_first_not_of(blank);
-  if (first == std::string::npos) return {};
-  return text.substr(first, text.find_last_not_of(blank) - first + 1);
-}
-
-Line parsed(const std::string& text) {
-  const std::string line = trimmed(text.substr(0, text.find('#')));
+Line parsed(std::string_view text) {
+  const std::string_view line = readers::trimmed(text.substr(0, text.find('#')));
   const std::size_t end = line.find_first_of("= \t");
-  Line result{line.substr(0, end), {}};
-  if (end != std::string::npos) {
-    const std::string rest = trimmed(line.substr(end));
-    result.value = rest.starts_with('=') ? trimmed(rest.substr(1)) : rest;
+  Line result{std::string(line.substr(0, end)), {}};
+  if (end != std::string_view::npos) {
+    const std::string_view rest = readers::trimmed(line.substr(end));
+    result.value = rest.starts_with('=') ? readers::trimmed(rest.substr(1)) : rest;
   }
   if (result.name.starts_with("--")) result.name.erase(0, 2);
   return result;
@@ -46,31 +40,56 @@ bool is_given(const std::vector<std::string>& arguments, const std::string& name
   });
 }
 
-/// Whether the first word that is no option names the command, or another name of it.
+/// Returns the commands that lead to a command, which is the last of them.
+std::vector<const CLI::App*> way_to(const CLI::App& command) {
+  std::vector<const CLI::App*> way;
+  for (const CLI::App* app = &command; app->get_parent() != nullptr; app = app->get_parent())
+    way.insert(way.begin(), app);
+  return way;
+}
+
+/// Returns whether the first words that are not options are the names or aliases of the command and of those that lead
+/// to it.
 bool is_for(const CLI::App& command, const std::vector<std::string>& arguments) {
-  for (std::size_t i = 1; i < arguments.size(); i++) {
-    if (!arguments[i].starts_with('-')) return command.check_name(arguments[i]);
+  const auto way = way_to(command);
+  std::size_t found = 0;
+  for (std::size_t i = 1; i < arguments.size() && found < way.size(); i++) {
+    if (arguments[i].starts_with('-')) continue;
+    if (!way[found]->check_name(arguments[i])) return false;
+    found++;
   }
-  return false;
+  return found == way.size();
+}
+
+/// "dipx archive add"
+std::string name_of(const CLI::App& command) {
+  std::string name = "dipx";
+  for (const CLI::App* app : way_to(command)) name += " " + app->get_name();
+  return name;
+}
+
+std::string content_of(const std::string& file) {
+  try {
+    return content_of_short_file(file, "one option in a line");
+  } catch (const ShortFileError& error) {
+    throw OptionsFileError(error.what());
+  }
 }
 
 /// The options of a file as arguments, without those that are given already.
 std::vector<std::string> read_options(const std::string& file, const std::vector<std::string>& given,
                                       const CLI::App& command) {
-  std::ifstream in(file);
-  if (!in) {
-    throw OptionsFileError(fmt::format("{}: cannot be opened; check the path and its read permission", file));
-  }
+  const std::string content = content_of(file);
+  readers::Lines lines(content);
   std::vector<std::string> arguments;
-  std::size_t number = 0;
-  for (std::string text; std::getline(in, text);) {
-    number++;
-    const Line line = parsed(text);
+  while (const auto text = lines.next()) {
+    const std::size_t number = lines.number();
+    const Line line = parsed(*text);
     if (line.name.empty()) continue;
     const CLI::Option* known = command.get_option_no_throw("--" + line.name);
     if (known == nullptr || line.name == option.substr(2) || line.name == "help") {
-      throw OptionsFileError(fmt::format("{}: line {}: there is no option {}; dipx analyse --help lists them", file,
-                                         number, readers::cited(line.name)));
+      throw OptionsFileError(fmt::format("{}: line {}: there is no option {}; {} --help lists them", file, number,
+                                         readers::cited(line.name), name_of(command)));
     }
     if (is_given(given, line.name)) continue;
     const bool takes_value = known->get_expected_min() > 0;
@@ -84,6 +103,14 @@ std::vector<std::string> read_options(const std::string& file, const std::vector
 }
 
 }  // namespace
+
+void add_options_file(CLI::App& command) {
+  command
+      .add_option(std::string(option),
+                  "Read options from FILE, one per line; options on the command line take precedence")
+      ->type_name("FILE")
+      ->group("Events");
+}
 
 std::vector<std::string> with_options_file(std::vector<std::string> arguments, const CLI::App& command) {
   if (!is_for(command, arguments)) return arguments;

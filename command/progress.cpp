@@ -19,7 +19,7 @@ bool is_pipe(int descriptor) {
   return fstat(descriptor, &about) == 0 && S_ISFIFO(about.st_mode);
 }
 
-/// A line of progress is worth no complaint: what cannot be written is left.
+/// Errors are ignored here, because a line of progress is not important enough for a message.
 void write_line(int terminal, const std::string& text) {
   const std::string line = "\r\033[K" + text;
   [[maybe_unused]] const auto written = write(terminal, line.data(), line.size());

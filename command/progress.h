@@ -1,4 +1,4 @@
-// What the command is busy with, for somebody who waits at a terminal.
+// Shows the current stage of the command to a user who waits at a terminal.
 #pragma once
 
 #include <chrono>
@@ -9,21 +9,21 @@
 
 namespace command {
 
-/// While it lives, shows its latest stage on a line of standard error once more than a second has passed, and takes the
-/// line away again in the end. Shows nothing where standard error is no terminal or standard output is a pipe. Keeps to
-/// the standard error that it finds when it is made, wherever that is sent later on.
+/// During its lifetime, shows the latest stage on a line of standard error once more than a second has passed, and
+/// removes the line at the end. Shows nothing if standard error is not a terminal or standard output is a pipe. Uses
+/// the standard error that exists when the object is made, even if it is redirected later.
 class Progress {
  public:
-  /// `wanted`: false to show nothing in any case.
+  /// `wanted`: false suppresses all progress.
   explicit Progress(bool wanted = true);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
-  /// What is being done now, and how much of it is done, 0 to 1; below 0 where nobody knows.
+  /// Sets the current stage and its progress from 0 to 1, or a negative number if the progress is unknown.
   void stage(const std::string& what, double done = -1);
 
-  /// Ends it early, before something else is shown on the terminal.
+  /// Ends the display early, before other output appears on the terminal.
   void finish();
 
  private:

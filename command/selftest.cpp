@@ -62,7 +62,7 @@ std::string fault_of_segment(const measure::Segment& segment, const synth::Facto
   std::string fault = fault_of_voltages(volts, factors, nominal);
   if (!fault.empty()) return fault;
   for (std::size_t phase = 0; phase < 3; phase++) {
-    if (std::abs(factors[phase]) < next_to_nothing) continue;  // it has no angle
+    if (std::abs(factors[phase]) < next_to_nothing) continue;  // such a small voltage has no angle
     const auto& jump = segment.phases[phase].phase_jump_degrees;
     const double turned = degrees_of(factors[phase]);
     if (!jump) return fmt::format("phase {} has no phase jump", "ABC"[phase]);
@@ -73,7 +73,7 @@ std::string fault_of_segment(const measure::Segment& segment, const synth::Facto
   return {};
 }
 
-/// Each step's factors.
+/// Returns the factors of each step.
 std::vector<synth::Factors> factors_of(const synth::DipDescription& made) {
   std::vector<synth::Factors> steps;
   const auto phases = readers::split_fields(made.phases, ',');
@@ -91,8 +91,8 @@ double lowest_of(const synth::Factors& factors) {
   return std::min({std::abs(factors[0]), std::abs(factors[1]), std::abs(factors[2])});
 }
 
-/// Where a dip begins and ends on the waveform. A gradual beginning or end is the crossing of 90 %: a straight line
-/// from 1 to `lowest` has it a tenth of the loss from 1.
+/// The instants at which a dip begins and ends on the waveform. If it begins or ends gradually, the instant is the
+/// crossing of 90 % on a straight line between 1 and `lowest`.
 struct Instants {
   double start_s = 0;
   double end_s = 0;

@@ -10,11 +10,12 @@
 namespace command {
 
 void add_selftest(CLI::App& app, const std::string& statuses) {
-  CLI::App* selftest = app.add_subcommand("selftest", "Show that this program measures known dips right");
+  CLI::App* selftest = app.add_subcommand("selftest", "Check that this program measures known dips correctly");
   selftest->footer(
-      "Makes records whose dips are known, measures them and compares: number of dips and segments, start and\n"
-      "end (within a quarter of a cycle), voltages (within 1 % of nominal), phase jumps (within 2 degrees),\n"
-      "categories. The embedded library's own results are compared on the records that it is made for.\n\n" +
+      "The self-test makes records with known dips, measures them and compares the number of dips and\n"
+      "segments, the start and end (within a quarter of a cycle), the voltages (within 1 % of nominal), the\n"
+      "phase jumps (within 2 degrees) and the categories. The embedded library's own results are compared on\n"
+      "the records that it is made for.\n\n" +
       statuses);
   selftest->callback([] {
     const Detector detector = [](const readers::Record& record) {

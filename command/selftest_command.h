@@ -1,4 +1,4 @@
-// dipx selftest: whether the installed program measures right.
+// `dipx selftest`: checks that the installed program measures correctly.
 #pragma once
 
 #include <stdexcept>
@@ -10,7 +10,7 @@ class App;
 
 namespace command {
 
-/// Some known dip was not measured right.
+/// A known dip was not measured correctly.
 class SelfTestFailure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };

@@ -10,10 +10,11 @@
 #include "command/option_range.h"
 #include "command/progress.h"
 #include "command/standard_output.h"
-#include "files/whole_file.h"
+#include "command/written_files.h"
 #include "readers/file_access.h"
 #include "readers/text.h"
 #include "synth/dip_description.h"
+#include "synth/pqdif_file.h"
 #include "synth/record_file.h"
 
 namespace command {
@@ -26,6 +27,7 @@ struct Arguments {
   std::string output = "-";
   std::string format;
   bool binary = false;
+  bool no_clobber = false;
 };
 
 synth::Harmonic parse_harmonic(const std::string& text) {
@@ -40,26 +42,31 @@ synth::Harmonic parse_harmonic(const std::string& text) {
   return {static_cast<int>(*order), *per_cent / 100};
 }
 
-/// The format that was asked for, or the one that the output's name tells.
+/// Returns the requested format, or the one that follows from the output's name.
 std::string format_of(const Arguments& arguments) {
   if (!arguments.format.empty()) return arguments.format;
   if (arguments.output == "-") return "csv";
   const std::string extension = readers::extension_of(arguments.output);
-  for (const char* known : {"csv", "cfg", "cff"}) {
+  for (const char* known : {"csv", "cfg", "cff", "pqd"}) {
     if (extension == std::string(".") + known) return known;
   }
-  throw synth::DescriptionError(
-      fmt::format("--output '{}' does not tell the format; end it in .csv, .cfg (COMTRADE, two files) or .cff "
-                  "(COMTRADE, one file), or choose with --format",
-                  arguments.output));
+  throw synth::DescriptionError(fmt::format(
+      "--output '{}' does not show the format; use a name that ends in .csv, .cfg (COMTRADE, two files), .cff "
+      "(COMTRADE, one file) or .pqd (PQDIF), or choose with --format",
+      arguments.output));
 }
 
-void write(const std::string& output, const std::string& bytes, Progress& progress) {
+/// The data file of a pair.
+std::filesystem::path data_file_of(const std::string& config) {
+  return std::filesystem::path(config).replace_extension(".dat");
+}
+
+void write(const Arguments& arguments, const std::string& bytes, Progress& progress) {
   progress.finish();
-  if (output == "-") {
+  if (arguments.output == "-") {
     write_standard_output(bytes);
   } else {
-    files::write_whole(output, bytes);
+    write_files({{arguments.output, bytes}}, arguments.no_clobber);
   }
 }
 
@@ -70,14 +77,19 @@ void run(Arguments arguments) {
         "--format cfg: a COMTRADE pair is two files; name the .cfg file with --output, or choose --format cff");
   }
   if (format == "cfg" && readers::extension_of(arguments.output) != ".cfg") {
-    throw synth::DescriptionError(
-        fmt::format("--output '{}': a COMTRADE pair goes by the name of its .cfg file; let the name end in .cfg",
-                    arguments.output));
+    throw synth::DescriptionError(fmt::format(
+        "--output '{}': a COMTRADE pair is named by its .cfg file; use a name that ends in .cfg", arguments.output));
   }
-  if (format == "csv" && arguments.binary) {
-    throw synth::DescriptionError("--binary is for COMTRADE, not for CSV; add --format cff, or leave it out");
+  if (arguments.binary && format != "cfg" && format != "cff") {
+    throw synth::DescriptionError(fmt::format("--binary is for COMTRADE, not for {}; add --format cff, or leave it out",
+                                              format == "csv" ? "CSV" : "PQDIF"));
   }
   for (const auto& harmonic : arguments.harmonics) arguments.dip.harmonics.push_back(parse_harmonic(harmonic));
+
+  std::vector<std::string> written;
+  if (arguments.output != "-") written.push_back(arguments.output);
+  if (format == "cfg") written.push_back(data_file_of(arguments.output).string());
+  check_clobbering(written, arguments.no_clobber);
 
   Progress progress;
   progress.stage("making the record");
@@ -85,15 +97,16 @@ void run(Arguments arguments) {
   progress.stage("writing");
   const auto data = arguments.binary ? synth::ComtradeData::binary : synth::ComtradeData::ascii;
   if (format == "csv") {
-    write(arguments.output, synth::csv_of(record), progress);
+    write(arguments, synth::csv_of(record), progress);
+  } else if (format == "pqd") {
+    write(arguments, synth::pqdif_of(record), progress);
   } else if (format == "cff") {
-    write(arguments.output, synth::single_comtrade_of(record, data), progress);
+    write(arguments, synth::single_comtrade_of(record, data), progress);
   } else {
     auto pair = synth::comtrade_of(record, data);
-    const std::filesystem::path config = arguments.output;
-    auto samples = config;
-    samples.replace_extension(".dat");
-    files::write_whole({{samples, std::move(pair.data)}, {config, std::move(pair.config)}});
+    progress.finish();
+    write_files({{data_file_of(arguments.output), std::move(pair.data)}, {arguments.output, std::move(pair.config)}},
+                arguments.no_clobber);
   }
 }
 
@@ -104,8 +117,8 @@ void add_synth(CLI::App& app, const std::string& statuses) {
   const auto arguments = std::make_shared<Arguments>();
   auto& dip = arguments->dip;
   synth->footer(
-      "The record holds three phase voltages Ua, Ub, Uc in volts. A dip of several steps has a list\n"
-      "(30,60) for --duration, --depth or --jump; what has one figure has it for all steps.\n\n"
+      "The record holds three phase voltages Ua, Ub, Uc in volts. For a dip of several steps, give a list\n"
+      "(such as 30,60) for --duration, --depth or --jump; a single value applies to all steps.\n\n"
       "  dipx synth --depth 60 --duration 0.15 --phases A > dip.csv\n"
       "  dipx synth --start 5 --duration 8,7 --depth 30,60 --length 60 | dipx analyse -\n"
       "  dipx synth --phases B-C --depth 40 --noise 0.5 --harmonics 5:4,7:3 -o dip.cfg\n\n" +
@@ -123,7 +136,9 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->check(seconds)
       ->type_name("S[,...]")
       ->group(what);
-  synth->add_option("--phases", dip.phases, "Phases that shrink (ABC), or B-C for two that move towards each other")
+  synth
+      ->add_option("--phases", dip.phases,
+                   "Phases that fall (ABC), or B-C for two whose phasors move towards each other")
       ->type_name("PHASES")
       ->group(what);
   synth->add_option("--jump", dip.jumps, "Phase jump of the dipped phases (0)")
@@ -132,11 +147,11 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->type_name("DEGREES[,...]")
       ->group(what);
   synth->add_option("--start", dip.start, "Start of the dip (0.3)")->check(seconds)->type_name("S")->group(what);
-  synth->add_option("--fall", dip.fall, "Time of a gradual fall before the first step (0)")
+  synth->add_option("--fall", dip.fall, "Duration of a gradual fall before the first step (0)")
       ->check(seconds)
       ->type_name("S")
       ->group(what);
-  synth->add_option("--recovery", dip.recovery, "Time of a gradual recovery after the last step (0)")
+  synth->add_option("--recovery", dip.recovery, "Duration of a gradual recovery after the last step (0)")
       ->check(seconds)
       ->type_name("S")
       ->group(what);
@@ -154,7 +169,7 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->check(between(10.0, 100.0))
       ->type_name("HZ")
       ->group(what);
-  synth->add_option("--deviation", dip.deviation, "How far the frequency is off the nominal one (0)")
+  synth->add_option("--deviation", dip.deviation, "Difference between the frequency and the nominal one (0)")
       ->check(between(-5.0, 5.0))
       ->type_name("HZ")
       ->group(what);
@@ -167,7 +182,7 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->check(between(0.0, 100.0))
       ->type_name("PERCENT")
       ->group(what);
-  synth->add_option("--seed", dip.seed, "Another number makes other noise (1)")
+  synth->add_option("--seed", dip.seed, "Seed of the noise; each number makes different noise (1)")
       ->check(whole_number())
       ->type_name("N")
       ->group(what);
@@ -183,14 +198,15 @@ void add_synth(CLI::App& app, const std::string& statuses) {
       ->group(what);
   synth
       ->add_option("-o,--output", arguments->output,
-                   "File to write: .csv, .cfg (with a .dat beside it) or .cff; - is standard output")
+                   "File to write: .csv, .cfg (with a .dat file next to it), .cff or .pqd; - is standard output")
       ->type_name("FILE")
       ->group(what);
-  synth->add_option("--format", arguments->format, "Format, where the name does not tell it (csv)")
-      ->check(CLI::IsMember({"csv", "cfg", "cff"}).description(""))
-      ->type_name("csv|cfg|cff")
+  synth->add_option("--format", arguments->format, "Format, if the name does not show it (csv)")
+      ->check(CLI::IsMember({"csv", "cfg", "cff", "pqd"}).description(""))
+      ->type_name("csv|cfg|cff|pqd")
       ->group(what);
   synth->add_flag("--binary", arguments->binary, "COMTRADE data as 16-bit integers, not as text")->group(what);
+  add_no_clobber(*synth, arguments->no_clobber)->group(what);
   synth->callback([arguments] { run(*arguments); });
 }
 

@@ -1,4 +1,4 @@
-// `dipx synth`: makes a record with a dip whose every figure is known.
+// `dipx synth`: makes a record with a dip whose figures are all known.
 #pragma once
 
 #include <string>

@@ -1,5 +1,6 @@
 #include "command/terminal_colours.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -12,6 +13,12 @@ bool terminal_colours() {
   if (refused != nullptr && *refused != '\0') return false;
   const char* terminal = std::getenv("TERM");
   return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+}
+
+std::size_t terminal_columns() {
+  winsize size{};
+  if (isatty(STDOUT_FILENO) == 0 || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
+  return size.ws_col;
 }
 
 }  // namespace command

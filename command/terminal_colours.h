@@ -1,9 +1,15 @@
-// Whether text on standard output may be in colours.
+// Decides whether text on standard output may have colours, and how wide it may be.
 #pragma once
+
+#include <cstddef>
 
 namespace command {
 
-/// Whether standard output wants colours: a terminal that knows them, and nobody said no (NO_COLOR).
+/// Returns whether standard output is a terminal that supports colours and the user has not refused them (NO_COLOR).
 bool terminal_colours();
+
+/// Returns the number of columns of the terminal that standard output is; 0 if it is not a terminal or its width is not
+/// known.
+std::size_t terminal_columns();
 
 }  // namespace command

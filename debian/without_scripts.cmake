@@ -1,5 +1,5 @@
-# Runs on the packages: takes out the maintainer scripts that CPack gives to whatever has a shared library. All they do is
-# call ldconfig, and the library's trigger has that done once for all packages of a run.
+# Runs on the packages: removes the maintainer scripts that CPack adds to each package with a shared library. They only
+# call ldconfig, and the library's trigger calls it once for all packages of a run.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
   set(tree ${package}.tree)
   execute_process(COMMAND dpkg-deb -R ${package} ${tree} COMMAND_ERROR_IS_FATAL ANY)

@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 """quotes.py [--check] BIN PAGE...: regenerates the outputs, tables and pictures that the pages show.
 
-Every block marked `sh` is run. Each page has a folder of its own for this, which contains links to the folders of the
-repository; the programs in the folder BIN are in the search path. Comments, which readers of the page do not see, say
-where the rest comes from:
+Every block marked `sh` is run, and every block marked `python` by Debian's interpreter, in the state that the earlier
+ones of the page left, as in a notebook. Each page has a folder of its own for this, which contains links to the
+folders of the repository; the programs in the folder BIN are in the search path. Comments, which readers of the page
+do not see, say where the rest comes from:
 
   <!-- run: COMMAND -->           runs a command that is not shown
   <!-- prints -->                 the next block or table is the output of the last commands
   <!-- prints, among others -->   the lines of the next block are in that output in this order; ... means other lines
-  <!-- file: PATH -->             the next block is this file of the repository
+  <!-- file: PATH -->             the next block is this file of the repository and is not run
   <!-- picture: FILE -->          the next picture is this file, which the commands have made
   <!-- page: FILE WIDTHxHEIGHT -->  the next picture shows this page in a browser window of that size
   <!-- fails: STATUS -->          the next block ends with this exit status
@@ -29,6 +30,15 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 FOLDERS = ["analysis", "build", "command", "docs", "files", "outputs", "readers", "sagx", "scripts", "synth", "tests"]
+RUN_CELLS = """
+import contextlib, io, sys
+*earlier, last = sys.argv[1:]
+names = {"__name__": "__main__"}
+for cell in earlier:
+    with contextlib.redirect_stdout(io.StringIO()):
+        exec(cell, names)
+exec(last, names)
+"""
 SCALE = 1.25  # magnification of browser pictures
 
 
@@ -53,6 +63,7 @@ class Page:
         self.complaints = []
         self.commands = 0
         self.printed = None
+        self.cells = []  # earlier blocks of Python
         self.exports = []  # export lines of earlier blocks, which later blocks need too
         self.folder = Path(tempfile.mkdtemp(prefix="dipx-page-"))
         shutil.copytree(ROOT / "examples", self.folder / "examples")
@@ -67,7 +78,16 @@ class Page:
         self.commands += 1
         script = "\n".join(self.exports + [command])
         self.exports += [text for text in command.split("\n") if text.startswith("export ")]
-        done = subprocess.run(["sh", "-ec", script], cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
+        self.execute(["sh", "-ec", script], command, line, expected)
+
+    def run_python(self, cell, line, expected=0):
+        """Runs all blocks of Python up to this one, of which only this one may print."""
+        self.commands += 1
+        self.execute(["/usr/bin/python3", "-c", RUN_CELLS, *self.cells, cell], cell, line, expected)
+        self.cells.append(cell)
+
+    def execute(self, arguments, command, line, expected):
+        done = subprocess.run(arguments, cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=1800)
         if done.returncode != expected:
             self.complain(line, f"exit status {done.returncode}: {command}\n{done.stderr.decode(errors='replace')}")
@@ -150,8 +170,8 @@ class Page:
             if line.startswith("```"):
                 language = line[3:]
                 end = self.lines.index("```", i + 1)
-                if language == "sh" and not skip:
-                    self.run("\n".join(self.lines[i + 1:end]), i, expected)
+                if language in RUNNERS and not skip:
+                    RUNNERS[language](self, "\n".join(self.lines[i + 1:end]), i, expected)
                 expected, skip = 0, False
                 i = end
             elif comment:
@@ -168,6 +188,7 @@ class Page:
                     self.compare_among_others(i + 1)
                 elif kind == "file":
                     self.compare(i + 1, (ROOT / what).read_text().rstrip("\n").split("\n"))
+                    skip = True  # a quoted file is a program with arguments, and a test of its own runs it
                 elif kind == "picture":
                     self.compare_picture(i, self.folder / what)
                 elif kind == "page":
@@ -201,6 +222,9 @@ class Page:
             self.complain(i, f"no such file: {name}")
         elif anchor and anchor not in anchors(file):
             self.complain(i, f"no such heading: {target}")
+
+
+RUNNERS = {"sh": Page.run, "python": Page.run_python}
 
 
 def anchors(page):

@@ -17,6 +17,13 @@ namespace files {
 
 namespace {
 
+/// Renames a file unless there is one of that name already, even one that has just been made.
+bool rename_beside(const char* name, const char* target) {
+  if (renameat2(AT_FDCWD, name, AT_FDCWD, target, RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  return link(name, target) == 0 && unlink(name) == 0;  // for file systems that cannot do it in one step
+}
+
 /// A temporary file that is removed again unless it was renamed.
 class Draft {
  public:
@@ -48,8 +55,10 @@ class Draft {
     return fchmod(descriptor_, 0666 & ~mask) == 0 && fsync(descriptor_) == 0;
   }
 
-  bool rename_to(const std::filesystem::path& target) {
-    if (std::rename(name_.c_str(), target.c_str()) != 0) return false;
+  bool rename_to(const std::filesystem::path& target, Existing existing) {
+    const bool renamed = existing == Existing::kept ? rename_beside(name_.c_str(), target.c_str())
+                                                    : std::rename(name_.c_str(), target.c_str()) == 0;
+    if (!renamed) return false;
     close(descriptor_);
     descriptor_ = -1;
     unfinished_.reset();
@@ -81,10 +90,21 @@ void write_in_place(const std::filesystem::path& file, const std::string& bytes)
   if (!(opened && std::fclose(stream) == 0 && written)) fail(file);
 }
 
-/// Returns the target of a link, which is replaced so that the link itself remains.
+/// Returns the target of a link, which is written so that the link itself remains. The target need not exist.
 std::filesystem::path behind_links(const std::filesystem::path& file) {
-  std::error_code ignored;
-  return std::filesystem::is_symlink(file, ignored) ? std::filesystem::weakly_canonical(file) : file;
+  constexpr int most_links = 40;
+  std::error_code error;
+  std::filesystem::path path = file;
+  for (int i = 0; i < most_links && std::filesystem::is_symlink(path, error); i++) {
+    const auto target = std::filesystem::read_symlink(path, error);
+    if (error) break;
+    path = path.parent_path() / target;  // an absolute target replaces the folder
+  }
+  if (std::filesystem::is_symlink(path, error)) {
+    errno = ELOOP;
+    fail(file);
+  }
+  return path;
 }
 
 }  // namespace
@@ -93,7 +113,7 @@ bool is_same_file(const std::filesystem::path& one, const std::filesystem::path&
   std::error_code ignored;
   if (is_written_in_place(one)) return false;
   const auto full = [&](const std::filesystem::path& name) {
-    return std::filesystem::weakly_canonical(std::filesystem::absolute(name, ignored), ignored);
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(behind_links(name), ignored), ignored);
   };
   return std::filesystem::equivalent(one, other, ignored) || full(one) == full(other);
 }
@@ -102,7 +122,21 @@ void write_whole(const std::filesystem::path& file, const std::string& bytes) {
   write_whole({{file, bytes}});
 }
 
-void write_whole(const std::vector<NamedBytes>& files) {
+bool would_replace(const std::filesystem::path& file) {
+  std::error_code ignored;
+  return std::filesystem::exists(file, ignored) && !is_written_in_place(file);
+}
+
+std::vector<std::filesystem::path> write_whole(const std::vector<NamedBytes>& files, Existing existing) {
+  std::vector<std::filesystem::path> replaced;
+  for (const auto& [file, bytes] : files) {
+    if (!would_replace(file)) continue;
+    if (existing == Existing::kept) {
+      errno = EEXIST;
+      fail(file);
+    }
+    replaced.push_back(file);
+  }
   std::vector<std::unique_ptr<Draft>> drafts;
   for (const auto& [file, bytes] : files) {
     drafts.push_back(is_written_in_place(file) ? nullptr : std::make_unique<Draft>(behind_links(file)));
@@ -120,10 +154,11 @@ void write_whole(const std::vector<NamedBytes>& files) {
     const auto& [file, bytes] = files[i];
     if (drafts[i] == nullptr) {
       write_in_place(file, bytes);
-    } else if (!drafts[i]->rename_to(behind_links(file))) {
+    } else if (!drafts[i]->rename_to(behind_links(file), existing)) {
       fail(file);
     }
   }
+  return replaced;
 }
 
 }  // namespace files

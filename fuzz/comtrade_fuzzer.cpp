@@ -25,7 +25,10 @@ readers::Record read_from_two_files(const std::string& file, std::string_view co
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::read_record(data, size, readers::read_single_comtrade);
+  fuzz::read_record(data, size,
+                    [](const std::string& file, std::string_view content, const readers::OpenOptions& options) {
+                      return readers::read_single_comtrade(file, content, options);
+                    });
 #ifdef DIPX_REPLAY
   const bool in_two_files = true;
 #else

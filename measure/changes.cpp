@@ -9,10 +9,11 @@ namespace measure {
 namespace {
 
 constexpr double least_change = 0.03;     // of the usual level
-constexpr std::size_t within_cycles = 2;  // a change is told from one steady cycle to another, with one between them
+constexpr std::size_t within_cycles = 2;  // a change is the difference between two steady cycles with one cycle between
+                                          // them
 constexpr double clear_of_events = 2;     // cycles
 
-/// Phases that differ between two cycles.
+/// Returns the phases that differ between two cycles.
 PhaseFlags differing(const Supply& supply, std::size_t one, std::size_t other) {
   PhaseFlags flags{};
   for (std::size_t phase = 0; phase < supply.waveform.phases.size(); phase++) {
@@ -35,7 +36,7 @@ bool touches_event(const std::vector<Event>& events, double start_s, double end_
   return false;
 }
 
-/// The instants come from the waveform where it shows them, and are a cycle's where it does not.
+/// Returns the change with its instants from the waveform, or those of the cycles if the waveform does not show them.
 Change measured(const Supply& supply, std::size_t first, std::size_t last) {
   const double cycle = 1 / supply.track.frequency();
   Change change;
@@ -75,8 +76,7 @@ std::vector<Change> changes_without_event(const Supply& supply, const std::vecto
     const std::size_t first = cycle;
     while (changes_at(cycle + 1)) cycle++;
     const Change change = measured(supply, first, cycle + within_cycles);
-    // What comes back within the time that it was seen in is a disturbance of the waveform and no change of the
-    // voltage.
+    // A difference that disappears within these cycles is a disturbance of the waveform, not a change of the voltage.
     if (any(change.phases)) changes.push_back(change);
     cycle += within_cycles - 1;
   }

@@ -1,4 +1,4 @@
-// Changes of the voltage that are too small, or go the wrong way, to belong to an event.
+// Finds changes of the voltage that belong to no event, because they are too small or have the wrong direction.
 #pragma once
 
 #include <vector>
@@ -8,8 +8,8 @@
 
 namespace measure {
 
-/// Changes of a fundamental by more than 3 % of its usual level within two cycles, outside of events and of two cycles
-/// round them.
+/// Returns changes of a fundamental by more than 3 % of its usual level within two cycles. Events and the two cycles
+/// before and after them are left out.
 std::vector<Change> changes_without_event(const Supply& supply, const std::vector<Event>& events);
 
 }  // namespace measure

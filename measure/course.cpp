@@ -7,14 +7,13 @@
 #include <utility>
 #include <vector>
 
+#include "measure/course_figures.h"
 #include "measure/course_items.h"
-#include "measure/cycle_rms.h"
-#include "measure/dip_type.h"
+#include "measure/dip_waveform.h"
 #include "measure/explained.h"
 #include "measure/frequency.h"
 #include "measure/gradual_course.h"
 #include "measure/harmonics.h"
-#include "measure/lowest_of_six.h"
 #include "measure/moving_phasors.h"
 #include "measure/partition.h"
 #include "measure/runs.h"
@@ -26,123 +25,62 @@ namespace measure {
 
 namespace {
 
-constexpr double pi = std::numbers::pi;
-constexpr double infinity = std::numeric_limits<double>::infinity();
-
-/// A phase is low below this share of its own level before.
-constexpr double threshold = 0.9;
-/// How much of the waveform round a dip is looked at, in cycles.
-constexpr double cycles_before = 25;
-constexpr double cycles_after = 15;
-/// Neighbouring segments whose phasors differ by less are one; in usual peaks, as all voltages within a course.
-constexpr double same_voltage = 0.025;
-/// A gradual run that changes less than this is a steady one.
+/// The level before a dip is measured over this many cycles of the steady voltage before it.
+constexpr double level_cycles = 25;
+/// A gradual run that changes by less than this counts as steady.
 constexpr double steady_change = 0.035;
-/// Steady runs of fewer cycles between gradual ones are part of these.
+/// Steady runs of fewer cycles between gradual runs become part of these.
 constexpr double short_cycles = 5;
 
 class CourseFinder {
  public:
   CourseFinder(const Supply& supply, const Event& dip)
-      : supply_(supply),
-        dip_(dip),
-        phases_(supply.waveform.phases.size()),
-        dip_start_s_(dip.start_known ? dip.start_s : -infinity),
-        dip_end_s_(dip.end_s.value_or(infinity)),
-        frequency_(frequency_round(supply.track, supply.wiring.to_positive(), phases_, dip_start_s_, dip_end_s_)),
-        absent_(absent_phases()),
-        excerpt_(excerpt_round()) {}
+      : supply_(supply), dip_(dip), wave_(supply, dip), phases_(wave_.phases), excerpt_(wave_.excerpt) {}
 
   Course course() {
     earliest_start_s_ = earliest_start_s();
-    find_runs();
-    Course course;
-    course.frequency = frequency_.hertz;
-    course.frequency_before = frequency_.before;
-    course.frequency_after = frequency_.after;
-    if (choose_runs()) {
+    if (find_runs()) {
       find_level_before();
       set_dead_phases_aside();
       collect_items();
       refine_items();
-      if (has_before()) start_ = Figure{start_s_, start_plus_minus()};
-      if (end_s_) end_ = Figure{*end_s_, end_plus_minus()};
+      if (has_before()) found_.start = Figure{found_.start_s, start_plus_minus()};
+      if (found_.end_s) found_.end = Figure{*found_.end_s, end_plus_minus()};
     } else if (!take_short_dip()) {
       follow_slowly();
     }
     keep_within_dip();
-    write(course);
-    return course;
+    return figures_of(wave_, found_);
   }
 
  private:
-  // --- the waveform round the dip
-  // -------------------------------------------------------------------------------------
-
-  /// The phases that miss samples in most of the dip's cycles, unless all do: the others are measured without them.
-  [[nodiscard]] PhaseFlags absent_phases() const {
-    const CycleTrack& track = supply_.track;
-    const std::size_t first = track.cycle_at(std::max(0.0, dip_start_s_));
-    const std::size_t last = track.cycle_at(std::min(dip_end_s_, track.time_of(track.cycles() - 1)));
-    PhaseFlags absent{};
-    bool any_present = false;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      std::size_t missing = 0;
-      for (std::size_t k = first; k <= last; k++) missing += std::isfinite(track.phasors(k)[phase].real()) ? 0 : 1;
-      absent[phase] = 2 * missing > last - first + 1;
-      any_present = any_present || !absent[phase];
-    }
-    return any_present ? absent : PhaseFlags{};
-  }
-
-  /// The mean of the usual levels of the phases that have a voltage.
-  [[nodiscard]] double usual_peak() const {
-    double highest = 0;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (!absent_[phase]) highest = std::max(highest, supply_.levels.fundamental_v[phase]);
-    }
-    double sum = 0;
-    double count = 0;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      const double level = supply_.levels.fundamental_v[phase];
-      if (absent_[phase] || !(level > next_to_nothing * highest)) continue;
-      sum += level * std::numbers::sqrt2;
-      count++;
-    }
-    return sum / count;
-  }
-
-  [[nodiscard]] Excerpt excerpt_round() const {
-    const Waveform& waveform = supply_.waveform;
-    const double cycle = 1 / frequency_.hertz;
-    const double from = std::max(0.0, dip_start_s_ - cycles_before * cycle);
-    const double length_s = static_cast<double>(waveform.length()) / waveform.rate;
-    const double to = std::min(length_s, dip_end_s_ + cycles_after * cycle);
-    double peak = usual_peak();
-    if (!(peak > 0) || !std::isfinite(peak)) peak = dip_.reference_v * std::numbers::sqrt2;
-    if (!(peak > 0) || !std::isfinite(peak)) peak = 1;
-    return {waveform,
-            static_cast<std::size_t>(from * waveform.rate),
-            static_cast<std::size_t>(std::ceil(to * waveform.rate)),
-            peak,
-            frequency_.hertz,
-            absent_};
-  }
-
-  void find_runs() {
+  /// Finds the runs and chooses those of the dip. If the voltage before the dip is already low, arcs or ringing have
+  /// hidden the dip's first change, and the search is repeated with closer scrutiny.
+  bool find_runs() {
+    constexpr double closest_scrutiny = 4;
     Excerpt quiet = excerpt_;
     remove_harmonics(quiet, supply_.track, earliest_start_s_ - 0.1 * excerpt_.cycle());
-    runs_ = runs_of(excerpt_, partition(quiet));
+    for (double scrutiny = 1;; scrutiny *= 2) {
+      runs_ = runs_of(excerpt_, partition(quiet, scrutiny));
+      if (!choose_runs()) return false;
+      if (!hides_first_change() || scrutiny >= closest_scrutiny) return true;
+    }
+  }
+
+  /// Returns whether the run before the dip ends more than a cycle after the dip was detected, and is low at its end.
+  [[nodiscard]] bool hides_first_change() const {
+    if (!has_before()) return false;
+    const Run& before = runs_[first_ - 1];
+    return before.end_s > wave_.dip_start_s + excerpt_.cycle() && !is_back(before, before.end_s);
   }
 
   // --- which runs belong to the dip
-  // -----------------------------------------------------------------------------------
 
   [[nodiscard]] bool is_fall(std::size_t run) const { return runs_[run].gradual && !runs_[run].begins_abruptly; }
 
-  /// The dip may have begun in a gap of the samples that lies next to its first window.
+  /// Returns whether the dip may have begun in a gap of the samples next to its first window.
   [[nodiscard]] double earliest_start_s() const {
-    double earliest = dip_start_s_;
+    double earliest = wave_.dip_start_s;
     if (!dip_.start_known) return earliest;
     const double reach = earliest - excerpt_.cycle();
     bool in_gap = false;
@@ -155,10 +93,11 @@ class CourseFinder {
     return earliest;
   }
 
-  /// Finds the first run of the dip and the one after its last. A dip's first window may begin up to a cycle before the
-  /// change and half a cycle after it, its last one ends more than a cycle after the voltage is back.
+  /// Finds the first run of the dip and the first run after its last one. The dip's first window may begin up to a
+  /// cycle before the change and half a cycle after it; its last window ends more than a cycle after the voltage is
+  /// back.
   bool choose_runs() {
-    // A shallow dip's last window holds little of the dip.
+    // The last window of a shallow dip contains little of the dip.
     constexpr double latest_return = 0.2;
     if (runs_.empty()) return false;
     const double cycle = excerpt_.cycle();
@@ -171,7 +110,7 @@ class CourseFinder {
       }
       if (first_ == runs_.size()) return false;
       const double change_begin = is_fall(first_) ? runs_[first_].begin_s : runs_[first_ - 1].end_s;
-      if (change_begin > dip_end_s_ - latest_return * cycle) return false;
+      if (change_begin > wave_.dip_end_s - latest_return * cycle) return false;
     }
     runs_end_ = runs_.size();
     if (!dip_.end_s) {
@@ -181,25 +120,26 @@ class CourseFinder {
     for (std::size_t k = std::max<std::size_t>(first_, 1); k < runs_.size(); k++) {
       const bool after_ramp = is_fall(k - 1) && !runs_[k].begins_abruptly && k > first_;
       const double change_begin = after_ramp ? runs_[k - 1].begin_s : runs_[k - 1].end_s;
-      if (change_begin < dip_end_s_ - latest_return * cycle) runs_end_ = k;
+      if (change_begin < wave_.dip_end_s - latest_return * cycle) runs_end_ = k;
     }
-    // A slow return that goes on past the excerpt's end is the dip's own last run.
+    // A slow return that continues past the excerpt's end is the last run of the dip.
     if (runs_end_ + 1 == runs_.size() && runs_end_ > first_ && is_fall(runs_end_)) runs_end_ = runs_.size();
     return true;
   }
 
-  /// Whether the voltage is above the threshold at a time of a run.
+  /// Returns whether the voltage is above the threshold at the beginning or the end of a run.
   [[nodiscard]] bool is_back(const Run& run, double seconds) const {
     if (run.stretches.empty()) return false;
-    const Phasors phasors = run.stretches.front().fit.phasors(seconds);
+    const bool at_begin = seconds <= run.begin_s;
+    const Phasors phasors = (at_begin ? run.stretches.front() : run.stretches.back()).fit.phasors(seconds);
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (absent_[phase]) continue;
-      if (volts(std::abs(phasors[phase])) < threshold * supply_.levels.fundamental_v[phase]) return false;
+      if (wave_.absent[phase]) continue;
+      if (wave_.volts(std::abs(phasors[phase])) < threshold * supply_.levels.fundamental_v[phase]) return false;
     }
     return true;
   }
 
-  /// The record may end before the last window of the dip, although the voltage is back.
+  /// Finds the return of the voltage in a record that ends before the last window of the dip.
   void find_return_at_end() {
     while (runs_end_ > first_ + 1 && runs_[runs_end_ - 1].begins_abruptly &&
            is_back(runs_[runs_end_ - 1], runs_[runs_end_ - 1].begin_s)) {
@@ -210,19 +150,27 @@ class CourseFinder {
   [[nodiscard]] bool has_before() const { return dip_.start_known && first_ > 0; }
   [[nodiscard]] bool has_after() const { return runs_end_ < runs_.size(); }
 
-  /// The last steady run before the dip at about the usual level: others are stages of the same disturbance.
-  [[nodiscard]] std::size_t run_before() const {
+  /// Returns whether each phase is about as high as usual.
+  [[nodiscard]] bool is_usual(const Phasors& phasors) const {
     constexpr double about_usual = 0.06;
+    for (std::size_t phase = 0; phase < phases_; phase++) {
+      if (wave_.absent[phase]) continue;
+      const double level = supply_.levels.fundamental_v[phase];
+      if (!(std::abs(wave_.volts(std::abs(phasors[phase])) - level) < about_usual * level)) return false;
+    }
+    return true;
+  }
+
+  /// Returns the last steady run before the dip at about the usual level. Runs at other levels are stages of the same
+  /// disturbance.
+  [[nodiscard]] std::size_t run_before() const {
     for (std::size_t k = first_; k-- > 0;) {
-      if (runs_[k].gradual || runs_[k].length_s() < excerpt_.cycle()) continue;
-      const Phasors phasors = runs_[k].stretches.back().fit.phasors(runs_[k].end_s);
-      bool usual = true;
-      for (std::size_t phase = 0; phase < phases_; phase++) {
-        if (absent_[phase]) continue;
-        const double level = supply_.levels.fundamental_v[phase];
-        usual = usual && std::abs(volts(std::abs(phasors[phase])) - level) < about_usual * level;
+      const Run& run = runs_[k];
+      if (run.gradual || run.length_s() < excerpt_.cycle()) continue;
+      if (is_usual(run.stretches.front().fit.phasors(run.begin_s)) &&
+          is_usual(run.stretches.back().fit.phasors(run.end_s))) {
+        return k;
       }
-      if (usual) return k;
     }
     return first_ - 1;
   }
@@ -231,86 +179,87 @@ class CourseFinder {
     const double cycle = excerpt_.cycle();
     if (has_before()) {
       const Run& run = runs_[run_before()];
-      const double from = std::max(run.begin_s, run.end_s - cycles_before * cycle);
+      const double from = std::max(run.begin_s, run.end_s - level_cycles * cycle);
       const PhasorFit fit = steady_fit(excerpt_, from, run.end_s, run.begins_abruptly && from == run.begin_s);
-      before_ = fit.phasors(run.end_s);
-      before_error_ = fit.standard_error(run.end_s);
-      before_s_ = (from + run.end_s) / 2;
+      found_.before = fit.phasors(run.end_s);
+      found_.before_error = fit.standard_error(run.end_s);
+      found_.before_s = (from + run.end_s) / 2;
       find_flicker(from, run.end_s);
       return;
     }
     // The record begins in the dip.
-    source_ = LevelSource::after;
+    found_.source = LevelSource::after;
     if (has_after()) {
       const Run& run = runs_[runs_end_];
       const PhasorFit fit =
-          steady_fit(excerpt_, run.begin_s, std::min(run.end_s, run.begin_s + cycles_before * cycle), true);
-      before_ = fit.phasors(run.begin_s);
-      before_error_ = fit.standard_error(run.begin_s);
-      before_s_ = run.begin_s;
+          steady_fit(excerpt_, run.begin_s, std::min(run.end_s, run.begin_s + level_cycles * cycle), true);
+      found_.before = fit.phasors(run.begin_s);
+      found_.before_error = fit.standard_error(run.begin_s);
+      found_.before_s = run.begin_s;
     } else {
-      angles_known_ = false;
+      found_.angles_known = false;
       const double usual = dip_.reference_v * std::numbers::sqrt2 / excerpt_.peak();
-      for (std::size_t phase = 0; phase < phases_; phase++) before_[phase] = usual;
+      for (std::size_t phase = 0; phase < phases_; phase++) found_.before[phase] = usual;
     }
     scale_to_declared();
   }
 
-  /// The level of a dip that is on at the record's beginning is the declared one where that is known.
+  /// If a dip is in progress at the record's beginning, its level before is the declared voltage, if that is known.
   void scale_to_declared() {
     if (!supply_.declared_v) return;
-    source_ = LevelSource::declared;
+    found_.source = LevelSource::declared;
     const double declared = *supply_.declared_v * std::numbers::sqrt2 / excerpt_.peak();
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      before_[phase] *= declared / std::max(std::abs(before_[phase]), 1e-12);
+      found_.before[phase] *= declared / std::max(std::abs(found_.before[phase]), 1e-12);
     }
   }
 
-  /// A phase without voltage before is never low, and nothing is divided by what it has.
+  /// A phase without voltage before the dip is never low, and nothing is divided by its level.
   void set_dead_phases_aside() {
     constexpr double unreachable = 1e-9;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      dead_[phase] = absent_[phase] || !(std::abs(before_[phase]) > next_to_nothing);
-      if (dead_[phase]) before_[phase] = unreachable;
+      found_.dead[phase] = wave_.absent[phase] || !(std::abs(found_.before[phase]) > next_to_nothing);
+      if (found_.dead[phase]) found_.before[phase] = unreachable;
     }
   }
 
-  /// A dip of half a cycle has a start and an end, and no voltage of its own.
+  /// A dip of half a cycle gets a start and an end, but no voltage.
   bool take_short_dip() {
     if (!dip_.start_known || !dip_.end_s) return false;
-    const auto dip = short_dip(excerpt_, dip_start_s_ - 0.1 * excerpt_.cycle(), dip_end_s_ + 0.1 * excerpt_.cycle());
+    const auto dip =
+        short_dip(excerpt_, wave_.dip_start_s - 0.1 * excerpt_.cycle(), wave_.dip_end_s + 0.1 * excerpt_.cycle());
     if (!dip) return false;
-    before_ = dip->before;
-    before_error_ = dip->before_error;
-    before_s_ = dip_start_s_;
+    found_.before = dip->before;
+    found_.before_error = dip->before_error;
+    found_.before_s = wave_.dip_start_s;
     set_dead_phases_aside();
-    start_s_ = dip->start_s.value;
-    end_s_ = dip->end_s.value;
-    start_ = dip->start_s;
-    end_ = dip->end_s;
-    changed_ = dip->phases;
+    found_.start_s = dip->start_s.value;
+    found_.end_s = dip->end_s.value;
+    found_.start = dip->start_s;
+    found_.end = dip->end_s;
+    found_.changed = dip->phases;
     return true;
   }
 
-  /// Where no change can be told within the dip, the one-cycle fundamentals show its course.
+  /// If no change can be found within the dip, the one-cycle fundamentals show its course.
   void follow_slowly() {
-    constexpr double level_cycles = 6;
+    constexpr double near_cycles = 6;
     const double cycle = excerpt_.cycle();
     std::optional<Phasors> level;
     if (dip_.start_known) {
-      level = mean_fundamental(excerpt_, dip_start_s_ - level_cycles * cycle, dip_start_s_ - 0.6 * cycle);
+      level = mean_fundamental(excerpt_, wave_.dip_start_s - near_cycles * cycle, wave_.dip_start_s - 0.6 * cycle);
     } else if (dip_.end_s) {
-      source_ = LevelSource::after;
-      level = mean_fundamental(excerpt_, dip_end_s_ + 0.6 * cycle, dip_end_s_ + level_cycles * cycle);
+      found_.source = LevelSource::after;
+      level = mean_fundamental(excerpt_, wave_.dip_end_s + 0.6 * cycle, wave_.dip_end_s + near_cycles * cycle);
     }
-    angles_known_ = level.has_value();
+    found_.angles_known = level.has_value();
     const double usual = dip_.reference_v * std::numbers::sqrt2 / excerpt_.peak();
-    for (std::size_t phase = 0; phase < phases_; phase++) before_[phase] = level ? (*level)[phase] : usual;
+    for (std::size_t phase = 0; phase < phases_; phase++) found_.before[phase] = level ? (*level)[phase] : usual;
     if (!dip_.start_known) scale_to_declared();
     set_dead_phases_aside();
-    start_s_ = std::max(excerpt_.begin_s(), dip_start_s_ - cycle);
-    const double to = std::min(excerpt_.end_s(), dip_end_s_ + cycle);
-    const auto slow = slow_course(excerpt_, before_, threshold, start_s_, to);
+    found_.start_s = std::max(excerpt_.begin_s(), wave_.dip_start_s - cycle);
+    const double to = std::min(excerpt_.end_s(), wave_.dip_end_s + cycle);
+    const auto slow = slow_course(excerpt_, found_.before, threshold, found_.start_s, to);
     if (!slow) return;
     Item item;
     item.start_s = slow->start_s;
@@ -318,29 +267,29 @@ class CourseFinder {
     item.gradual = true;
     item.goes_on = !dip_.end_s;
     item.phasors = slow->lowest;
-    items_.push_back(item);
-    gradual_start_ = gradual_end_ = true;
-    start_s_ = slow->start_s;
-    // A cycle tells no more than that a crossing lies within it.
-    if (dip_.start_known) start_ = Figure{slow->start_s, cycle / 2};
+    found_.items.push_back(item);
+    found_.gradual_start = found_.gradual_end = true;
+    found_.start_s = slow->start_s;
+    // A one-cycle window shows only that a crossing lies somewhere within it.
+    if (dip_.start_known) found_.start = Figure{slow->start_s, cycle / 2};
     if (!dip_.end_s) return;
-    end_s_ = slow->end_s;
-    end_ = Figure{slow->end_s, cycle / 2};
+    found_.end_s = slow->end_s;
+    found_.end = Figure{slow->end_s, cycle / 2};
   }
 
-  /// Start and end stay near the detected dip, and the segments between them, in order.
+  /// Keeps start and end near the detected dip, and the segments between them and in order.
   void keep_within_dip() {
     constexpr double farthest_cycles = 2;
     const double reach = farthest_cycles * excerpt_.cycle();
     const double low = std::max(excerpt_.begin_s(), earliest_start_s_ - reach);
-    const double high = std::max(low, std::min(excerpt_.end_s(), dip_end_s_ + reach));
-    start_s_ = std::clamp(start_s_, low, high);
-    if (start_) start_->value = start_s_;
-    if (end_s_) end_s_ = std::clamp(*end_s_, start_s_, high);
-    if (end_) end_->value = *end_s_;
-    double from = start_s_;
-    const double to = end_s_.value_or(excerpt_.end_s());
-    std::erase_if(items_, [&](Item& item) {
+    const double high = std::max(low, std::min(excerpt_.end_s(), wave_.dip_end_s + reach));
+    found_.start_s = std::clamp(found_.start_s, low, high);
+    if (found_.start) found_.start->value = found_.start_s;
+    if (found_.end_s) found_.end_s = std::clamp(*found_.end_s, found_.start_s, high);
+    if (found_.end) found_.end->value = *found_.end_s;
+    double from = found_.start_s;
+    const double to = found_.end_s.value_or(excerpt_.end_s());
+    std::erase_if(found_.items, [&](Item& item) {
       item.start_s = std::clamp(item.start_s, from, std::max(from, to));
       item.end_s = std::clamp(item.end_s, from, std::max(from, to));
       from = std::max(from, item.end_s);
@@ -348,7 +297,8 @@ class CourseFinder {
     });
   }
 
-  /// How much the magnitudes sway in the steady voltage before: what no figure of the dip can be better than.
+  /// Measures how much the magnitudes vary in the steady voltage before the dip. No figure of the dip can be more
+  /// accurate.
   void find_flicker(double from_s, double to_s) {
     const MovingPhasors moving(excerpt_);
     double sum = 0;
@@ -359,42 +309,43 @@ class CourseFinder {
       const auto phasors = moving.at(i);
       if (!phasors) continue;
       for (std::size_t phase = 0; phase < phases_; phase++) {
-        if (absent_[phase] || !(std::abs(before_[phase]) > next_to_nothing)) continue;
-        const double off = std::abs((*phasors)[phase]) / std::abs(before_[phase]) - 1;
+        if (wave_.absent[phase] || !(std::abs(found_.before[phase]) > next_to_nothing)) continue;
+        const double off = std::abs((*phasors)[phase]) / std::abs(found_.before[phase]) - 1;
         sum += off;
         squares += off * off;
         count++;
       }
     }
-    if (count > 2) flicker_ = std::sqrt(std::max(0.0, squares / count - sum / count * sum / count));
+    if (count > 2) found_.flicker = std::sqrt(std::max(0.0, squares / count - sum / count * sum / count));
   }
 
   // --- segments
-  // -------------------------------------------------------------------------------------------------------
 
   void collect_items() {
-    start_s_ = has_before() ? runs_[first_ - 1].end_s : excerpt_.begin_s();
-    if (has_after()) end_s_ = runs_[runs_end_].begins_abruptly ? runs_[runs_end_].returned_s : runs_[runs_end_].begin_s;
+    found_.start_s = has_before() ? runs_[first_ - 1].end_s : excerpt_.begin_s();
+    if (has_after())
+      found_.end_s = runs_[runs_end_].begins_abruptly ? runs_[runs_end_].returned_s : runs_[runs_end_].begin_s;
     take_recovery_after_dip();
     std::size_t k = first_;
     if (has_before() && k < runs_end_ && is_fall(k)) {
       const GradualCourse fall = followed(runs_[k], runs_[k].end_s);
-      gradual_start_ = true;
-      start_s_ = fall.falls_through(before_, threshold);
+      found_.gradual_start = true;
+      found_.start_s = fall.falls_through(found_.before, threshold);
       k++;
     }
     while (k < runs_end_) k = take_runs(k);
     take_fall_and_return();
   }
 
-  /// A voltage that falls gradually and comes back gradually at once has one gradual segment, from threshold to
-  /// threshold.
+  /// Makes one gradual segment, from threshold to threshold, of a voltage that falls gradually and recovers gradually
+  /// at once.
   void take_fall_and_return() {
-    if (!items_.empty() || !gradual_start_ || !gradual_end_ || !(*end_s_ > start_s_)) return;
-    add_gradual(GradualCourse(excerpt_, start_s_, *end_s_, false), start_s_, *end_s_);
-    Item& item = items_.back();
+    if (!found_.items.empty() || !found_.gradual_start || !found_.gradual_end || !(*found_.end_s > found_.start_s))
+      return;
+    add_gradual(GradualCourse(excerpt_, found_.start_s, *found_.end_s, false), found_.start_s, *found_.end_s);
+    Item& item = found_.items.back();
     item.recovery = true;
-    // Fits of the whole reach across the turning point, those of its parts do not.
+    // A fit over the whole time would smooth the turning point, but fits over its two parts do not.
     for (std::size_t k = first_; k < runs_end_; k++) {
       const Phasors lowest = followed(runs_[k], runs_[k].end_s).lowest();
       for (std::size_t phase = 0; phase < phases_; phase++) {
@@ -408,35 +359,36 @@ class CourseFinder {
     return {excerpt_, run.begin_s, end_s, run.begins_abruptly};
   }
 
-  /// A course that begins low after a sudden change and recovers gradually is the dip's own last one, unless it is
-  /// above the threshold again within a cycle: then it is the tail of the return.
+  /// Adds a run that begins low after a sudden change and recovers gradually as the dip's last segment. A run that is
+  /// above the threshold again within a cycle is not added, because it is the tail of the return.
   void take_recovery_after_dip() {
     if (!has_after() || !runs_[runs_end_].gradual || !runs_[runs_end_].begins_abruptly) return;
-    // Where ringing spoils the first cycles, the whole run tells better whether the voltage was low at its beginning.
+    // If ringing disturbs the first cycles, the whole run shows more reliably whether the voltage was low at its
+    // beginning.
     if (is_back(runs_[runs_end_], runs_[runs_end_].begin_s)) return;
     const GradualCourse recovery = followed(runs_[runs_end_], runs_[runs_end_].end_s);
-    if (recovery.first_share(before_) < threshold &&
-        recovery.rises_through(before_, threshold) > runs_[runs_end_].begin_s + excerpt_.cycle()) {
+    if (recovery.first_share(found_.before) < threshold &&
+        recovery.rises_through(found_.before, threshold) > runs_[runs_end_].begin_s + excerpt_.cycle()) {
       runs_end_++;
     }
   }
 
-  /// Takes one segment or transition that begins with run `k`; returns the run after it.
+  /// Adds one segment or transition that begins with run `k`; returns the run after it.
   std::size_t take_runs(std::size_t k) {
     const Run& run = runs_[k];
-    // Runs that follow without a sudden change.
+    // These runs follow each other without a sudden change.
     std::size_t to = k + 1;
     while (to < runs_end_ && !runs_[to].begins_abruptly) to++;
     const bool back_smoothly =
         to == runs_end_ && dip_.end_s && (runs_end_ == runs_.size() || !runs_[runs_end_].begins_abruptly);
     if (run.gradual && run.begins_abruptly && back_smoothly) {
-      // What begins gradually after a sudden change and goes on without another until the voltage is back.
+      // This run begins gradually after a sudden change and continues without another one until the voltage is back.
       const GradualCourse recovery(excerpt_, run.begin_s, runs_[to - 1].end_s, true);
-      end_s_ = recovery.rises_through(before_, threshold);
-      gradual_end_ = true;
-      if (*end_s_ > run.begin_s) {
-        add_gradual(recovery, run.begin_s, *end_s_);
-        items_.back().recovery = true;
+      found_.end_s = recovery.rises_through(found_.before, threshold);
+      found_.gradual_end = true;
+      if (*found_.end_s > run.begin_s) {
+        add_gradual(recovery, run.begin_s, *found_.end_s);
+        found_.items.back().recovery = true;
       }
       return to;
     }
@@ -448,16 +400,16 @@ class CourseFinder {
         return k + 1;
       }
     }
-    // A gradual run at the end of the dip brings the voltage back; where the dip goes on, it is a segment of its own.
+    // A gradual run at the end of the dip is its recovery; before the end it is a separate segment.
     if (run.gradual && k + 1 == runs_end_ && dip_.end_s && !run.begins_abruptly && !run.ends_abruptly) {
       const GradualCourse back = followed(run, run.end_s);
-      end_s_ = back.rises_through(before_, threshold);
-      gradual_end_ = true;
+      found_.end_s = back.rises_through(found_.before, threshold);
+      found_.gradual_end = true;
       return k + 1;
     }
     constexpr double longest_transition_cycles = 2.5;
     if (run.ramp && run.length_s() < longest_transition_cycles * excerpt_.cycle()) return k + 1;
-    // Gradual runs, and short steady ones between them, are one gradual segment.
+    // Gradual runs, and short steady runs between them, make one gradual segment.
     std::size_t last = k;
     while (last + 1 < to && (runs_[last + 1].gradual ||
                              (runs_[last + 1].length_s() < short_cycles * excerpt_.cycle() && last + 2 < to))) {
@@ -483,7 +435,7 @@ class CourseFinder {
     item.phasors = fit.phasors(run.begin_s);
     item.error = fit.standard_error(run.begin_s);
     item.fit = fit;
-    items_.push_back(item);
+    found_.items.push_back(item);
   }
 
   void add_gradual(const GradualCourse& course, double start_s, double end_s) {
@@ -493,7 +445,7 @@ class CourseFinder {
     item.gradual = true;
     item.phasors = course.lowest();
     item.error = course.standard_error();
-    items_.push_back(item);
+    found_.items.push_back(item);
   }
 
   [[nodiscard]] double distance(const Phasors& one, const Phasors& other) const {
@@ -505,15 +457,15 @@ class CourseFinder {
     return farthest;
   }
 
-  /// Joins what is one segment, and looks at steady segments again that the waveform does not bear out.
+  /// Joins items that are one segment, and examines steady segments that do not agree with the waveform.
   void refine_items() {
-    join_dead(excerpt_, before_, dead_, items_);
+    join_dead(excerpt_, found_.before, found_.dead, found_.items);
     drop_before();
-    drop_fragile(excerpt_, items_);
+    drop_fragile(excerpt_, found_.items);
     fill_gaps();
     drop_tail();
     std::vector<Item> joined;
-    for (const Item& item : items_) {
+    for (const Item& item : found_.items) {
       const bool same = !joined.empty() && !joined.back().gradual && !item.gradual &&
                         distance(joined.back().phasors, item.phasors) < same_voltage;
       if (same) {
@@ -522,74 +474,75 @@ class CourseFinder {
         joined.push_back(item);
       }
     }
-    items_.clear();
+    found_.items.clear();
     for (const Item& item : joined) add_borne_out(item);
-    if (!dip_.end_s && !items_.empty() && items_.back().end_s >= excerpt_.end_s() - 2 / excerpt_.rate()) {
-      items_.back().goes_on = true;
+    if (!dip_.end_s && !found_.items.empty() && found_.items.back().end_s >= excerpt_.end_s() - 2 / excerpt_.rate()) {
+      found_.items.back().goes_on = true;
     }
   }
 
   [[nodiscard]] double cycles(double seconds) const { return seconds / excerpt_.cycle(); }
 
-  /// Where the record begins less than a window before the dip, its first segment is the voltage before.
+  /// Drops the first segment if it is the voltage before the dip. This happens if the record begins less than a window
+  /// before the dip.
   void drop_before() {
-    if (dip_.start_known || items_.size() < 2) return;
-    const Item& first = items_.front();
+    if (dip_.start_known || found_.items.size() < 2) return;
+    const Item& first = found_.items.front();
     if (first.gradual || cycles(first.end_s - first.start_s) > 1.5) return;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (!dead_[phase] && std::abs(first.phasors[phase]) < threshold * std::abs(before_[phase])) return;
+      if (!found_.dead[phase] && std::abs(first.phasors[phase]) < threshold * std::abs(found_.before[phase])) return;
     }
     const double start = first.end_s;
-    items_.erase(items_.begin());
-    start_s_ = start;
-    start_ = Figure{start, std::max(sharpest(), runs_[0].end_plus_minus)};
+    found_.items.erase(found_.items.begin());
+    found_.start_s = start;
+    found_.start = Figure{start, std::max(wave_.sharpest(), runs_[0].end_plus_minus)};
   }
 
-  /// A long time between two segments in which nothing is steady is a gradual segment.
+  /// Turns a long time between two segments in which no voltage is steady into a gradual segment.
   void fill_gaps() {
     constexpr double longest_change_cycles = 2.5;
-    const std::vector<Item> found = std::move(items_);
-    items_.clear();
+    const std::vector<Item> found = std::move(found_.items);
+    found_.items.clear();
     for (const Item& item : found) {
-      const double from = items_.empty() ? item.start_s : items_.back().end_s;
+      const double from = found_.items.empty() ? item.start_s : found_.items.back().end_s;
       if (cycles(item.start_s - from) > longest_change_cycles) {
         add_gradual(GradualCourse(excerpt_, from, item.start_s, true), from, item.start_s);
       }
-      items_.push_back(item);
+      found_.items.push_back(item);
     }
-    if (found.empty() || gradual_end_ || !end_s_) return;
-    const double from = items_.back().end_s;
-    if (cycles(*end_s_ - from) > longest_change_cycles) {
-      add_gradual(GradualCourse(excerpt_, from, *end_s_, true), from, *end_s_);
+    if (found.empty() || found_.gradual_end || !found_.end_s) return;
+    const double from = found_.items.back().end_s;
+    if (cycles(*found_.end_s - from) > longest_change_cycles) {
+      add_gradual(GradualCourse(excerpt_, from, *found_.end_s, true), from, *found_.end_s);
     }
   }
 
-  /// A short last segment in which no phase is low any more is the tail of the return.
+  /// Removes a short last segment in which no phase is low any more, because it is the tail of the return.
   void drop_tail() {
     constexpr double short_tail_cycles = 3;
-    if (!dip_.end_s || items_.empty() || (items_.size() == 1 && !has_before())) return;
-    const Item& last = items_.back();
+    if (!dip_.end_s || found_.items.empty() || (found_.items.size() == 1 && !has_before())) return;
+    const Item& last = found_.items.back();
     if (cycles(last.end_s - last.start_s) >= short_tail_cycles) return;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (std::abs(last.phasors[phase]) < threshold * std::abs(before_[phase])) return;
+      if (std::abs(last.phasors[phase]) < threshold * std::abs(found_.before[phase])) return;
     }
-    if (items_.size() == 1) return;
-    end_s_ = last.start_s;
-    gradual_end_ = false;
-    items_.pop_back();
+    if (found_.items.size() == 1) return;
+    found_.end_s = last.start_s;
+    found_.gradual_end = false;
+    found_.items.pop_back();
   }
 
-  /// A steady segment whose one-cycle windows differ from it is a gradual one after all, or it is shorter than it was
-  /// taken for; a gradual one that ends where it began is two.
+  /// If the one-cycle windows of a steady segment differ from it, the segment is in fact gradual, or shorter than it
+  /// was found to be. A gradual segment that ends at its first voltage is divided into two.
   void add_borne_out(Item item) {
     const double length = (item.end_s - item.start_s) / excerpt_.cycle();
     if (item.recovery) {
-      items_.push_back(item);
+      found_.items.push_back(item);
       return;
     }
     if (item.gradual) {
       const GradualCourse course(excerpt_, item.start_s, item.end_s, false);
-      if (!changes(excerpt_, item.start_s, item.end_s, before_) && course.spread() < steady_change) {
+      if (!changes(excerpt_, item.start_s, item.end_s, found_.before) && course.spread() < steady_change) {
         Run run;
         run.begin_s = item.start_s;
         run.end_s = item.end_s;
@@ -603,7 +556,7 @@ class CourseFinder {
         add_gradual(GradualCourse(excerpt_, item.start_s, turn, false), item.start_s, turn);
         add_gradual(GradualCourse(excerpt_, turn, item.end_s, false), turn, item.end_s);
       } else {
-        items_.push_back(item);
+        found_.items.push_back(item);
       }
       return;
     }
@@ -611,8 +564,8 @@ class CourseFinder {
     segment.start_s = item.start_s;
     segment.end_s = item.end_s;
     segment.phasors = item.phasors;
-    if (is_borne_out(excerpt_, segment, item.fit, before_)) {
-      items_.push_back(item);
+    if (is_borne_out(excerpt_, segment, item.fit, found_.before)) {
+      found_.items.push_back(item);
       return;
     }
     if (length > 3) {
@@ -622,245 +575,63 @@ class CourseFinder {
         return;
       }
     }
-    if (!is_dead(item, before_, dead_, phases_)) take_steadiest(excerpt_, item);
-    items_.push_back(item);
+    if (!is_dead(item, found_.before, found_.dead, phases_)) take_steadiest(excerpt_, item);
+    found_.items.push_back(item);
   }
 
-  // --- figures
-  // --------------------------------------------------------------------------------------------------------
+  // --- how well the ends are known
 
-  [[nodiscard]] double volts(double peaks) const { return peaks * excerpt_.peak() / std::numbers::sqrt2; }
-
-  void write(Course& course) const {
-    course.level_source = source_;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (!dead_[phase]) course.before[phase] = before_[phase] * in_time(phase) * volts(1);
-    }
-    course.start_s = start_;
-    course.end_s = end_;
-    write_point_on_wave(course);
-    std::vector<Segment> in_peaks;
-    for (const Item& item : items_) {
-      Segment segment = segment_of(item);
-      in_peaks.push_back(segment);
-      if (segment.measured) in_peaks.back().phasors = item.phasors;
-      course.segments.push_back(segment);
-    }
-    write_transitions(course);
-    course.explained_share = explained_share(excerpt_, with_gradual_transitions(in_peaks, course), before_, start_s_,
-                                             end_s_.value_or(excerpt_.end_s()));
-    write_slopes(course);
-    if (phases_ == 3 && !supply_.between_phases && angles_known_ && absent_ == PhaseFlags{}) {
-      Phasors correction{};
-      for (std::size_t phase = 0; phase < phases_; phase++) {
-        correction[phase] = supply_.wiring.turned_phase == phase ? -in_time(phase) : in_time(phase);
-      }
-      course.lowest_of_six = lowest_of_six(excerpt_, before_, correction, start_s_, end_s_.value_or(excerpt_.end_s()));
-    }
-  }
-
-  /// The segments, and the gradual transitions as if they were segments, in order of time.
-  [[nodiscard]] static std::vector<Segment> with_gradual_transitions(std::vector<Segment> segments,
-                                                                     const Course& course) {
-    for (const Transition& transition : course.transitions) {
-      if (!transition.gradual) continue;
-      Segment part;
-      part.gradual = true;
-      part.start_s = transition.start_s;
-      part.end_s = transition.end_s;
-      segments.push_back(part);
-    }
-    std::stable_sort(segments.begin(), segments.end(),
-                     [](const Segment& one, const Segment& other) { return one.start_s < other.start_s; });
-    return segments;
-  }
-
-  /// What a phase's phasors are multiplied by because its samples were taken later than their indices say.
-  [[nodiscard]] Phasor in_time(std::size_t phase) const {
-    return std::polar(1.0, -excerpt_.omega() * supply_.waveform.phases[phase].skew);
-  }
-
-  void write_slopes(Course& course) const {
-    const double from = start_ ? start_s_ - excerpt_.cycle() : excerpt_.begin_s();
-    const double to = end_s_ ? *end_s_ + excerpt_.cycle() : excerpt_.end_s();
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      const CycleRms rms(supply_.waveform, phase, frequency_.hertz, from, to);
-      course.steepest_change_v_per_s[phase] = rms.steepest();
-    }
-  }
-
-  /// What no instant is better known than: filters and converters before the record move a change by a sample.
-  [[nodiscard]] double sharpest() const { return 1 / excerpt_.rate(); }
-
-  /// Where a voltage changes gradually, flicker and noise move its crossing of the threshold.
+  /// If a voltage changes gradually, flicker and noise shift its crossing of the threshold.
   [[nodiscard]] double gradual_plus_minus(const Run& run) const {
     const GradualCourse course = followed(run, run.end_s);
     const double slope = course.change() / std::max(run.length_s(), excerpt_.cycle());
     double error = 0;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (!dead_[phase]) error = std::max(error, before_error_[phase]);
+      if (!found_.dead[phase]) error = std::max(error, found_.before_error[phase]);
     }
-    // Windows of a cycle show a bend of the course, and so where it begins and ends, to a quarter of a cycle.
-    return std::hypot(2 * std::hypot(flicker_, error) / std::max(slope, 1e-6), excerpt_.cycle() / 4);
+    // One-cycle windows show a bend of the course, and so its begin and end, to a quarter of a cycle.
+    return std::hypot(2 * std::hypot(found_.flicker, error) / std::max(slope, 1e-6), excerpt_.cycle() / 4);
   }
 
   [[nodiscard]] double start_plus_minus() const {
-    if (gradual_start_) {
-      return std::max(sharpest(), std::min(gradual_plus_minus(runs_[first_]), runs_[first_].length_s()));
+    if (found_.gradual_start) {
+      return std::max(wave_.sharpest(), std::min(gradual_plus_minus(runs_[first_]), runs_[first_].length_s()));
     }
-    return std::max(sharpest(), runs_[first_ - 1].end_plus_minus);
+    return std::max(wave_.sharpest(), runs_[first_ - 1].end_plus_minus);
   }
 
-  /// Whether samples are missing where the dip may have begun.
+  /// Returns whether samples are missing at the time at which the dip may have begun.
   [[nodiscard]] bool starts_in_gap() const {
     const double off = start_plus_minus();
-    const std::size_t end = excerpt_.index_at(start_s_ + off);
-    for (std::size_t i = excerpt_.index_at(start_s_ - off); i < end; i++) {
+    const std::size_t end = excerpt_.index_at(found_.start_s + off);
+    for (std::size_t i = excerpt_.index_at(found_.start_s - off); i < end; i++) {
       if (excerpt_.is_missing(i)) return true;
     }
     return false;
   }
 
   [[nodiscard]] double end_plus_minus() const {
-    if (gradual_end_ && runs_end_ > 0) {
+    if (found_.gradual_end && runs_end_ > 0) {
       const Run& last = runs_[runs_end_ - 1];
-      return std::max(sharpest(), std::min(gradual_plus_minus(last), last.length_s()));
+      return std::max(wave_.sharpest(), std::min(gradual_plus_minus(last), last.length_s()));
     }
     const std::size_t run = std::min(runs_end_, runs_.size() - 1);
-    // What blurs the beginning of the dip, before the record or in it, blurs its end as well.
-    const double blur = has_before() && !gradual_start_ && !starts_in_gap() ? start_plus_minus() : sharpest();
+    // The effects that blur the beginning of the dip, in the record or before it was recorded, blur its end as well.
+    const double blur =
+        has_before() && !found_.gradual_start && !starts_in_gap() ? start_plus_minus() : wave_.sharpest();
     return runs_[run].returned_plus_minus + blur;
-  }
-
-  void write_point_on_wave(Course& course) const {
-    if (!start_ || gradual_start_) return;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (dead_[phase]) continue;
-      double degrees = (excerpt_.omega() * start_s_ + std::arg(before_[phase] * in_time(phase)) + pi / 2) * 180 / pi;
-      degrees -= 360 * std::floor(degrees / 360);
-      const double angle_error = 2 * before_error_[phase] / std::abs(before_[phase]) * 180 / pi;
-      course.point_on_wave_degrees[phase] =
-          Figure{degrees, std::hypot(360 * frequency_.hertz * start_->plus_minus, angle_error)};
-    }
-  }
-
-  /// Whether there are samples of at least half a cycle, or of a shorter segment all.
-  [[nodiscard]] bool is_measured(const Item& item) const {
-    const std::size_t begin = excerpt_.index_at(item.start_s);
-    const std::size_t end = excerpt_.index_at(item.end_s);
-    std::size_t missing = 0;
-    for (std::size_t i = begin; i < end; i++) missing += excerpt_.is_missing(i) ? 1 : 0;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (!std::isfinite(std::abs(item.phasors[phase])) || !std::isfinite(item.error[phase])) return false;
-    }
-    return missing == 0 || static_cast<double>(end - begin - missing) >= 0.5 * excerpt_.averages_per_cycle();
-  }
-
-  [[nodiscard]] Segment segment_of(const Item& item) const {
-    Segment segment;
-    segment.start_s = item.start_s;
-    if (!item.goes_on) segment.end_s = item.end_s;
-    segment.gradual = item.gradual;
-    segment.measured = is_measured(item);
-    if (!segment.measured) return segment;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      segment.phasors[phase] = item.phasors[phase] * in_time(phase) * volts(1);
-      write_phase(item, phase, segment.phases[phase]);
-    }
-    if (phases_ == 3 && absent_ == PhaseFlags{}) {
-      segment.sequences = sequences_of(segment.phasors, supply_.wiring);
-      if (angles_known_ && dead_ == PhaseFlags{}) write_type(item, segment);
-    }
-    return segment;
-  }
-
-  void write_phase(const Item& item, std::size_t phase, SegmentPhase& figures) const {
-    if (absent_[phase]) {
-      // Nothing is known of it but that it is a voltage of this supply.
-      figures.measured = false;
-      figures.voltage_v = {0, volts(1)};
-      return;
-    }
-    const double length = (item.end_s - item.start_s) * frequency_.hertz;
-    constexpr double flicker_cycles = 6;
-    const double sway = flicker_ * (item.gradual ? 1 : std::min(1.0, flicker_cycles / length));
-    const double magnitude = std::abs(item.phasors[phase]);
-    figures.voltage_v = {volts(magnitude), 2 * volts(std::hypot(item.error[phase], sway * magnitude))};
-    const CycleRms rms(supply_.waveform, phase, frequency_.hertz, item.start_s, item.end_s);
-    if (const auto range = rms.range()) {
-      figures.lowest_rms_v = range->lowest_v;
-      figures.highest_rms_v = range->highest_v;
-    }
-    if (dead_[phase]) return;
-    figures.share_of_before = magnitude / std::abs(before_[phase]);
-    figures.below_threshold = figures.share_of_before < threshold;
-    if (figures.share_of_before < next_to_nothing || !angles_known_) return;
-    const double drift = frequency_.plus_minus * std::abs(item.start_s + item.end_s - 2 * before_s_) / 2 * 360;
-    const double angle_error =
-        std::hypot(item.error[phase] / magnitude, before_error_[phase] / std::abs(before_[phase]));
-    figures.phase_jump_degrees = Figure{std::arg(item.phasors[phase] / before_[phase]) * 180 / pi,
-                                        std::hypot(2 * angle_error * 180 / pi, drift)};
-  }
-
-  void write_type(const Item& item, Segment& segment) const {
-    Phasors now{};
-    Phasors before{};
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      now[phase] = item.phasors[phase] * in_time(phase);
-      before[phase] = before_[phase] * in_time(phase);
-    }
-    segment.type = type_of(now, before, supply_.wiring);
-  }
-
-  void write_transitions(Course& course) const {
-    const auto add = [&](double start_s, double end_s, bool gradual, const Phasors& one, const Phasors& other) {
-      Transition transition{start_s, end_s, gradual, {}};
-      for (std::size_t phase = 0; phase < phases_; phase++) {
-        transition.phases[phase] = std::abs(one[phase] - other[phase]) > same_voltage;
-      }
-      course.transitions.push_back(transition);
-    };
-    if (items_.empty()) {
-      if (!course.start_s || !course.end_s) return;
-      add(start_s_, *end_s_, gradual_start_, before_, before_);
-      course.transitions.back().phases = changed_;
-      return;
-    }
-    if (course.start_s) add(start_s_, items_.front().start_s, gradual_start_, before_, items_.front().phasors);
-    for (std::size_t k = 0; k + 1 < items_.size(); k++) {
-      const double lasts = items_[k + 1].start_s - items_[k].end_s;
-      add(items_[k].end_s, items_[k + 1].start_s, lasts > excerpt_.cycle(), items_[k].phasors, items_[k + 1].phasors);
-    }
-    if (end_s_) add(std::min(items_.back().end_s, *end_s_), *end_s_, gradual_end_, items_.back().phasors, before_);
   }
 
   const Supply& supply_;
   const Event& dip_;
+  DipWaveform wave_;
   std::size_t phases_;
-  double dip_start_s_;
-  double dip_end_s_;
+  const Excerpt& excerpt_;
   double earliest_start_s_ = 0;
-  FrequencyRound frequency_;
-  PhaseFlags absent_;  // phases without samples in most of the dip
-  Excerpt excerpt_;
   std::vector<Run> runs_;
   std::size_t first_ = 0;     // of the dip's runs
   std::size_t runs_end_ = 0;  // of the runs after them
-  LevelSource source_ = LevelSource::before;
-  Phasors before_{};
-  PerPhase before_error_{};
-  double before_s_ = 0;  // about when the level before was
-  bool angles_known_ = true;
-  double flicker_ = 0;  // standard deviation of a one-cycle magnitude, of the level
-  double start_s_ = 0;
-  std::optional<double> end_s_;
-  std::optional<Figure> start_;  // these with what they are known by
-  std::optional<Figure> end_;
-  PhaseFlags dead_{};     // phases without voltage before
-  PhaseFlags changed_{};  // the phases of a dip without segments
-  bool gradual_start_ = false;
-  bool gradual_end_ = false;
-  std::vector<Item> items_;
+  FoundCourse found_;
 };
 
 }  // namespace

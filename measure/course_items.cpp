@@ -106,7 +106,7 @@ void take_steadiest(const Excerpt& excerpt, Item& item) {
   item.phasors = mean;
   const std::size_t first = windows[best_begin].first;
   const std::size_t last = windows[best_begin + best_count - 1].first + moving.window();
-  // Windows slide over what differs at the ends: their reach shows where it begins.
+  // A window agrees until it reaches samples that differ, so its outer end shows where the difference begins.
   if (best_begin > moving.window() / 4) item.start_s = excerpt.start_of(first);
   if (best_begin + best_count + moving.window() / 4 < windows.size()) item.end_s = excerpt.start_of(last);
 }

@@ -1,4 +1,4 @@
-// The segments of a course while they are being found, and how they are tidied up.
+// The segments of a course during the search, and the functions that tidy them up.
 #pragma once
 
 #include <cstddef>
@@ -10,32 +10,40 @@
 
 namespace measure {
 
-/// Below this share of its level before a phase has next to no voltage: no angle, and nothing to divide it by.
+/// Below this share of its level before, a phase has almost no voltage: it has no angle, and nothing is divided by it.
 inline constexpr double next_to_nothing = 0.05;
 
-/// A segment with what its figures need.
+/// A phase is low below this share of its own level before.
+inline constexpr double threshold = 0.9;
+
+/// Neighbouring segments whose phasors differ by less than this are one segment. All voltages within a course are in
+/// usual peaks.
+inline constexpr double same_voltage = 0.025;
+
+/// A segment with the data that its figures need.
 struct Item {
   double start_s = 0;
   double end_s = 0;
   bool gradual = false;
-  bool goes_on = false;   ///< at the record's end
+  bool goes_on = false;   ///< it continues past the record's end
   bool recovery = false;  ///< gradual, and the voltage is back at its end
   Phasors phasors{};
   PerPhase error{};  ///< standard error of each component of a phasor
   PhasorFit fit;     ///< of a steady one
 };
 
-/// Whether no phase has a voltage, apart from those that had none `before` and are set aside as `dead`.
+/// Returns whether no phase has a voltage. Phases that had none `before` are marked as `dead` and do not count.
 bool is_dead(const Item& item, const Phasors& before, const PhaseFlags& dead, std::size_t phases);
 
-/// Joins times without voltage and what lies between them: transformers and capacitors discharge in pulses that look
+/// Joins times without voltage and the pieces between them. Transformers and capacitors discharge in pulses that look
 /// like short pieces of voltage.
 void join_dead(const Excerpt& excerpt, const Phasors& before, const PhaseFlags& dead, std::vector<Item>& items);
 
-/// Drops what lasts about a cycle between changes that last nearly as long: it is part of a restless course.
+/// Removes an item of about a cycle between changes that last nearly as long, because it is part of an unsteady course.
 void drop_fragile(const Excerpt& excerpt, std::vector<Item>& items);
 
-/// Shortens a steady segment whose fit arcs or ringing spoil to the longest time in which the one-cycle windows agree.
+/// Shortens a steady segment whose fit is disturbed by arcs or ringing to the longest time in which the one-cycle
+/// windows agree.
 void take_steadiest(const Excerpt& excerpt, Item& item);
 
 }  // namespace measure

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <utility>
 
+#include "measure/median.h"
 #include "measure/window_phasor.h"
 
 namespace measure {
@@ -18,24 +19,19 @@ bool is_voltage(const Phasor& phasor) {
   return std::abs(phasor.real()) < largest_volts && std::abs(phasor.imag()) < largest_volts;
 }
 
-double middle_of(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
-
-/// The mean of the angles between neighbouring phasors without those that jump: of a fault or a switching.
+/// Returns the mean of the angles between neighbouring phasors, without the jumps that a fault or a switching causes.
 double usual_of(const std::vector<double>& angles) {
   constexpr double far_off = 6;          // usual distances from the middle
   constexpr double near_always = 0.002;  // radians
-  // Two at a time, as a constant and harmonics sway the angle from half-cycle to half-cycle.
+  // Angles are averaged in pairs, because a constant and harmonics shift them alternately from half-cycle to
+  // half-cycle.
   std::vector<double> pairs;
   for (std::size_t k = 0; k + 1 < angles.size(); k++) pairs.push_back((angles[k] + angles[k + 1]) / 2);
   if (pairs.empty()) return angles.empty() ? 0 : angles.front();
-  const double middle = middle_of(pairs);
+  const double middle = median(pairs);
   std::vector<double> away;
   for (const double pair : pairs) away.push_back(std::abs(pair - middle));
-  const double near = far_off * middle_of(away) + near_always;
+  const double near = far_off * median(away) + near_always;
   double sum = 0;
   double count = 0;
   for (const double pair : pairs) {
@@ -55,10 +51,10 @@ CycleTrack::CycleTrack(const Waveform& waveform) : waveform_(waveform), frequenc
   find_steady();
 }
 
-/// How the fundamentals turn over a few cycles.
+/// Describes how the fundamentals turn over a few cycles.
 struct CycleTrack::Turning {
-  double hertz = 0;     ///< by which they turn faster than the frequency by which they were looked at
-  double level = 0;     ///< the sum of the phases' lowest magnitudes: high where the voltage is high throughout
+  double hertz = 0;     ///< frequency minus the one for which the phasors were computed
+  double level = 0;     ///< sum of the phases' lowest magnitudes; it is high if the voltage is high throughout
   double restless = 0;  ///< variance of the angles from step to step, radians squared
 };
 
@@ -88,8 +84,8 @@ CycleTrack::Turning CycleTrack::turning(const WindowPhasor& fundamental, std::si
   return result;
 }
 
-/// Measures how the phasors turn from half-cycle to half-cycle in a few cycles in which the voltage is high and turns
-/// steadily, and there again at the frequency so found.
+/// Measures the turn of the phasors from half-cycle to half-cycle in a few cycles in which the voltage is high and
+/// turns steadily, and then repeats the measurement there at the frequency that was found.
 void CycleTrack::find_frequency() {
   constexpr std::size_t chunk_cycles = 12;
   constexpr std::size_t most_chunks = 32;
@@ -109,7 +105,7 @@ void CycleTrack::find_frequency() {
   const std::size_t span = window_ + hops * hop;
   const std::size_t chunks = std::min(most_chunks, std::max<std::size_t>(1, waveform_.length() / span));
   const std::size_t apart = chunks > 1 ? (waveform_.length() - span) / (chunks - 1) : 0;
-  // A chunk is looked at here and there to find the best ones.
+  // Each chunk is sampled at a few places to find the best ones.
   const std::size_t stride = std::max<std::size_t>(1, hops / looks_per_chunk);
   std::vector<Turning> looks;
   for (std::size_t chunk = 0; chunks > 1 && chunk < chunks; chunk++) {
@@ -125,8 +121,8 @@ void CycleTrack::find_frequency() {
   }
 }
 
-/// Of the chunks whose voltage is about the highest one and which are about the steadiest, the one whose frequency is
-/// the middle one.
+/// Considers the chunks with nearly the highest voltage that are nearly the steadiest, and returns the one with the
+/// median frequency.
 std::size_t CycleTrack::typical_chunk(const std::vector<Turning>& looks) {
   constexpr double about_highest = 0.95;
   constexpr double about_steadiest = 4;
@@ -160,7 +156,7 @@ void CycleTrack::follow() {
   phasors_.resize(count);
   for (std::size_t k = 0; k < count; k++) {
     const std::size_t first = first_sample(k);
-    // The number of whole cycles before does not turn anything.
+    // Whole cycles before the window do not change the angle.
     const double turns = static_cast<double>(first) / per_cycle;
     const Phasor back = std::polar(1.0, -2 * std::numbers::pi * (turns - std::floor(turns)));
     for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
@@ -171,7 +167,7 @@ void CycleTrack::follow() {
   }
 }
 
-/// Phases without a single cycle: nothing is said of them, and they hide nothing of the others.
+/// Phases without a single complete cycle have no results, and they do not affect the other phases.
 void CycleTrack::find_absent() {
   for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
     absent_[phase] = std::none_of(phasors_.begin(), phasors_.end(),

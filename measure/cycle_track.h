@@ -1,4 +1,4 @@
-// The fundamentals of a whole waveform, cycle by cycle: the frequency, the usual levels and where they are steady.
+// Follows the fundamentals of a whole waveform cycle by cycle: the frequency, the usual levels and the steady times.
 #pragma once
 
 #include <cstddef>
@@ -12,19 +12,19 @@ namespace measure {
 
 class WindowPhasor;
 
-/// One fundamental per cycle, by least squares with a constant, each sample used once. Peak values in volts, against
-/// cos(omega t), t from the waveform's first sample; not a number where samples are missing.
+/// One fundamental per cycle, by least squares with a constant; each sample is used once. The values are peak values in
+/// volts against cos(omega t), with t from the waveform's first sample. They are NaN if samples are missing.
 class CycleTrack {
  public:
-  /// The frequency is looked for within 20 % of the waveform's line frequency.
+  /// The frequency is searched within 20 % of the waveform's line frequency.
   explicit CycleTrack(const Waveform& waveform);
 
   [[nodiscard]] double frequency() const { return frequency_; }
   [[nodiscard]] std::size_t cycles() const { return phasors_.size(); }
   [[nodiscard]] const Phasors& phasors(std::size_t cycle) const { return phasors_[cycle]; }
-  /// Whether samples of a phase are missing, unless that phase is missing throughout.
+  /// Returns whether samples of a phase are missing. A phase that is missing throughout does not count.
   [[nodiscard]] bool is_missing(std::size_t cycle) const;
-  /// The phases that are missing throughout; none where all are.
+  /// Returns the phases that are missing throughout; none if all are missing.
   [[nodiscard]] const PhaseFlags& absent() const { return absent_; }
   /// First sample of a cycle, and the middle of the cycle in seconds.
   [[nodiscard]] std::size_t first_sample(std::size_t cycle) const;

@@ -9,17 +9,17 @@ namespace measure {
 
 namespace {
 
-/// The one-minute filter of the sliding reference.
+/// Factor of the one-minute filter that forms the sliding reference.
 constexpr double kept_of_reference = 0.9967;
 
-/// A value of a series, as time passes.
+/// A value of a series with the time at which its window ends.
 struct Moment {
   double end_s = 0;
   std::size_t phase = 0;
   std::size_t index = 0;
 };
 
-/// The values of all series by the ends of their windows.
+/// The values of all series in the order in which their windows end.
 class Timeline {
  public:
   explicit Timeline(const std::vector<HalfCycleRms>& series) : series_(series) {}
@@ -79,7 +79,7 @@ class Detector {
  private:
   using Open = std::optional<Event>;
 
-  /// A sliding reference takes each block in which no event was on.
+  /// A sliding reference uses only blocks without an event.
   void take_blocks(double seconds) {
     for (; block_ < references_.block_end_s.size() && references_.block_end_s[block_] <= seconds; block_++) {
       const bool on = open_[0] || open_[1] || open_[2];
@@ -195,7 +195,7 @@ class Detector {
   const std::vector<HalfCycleRms>& series_;
   References references_;
   PerPhase reference_;
-  // In per cent: sums of per cent are exact where sums of hundredths are not.
+  // Limits are in per cent, because sums of per cent are exact but sums of hundredths are not.
   double dip_;
   double swell_;
   double interruption_;
@@ -204,18 +204,18 @@ class Detector {
   double interruption_over_;
   std::array<std::optional<double>, most_phases> last_;
   std::array<Open, 3> open_;  // dip, swell, interruption
-  bool touched_ = false;      // an event was on at some time of the block that is being filled
+  bool touched_ = false;      // an event was in progress during the block that is being filled
   std::size_t block_ = 0;
   std::vector<Event> events_;
 };
 
-/// Whether a voltage is steady at each of its values, and the mean by which that is told.
+/// Says for each value of a voltage whether the voltage is steady, with the mean by which this was decided.
 struct Steadiness {
   std::vector<bool> steady;
   std::vector<double> mean;
 };
 
-/// Highest or lowest of the last values, kept in a list of those that may still become it.
+/// The highest or lowest of the last values. A list holds the values that may still become the extreme.
 class MovingExtreme {
  public:
   MovingExtreme(const std::vector<double>& values, bool highest) : values_(values), highest_(highest) {}
@@ -326,7 +326,7 @@ std::vector<Event> detect_rapid_changes(const std::vector<HalfCycleRms>& series,
       crossed = crossed || 100 * value < thresholds.dip * references[phase] ||
                 100 * value > thresholds.swell * references[phase];
       if (all_steady()) {
-        // Steadiness is regained as long after the change as its window is.
+        // A voltage counts as steady only one window after the change, so this delay is subtracted.
         const double lag = static_cast<double>(window) * half_window(moment);
         open->end_s = std::max(moment.end_s - half_window(moment) - lag, open->start_s);
         for (std::size_t p = 0; p < phases; p++) {

@@ -22,18 +22,19 @@ Components components(const Phasors& voltages, const Wiring& wiring) {
   return {sum(voltages, wiring.to_positive()), sum(voltages, wiring.to_negative()), sum(voltages, wiring.to_zero())};
 }
 
-/// Negative sequence below which the three phases fall alike: of the positive sequence before, and of its loss.
+/// If the negative sequence is below these shares of the positive sequence before and of its loss, the three phases
+/// fall equally.
 constexpr double balanced = 0.015;
 constexpr double balanced_of_loss = 0.08;
-/// Zero sequence from which a dip has one, of the positive sequence before and of the negative sequence.
+/// A dip has a zero sequence if it is above these shares of the positive sequence before and of the negative sequence.
 constexpr double notable_zero = 0.02;
 constexpr double notable_zero_of_negative = 0.25;
 
-/// A zero sequence larger than the negative sequence and the loss of positive sequence by this tells alone which phases
-/// fall.
+/// If the zero sequence is this many times the negative sequence, and larger than the loss of positive sequence, it
+/// alone determines the phases that fall.
 constexpr double dominant_zero = 3;
 
-/// The phase, or the two, that make a type symmetrical, by sectors of 60 degrees: even ones for two phases, odd ones
+/// The one or two phases that make a type symmetrical, by sectors of 60 degrees: even sectors for two phases, odd ones
 /// for one.
 constexpr std::array<PhaseFlags, 6> phases_of_sector = {{{false, true, true},
                                                          {false, false, true},
@@ -42,18 +43,17 @@ constexpr std::array<PhaseFlags, 6> phases_of_sector = {{{false, true, true},
                                                          {true, true, false},
                                                          {false, true, false}}};
 
-/// The nearest sector of an angle.
+/// Returns the nearest sector of an angle.
 int sector_of(const Phasor& direction) {
   const double sectors = std::arg(direction) / (std::numbers::pi / 3);
   return (static_cast<int>(std::lround(sectors)) % 6 + 6) % 6;
 }
 
-/// An earth fault in a network whose neutral is isolated or earthed through a coil moves the neutral and little else:
-/// what is left of the negative sequence tells nothing then.
+/// In a network whose neutral is isolated or earthed through a coil, an earth fault moves the neutral and has little
+/// other effect. The small negative sequence that remains does not show which phases fall.
 bool zero_dominates(const Components& parts, const Phasor& loss) {
   const double zero = std::abs(parts.zero);
-  return zero > notable_zero && zero > dominant_zero * std::abs(parts.negative) &&
-         zero > dominant_zero * std::abs(loss);
+  return zero > notable_zero && zero > dominant_zero * std::abs(parts.negative) && zero > std::abs(loss);
 }
 
 }  // namespace
@@ -66,11 +66,12 @@ Sequences sequences_of(const Phasors& voltages, const Wiring& wiring) {
 }
 
 DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wiring) {
-  // Each phase against its own voltage before, so that what was unequal before does not count as the dip's.
+  // Each phase is divided by its own voltage before the dip, so that an earlier inequality does not count as part of
+  // the dip.
   Phasors relative{};
   const Phasors turns = wiring.to_positive();
   for (std::size_t phase = 0; phase < 3; phase++) relative[phase] = voltages[phase] / before[phase] / turns[phase];
-  // `relative` follows the rotation that the wiring tells, whatever it is.
+  // `relative` follows the rotation of the wiring.
   const Components parts = components(relative, wiring);
   const Phasor loss = 1.0 - parts.positive;
 
@@ -88,13 +89,13 @@ DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wi
   const Phasor turned = parts.negative * std::pow(std::polar(1.0, -std::numbers::pi / 3), sector);
   type.characteristic = parts.positive - turned;
   type.pn_factor = parts.positive + turned;
-  // In a network that turns the other way the sectors lie the other way round.
+  // If the network rotates in the other direction, the order of the sectors is reversed.
   if (wiring.reversed) sector = (6 - sector) % 6;
 
   const bool zero =
       std::abs(parts.zero) > notable_zero && std::abs(parts.zero) > notable_zero_of_negative * std::abs(parts.negative);
-  // Where two phases fall to ground, the positive-negative factor loses a third of what the characteristic voltage
-  // does; where one falls or two fall together, nothing.
+  // If two phases fall to ground, the positive-negative factor loses a third of the amount that the characteristic
+  // voltage loses. If one phase falls, or two fall together, it loses nothing.
   const bool to_ground = std::abs(1.0 - type.pn_factor) > std::abs(1.0 - type.characteristic) / 6;
   type.phases = phases_of_sector[static_cast<std::size_t>(sector)];
   type.category = sector;

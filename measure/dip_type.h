@@ -1,4 +1,4 @@
-// Symmetrical components of a segment, and the type of dip that they show.
+// Computes the symmetrical components of a segment and the type of dip that they show.
 #pragma once
 
 #include <optional>
@@ -8,10 +8,11 @@
 
 namespace measure {
 
-/// Of three voltages, volts RMS. `between_phases`: they are voltages between phases, which have no zero sequence.
+/// Returns the components of three voltages in volts RMS. `between_phases`: the voltages are between phases and have no
+/// zero sequence.
 Sequences sequences_of(const Phasors& voltages, const Wiring& wiring);
 
-/// The type by the voltages of a segment against those before.
+/// Determines the type from the voltages of a segment and those before the dip.
 DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wiring);
 
 }  // namespace measure

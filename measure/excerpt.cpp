@@ -9,7 +9,7 @@ namespace measure {
 
 namespace {
 
-/// Averages per cycle at most: enough for the seventh harmonic, and few enough to be cheap.
+/// At most this many averages per cycle are made: enough for the seventh harmonic, but few enough to save time.
 constexpr double most_averages_per_cycle = 24;
 
 }  // namespace
@@ -44,8 +44,8 @@ Excerpt::Excerpt(const Waveform& waveform, std::size_t first, std::size_t end, d
   sums_ = std::make_shared<const WaveSums>(waves());
 }
 
-/// Fills in the cosines and sines: each is the one before, turned, and now and then one is made afresh so that rounding
-/// errors do not add up.
+/// Fills in the cosines and sines. Each is computed from the one before by a rotation; some are computed directly, so
+/// that rounding errors do not accumulate.
 void Excerpt::turn() {
   constexpr std::size_t afresh = 32;
   cosines_.resize(length());

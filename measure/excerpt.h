@@ -1,4 +1,4 @@
-// The part of a waveform round an event, made small and handy for fitting: averages over a few samples, in units of the
+// The part of a waveform around an event in a form that is fast to fit: averages over a few samples, in units of the
 // voltage's usual peak.
 #pragma once
 
@@ -13,8 +13,9 @@
 
 namespace measure {
 
-/// Averages over `block` samples keep all that white noise leaves of a fundamental and its low harmonics, at a fraction
-/// of the cost. Only instants need the samples themselves; `value` gives them in the same units.
+/// Averages over `block` samples keep nearly all information on a fundamental and its low harmonics in white noise, at
+/// a fraction of the cost. Only the search for instants needs the samples themselves; `value` returns them in the same
+/// units.
 class Excerpt {
  public:
   /// `first` to `end` are samples of the waveform; `peak` is the voltage in volts that becomes 1. Phases that are
@@ -50,15 +51,15 @@ class Excerpt {
   [[nodiscard]] std::size_t index_at(double seconds) const;  ///< first average that begins at or after a time
   /// The first average that does not end at or before a time: those before it lie strictly before the time.
   [[nodiscard]] std::size_t end_at(double seconds) const;
-  /// How much of the harmonic of an order is left in the averages.
+  /// Returns the share of a harmonic of an order that remains in the averages.
   [[nodiscard]] double attenuation(int order) const;
-  /// Takes `values` off the averages of each phase.
+  /// Subtracts `values` from the averages of each phase.
   void subtract(const std::array<std::vector<double>, most_phases>& values);
   /// Cosine and sine of the fundamental's angle at the middle of an average.
   [[nodiscard]] double cosine(std::size_t index) const { return cosines_[index]; }
   [[nodiscard]] double sine(std::size_t index) const { return sines_[index]; }
-  /// Sums for fits between any two averages. They are made anew when they are asked for after a subtraction, so an
-  /// excerpt is read by one thread at a time.
+  /// Sums for fits between any two averages. They are computed again after a subtraction, when they are next requested,
+  /// so only one thread at a time may read an excerpt.
   [[nodiscard]] WaveSums::Sums sums_between(std::size_t begin, std::size_t end) const;
 
  private:

@@ -10,7 +10,7 @@ namespace measure {
 namespace {
 
 constexpr double agreeing = 0.02;
-/// A phase with next to no voltage before agrees within a share of this, in usual peaks.
+/// Deviations are relative to the level before the dip, or to this level in usual peaks if it is higher.
 constexpr double lowest_level = 0.05;
 constexpr double left_out_cycles = 1.25;
 constexpr double windows_per_cycle = 4;

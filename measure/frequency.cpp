@@ -10,14 +10,14 @@ namespace measure {
 
 namespace {
 
-/// How far from the event the frequency is still taken for its own.
+/// The frequency of an event is measured over this many cycles before and after it.
 constexpr double cycles_before = 25;
 constexpr double cycles_after = 50;
-/// From one steady cycle to the next the fundamentals change by less than this share of the largest.
+/// In steady cycles the fundamentals change by less than this share of the largest one from one cycle to the next.
 constexpr double steady_change = 0.06;
 constexpr std::size_t fewest_cycles = 2;
 
-/// A straight line through angles, with an intercept of its own for each run.
+/// Fits a straight line through angles, with a separate intercept for each run.
 class Regression {
  public:
   void add_run(const std::vector<double>& times, const std::vector<double>& angles) {

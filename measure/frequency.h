@@ -1,4 +1,4 @@
-// The line's frequency round an event.
+// Measures the line's frequency around an event.
 #pragma once
 
 #include <optional>
@@ -7,7 +7,7 @@
 
 namespace measure {
 
-/// By regression of an angle over steady cycles.
+/// Result of a regression of the angle over steady cycles.
 struct FrequencyRound {
   double hertz = 0;  ///< by the cycles before and after, with one slope
   double plus_minus = 0;
@@ -15,7 +15,7 @@ struct FrequencyRound {
   std::optional<double> after;
 };
 
-/// `end_s`: infinite where the event goes on at the record's end. `rotation`: of the phases, see `Wiring`.
+/// `end_s`: infinity if the event continues past the record's end. `rotation`: that of the phases, see `Wiring`.
 FrequencyRound frequency_round(const CycleTrack& track, const Phasors& rotation, std::size_t phases, double start_s,
                                double end_s);
 

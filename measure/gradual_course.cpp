@@ -9,7 +9,7 @@ namespace measure {
 namespace {
 
 constexpr double window_cycles = 2;
-/// Long courses are followed in longer fits, which flicker moves less.
+/// Long courses are followed in longer fits, because flicker affects these less.
 constexpr double long_course_cycles = 16;
 constexpr double long_window_cycles = 4;
 

@@ -1,4 +1,4 @@
-// A time in which the voltage changes gradually, followed in short fits.
+// Follows a gradual change of the voltage in short fits.
 #pragma once
 
 #include <cstddef>

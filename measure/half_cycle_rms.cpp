@@ -13,14 +13,14 @@ namespace measure {
 
 namespace {
 
-/// A grid of windows catches up with a fundamental that has another phase by so much of a half cycle per half cycle.
+/// If the phase of the fundamental changes, the windows follow by at most this share of a half cycle per half cycle.
 constexpr double fastest_catching_up = 0.02;
-/// Nearer to a zero crossing than this, in half cycles, the grid stays where it is.
+/// If a zero crossing is nearer than this, in half cycles, the windows are not shifted.
 constexpr double at_crossing = 1e-4;
-/// Voltage in units of the usual one below which its zero crossings are not followed.
+/// Zero crossings are not followed if the voltage is below this share of the usual one.
 constexpr double too_little_to_follow = 0.3;
 
-/// Sum of the squares of samples `first` to, not including, `end`.
+/// Returns the sum of the squares of samples `first` to, not including, `end`.
 double squares(const double* samples, std::size_t first, std::size_t end) {
   constexpr std::size_t lanes = 4;
   std::array<double, lanes> sums{};
@@ -33,8 +33,9 @@ double squares(const double* samples, std::size_t first, std::size_t end) {
   return sum;
 }
 
-/// Integral of the squares over a time in samples; sample i stands for the time from i to i + 1.
+/// Returns the integral of the squares over a time in samples; sample i covers the time from i to i + 1.
 double energy(const double* samples, double from, double to) {
+  if (!(from < to)) return 0;  // at the end of the samples there is none to read
   const auto first = static_cast<std::size_t>(from);
   const auto last = static_cast<std::size_t>(to);
   const auto square = [&](std::size_t i) { return samples[i] * samples[i]; };
@@ -45,7 +46,7 @@ double energy(const double* samples, double from, double to) {
   return sum;
 }
 
-/// The same where `to` may lie before `from`: then it is negative.
+/// Does the same if `to` lies before `from`; the result is then negative.
 double energy_either_way(const double* samples, double from, double to) {
   return from <= to ? energy(samples, from, to) : -energy(samples, to, from);
 }
@@ -61,8 +62,8 @@ HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const C
   const double followed = too_little_to_follow * usual_v * std::numbers::sqrt2;
   const double length = static_cast<double>(waveform.length());
 
-  // How far a time lies after the fundamental's latest zero crossing, in half cycles from -0.5 to 0.5; none where there
-  // is nothing to follow.
+  // Returns the time since the fundamental's nearest zero crossing, in half cycles from -0.5 to 0.5; 0 if the voltage
+  // is too low to follow.
   const auto after_crossing = [&](double seconds) {
     const Phasor phasor = track.phasors(track.cycle_at(seconds))[phase];
     if (!(std::abs(phasor) > followed)) return 0.0;
@@ -70,7 +71,7 @@ HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const C
     return half_turns - std::round(half_turns);
   };
 
-  // Times count from half a sample before the first one, as samples stand for the time round them.
+  // Times count from half a sample before the first one, because each sample covers the time around it.
   const double offset = 0.5 / waveform.rate;
   std::size_t start_cycle = 0;
   while (start_cycle + 1 < track.cycles() && !(std::abs(track.phasors(start_cycle)[phase]) > followed)) start_cycle++;
@@ -94,7 +95,7 @@ HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const C
     }
     const double second_half = energy(samples, middle * waveform.rate, std::min(end * waveform.rate, length));
     double mean = (*first_half + second_half) / (2 * half_cycle * waveform.rate);
-    if (mean < 0) mean = 0;  // by rounding
+    if (mean < 0) mean = 0;  // rounding may make it negative
     result.start_s.push_back(start - offset);
     result.end_s.push_back(end - offset);
     const double volts = std::sqrt(mean) * std::abs(source.volts_per_unit);

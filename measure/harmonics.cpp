@@ -12,7 +12,7 @@ namespace measure {
 void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s) {
   constexpr double cycles_fitted = 10;
   constexpr double fewest_cycles = 1.2;
-  /// What a swollen fundamental does to the harmonics is not known: they are not taken for much larger.
+  /// The effect of a raised fundamental on the harmonics is not known, so they are not assumed to be much larger.
   constexpr double largest_share = 1.2;
   const double cycle = excerpt.cycle();
   const std::size_t end = excerpt.index_at(until_s);

@@ -6,8 +6,8 @@
 
 namespace measure {
 
-/// Takes the harmonics that lie in the steady voltage up to `until_s` off the whole excerpt: as much of them as there
-/// is of each phase's fundamental at the time.
+/// Measures the harmonics of the steady voltage up to `until_s` and subtracts them from the whole excerpt, in
+/// proportion to each phase's fundamental at the time.
 void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s);
 
 }  // namespace measure

@@ -11,36 +11,36 @@ namespace measure {
 
 namespace {
 
-/// A phase whose fundamental changes by less than so much of the largest change is left aside: squares.
+/// A phase is ignored if the square of its change is less than this share of the largest squared change.
 constexpr double share_that_tells = 0.06;
-/// A sample that follows neither course costs as much as one so many standard deviations off, squared.
+/// A sample that follows neither sinusoid costs as much as one at a distance of 3 standard deviations.
 constexpr double price_of_neither = 9;
-/// Within the change each sample costs so much for each phase, so that none is taken for changing without need.
+/// Each sample within the change has this additional cost for each phase, so that the change is not longer than needed.
 constexpr double price_of_changing = 2;
-/// What the models do not carry grows with the change: their deviation is never taken for less than these shares of it.
+/// The error of the models grows with the change. Their deviation is assumed to be at least this share of the change.
 constexpr double unmodelled_before = 0.02;
 constexpr double unmodelled_after = 0.05;
-/// Ringing after a switching: its deviations at first that are thought of, as shares of the change, and its time
-/// constant in seconds. Of lines and cables it has some hundred hertz to a few kilohertz and dies within milliseconds.
+/// The initial amplitudes of ringing after a switching that are tried, as shares of the change, and its time constant
+/// in seconds. Ringing of lines and cables has some hundred hertz to a few kilohertz and decays within milliseconds.
 constexpr std::array<double, 5> ringing = {0, 0.05, 0.1, 0.2, 0.4};
 constexpr double ringing_s = 0.8e-3;
 constexpr double ringing_lasts_s = 3e-3;
-/// Costs are twice the logarithm of a likelihood: within 4 of the least lie 95 %. Noise of neighbouring samples is not
-/// independent, so more is taken.
+/// Costs are twice the logarithm of a likelihood, so the 95 % interval ends 4 above the least cost. The noise of
+/// neighbouring samples is not independent, so a larger limit is used.
 constexpr double as_likely = 8;
 
-/// The costs of the samples of a change by which the times are compared.
+/// The costs of the samples of a change, by which possible instants are compared.
 struct Costs {
   std::vector<double> as_before;  // of the samples before each one
   std::vector<double> as_after;
   std::vector<double> as_changing;
-  std::vector<PerPhase> off_after;  // squares of the distances from the course after; 0 where nothing is told by them
+  std::vector<PerPhase> off_after;  // squares of the distances from the sinusoid after; 0 for phases that are ignored
   PerPhase variance_after{};
   PerPhase change{};  // squares
   PhaseFlags tells{};
 };
 
-/// When the change is over although ringing follows that begins with a share of the change.
+/// Finds the end of a change that is followed by ringing whose initial amplitude is a share of the change.
 class Return {
  public:
   Return(const Costs& costs, std::size_t phases, double share, double rate) : costs_(costs), phases_(phases) {
@@ -79,7 +79,7 @@ class Return {
   std::vector<double> logarithms_;
 };
 
-/// By the likeliest ringing, the sample at which the change is over, and how far off it may as well be.
+/// Returns the sample at which the change is over, with the most likely ringing, and the uncertainty of this sample.
 std::pair<std::size_t, double> returns_at(const Costs& costs, std::size_t phases, std::size_t first, std::size_t last,
                                           double rate) {
   std::vector<double> least(last - first + 1, std::numeric_limits<double>::infinity());
@@ -94,7 +94,8 @@ std::pair<std::size_t, double> returns_at(const Costs& costs, std::size_t phases
   return {first + static_cast<std::size_t>(best), static_cast<double>(std::max(best - earliest, latest - best)) + 0.5};
 }
 
-/// Mean square of what a fit leaves of each phase's samples, over a cycle of it. Averages hide harmonics of high order.
+/// Returns the mean square residual of a fit over one cycle of each phase's samples. Averages would hide harmonics of
+/// high order.
 PerPhase left_of_samples(const Excerpt& excerpt, const PhasorFit& fit, double from_s, double to_s) {
   const double from = std::max({from_s, fit.begin_s(), excerpt.begin_s()});
   const double to = std::min({to_s, fit.end_s(), excerpt.end_s()});
@@ -136,7 +137,8 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   PerPhase change{};
   for (std::size_t phase = 0; phase < phases; phase++) change[phase] = std::norm(left[phase] - right[phase]);
   const double largest = *std::max_element(change.begin(), change.end());
-  // Of white noise an average has less than a sample has. What samples have much more of is no white noise.
+  // White noise is smaller in an average than in a sample. If the samples have much more noise than this, it is not
+  // white.
   const auto block = static_cast<double>(excerpt.block());
   const double cycle = excerpt.cycle();
   const PerPhase left_before = left_of_samples(excerpt, before, before.end_s() - cycle, before.end_s());
@@ -199,7 +201,7 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
     as_changing[k + 1] = as_changing[k] + cost_changing;
   }
 
-  // Of each possible end of the change the best beginning, and the other way round.
+  // Finds the best beginning for each possible end of the change, and the best end for each possible beginning.
   const auto falling = [&](std::size_t k) { return as_before[k] - as_changing[k]; };
   const auto rising = [&](std::size_t k) { return as_changing[k] - as_after[k]; };
   const std::size_t count = as_before.size();
@@ -215,7 +217,7 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const std::size_t start = best_until[last];
   const double least = falling(start) + rising(last);
 
-  // Within a gap of the samples all instants are as likely, so the middle one is nearest to any of them.
+  // Within a gap of the samples all instants are equally likely, so the middle is the best estimate.
   const auto in_gap = [&](std::size_t low, std::size_t high) {
     for (std::size_t k = low; k < high; k++) {
       bool missing = true;
@@ -239,7 +241,8 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const std::size_t found_last = last;
   const double first_spread = spread(begins, [&](std::size_t k) { return falling(k) + rising(best_from[k]); });
   const double last_spread = spread(last, [&](std::size_t k) { return falling(best_until[k]) + rising(k); });
-  // A change lies between the last sample that follows the one course and the first that follows the other.
+  // A change lies between the last sample that follows the first sinusoid and the first sample that follows the second
+  // one.
   const auto time = [&](std::size_t k) { return excerpt.time_of_sample(static_cast<double>(first + k) - 0.5); };
   Instants instants{time(std::min(begins, last)), time(last), first_spread / excerpt.rate(),
                     last_spread / excerpt.rate(), time(last), last_spread / excerpt.rate()};

@@ -1,4 +1,4 @@
-// When exactly one course of the voltage gives way to another.
+// Finds the instant at which the voltage changes from one sinusoid to another.
 #pragma once
 
 #include <cstddef>
@@ -21,9 +21,9 @@ struct Instants {
   double back_plus_minus = 0;
 };
 
-/// Looks for the change among the samples from `from_s` to `to_s`. Outside it one of the courses holds; within it a
-/// phase may follow either, or neither at a price. The division that explains the samples best wins.
-/// `ringing_matters`: whether it is looked for what ringing may hide.
+/// Looks for the change among the samples from `from_s` to `to_s`. Before the change the voltage follows one sinusoid,
+/// after it the other; within it a phase may follow either, or neither at an additional cost. The division with the
+/// least cost is chosen. `ringing_matters`: look also for changes that ringing may hide.
 Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
                   bool ringing_matters);
 

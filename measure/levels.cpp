@@ -4,29 +4,68 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <utility>
 #include <vector>
+
+#include "measure/median.h"
 
 namespace measure {
 
 namespace {
 
-/// The record's beginning, where nothing has happened yet as a rule.
+/// In the first cycles of the record usually no event has begun yet.
 constexpr std::size_t first_cycles = 3;
-/// A voltage below this share of what it was in the first cycles has sunk.
+/// A voltage that is below this share of its value in the first cycles has fallen.
 constexpr double sunk = 0.9;
-/// Steady time at a level by which another one counts as low.
+/// A level is low if it is below this share of the level at which the voltage is steady for most of the time.
 constexpr double much_lower = 0.8;
+/// A line is dead at less than this share of what it carries later in all phases.
+constexpr double dead = 0.01;
+/// With fewer steady cycles, a voltage may be a transient on a dead line.
+constexpr std::size_t fewest_live = 5;
 
-/// The middle one of a phase's magnitudes over the record's first cycles, volts RMS.
+/// Returns the median of a phase's magnitudes over the record's first cycles, in volts RMS.
 double first_level(const CycleTrack& track, std::size_t phase) {
   std::vector<double> levels;
   for (std::size_t k = 0; k < std::min(first_cycles, track.cycles()); k++) {
     const double level = std::abs(track.phasors(k)[phase]);
     if (std::isfinite(level)) levels.push_back(level / std::numbers::sqrt2);
   }
-  if (levels.empty()) return 0;
-  std::nth_element(levels.begin(), levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 2), levels.end());
-  return levels[levels.size() / 2];
+  return levels.empty() ? 0 : median(std::move(levels));
+}
+
+/// Returns the steady stretch to which the voltages settle, as those of a recorder do whose filters start with the
+/// record: from the first cycle on and over three cycles or more all of them fall by equal shares and ever more slowly,
+/// and none returns later. A dip takes one cycle between its levels. Returns null if they do not settle so.
+const CycleTrack::SteadyStretch* settled_stretch(const CycleTrack& track, const PerPhase& first, std::size_t phases) {
+  constexpr std::size_t fewest_settling = 3;
+  constexpr double alike = 0.1;
+  constexpr double noise = 0.005;
+  const auto& stretches = track.steady();
+  const auto settled = std::find_if(stretches.begin(), stretches.end(), [](const auto& stretch) {
+    constexpr std::size_t fewest_steady = 10;
+    return stretch.length() >= fewest_steady;
+  });
+  if (settled == stretches.end() || settled->begin < fewest_settling) return nullptr;
+  double least_share = std::numeric_limits<double>::infinity();
+  double most_share = 0;
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    if (track.absent()[phase]) continue;
+    const double level = settled->level[phase];
+    const auto volts = [&](std::size_t k) { return std::abs(track.phasors(k)[phase]) / std::numbers::sqrt2; };
+    least_share = std::min(least_share, first[phase] / level);
+    most_share = std::max(most_share, first[phase] / level);
+    double step_before = std::numeric_limits<double>::infinity();
+    for (std::size_t k = 0; k < settled->begin; k++) {
+      const double step = volts(k) - volts(k + 1);
+      if (!(step > -noise * level && step < step_before + noise * level)) return nullptr;
+      step_before = step;
+    }
+    for (std::size_t k = settled->end; k < track.cycles(); k++) {
+      if (volts(k) > sunk * first[phase]) return nullptr;
+    }
+  }
+  return least_share > 1 && most_share - least_share <= alike ? &*settled : nullptr;
 }
 
 }  // namespace
@@ -56,6 +95,18 @@ UsualLevels usual_levels(const CycleTrack& track, std::size_t phases) {
     }
     return share;
   };
+  const auto is_dead_beside = [&](const PerPhase& level) {
+    for (std::size_t phase = 0; phase < phases; phase++) {
+      if (!track.absent()[phase] && steady.level[phase] > dead * level[phase]) return false;
+    }
+    return true;
+  };
+  for (const auto& stretch : track.steady()) {
+    if (stretch.length() < fewest_live || !is_dead_beside(stretch.level)) continue;
+    take(stretch);
+    usual.begins_low = true;
+    return usual;
+  }
   std::size_t higher_cycles = 0;
   std::size_t other_cycles = 0;
   const CycleTrack::SteadyStretch* higher = nullptr;
@@ -70,6 +121,10 @@ UsualLevels usual_levels(const CycleTrack& track, std::size_t phases) {
   if (higher_cycles > other_cycles && lowest_share(first, higher->level) < much_lower) {
     take(*higher);
     usual.begins_low = true;
+    return usual;
+  }
+  if (const auto* settled = settled_stretch(track, first, phases)) {
+    take(*settled);
     return usual;
   }
   for (std::size_t phase = 0; phase < phases; phase++) {

@@ -1,11 +1,9 @@
 #include "measure/measure.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
-#include <numbers>
-#include <string>
+#include <optional>
 #include <utility>
 
 #include "measure/changes.h"
@@ -13,13 +11,21 @@
 #include "measure/cycle_track.h"
 #include "measure/detector.h"
 #include "measure/levels.h"
+#include "measure/median.h"
+#include "measure/recorded_rms.h"
+#include "platform/default_environment.h"
 
 namespace measure {
 
 namespace {
 
-constexpr double fewest_samples_per_cycle = 8;
 constexpr double fewest_cycles = 2;
+
+const Waveform& checked_rms(const Waveform& waveform) {
+  if (waveform.rate < fewest_rms_per_second * (1 - 1e-9)) throw TooLittle("fewer than 4 RMS values per second");
+  if (waveform.length() < 2) throw TooLittle("fewer than two RMS values");
+  return waveform;
+}
 
 const Waveform& checked(const Waveform& waveform) {
   if (waveform.phases.empty() || waveform.phases.size() > most_phases) {
@@ -33,8 +39,9 @@ const Waveform& checked(const Waveform& waveform) {
   if (!(waveform.rate > 0) || !(waveform.line_frequency > 0)) {
     throw std::invalid_argument("the sampling rate and the line frequency of a waveform are positive");
   }
+  if (waveform.holds_rms) return checked_rms(waveform);
   const double samples_per_cycle = waveform.rate / waveform.line_frequency;
-  // A rate that is read from time stamps may fall short by the last digit.
+  // A rate that was computed from time stamps may be too low in the last digit.
   if (samples_per_cycle < fewest_samples_per_cycle * (1 - 1e-9)) {
     throw TooLittle("fewer than 8 samples per cycle");
   }
@@ -44,8 +51,8 @@ const Waveform& checked(const Waveform& waveform) {
   return waveform;
 }
 
-/// The middle one of the values within the time by which the usual level was told; the level of the fundamental where
-/// that was taken from elsewhere.
+/// Returns the median of Urms(1/2) over the time of the usual level, or the level of the fundamental if that was not
+/// measured there.
 double usual_rms(const HalfCycleRms& series, const UsualLevels& levels, std::size_t phase, double frequency) {
   constexpr double longest_cycles = 25;
   constexpr double other_level = 1.05;
@@ -58,18 +65,21 @@ double usual_rms(const HalfCycleRms& series, const UsualLevels& levels, std::siz
     if (within && std::isfinite(series.volts[k])) values.push_back(series.volts[k]);
   }
   if (values.empty()) return level;
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return level > other_level * *middle ? level : *middle;
+  const double usual = median(std::move(values));
+  return level > other_level * usual ? level : usual;
 }
 
 }  // namespace
 
 struct Screening::Parts {
-  explicit Parts(const Waveform& source) : waveform(source), track(waveform) {}
+  explicit Parts(const Waveform& source);
+  void look_at_cycles();
+  [[nodiscard]] HalfCycleRms series_of(std::size_t phase) const;
+  double usual_of(const HalfCycleRms& of_phase, std::size_t phase);
 
   Waveform waveform;
-  CycleTrack track;
+  std::optional<CycleTrack> track;  ///< none of RMS values
+  double frequency = 0;             ///< hertz; of RMS values the nominal one
   UsualLevels levels;
   Wiring wiring;
   std::vector<HalfCycleRms> series;
@@ -78,36 +88,59 @@ struct Screening::Parts {
   PerPhase highest_v{};
 };
 
-Screening::Screening(const Waveform& waveform) : parts_(std::make_unique<Parts>(checked(waveform))) {
-  Parts& parts = *parts_;
-  const std::size_t phases = waveform.phases.size();
-  if (parts.track.cycles() == 0) throw TooLittle("less than two cycles");
-  parts.levels = usual_levels(parts.track, phases);
+/// Follows the waveform; of RMS values nothing can be followed.
+void Screening::Parts::look_at_cycles() {
+  frequency = waveform.line_frequency;
+  if (waveform.holds_rms) return;
+  track.emplace(waveform);
+  if (track->cycles() == 0) throw TooLittle("less than two cycles");
+  frequency = track->frequency();
+  levels = usual_levels(*track, waveform.phases.size());
+  const std::size_t middle = track->cycle_at((levels.from_s + levels.to_s) / 2);
+  wiring = wiring_of(track->phasors(middle), waveform.phases.size());
+}
+
+/// Urms(1/2) of a voltage, computed or recorded.
+HalfCycleRms Screening::Parts::series_of(std::size_t phase) const {
+  if (waveform.holds_rms) return recorded_rms(waveform, phase);
+  return measure::half_cycle_rms(waveform, phase, *track, levels.fundamental_v[phase]);
+}
+
+double Screening::Parts::usual_of(const HalfCycleRms& of_phase, std::size_t phase) {
+  if (!waveform.holds_rms) return usual_rms(of_phase, levels, phase, frequency);
+  const auto [level, begins_low] = usual_of_recorded(of_phase);
+  levels.begins_low = levels.begins_low || begins_low;
+  return level;
+}
+
+Screening::Parts::Parts(const Waveform& source) : waveform(checked(source)) {
+  look_at_cycles();
   double highest = 0;
-  for (std::size_t phase = 0; phase < phases; phase++) {
-    HalfCycleRms series = measure::half_cycle_rms(waveform, phase, parts.track, parts.levels.fundamental_v[phase]);
-    double lowest_v = std::numeric_limits<double>::infinity();
-    for (const double volts : series.volts) {
+  for (std::size_t phase = 0; phase < waveform.phases.size(); phase++) {
+    HalfCycleRms of_phase = series_of(phase);
+    double lowest = std::numeric_limits<double>::infinity();
+    for (const double volts : of_phase.volts) {
       if (!std::isfinite(volts)) continue;
-      lowest_v = std::min(lowest_v, volts);
-      parts.highest_v[phase] = std::max(parts.highest_v[phase], volts);
+      lowest = std::min(lowest, volts);
+      highest_v[phase] = std::max(highest_v[phase], volts);
     }
-    parts.lowest_v[phase] = std::isfinite(lowest_v) ? lowest_v : 0;
-    parts.usual_v[phase] = usual_rms(series, parts.levels, phase, parts.track.frequency());
-    highest = std::max(highest, parts.highest_v[phase]);
-    parts.series.push_back(std::move(series));
+    lowest_v[phase] = std::isfinite(lowest) ? lowest : 0;
+    usual_v[phase] = usual_of(of_phase, phase);
+    highest = std::max(highest, highest_v[phase]);
+    series.push_back(std::move(of_phase));
   }
   if (!(highest > 0)) throw TooLittle("not one cycle of voltage without missing samples");
-  const std::size_t middle = parts.track.cycle_at((parts.levels.from_s + parts.levels.to_s) / 2);
-  parts.wiring = wiring_of(parts.track.phasors(middle), phases);
 }
+
+Screening::Screening(const Waveform& waveform)
+    : parts_(platform::in_default_environment([&] { return std::make_unique<Parts>(waveform); })) {}
 
 Screening::Screening(Screening&&) noexcept = default;
 Screening& Screening::operator=(Screening&&) noexcept = default;
 Screening::~Screening() = default;
 
 double Screening::frequency() const {
-  return parts_->track.frequency();
+  return parts_->frequency;
 }
 
 const PerPhase& Screening::usual_rms_v() const {
@@ -130,7 +163,7 @@ const HalfCycleRms& Screening::half_cycle_rms(std::size_t phase) const {
   return parts_->series[phase];
 }
 
-/// Goes through the steps of a measurement.
+/// Performs the steps of a measurement.
 struct Measuring {
   Measuring(const Screening::Parts& screened, const Options& by)
       : parts(screened), options(by), phases(screened.waveform.phases.size()) {}
@@ -139,27 +172,32 @@ struct Measuring {
   const Options& options;
   std::size_t phases;
 
+  /// Returns whether thresholds refer to the declared voltage, or to a sliding reference that begins with it.
+  [[nodiscard]] bool refers_to_declared() const {
+    return options.reference != Reference::pre_event && options.declared_v > 0;
+  }
+
   [[nodiscard]] PerPhase reference_at_start() const {
     PerPhase reference = parts.usual_v;
-    const bool declared = options.reference != Reference::pre_event && options.declared_v > 0;
-    if (declared) reference.fill(options.declared_v);
+    if (refers_to_declared()) reference.fill(options.declared_v);
     return reference;
   }
 
-  /// By a declared voltage each phase takes part, as the standard has it; by its own level one without any does not.
+  /// All phases are compared with a declared voltage, as the standard requires. A phase without voltage is left out if
+  /// each phase is compared with its own level.
   [[nodiscard]] PhaseFlags left_out() const {
-    const bool declared = options.reference != Reference::pre_event && options.declared_v > 0;
-    return declared ? PhaseFlags{} : without_voltage(parts.usual_v, phases);
+    return refers_to_declared() ? PhaseFlags{} : without_voltage(parts.usual_v, phases);
   }
 
-  /// Blocks of ten cycles, of twelve on lines of about 60 Hz: a fifth of a second.
+  /// Each block has ten cycles, or twelve on lines of about 60 Hz, which is a fifth of a second.
   [[nodiscard]] References references() const {
     References references;
     references.start = reference_at_start();
     references.left_out = left_out();
     if (options.reference != Reference::sliding) return references;
-    const auto half_cycles = 2 * static_cast<std::size_t>(std::lround(parts.waveform.line_frequency / 5));
-    const double block_s = static_cast<double>(half_cycles) / 2 / parts.track.frequency();
+    const auto half_cycles =
+        std::max<std::size_t>(2, 2 * static_cast<std::size_t>(std::lround(parts.waveform.line_frequency / 5)));
+    const double block_s = static_cast<double>(half_cycles) / 2 / parts.frequency;
     const double length_s = static_cast<double>(parts.waveform.length()) / parts.waveform.rate;
     for (double end_s = block_s; end_s <= length_s; end_s += block_s) references.block_end_s.push_back(end_s);
     for (std::size_t phase = 0; phase < phases; phase++) {
@@ -189,7 +227,8 @@ struct Measuring {
     std::vector<Event> events = detect(parts.series, references(), options.thresholds);
     const double changes_refer_to =
         options.declared_v > 0 ? options.declared_v : *std::max_element(reference.begin(), reference.end());
-    const auto values_in_a_second = 2 * static_cast<std::size_t>(std::lround(parts.waveform.line_frequency));
+    const double values_per_second = parts.waveform.holds_rms ? parts.waveform.rate : 2 * parts.waveform.line_frequency;
+    const auto values_in_a_second = std::max<std::size_t>(1, static_cast<std::size_t>(std::lround(values_per_second)));
     for (Event& change : detect_rapid_changes(parts.series, changes_refer_to, reference, options.thresholds,
                                               values_in_a_second, left_out())) {
       events.push_back(std::move(change));
@@ -201,7 +240,7 @@ struct Measuring {
 
   [[nodiscard]] Supply supply() const {
     const std::optional<double> declared = options.declared_v > 0 ? std::optional(options.declared_v) : std::nullopt;
-    return {parts.waveform, parts.track, parts.levels, parts.wiring, declared, options.between_phases};
+    return {parts.waveform, *parts.track, parts.levels, parts.wiring, declared, options.between_phases};
   }
 
   void check_options() const {
@@ -213,11 +252,12 @@ struct Measuring {
   [[nodiscard]] Findings findings() const {
     check_options();
     Findings findings;
-    findings.frequency = parts.track.frequency();
+    findings.frequency = parts.frequency;
     findings.reference_v = reference_at_start();
     findings.begins_low = parts.levels.begins_low;
     findings.wiring = parts.wiring;
     findings.events = events(findings.reference_v);
+    if (parts.waveform.holds_rms) return findings;
     const Supply measured = supply();
     for (Event& event : findings.events) {
       if (event.kind == EventKind::dip) event.course = measure_course(measured, event);
@@ -230,13 +270,15 @@ struct Measuring {
 };
 
 std::vector<Event> events_of(const Screening& screening, const Options& options) {
-  const Measuring measuring = Measuring::of(screening, options);
-  measuring.check_options();
-  return measuring.events(measuring.reference_at_start());
+  return platform::in_default_environment([&] {
+    const Measuring measuring = Measuring::of(screening, options);
+    measuring.check_options();
+    return measuring.events(measuring.reference_at_start());
+  });
 }
 
 Findings measure(const Screening& screening, const Options& options) {
-  return Measuring::of(screening, options).findings();
+  return platform::in_default_environment([&] { return Measuring::of(screening, options).findings(); });
 }
 
 Findings measure(const Waveform& waveform, const Options& options) {

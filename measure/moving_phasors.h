@@ -1,4 +1,4 @@
-// The fundamental over one cycle, as the cycle moves along an excerpt.
+// Computes the fundamental over one cycle that moves along an excerpt.
 #pragma once
 
 #include <optional>
@@ -15,7 +15,7 @@ class MovingPhasors {
 
   /// Averages in a window.
   [[nodiscard]] std::size_t window() const { return fundamental_.size(); }
-  /// Of the window that begins at an average; none where samples are missing or the excerpt ends.
+  /// Returns the phasors of the window that begins at an average; empty if samples are missing or the excerpt ends.
   [[nodiscard]] std::optional<Phasors> at(std::size_t begin) const;
   /// Time of the middle of that window.
   [[nodiscard]] double time_of(std::size_t begin) const;

@@ -11,28 +11,32 @@ namespace measure {
 
 namespace {
 
-// The basis of a piece, in the order in which a longer piece takes more of it: the fundamental and a constant; the
-// third harmonic; the second and the fifth; the fundamental times time.
+// The basis of a piece. Longer pieces use more of it, in this order: the fundamental and a constant; the third
+// harmonic; the second and the fifth; the fundamental times time.
 constexpr int fundamental_columns = 3;
 constexpr int third_columns = 5;
 constexpr int steady_columns = 9;
 constexpr int all_columns = 11;
 
-/// A piece costs as much as so many parameters of each phase; a linear one a little more.
+/// Each piece costs as much as this many parameters of each phase; a linear piece costs a little more.
 constexpr double steady_price = 9;
 constexpr double linear_price = 11;
-/// What parameters cost beside the likelihood, and how much of the samples counts: neighbours are not independent.
+/// The cost of a parameter relative to the likelihood, and the weight of a sample, which is less than 1 because
+/// neighbouring samples are not independent.
 constexpr double parameter_weight = 1;
-constexpr double sample_weight = 0.5;
-/// What no piece has to explain, in units of the usual peak: flicker, drift of the frequency.
+constexpr double usual_sample_weight = 0.5;
+/// Residuals below this, in units of the usual peak, need no explanation; flicker and drift of the frequency cause
+/// them.
 constexpr double unexplained_floor = 0.003;
-/// Harmonics are small: a large one that makes a short piece fit is dearer than a border. In squares of the usual peak.
+/// Harmonics are small, so a large harmonic that makes a short piece fit costs more than a border. In squares of the
+/// usual peak.
 constexpr double harmonic_price = 1;
 
 constexpr double shortest_piece_cycles = 0.5;
 constexpr double longest_piece_cycles = 256;
 
-/// Changes of the fundamental from one cycle to the next, in usual peaks, and how often borders are tried there.
+/// Thresholds for the change of the fundamental from one cycle to the next, in usual peaks, and the distance of borders
+/// that are tried in steady parts.
 constexpr double sudden_change = 0.015;
 constexpr double notable_change = 0.01;
 constexpr double slow_change = 0.004;
@@ -60,8 +64,9 @@ struct Left {
 
 class Partitioner {
  public:
-  explicit Partitioner(const Excerpt& excerpt)
+  Partitioner(const Excerpt& excerpt, double scrutiny)
       : excerpt_(excerpt),
+        sample_weight_(usual_sample_weight * scrutiny),
         phases_(excerpt.phases()),
         cells_per_cycle_(excerpt.averages_per_cycle() >= 16 ? 8 : 4),
         shortest_(static_cast<std::size_t>(cells_per_cycle_ * shortest_piece_cycles)) {
@@ -77,7 +82,7 @@ class Partitioner {
     std::vector<bool> linear(candidates_.size(), false);
     best[0] = 0;
     const double price =
-        parameter_weight * static_cast<double>(phases_) * std::log(std::max(10.0, sample_weight * sums_.back().count));
+        parameter_weight * static_cast<double>(phases_) * std::log(std::max(10.0, sample_weight_ * sums_.back().count));
     std::vector<std::size_t> open = {0};
     std::size_t next = 1;
     std::vector<double> costs;
@@ -95,7 +100,7 @@ class Partitioner {
           linear[k] = is_linear;
         }
       }
-      // A start that is beaten by more than any piece costs will not be best for a later end.
+      // If the cost of a start exceeds the best one by more than any piece costs, it cannot be best for a later end.
       std::size_t kept = 0;
       for (std::size_t j = 0; j < open.size(); j++) {
         const std::size_t cells = candidates_[k] - candidates_[open[j]];
@@ -123,7 +128,7 @@ class Partitioner {
       if (border >= excerpt_.length()) break;
       borders_.push_back(border);
     }
-    // A remainder of less than half a cell belongs to the last one.
+    // A remainder of less than half a cell becomes part of the last cell.
     if (borders_.size() > 1 && static_cast<double>(excerpt_.length() - borders_.back()) < step / 2) {
       borders_.back() = excerpt_.length();
     } else {
@@ -185,8 +190,7 @@ class Partitioner {
     sums.count++;
   }
 
-  /// What a piece between two borders leaves unexplained with the first columns of the basis: of each phase, by how
-  /// many of them it takes.
+  /// Returns the residual of a piece between two borders for each phase, for several numbers of columns of the basis.
   template <int columns>
   [[nodiscard]] Left left_of(std::size_t from, std::size_t to) const {
     const Sums& a = sums_[from];
@@ -231,8 +235,8 @@ class Partitioner {
 
   static constexpr std::size_t place(int index) { return static_cast<std::size_t>(index); }
 
-  /// Cholesky factors, in place. The rows of values are taken along, which solves for them by half: the square of what
-  /// becomes of each place is what its column explains.
+  /// Computes the Cholesky factors in place. The rows of values are transformed as well, which is half of the solution:
+  /// the square of each resulting entry is the part that its column explains.
   static void factorise(Rows& rows, std::size_t columns, std::size_t count) {
     Row inverse;
     for (std::size_t i = 0; i < count; i++) {
@@ -278,7 +282,7 @@ class Partitioner {
     for (std::size_t phase = 0; phase < phases_; phase++) {
       product *= left[phase] / count + unexplained_floor * unexplained_floor;
     }
-    return sample_weight * count * std::log(product);
+    return sample_weight_ * count * std::log(product);
   }
 
   [[nodiscard]] std::pair<double, bool> cost_of(std::size_t from, std::size_t to, double price) const {
@@ -339,7 +343,7 @@ class Partitioner {
       const auto before = moving.at(borders_[k] - moving.window());
       const auto after = moving.at(borders_[k]);
       if (!before || !after) {
-        // Within a gap of the samples there is nothing to be found, at its ends there may be.
+        // Within a gap of the samples no border can be found, but there may be one at its ends.
         result[k] = before || after ? 2 * notable_change : 0;
         continue;
       }
@@ -351,6 +355,7 @@ class Partitioner {
   }
 
   const Excerpt& excerpt_;
+  double sample_weight_;
   std::size_t phases_;
   int cells_per_cycle_;
   std::size_t shortest_;                 // cells
@@ -362,8 +367,8 @@ class Partitioner {
 
 }  // namespace
 
-std::vector<Piece> partition(const Excerpt& excerpt) {
-  return Partitioner(excerpt).pieces();
+std::vector<Piece> partition(const Excerpt& excerpt, double scrutiny) {
+  return Partitioner(excerpt, scrutiny).pieces();
 }
 
 }  // namespace measure

@@ -11,7 +11,7 @@ namespace measure {
 namespace {
 
 constexpr double longest_carry_back_cycles = 0.35;
-/// An offset that has decayed for so many time constants is less than a rounding error.
+/// After this many time constants a decaying offset is smaller than a rounding error.
 constexpr double decayed_constants = 36;
 
 /// The product of two complex numbers that are finite.
@@ -68,7 +68,7 @@ struct Series {
 
 }  // namespace
 
-/// What was fitted, at one time after the other: each is the one before, turned and decayed a little further.
+/// Evaluates a fit at successive times. Each value is computed from the one before by a rotation and a decay.
 class PhasorFit::Walk {
  public:
   Walk(const PhasorFit& fit, double from_s, double step_s) : fit_(fit) {
@@ -96,7 +96,7 @@ class PhasorFit::Walk {
     }
   }
 
-  /// `kept`: what is left of each harmonic.
+  /// `kept`: the remaining share of each harmonic.
   [[nodiscard]] PerPhase voltage(const std::array<double, orders>& kept = unattenuated) const {
     Column row;
     double* decays = fit_.write_waves(c_, s_, since_, kept.data(), row.data());
@@ -157,7 +157,7 @@ PhasorFit::PhasorFit(const Excerpt& excerpt, std::size_t begin, std::size_t end,
   Equations equations;
   add_waves(sums, equations);
   if (!form_.decays.empty()) add_decays(excerpt, begin, end, equations);
-  // Stretches too short for all columns stay solvable.
+  // A small term keeps the equations solvable if a stretch is too short for all columns.
   for (std::size_t k = 0; k < columns_; k++) equations.gram[k][k] += 1e-9 * (1 + equations.gram[k][k]);
   factorise(equations);
   for (std::size_t phase = 0; phase < phases_; phase++) {
@@ -198,7 +198,7 @@ void PhasorFit::add_waves(const WaveSums::Sums& sums, Equations& equations) cons
   }
 }
 
-/// Decaying waves make geometric series. Averages that are missing are taken off these again.
+/// Sums of decaying waves are geometric series. The terms of missing averages are subtracted again.
 void PhasorFit::add_decays(const Excerpt& excerpt, std::size_t begin, std::size_t end, Equations& equations) const {
   const Waves waves(form_, attenuation_);
   const std::size_t decays = form_.decays.size();
@@ -259,7 +259,7 @@ void PhasorFit::add_decays(const Excerpt& excerpt, std::size_t begin, std::size_
   }
 }
 
-/// Factors with pivots, so that a column that the others make up already is left out.
+/// Factorises with pivots, so that a column that depends on the others is left out.
 void PhasorFit::factorise(const Equations& equations) {
   using All = Eigen::Matrix<double, most_columns, most_columns, Eigen::RowMajor>;
   const Eigen::Map<const All> gram(equations.gram.front().data());

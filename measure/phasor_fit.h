@@ -12,13 +12,14 @@
 
 namespace measure {
 
-/// What is fitted beside the fundamental and a constant.
+/// The components that are fitted in addition to the fundamental and a constant.
 struct FitForm {
   std::vector<int> harmonics;  ///< orders; those that the sampling rate does not carry are left out
   bool linear = false;         ///< the fundamental's phasor changes linearly
   std::vector<double> decays;  ///< offsets that decay, by their time constants in cycles
 
-  /// What a stretch of so many cycles can carry. `after_change`: decaying offsets follow a sudden change.
+  /// Returns the components that a stretch of this many cycles can determine. `after_change`: decaying offsets follow a
+  /// sudden change.
   static FitForm for_length(double cycles, bool linear, bool after_change);
 };
 
@@ -37,21 +38,22 @@ class PhasorFit {
   [[nodiscard]] double end_s() const { return end_; }
   /// The fundamental at a time; a steady one is the same at all times.
   [[nodiscard]] Phasors phasors(double seconds) const;
-  /// All that was fitted, at a time. Decaying offsets are carried back at most a third of a cycle before the stretch.
+  /// Returns the value of the whole fit at a time. Decaying offsets are extrapolated at most a third of a cycle before
+  /// the stretch.
   [[nodiscard]] PerPhase voltage(double seconds) const;
   /// The same at `count` times, `step_s` apart.
   [[nodiscard]] std::vector<PerPhase> voltages(double from_s, double step_s, std::size_t count) const;
   /// The fitted harmonic of an order; 0 when it was not fitted.
   [[nodiscard]] Phasors harmonic(int order) const;
-  /// Mean square of what is left, of one sample's average.
+  /// Returns the mean square residual of one average.
   [[nodiscard]] const PerPhase& residual() const { return residual_; }
-  /// Standard error of each component of the phasor at a time, from noise of the residual's size: white, unless its
-  /// correlation was looked at.
+  /// Returns the standard error of each component of the phasor at a time. It assumes that the noise has the size of
+  /// the residual, and that it is white unless its correlation was measured.
   [[nodiscard]] PerPhase standard_error(double seconds) const;
-  /// Looks at how the residuals of neighbouring averages, of those that were fitted, are correlated. As a first-order
-  /// autoregressive process they have more at the fundamental than white noise of their size has.
+  /// Measures the correlation between the residuals of neighbouring averages. As a first-order autoregressive process
+  /// they have more power at the fundamental than white noise of the same size.
   void look_at_correlation(const Excerpt& excerpt, std::size_t begin, std::size_t end);
-  /// Adds a variance of each component of the phasor that no residual shows.
+  /// Adds a variance that the residual does not show to each component of the phasor.
   void add_variance(const PerPhase& variance) { added_ = variance; }
 
  private:

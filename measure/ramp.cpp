@@ -8,8 +8,8 @@ namespace measure {
 
 namespace {
 
-/// The averages of a window, as sums from which the residual of any ramp follows without a pass over them: at a share
-/// of the change the rest is `off - share * change`, and the share is a straight line in time.
+/// The averages of a window, as sums from which the residual of any ramp follows without another pass over them. At a
+/// share of the change the residual is `off - share * change`, and the share is a straight line in time.
 class Window {
  public:
   Window(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s)

@@ -1,4 +1,4 @@
-// A change that takes its time: the voltage goes over from one course to another at a constant pace.
+// Fits a change that takes some time: the voltage moves from one sinusoid to another at a constant pace.
 #pragma once
 
 #include "measure/excerpt.h"
@@ -9,13 +9,13 @@ namespace measure {
 struct Ramp {
   double begin_s = 0;
   double end_s = 0;
-  double residual = 0;       ///< mean square of what the ramp leaves of the averages looked at, all phases together
-  double step_residual = 0;  ///< the same of the best sudden change
+  double residual = 0;       ///< mean square residual of the averages in the window, all phases together
+  double step_residual = 0;  ///< the same for the best sudden change
 
   [[nodiscard]] double length_s() const { return end_s - begin_s; }
 };
 
-/// The ramp between two courses that explains the averages from `from_s` to `to_s` best.
+/// Finds the ramp between two sinusoids that best explains the averages from `from_s` to `to_s`.
 Ramp fit_ramp(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s);
 
 }  // namespace measure

@@ -13,14 +13,15 @@ namespace measure {
 
 namespace {
 
-/// Shorter pieces carry no fundamental: they are what happens within a change.
+/// Shorter pieces are too short for a fundamental, so they are part of a change.
 constexpr double shortest_stretch_cycles = 0.85;
 constexpr double shortest_outer_stretch_cycles = 0.6;
-/// Phasors closer than this meet: no abrupt change lies between. In usual peaks; more next to short stretches.
+/// Two phasors agree if they differ by less than this, so no abrupt change lies between them. In usual peaks; the limit
+/// is larger next to short stretches.
 constexpr double meeting_distance = 0.025;
-/// Below this a phase has next to no voltage, and how its phasor moves tells nothing.
+/// Below this a phase has almost no voltage, and the movement of its phasor means nothing.
 constexpr double next_to_nothing = 0.05;
-/// A sudden change next to a stretch of fewer cycles may be a decaying offset taken for one.
+/// Next to a stretch of fewer cycles, an apparent sudden change may be a decaying offset.
 constexpr double doubtful_cycles = 3.2;
 
 class RunFinder {
@@ -49,7 +50,7 @@ class RunFinder {
   /// Between a stretch and the next one.
   struct Change {
     bool abrupt = false;
-    bool known = false;  ///< pinned down before
+    bool known = false;  ///< its instants have already been measured
     double first_s = 0;
     double last_s = 0;
     double first_plus_minus = 0;
@@ -91,7 +92,7 @@ class RunFinder {
     while (part.end > part.begin && excerpt_.is_missing(part.end - 1)) part.end--;
   }
 
-  /// How many averages of a piece are there.
+  /// Returns how many averages of a piece are not missing.
   [[nodiscard]] std::size_t present(const Piece& piece) const {
     std::size_t count = 0;
     for (std::size_t i = piece.begin; i < piece.end; i++) count += excerpt_.is_missing(i) ? 0 : 1;
@@ -131,8 +132,8 @@ class RunFinder {
     }
   }
 
-  /// One fundamental with decaying offsets that explains both sides of a change next to a short stretch as well as two
-  /// do needs no change.
+  /// Removes a change next to a short stretch if one fundamental with decaying offsets explains both sides as well as
+  /// two fundamentals do.
   void join_decays() {
     std::vector<Stretch> joined = {stretches_[0]};
     std::vector<Change> left;
@@ -178,7 +179,7 @@ class RunFinder {
   }
 
   void pin_down_changes() {
-    // Where both courses next to a change are long, what is known of other changes makes no difference.
+    // If the courses on both sides of a change are long, better knowledge of other changes makes no difference.
     constexpr double long_cycles = 5;
     const auto is_long = [&](std::size_t k) { return cycles(stretches_[k]) > long_cycles; };
     for (std::size_t k = 0; k < changes_.size(); k++) {
@@ -196,7 +197,8 @@ class RunFinder {
     }
   }
 
-  /// The courses on either side are fitted clear of the change, which is not known well yet, and then closer to it.
+  /// The courses on either side are first fitted at a distance from the change, whose time is not known well yet, and
+  /// then closer to it.
   [[nodiscard]] Instants instants_of(std::size_t k) {
     const Stretch& before = stretches_[k];
     const Stretch& after = stretches_[k + 1];
@@ -227,7 +229,7 @@ class RunFinder {
     return instants;
   }
 
-  /// A change that may lie in a gap of the samples may lie anywhere in it.
+  /// If a change may lie in a gap of the samples, it may lie anywhere in the gap.
   [[nodiscard]] double before_gap(double seconds) const {
     const std::size_t from = std::min(excerpt_.index_at(seconds), excerpt_.length() - 1);
     std::size_t i = from;
@@ -307,8 +309,8 @@ class RunFinder {
                      FitForm::for_length(cycles(end - begin), linear && cycles(end - begin) > 2, after_change));
   }
 
-  /// Ends the stretches where the changes begin, now that these are known. What is then too short belongs to the
-  /// change; a change that changes nothing is none. Returns whether there are other stretches now.
+  /// Ends the stretches at the beginnings of the changes, which are now known. A stretch that is then too short becomes
+  /// part of the change, and a change between equal voltages is removed. Returns whether the stretches have changed.
   bool settle() {
     for (std::size_t k = 0; k < changes_.size(); k++) {
       if (!changes_[k].abrupt) continue;
@@ -328,7 +330,7 @@ class RunFinder {
       const bool last = k + 1 == changes_.size();
       const double shortest = last ? shortest_outer_stretch_cycles : 0.6;
       if (!last && changes_[k].abrupt && changes_[k + 1].abrupt && cycles(next) < shortest) {
-        // Too short for a fundamental: part of one longer change.
+        // A stretch that is too short for a fundamental becomes part of one longer change.
         changes_[k + 1].first_s = changes_[k].first_s;
         changes_[k + 1].known = true;
         other = true;
@@ -359,13 +361,36 @@ class RunFinder {
     PhasorFit after;
   };
 
-  /// The ramp from the course before a time to the one after another, where such a ramp explains what lies between.
+  /// Mean square of what two changes leave of the averages from `from_s` to `to_s`, all phases together: at `first_s`
+  /// from one course to a second one, and at `last_s` from there to a third.
+  [[nodiscard]] double two_steps_residual(const std::array<const PhasorFit*, 3>& courses, double first_s, double last_s,
+                                          double from_s, double to_s) const {
+    double sum = 0;
+    double count = 0;
+    for (std::size_t i = excerpt_.index_at(from_s); i < excerpt_.index_at(to_s); i++) {
+      if (excerpt_.is_missing(i)) continue;
+      const double seconds = excerpt_.time_of(static_cast<double>(i));
+      const PhasorFit& course = *courses[seconds < first_s ? 0 : seconds < last_s ? 1 : 2];
+      const PerPhase voltages = course.voltages(seconds, 0, 1).front();
+      for (std::size_t phase = 0; phase < excerpt_.phases(); phase++) {
+        const double off = excerpt_.average(phase, i) - voltages[phase];
+        sum += off * off;
+        count++;
+      }
+    }
+    return count > 0 ? sum / count : 0;
+  }
+
+  /// The ramp from the course before a time to the one after another, where such a ramp explains what lies between:
+  /// either nearly all of it, or as much as two changes with a third course `between` them, which has more parameters.
   [[nodiscard]] std::optional<FoundRamp> ramp_between(double begin, double first_s, double last_s, double end,
-                                                      double margin_s, bool after_change) const {
+                                                      double margin_s, bool after_change,
+                                                      const PhasorFit* between = nullptr) const {
     const double cycle = excerpt_.cycle();
-    double left_end = first_s;
+    // The sudden change that was found may lie within the ramp, so the ramp may begin before it or end after it.
+    double left_end = first_s - std::clamp(first_s - begin - 2 * cycle, 0.0, margin_s);
     const PhasorFit before = clean_course(begin, left_end, -1, false, after_change);
-    double right_begin = last_s;
+    double right_begin = last_s + std::clamp(end - last_s - 2 * cycle, 0.0, margin_s);
     const PhasorFit after = clean_course(right_begin, end, 1, false, false);
     const double from = std::max(begin, first_s - margin_s);
     const double to = std::min(end, last_s + margin_s);
@@ -379,10 +404,25 @@ class RunFinder {
       noise += std::max(before.residual()[phase], after.residual()[phase]);
     }
     const auto phases = static_cast<double>(excerpt_.phases());
-    constexpr double of_change = 0.05;
-    const bool explains = ramp.residual < 2 * noise / phases + of_change * of_change * change / phases;
+    constexpr double of_change = 0.08;
+    bool explains = ramp.residual < 2 * noise / phases + of_change * of_change * change / phases;
+    if (!explains && between) {
+      explains = ramp.residual < two_steps_residual({&before, between, &after}, first_s, last_s, from, to);
+    }
     if (ramp.length_s() < 0.5 * cycle || !explains || ramp.residual > 0.5 * ramp.step_residual) return std::nullopt;
     return FoundRamp{ramp, before, after};
+  }
+
+  /// Returns whether a short stretch of a ramp between two courses changes about as the ramp would. A stretch of about
+  /// a cycle is too short to decide.
+  [[nodiscard]] bool may_be_part_of_ramp(const Stretch& stretch, const FoundRamp& found) const {
+    constexpr double shortest_cycles = 1.5;
+    constexpr double least_share = 0.4;
+    if (cycles(stretch) < shortest_cycles) return true;
+    const PhasorFit fit(excerpt_, stretch.begin, stretch.end, FitForm::for_length(cycles(stretch), true, true));
+    const double own = distance(fit.phasors(first_s(stretch)), fit.phasors(last_s(stretch)));
+    const double whole = distance(found.before.phasors(found.ramp.begin_s), found.after.phasors(found.ramp.end_s));
+    return own > least_share * whole * (last_s(stretch) - first_s(stretch)) / found.ramp.length_s();
   }
 
   /// A ramp of a cycle or two looks like two sudden changes with a short stretch between, or like one change that
@@ -401,8 +441,8 @@ class RunFinder {
       const bool level = !is_gradual(stretches_[k]) && k + 2 < stretches_.size() && !is_gradual(stretches_[k + 2]);
       if (level && cycles(stretches_[k + 1]) <= longest_cycles && (changes_[k].abrupt || changes_[k + 1].abrupt)) {
         const auto found = ramp_between(begin_of(k), changes_[k].first_s, changes_[k + 1].last_s, end_of(k + 2),
-                                        0.3 * cycle, after_change);
-        if (found) {
+                                        0.5 * cycle, after_change, &stretches_[k + 1].fit);
+        if (found && may_be_part_of_ramp(stretches_[k + 1], *found)) {
           stretches_.erase(stretches_.begin() + static_cast<std::ptrdiff_t>(k) + 1);
           changes_.erase(changes_.begin() + static_cast<std::ptrdiff_t>(k) + 1);
           take_ramp(k, *found);
@@ -423,23 +463,40 @@ class RunFinder {
     stretches_[k + 1].begin = std::min(stretches_[k + 1].end - 1, excerpt_.index_at(found.ramp.end_s));
   }
 
-  /// Gradual runs between two steady ones that are ramps begin and end where the ramp does.
+  /// Returns whether the change between two runs is small compared with the change within one of them.
+  [[nodiscard]] bool is_small_step(const Run& before, const Run& after, const Run& gradual) const {
+    constexpr double small = 0.25;
+    const Phasors one = before.stretches.back().fit.phasors(before.end_s);
+    const Phasors other = after.stretches.front().fit.phasors(after.begin_s);
+    const Phasors first = gradual.stretches.front().fit.phasors(gradual.begin_s);
+    const Phasors last = gradual.stretches.back().fit.phasors(gradual.end_s);
+    return distance(one, other) < small * distance(first, last);
+  }
+
+  /// Gradual runs between two steady ones that are ramps begin and end where the ramp does. The bend at either end of a
+  /// ramp may look like a small sudden change.
   void straighten_ramps(std::vector<Run>& runs) const {
     for (std::size_t r = 1; r + 1 < runs.size(); r++) {
+      Run& before = runs[r - 1];
       Run& run = runs[r];
-      if (!run.gradual || run.ramp || run.begins_abruptly || run.ends_abruptly) continue;
-      if (runs[r - 1].gradual || runs[r + 1].gradual) continue;
-      const double margin = std::min(2 * excerpt_.cycle(), 0.5 * run.length_s());
-      const auto found = ramp_between(runs[r - 1].begin_s, run.begin_s, run.end_s, runs[r + 1].end_s, margin,
-                                      runs[r - 1].begins_abruptly);
+      Run& after = runs[r + 1];
+      if (!run.gradual || run.ramp || before.gradual || after.gradual) continue;
+      if (run.begins_abruptly && !is_small_step(before, run, run)) continue;
+      if (run.ends_abruptly && !is_small_step(run, after, run)) continue;
+      const double cycle = excerpt_.cycle();
+      const double margin = std::min(2 * cycle, 0.5 * run.length_s());
+      const auto found =
+          ramp_between(before.begin_s, run.begin_s, run.end_s, after.end_s, margin, before.begins_abruptly);
       if (!found) continue;
-      run.begin_s = runs[r - 1].end_s = found->ramp.begin_s;
-      run.end_s = runs[r + 1].begin_s = found->ramp.end_s;
+      run.begin_s = before.end_s = found->ramp.begin_s;
+      run.end_s = after.begin_s = after.returned_s = found->ramp.end_s;
+      run.begins_abruptly = before.ends_abruptly = false;
+      run.ends_abruptly = after.begins_abruptly = false;
       run.ramp = std::pair(found->before, found->after);
     }
   }
 
-  /// Whether a linear course explains a stretch so much better that it pays.
+  /// Returns whether a linear course explains a stretch so much better that its additional parameters are justified.
   [[nodiscard]] bool is_better_linear(const Stretch& stretch, bool after_change) const {
     const double length = cycles(stretch);
     if (length < 1.2) return false;
@@ -454,7 +511,7 @@ class RunFinder {
     return gain > 2 * static_cast<double>(excerpt_.phases()) * std::log(n);
   }
 
-  /// Whether the voltage of a stretch rises or falls by more than flicker does.
+  /// Returns whether the voltage of a stretch rises or falls by more than flicker would cause.
   [[nodiscard]] bool is_gradual(const Stretch& stretch) const {
     if (!stretch.linear || !stretch.fit.is_linear()) return false;
     const Phasors at_first = stretch.fit.phasors(first_s(stretch));
@@ -469,7 +526,7 @@ class RunFinder {
     return change > (length > 12 ? 0.012 : 0.02) && change / length > 0.0003;
   }
 
-  /// By how much the voltage of a stretch rises, in the phase that moves farthest.
+  /// Returns the rise of a stretch's voltage in the phase that changes most.
   [[nodiscard]] double rise(const Stretch& stretch) const {
     const Phasors at_first = stretch.fit.phasors(first_s(stretch));
     const Phasors at_last = stretch.fit.phasors(last_s(stretch));
@@ -481,13 +538,13 @@ class RunFinder {
     return farthest;
   }
 
-  /// Whether a gradual run falls clearly and the stretch after it rises clearly: these are two runs.
+  /// Returns whether a gradual run falls clearly and the next stretch rises clearly. They are then two runs.
   [[nodiscard]] bool turns_up(const Run& run, const Stretch& next) const {
     constexpr double clearly = 0.1;
     return rise(run.stretches.back()) < -clearly && rise(next) > clearly;
   }
 
-  /// Where two linear courses that follow each other are closest.
+  /// Returns the time at which two successive linear courses are closest.
   [[nodiscard]] double meeting_point(const Stretch& before, const Stretch& after) const {
     const double middle = (last_s(before) + first_s(after)) / 2;
     double best = middle;

@@ -1,4 +1,4 @@
-// The course of a waveform: steady runs, gradual runs, and the changes between them.
+// Divides the course of a waveform into steady runs, gradual runs and the changes between them.
 #pragma once
 
 #include <optional>
@@ -19,14 +19,14 @@ struct Stretch {
   PhasorFit fit;
 };
 
-/// A time in which the fundamentals stay as they are, or change gradually in one go.
+/// A time in which the fundamentals are constant or change gradually in one piece.
 struct Run {
   bool gradual = false;
   double begin_s = 0;  ///< end of the change before; of the first run the excerpt's beginning
   double end_s = 0;    ///< beginning of the change after; of the last run the excerpt's end
   bool begins_abruptly = false;
   bool ends_abruptly = false;
-  double begin_plus_minus = 0;  ///< of these times, where the changes are abrupt
+  double begin_plus_minus = 0;  ///< uncertainty of these times if the changes are abrupt
   double end_plus_minus = 0;
   /// When the last phase went over to this run; the ringing that may follow is over when it begins.
   double returned_s = 0;

@@ -11,19 +11,20 @@ namespace measure {
 
 namespace {
 
-/// How much of the voltage round the dip is looked at, in cycles.
+/// Number of cycles of the voltage before and after the dip that are examined.
 constexpr double cycles_round = 8;
 constexpr double fewest_cycles = 1.5;
-/// The voltage round the dip is the same within this, in usual peaks.
+/// The voltages before and after the dip are equal if they differ by less than this, in usual peaks.
 constexpr double same_voltage = 0.04;
-/// Samples have left the voltage when they are off by so many standard deviations, and by at least so much.
+/// Samples deviate if their distance from the voltage is at least this many standard deviations, and at least this
+/// amount.
 constexpr double deviations = 6;
 constexpr double least_off = 0.03;
-/// A dip leaves the voltage by at least so much.
+/// A dip deviates from the voltage by at least this amount.
 constexpr double notable = 0.1;
 constexpr double longest_cycles = 0.95;
 
-/// The samples that have left a course, from the first to the last.
+/// The samples that deviate from a course, from the first to the last.
 struct Away {
   std::size_t first = 0;
   std::size_t last = 0;
@@ -84,7 +85,7 @@ std::optional<ShortDip> short_dip(const Excerpt& excerpt, double from_s, double 
   if (!away.any || farthest < notable) return std::nullopt;
   const double length_s = static_cast<double>(away.last + 1 - away.first) / excerpt.rate();
   if (length_s > longest_cycles * cycle) return std::nullopt;
-  // Near its zero crossing what a phase has lost is too little to be seen.
+  // Near its zero crossing the loss of a phase is too small to be seen.
   double limit = least_off;
   for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
     dip.phases[phase] = away.farthest[phase] > notable / 2;

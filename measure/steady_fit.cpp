@@ -8,17 +8,18 @@ namespace measure {
 
 namespace {
 
-/// Time constants of offsets, in cycles: faults whose reactance is 0.8 to 15 times their resistance.
+/// Time constants of offsets in cycles, for faults whose reactance is 0.8 to 15 times their resistance.
 const std::vector<std::vector<double>> one_decay = {{0.12}, {0.25}, {0.6}, {1.2}, {2.4}};
 const std::vector<std::vector<double>> two_decays = {{0.25, 1}, {0.12, 0.6}, {0.6, 2.25}, {0.5, 4}, {1, 4}};
-/// Shorter stretches do not tell an offset that decays from the fundamental, nor two from each other.
+/// In shorter stretches a decaying offset cannot be separated from the fundamental, nor two offsets from each other.
 constexpr double cycles_for_one = 1.3;
 constexpr double cycles_for_two = 3;
 
-/// Penalised likelihood: what is left, and a price for each decay. Neighbouring averages are not independent.
+/// Returns a penalised likelihood: the residual, plus a cost for each decay. Samples have less weight because
+/// neighbouring averages are not independent.
 double cost(const PhasorFit& fit, std::size_t phases, std::size_t decays) {
   constexpr double sample_weight = 0.5;
-  constexpr double floor = 0.001;  // of the usual peak: what no model explains
+  constexpr double floor = 0.001;  // of the usual peak; no model explains less than this
   const double count = sample_weight * static_cast<double>(fit.rows());
   double sum = 0;
   for (std::size_t phase = 0; phase < phases; phase++) {
@@ -27,15 +28,15 @@ double cost(const PhasorFit& fit, std::size_t phases, std::size_t decays) {
   return sum + static_cast<double>(decays * phases) * std::log(std::max(count, 2.0));
 }
 
-/// What one choice of decays makes of the fundamental.
+/// The fundamental for one choice of decays.
 struct Candidate {
   Phasors phasors{};
   double cost = 0;
 };
 
-/// How far the choices are apart, each with its likelihood as its weight: which of them is right is not known. See
-/// S. Buckland, K. Burnham, N. Augustin: Model selection: an integral part of inference, Biometrics 53 (1997). Of each
-/// component of a phasor.
+/// Returns the variance between the choices for each component of a phasor. Each choice is weighted by its likelihood,
+/// because it is not known which one is right. See S. Buckland, K. Burnham, N. Augustin: Model selection: an integral
+/// part of inference, Biometrics 53 (1997).
 PerPhase variance_between(const std::vector<Candidate>& candidates, std::size_t phases) {
   PerPhase variance{};
   if (candidates.empty()) return variance;

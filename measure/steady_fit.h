@@ -6,8 +6,8 @@
 
 namespace measure {
 
-/// Fits a steady fundamental strictly inside the time from `from_s` to `to_s`, with as many decaying offsets as the
-/// stretch shows. `after_change`: it follows a sudden change, after which there may be any.
+/// Fits a steady fundamental to the samples between `from_s` and `to_s`, with as many decaying offsets as the stretch
+/// shows. `after_change`: the stretch follows a sudden change, so there may be offsets.
 PhasorFit steady_fit(const Excerpt& excerpt, double from_s, double to_s, bool after_change);
 
 }  // namespace measure

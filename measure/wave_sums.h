@@ -1,4 +1,4 @@
-// Sums over an excerpt's averages, from which any stretch of it is fitted without another pass over its averages.
+// Sums over an excerpt's averages, from which any stretch can be fitted without another pass over the averages.
 #pragma once
 
 #include <array>
@@ -9,8 +9,8 @@
 
 namespace measure {
 
-/// What the sums are made of: the averages of an excerpt, and the angle theta of the fundamental at each of them. It
-/// refers to the excerpt's own lists.
+/// The input of the sums: the averages of an excerpt, and the angle theta of the fundamental at each of them. It refers
+/// to the excerpt's own lists.
 struct AveragedWaves {
   std::size_t phase_count = 0;
   double per_cycle = 0;
@@ -28,9 +28,9 @@ struct AveragedWaves {
   [[nodiscard]] double sine(std::size_t index) const { return (*sines)[index]; }
 };
 
-/// Sums of the waves that a fit is made of, theta being the fundamental's angle at the middle of an average. Products
-/// of two waves are waves of the sum and of the difference of their orders, so that the normal equations of a fit need
-/// no more than these. Averages that are missing are in none of the sums.
+/// Sums of the waves of a fit; theta is the fundamental's angle at the middle of an average. Products of two waves are
+/// waves of the sum and of the difference of their orders, so the normal equations of a fit need only these sums.
+/// Missing averages do not count in any sum.
 class WaveSums {
  public:
   static constexpr int orders = 8;           ///< of harmonics, 0 to 7

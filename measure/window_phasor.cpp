@@ -7,13 +7,13 @@ namespace measure {
 
 namespace {
 
-/// So many sums are made side by side and added in the end, which compilers can make vectors of.
+/// The sums are split into this many partial sums, which compilers can vectorise.
 constexpr std::size_t lanes = 4;
 
 }  // namespace
 
 WindowPhasor::WindowPhasor(double radians_per_sample, std::size_t samples) {
-  // Against the middle of the window the cosine is even and the sine is odd, so that the sine is fitted alone.
+  // Relative to the middle of the window the cosine is even and the sine is odd, so the sine is fitted separately.
   const double middle = (static_cast<double>(samples) - 1) / 2;
   std::vector<double> cosines(samples);
   std::vector<double> sines(samples);

@@ -8,8 +8,8 @@
 
 namespace measure {
 
-/// Least squares of a fundamental and a constant over windows of so many samples. Sums keep the same order on every
-/// machine.
+/// Fits a fundamental and a constant by least squares to windows of a fixed number of samples. Sums have the same order
+/// on every machine.
 class WindowPhasor {
  public:
   WindowPhasor() = default;
@@ -17,8 +17,8 @@ class WindowPhasor {
   WindowPhasor(double radians_per_sample, std::size_t samples);
 
   [[nodiscard]] std::size_t size() const { return re_.size(); }
-  /// The phasor of `size()` samples, a peak value against a cosine that begins with the first of them; not a number
-  /// where any of them is not finite.
+  /// Returns the phasor of `size()` samples, a peak value against a cosine that begins with the first of them; NaN if
+  /// any sample is not finite.
   [[nodiscard]] Phasor of(const double* samples) const;
 
  private:

@@ -43,7 +43,7 @@ Wiring wiring_of(const Phasors& normal, std::size_t phases) {
     const Phasors turn = wiring.to_positive();
     return std::abs(normal[0] * turn[0] + normal[1] * turn[1] + normal[2] * turn[2]) / 3;
   };
-  // Rightly connected voltages are a positive sequence nearly alone.
+  // Correctly connected voltages are almost purely a positive sequence.
   constexpr double nearly_alone = 0.9;
   Wiring best;
   if (positive(best) > nearly_alone * smallest) return best;

@@ -1,4 +1,4 @@
-// How the phases are connected: in which order they follow each other, and whether one is turned round.
+// Determines how the phases are connected: their order, and whether one of them is reversed.
 #pragma once
 
 #include <cstddef>
@@ -8,17 +8,21 @@
 
 namespace measure {
 
+/// How the phases are connected.
 struct Wiring {
   bool reversed = false;                    ///< phases follow each other as A, C, B
-  std::optional<std::size_t> turned_phase;  ///< whose polarity is the other way round
+  std::optional<std::size_t> turned_phase;  ///< the phase whose polarity is reversed
 
-  /// What each phase's phasor is multiplied by so that the three of a positive sequence add up to three times it.
+  /// Factors for the phases' phasors with which the three of a positive sequence add up to three times the sequence.
   [[nodiscard]] Phasors to_positive() const;
+  /// The same for the negative sequence.
   [[nodiscard]] Phasors to_negative() const;
+  /// The same for the zero sequence.
   [[nodiscard]] Phasors to_zero() const;
 };
 
-/// Told by the voltages of a normal state. Anything but three voltages of about one size is taken for connected right.
+/// Decides from the voltages of the undisturbed network. If these are not three voltages of about one size, the
+/// connection is assumed to be correct.
 Wiring wiring_of(const Phasors& normal, std::size_t phases);
 
 }  // namespace measure

@@ -15,6 +15,7 @@
 #include "outputs/figures_text.h"
 #include "outputs/phase_table.h"
 #include "outputs/six_voltages.h"
+#include "outputs/standard_difference.h"
 #include "outputs/voltage_names.h"
 
 namespace outputs {
@@ -28,9 +29,7 @@ using measure::Segment;
 
 namespace {
 
-constexpr std::size_t width = 80;
-
-/// "abrupt" or "gradual": how the voltage changes.
+/// Returns "abrupt" or "gradual" for a change of the voltage.
 const char* pace_of(const measure::Transition& transition) {
   return transition.gradual ? "gradual" : "abrupt";
 }
@@ -39,7 +38,7 @@ std::string optional_hertz(const std::optional<double>& hertz) {
   return hertz ? fmt::format("{:.3f} Hz", *hertz) : "-";
 }
 
-/// "56.3 % at -20.1°" of a phasor that is relative to another; next to nothing has no angle.
+/// Formats a phasor that is relative to another one: "56.3 % at -20.1°". A tiny phasor has no angle.
 std::string share_text(const measure::Phasor& relative) {
   constexpr double next_to_nothing = 0.05;
   const std::string percent = fmt::format("{:.1f} %", 100 * std::abs(relative));
@@ -47,10 +46,15 @@ std::string share_text(const measure::Phasor& relative) {
   return percent + " at " + turn_text(std::arg(relative) * 180 / std::numbers::pi);
 }
 
-/// A slope as volts per second. Less than a millionth of the level in a second comes of rounding alone.
-std::string slope_text(double volts_per_second, double level) {
-  constexpr double rounding = 1e-6;
-  return analysis::volts_text(volts_per_second < rounding * level ? 0 : volts_per_second) + "/s";
+/// Returns whether a voltage changes in a transition of a course. The slope of one that does not is noise.
+bool changes_in(const Course& course, std::size_t phase) {
+  return std::any_of(course.transitions.begin(), course.transitions.end(),
+                     [&](const measure::Transition& transition) { return transition.phases[phase]; });
+}
+
+/// Formats a slope in volts per second. One that changes the level by less than can be resolved in a cycle is zero.
+std::string slope_text(double volts_per_second, double level, double frequency) {
+  return analysis::volts_text_of(volts_per_second, level * frequency) + "/s";
 }
 
 class CourseText {
@@ -91,9 +95,9 @@ class CourseText {
     return voltages_text(record_, analysis_.voltages, flags);
   }
 
-  void add(const std::string& words, std::size_t indent) { text_ += wrapped(words, width, indent); }
+  void add(const std::string& words, std::size_t indent) { text_ += wrapped(words, colours_.width(), indent); }
   void note(const std::string& words, std::size_t indent = 2) {
-    std::string lines = wrapped(words, width, indent);
+    std::string lines = wrapped(words, colours_.width(), indent);
     lines.pop_back();
     text_ += colours_.note(lines) + '\n';
   }
@@ -105,53 +109,20 @@ class CourseText {
         course_.start_s ? instant(*course_.start_s) : fmt::format("before the beginning of the {}", whole());
     const std::string end = course_.end_s ? instant(*course_.end_s) : fmt::format("beyond the end of the {}", whole());
     std::string words = fmt::format("on the waveform: {} to {}", start, end);
-    if (const auto seconds = waveform_seconds()) words += ", " + duration_text(*seconds);
+    if (const auto seconds = waveform_seconds(course_)) words += ", " + duration_text(*seconds);
     add(words, 2);
   }
 
-  [[nodiscard]] std::optional<double> waveform_seconds() const {
-    if (!course_.start_s || !course_.end_s) return std::nullopt;
-    return course_.end_s->value - course_.start_s->value;
-  }
-
-  /// Says why the two durations differ, when they do so by more than a cycle.
+  /// Explains why the two durations differ, if they differ by more than a cycle.
   void add_difference() {
     const auto by_standard = terms_of(dip_, analysis_).seconds;
-    const auto on_waveform = waveform_seconds();
+    const auto on_waveform = waveform_seconds(course_);
     if (!by_standard || !on_waveform) return;
     const double longer = *by_standard - *on_waveform;
     if (!(std::abs(longer) > 1 / analysis_.found.frequency)) return;
     add(fmt::format("The duration by the standard is {} {}: {}.", duration_text(std::abs(longer)),
-                    longer > 0 ? "longer" : "shorter", reasons(longer > 0)),
+                    longer > 0 ? "longer" : "shorter", duration_reasons(dip_, analysis_, longer > 0)),
         4);
-  }
-
-  [[nodiscard]] std::string reasons(bool standard_longer) const {
-    const auto& thresholds = analysis_.options.thresholds;
-    std::string words = standard_longer
-                            ? "it counts whole cycles of Urms(1/2), from the beginning of the first to the end of the "
-                              "last"
-                            : "Urms(1/2) averages over a whole cycle, and falls below the threshold in a part of the "
-                              "course only";
-    if (standard_longer && thresholds.hysteresis > 0) {
-      words += fmt::format(", and the voltage must be back at {:g} % of the {}", thresholds.dip + thresholds.hysteresis,
-                           reference_words(analysis_.options.reference));
-    }
-    if (levels_differ_from_reference()) {
-      words += fmt::format("; it refers to {} ({}), and the course to the levels before",
-                           fmt::format("the {}", reference_words(analysis_.options.reference)),
-                           analysis::volts_text(dip_.reference_v));
-    }
-    return words;
-  }
-
-  [[nodiscard]] bool levels_differ_from_reference() const {
-    constexpr double notable = 0.02;
-    for (std::size_t phase = 0; phase < analysis_.voltages.phases; phase++) {
-      const double off = std::abs(course_.before[phase]) - dip_.reference_v;
-      if (dip_.phases[phase] && std::abs(off) > notable * dip_.reference_v) return true;
-    }
-    return false;
   }
 
   void add_level_before() {
@@ -162,8 +133,10 @@ class CourseText {
     add_point_on_wave();
     const auto& steepest = course_.steepest_change_v_per_s;
     if (std::any_of(steepest.begin(), steepest.end(), [](double slope) { return slope > 0; })) {
-      text_ += table_.line("  steepest change of RMS",
-                           [&](std::size_t phase) { return slope_text(steepest[phase], dip_.reference_v); });
+      text_ += table_.line("  steepest change of RMS", [&](std::size_t phase) {
+        return changes_in(course_, phase) ? slope_text(steepest[phase], dip_.reference_v, analysis_.found.frequency)
+                                          : std::string("-");
+      });
     }
     add(fmt::format("frequency before {}, after {}", optional_hertz(course_.frequency_before),
                     optional_hertz(course_.frequency_after)),
@@ -251,7 +224,7 @@ class CourseText {
 
   void add_type(const Segment& segment) {
     if (!segment.type) {
-      // That fewer voltages have none is said once, with the voltages.
+      // The text on the voltages already states once that fewer than three voltages have no sequences.
       if (analysis_.voltages.phases == 3) add("type -: the angles before the dip are not known", 4);
       return;
     }
@@ -304,9 +277,10 @@ class CourseText {
   void add_sequences(const Segment& segment) {
     if (!segment.sequences) return;
     const auto& sequences = *segment.sequences;
-    std::string words = fmt::format("sequences: positive {}, negative {}", analysis::volts_text(sequences.positive_v),
-                                    analysis::volts_text(sequences.negative_v));
-    if (!analysis_.voltages.between_phases) words += ", zero " + analysis::volts_text(sequences.zero_v);
+    const auto text = [&](double volts) { return analysis::volts_text_of(volts, dip_.reference_v); };
+    std::string words =
+        fmt::format("sequences: positive {}, negative {}", text(sequences.positive_v), text(sequences.negative_v));
+    if (!analysis_.voltages.between_phases) words += ", zero " + text(sequences.zero_v);
     add(words, 4);
     add(sequences.unbalance_percent
             ? fmt::format("unbalance {:.1f} % (negative of positive sequence)", *sequences.unbalance_percent)

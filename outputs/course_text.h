@@ -1,4 +1,4 @@
-// The course of a dip on the waveform, as text for people.
+// Describes the course of a dip on the waveform as text for people.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace outputs {
 
-/// When it began and ended on the waveform, its transitions and segments in order of time, and how much of the waveform
-/// they explain. Lines of at most 80 columns, indented, ending in "\n". The dip must have a course.
+/// Returns the times of the dip on the waveform, its transitions and segments in order of time, and the share of the
+/// waveform that they explain. Lines have at most 80 columns, are indented and end in "\n". The dip must have a course.
 std::string course_text(const readers::Record& record, const analysis::Analysis& analysis, const measure::Event& dip,
                         const Colours& colours);
 

@@ -6,11 +6,13 @@
 
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
+#include "outputs/clock_text.h"
 #include "outputs/course_text.h"
 #include "outputs/figures_text.h"
+#include "outputs/origin_text.h"
 #include "outputs/phase_table.h"
+#include "outputs/verdict_text.h"
 #include "outputs/voltage_names.h"
-#include "readers/clock_time.h"
 
 namespace outputs {
 
@@ -23,8 +25,6 @@ using analysis::volts_text;
 using measure::EventKind;
 
 namespace {
-
-constexpr std::size_t width = 80;
 
 class EventText {
  public:
@@ -46,13 +46,13 @@ class EventText {
     add_extreme();
     add_crossings();
     add_extremes_of_phases();
-    if (event_.kind == EventKind::dip) add_tolerance();
+    add_assessment();
     if (event_.course) text_ += course_text(record_, analysis_, event_, colours_);
     return text_;
   }
 
  private:
-  void add(const std::string& words, std::size_t indent = 2) { text_ += wrapped(words, width, indent); }
+  void add(const std::string& words, std::size_t indent = 2) { text_ += wrapped(words, colours_.width(), indent); }
 
   [[nodiscard]] const char* reference() const { return reference_words(analysis_.options.reference); }
   [[nodiscard]] const char* whole() const { return analysis_.voltages.parts > 1 ? "record's part" : "record"; }
@@ -62,32 +62,31 @@ class EventText {
   [[nodiscard]] std::string name(std::size_t phase) const { return voltage_name(record_, analysis_.voltages, phase); }
 
   void add_heading() {
-    const std::string start =
-        event_.start_known ? instant(event_.start_s) : fmt::format("before the beginning of the {}", whole());
+    const std::string start = event_.start_known ? instant(event_.start_s)
+                              : event_.end_s     ? fmt::format("before the beginning of the {}", whole())
+                                                 : "before the beginning";
     const std::string end = event_.end_s ? instant(*event_.end_s) : fmt::format("beyond the end of the {}", whole());
-    text_ += '\n' + colours_.heading(fmt::format("event {}: {}", number_, kind_words(event_.kind)));
-    text_ += fmt::format("   {} to {}\n", start, end);
+    const std::string title = fmt::format("event {}: {}", number_, kind_words(event_.kind));
+    const std::string place = fmt::format("{} to {}", start, end);
+    constexpr std::size_t gap = 3;
+    text_ += '\n' + colours_.heading(title);
+    text_ += title.size() + gap + place.size() <= colours_.width() ? std::string(gap, ' ') + place + '\n'
+                                                                   : '\n' + wrapped(place, colours_.width(), 2);
     const double cycles = terms_.least_seconds * analysis_.found.frequency;
     add(fmt::format("duration {}{}, {:.2f} cycles of {:.3f} Hz", terms_.seconds ? "" : "at least ",
                     duration_text(terms_.least_seconds), cycles, analysis_.found.frequency));
     add_clock();
   }
 
-  /// The time of day, and the time from the trigger, where the file gives them.
   void add_clock() {
-    const double seconds = analysis_.voltages.record_seconds(event_.start_s);
-    std::string words = readers::iso_time(record_, seconds);
-    if (record_.trigger) {
-      const double after = seconds - *record_.trigger;
-      words += fmt::format("{}{} {} the trigger", words.empty() ? "" : ", ", duration_text(std::abs(after)),
-                           after < 0 ? "before" : "after");
-    }
-    if (!words.empty()) add("begins at " + words);
+    const std::string words = clock_text(record_, analysis_.voltages.record_seconds(event_.start_s));
+    if (!words.empty()) add((event_.start_known ? "begins at " : "begins before ") + words);
   }
 
   // --- rapid voltage changes -------------------------------------------------------------------------------------
 
   [[nodiscard]] std::string volts_and_percent(double volts) const {
+    if (!(event_.reference_v > 0)) return volts_text(volts);
     return fmt::format("{} ({:.2f} %)", volts_text(volts), 100 * volts / event_.reference_v);
   }
 
@@ -102,13 +101,15 @@ class EventText {
 
   void add_extreme() {
     const bool swell = event_.kind == EventKind::swell;
-    std::string words =
-        fmt::format("{} {} in {}: {:.1f} % of the {} {}", swell ? "highest Urms(1/2)" : "residual voltage",
-                    volts_text(event_.extreme_v), name(event_.extreme_phase), terms_.percent, reference(),
-                    volts_text(event_.reference_v));
+    std::string words = fmt::format("{} {} in {}: ", swell ? "highest Urms(1/2)" : "residual voltage",
+                                    volts_text(event_.extreme_v), name(event_.extreme_phase));
+    words += event_.reference_v > 0
+                 ? fmt::format("{} of the {} {}", analysis::percent_text(terms_.percent, analysis_.options.thresholds),
+                               reference(), volts_text(event_.reference_v))
+                 : fmt::format("the {} is zero", reference());
     const auto of_declared = analysis_.percent_of_declared(event_.extreme_v);
     if (of_declared && analysis_.options.reference != measure::Reference::declared) {
-      words += fmt::format(", {:.1f} % of the declared voltage", *of_declared);
+      words += fmt::format(", {} of the declared voltage", analysis::percent_text(*of_declared));
     }
     add(words);
   }
@@ -134,19 +135,19 @@ class EventText {
         [&](std::size_t phase) { return volts_text(volts[phase]); }, crossed);
     text_ += table_.line(
         fmt::format("    of {}", volts_text(event_.reference_v)),
-        [&](std::size_t phase) { return fmt::format("{:.1f} %", 100 * volts[phase] / event_.reference_v); }, crossed);
+        [&](std::size_t phase) {
+          return event_.reference_v > 0 ? analysis::percent_text(100 * volts[phase] / event_.reference_v) : "-";
+        },
+        crossed);
   }
 
-  void add_tolerance() {
-    std::string judged;
-    for (const auto& curve : analysis::tolerance_curves()) {
-      const auto ride = ride_through(curve, terms_);
-      if (ride != analysis::Ride::not_judged) judged += fmt::format("{} {}, ", ride_name(ride), curve.name);
+  void add_assessment() {
+    for (const std::string& sentence :
+         {verdicts_sentence(event_, analysis_), classes_sentence(event_, analysis_),
+          indices_sentence(number_ - 1, analysis_), direction_sentence(number_ - 1, analysis_),
+          cause_sentence(number_ - 1, analysis_)}) {
+      if (!sentence.empty()) add(sentence);
     }
-    const std::string cell = en50160_cell(terms_);
-    if (!cell.empty()) judged += "cell " + cell + " of EN 50160, ";
-    if (judged.empty()) return;
-    add(fmt::format("{} (by the {})", judged.substr(0, judged.size() - 2), reference()));
   }
 
   const readers::Record& record_;

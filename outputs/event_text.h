@@ -1,4 +1,4 @@
-// One event by the rules of the standard, as text for people.
+// Describes one event by the rules of the standard as text for people.
 #pragma once
 
 #include <cstddef>
@@ -10,11 +10,11 @@
 
 namespace outputs {
 
-/// What per cents of rapid voltage changes are relative to: "declared voltage" where there is one.
+/// Returns the reference of the percentages of rapid voltage changes: "declared voltage" if there is one.
 const char* change_reference_words(const analysis::Analysis& analysis);
 
-/// The event at an index of `analysis.found.events`: heading, figures and, of a dip, its course on the waveform. Lines
-/// of at most 80 columns, ending in "\n"; the first line is empty.
+/// Describes the event at an index of `analysis.found.events`: its heading, its figures and, for a dip, its course on
+/// the waveform. Lines have at most 80 columns and end in "\n"; the first line is empty.
 std::string event_text(const readers::Record& record, const analysis::Analysis& analysis, std::size_t index,
                        const Colours& colours);
 

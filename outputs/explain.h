@@ -1,15 +1,19 @@
-// What the command's codes mean: categories of dips, and the field's terms.
+// Explains the command's codes: categories of dips and terms of the field.
 #pragma once
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace outputs {
 
-/// What a code means and how it is decided; nothing for an unknown one. Lines end in "\n".
+/// Explains a code and how it is determined; empty for an unknown code. Lines end in "\n".
 std::optional<std::string> explanation_of(const std::string& code);
 
-/// All codes, one per line with its meaning.
+/// Returns up to three codes that a mistyped one may mean, the nearest first; empty for less than three letters.
+std::vector<std::string> near_codes(const std::string& code);
+
+/// Lists all codes, one per line with its meaning.
 std::string list_of_codes();
 
 }  // namespace outputs

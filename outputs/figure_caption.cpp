@@ -7,6 +7,7 @@
 
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
+#include "outputs/clock_text.h"
 #include "outputs/figures_text.h"
 #include "outputs/voltage_names.h"
 
@@ -39,12 +40,13 @@ class Caption {
 
   [[nodiscard]] std::string label(std::size_t phase) const { return figure_label(record_, analysis_.voltages, phase); }
 
-  /// Of a voltage: "92.00 V (40.0 %)", "92.00 V (40.0 %, 39.1 % of declared)".
+  /// Formats a voltage: "92.00 V (40.0 %)", "92.00 V (40.0 %, 39.1 % of declared)".
   [[nodiscard]] std::string level_text(double volts) const {
     const bool other = analysis_.options.reference != measure::Reference::declared;
     const auto declared = other ? analysis_.percent_of_declared(volts) : std::nullopt;
-    return fmt::format("{} ({:.1f} %{})", volts_text(volts), view_.percent(volts),
-                       declared ? fmt::format(", {:.1f} % of declared", *declared) : "");
+    return fmt::format("{} ({}{})", volts_text(volts),
+                       analysis::percent_text(view_.percent(volts), analysis_.options.thresholds),
+                       declared ? fmt::format(", {} of declared", analysis::percent_text(*declared)) : "");
   }
 
   void add_event(const measure::Event& event) {
@@ -52,6 +54,8 @@ class Caption {
     kind[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(kind[0])));
     const std::string phases = voltages_text(record_, analysis_.voltages, event.phases);
     add(kind, fmt::format(" of {}: {}, {}", phases, extent_text(event), lasts_text(event)));
+    const std::string clock = clock_text(record_, analysis_.voltages.record_seconds(event.start_s));
+    if (!clock.empty()) add(event.start_known ? "Begins at" : "Begins before", " " + clock);
     if (event.kind != EventKind::rapid_voltage_change) return;
     add("Steady voltage", fmt::format(": {} between before and after", level_text(event.delta_steady_v)));
   }
@@ -87,7 +91,7 @@ class Caption {
     return text;
   }
 
-  /// "type C (AB): A 40.0 %, B 41.2 %, C 100.0 %"; per cent are of the view's reference, as in the figure.
+  /// Formats "type C (AB): A 40.0 %, B 41.2 %, C 100.0 %"; percentages refer to the view's reference, as in the figure.
   [[nodiscard]] std::string segment_text(const measure::Segment& segment) const {
     if (!segment.measured) return "too many samples are missing";
     std::string text;
@@ -96,8 +100,8 @@ class Caption {
     }
     if (segment.gradual) text += "gradual, at its lowest ";
     for (std::size_t phase = 0; phase < analysis_.voltages.phases; phase++) {
-      text += fmt::format("{}{} {:.1f} %", phase == 0 ? "" : ", ", label(phase),
-                          view_.percent(segment.phases[phase].voltage_v.value));
+      text += fmt::format("{}{} {}", phase == 0 ? "" : ", ", label(phase),
+                          analysis::percent_text(view_.percent(segment.phases[phase].voltage_v.value)));
     }
     return text;
   }

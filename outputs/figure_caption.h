@@ -1,4 +1,4 @@
-// The lines below a figure: what the event is, and the figures of its segments.
+// Writes the lines below a figure: the event and the figures of its segments.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +16,8 @@ struct CaptionLine {
   std::string text;  ///< what follows it, as plain text
 };
 
-/// What a figure calls a voltage: its phase's letter, or its name where fewer than three are analysed, whose phases are
-/// not known.
+/// Returns the name of a voltage in a figure: its phase's letter, or the channel's name if fewer than three are
+/// analysed, because their phases are not known.
 std::string figure_label(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase);
 
 std::vector<CaptionLine> caption_of(const readers::Record& record, const analysis::Analysis& analysis,

@@ -23,7 +23,7 @@ std::size_t sample_at(double seconds, const Analysis& analysis, std::size_t leng
   return sample < static_cast<double>(length) ? static_cast<std::size_t>(sample) : length;
 }
 
-/// The event together with its course, as far as both lie in the record.
+/// Returns the time of the event together with its course, within the limits of the record.
 analysis::Stretch stretch_of(const measure::Event& event, const Analysis& analysis, std::size_t length) {
   const double record_end_s = static_cast<double>(length) / analysis.voltages.part.rate;
   double from_s = event.start_known ? event.start_s : 0;
@@ -35,17 +35,17 @@ analysis::Stretch stretch_of(const measure::Event& event, const Analysis& analys
   return {sample_at(from_s, analysis, length), sample_at(to_s, analysis, length)};
 }
 
-/// A fifth of the event to either side, some cycles at least.
+/// Adds a fifth of the event to either side, but at least some cycles.
 analysis::Stretch with_margin(const analysis::Stretch& stretch, const measure::Event& event, const Analysis& analysis,
                               std::size_t length) {
-  // A rapid change may last no time at all; what is steady before and after it is what it is told by.
+  // A rapid change may have no duration; the steady voltages before and after it define it.
   const double least_cycles = event.kind == EventKind::rapid_voltage_change ? 12 : 3;
   const auto least = static_cast<std::size_t>(std::lround(least_cycles * analysis.voltages.samples_per_cycle()));
   const std::size_t margin = std::max((std::max(stretch.end, stretch.begin) - stretch.begin) / 5, least);
   return {stretch.begin - std::min(margin, stretch.begin), std::min(stretch.end + margin, length)};
 }
 
-/// Mean of the values that are there; nothing where none is.
+/// Returns the mean of the values that are not missing; empty if all are missing.
 std::optional<double> mean_of(const std::vector<float>& values, const analysis::Stretch& stretch) {
   double sum = 0;
   double count = 0;
@@ -57,8 +57,8 @@ std::optional<double> mean_of(const std::vector<float>& values, const analysis::
   return count > 0 ? std::optional(sum / count) : std::nullopt;
 }
 
-/// The steady voltage before a rapid change, of the phase that then changes most; volts RMS. It is steady for a second
-/// before, and for one after.
+/// Returns the steady voltage before a rapid change, of the phase that changes most, in volts RMS. It is measured over
+/// the second before the change, because the voltage is steady for a second before and after it.
 std::optional<double> steady_before(const measure::Event& change, const Analysis& analysis, const Curves& curves) {
   const std::size_t length = curves.rms[0].size();
   const analysis::Stretch before = {sample_at(change.start_s - 1, analysis, length),
@@ -107,7 +107,7 @@ void add_levels(FigureView& view, const Analysis& analysis, const Curves& curves
   }
 }
 
-/// What a view without an event relates to: the highest of the voltages' references.
+/// Returns the reference of a view without an event: the highest of the voltages' references.
 double record_reference(const Analysis& analysis) {
   double highest = 0;
   for (std::size_t phase = 0; phase < analysis.voltages.phases; phase++) {

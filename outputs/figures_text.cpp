@@ -7,22 +7,24 @@
 #include <cmath>
 #include <string_view>
 
+#include "analysis/decimal.h"
+
 namespace outputs {
 
 namespace {
 
-/// How wide the letter is whose UTF-8 begins with a byte; nothing for the bytes after the first. From U+3000 on
-/// letters take two columns as a rule.
+/// Returns the width of the letter whose UTF-8 code begins with a byte; 0 for the bytes after the first one. From
+/// U+3000 on, letters usually take two columns.
 std::size_t columns_begun_by(char first) {
   const auto byte = static_cast<unsigned char>(first);
   if ((byte & 0xC0U) == 0x80) return 0;
   return byte > 0xE2 ? 2 : 1;
 }
 
-/// Rounded up to a number of decimals; to one unit of the last of them at least.
+/// Rounds up to a number of decimals, but at least to one unit of the last decimal.
 double rounded_up(double plus_minus, int decimals) {
   constexpr double digits_of_a_double = 1e-9;
-  const double units = std::pow(10.0, decimals);
+  const double units = analysis::power_of_ten(decimals);
   return std::max(1.0, std::ceil(plus_minus * units * (1 - digits_of_a_double))) / units;
 }
 
@@ -35,7 +37,7 @@ struct Prefix {
   const char* unit;
 };
 
-/// The prefix that suits a size in volts.
+/// Returns the prefix that suits a value in volts.
 Prefix prefix_for(double size) {
   constexpr std::array<Prefix, 3> prefixes = {{{1e6, "MV"}, {1e3, "kV"}, {1, "V"}}};
   for (const Prefix& prefix : prefixes) {
@@ -44,7 +46,7 @@ Prefix prefix_for(double size) {
   return size > 0 ? Prefix{1e-3, "mV"} : Prefix{1, "V"};
 }
 
-/// Whether a word belongs on one line with the word before it: it is a unit, or one of them is the sign of an interval.
+/// Returns whether a word must stay on one line with the word before it, because it is a unit or one of them is ±.
 bool belongs_together(std::string_view before, std::string_view word) {
   constexpr std::string_view interval = "±";
   constexpr std::array<std::string_view, 9> units = {"%", "V", "kV", "MV", "mV", "s", "ms", "Hz", "degrees"};
@@ -65,6 +67,48 @@ std::size_t end_of_unbroken(std::string_view words, std::size_t at) {
     word = next;
   }
   return end;
+}
+
+/// Returns the end of the letter or of the colour sequence that begins at a place.
+std::size_t end_of_letter(std::string_view text, std::size_t at) {
+  if (text[at] == '\033') return std::min(text.find('m', at), text.size() - 1) + 1;
+  std::size_t end = at + 1;
+  while (end < text.size() && columns_begun_by(text[end]) == 0) end++;
+  return end;
+}
+
+/// Returns how many bytes of a line fit into a number of columns; at least one letter.
+std::size_t fitting_bytes(std::string_view line, std::size_t columns) {
+  std::size_t used = 0;
+  std::size_t fit = 0;
+  while (fit < line.size()) {
+    const std::size_t end = end_of_letter(line, fit);
+    used += line[fit] == '\033' ? 0 : columns_begun_by(line[fit]);
+    if (used > columns && fit > 0) break;
+    fit = end;
+  }
+  return fit;
+}
+
+/// Breaks a line that is too wide.
+std::string fitted_line(std::string_view line, std::size_t columns) {
+  if (fitting_bytes(line, columns) == line.size()) return std::string(line) + '\n';
+  constexpr std::size_t deeper = 2;
+  const std::size_t indent = std::min(std::min(line.find_first_not_of(' '), line.size()) + deeper, columns / 2);
+  std::string text;
+  while (!line.empty()) {
+    const std::string margin(text.empty() ? 0 : indent, ' ');
+    std::size_t end = fitting_bytes(line, columns - margin.size());
+    if (end < line.size()) {
+      const std::size_t blank = line.rfind(' ', end);
+      const std::size_t first = std::min(line.find_first_not_of(' '), line.size());
+      if (blank != line.npos && blank > first) end = blank;
+    }
+    text += margin + std::string(line.substr(0, end)) + '\n';
+    line.remove_prefix(end);
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+  }
+  return text;
 }
 
 /// Decimals that make four significant digits of a value of at most some thousands.
@@ -125,6 +169,18 @@ std::string wrapped(const std::string& words, std::size_t width, std::size_t ind
   return text + margin + line + '\n';
 }
 
+std::string fitted(const std::string& text, std::size_t columns) {
+  constexpr std::size_t least = 20;
+  if (columns == 0) return text;
+  std::string result;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find('\n', at), text.size());
+    result += fitted_line(std::string_view(text).substr(at, end - at), std::max(columns, least));
+    at = end + 1;
+  }
+  return result;
+}
+
 std::size_t columns_of(const std::string& text) {
   std::size_t columns = 0;
   for (const char c : text) columns += columns_begun_by(c);
@@ -133,7 +189,7 @@ std::size_t columns_of(const std::string& text) {
 
 std::string shortened(const std::string& name, std::size_t most) {
   if (columns_of(name) <= most) return name;
-  // The end stays too: names differ there, by the letter of the phase.
+  // The end of a name is kept too, because names differ there by the letter of the phase.
   const std::size_t kept_at_end = most / 2 - 1;
   std::size_t begin = 0;
   for (std::size_t columns = 0; columns + columns_begun_by(name[begin]) <= most - kept_at_end; begin++) {

@@ -1,5 +1,5 @@
-// Angles, figures with their uncertainty and names as people read them, the same in the text, in a figure and on a
-// page.
+// Formats angles, figures with their uncertainty and names for people, in the same form in the text, the figures and
+// the page.
 #pragma once
 
 #include <cstddef>
@@ -13,11 +13,11 @@ namespace outputs {
 /// An angle in [0, 360): "96.3°".
 std::string angle_text(double degrees);
 
-/// What an angle turns by: "+4.3°", "-19.4°", "0.0°".
+/// Formats the angle of a turn: "+4.3°", "-19.4°", "0.0°".
 std::string turn_text(double degrees);
 
-/// "115.0 ± 0.2 V", "63.36 ± 0.01 kV": four significant digits. An uncertainty is rounded up, to one unit of the last
-/// digit shown at least, so that the interval still holds what it should.
+/// Formats "115.0 ± 0.2 V", "63.36 ± 0.01 kV" with four significant digits. An uncertainty is rounded up, to at least
+/// one unit of the last digit shown, so that the interval still contains the true value as often as it should.
 std::string volts_text(const measure::Figure& volts);
 
 /// An angle in [0, 360) with its uncertainty: "96.3° ± 0.4°".
@@ -32,16 +32,21 @@ std::string instant_text(double record_seconds);
 /// The record's time with its uncertainty: "0.3050 s ± 0.2 ms".
 std::string instant_text(double record_seconds, double plus_minus);
 
-/// Words in lines of at most `width` columns, each indented by `indent` blanks and ended by "\n".
+/// Breaks words into lines of at most `width` columns. Each line is indented by `indent` blanks and ends in "\n".
 std::string wrapped(const std::string& words, std::size_t width, std::size_t indent = 0);
+
+/// Returns lines of text so that none is wider than a terminal of `columns` columns. A wider line continues in lines
+/// that are indented by two blanks more; it is broken at blanks where possible. Colours take no columns. 0 columns
+/// leave the text unchanged.
+std::string fitted(const std::string& text, std::size_t columns);
 
 /// How many columns of a terminal a text takes; letters of East Asia take two.
 std::size_t columns_of(const std::string& text);
 
-/// A name with its middle cut out, "…" standing for it, where it is wider than `most` columns.
+/// Returns a name, with "…" in place of its middle if it is wider than `most` columns.
 std::string shortened(const std::string& name, std::size_t most);
 
-/// Whether a channel's values are those of one side of a transformer.
+/// Returns whether a channel's values refer to one side of a transformer.
 bool is_of_transformer(const readers::Channel& channel);
 
 /// "secondary values, transformer 500000:100".

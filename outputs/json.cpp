@@ -8,9 +8,14 @@
 #include <optional>
 #include <string>
 
+#include "analysis/assessment.h"
 #include "analysis/event_terms.h"
+#include "assess/classes.h"
+#include "outputs/assessment_json.h"
 #include "outputs/dip_category_name.h"
 #include "outputs/library_json.h"
+#include "outputs/load_json.h"
+#include "outputs/notes.h"
 #include "outputs/record_json.h"
 #include "outputs/rounding.h"
 #include "outputs/six_voltages.h"
@@ -21,7 +26,6 @@ namespace outputs {
 using analysis::AnalysedVoltages;
 using analysis::Analysis;
 using analysis::DeclaredVoltage;
-using analysis::tolerance_curves;
 using measure::Course;
 using measure::Event;
 using measure::EventKind;
@@ -30,7 +34,7 @@ using measure::Segment;
 
 namespace {
 
-// Rises when a member changes its meaning or goes; new members do not raise it.
+// This number increases when a member changes its meaning or is removed; new members do not increase it.
 constexpr int format_version = 2;
 
 using Json = nlohmann::ordered_json;
@@ -49,26 +53,28 @@ double plus_minus(double value) {
   return rounded_volts(value);
 }
 
-/// One analysis as JSON. A list over phases has three entries, null for what is not there.
+/// Writes one analysis as JSON. A list over phases has three entries, which are null if there is no value.
 class Document {
  public:
   Document(const readers::Record& record, const Analysis& analysis)
       : record_(record), analysis_(analysis), voltages_(analysis.voltages) {}
 
   Json whole() const {
-    Json notes = record_.notes;
-    for (const auto& note : analysis_.notes) notes.push_back(note);
-    Json document = {
-        {"format", "dipx analysis"},  {"format_version", format_version}, {"dipx_version", DIPX_VERSION},
-        {"record", about_record()},   {"voltages", voltages()},           {"line_to_line", voltages_.between_phases},
-        {"parameters", parameters()}, {"declared_voltage", declared()},   {"wiring", wiring()}};
+    Json document = {{"format", "dipx analysis"},    {"format_version", format_version},
+                     {"dipx_version", DIPX_VERSION}, {"record", about_record()},
+                     {"voltages", voltages()},       {"line_to_line", voltages_.between_phases},
+                     {"parameters", parameters()},   {"declared_voltage", declared()},
+                     {"wiring", wiring()},           {"currents", currents()}};
     if (analysis_.library) {
       document["library"] = library_json(*analysis_.library, voltages_);
     } else {
       document["events"] = events();
       document["changes_without_event"] = changes();
+      document["line_voltages"] = analysis_.line ? line_voltages(*analysis_.line) : Json();
+      document["at_load"] = load_json(analysis_);
     }
-    document["notes"] = std::move(notes);
+    document["digital_channels"] = digital_channels_of(record_);
+    document["notes"] = notes_of(record_, analysis_);
     return document;
   }
 
@@ -103,13 +109,15 @@ class Document {
     about["samples"] = record_.length();
     about["sampling_rate_hz"] = voltages_.part.rate;
     about["line_frequency_hz"] = voltages_.line_frequency;
-    about["measured_frequency_hz"] = rounded_hertz(analysis_.found.frequency);
+    about["measured_frequency_hz"] = voltages_.rms ? Json() : Json(rounded_hertz(analysis_.found.frequency));
+    about["values"] = voltages_.rms ? "rms" : "waveform";
     about["samples_per_cycle"] = voltages_.samples_per_cycle();
     about["part"] = {{"number", voltages_.part_number},
                      {"of", voltages_.parts},
                      {"first_sample", voltages_.part.begin},
                      {"samples", voltages_.part.length()},
                      {"start_s", voltages_.part.start}};
+    about["stretch"] = stretch_of(record_);
     about["set"] = voltages_.set > 0 ? Json{{"number", voltages_.set}, {"of", voltages_.sets}} : Json();
     return about;
   }
@@ -132,6 +140,8 @@ class Document {
       }
       json["usual_rms_v"] = rounded_volts(analysis_.usual_v[phase]);
       json["reference_v"] = rounded_volts(analysis_.found.reference_v[phase]);
+      json["lowest_rms_v"] = rounded_volts(analysis_.lowest_rms_v[phase]);
+      json["highest_rms_v"] = rounded_volts(analysis_.highest_rms_v[phase]);
       return json;
     });
   }
@@ -162,6 +172,38 @@ class Document {
             {"turned_phase", wiring.turned_phase ? Json(voltages_.letter(*wiring.turned_phase)) : Json()}};
   }
 
+  static std::string name_of_current(std::size_t current) { return std::string(1, "ABCN"[current]); }
+
+  Json currents() const {
+    if (!analysis_.currents) return {};
+    const analysis::Currents& currents = *analysis_.currents;
+    Json channels = Json::array();
+    for (std::size_t i = 0; i < currents.count(); i++) {
+      const auto& channel = record_.channels[currents.channel(i)];
+      Json json = {{"phase", name_of_current(i)},
+                   {"channel", currents.channel(i) + 1},
+                   {"name", channel.name},
+                   {"unit", channel.unit}};
+      add_side(json, channel);
+      channels.push_back(std::move(json));
+    }
+    const bool by_name = currents.bay.source == readers::BaySource::name;
+    return {{"found_by", by_name ? "name" : "only_currents"}, {"channels", std::move(channels)}};
+  }
+
+  Json event_currents(std::size_t index) const {
+    if (!analysis_.currents || index >= analysis_.currents->events.size()) return {};
+    const analysis::EventCurrents& figures = analysis_.currents->events[index];
+    const auto amperes = [](const std::optional<double>& rms) { return rms ? Json(rounded_volts(*rms)) : Json(); };
+    Json list = Json::array();
+    for (std::size_t i = 0; i < analysis_.currents->count(); i++) {
+      list.push_back({{"phase", name_of_current(i)},
+                      {"before_a", amperes(figures.before_a[i])},
+                      {"largest_a", amperes(figures.during_a[i])}});
+    }
+    return list;
+  }
+
   Json voltage(double volts, double reference) const {
     Json json = {{"voltage_v", rounded_volts(volts)},
                  {"percent", per_cent(reference > 0 ? std::optional(100 * volts / reference) : std::nullopt)}};
@@ -173,6 +215,30 @@ class Document {
     Json list = Json::array();
     for (const Event& event : analysis_.found.events) list.push_back(event_of(list.size() + 1, event));
     return list;
+  }
+
+  /// The pairs of phases have the places of their first phases.
+  Json line_voltages(const analysis::LineVoltages& line) const {
+    const auto figure = [](std::size_t pair, double volts, double reference_v) -> Json {
+      return {{"phase", analysis::pairs_of_phases[pair]},
+              {"voltage_v", rounded_volts(volts)},
+              {"percent", per_cent(100 * volts / reference_v)}};
+    };
+    Json lowest = Json::array();
+    for (std::size_t pair = 0; pair < measure::most_phases; pair++) {
+      lowest.push_back(figure(pair, line.lowest_v[pair], line.reference_v[pair]));
+    }
+    Json events = Json::array();
+    for (const Event& event : line.events) {
+      Json one = {{"kind", analysis::kind_code(event.kind)},
+                  {"start_s", event.start_known ? Json(seconds(event.start_s)) : Json()},
+                  {"end_s", event.end_s ? Json(seconds(*event.end_s)) : Json()}};
+      if (event.kind != EventKind::rapid_voltage_change) {
+        one["extreme"] = figure(event.extreme_phase, event.extreme_v, event.reference_v);
+      }
+      events.push_back(std::move(one));
+    }
+    return {{"lowest_urms_half", std::move(lowest)}, {"events", std::move(events)}};
   }
 
   Json position(double waveform_seconds) const {
@@ -197,6 +263,7 @@ class Document {
     json["phases"] = voltages_.letters(event.phases);
     json["reference"] = {{"kind", analysis::reference_code(reference_of(event))},
                          {"voltage_v", rounded_volts(event.reference_v)}};
+    json["currents"] = event_currents(number - 1);
     if (event.kind == EventKind::rapid_voltage_change) {
       json["delta_max"] = voltage(event.delta_max_v, event.reference_v);
       json["delta_steady"] = voltage(event.delta_steady_v, event.reference_v);
@@ -206,13 +273,19 @@ class Document {
     json["extreme"]["phase"] = voltages_.letter(event.extreme_phase);
     json["lowest_urms_half"] = urms(event.lowest_v, event.reference_v);
     json["highest_urms_half"] = urms(event.highest_v, event.reference_v);
+    if (event.kind == EventKind::interruption) return json;
+    if (event.kind == EventKind::dip) add_dip_terms(json, terms);
+    json["verdicts"] = verdicts_json(event, analysis_);
+    json["classes"] = classes_json(event, analysis_);
     if (event.kind != EventKind::dip) return json;
-    add_dip_terms(json, terms);
+    json["indices"] = indices(number - 1);
+    json["origin"] = origin(number - 1);
     json["course"] = event.course ? course_of(*event.course) : Json();
     return json;
   }
 
-  /// A rapid voltage change refers to the declared voltage where there is one, whatever other events refer to.
+  /// A rapid voltage change refers to the declared voltage if there is one, regardless of the reference of other
+  /// events.
   measure::Reference reference_of(const Event& event) const {
     const bool of_declared = event.kind == EventKind::rapid_voltage_change && analysis_.declared;
     return of_declared ? measure::Reference::declared : analysis_.options.reference;
@@ -223,17 +296,45 @@ class Document {
         [&](std::size_t phase) { return std::isfinite(volts[phase]) ? voltage(volts[phase], reference) : Json(); });
   }
 
-  static void add_dip_terms(Json& json, const analysis::EventTerms& terms) {
+  /// Null if the currents show nothing.
+  Json origin(std::size_t index) const {
+    if (index >= analysis_.origins.size()) return {};
+    const analysis::Origin& origin = analysis_.origins[index];
+    if (!origin.direction && !origin.cause) return {};
+    const auto side_of = [](const std::optional<assess::Side>& side) {
+      return side ? Json(side_words(*side)) : Json();
+    };
+    Json json = {{"side", nullptr}, {"methods", Json::array()}, {"likely_cause", nullptr}};
+    if (origin.direction) {
+      json["side"] = side_of(origin.direction->agreed());
+      for (const auto& opinion : origin.direction->opinions) {
+        json["methods"].push_back({{"method", opinion.method}, {"side", side_of(opinion.side)}});
+      }
+    }
+    if (origin.cause) {
+      json["likely_cause"] = {{"cause", cause_code(origin.cause->kind)}, {"grounds", origin.cause->grounds}};
+    }
+    return json;
+  }
+
+  Json indices(std::size_t index) const {
+    if (index >= analysis_.indices.size() || !analysis_.indices[index]) return {};
+    const assess::Indices& figures = *analysis_.indices[index];
+    return {{"energy_s", rounded_seconds(figures.energy_s)}, {"lost_v_s", rounded_volts(figures.lost_v_s)}};
+  }
+
+  void add_dip_terms(Json& json, const analysis::EventTerms& terms) const {
     json["depth_percent"] = rounded_percent(terms.depth_percent);
     json["voltage_tolerance"] = Json::object();
-    for (const auto& curve : tolerance_curves()) {
+    for (const auto& curve : analysis::drawn_curves(analysis_)) {
       json["voltage_tolerance"][curve.code] = ride_name(ride_through(curve, terms));
     }
     const std::string cell = en50160_cell(terms);
     json["en50160_cell"] = cell.empty() ? Json() : Json(cell);
+    json["en50160_cell_near_limit"] = cell.empty() ? Json() : Json(is_near_cell_limit(terms));
   }
 
-  /// A time of the course with its half width under a name of its own.
+  /// Writes a time of the course, and its half width as a separate member.
   void add_time(Json& json, const std::string& name, const std::optional<Figure>& figure) const {
     json[name + "_s"] = figure ? Json(seconds(figure->value)) : Json();
     json[name + "_s_plus_minus"] = figure ? Json(plus_minus(figure->plus_minus)) : Json();
@@ -279,7 +380,7 @@ class Document {
     return json;
   }
 
-  /// The angle of a voltage against another; null where one of them is zero, as a dead phase is before a dip.
+  /// Writes the angle between two voltages; null if one of them is zero, such as a phase without voltage before a dip.
   static Json degrees_between(const measure::Phasor& voltage, const measure::Phasor& other) {
     if (!(std::abs(voltage) > 0) || !(std::abs(other) > 0)) return {};
     return rounded_degrees(std::arg(voltage / other) * 180 / std::numbers::pi);
@@ -367,6 +468,9 @@ class Document {
                       {"end_s", seconds(change.end_s)},
                       {"phases", voltages_.letters(change.phases)},
                       {"voltage", per_phase([&](std::size_t phase) {
+                         const bool known =
+                             std::isfinite(change.before_v[phase]) && std::isfinite(change.after_v[phase]);
+                         if (!known) return Json();  // its samples are missing before or after the change
                          return Json{{"before_v", rounded_volts(change.before_v[phase])},
                                      {"after_v", rounded_volts(change.after_v[phase])}};
                        })}});
@@ -381,7 +485,7 @@ class Document {
 
 }  // namespace
 
-// A file name may hold any bytes; JSON may not.
+// A file name may contain any bytes, but JSON may not.
 
 std::string json_of(const readers::Record& record, const Analysis& analysis) {
   return Document(record, analysis).whole().dump(2, ' ', false, Json::error_handler_t::replace) + '\n';

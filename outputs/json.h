@@ -1,4 +1,4 @@
-// An analysis as the JSON document that docs/analysis-json.md describes.
+// Writes an analysis as the JSON document that docs/analysis-json.md describes.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace outputs {
 /// The whole document with a final line feed.
 std::string json_of(const readers::Record& record, const analysis::Analysis& analysis);
 
-/// The same in one line, for documents that follow each other.
+/// Returns the same on one line, for several documents in a row.
 std::string json_line_of(const readers::Record& record, const analysis::Analysis& analysis);
 
 }  // namespace outputs

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "analysis/quantity_text.h"
+#include "outputs/clock_text.h"
 #include "outputs/dip_category_name.h"
 #include "outputs/figures_text.h"
 #include "outputs/phase_table.h"
@@ -21,11 +22,19 @@ using analysis::embedded::ResultSegment;
 
 namespace {
 
-constexpr std::size_t width = 80;
+double seconds_of(std::size_t sample, const Analysis& analysis) {
+  const auto& voltages = analysis.voltages;
+  return voltages.record_seconds(static_cast<double>(sample) / voltages.part.rate);
+}
 
 std::string instant_of(std::size_t sample, const Analysis& analysis) {
-  const auto& voltages = analysis.voltages;
-  return instant_text(voltages.record_seconds(static_cast<double>(sample) / voltages.part.rate));
+  return instant_text(seconds_of(sample, analysis));
+}
+
+/// The beginning of a dip: "1.2500 s (2014-01-08T12:30:06.250000)".
+std::string beginning_of(std::size_t sample, const readers::Record& record, const Analysis& analysis) {
+  const std::string clock = clock_text(record, seconds_of(sample, analysis));
+  return instant_of(sample, analysis) + (clock.empty() ? "" : " (" + clock + ")");
 }
 
 /// The lowest voltage of all segments, and the segments' categories in their order.
@@ -43,8 +52,9 @@ std::string segments_words(const ResultDip& dip, const Analysis& analysis, const
   return colours.low(size) + "; " + categories;
 }
 
-std::string line_of(const ResultDip& dip, const Analysis& analysis, const Colours& colours) {
-  const std::string place = instant_of(dip.begin, analysis) + " to " + instant_of(dip.end, analysis);
+std::string line_of(const ResultDip& dip, const readers::Record& record, const Analysis& analysis,
+                    const Colours& colours) {
+  const std::string place = beginning_of(dip.begin, record, analysis) + " to " + instant_of(dip.end, analysis);
   if (dip.outcome != "analysed") return place + ", not analysed further: " + dip.outcome;
   return place + ", " + analysis::duration_text(dip.duration_s) + ", " + segments_words(dip, analysis, colours);
 }
@@ -68,13 +78,13 @@ class LibraryText {
     for (std::size_t i = 0; i < results_.dips.size(); i++) add_dip(i + 1, results_.dips[i]);
     if (results_.unfinished_dip) {
       text_ += '\n' + colours_.heading(fmt::format("dip {}", results_.dips.size() + 1));
-      text_ += fmt::format("   {}, goes on at the record's end\n", instant(*results_.unfinished_dip));
+      text_ += fmt::format("   {}, continues past the record's end\n", instant(*results_.unfinished_dip));
     }
     return text_;
   }
 
  private:
-  void add(const std::string& words, std::size_t indent = 2) { text_ += wrapped(words, width, indent); }
+  void add(const std::string& words, std::size_t indent = 2) { text_ += wrapped(words, colours_.width(), indent); }
 
   [[nodiscard]] std::string instant(std::size_t sample) const { return instant_of(sample, analysis_); }
   [[nodiscard]] double percent(double volts) const { return 100 * volts / results_.nominal_v; }
@@ -95,6 +105,8 @@ class LibraryText {
   void add_dip(std::size_t number, const ResultDip& dip) {
     text_ += '\n' + colours_.heading(fmt::format("dip {}", number));
     text_ += fmt::format("   {} to {}\n", instant(dip.begin), instant(dip.end));
+    const std::string clock = clock_text(record_, seconds_of(dip.begin, analysis_));
+    if (!clock.empty()) add("begins at " + clock);
     if (dip.outcome != "analysed") {
       text_ += "  " + colours_.note("not analysed further: " + dip.outcome) + '\n';
       return;
@@ -149,9 +161,10 @@ std::string library_lines(const readers::Record& record, const Analysis& analysi
   const auto add = [&](std::size_t number, const std::string& words) {
     text += file + colours.heading(fmt::format("library, dip {}", number)) + "   " + words + '\n';
   };
-  for (std::size_t i = 0; i < results.dips.size(); i++) add(i + 1, line_of(results.dips[i], analysis, colours));
+  for (std::size_t i = 0; i < results.dips.size(); i++) add(i + 1, line_of(results.dips[i], record, analysis, colours));
   if (results.unfinished_dip) {
-    add(results.dips.size() + 1, instant_of(*results.unfinished_dip, analysis) + ", goes on at the record's end");
+    add(results.dips.size() + 1,
+        beginning_of(*results.unfinished_dip, record, analysis) + ", continues past the record's end");
   }
   return text;
 }

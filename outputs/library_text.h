@@ -9,12 +9,12 @@
 
 namespace outputs {
 
-/// What a host of the library gets for the record, or why the library does not take it. `analysis.library` must be
-/// there. Lines of at most 80 columns, ending in "\n"; the first line is empty.
+/// Describes the results that a host of the library gets for the record, or why the library refuses the record.
+/// `analysis.library` must have a value. Lines have at most 80 columns and end in "\n"; the first line is empty.
 std::string library_text(const readers::Record& record, const analysis::Analysis& analysis, const Colours& colours);
 
-/// One line for each dip of the library, or one that says why it does not take the record; empty when it found no dip.
-/// `analysis.library` must be there.
+/// Returns one line for each dip of the library, or one line with the reason for which the library refuses the record;
+/// empty if it found no dip. `analysis.library` must have a value.
 std::string library_lines(const readers::Record& record, const analysis::Analysis& analysis, const Colours& colours);
 
 }  // namespace outputs

@@ -5,7 +5,7 @@
 
 namespace outputs {
 
-/// A file's text as text only: inert, and with no character that markup would read.
+/// Returns a text from a file in a form that no markup can interpret, without control characters.
 std::string markup_text(const std::string& text);
 
 }  // namespace outputs

@@ -17,8 +17,11 @@ std::string blanks_beside(const std::string& text, std::size_t columns) {
 
 }  // namespace
 
-std::string PhaseTable::heading_cell(const std::string& heading) {
-  return heading + blanks_beside(heading, heading_columns);
+std::string PhaseTable::begun(const std::string& heading) const {
+  if (heading_columns + phases_ * figure_columns <= colours_.width()) {
+    return heading + blanks_beside(heading, heading_columns);
+  }
+  return heading.empty() ? "" : heading + '\n';
 }
 
 std::string PhaseTable::cell(const std::string& figure) {

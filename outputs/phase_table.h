@@ -21,7 +21,7 @@ class PhaseTable {
   /// The same; figures of phases for which `low` is true are coloured so.
   template <typename Text, typename Low>
   [[nodiscard]] std::string line(const std::string& heading, Text figure, Low low) const {
-    std::string text = heading_cell(heading);
+    std::string text = begun(heading);
     for (std::size_t phase = 0; phase < phases_; phase++) {
       const std::string shown = cell(figure(phase));
       text += low(phase) ? colours_.low(shown) : shown;
@@ -32,13 +32,14 @@ class PhaseTable {
   /// The line with the voltages' names. `name` gives that of a phase.
   template <typename Text>
   [[nodiscard]] std::string names(Text name) const {
-    std::string text = heading_cell("");
+    std::string text = begun("");
     for (std::size_t phase = 0; phase < phases_; phase++) text += colours_.faint(name_cell(name(phase)));
     return text + '\n';
   }
 
  private:
-  static std::string heading_cell(const std::string& heading);
+  /// The heading, on a line of its own if the terminal is too narrow for it and the figures.
+  [[nodiscard]] std::string begun(const std::string& heading) const;
   static std::string cell(const std::string& figure);
   static std::string name_cell(const std::string& name);
 

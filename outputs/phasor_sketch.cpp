@@ -25,7 +25,7 @@ class Canvas {
   }
 
   void line_to(const std::complex<double>& point, char mark) {
-    // One mark for each column or each row, whichever are more.
+    // There is one mark for each column or each row, whichever number is larger.
     const long steps =
         std::lround(std::max({std::abs(point.real()) * reach_across, std::abs(point.imag()) * reach_up, 1.0}));
     for (long i = 0; i <= steps; i++) set(point * (static_cast<double>(i) / static_cast<double>(steps)), mark);

@@ -1,4 +1,4 @@
-// Three phasors drawn with letters, for a terminal.
+// Draws three phasors with letters, for a terminal.
 #pragma once
 
 #include <array>
@@ -7,8 +7,9 @@
 
 namespace outputs {
 
-/// Phases A, B, C as lines from the middle to capital letters, and small letters where undisturbed phasors end.
-/// `phasors` against the undisturbed magnitude; A's undisturbed phasor points to the right. Lines end in "\n".
+/// Draws phases A, B, C as lines from the middle to capital letters; small letters mark the ends of the undisturbed
+/// phasors. `phasors` are relative to the undisturbed magnitude, and A's undisturbed phasor points to the right. Lines
+/// end in "\n".
 std::string phasor_sketch(const std::array<std::complex<double>, 3>& phasors);
 
 }  // namespace outputs

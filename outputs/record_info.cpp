@@ -13,6 +13,8 @@
 #include "analysis/choice/chosen_part.h"
 #include "outputs/figures_text.h"
 #include "outputs/record_json.h"
+#include "readers/clock_time.h"
+#include "readers/voltages/bay_currents.h"
 #include "readers/voltages/parts.h"
 #include "readers/voltages/set_search.h"
 
@@ -25,15 +27,21 @@ struct Contents {
     const auto names = readers::named_channels(record);
     sets = readers::find_voltage_sets(record, names);
     line_to_line = readers::find_line_to_line_sets(record, names);
-    // As the first set's gaps make them: what dipx analyse does without being told otherwise.
+    currents = readers::find_current_sets(record, names);
+    if (sets.empty() && line_to_line.empty()) {
+      if (const auto few = readers::find_few_voltages(record)) sets.push_back(*few);
+    }
+    // The parts follow from the gaps of the first set, which dipx analyse uses by default.
     const double frequency = record.line_frequency > 0 ? record.line_frequency : 50;
-    parts = sets.empty()
+    const auto& first_kind = sets.empty() ? line_to_line : sets;
+    parts = first_kind.empty()
                 ? readers::parts_of(record)
-                : readers::parts_without_gaps(record, sets[0].channels, analysis::longest_gap_cycles / frequency);
+                : readers::parts_without_gaps(record, first_kind[0].channels, analysis::longest_gap_cycles / frequency);
   }
 
   std::vector<readers::VoltageSet> sets;
   std::vector<readers::VoltageSet> line_to_line;
+  std::vector<readers::CurrentSet> currents;
   std::vector<readers::Part> parts;
 };
 
@@ -41,11 +49,18 @@ double end_of(const readers::Part& part) {
   return part.start + (part.rate > 0 ? static_cast<double>(part.length()) / part.rate : 0);
 }
 
+/// Returns when a part begins and what the file says of it, as in ", 1999-12-31T23:59:59.000000, observation 2".
+std::string title_of(const readers::Part& part, const readers::Record& record) {
+  if (part.title.empty()) return {};
+  const std::string time = readers::iso_time(record, part.start);
+  return fmt::format("{}{}, {}", time.empty() ? "" : ", ", time, part.title);
+}
+
 bool holds_trigger(const readers::Part& part, const readers::Record& record) {
   return record.trigger && *record.trigger >= part.start && *record.trigger < end_of(part);
 }
 
-/// Lowest and highest of a channel's values; nothing when it has none.
+/// Returns the lowest and highest of a channel's values; empty if it has none.
 std::optional<std::pair<double, double>> range_of(const readers::Channel& channel) {
   double lowest = INFINITY;
   double highest = -INFINITY;
@@ -58,6 +73,30 @@ std::optional<std::pair<double, double>> range_of(const readers::Channel& channe
   return std::pair(lowest, highest);
 }
 
+/// Returns how the phases of a set were guessed, after a comma; empty if they were not.
+const char* guess_text(readers::PhaseSource source) {
+  switch (source) {
+    case readers::PhaseSource::order:
+      return ", together by their order only";
+    case readers::PhaseSource::number:
+      return ", phases by their numbers only";
+    case readers::PhaseSource::only_three:
+      return ", phases by their order only";
+    case readers::PhaseSource::phase_field:
+    case readers::PhaseSource::name:
+    case readers::PhaseSource::user:
+      break;
+  }
+  return "";
+}
+
+/// Says whether a set can be analysed.
+const char* state_of(const readers::VoltageSet& set) {
+  if (set.live) return set.rms ? "live, RMS values" : "live";
+  if (set.alternates) return "dead";
+  return set.rms ? "RMS values, left out because others are waveforms" : "no waveform (a trend or a direct voltage)";
+}
+
 /// Collects the lines.
 class Summary {
  public:
@@ -66,9 +105,12 @@ class Summary {
   std::string text() {
     add_heading();
     add_parts();
-    add_sets("sets of three phase voltages, live ones first", contents_.sets);
+    const bool few = !contents_.sets.empty() && contents_.sets[0].count < 3;
+    add_sets(few ? "set of the only voltages" : "sets of three phase voltages, live ones first", contents_.sets);
     add_sets("sets of line-to-line voltages (--line-to-line)", contents_.line_to_line);
+    add_currents();
     add_channels();
+    add_digitals();
     for (const auto& note : record_.notes) fmt::format_to(out(), "note: {}\n", note);
     return std::move(text_);
   }
@@ -93,15 +135,16 @@ class Summary {
   }
 
   void add_parts() {
-    text_ += contents_.sets.empty() ? "parts by sampling rate\n" : "parts by sampling rate and gaps of set 1\n";
+    const bool by_gaps = !contents_.sets.empty() || !contents_.line_to_line.empty();
+    text_ += by_gaps ? "parts by sampling rate and gaps of set 1\n" : "parts by sampling rate\n";
     for (std::size_t i = 0; i < contents_.parts.size(); i++) {
       const auto& part = contents_.parts[i];
-      fmt::format_to(out(), "  {:<3} {:.4f} s to {:.4f} s, {} samples at {}{}{}\n", i + 1, part.start, end_of(part),
+      fmt::format_to(out(), "  {:<3} {:.4f} s to {:.4f} s, {} samples at {}{}{}{}\n", i + 1, part.start, end_of(part),
                      part.length(), part.rate > 0 ? fmt::format("{:.6g} Hz", part.rate) : "an unknown rate",
                      part.rate > 0 && record_.line_frequency > 0
                          ? fmt::format(", {:.4g} per cycle", part.rate / record_.line_frequency)
                          : "",
-                     holds_trigger(part, record_) ? ", trigger" : "");
+                     holds_trigger(part, record_) ? ", trigger" : "", title_of(part, record_));
     }
   }
 
@@ -110,13 +153,27 @@ class Summary {
     fmt::format_to(out(), "{}\n", heading);
     for (std::size_t i = 0; i < sets.size(); i++) {
       fmt::format_to(out(), "  {:<3} ", i + 1);
-      for (std::size_t phase = 0; phase < 3; phase++) {
+      for (std::size_t phase = 0; phase < sets[i].count; phase++) {
         const std::size_t channel = sets[i].channels[phase];
         fmt::format_to(out(), "{}{} {}", phase == 0 ? "" : ", ", channel + 1, record_.channels[channel].name);
       }
-      fmt::format_to(out(), ": {}{}{}\n", sets[i].live ? "live" : "dead",
-                     sets[i].unit_guessed ? ", voltages by their names only" : "",
-                     sets[i].source == readers::PhaseSource::order ? ", together by their order only" : "");
+      fmt::format_to(out(), ": {}{}{}\n", state_of(sets[i]),
+                     sets[i].unit_guessed ? ", voltages by their names only" : "", guess_text(sets[i].source));
+    }
+  }
+
+  void add_currents() {
+    if (contents_.currents.empty()) return;
+    text_ += "sets of currents\n";
+    std::size_t number = 0;
+    for (const auto& set : contents_.currents) {
+      fmt::format_to(out(), "  {:<3} ", ++number);
+      const auto name = [&](std::size_t channel) {
+        return fmt::format("{} {}", channel + 1, record_.channels[channel].name);
+      };
+      fmt::format_to(out(), "{}, {}, {}", name(set.phases[0]), name(set.phases[1]), name(set.phases[2]));
+      if (set.residual) fmt::format_to(out(), ", residual current {}", name(*set.residual));
+      text_ += set.trend ? ": no waveform\n" : "\n";
     }
   }
 
@@ -134,12 +191,29 @@ class Summary {
     }
   }
 
+  void add_digitals() {
+    if (record_.digitals.empty()) return;
+    text_ += "digital channels\n";
+    for (std::size_t i = 0; i < record_.digitals.size(); i++) {
+      constexpr std::size_t most = 8;
+      const auto& channel = record_.digitals[i];
+      const std::size_t count = channel.changes.size();
+      fmt::format_to(out(), "  {:<3} {}: {}", i + 1, channel.name.empty() ? "(no name)" : channel.name,
+                     channel.first_state ? 1 : 0);
+      for (std::size_t c = 0; c < std::min(count, most); c++) {
+        fmt::format_to(out(), ", {} from {:.4f} s", channel.changes[c].state ? 1 : 0, channel.changes[c].time);
+      }
+      if (count > most) fmt::format_to(out(), " and {} more changes", count - most);
+      text_ += count == 0 ? " throughout\n" : "\n";
+    }
+  }
+
   const readers::Record& record_;
   Contents contents_;
   std::string text_;
 };
 
-// Rises when a member changes its meaning or goes; new members do not raise it.
+// This number increases when a member changes its meaning or is removed; new members do not increase it.
 constexpr int format_version = 1;
 
 using Json = nlohmann::ordered_json;
@@ -152,14 +226,31 @@ Json sets_json(const readers::Record& record, const std::vector<readers::Voltage
   Json list = Json::array();
   for (const auto& set : sets) {
     Json channels = Json::array();
-    for (const std::size_t channel : set.channels) {
+    for (std::size_t phase = 0; phase < set.count; phase++) {
+      const std::size_t channel = set.channels[phase];
       channels.push_back({{"channel", channel + 1}, {"name", record.channels[channel].name}});
     }
     list.push_back({{"number", list.size() + 1},
                     {"live", set.live},
+                    {"alternates", set.alternates},
+                    {"rms", set.rms},
                     {"voltages_by_name_only", set.unit_guessed},
-                    {"phases_by_order_only", set.source == readers::PhaseSource::order},
+                    {"phases_by_order_only", *guess_text(set.source) != '\0'},
                     {"channels", std::move(channels)}});
+  }
+  return list;
+}
+
+Json currents_json(const readers::Record& record, const std::vector<readers::CurrentSet>& sets) {
+  Json list = Json::array();
+  for (const auto& set : sets) {
+    Json channels = Json::array();
+    const auto add = [&](std::size_t channel) {
+      channels.push_back({{"channel", channel + 1}, {"name", record.channels[channel].name}});
+    };
+    for (const std::size_t phase : set.phases) add(phase);
+    if (set.residual) add(*set.residual);
+    list.push_back({{"number", list.size() + 1}, {"trend", set.trend}, {"channels", std::move(channels)}});
   }
   return list;
 }
@@ -172,7 +263,9 @@ Json parts_json(const readers::Record& record, const std::vector<readers::Part>&
                     {"end_s", end_of(part)},
                     {"samples", part.length()},
                     {"sampling_rate_hz", positive_or_null(part.rate)},
-                    {"trigger", holds_trigger(part, record)}});
+                    {"trigger", holds_trigger(part, record)},
+                    {"start_time", readers::iso_time(record, part.start)},
+                    {"title", part.title}});
   }
   return list;
 }
@@ -203,6 +296,7 @@ std::string info_json(const readers::Record& record) {
   about["trigger_s"] = record.trigger ? Json(*record.trigger) : Json();
   about["samples"] = record.length();
   about["line_frequency_hz"] = positive_or_null(record.line_frequency);
+  about["stretch"] = stretch_of(record);
   const Json json = {{"format", "dipx info"},
                      {"format_version", format_version},
                      {"dipx_version", DIPX_VERSION},
@@ -210,7 +304,9 @@ std::string info_json(const readers::Record& record) {
                      {"parts", parts_json(record, contents.parts)},
                      {"voltage_sets", sets_json(record, contents.sets)},
                      {"line_to_line_sets", sets_json(record, contents.line_to_line)},
+                     {"current_sets", currents_json(record, contents.currents)},
                      {"channels", channels_json(record)},
+                     {"digital_channels", digital_channels_of(record)},
                      {"notes", record.notes}};
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }

@@ -1,4 +1,4 @@
-// What a record holds, for people and for programs: parts, voltage sets, channels, and what was odd or guessed.
+// Lists the contents of a record for people and for programs: parts, voltage sets, channels and notes.
 #pragma once
 
 #include <string>

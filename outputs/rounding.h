@@ -1,13 +1,16 @@
-// Figures rounded to what they are good for, so that a document shows the same digits on every machine.
+// Rounds figures to their meaningful digits, so that a document shows the same digits on every machine.
 #pragma once
 
 #include <cmath>
 
+#include "analysis/decimal.h"
+
 namespace outputs {
 
-/// The multiple of `unit` that is nearest to a value.
+/// The multiple of `unit` that is nearest to a value. Zero has no sign, as the sign of what was rounded to it may be
+/// that of a rounding error.
 inline double to_unit(double value, double units_in_one) {
-  return std::round(value * units_in_one) / units_in_one;
+  return std::round(value * units_in_one) / units_in_one + 0.0;
 }
 
 inline double rounded_seconds(double seconds) {
@@ -26,12 +29,9 @@ inline double rounded_hertz(double hertz) {
   return to_unit(hertz, 1e4);
 }
 
-/// Six significant digits, for voltages.
+/// Rounds voltages to six significant digits.
 inline double rounded_volts(double volts) {
-  if (volts == 0 || !std::isfinite(volts)) return volts;
-  const int digits = 5 - static_cast<int>(std::floor(std::log10(std::abs(volts))));
-  const double scale = std::pow(10.0, std::abs(digits));
-  return digits >= 0 ? std::round(volts * scale) / scale : std::round(volts / scale) * scale;
+  return analysis::rounded_to_digits(volts, 6);
 }
 
 }  // namespace outputs

@@ -8,9 +8,12 @@
 
 #include "analysis/event_terms.h"
 #include "analysis/quantity_text.h"
+#include "outputs/clock_text.h"
 #include "outputs/event_text.h"
 #include "outputs/figures_text.h"
 #include "outputs/library_text.h"
+#include "outputs/load_text.h"
+#include "outputs/notes.h"
 #include "outputs/voltage_names.h"
 #include "readers/text.h"
 
@@ -23,9 +26,7 @@ using analysis::volts_text;
 
 namespace {
 
-constexpr std::size_t width = 80;
-
-/// Record and rules: what the events are found in, and by what.
+/// Writes the record and the rules by which events are found in it.
 class Preface {
  public:
   Preface(const readers::Record& record, const Analysis& analysis, const Colours& colours)
@@ -38,20 +39,28 @@ class Preface {
     add_voltages();
     if (analysis_.declared) add_declared();
     if (!analysis_.library) add_rules();
-    add(fmt::format("measured frequency {:.3f} Hz", analysis_.found.frequency));
+    if (!voltages_.rms) add(fmt::format("measured frequency {:.3f} Hz", analysis_.found.frequency));
     add_notes();
     return text_;
   }
 
  private:
-  void add(const std::string& words) { text_ += wrapped(words, width, 2); }
+  void add(const std::string& words) { text_ += wrapped(words, colours_.width(), 2); }
 
   void add_source() {
-    text_ += "  " + record_.format;
+    std::string line = record_.format;
     for (const auto& about : {record_.station, record_.device, record_.start_time}) {
-      if (!about.empty()) text_ += ", " + about;
+      if (about.empty()) continue;
+      line += ',';
+      // A line ends between two of them if possible, so that a date keeps its time.
+      if (columns_of(line) + columns_of(about) + 3 > colours_.width()) {
+        add(line);
+        line = about;
+      } else {
+        line += ' ' + about;
+      }
     }
-    text_ += '\n';
+    add(line);
   }
 
   void add_extent() {
@@ -64,13 +73,14 @@ class Preface {
 
   void add_voltages() {
     std::string words = voltages_.between_phases ? "voltages between phases " : "voltages ";
+    if (voltages_.rms) words = "RMS " + words;
     for (std::size_t phase = 0; phase < voltages_.phases; phase++) {
       words += (phase == 0 ? "" : ", ") + voltage_name(record_, voltages_, phase);
     }
     const auto& first = record_.channels[voltages_.channels[0]];
     if (voltages_.unit_assumed[0]) words += " (unit assumed to be V)";
     if (is_of_transformer(first)) words += " (" + side_text(first) + ")";
-    text_ += "  " + words + '\n';
+    add(words);
     if (voltages_.phases < 3) add("Types and sequences of dips need three voltages and are not shown.");
   }
 
@@ -93,7 +103,8 @@ class Preface {
     if (declared.level != declared.given) words += fmt::format(", here {}", volts_text(declared.level));
     add(words);
     add("usual Urms(1/2) of the declared voltage: " + of_each([&](std::size_t phase) {
-          return fmt::format("{:.1f} %", *analysis_.percent_of_declared(analysis_.usual_v[phase]));
+          const double usual_v = analysis_.usual_v[phase];
+          return std::isfinite(usual_v) ? fmt::format("{:.1f} %", *analysis_.percent_of_declared(usual_v)) : "unknown";
         }));
   }
 
@@ -110,6 +121,9 @@ class Preface {
     add(reference_values());
   }
 
+  /// A voltage without values at the time of the usual level has no level.
+  static std::string level_text(double volts) { return std::isfinite(volts) ? volts_text(volts) : "unknown"; }
+
   [[nodiscard]] std::string reference_values() const {
     const auto& reference_v = analysis_.found.reference_v;
     const char* words = reference_words(analysis_.options.reference);
@@ -118,22 +132,17 @@ class Preface {
         return fmt::format("{} {}", words, volts_text(reference_v[0]));
       case measure::Reference::sliding:
         return fmt::format("{} at its beginning: ", words) +
-               of_each([&](std::size_t phase) { return volts_text(reference_v[phase]); });
+               of_each([&](std::size_t phase) { return level_text(reference_v[phase]); });
       case measure::Reference::pre_event:
         break;
     }
-    return fmt::format("{}: ", words) + of_each([&](std::size_t phase) { return volts_text(reference_v[phase]); });
+    return fmt::format("{}: ", words) + of_each([&](std::size_t phase) { return level_text(reference_v[phase]); });
   }
 
   void add_note(const std::string& note) { text_ += "  " + colours_.note("note: " + note) + '\n'; }
 
   void add_notes() {
-    for (const auto* notes : {&record_.notes, &analysis_.notes}) {
-      for (const auto& note : *notes) add_note(note);
-    }
-    if (analysis_.found.begins_low) {
-      add_note("The first cycles are much lower than the usual level, which is that of a later time.");
-    }
+    for (const auto& note : notes_of(record_, analysis_)) add_note(note);
   }
 
   const readers::Record& record_;
@@ -143,7 +152,8 @@ class Preface {
   std::string text_;
 };
 
-std::string change_line(const readers::Record& record, const Analysis& analysis, const measure::Change& change) {
+std::string change_line(const readers::Record& record, const Analysis& analysis, const measure::Change& change,
+                        std::size_t width) {
   const auto& voltages = analysis.voltages;
   std::string words = fmt::format("{} to {}: ", instant_text(voltages.record_seconds(change.start_s)),
                                   instant_text(voltages.record_seconds(change.end_s)));
@@ -156,17 +166,104 @@ std::string change_line(const readers::Record& record, const Analysis& analysis,
   return wrapped(words + changes, width, 2);
 }
 
-std::string changes_text(const readers::Record& record, const Analysis& analysis) {
+std::string changes_text(const readers::Record& record, const Analysis& analysis, std::size_t width) {
   const auto& changes = analysis.found.changes_without_event;
   if (changes.empty()) return "";
   std::string text = "\nchanges of the fundamental that belong to no event\n";
-  for (const auto& change : changes) text += change_line(record, analysis, change);
+  for (const auto& change : changes) text += change_line(record, analysis, change, width);
   return text;
+}
+
+std::string size_words(const Analysis& analysis, const measure::Event& event) {
+  const bool has_reference = event.reference_v > 0;
+  if (event.kind == measure::EventKind::rapid_voltage_change) {
+    if (!has_reference) return "largest change " + volts_text(event.delta_max_v);
+    return fmt::format("largest change {:.2f} % of the {}", 100 * event.delta_max_v / event.reference_v,
+                       change_reference_words(analysis));
+  }
+  const char* reference = reference_words(analysis.options.reference);
+  const char* what = event.kind == measure::EventKind::swell ? "highest" : "residual";
+  if (!has_reference) return fmt::format("{} {}", what, volts_text(event.extreme_v));
+  return fmt::format("{} {} of the {}", what,
+                     analysis::percent_text(terms_of(event, analysis).percent, analysis.options.thresholds), reference);
+}
+
+/// "1.250 s (2014-01-08T12:30:06.250000, 12.0 ms after the trigger), 80 ms".
+std::string time_words(const readers::Record& record, const Analysis& analysis, const measure::Event& event) {
+  const auto terms = terms_of(event, analysis);
+  const double seconds = analysis.voltages.record_seconds(event.start_s);
+  const std::string clock = clock_text(record, seconds);
+  return fmt::format("{}{}, {}{}", event.start_known ? instant_text(seconds) : "before the beginning",
+                     clock.empty() ? "" : " (" + clock + ")", terms.seconds ? "" : "at least ",
+                     analysis::duration_text(terms.least_seconds));
+}
+
+/// Shows what loads between phases see where the neutral is displaced, before the events of the phase voltages.
+std::string line_voltages_text(const readers::Record& record, const Analysis& analysis, std::size_t width) {
+  const analysis::LineVoltages& line = *analysis.line;
+  std::string text = "\nvoltages between phases, computed, because an earth fault displaces the neutral\n";
+  std::string lowest;
+  for (std::size_t pair = 0; pair < measure::most_phases; pair++) {
+    lowest += fmt::format("{}{} {}", pair == 0 ? "" : ", ", analysis::pairs_of_phases[pair],
+                          analysis::percent_text(line.lowest_percent(pair)));
+  }
+  text += wrapped(fmt::format("{}; lowest Urms(1/2) {} of the {}",
+                              line.events.empty() ? "no events" : readers::plural(line.events.size(), "event"), lowest,
+                              reference_words(analysis.options.reference)),
+                  width, 2);
+  for (const measure::Event& event : line.events) {
+    text += wrapped(fmt::format("{} {}: {}", kind_words(event.kind), time_words(record, analysis, event),
+                                size_words(analysis, event)),
+                    width, 2);
+  }
+  return text;
+}
+
+std::string number_of_events(const Analysis& analysis) {
+  const std::size_t events = analysis.found.events.size();
+  return (events == 0 ? "no events" : readers::plural(events, "event")) +
+         (analysis.line ? " of the phase voltages\n" : "\n");
+}
+
+/// "Urms(1/2) from 99.2 % (A) to 100.4 % (C) of the pre-event voltage": what a record without events shows instead.
+std::string range_words(const Analysis& analysis) {
+  const auto& voltages = analysis.voltages;
+  std::size_t low = 0;
+  std::size_t high = 0;
+  const auto share = [&](const measure::PerPhase& volts, std::size_t phase) {
+    return volts[phase] / analysis.found.reference_v[phase];
+  };
+  for (std::size_t phase = 1; phase < voltages.phases; phase++) {
+    if (share(analysis.lowest_rms_v, phase) < share(analysis.lowest_rms_v, low)) low = phase;
+    if (share(analysis.highest_rms_v, phase) > share(analysis.highest_rms_v, high)) high = phase;
+  }
+  const double lowest = share(analysis.lowest_rms_v, low);
+  const double highest = share(analysis.highest_rms_v, high);
+  if (!std::isfinite(lowest) || !std::isfinite(highest)) return "";
+  const auto letters = [&](std::size_t phase) {
+    measure::PhaseFlags flags{};
+    flags[phase] = true;
+    return voltages.letters(flags);
+  };
+  return fmt::format("Urms(1/2) from {} ({}) to {} ({}) of the {}", analysis::percent_text(100 * lowest), letters(low),
+                     analysis::percent_text(100 * highest), letters(high), reference_words(analysis.options.reference));
+}
+
+/// The line of a record without events: "record.cfg: no events   Urms(1/2) from 99.2 % (A) to 100.4 % (C) of ...".
+std::string line_without_events(const readers::Record& record, const Analysis& analysis) {
+  const std::string range = range_words(analysis);
+  return readers::inert(record.file) + ": no events" + (range.empty() ? "" : "   " + range);
+}
+
+/// "; 2 notes", which the whole text has in full. The first line of a record has it.
+std::string count_of_notes(const readers::Record& record, const Analysis& analysis) {
+  const std::size_t notes = notes_of(record, analysis).size();
+  return notes == 0 ? "" : "; " + readers::plural(notes, "note");
 }
 
 // --- one line per event ----------------------------------------------------------------------------------------------
 
-/// The lowest voltage over its own level before, of those that were measured and had such a level.
+/// Returns the lowest voltage divided by its own level before, among those that were measured and had such a level.
 std::optional<double> lowest_share(const Analysis& analysis, const measure::Course& course,
                                    const measure::Segment& segment) {
   std::optional<double> lowest;
@@ -189,10 +286,10 @@ std::string segment_words(const readers::Record& record, const Analysis& analysi
     words +=
         fmt::format("{} ({}) ", segment.type->letter, voltages_text(record, analysis.voltages, segment.type->phases));
   }
-  return words + fmt::format("{:.1f} %", 100 * *lowest);
+  return words + analysis::percent_text(100 * *lowest);
 }
 
-/// The segments of a dip, with what their per cents are of.
+/// Describes the segments of a dip and the reference of their percentages.
 std::string course_words(const readers::Record& record, const Analysis& analysis, const measure::Course& course) {
   std::string words;
   for (const auto& segment : course.segments) {
@@ -201,33 +298,15 @@ std::string course_words(const readers::Record& record, const Analysis& analysis
   return words.empty() ? "no segments" : "segments of the level before: " + words;
 }
 
-std::string size_words(const Analysis& analysis, const measure::Event& event) {
-  if (event.kind == measure::EventKind::rapid_voltage_change) {
-    return fmt::format("largest change {:.2f} % of the {}", 100 * event.delta_max_v / event.reference_v,
-                       change_reference_words(analysis));
-  }
-  const char* reference = reference_words(analysis.options.reference);
-  const char* what = event.kind == measure::EventKind::swell ? "highest" : "residual";
-  return fmt::format("{} {:.1f} % of the {}", what, terms_of(event, analysis).percent, reference);
-}
-
-std::string time_words(const Analysis& analysis, const measure::Event& event) {
-  const auto terms = terms_of(event, analysis);
-  return fmt::format(
-      "{}, {}{}",
-      event.start_known ? instant_text(analysis.voltages.record_seconds(event.start_s)) : "before the beginning",
-      terms.seconds ? "" : "at least ", analysis::duration_text(terms.least_seconds));
-}
-
 std::string line_of(const readers::Record& record, const Analysis& analysis, std::size_t index,
                     const Colours& colours) {
   const measure::Event& event = analysis.found.events[index];
   std::string line = readers::inert(record.file) + ": " +
                      colours.heading(fmt::format("event {}, {}", index + 1, kind_words(event.kind)));
-  line += fmt::format("   {}, {}, {}", time_words(analysis, event), colours.low(size_words(analysis, event)),
+  line += fmt::format("   {}, {}, {}", time_words(record, analysis, event), colours.low(size_words(analysis, event)),
                       voltages_text(record, analysis.voltages, event.phases));
   if (event.course) line += "; " + course_words(record, analysis, *event.course);
-  return line + '\n';
+  return line + (index == 0 ? count_of_notes(record, analysis) : "") + '\n';
 }
 
 }  // namespace
@@ -235,14 +314,19 @@ std::string line_of(const readers::Record& record, const Analysis& analysis, std
 std::string text_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
   std::string text = Preface(record, analysis, colours).text();
   if (analysis.library) return text + library_text(record, analysis, colours);
-  const std::size_t events = analysis.found.events.size();
-  text += '\n' + (events == 0 ? "no events" : readers::plural(events, "event")) + '\n';
-  for (std::size_t i = 0; i < events; i++) text += event_text(record, analysis, i, colours);
-  return text + changes_text(record, analysis);
+  if (analysis.line) text += line_voltages_text(record, analysis, colours.width());
+  text += '\n' + number_of_events(analysis);
+  if (const auto range = range_words(analysis); analysis.found.events.empty() && !range.empty()) {
+    text += wrapped(range, colours.width(), 2);
+  }
+  for (std::size_t i = 0; i < analysis.found.events.size(); i++) text += event_text(record, analysis, i, colours);
+  return text + changes_text(record, analysis, colours.width()) + load_text(record, analysis, colours.width());
 }
 
 std::string lines_of(const readers::Record& record, const Analysis& analysis, const Colours& colours) {
   if (analysis.library) return library_lines(record, analysis, colours);
+  if (analysis.found.events.empty())
+    return line_without_events(record, analysis) + count_of_notes(record, analysis) + '\n';
   std::string text;
   for (std::size_t i = 0; i < analysis.found.events.size(); i++) text += line_of(record, analysis, i, colours);
   return text;

@@ -1,4 +1,4 @@
-// An analysis as text for people, within 80 columns.
+// Writes an analysis as text for people, within 80 columns except for notes, each of which is one line.
 #pragma once
 
 #include <string>
@@ -9,12 +9,12 @@
 
 namespace outputs {
 
-/// The whole summary, lines ending in "\n": the record, the rules, the events. Where the embedded library's own results
-/// were asked for, these are in place of the events.
+/// Returns the whole summary: the record, the rules, the events. Lines end in "\n". If the embedded library's own
+/// results were requested, they replace the events.
 std::string text_of(const readers::Record& record, const analysis::Analysis& analysis,
                     const Colours& colours = Colours(false));
 
-/// One line per event; nothing where there is none.
+/// Returns one line per event; empty if there are no events.
 std::string lines_of(const readers::Record& record, const analysis::Analysis& analysis,
                      const Colours& colours = Colours(false));
 

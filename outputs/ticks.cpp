@@ -5,35 +5,39 @@
 #include <algorithm>
 #include <cmath>
 
+#include "analysis/decimal.h"
+
 namespace outputs {
 
 namespace {
 
 constexpr int most_ticks = 12;
 constexpr int most_decimals = 9;
-/// A base is subtracted where values are this many times as large as the distance between ticks.
+/// A base is subtracted if values are this many times as large as the distance between ticks.
 constexpr double long_text = 1e5;
 
-/// 1, 2 or 5 times a power of ten, a fifth of a span or so.
+/// Returns 1, 2 or 5 times a power of ten that is about a fifth of a span.
 double round_step(double span) {
   const double rough = span / 5;
-  const double power = std::pow(10, std::floor(std::log10(rough)));
+  const int exponent = analysis::decimal_exponent(rough);
+  const double power = analysis::power_of_ten(exponent);
   const double share = rough / power;
-  return power * (share < 1.5 ? 1 : share < 3.5 ? 2 : share < 7.5 ? 5 : 10);
+  if (share >= 7.5) return analysis::power_of_ten(exponent + 1);
+  return power * (share < 1.5 ? 1 : share < 3.5 ? 2 : 5);
 }
 
 }  // namespace
 
 Ticks::Ticks(double low, double high) {
   const double largest = std::max(std::abs(low), std::abs(high));
-  // Steps far below the last digit of the values would not get from one to the next.
+  // Steps far below the last digit of the values would have no effect.
   constexpr double finest = 1e-13;
   const double span = high - low;
-  // Steps between the extremes of double precision would be zero or infinite.
+  // A step between values at the limits of double precision would be zero or infinite.
   constexpr double widest = 1e290;
   if (!(span > finest * largest) || !(span > 1 / widest) || !(largest < widest)) return;
   step_ = round_step(span);
-  decimals_ = std::clamp(-static_cast<int>(std::floor(std::log10(step_) + 1e-9)), 0, most_decimals);
+  decimals_ = std::clamp(-analysis::decimal_exponent(step_), 0, most_decimals);
   const double first = std::ceil(low / step_ - 1e-9) * step_;
   for (int i = 0; i < most_ticks; i++) {
     const double tick = first + i * step_;

@@ -1,4 +1,4 @@
-// Round values along an axis, and the scale that places them.
+// Chooses round values along an axis and the scale that places them.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace outputs {
 
-/// About five round values from a lowest to a highest one. There are never more than a dozen, whatever the two are, and
-/// none where the two are not finite, not apart, or at the limits of double precision.
+/// Returns about five round values between a lowest and a highest one. There are never more than twelve. There are none
+/// if the two are not finite, are equal, or are at the limits of double precision.
 class Ticks {
  public:
   Ticks(double low, double high);
@@ -15,8 +15,8 @@ class Ticks {
   [[nodiscard]] const std::vector<double>& values() const { return values_; }
   /// A value with as many decimals as the ticks need: "−0.25".
   [[nodiscard]] std::string text(double value) const;
-  /// What is to be taken from every value for its text to stay short; 0 as a rule. A record's times may be counted from
-  /// a day long ago.
+  /// The amount to subtract from every value so that its text stays short; usually 0. It is used if a record counts its
+  /// times from a day long ago.
   [[nodiscard]] double base() const { return base_; }
   /// The base without decimals.
   [[nodiscard]] std::string base_text() const;
@@ -28,7 +28,7 @@ class Ticks {
   std::vector<double> values_;
 };
 
-/// A linear scale from values to places on the paper. Where all values are one, they lie in the middle.
+/// A linear scale from values to positions on the paper. If all values are equal, they are in the middle.
 struct Scale {
   double low = 0;
   double high = 1;

@@ -4,7 +4,7 @@ namespace outputs {
 
 namespace {
 
-/// Of two recorded voltages between phases the third was computed, and has no channel of its own.
+/// If two voltages between phases were recorded, the third one was computed and has no channel.
 bool closes_triangle(const analysis::AnalysedVoltages& voltages, std::size_t phase) {
   return phase > 0 && voltages.channels[phase] == voltages.channels[phase - 1];
 }
@@ -13,7 +13,7 @@ bool closes_triangle(const analysis::AnalysedVoltages& voltages, std::size_t pha
 
 std::string voltage_name(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase) {
   if (voltages.computed) return voltages.letter(phase);
-  // Beside the names of channels, letters alone would look like one more channel.
+  // Next to the names of channels, letters alone would look like another channel.
   if (closes_triangle(voltages, phase)) return voltages.letter(phase) + ", computed";
   return record.channels[voltages.channels[phase]].name;
 }

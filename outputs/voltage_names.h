@@ -1,4 +1,4 @@
-// What the analysed voltages are called in outputs.
+// Names the analysed voltages in outputs.
 #pragma once
 
 #include <cstddef>
@@ -9,12 +9,12 @@
 
 namespace outputs {
 
-/// The channel's name. A voltage that was computed from others goes by the letters of its phases: "AB" where all were
-/// computed, "CA, computed" where the others are channels.
+/// Returns the channel's name. A voltage that was computed from others has the letters of its phases: "AB" if all were
+/// computed, "CA, computed" if the others are channels.
 std::string voltage_name(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase);
 
-/// The flagged voltages: by their phases' letters ("AC", "AB,CA") where all three are analysed, by their channels'
-/// names ("Ub, Uc") where fewer are, whose phases are not known; "none" where none is flagged.
+/// Names the flagged voltages: by their phases' letters ("AC", "AB,CA") if all three are analysed; by their channels'
+/// names ("Ub, Uc") if fewer are, because their phases are not known; "none" if none is flagged.
 std::string voltages_text(const readers::Record& record, const analysis::AnalysedVoltages& voltages,
                           const measure::PhaseFlags& flags);
 

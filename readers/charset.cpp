@@ -128,6 +128,10 @@ Utf8Text to_utf8(std::string_view bytes, const std::string& charset) {
   return {Converter(iconv_name(guessed)).convert(bytes), guessed, true};
 }
 
+bool is_utf8_already(std::string_view bytes, const std::string& charset) {
+  return charset.empty() && !bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF") && is_utf8(bytes);
+}
+
 std::string note_on_guess(const Utf8Text& text) {
   if (!text.guessed) return {};
   return "The text is not UTF-8; it was read as " + text.charset + " (override with --charset).";

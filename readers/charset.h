@@ -19,6 +19,9 @@ struct Utf8Text {
 /// know.
 Utf8Text to_utf8(std::string_view bytes, const std::string& charset = {});
 
+/// Returns whether to_utf8 leaves the bytes as they are.
+bool is_utf8_already(std::string_view bytes, const std::string& charset = {});
+
 /// Returns a sentence that reports the guess; it is empty when nothing was guessed.
 std::string note_on_guess(const Utf8Text& text);
 

@@ -1,5 +1,8 @@
 #include "readers/file_access.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -25,6 +28,20 @@ std::error_code last_error() {
   return {errno, std::generic_category()};
 }
 
+/// Returns whether a file is a device that is not a terminal.
+bool is_device(std::FILE* file) {
+  struct stat about {};
+  const int descriptor = fileno(file);
+  if (fstat(descriptor, &about) != 0) return false;
+  return S_ISBLK(about.st_mode) || (S_ISCHR(about.st_mode) && isatty(descriptor) == 0);
+}
+
+/// Refuses what a device gives. A device that gives nothing, as /dev/null does, is an empty file.
+void check_device(const std::string& name, bool device, std::size_t bytes) {
+  if (!device || bytes == 0) return;
+  throw ReadError(inert(name), "", "is a device, not a record", "name a file, or - for a pipe to standard input");
+}
+
 }  // namespace
 
 FileStream::FileStream(const std::string& path) : path_(path), piece_(new char[piece_size]) {
@@ -38,28 +55,32 @@ FileStream::FileStream(const std::string& path) : path_(path), piece_(new char[p
   std::error_code unknown;
   const auto size = fs::is_regular_file(path, unknown) ? fs::file_size(path, unknown) : 0;
   if (!unknown) stated_size_ = static_cast<std::size_t>(size);
+  device_ = is_device(file_.get());
 }
 
 std::string_view FileStream::next() {
   const std::size_t count = std::fread(piece_.get(), 1, piece_size, file_.get());
   if (count < piece_size && std::ferror(file_.get())) refuse_unreadable(path_, last_error());
+  check_device(path_, device_, count);
   return {piece_.get(), count};
 }
 
-std::string read_file(const std::string& path) {
-  FileStream stream(path);
-  std::string content;
-  content.reserve(stream.stated_size());
-  for (std::string_view piece = stream.next(); !piece.empty(); piece = stream.next()) content.append(piece);
-  return content;
+FileText::FileText(FileStream& stream) : content_(stream.stated_size()) {
+  for (std::string_view piece = stream.next(); !piece.empty(); piece = stream.next()) content_.append(piece);
 }
 
-std::string read_standard_input() {
-  std::string content;
+FileText::FileText(const std::string& path) : FileText(*std::make_unique<FileStream>(path)) {}
+
+FileText FileText::of_standard_input() {
+  const bool device = is_device(stdin);
+  FileText text;
   const std::unique_ptr<char[]> block(new char[piece_size]);
-  while (const std::size_t count = std::fread(block.get(), 1, piece_size, stdin)) content.append(block.get(), count);
+  while (const std::size_t count = std::fread(block.get(), 1, piece_size, stdin)) {
+    check_device("standard input", device, count);
+    text.content_.append({block.get(), count});
+  }
   if (std::ferror(stdin)) refuse_unreadable("standard input", last_error());
-  return content;
+  return text;
 }
 
 std::optional<std::string> find_beside(const std::string& path, const std::string& extension) {

@@ -8,15 +8,15 @@
 #include <string>
 #include <string_view>
 
-namespace readers {
+#include "platform/consumed_buffer.h"
 
-/// Returns all bytes of the file. Throws ReadError when it is a directory or cannot be read.
-std::string read_file(const std::string& path);
+namespace readers {
 
 /// Reads a file from start to end in pieces.
 class FileStream {
  public:
-  /// Throws ReadError when the file is a folder or cannot be read; `next` does the same.
+  /// Throws ReadError when the file is a folder or cannot be read; `next` does the same, and refuses a device such as
+  /// /dev/zero, which may have no end. A pipe can be read only once, so it must not be opened twice.
   explicit FileStream(const std::string& path);
 
   /// Returns the next piece, which is valid until the next call; it is empty at the end of the file.
@@ -32,11 +32,32 @@ class FileStream {
   std::string path_;
   std::unique_ptr<std::FILE, Close> file_;
   std::size_t stated_size_ = 0;
+  bool device_ = false;
   std::unique_ptr<char[]> piece_;
 };
 
-/// Returns all bytes of standard input.
-std::string read_standard_input();
+/// The whole content of a file. Its reader may release what it has read, so that a long file is not held twice, as text
+/// and as numbers.
+class FileText {
+ public:
+  /// Both throw what FileStream throws; the second one reads what is left of a file.
+  explicit FileText(const std::string& path);
+  explicit FileText(FileStream& stream);
+
+  /// The content of standard input. Throws ReadError.
+  static FileText of_standard_input();
+
+  /// All bytes. Views of what was released must not be used any more.
+  [[nodiscard]] std::string_view view() const { return content_.bytes(); }
+
+  /// Releases what precedes a position in the text.
+  void release_before(const char* position) { content_.give_back_before(position); }
+
+ private:
+  FileText() : content_(0) {}
+
+  platform::ConsumedBuffer content_;
+};
 
 /// Returns the file in the same folder whose name is that of `path` with the extension `extension` (lower case, with
 /// dot) in any letter case. If there are several, the one spelled most like `path` is chosen. Throws ReadError when the

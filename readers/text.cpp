@@ -6,6 +6,10 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
+
+#include "platform/float_chars.h"
+#include "readers/plain_number.h"
 
 namespace readers {
 namespace {
@@ -40,16 +44,46 @@ bool breaks_or_tabs(std::uint32_t code) {
   return (code >= 0x09 && code <= 0x0D) || code == 0x85 || code == 0x2028 || code == 0x2029;
 }
 
-/// Returns whether a character is a control character or one that changes the writing direction and could disguise a
-/// name.
+struct CodeRange {
+  std::uint32_t first;
+  std::uint32_t last;
+};
+
+/// Control characters, and characters that show nothing but change the writing direction or make names that look alike
+/// differ.
+constexpr CodeRange dropped[] = {
+    {0x00, 0x1F},        // control characters
+    {0x7F, 0x9F},        // more of them
+    {0xAD, 0xAD},        // soft hyphen
+    {0x34F, 0x34F},      // grapheme joiner
+    {0x61C, 0x61C},      // mark of direction
+    {0x115F, 0x1160},    // fillers
+    {0x17B4, 0x17B5},    // vowels without a shape
+    {0x180B, 0x180F},    // variation selectors and a separator
+    {0x200B, 0x200F},    // spaces without width, joiners, marks of direction
+    {0x202A, 0x202E},    // direction of text
+    {0x2060, 0x206F},    // joiners, invisible operators, direction of text
+    {0x3164, 0x3164},    // filler
+    {0xFE00, 0xFE0F},    // variation selectors
+    {0xFEFF, 0xFEFF},    // byte order mark
+    {0xFFA0, 0xFFA0},    // filler
+    {0xFFF0, 0xFFFB},    // annotation
+    {0x1BCA0, 0x1BCA3},  // format of shorthand
+    {0x1D173, 0x1D17A},  // format of music
+    {0xE0000, 0xE0FFF},  // tags and variation selectors
+};
+
 bool acts_on_display(std::uint32_t code) {
-  return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x200E || code == 0x200F ||
-         (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) || code == 0xFEFF;
+  if (code >= 0x20 && code < 0x7F) return false;
+  return std::any_of(std::begin(dropped), std::end(dropped),
+                     [code](const CodeRange& range) { return code >= range.first && code <= range.last; });
 }
 
 }  // namespace
 
 std::string inert(std::string_view bytes) {
+  const bool plain = std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+  if (plain) return std::string(bytes);
   std::string text;
   text.reserve(bytes.size());
   while (!bytes.empty()) {
@@ -83,19 +117,28 @@ bool is_utf8(std::string_view bytes) {
   return true;
 }
 
-std::string cited(std::string_view piece) {
-  constexpr std::size_t longest = 40;
-  std::string text = inert(piece.substr(0, 8 * longest));  // these bytes suffice; the rest would be cut anyway
-  std::size_t characters = 0;
-  for (std::size_t i = 0; i < text.size(); i += first_character(std::string_view(text).substr(i)).length) {
-    if (characters == longest) {
-      text.resize(i);
-      text += "...";
-      break;
-    }
-    characters++;
+std::size_t count_characters(std::string_view text) {
+  const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80; };
+  return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continues));
+}
+
+std::string first_characters(std::string_view text, std::size_t count) {
+  std::size_t end = 0;
+  for (; count > 0 && end < text.size(); count--) {
+    end += std::max<std::size_t>(first_character(text.substr(end)).length, 1);
   }
-  return "'" + text + "'";
+  return std::string(text.substr(0, end));
+}
+
+std::string shortened(std::string_view text) {
+  constexpr std::size_t longest = 40;
+  std::string start = first_characters(text, longest);
+  return start.size() == text.size() ? start : start + "...";
+}
+
+std::string cited(std::string_view piece) {
+  constexpr std::size_t enough = 320;  // these bytes suffice; the rest would be cut anyway
+  return "'" + shortened(inert(piece.substr(0, enough))) + "'";
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -144,7 +187,7 @@ std::optional<double> parse_number(std::string_view text) {
   text = trimmed(text);
   if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
   double value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const auto [end, error] = platform::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return value;
 }
@@ -159,7 +202,7 @@ std::optional<std::size_t> parse_count(std::string_view text) {
 
 std::string number_text(double value) {
   std::array<char, 32> digits;
-  return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
+  return {digits.data(), platform::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
 }
 
 std::string line_place(std::size_t line) {

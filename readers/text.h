@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -16,11 +15,21 @@ namespace readers {
 inline constexpr std::string_view replacement_character = "\xEF\xBF\xBD";
 
 /// Returns the text as valid UTF-8 that is safe to show in any terminal or report: bytes that are not UTF-8 become
-/// U+FFFD, line breaks and tabs become blanks, and other control and text-direction characters are dropped.
+/// U+FFFD, line breaks and tabs become blanks, and other control characters are dropped, as are characters that are
+/// invisible or change the direction of text.
 std::string inert(std::string_view bytes);
 
 /// Returns whether all bytes are valid UTF-8.
 bool is_utf8(std::string_view bytes);
+
+/// Returns the number of characters of valid UTF-8 text.
+std::size_t count_characters(std::string_view text);
+
+/// Returns the first characters of valid UTF-8 text, at most `count`.
+std::string first_characters(std::string_view text, std::size_t count);
+
+/// Returns valid UTF-8 text for use in a list, shortened when long.
+std::string shortened(std::string_view text);
 
 /// Returns a piece of a file for use in a message: made inert, shortened when long, and put in single quotation marks.
 std::string cited(std::string_view piece);
@@ -44,34 +53,6 @@ bool is_utf16(std::string_view content);
 /// Returns the fields between separators, trimmed; an empty line gives one empty field. Quotation marks have no special
 /// meaning.
 std::vector<std::string_view> split_fields(std::string_view line, char separator);
-
-/// Reads a number at the start of text that consists of digits, optionally with a minus sign and a decimal point.
-/// Returns the position after the number, or null if the number is written in any other way; parse_number reads those.
-/// With up to fifteen digits both the value of the digits and the power of ten are exact, so the quotient is rounded
-/// only once and is the correctly rounded number.
-inline const char* plain_number(const char* at, const char* end, double& number) {
-  constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-  constexpr std::ptrdiff_t most_digits = 15;
-  const auto is_digit = [](char c) { return static_cast<unsigned char>(c - '0') < 10; };
-  const bool negative = at < end && *at == '-';
-  if (negative) at++;
-  const char* digits = at;
-  std::uint64_t value = 0;
-  for (; at < end && is_digit(*at); at++) value = 10 * value + static_cast<unsigned>(*at - '0');
-  std::ptrdiff_t count = at - digits;
-  std::ptrdiff_t decimals = 0;
-  if (at < end && *at == '.') {
-    const char* point = at;
-    for (at++; at < end && is_digit(*at); at++) value = 10 * value + static_cast<unsigned>(*at - '0');
-    decimals = at - point - 1;
-    count += decimals;
-  }
-  if (count == 0 || count > most_digits) return nullptr;
-  const auto whole = static_cast<double>(static_cast<std::int64_t>(value));
-  const double size = decimals == 0 ? whole : whole / powers[decimals];
-  number = negative ? -size : size;
-  return at;
-}
 
 /// Returns the number that all of `text` (trimmed) represents; a leading plus sign is allowed.
 std::optional<double> parse_number(std::string_view text);
@@ -100,6 +81,21 @@ class Lines {
   [[nodiscard]] bool at_end() const { return rest_.empty(); }
 
   [[nodiscard]] std::size_t bytes_left() const { return rest_.size(); }
+
+  /// Returns where the next line begins.
+  [[nodiscard]] const char* position() const { return rest_.data(); }
+
+  /// Returns all lines that are left.
+  [[nodiscard]] std::string_view rest() const { return rest_; }
+
+  /// Returns whether lines end in LF.
+  [[nodiscard]] bool end_in_line_feeds() const { return end_ == '\n'; }
+
+  /// Counts the next line as read; `after` is the position of the line after it, or the end of the text.
+  void skip_line(const char* after) {
+    rest_.remove_prefix(static_cast<std::size_t>(after - rest_.data()));
+    number_++;
+  }
 
   /// Returns the number of the line that `next` returned last; the first line has number 1.
   [[nodiscard]] std::size_t number() const { return number_; }

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 
+#include "readers/plausible.h"
 #include "readers/text.h"
 
 namespace readers {
@@ -129,6 +131,7 @@ class TableMaker {
       begin = section.end;
     }
     if (jumps_ > 1) table_.notes[forward_note_] += fmt::format(" There are {} more such places.", jumps_ - 1);
+    table_.shifted = shift_noted_ || jumps_back_ > 0;
     return std::move(table_);
   }
 
@@ -201,7 +204,8 @@ class TableMaker {
 
   void note_rate(double by_stamps, double rate) {
     rate_noted_ = true;
-    table_.notes.push_back(contradicted_rate(by_stamps, rate));
+    table_.contradicting_rate = by_stamps;
+    table_.contradicted_rate = rate;
   }
 
   /// Checks the total span, because steps that are each close to the rate's step may still all deviate in the same
@@ -324,16 +328,53 @@ std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenT
   return seconds < 0 ? std::optional(std::max(seconds + seconds_per_day, 0.0)) : std::nullopt;
 }
 
+std::string drop_impossible_stamps(std::vector<double>& stamps, double unit) {
+  const double farthest = longest_time / unit;
+  double least = std::numeric_limits<double>::infinity();
+  double most = -least;
+  for (const double stamp : stamps) {
+    least = std::fmin(least, stamp);  // ignores NaN
+    most = std::fmax(most, stamp);
+  }
+  if (!(most - least > farthest)) return {};
+  std::vector<double> there;
+  std::copy_if(stamps.begin(), stamps.end(), std::back_inserter(there),
+               [](double stamp) { return !std::isnan(stamp); });
+  const auto middle = there.begin() + static_cast<std::ptrdiff_t>(there.size() / 2);
+  std::nth_element(there.begin(), middle, there.end());
+  std::size_t dropped = 0;
+  std::size_t first = 0;
+  for (std::size_t i = 0; i < stamps.size(); i++) {
+    if (std::isnan(stamps[i]) || std::abs(stamps[i] - *middle) <= farthest) continue;  // an infinite one is dropped
+    if (dropped++ == 0) first = i;
+    stamps[i] = no_value;
+  }
+  return fmt::format("{} more than a century away from the others and {} ignored; the first is that of {}.",
+                     dropped == 1 ? "1 time stamp is" : fmt::format("{} time stamps are", dropped),
+                     dropped == 1 ? "was" : "were", sample_text(first));
+}
+
 bool span_disagrees(double span, double step, double steps) {
   constexpr double rounding = 2;          // in stamp units, for both ends together
   constexpr double worth_saying = 0.001;  // clocks may deviate a little
   return std::abs(span - steps * step) > std::max(rounding, worth_saying * steps * step);
 }
 
-std::string contradicted_rate(double by_stamps, double stated) {
-  return fmt::format(
-      "The time stamps give a sampling rate of {} samples per second, but the file states {}, which is used.",
-      number_text(std::round(by_stamps * 1e3) / 1e3), number_text(stated));
+double mean_step_of(const std::vector<double>& stamps) {
+  const double usual = usual_step(stamps, 0, stamps.size());
+  return std::isnan(usual) ? no_value : mean_step(stamps, 0, stamps.size(), usual);
+}
+
+std::vector<double> unwrapped(const std::vector<double>& stamps) {
+  const double usual = usual_step(stamps, 0, stamps.size());
+  std::vector<double> result = stamps;
+  std::optional<std::size_t> last;  // the last row that has a stamp
+  for (std::size_t i = 0; i < result.size(); i++) {
+    if (!std::isfinite(stamps[i])) continue;
+    if (last) result[i] = result[*last] + step_of(stamps[*last], stamps[i], usual);
+    last = i;
+  }
+  return result;
 }
 
 std::vector<RowShift> row_shifts(const std::vector<RateSection>& sections, const std::vector<double>& stamps,
@@ -368,8 +409,7 @@ double unit_of_stamps(const std::vector<RateSection>& sections, const std::vecto
                       double frequency, std::optional<double> trigger) {
   constexpr double thousand = 1000;
   if (sections.size() != 1 || stamps.size() <= few_steps) return assumed;
-  const double usual = usual_step(stamps, 0, stamps.size());
-  const double step = std::isnan(usual) ? no_value : mean_step(stamps, 0, stamps.size(), usual);
+  const double step = mean_step_of(stamps);
   if (!(step > 0)) return assumed;
   const double rate = sections[0].rate;
   for (const double unit : {assumed * thousand, assumed / thousand}) {

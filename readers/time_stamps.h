@@ -26,6 +26,10 @@ std::optional<double> seconds_between(const WrittenTime& earlier, const WrittenT
 /// Returns how far the step between two stamps may differ from the usual step, because stamps are rounded.
 double step_tolerance(double step);
 
+/// Makes stamps missing (NaN) that are more than a century away from most others, as one that is damaged may be. `unit`
+/// is that of read_time_stamps. Returns a note about them, which is empty when there are none.
+std::string drop_impossible_stamps(std::vector<double>& stamps, double unit);
+
 /// A row from which on the stamps are permanently shifted by whole steps against the rate: either rows were lost before
 /// it, or a row is present twice.
 struct RowShift {
@@ -51,13 +55,19 @@ double unit_of_stamps(const std::vector<RateSection>& sections, const std::vecto
 /// Returns whether a span of stamps differs from `steps` steps of the rate by more than rounding explains.
 bool span_disagrees(double span, double step, double steps);
 
-/// Returns the note which says that the stamps give another rate than the file states.
-std::string contradicted_rate(double by_stamps, double stated);
+/// Returns the mean step between stamps, in their units; NaN if fewer than half of the steps go forward.
+double mean_step_of(const std::vector<double>& stamps);
+
+/// Returns the stamps counted on from the first one where they wrap around at 16 or 32 bits.
+std::vector<double> unwrapped(const std::vector<double>& stamps);
 
 /// A record's sections as its time stamps show them, and the notes about them.
 struct TimeTable {
   std::vector<RateSection> sections;
   std::vector<std::string> notes;
+  bool shifted = false;           ///< the stamps jump back, or forward by too little to split the record
+  double contradicting_rate = 0;  ///< the stamps' rate, if it is not the stated one; 0: they agree
+  double contradicted_rate = 0;   ///< the stated rate of the section to which this applies
 };
 
 /// Determines sections, rates and notes from the stamps. `declared` holds the sections as the file states them, fitted

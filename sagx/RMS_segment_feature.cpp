@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "platform/default_environment.h"
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
 #include "sagx/dipx_lib.h"
@@ -125,21 +126,25 @@ void measure_minima(const dq_data& buf, dq_dipx_struct& dipx, int segment, int& 
 }  // namespace
 
 void SVDsegment_multiclass(dq_data* buf, dq_dipx_struct* dipx) {
-  if (buf == nullptr || dipx == nullptr) return;
-  RmsSegmentation(*buf, *dipx).run();
+  platform::in_default_environment([&] {
+    if (buf == nullptr || dipx == nullptr) return;
+    RmsSegmentation(*buf, *dipx).run();
+  });
 }
 
 void RMS_segment_feature(dq_data* buf, dq_dipx_struct* dipx) {
-  if (buf == nullptr || dipx == nullptr) return;
-  clear_segdid_buf(buf);
-  SVDsegment_multiclass(buf, dipx);
-  join_transitions(*dipx);
-  std::puts(sagx::gbk<"有效值分段校验!!!\r">);
-  if (seg_check(dipx->Trms, dipx->Trms_num) != 0) return;
+  platform::in_default_environment([&] {
+    if (buf == nullptr || dipx == nullptr) return;
+    clear_segdid_buf(buf);
+    SVDsegment_multiclass(buf, dipx);
+    join_transitions(*dipx);
+    std::puts(sagx::gbk<"有效值分段校验!!!\r">);
+    if (seg_check(dipx->Trms, dipx->Trms_num) != 0) return;
 
-  const int segments = (dipx->Trms_num - 1) / 2;
-  int where = 0;  // this is not reset, so an empty segment reports the position of the previous one
-  for (int s = 0; s < segments; s++) measure_minima(*buf, *dipx, s, where);
-  dipx->min_num = dipx->u_min_num = segments;
-  sagx::measure_voltage_change(*buf, *dipx, dipx->Trms[0], dipx->Trms[1]);
+    const int segments = (dipx->Trms_num - 1) / 2;
+    int where = 0;  // this is not reset, so an empty segment reports the position of the previous one
+    for (int s = 0; s < segments; s++) measure_minima(*buf, *dipx, s, where);
+    dipx->min_num = dipx->u_min_num = segments;
+    sagx::measure_voltage_change(*buf, *dipx, dipx->Trms[0], dipx->Trms[1]);
+  });
 }

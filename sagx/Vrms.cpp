@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "platform/default_environment.h"
 #include "sagx/dipx_outcome.h"
 #include "sagx/kernels/kernels.h"
 #include "sagx/three_phases.h"
@@ -74,27 +75,31 @@ void merge_close_dips(dq_dipx_rms& record, int crossings) {
 }  // namespace
 
 void Vrms_cal(float* rms, float* v, int smp, int len) {
-  if (rms == nullptr || v == nullptr || smp < 1) return;
-  if (len >= smp) sagx::kernels().cycle_rms(v, len, smp, rms);
-  std::fill_n(rms, smp - 1, rms[smp - 1]);
+  platform::in_default_environment([&] {
+    if (rms == nullptr || v == nullptr || smp < 1) return;
+    if (len >= smp) sagx::kernels().cycle_rms(v, len, smp, rms);
+    std::fill_n(rms, smp - 1, rms[smp - 1]);
+  });
 }
 
 void rms_seg_pro(dq_dipx_rms* buf) {
-  if (buf == nullptr) return;
-  std::printf("smprate = %d smp_num = %d\r\n", buf->smprate, buf->smp_num);
+  platform::in_default_environment([&] {
+    if (buf == nullptr) return;
+    std::printf("smprate = %d smp_num = %d\r\n", buf->smprate, buf->smp_num);
 
-  const int samples = std::min(buf->smp_num, +DQ_RECORD_CAPACITY);
-  const int cycle = std::min(buf->smprate, +DQ_RECORD_CAPACITY);
-  Vrms_cal(buf->rmsa, buf->va, cycle, samples);
-  Vrms_cal(buf->rmsb, buf->vb, cycle, samples);
-  Vrms_cal(buf->rmsc, buf->vc, cycle, samples);
+    const int samples = std::min(buf->smp_num, +DQ_RECORD_CAPACITY);
+    const int cycle = std::min(buf->smprate, +DQ_RECORD_CAPACITY);
+    Vrms_cal(buf->rmsa, buf->va, cycle, samples);
+    Vrms_cal(buf->rmsb, buf->vb, cycle, samples);
+    Vrms_cal(buf->rmsc, buf->vc, cycle, samples);
 
-  buf->ua_max = largest(buf->rmsa, samples);
-  buf->ub_max = largest(buf->rmsb, samples);
-  buf->uc_max = largest(buf->rmsc, samples);
+    buf->ua_max = largest(buf->rmsa, samples);
+    buf->ub_max = largest(buf->rmsb, samples);
+    buf->uc_max = largest(buf->rmsc, samples);
 
-  const int crossings = find_crossings(*buf, samples);
-  merge_close_dips(*buf, crossings);
-  const int* end = std::copy_if(buf->T0, buf->T0 + crossings, buf->T, [](int position) { return position != 0; });
-  buf->evt_num = static_cast<int>(end - buf->T);
+    const int crossings = find_crossings(*buf, samples);
+    merge_close_dips(*buf, crossings);
+    const int* end = std::copy_if(buf->T0, buf->T0 + crossings, buf->T, [](int position) { return position != 0; });
+    buf->evt_num = static_cast<int>(end - buf->T);
+  });
 }

@@ -9,9 +9,11 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/default_environment.h"
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
 #include "sagx/kernels/kernels.h"
+#include "sagx/symmetrical_components.h"
 #include "sagx/three_phases.h"
 
 namespace {
@@ -90,7 +92,7 @@ int verdict(const RecordDip& dip90, const dq_dipx_struct& dipx, int evt_num) {
 }
 
 void log_verdict(int type, const RecordDip& dip90, const dq_dipx_struct& dipx) {
-  std::FILE* log = std::fopen("result.txt", "a+");
+  std::FILE* log = std::fopen("result.txt", "a+b");
   if (log == nullptr) return;
   std::fprintf(log, "type%02d T90:%05d-%05d T_num=%03d T[0]=%05d T[1]=%05d T[2]=%05d T[3]=%05d\r\n", type, dip90.start,
                dip90.end, dipx.T_num, dipx.T[0], dipx.T[1], dipx.T[2], dipx.T[3]);
@@ -100,65 +102,62 @@ void log_verdict(int type, const RecordDip& dip90, const dq_dipx_struct& dipx) {
 }  // namespace
 
 int dipx_cal_un(const float* ua, const float* ub, const float* uc, int smp, int n, float* un) {
-  if (ua == nullptr || ub == nullptr || uc == nullptr || un == nullptr) {
-    std::fprintf(stderr, "[dipx_cal_un][FATAL] null ptr ua=%p ub=%p uc=%p un=%p\n", static_cast<const void*>(ua),
-                 static_cast<const void*>(ub), static_cast<const void*>(uc), static_cast<const void*>(un));
-    return -1;
-  }
-  if (smp < 1 || n < 2LL * smp) {
-    std::fprintf(stderr, "[dipx_cal_un][FATAL] bad sizes smp=%d n=%d (need n>=2*smp)\n", smp, n);
-    return -1;
-  }
-  std::printf("[dipx_cal_un] ua0=%.6f ub0=%.6f uc0=%.6f | ua[%d]=%.6f\n", static_cast<double>(ua[0]),
-              static_cast<double>(ub[0]), static_cast<double>(uc[0]), smp - 1, static_cast<double>(ua[smp - 1]));
+  return platform::in_default_environment([&] {
+    if (ua == nullptr || ub == nullptr || uc == nullptr || un == nullptr) {
+      std::fprintf(stderr, "[dipx_cal_un][FATAL] null ptr ua=%p ub=%p uc=%p un=%p\n", static_cast<const void*>(ua),
+                   static_cast<const void*>(ub), static_cast<const void*>(uc), static_cast<const void*>(un));
+      return -1;
+    }
+    if (smp < 1 || n < 2LL * smp) {
+      std::fprintf(stderr, "[dipx_cal_un][FATAL] bad sizes smp=%d n=%d (need n>=2*smp)\n", smp, n);
+      return -1;
+    }
+    std::printf("[dipx_cal_un] ua0=%.6f ub0=%.6f uc0=%.6f | ua[%d]=%.6f\n", static_cast<double>(ua[0]),
+                static_cast<double>(ub[0]), static_cast<double>(uc[0]), smp - 1, static_cast<double>(ua[smp - 1]));
 
-  float lowest = two_cycle_rms_sum(ua, smp);
-  for (const float* phase : {ub, uc}) {
-    const float sum = two_cycle_rms_sum(phase, smp);
-    if (sum < lowest) lowest = sum;
-  }
-  *un = static_cast<float>(lowest / 2.0);
-  return 0;
+    float lowest = two_cycle_rms_sum(ua, smp);
+    for (const float* phase : {ub, uc}) {
+      const float sum = two_cycle_rms_sum(phase, smp);
+      if (sum < lowest) lowest = sum;
+    }
+    *un = static_cast<float>(lowest / 2.0);
+    return 0;
+  });
 }
 
 float rms_bzc(dq_dipx_rms* buf) {
-  if (buf == nullptr) return 0;
-  const int half = buf->smprate / 2;
-  if (half < 1) return 0;
-  // The last whole half-cycle is left out on purpose, together with the partial one that may follow it.
-  const int blocks = std::clamp(buf->smp_num, 0, +DQ_RECORD_CAPACITY) / half - 1;
-  float largest = restless_share(buf->rmsa, half, blocks);
-  for (const float* rms : {buf->rmsb, buf->rmsc}) {
-    const float share = restless_share(rms, half, blocks);
-    if (share > largest) largest = share;
-  }
-  return largest;
+  return platform::in_default_environment([&]() -> float {
+    if (buf == nullptr) return 0;
+    const int half = buf->smprate / 2;
+    if (half < 1) return 0;
+    // The last whole half-cycle is left out on purpose, together with the partial one that may follow it.
+    const int blocks = std::clamp(buf->smp_num, 0, +DQ_RECORD_CAPACITY) / half - 1;
+    float largest = restless_share(buf->rmsa, half, blocks);
+    for (const float* rms : {buf->rmsb, buf->rmsc}) {
+      const float share = restless_share(rms, half, blocks);
+      if (share > largest) largest = share;
+    }
+    return largest;
+  });
 }
 
 void seq_cal(vec_struct* v_ua, vec_struct* v_ub, vec_struct* v_uc, vec_struct* seq) {
   if (v_ua == nullptr || v_ub == nullptr || v_uc == nullptr || seq == nullptr) return;
-  const double ar = v_ua->r;
-  const double ax = v_ua->x;
-  const double br = v_ub->r;
-  const double bx = v_ub->x;
-  const double cr = v_uc->r;
-  const double cx = v_uc->x;
-  seq->r = static_cast<float>((ar + (-0.5 * br - 0.866 * bx) + (0.866 * cx - 0.5 * cr)) * 0.3333333333333333);
-  seq->x = static_cast<float>((ax + (0.866 * br - 0.5 * bx) + (-0.866 * cr - 0.5 * cx)) * 0.3333333333333333);
+  *seq = platform::in_default_environment([&] { return sagx::sequence_of(*v_ua, *v_ub, *v_uc); });
 }
 
 void seq0_cal(vec_struct* v_ua, vec_struct* v_ub, vec_struct* v_uc, vec_struct* seq) {
   if (v_ua == nullptr || v_ub == nullptr || v_uc == nullptr || seq == nullptr) return;
-  const vec_struct sum = {v_ua->r + v_ub->r + v_uc->r, v_ua->x + v_ub->x + v_uc->x};
-  seq->r = sum.r / 3.0F;
-  seq->x = sum.x / 3.0F;
+  *seq = platform::in_default_environment([&] { return sagx::zero_sequence_of(*v_ua, *v_ub, *v_uc); });
 }
 
 int symmetrical_components_dq(vec_struct* phasor_up0, vec_struct* phasor_up, vec_struct* phasor_un, float un, float u0,
                               float V, int type, int phase) {
-  if (phasor_up0 == nullptr || phasor_up == nullptr || phasor_un == nullptr) return sagx::no_category;
-  return sagx::category_of({*phasor_up0, *phasor_up, *phasor_un, un, u0}, {type, phase}, sagx::SequenceThresholds(V),
-                           sagx::AllLow::by_angle);
+  return platform::in_default_environment([&] {
+    if (phasor_up0 == nullptr || phasor_up == nullptr || phasor_un == nullptr) return sagx::no_category;
+    return sagx::category_of({*phasor_up0, *phasor_up, *phasor_un, un, u0}, {type, phase}, sagx::SequenceThresholds(V),
+                             sagx::AllLow::by_angle);
+  });
 }
 
 int seg_check(int* T, int num) {
@@ -197,11 +196,13 @@ int seg_check_dgz(int* T, int num, int smp, int datalen) {
 
 int seg_check_hh(dq_dipx_rms* rms_buf, dipx_data_struct* /*dipx_data*/, dq_dipx_struct* dipx, int evt_num,
                  int wr_or_check) {
-  if (rms_buf == nullptr || dipx == nullptr) return 0;
-  const RecordDip dip90 = find_record_dip(*rms_buf, dipx->smprate);
-  const int type = verdict(dip90, *dipx, evt_num);
-  if (wr_or_check == 1) log_verdict(type, dip90, *dipx);
-  return type != 0 ? 1 : 0;
+  return platform::in_default_environment([&] {
+    if (rms_buf == nullptr || dipx == nullptr) return 0;
+    const RecordDip dip90 = find_record_dip(*rms_buf, dipx->smprate);
+    const int type = verdict(dip90, *dipx, evt_num);
+    if (wr_or_check == 1) log_verdict(type, dip90, *dipx);
+    return type != 0 ? 1 : 0;
+  });
 }
 
 void print_to_test(char* filename, int x) {

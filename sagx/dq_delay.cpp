@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "platform/default_environment.h"
 #include "sagx/lvbo.h"
 
 namespace {
@@ -106,47 +107,51 @@ Polar polar_of(float d, float q) {
 }  // namespace
 
 void dq(float ua, float ub, float uc, float t, float f, float* upd, float* upq) {
-  if (upd == nullptr || upq == nullptr) return;
-  const vec_struct component = rotated(rotation_at(t, f), ua, ub, uc);
-  *upd = component.r;
-  *upq = component.x;
+  platform::in_default_environment([&] {
+    if (upd == nullptr || upq == nullptr) return;
+    const vec_struct component = rotated(rotation_at(t, f), ua, ub, uc);
+    *upd = component.r;
+    *upq = component.x;
+  });
 }
 
 void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, float* angle_ua, vec_struct* vec_u) {
-  const int element = Samplepoint / 4 + 1;
-  if (dq_data_buf == nullptr || Va == nullptr || t == nullptr || ua == nullptr || angle_ua == nullptr ||
-      vec_u == nullptr || !fits(Samplepoint, n, element)) {
-    return;
-  }
-  dq_data& data = *dq_data_buf;
-  const int delay = delay_of(Samplepoint);
-  const float share = static_cast<float>(delay) / static_cast<float>(Samplepoint);
-  const double delay_angle = pi * static_cast<double>(share + share);
-  const double cosine = std::cos(delay_angle);
-  const double sine = std::sin(delay_angle);
-  const Rotation* rotation = rotations.of(t, n, f);
-  for (int i = delay; i < n; i++) {
-    const auto now = static_cast<double>(Va[i]);
-    const auto before = static_cast<double>(Va[i - delay]);
-    const auto leading = static_cast<float>(((cosine * now - before) * 0.8660254037844386) / sine + (-0.5) * now);
-    const float lagging = -Va[i] - leading;
-    const vec_struct component = rotated(rotation[i], Va[i], lagging, leading);
-    data.upd1[i] = component.r;
-    data.upq1[i] = component.x;
-  }
-  // The first samples have no delayed partner, so they repeat the first sample that has one.
-  std::fill_n(data.upd1, delay, data.upd1[delay]);
-  std::fill_n(data.upq1, delay, data.upq1[delay]);
+  platform::in_default_environment([&] {
+    const int element = Samplepoint / 4 + 1;
+    if (dq_data_buf == nullptr || Va == nullptr || t == nullptr || ua == nullptr || angle_ua == nullptr ||
+        vec_u == nullptr || !fits(Samplepoint, n, element)) {
+      return;
+    }
+    dq_data& data = *dq_data_buf;
+    const int delay = delay_of(Samplepoint);
+    const float share = static_cast<float>(delay) / static_cast<float>(Samplepoint);
+    const double delay_angle = pi * static_cast<double>(share + share);
+    const double cosine = std::cos(delay_angle);
+    const double sine = std::sin(delay_angle);
+    const Rotation* rotation = rotations.of(t, n, f);
+    for (int i = delay; i < n; i++) {
+      const auto now = static_cast<double>(Va[i]);
+      const auto before = static_cast<double>(Va[i - delay]);
+      const auto leading = static_cast<float>(((cosine * now - before) * 0.8660254037844386) / sine + (-0.5) * now);
+      const float lagging = -Va[i] - leading;
+      const vec_struct component = rotated(rotation[i], Va[i], lagging, leading);
+      data.upd1[i] = component.r;
+      data.upq1[i] = component.x;
+    }
+    // The first samples have no delayed partner, so they repeat the first sample that has one.
+    std::fill_n(data.upd1, delay, data.upd1[delay]);
+    std::fill_n(data.upq1, delay, data.upq1[delay]);
 
-  lvbo(data.upd1, data.upd, n, element);
-  lvbo(data.upq1, data.upq, n, element);
-  Polar polar{};
-  for (int i = 0; i < n; i++) {
-    // The filter leaves long constant sections.
-    const bool flat = i > 0 && same_bits(data.upd[i], data.upd[i - 1]) && same_bits(data.upq[i], data.upq[i - 1]);
-    if (!flat) polar = polar_of(data.upd[i], data.upq[i]);
-    ua[i] = polar.magnitude;
-    angle_ua[i] = polar.degrees;
-    vec_u[i] = polar.phasor;
-  }
+    lvbo(data.upd1, data.upd, n, element);
+    lvbo(data.upq1, data.upq, n, element);
+    Polar polar{};
+    for (int i = 0; i < n; i++) {
+      // The filter leaves long constant sections.
+      const bool flat = i > 0 && same_bits(data.upd[i], data.upd[i - 1]) && same_bits(data.upq[i], data.upq[i - 1]);
+      if (!flat) polar = polar_of(data.upd[i], data.upq[i]);
+      ua[i] = polar.magnitude;
+      angle_ua[i] = polar.degrees;
+      vec_u[i] = polar.phasor;
+    }
+  });
 }

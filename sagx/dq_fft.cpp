@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "platform/default_environment.h"
+
 namespace {
 
 constexpr int most_points = 4096;
@@ -98,14 +100,17 @@ void transform_real(vec_struct* xk, int points, bool all_bins) {
 }  // namespace
 
 void DQ_FFT(vec_struct* xk, int N, short in_type, short out_type) {
-  const auto points = static_cast<std::int16_t>(N);
-  const int fewest = in_type == 0 ? 2 : 4;
-  if (xk == nullptr || points < fewest || points > most_points || !std::has_single_bit(static_cast<unsigned>(points))) {
-    return;
-  }
-  if (in_type == 0) {
-    transform(xk, points);
-  } else {
-    transform_real(xk, points, out_type == 0);
-  }
+  platform::in_default_environment([&] {
+    const auto points = static_cast<std::int16_t>(N);
+    const int fewest = in_type == 0 ? 2 : 4;
+    if (xk == nullptr || points < fewest || points > most_points ||
+        !std::has_single_bit(static_cast<unsigned>(points))) {
+      return;
+    }
+    if (in_type == 0) {
+      transform(xk, points);
+    } else {
+      transform_real(xk, points, out_type == 0);
+    }
+  });
 }

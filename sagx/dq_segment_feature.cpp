@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/default_environment.h"
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
 #include "sagx/dipx_lib.h"
@@ -269,10 +270,10 @@ class LongFeatures {
   int classify(Position begin, Position end) {
     sagx::CategoryVote vote;
     for (Position k = begin; k < std::min<Position>(end, DQ_WINDOW_CAPACITY); k++) {
-      sagx::Sequences now(data_, static_cast<int>(k));
-      const auto low = low_at(k);
-      vote.add(symmetrical_components_dq(&positive_before_, &now.positive, &now.negative, sagx::magnitude(now.negative),
-                                         sagx::magnitude(now.zero), dipx_.un, low.count, low.mask));
+      const sagx::Sequences now(data_, static_cast<int>(k));
+      vote.add(sagx::category_of(
+          {positive_before_, now.positive, now.negative, sagx::magnitude(now.negative), sagx::magnitude(now.zero)},
+          low_at(k), sagx::SequenceThresholds(dipx_.un), sagx::AllLow::by_angle));
     }
     return vote.winner();
   }
@@ -288,16 +289,20 @@ class LongFeatures {
 }  // namespace
 
 void SVDsegment_multiclass2(dq_data* buf, dq_dipx_struct* dipx, int* T0, int* T0num) {
-  if (buf == nullptr || dipx == nullptr || T0 == nullptr || T0num == nullptr) return;
-  const auto samples = static_cast<int>(std::min(buf->num, unsigned{DQ_WINDOW_CAPACITY}));
-  sagx::measure_dq_change(*buf, samples, sagx::svd_order(buf->smp / 2.0));
-  int T[DQ_LIST_CAPACITY];
-  *T0num = record_crossings(*buf, samples, static_cast<float>(static_cast<double>(dipx->un) * 0.01), T);
-  std::copy_n(T, *T0num, T0);
+  platform::in_default_environment([&] {
+    if (buf == nullptr || dipx == nullptr || T0 == nullptr || T0num == nullptr) return;
+    const auto samples = static_cast<int>(std::min(buf->num, unsigned{DQ_WINDOW_CAPACITY}));
+    sagx::measure_dq_change(*buf, samples, sagx::svd_order(buf->smp / 2.0));
+    int T[DQ_LIST_CAPACITY];
+    *T0num = record_crossings(*buf, samples, static_cast<float>(static_cast<double>(dipx->un) * 0.01), T);
+    std::copy_n(T, *T0num, T0);
+  });
 }
 
 void dq_segment_feature(dq_data* data, dq_dipx_struct* dipx) {
-  if (data == nullptr || dipx == nullptr || dq_data_buf == nullptr) return;
-  if (data->smp > DQ_WINDOW_CAPACITY / 6 || seg_check(dipx->Trms, dipx->Trms_num) != 0) return;
-  LongFeatures(*data, *dipx).run();
+  platform::in_default_environment([&] {
+    if (data == nullptr || dipx == nullptr || dq_data_buf == nullptr) return;
+    if (data->smp > DQ_WINDOW_CAPACITY / 6 || seg_check(dipx->Trms, dipx->Trms_num) != 0) return;
+    LongFeatures(*data, *dipx).run();
+  });
 }

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <iterator>
 
+#include "platform/default_environment.h"
 #include "sagx/SVD_cal.h"
 #include "sagx/boundary_list.h"
 #include "sagx/dip_category.h"
@@ -365,48 +366,54 @@ void measure_segments(dq_data& data, dq_dipx_struct& dipx, int quarter) {
 }  // namespace
 
 void SVDsegment_multiclass3(dq_data* buf, dq_dipx_struct* dipx) {
-  if (buf == nullptr || dipx == nullptr) return;
-  ShortSegmentation(*buf, *dipx).run();
+  platform::in_default_environment([&] {
+    if (buf == nullptr || dipx == nullptr) return;
+    ShortSegmentation(*buf, *dipx).run();
+  });
 }
 
 void SVDsegment_multiclass4(dq_data* buf, dq_dipx_struct* dipx) {
-  if (buf == nullptr || dipx == nullptr) return;
-  sagx::RmsChange change(*buf, 1);
-  change.keep_minimum_curve();
-  change.measure();
-  BoundaryList T;
-  change.search(dipx->un, 2, T);
-  sharpen_ends(*buf, dipx->ud, T);
-  dipx->T_rms_num = std::min(T.count, +DQ_LIST_CAPACITY);
-  std::copy_n(T.at, dipx->T_rms_num, dipx->T_rms);
+  platform::in_default_environment([&] {
+    if (buf == nullptr || dipx == nullptr) return;
+    sagx::RmsChange change(*buf, 1);
+    change.keep_minimum_curve();
+    change.measure();
+    BoundaryList T;
+    change.search(dipx->un, 2, T);
+    sharpen_ends(*buf, dipx->ud, T);
+    dipx->T_rms_num = std::min(T.count, +DQ_LIST_CAPACITY);
+    std::copy_n(T.at, dipx->T_rms_num, dipx->T_rms);
+  });
 }
 
 void dq_segment_feature_multiclass(dq_data* data, dq_dipx_struct* dipx) {
-  if (data == nullptr || dipx == nullptr || dq_data_buf == nullptr || dq_rms_buf == nullptr) return;
-  if (data->num > DQ_WINDOW_CAPACITY || data->smp / 2 >= DQ_WINDOW_CAPACITY) return;
-  const auto samples = static_cast<int>(data->num);
-  const auto cycle = static_cast<int>(data->smp);
-  const int quarter = cycle / 4 + 1;
+  platform::in_default_environment([&] {
+    if (data == nullptr || dipx == nullptr || dq_data_buf == nullptr || dq_rms_buf == nullptr) return;
+    if (data->num > DQ_WINDOW_CAPACITY || data->smp / 2 >= DQ_WINDOW_CAPACITY) return;
+    const auto samples = static_cast<int>(data->num);
+    const auto cycle = static_cast<int>(data->smp);
+    const int quarter = cycle / 4 + 1;
 
-  transform_phases(*data, *dipx, samples, quarter);
-  clear_segdid_buf(data);
-  SVDsegment_multiclass3(data, dipx);
+    transform_phases(*data, *dipx, samples, quarter);
+    clear_segdid_buf(data);
+    SVDsegment_multiclass3(data, dipx);
 
-  const int boundaries = repair_segmentation(*dipx, *dq_rms_buf);
-  std::puts("逐点dq分段校验!!!\r");
-  if (seg_check(dipx->seg_idx, dipx->seg_num) != 0 || boundaries > DQ_LIST_CAPACITY) return;
-  dipx->T_num = dipx->seg_num;
-  std::copy_n(dipx->seg_idx, boundaries, dipx->T);
-  std::copy_n(dipx->seg_tmp, boundaries, dipx->T0);
+    const int boundaries = repair_segmentation(*dipx, *dq_rms_buf);
+    std::puts("逐点dq分段校验!!!\r");
+    if (seg_check(dipx->seg_idx, dipx->seg_num) != 0 || boundaries > DQ_LIST_CAPACITY) return;
+    dipx->T_num = dipx->seg_num;
+    std::copy_n(dipx->seg_idx, boundaries, dipx->T);
+    std::copy_n(dipx->seg_tmp, boundaries, dipx->T0);
 
-  const float reference_a = data->angle_a[cycle / 2];
-  const float reference_b = data->angle_b[cycle / 2];
-  const float reference_c = data->angle_c[cycle / 2];
-  dqdelay_POW(data->ua, data->ub, data->uc, data->angle_a, data->angle_b, data->angle_c, data->t, dipx, dipx->un,
-              data->num);
-  sagx::measure_voltage_change(*data, *dipx, dipx->T[0], dipx->T[1]);
-  refer_angles(data->angle_a, samples, reference_a);
-  refer_angles(data->angle_b, samples, reference_b);
-  refer_angles(data->angle_c, samples, reference_c);
-  measure_segments(*data, *dipx, quarter);
+    const float reference_a = data->angle_a[cycle / 2];
+    const float reference_b = data->angle_b[cycle / 2];
+    const float reference_c = data->angle_c[cycle / 2];
+    dqdelay_POW(data->ua, data->ub, data->uc, data->angle_a, data->angle_b, data->angle_c, data->t, dipx, dipx->un,
+                data->num);
+    sagx::measure_voltage_change(*data, *dipx, dipx->T[0], dipx->T[1]);
+    refer_angles(data->angle_a, samples, reference_a);
+    refer_angles(data->angle_b, samples, reference_b);
+    refer_angles(data->angle_c, samples, reference_c);
+    measure_segments(*data, *dipx, quarter);
+  });
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "platform/default_environment.h"
 #include "sagx/kernels/kernels.h"
 
 namespace {
@@ -26,26 +27,32 @@ const float* padded(const float* signal, int n, int win, float padding) {
 }  // namespace
 
 void FS(float* signal, float* /*g*/, float* E, int n, int win) {
-  if (signal == nullptr || E == nullptr || !fits(n, win)) return;
-  sagx::kernels().sliding_minimum(padded(signal, n, win, 1000000.0F), n, win, E);
+  platform::in_default_environment([&] {
+    if (signal == nullptr || E == nullptr || !fits(n, win)) return;
+    sagx::kernels().sliding_minimum(padded(signal, n, win, 1000000.0F), n, win, E);
+  });
 }
 
 void PZ(float* signal, float* /*g*/, float* D, int n, int win) {
-  if (signal == nullptr || D == nullptr || !fits(n, win)) return;
-  sagx::kernels().sliding_maximum(padded(signal, n, win, -1000000.0F), n, win, D);
+  platform::in_default_environment([&] {
+    if (signal == nullptr || D == nullptr || !fits(n, win)) return;
+    sagx::kernels().sliding_maximum(padded(signal, n, win, -1000000.0F), n, win, D);
+  });
 }
 
 void lvbo(float* signal, float* BS, int n, int win) {
-  if (signal == nullptr || BS == nullptr || !fits(n, win)) return;
-  dq_data& data = *dq_data_buf;
-  float flat[DQ_FILTER_ROWS] = {};
-  FS(signal, flat, data.eroder, n, win);
-  PZ(signal, flat, data.dilata, n, win);
-  PZ(data.eroder, flat, data.OPEN, n, win);
-  FS(data.dilata, flat, data.CLOSE, n, win);
-  PZ(data.OPEN, flat, data.TEMP, n, win);
-  FS(data.TEMP, flat, data.OC, n, win);
-  FS(data.CLOSE, flat, data.TEMP, n, win);
-  PZ(data.TEMP, flat, data.CO, n, win);
-  for (int i = 0; i < n; i++) BS[i] = (data.CO[i] + data.OC[i]) / 2.0F;
+  platform::in_default_environment([&] {
+    if (signal == nullptr || BS == nullptr || !fits(n, win)) return;
+    dq_data& data = *dq_data_buf;
+    float flat[DQ_FILTER_ROWS] = {};
+    FS(signal, flat, data.eroder, n, win);
+    PZ(signal, flat, data.dilata, n, win);
+    PZ(data.eroder, flat, data.OPEN, n, win);
+    FS(data.dilata, flat, data.CLOSE, n, win);
+    PZ(data.OPEN, flat, data.TEMP, n, win);
+    FS(data.TEMP, flat, data.OC, n, win);
+    FS(data.CLOSE, flat, data.TEMP, n, win);
+    PZ(data.TEMP, flat, data.CO, n, win);
+    for (int i = 0; i < n; i++) BS[i] = (data.CO[i] + data.OC[i]) / 2.0F;
+  });
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "platform/default_environment.h"
 #include "sagx/kernels/sorted_median.h"
 
 namespace {
@@ -25,6 +26,20 @@ float with_sign(float magnitude, float sign_of) {
 /// Returns whether `value` is lost when added to the scale of the matrix.
 bool negligible(float value, float anorm) {
   return static_cast<float>(static_cast<double>(std::fabs(value)) + static_cast<double>(anorm)) == anorm;
+}
+
+/// Returns the root of a² + b² without a square that could overflow.
+float hypotenuse(float a, float b) {
+  const float absa = std::fabs(a);
+  const float absb = std::fabs(b);
+  const auto scaled = [](float larger, float smaller) {
+    const float ratio = smaller / larger;
+    const float square = ratio * ratio;
+    return static_cast<float>(static_cast<double>(larger) * std::sqrt(1.0 + static_cast<double>(square)));
+  };
+  if (absa > absb) return scaled(absa, absb);
+  if (absb == 0.0F) return 0;
+  return scaled(absb, absa);
 }
 
 /// Applies a plane rotation to columns p and q, rows 1..rows.
@@ -188,7 +203,7 @@ class Decomposition {
       rv1_[i] = c * rv1_[i];
       if (negligible(f, anorm_)) return;
       const float g = w_[i];
-      float h = pythag(f, g);
+      float h = hypotenuse(f, g);
       w_[i] = h;
       h = 1.0F / h;
       c = g * h;
@@ -206,7 +221,7 @@ class Decomposition {
     float h = rv1_[k];
     const float minor = (y - z) * (y + z) + (g - h) * (g + h);
     float f = static_cast<float>(static_cast<double>(minor) / (2.0 * static_cast<double>(h) * static_cast<double>(y)));
-    g = pythag(f, 1.0F);
+    g = hypotenuse(f, 1.0F);
     f = ((x - z) * (x + z) + h * ((y / (f + with_sign(g, f))) - h)) / x;
     float c = 1;
     float s = 1;
@@ -216,7 +231,7 @@ class Decomposition {
       y = w_[i];
       h = s * g;
       g = c * g;
-      z = pythag(f, h);
+      z = hypotenuse(f, h);
       rv1_[j] = z;
       c = f / z;
       s = h / z;
@@ -225,7 +240,7 @@ class Decomposition {
       h = y * s;
       y *= c;
       rotate_columns(v_, n_, j, i, c, s);
-      z = pythag(f, h);
+      z = hypotenuse(f, h);
       w_[j] = z;
       if (z != 0.0F) {
         z = 1.0F / z;
@@ -253,24 +268,17 @@ class Decomposition {
 }  // namespace
 
 void svdcmp(float** a, int m, int n, float* w, float** v) {
-  if (a == nullptr || w == nullptr || v == nullptr || n < 1) return;
-  float* rv1 = dvector(1, n);
-  if (rv1 == nullptr) return;
-  Decomposition(a, m, n, w, v, rv1).run();
-  free_dvector(rv1, 1, n);
+  platform::in_default_environment([&] {
+    if (a == nullptr || w == nullptr || v == nullptr || n < 1) return;
+    float* rv1 = dvector(1, n);
+    if (rv1 == nullptr) return;
+    Decomposition(a, m, n, w, v, rv1).run();
+    free_dvector(rv1, 1, n);
+  });
 }
 
 float pythag(float a, float b) {
-  const float absa = std::fabs(a);
-  const float absb = std::fabs(b);
-  const auto scaled = [](float larger, float smaller) {
-    const float ratio = smaller / larger;
-    const float square = ratio * ratio;
-    return static_cast<float>(static_cast<double>(larger) * std::sqrt(1.0 + static_cast<double>(square)));
-  };
-  if (absa > absb) return scaled(absa, absb);
-  if (absb == 0.0F) return 0;
-  return scaled(absb, absa);
+  return platform::in_default_environment([&] { return hypotenuse(a, b); });
 }
 
 float* dvector(int nl, int nh) {
@@ -303,6 +311,8 @@ float** dmatrix(int nrl, int nrh, int ncl, int nch) {
 }
 
 float median(float* Array, int len) {
-  if (len > longest_median || len < 1 || Array == nullptr) return 0.0F;
-  return sorted_median(Array, len);
+  return platform::in_default_environment([&]() -> float {
+    if (len > longest_median || len < 1 || Array == nullptr) return 0.0F;
+    return sorted_median(Array, len);
+  });
 }

@@ -3,16 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sagx/dipx_lib.h"
+#include "sagx/symmetrical_components.h"
 #include "sagx/voltagechange.h"
 
 namespace sagx {
 
-Sequences::Sequences(dq_data& data, int sample) {
-  seq_cal(&data.vec_ua[sample], &data.vec_ub[sample], &data.vec_uc[sample], &positive);
-  seq_cal(&data.vec_ua[sample], &data.vec_uc[sample], &data.vec_ub[sample], &negative);
-  seq0_cal(&data.vec_ua[sample], &data.vec_ub[sample], &data.vec_uc[sample], &zero);
-}
+Sequences::Sequences(const dq_data& data, int sample)
+    : positive(sequence_of(data.vec_ua[sample], data.vec_ub[sample], data.vec_uc[sample])),
+      negative(sequence_of(data.vec_ua[sample], data.vec_uc[sample], data.vec_ub[sample])),
+      zero(zero_sequence_of(data.vec_ua[sample], data.vec_ub[sample], data.vec_uc[sample])) {}
 
 float magnitude(const vec_struct& phasor) {
   return static_cast<float>(std::sqrt(static_cast<double>(phasor.x * phasor.x + phasor.r * phasor.r)));

@@ -7,10 +7,10 @@ namespace sagx {
 
 /// Positive, negative and zero sequence of the window at one sample.
 struct Sequences {
-  Sequences(dq_data& data, int sample);
-  vec_struct positive{};
-  vec_struct negative{};
-  vec_struct zero{};
+  Sequences(const dq_data& data, int sample);
+  vec_struct positive;
+  vec_struct negative;
+  vec_struct zero;
 };
 
 float magnitude(const vec_struct& phasor);

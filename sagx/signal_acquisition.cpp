@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/default_environment.h"
 #include "sagx/RMS_segment_feature.h"
 #include "sagx/Vrms.h"
 #include "sagx/boundary_list.h"
@@ -269,17 +270,19 @@ bool sagx::search_dips() {
 }
 
 void dq_dipx_new(dipx_data_struct* /*dipx_data*/) {
-  const bool searched = sagx::search_dips();
-  if (!searched && sagx::last_outcome.run != RunOutcome::disturbed_start) return;
+  platform::in_default_environment([&] {
+    const bool searched = sagx::search_dips();
+    if (!searched && sagx::last_outcome.run != RunOutcome::disturbed_start) return;
 
-  dq_dipx_rms& record = *dq_rms_buf;
-  static_assert(DQ_BOUNDARY_CAPACITY / 2 <= DQ_LIST_CAPACITY, "every dip found has a result record");
-  const int dips = record.evt_num / 2;
-  std::printf("evt_num=%d\r\n", dips);
-  Stability stability(record);
-  for (int i = 0; i < dips; i++) {
-    sagx::last_outcome.dips[i] =
-        analyse_dip(record, stability, *dq_data_buf, new_dipx_buf[i], record.T[2 * i], record.T[2 * i + 1]);
-  }
-  if (searched) sagx::last_outcome.run = RunOutcome::analysed;
+    dq_dipx_rms& record = *dq_rms_buf;
+    static_assert(DQ_BOUNDARY_CAPACITY / 2 <= DQ_LIST_CAPACITY, "every dip found has a result record");
+    const int dips = record.evt_num / 2;
+    std::printf("evt_num=%d\r\n", dips);
+    Stability stability(record);
+    for (int i = 0; i < dips; i++) {
+      sagx::last_outcome.dips[i] =
+          analyse_dip(record, stability, *dq_data_buf, new_dipx_buf[i], record.T[2 * i], record.T[2 * i + 1]);
+    }
+    if (searched) sagx::last_outcome.run = RunOutcome::analysed;
+  });
 }

@@ -8,7 +8,7 @@ command -v "$dipx" >/dev/null || {
   echo "field_table.sh: $dipx was not found; give the path of the command after the folder" >&2
   exit 1
 }
-find "$folder" -type f \( -iname '*.cfg' -o -iname '*.cff' -o -iname '*.csv' -o -iname '*.tsv' -o -iname '*.pqd' \) |
+find "$folder" -type f \( -iname '*.cfg' -o -iname '*.cff' -o -iname '*.csv' -o -iname '*.tsv' -o -iname '*.pqd' -o -iname '*.pqdif' \) |
   LC_ALL=C sort | while IFS= read -r file; do
   name=${file#"$folder"/}
   if text=$("$dipx" analyse "$file" 2>&1 </dev/null); then

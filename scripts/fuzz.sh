@@ -11,7 +11,7 @@ mode=kept
 case ${1-} in
   --long | --keep) mode=${1#--} && shift ;;
 esac
-[ $# -gt 0 ] || set -- comtrade csv dipx_fun stages lists kernels
+[ $# -gt 0 ] || set -- comtrade csv pqdif whole dipx_fun stages lists kernels
 scripts/setup.sh clang libclang-rt-14-dev xz-utils
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz --target "${@/%/_fuzzer}" >/dev/null
@@ -21,9 +21,21 @@ runs_of() {
   case $1 in
     comtrade) echo 4000000 ;;
     csv) echo 6500000 ;;
+    pqdif) echo 4000000 ;;
+    whole) echo 1000000 ;;
     dipx_fun | stages) echo 80000 ;;
     *) echo 60000 ;;
   esac
+}
+
+# The smallest PQDIF file with a waveform is longer than what the other fuzzers need.
+longest_of() {
+  [ "$1" = pqdif ] && echo 4000 || echo 1000
+}
+
+# The whole way of a record has so many features that weighing inputs by their rarity would take most of the time.
+scheduling_of() {
+  [ "$1" != whole ] || echo "-entropic=0 -len_control=0"
 }
 
 # Records allocate many small blocks, and less bookkeeping for them makes a run considerably faster.
@@ -44,11 +56,11 @@ for name; do
   for more in "$root/fuzz/regressions/$name" "$root/fuzz/records/$name"; do
     [ ! -e "$more" ] || seeds+=("$more")
   done
-  options=(-close_fd_mask=1 -max_len=1000 -timeout=120 -artifact_prefix="$findings/$name-" -print_final_stats=1)
+  options=(-close_fd_mask=1 -max_len="$(longest_of "$name")" -timeout=120 -artifact_prefix="$findings/$name-" -print_final_stats=1)
   [ ! -e "$root/fuzz/$name.dict" ] || options+=(-dict="$root/fuzz/$name.dict")
   case $mode in
     kept) options+=(-runs=0 "${seeds[@]}") ;;
-    long) options+=(-runs="$(runs_of "$name")" "$learnt/$name" "${seeds[@]}") ;;
+    long) options+=($(scheduling_of "$name") -runs="$(runs_of "$name")" "$learnt/$name" "${seeds[@]}") ;;
     keep)
       mkdir fewest
       options+=(-set_cover_merge=1 fewest "${seeds[@]}" "$learnt/$name")

@@ -6,25 +6,31 @@ set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh valgrind
 cmake --preset release >/dev/null
-cmake --build --preset release --target dipx_test readers_test comtrade_replay csv_replay lists_replay stages_replay >/dev/null
+cmake --build --preset release --target dipx_test comtrade_replay csv_replay pqdif_replay lists_replay stages_replay >/dev/null
 root=$PWD
 seeds=$root/build/release/fuzz/seeds
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 memcheck() {
-  program=$1
-  shift
+  name=$1
+  program=$2
+  shift 2
   echo "memcheck: $program $*"
   valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite,indirect,possible \
-    --errors-for-leak-kinds=definite,indirect,possible "$root/build/release/$program" "$@" >out 2>err ||
-    { tail -n 60 out err; exit 1; }
+    --errors-for-leak-kinds=definite,indirect,possible "$root/build/release/$program" "$@" >"$name.out" 2>"$name.err" ||
+    { tail -n 60 "$name.out" "$name.err"; exit 1; }
 }
-memcheck tests/core/dipx_test --gtest_brief=1 \
-  --gtest_filter='Host.*:CopiedResults.*:BufferStyle.*:Report.*:AnalysedDip.*:Decomposition*:Matrices*:Vectors*:BoundaryCheck*:Seeds/MixedUse.*/[0-4]'
-memcheck tests/readers/readers_test --gtest_brief=1
-memcheck fuzz/comtrade_replay "$seeds/comtrade" "$root/fuzz/regressions/comtrade" "$root/fuzz/records/comtrade"
-memcheck fuzz/csv_replay "$seeds/csv" "$root/fuzz/regressions/csv" "$root/fuzz/records/csv"
-memcheck fuzz/lists_replay "$seeds/lists"
-memcheck fuzz/stages_replay "$seeds/stages" "$root/fuzz/regressions/stages"
+# Valgrind uses one processor, so the library is checked beside the readers.
+memcheck library tests/core/dipx_test --gtest_brief=1 \
+  --gtest_filter='Host.*:CopiedResults.*:BufferStyle.*:Report.*:AnalysedDip.*:Decomposition*:Matrices*:Vectors*:BoundaryCheck*:Seeds/MixedUse.*/[0-4]' &
+library=$!
+(
+  memcheck comtrade fuzz/comtrade_replay "$seeds/comtrade" "$root/fuzz/regressions/comtrade" "$root/fuzz/records/comtrade"
+  memcheck csv fuzz/csv_replay "$seeds/csv" "$root/fuzz/regressions/csv" "$root/fuzz/records/csv"
+  memcheck pqdif fuzz/pqdif_replay "$seeds/pqdif"
+  memcheck lists fuzz/lists_replay "$seeds/lists"
+  memcheck stages fuzz/stages_replay "$seeds/stages" "$root/fuzz/regressions/stages"
+) || { wait "$library"; exit 1; }
+wait "$library"
 echo "memcheck: no errors"

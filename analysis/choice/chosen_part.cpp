@@ -15,15 +15,15 @@ namespace analysis {
 
 namespace {
 
-/// Whether the trigger is in the part. At the record's first sample it tells nothing: programs without one write the
-/// time of the start for both.
+/// Returns whether the trigger lies in the part. A trigger at the record's first sample is ignored, because programs
+/// without a trigger write the start time for both.
 bool holds_trigger(const readers::Part& part, const readers::Record& record) {
   return part.rate > 0 && record.trigger && *record.trigger > 0 && *record.trigger >= part.start &&
          *record.trigger < part.start + static_cast<double>(part.length()) / part.rate;
 }
 
-/// RMS of a channel over one cycle each, half a cycle apart; missing values are left aside, and cycles that lack more
-/// than a quarter.
+/// Returns the RMS of a channel over single cycles, half a cycle apart. Missing values are left out, and so are cycles
+/// in which more than a quarter of the values are missing.
 std::vector<double> cycle_levels(const readers::Channel& channel, const readers::Part& part, double frequency) {
   std::vector<double> levels;
   const auto cycle = static_cast<std::size_t>(std::lround(part.rate / frequency));
@@ -41,15 +41,15 @@ std::vector<double> cycle_levels(const readers::Channel& channel, const readers:
   return levels;
 }
 
-/// Below this a part is taken to hold a dip.
+/// A part whose voltage falls below this share counts as one with a dip.
 constexpr double low = 0.9;
 
-/// What of the record may be analysed, and how low the voltage is in it.
+/// Says whether a part of the record can be analysed, and how low the voltage is in it.
 struct PartView {
-  bool will_do = false;  ///< for an analysis, by rate and length
+  bool will_do = false;  ///< the part can be analysed at its rate and length
   double cycles = 0;
-  bool starts_low = false;  ///< within a dip, so that what was before it is not known
-  double lowest = 1;        ///< the lowest RMS of a cycle in any phase over what that phase usually has
+  bool starts_low = false;  ///< the part begins within a dip, so the voltage before the dip is not known
+  double lowest = 1;        ///< the lowest one-cycle RMS of any phase, divided by that phase's usual value
 };
 
 std::vector<PartView> views_of(const readers::Record& record, const std::array<std::size_t, 3>& channels,
@@ -91,18 +91,10 @@ struct Choice {
   PartReason reason = PartReason::longest;
 };
 
-/// The part that the user names, or round the trigger, or the longest that will do; but one with a dip comes before
-/// those without, and before those that begin within one.
-Choice chosen_among(const readers::Record& record, const std::vector<readers::Part>& parts,
-                    const std::vector<PartView>& views, std::size_t wanted) {
-  if (parts.empty()) {
-    throw readers::ReadError(record.file, "", "the voltages have no values", "choose other channels or another record");
-  }
-  if (wanted > parts.size()) {
-    throw UnknownChoice(
-        fmt::format("{}: there is no part {}, only {}; dipx info lists them", record.file, wanted, parts.size()));
-  }
-  if (wanted > 0) return {wanted - 1, PartReason::named};
+/// Returns the part around the trigger, or the longest one that can be analysed. Parts with a dip are preferred to
+/// parts without one and to parts that begin within one.
+Choice best_of(const readers::Record& record, const std::vector<readers::Part>& parts,
+               const std::vector<PartView>& views) {
   Choice best;
   const auto merit = [&](std::size_t i) { return std::pair(views[i].will_do, views[i].cycles); };
   for (std::size_t i = 1; i < parts.size(); i++) {
@@ -137,8 +129,9 @@ void note_choice(const ChosenPart& chosen, Notes& notes) {
   const auto& part = chosen.part;
   const bool by_user = chosen.reason == PartReason::named;
   notes.push_back(fmt::format(
-      "The record falls into {} parts by sampling rate and gaps; this is part {}{}, from {:.4f} s to {:.4f} s{}.",
-      chosen.of, chosen.number, words_for(chosen.reason), part.start,
+      "The record falls into {} parts by {}sampling rate and gaps; this is part {}{}{}, from {:.4f} s to {:.4f} s{}.",
+      chosen.of, part.title.empty() ? "" : "observation, ", chosen.number,
+      part.title.empty() ? "" : " (" + part.title + ")", words_for(chosen.reason), part.start,
       part.start + static_cast<double>(part.length()) / part.rate,
       by_user ? "" : " (--part chooses another, dipx info lists them)"));
 }
@@ -161,18 +154,20 @@ void note_others(std::size_t number, const std::vector<PartView>& views, Notes& 
                               others, count == 1 ? "it" : "one of them"));
 }
 
-/// Rates that are nearly alike make one part, at their mean.
+/// Rates that are nearly equal make one part, whose rate is their mean.
 void note_rates(const readers::Record& record, const readers::Part& part, Notes& notes) {
   constexpr double worth_saying = 1e-4;
   double lowest = part.rate;
   double highest = part.rate;
-  std::size_t begin = 0;
-  for (const auto& section : record.rates) {
-    if (section.end > part.begin && begin < part.end && section.rate > 0) {
-      lowest = std::min(lowest, section.rate);
-      highest = std::max(highest, section.rate);
+  auto section = std::upper_bound(record.rates.begin(), record.rates.end(), part.begin,
+                                  [](std::size_t sample, const readers::RateSection& at) { return sample < at.end; });
+  std::size_t begin = part.begin;
+  for (; section != record.rates.end() && begin < part.end; ++section) {
+    if (section->rate > 0) {
+      lowest = std::min(lowest, section->rate);
+      highest = std::max(highest, section->rate);
     }
-    begin = section.end;
+    begin = section->end;
   }
   if (highest - lowest <= worth_saying * lowest) return;
   notes.push_back(fmt::format(
@@ -184,20 +179,23 @@ void note_rates(const readers::Record& record, const readers::Part& part, Notes&
 }  // namespace
 
 Noted<ChosenPart> choose_part(const readers::Record& record, const std::array<std::size_t, 3>& channels,
-                              double line_frequency, std::size_t wanted) {
-  const auto parts = readers::parts_without_gaps(record, channels, longest_gap_cycles / line_frequency);
-  const auto views = views_of(record, channels, line_frequency, parts);
-  const auto [index, reason] = chosen_among(record, parts, views, wanted);
+                              const std::vector<readers::Part>& parts, double line_frequency, std::size_t wanted) {
+  if (parts.empty()) {
+    throw readers::ReadError(record.file, "", "the voltages have no values", "choose other channels or another record");
+  }
+  if (wanted > parts.size()) {
+    throw UnknownChoice(
+        fmt::format("{}: there is no part {}, only {}; dipx info lists them", record.file, wanted, parts.size()));
+  }
+  // The whole record is looked at only when that decides the choice.
+  std::vector<PartView> views;
+  if (wanted == 0) views = views_of(record, channels, line_frequency, parts);
+  const auto [index, reason] = wanted > 0 ? Choice{wanted - 1, PartReason::named} : best_of(record, parts, views);
   Noted<ChosenPart> chosen{{parts[index], index + 1, parts.size(), reason}, {}};
   if (parts.size() > 1) note_choice(chosen.value, chosen.notes);
-  if (reason != PartReason::named) note_others(index + 1, views, chosen.notes);
+  note_others(index + 1, views, chosen.notes);
   note_rates(record, chosen.value.part, chosen.notes);
   return chosen;
-}
-
-std::size_t count_parts(const readers::Record& record, const std::array<std::size_t, 3>& channels,
-                        double line_frequency) {
-  return readers::parts_without_gaps(record, channels, longest_gap_cycles / line_frequency).size();
 }
 
 }  // namespace analysis

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <vector>
 
 #include "analysis/choice/noted.h"
 #include "readers/record.h"
@@ -10,11 +11,11 @@
 
 namespace analysis {
 
-/// Missing values are left out of all figures; a gap of more cycles takes a record apart, since nothing can be said of
-/// what happened within it.
+/// Missing values are left out of all figures. A gap of more cycles than this divides the record, because the voltage
+/// within such a gap is not known.
 inline constexpr double longest_gap_cycles = 25;
 
-/// Why a part was chosen.
+/// The reason for which a part was chosen.
 enum class PartReason {
   named,  ///< by the user
   longest,
@@ -29,14 +30,10 @@ struct ChosenPart {
   PartReason reason = PartReason::longest;
 };
 
-/// The part that the user names by its number, or for 0 the one round the trigger or the longest that will do; but one
-/// with a dip comes before those without, and before those that begin within one. Throws UnknownChoice, and
-/// readers::ReadError when the voltages have no values.
+/// Returns one of the parts of some channels: the one with the user's number; for 0 the one around the trigger, or the
+/// longest one that can be analysed. Parts with a dip are preferred to parts without one and to parts that begin within
+/// one. Throws UnknownChoice, and readers::ReadError if the voltages have no values.
 Noted<ChosenPart> choose_part(const readers::Record& record, const std::array<std::size_t, 3>& channels,
-                              double line_frequency, std::size_t wanted);
-
-/// How many parts the channels have.
-std::size_t count_parts(const readers::Record& record, const std::array<std::size_t, 3>& channels,
-                        double line_frequency);
+                              const std::vector<readers::Part>& parts, double line_frequency, std::size_t wanted);
 
 }  // namespace analysis

@@ -3,9 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <utility>
 
+#include "analysis/analysed_voltages.h"
+#include "readers/text.h"
 #include "readers/voltages/channel_choice.h"
 #include "readers/voltages/set_search.h"
 
@@ -13,19 +15,21 @@ namespace analysis {
 
 namespace {
 
-/// Why three voltages are dead.
+/// Returns the reason for which three voltages carry no usable signal.
 std::string cause_of_death(const readers::Record& record, const readers::VoltageSet& set) {
   for (const std::size_t index : set.channels) {
     const auto& channel = record.channels[index];
     const auto is_value = [](double value) { return std::isfinite(value); };
     const auto first = std::find_if(channel.samples.begin(), channel.samples.end(), is_value);
-    if (first == channel.samples.end()) return fmt::format("channel {} has no values", channel.name);
-    if (channel.zero_scale) return fmt::format("the scale factor of channel {} is 0", channel.name);
+    if (first == channel.samples.end())
+      return fmt::format("channel {} has no values", readers::shortened(channel.name));
+    if (channel.zero_scale) return fmt::format("the scale factor of channel {} is 0", readers::shortened(channel.name));
     const bool flat =
         std::all_of(first, channel.samples.end(), [&](double value) { return !is_value(value) || value == *first; });
-    if (flat) return fmt::format("channel {} is {:g} throughout", channel.name, *first);
+    if (flat) return fmt::format("channel {} is {:g} throughout", readers::shortened(channel.name), *first);
   }
-  return "they are far smaller than others of the record, or do not alternate";
+  if (!set.alternates) return "their values do not alternate, so they are a trend of RMS values or a direct voltage";
+  return "they are noise below 20 mV or far smaller than others of the record, or do not show the line frequency";
 }
 
 readers::VoltageSet named_set(const readers::Record& record, const VoltageChoice& choice) {
@@ -36,19 +40,22 @@ readers::VoltageSet named_set(const readers::Record& record, const VoltageChoice
   }
 }
 
-/// The sets of the wanted kind. Where no voltages between phases are recorded, these are the sets of phase voltages
-/// that they can be computed from; where no three voltages belong together, it is the only one or two that there are.
+/// Returns the sets of the requested kind, or those between phases if the record has no others. If no voltages between
+/// phases are recorded, these are the sets of phase voltages from which they can be computed. If no three voltages
+/// belong together, the only set has the one or two voltages of the record.
 std::vector<readers::VoltageSet> sets_of_kind(const readers::Record& record, const VoltageChoice& choice) {
-  auto lines = readers::find_line_to_line_sets(record);
+  const auto channels = readers::named_channels(record);
+  auto lines = readers::find_line_to_line_sets(record, channels);
   if (choice.line_to_line && !lines.empty()) return lines;
-  auto phases = readers::find_voltage_sets(record);
-  if (!phases.empty() || !lines.empty()) return phases;
-  const auto few = readers::find_few_voltages(record);
+  auto phases = readers::find_voltage_sets(record, channels);
+  if (!phases.empty()) return phases;
+  if (!lines.empty()) return lines;
+  const auto few = readers::find_few_voltages(record, channels);
   if (few && (few->between_phases || !choice.line_to_line)) phases.push_back(*few);
   return phases;
 }
 
-/// "three phase voltages": the voltages of a set, with their number.
+/// Describes the voltages of a set with their number: "three phase voltages".
 std::string words_for(const readers::VoltageSet& set) {
   if (set.count == 1) return "only voltage";
   if (set.count == 2) return "only two voltages";
@@ -56,13 +63,12 @@ std::string words_for(const readers::VoltageSet& set) {
 }
 
 /// One of those that the record holds.
-ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice) {
-  const auto sets = sets_of_kind(record, choice);
+ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice,
+                    const std::vector<readers::VoltageSet>& sets) {
   if (sets.empty()) {
-    const bool others = !choice.line_to_line && !readers::find_line_to_line_sets(record).empty();
-    throw readers::ReadError(
-        record.file, "", "no three phase voltages found among its channels",
-        others ? "it has line-to-line voltages: --line-to-line analyses them as such" : "name them with --channels");
+    throw readers::ReadError(record.file, "",
+                             "no three phase voltages found among its channels: " + readers::channel_list(record),
+                             "name them with --channels");
   }
   if (choice.set > sets.size()) {
     throw UnknownChoice(
@@ -73,10 +79,10 @@ ChosenSet found_set(const readers::Record& record, const VoltageChoice& choice) 
   const std::size_t number = std::max<std::size_t>(choice.set, 1);
   const auto& set = sets[number - 1];
   if (!set.live) {
-    throw readers::ReadError(
-        record.file, "",
-        fmt::format("its {} {} dead: {}", words_for(set), set.count == 1 ? "is" : "are", cause_of_death(record, set)),
-        "choose others with --set or --channels; dipx info lists what there is");
+    throw readers::ReadError(record.file, "",
+                             fmt::format("its {} {} {}: {}", words_for(set), set.count == 1 ? "is" : "are",
+                                         set.alternates ? "dead" : "no waveform", cause_of_death(record, set)),
+                             "choose others with --set or --channels; dipx info lists what there is");
   }
   return {set, number, sets.size(), choice.line_to_line && !set.between_phases};
 }
@@ -97,8 +103,8 @@ void note_how_found(const readers::Record& record, const readers::VoltageSet& se
   for (std::size_t phase = 0; phase < set.count; phase++) {
     const auto& channel = record.channels[set.channels[phase]];
     if (set.between_phases && set.turned[phase]) {
-      notes.push_back(fmt::format("{} is taken with the other sign, as the voltage {}.", channel.name,
-                                  std::array{"AB", "BC", "CA"}[phase]));
+      notes.push_back(
+          fmt::format("{} is taken with the other sign, as the voltage {}.", channel.name, pairs_of_phases[phase]));
     }
     if (!set.between_phases && set.doubtful[phase]) {
       notes.push_back(
@@ -111,7 +117,21 @@ void note_how_found(const readers::Record& record, const readers::VoltageSet& se
     notes.push_back(fmt::format("That {}, {}, {} belong together is guessed from their order in the file.", name(0),
                                 name(1), name(2)));
   }
-  if (set.unit_guessed && unit(0).empty()) {
+  if (set.source == readers::PhaseSource::number) {
+    notes.push_back(
+        fmt::format("That {}, {}, {} are the phases A, B, C is guessed from their numbers (override with "
+                    "--channels).",
+                    name(0), name(1), name(2)));
+  }
+  if (set.source == readers::PhaseSource::only_three) {
+    notes.push_back(
+        fmt::format("That {}, {}, {} are the phases A, B, C is guessed, because the record has no other "
+                    "voltages; their order is that of the file (override with --channels).",
+                    name(0), name(1), name(2)));
+  }
+  if (set.unit_guessed && unit(0).empty() && set.source == readers::PhaseSource::only_three) {
+    notes.push_back(fmt::format("{}, {}, {} have no unit; V is assumed.", name(0), name(1), name(2)));
+  } else if (set.unit_guessed && unit(0).empty()) {
     notes.push_back(fmt::format("{}, {}, {} have no unit; their names are those of voltages, so V is assumed.", name(0),
                                 name(1), name(2)));
   } else if (set.unit_guessed) {
@@ -130,8 +150,8 @@ std::vector<bool> channels_to_read(const readers::Record& record, const VoltageC
   };
   if (choice.channels.empty()) {
     // All sets, as only their samples tell which are live.
-    const auto sets = sets_of_kind(record, choice);
-    std::for_each(sets.begin(), sets.end(), want);
+    const auto found = sets_of_kind(record, choice);
+    std::for_each(found.begin(), found.end(), want);
     return wanted;
   }
   try {
@@ -142,20 +162,15 @@ std::vector<bool> channels_to_read(const readers::Record& record, const VoltageC
   return wanted;
 }
 
-std::vector<std::size_t> live_sets(const readers::Record& record, const VoltageChoice& choice) {
-  std::vector<std::size_t> numbers;
-  if (!choice.channels.empty()) return numbers;
-  const auto sets = sets_of_kind(record, choice);
-  for (std::size_t i = 0; i < sets.size(); i++) {
-    if (sets[i].live) numbers.push_back(i + 1);
-  }
-  return numbers;
+std::vector<readers::VoltageSet> sets_for(const readers::Record& record, const VoltageChoice& choice) {
+  return choice.channels.empty() ? sets_of_kind(record, choice) : std::vector<readers::VoltageSet>();
 }
 
-Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice) {
+Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice,
+                            const std::vector<readers::VoltageSet>& sets) {
   Noted<ChosenSet> chosen;
   if (choice.channels.empty()) {
-    chosen.value = found_set(record, choice);
+    chosen.value = found_set(record, choice, sets);
     if (chosen.value.set.count < 3) note_few(record, chosen.value.set, chosen.notes);
   } else {
     chosen.value.set = named_set(record, choice);

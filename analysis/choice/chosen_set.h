@@ -1,4 +1,4 @@
-// Which three channels are analysed.
+// Chooses the channels that are analysed.
 #pragma once
 
 #include <cstddef>
@@ -11,20 +11,22 @@
 
 namespace analysis {
 
-/// Which channels of a record have to be read for a choice; for readers::OpenOptions.
+/// Returns the channels of a record that have to be read for a choice; for readers::OpenOptions.
 std::vector<bool> channels_to_read(const readers::Record& record, const VoltageChoice& choice);
 
 struct ChosenSet {
   readers::VoltageSet set;
   std::size_t number = 0;  ///< among `of`; 0 when the user named the channels
   std::size_t of = 0;      ///< voltage sets of this kind in the record
-  bool compute = false;    ///< voltages between phases are wanted, and these are phase voltages to compute them from
+  bool compute = false;    ///< voltages between phases are requested and have to be computed from these phase voltages
 };
 
-/// Numbers of the sets that are worth analysing, for a choice without channels; empty when the user named channels.
-std::vector<std::size_t> live_sets(const readers::Record& record, const VoltageChoice& choice);
+/// Returns the sets of the wanted kind, from which a choice selects one; none when the user named the channels.
+std::vector<readers::VoltageSet> sets_for(const readers::Record& record, const VoltageChoice& choice);
 
-/// Set 0 is the first one. Throws UnknownChoice, and readers::ReadError when there are no usable voltages.
-Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice);
+/// Set 0 is the first one. `sets` are those for the choice, whichever set it names. Throws UnknownChoice, and
+/// readers::ReadError when there are no usable voltages.
+Noted<ChosenSet> choose_set(const readers::Record& record, const VoltageChoice& choice,
+                            const std::vector<readers::VoltageSet>& sets);
 
 }  // namespace analysis

@@ -2,30 +2,36 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstddef>
 
-#include "readers/voltages/fourier.h"
+#include "readers/fourier.h"
 #include "readers/voltages/parts.h"
 
 namespace analysis {
 
 namespace {
 
-/// How much of the part's first tenth of a second, a whole number of cycles of 50 and of 60 Hz, is at a frequency.
+/// Returns the power at a frequency in the first tenth of a second of the part, which is a whole number of cycles of
+/// both 50 and 60 Hz.
 double power_at(double frequency, const readers::Channel& channel, const readers::Part& part) {
   const auto length = static_cast<std::size_t>(std::lround(part.rate / 10));
   return std::norm(
       readers::fourier_sum(channel.samples, part.begin, length, readers::rotation_of(part.rate / frequency, length)));
 }
 
-/// The line frequency that the waveform shows: 50 or 60 Hz, one having at least `clearly` times the other's power; 0
-/// when it does not tell.
+/// Returns the line frequency that the waveform shows: 50 or 60 Hz if one of them has at least `clearly` times the
+/// power of the other, otherwise 0.
 double shown_frequency(const readers::Record& record, std::size_t channel, double clearly) {
   const auto& samples = record.channels[channel];
   for (const auto& part : readers::parts_of(record)) {
     if (!(part.rate >= 60 * readers::fewest_samples_per_cycle) || static_cast<double>(part.length()) < part.rate / 10)
       continue;
+    // A channel may have no values in some parts.
+    const auto first = samples.samples.begin() + static_cast<std::ptrdiff_t>(part.begin);
+    if (std::none_of(first, first + static_cast<std::ptrdiff_t>(part.length()), readers::fits_float)) continue;
     const double fifty = power_at(50, samples, part);
     const double sixty = power_at(60, samples, part);
     if (fifty > clearly * sixty) return 50;
@@ -49,8 +55,8 @@ Noted<double> line_frequency_of(const readers::Record& record, std::size_t chann
   }
   if (shown_frequency(record, channel, 4) == 60) {
     return {60,
-            {"The file does not state the line frequency; by the waveform it is 60 Hz (--frequency tells "
-             "otherwise)."}};
+            {"The file does not state the line frequency; by the waveform it is 60 Hz (override "
+             "with --frequency)."}};
   }
   return {50, {"The file does not state the line frequency; 50 Hz is assumed (override with --frequency)."}};
 }

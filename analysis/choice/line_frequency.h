@@ -1,4 +1,4 @@
-// At which frequency the network runs.
+// Determines the line frequency of the network.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace analysis {
 
-/// The one given, or else what the file states, where the waveform of `channel` does not show another one, or else what
-/// the waveform shows; hertz. `given`: 0 where it is not.
+/// Returns the line frequency in hertz: the given one if it is not 0; otherwise the one that the file states, unless
+/// the waveform of `channel` shows another one; otherwise the one that the waveform shows.
 Noted<double> line_frequency_of(const readers::Record& record, std::size_t channel, double given);
 
 }  // namespace analysis

@@ -1,4 +1,4 @@
-// A value with what the user should know of how it came about.
+// A value together with notes for the user on how it was determined.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace analysis {
 
-/// One sentence each.
+/// Each note is one sentence.
 using Notes = std::vector<std::string>;
 
 template <typename Value>

@@ -12,10 +12,10 @@ namespace analysis {
 
 namespace {
 
-/// No grid has so high a phase voltage; where a unit makes one, it is wrong.
+/// Phase voltages above this do not occur in any network, so a unit that leads to one is wrong.
 constexpr double implausible_volts = 2e6;
 
-/// The largest RMS of the channels over the part, of the values that are there.
+/// Returns the largest RMS of the channels over the part; missing values are left out.
 double level_of(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part,
                 const std::array<double, 3>& per_unit) {
   double largest = 0;

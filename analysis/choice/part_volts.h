@@ -1,4 +1,4 @@
-// How the samples of three channels become volts.
+// Converts the samples of three channels to volts.
 #pragma once
 
 #include <array>
@@ -11,15 +11,17 @@
 namespace analysis {
 
 struct PartVolts {
-  std::array<double, 3> per_unit{};    ///< volts that one of a channel's units is; negative for a turned voltage
-  std::array<bool, 3> unit_assumed{};  ///< the channel's unit is none of voltage; its values are taken for volts
+  std::array<double, 3> per_unit{};    ///< volts per unit of each channel; negative for a voltage with reversed
+                                       ///< polarity
+  std::array<bool, 3> unit_assumed{};  ///< the channel's unit is not a unit of voltage, so its values are assumed to be
+                                       ///< volts
 };
 
-/// Where the units make voltages that no grid has, the values are taken for volts. Throws readers::ReadError for units
-/// that are no voltage.
+/// If the units lead to voltages that do not occur in any network, the values are assumed to be volts. Throws
+/// readers::ReadError for units that are not units of voltage.
 Noted<PartVolts> volts_of(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part);
 
-/// Says which values are missing within the part.
+/// Returns notes on the values that are missing within the part.
 Notes notes_on_missing(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part);
 
 }  // namespace analysis

@@ -2,18 +2,24 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <span>
+#include <string>
 #include <utility>
 
 #include "analysis/choice/chosen_part.h"
-#include "analysis/choice/chosen_set.h"
-#include "analysis/choice/line_frequency.h"
 #include "analysis/choice/part_volts.h"
+#include "analysis/choice/start_up.h"
+#include "analysis/choice/voltages_between_phases.h"
 #include "analysis/refusal.h"
 
 namespace analysis {
 
 namespace {
+
+// Parts are chosen by the rate that the measuring takes.
+static_assert(readers::fewest_samples_per_cycle == measure::fewest_samples_per_cycle);
+static_assert(readers::fewest_rms_per_second == measure::fewest_rms_per_second);
 
 /// Throws Refusal when the part's rate is unknown or too low.
 void check_rate(const readers::Record& record, double rate, double line_frequency) {
@@ -29,10 +35,30 @@ void check_rate(const readers::Record& record, double rate, double line_frequenc
   }
 }
 
+/// Throws Refusal for what RMS values do not give.
+void check_rms(const readers::Record& record, bool voltages_between_phases) {
+  if (!voltages_between_phases) return;
+  throw Refusal(record.file, "it holds RMS values, from which the voltages between phases cannot be computed",
+                "leave out --line-to-line");
+}
+
+/// Says what cannot be known of RMS values.
+std::string rms_note(const AnalysedVoltages& voltages) {
+  const double step_s = 1 / voltages.part.rate;
+  const double half_cycle_s = 0.5 / voltages.line_frequency;
+  std::string note = fmt::format(
+      "The record holds RMS values, one in {:g} ms, so there are events by the standard but no types, segments, phase "
+      "jumps and points on wave; times are those of the values.",
+      std::round(1e6 * step_s) / 1e3);
+  if (step_s > 1.01 * half_cycle_s) note += " Dips shorter than that are missed or appear less deep.";
+  return note;
+}
+
 measure::Waveform waveform_of(const readers::Record& record, const readers::VoltageSet& set, const readers::Part& part,
                               const PartVolts& volts, double line_frequency) {
   measure::Waveform waveform;
   waveform.rate = part.rate;
+  waveform.holds_rms = set.rms;
   waveform.line_frequency = line_frequency;
   for (std::size_t phase = 0; phase < set.count; phase++) {
     const readers::Channel& channel = record.channels[set.channels[phase]];
@@ -42,31 +68,27 @@ measure::Waveform waveform_of(const readers::Record& record, const readers::Volt
   return waveform;
 }
 
-/// Replaces phase voltages by the voltages between them.
-void make_line_voltages(MeasuredWaveform& measured) {
-  const measure::Waveform phases = measured.waveform;
-  for (std::size_t pair = 0; pair < 3; pair++) {
-    const std::size_t other = (pair + 1) % 3;
-    auto& volts = measured.computed[pair];
-    volts.resize(phases.length());
-    for (std::size_t i = 0; i < volts.size(); i++) volts[i] = phases.volts(pair, i) - phases.volts(other, i);
-    measured.waveform.phases[pair] = {volts, 1, (phases.phases[pair].skew + phases.phases[other].skew) / 2};
-  }
-}
-
-/// Where two voltages between phases are recorded, the third closes the triangle.
-void close_triangle(MeasuredWaveform& measured) {
-  const measure::Waveform two = measured.waveform;
-  auto& volts = measured.computed[2];
-  volts.resize(two.length());
-  for (std::size_t i = 0; i < volts.size(); i++) volts[i] = -two.volts(0, i) - two.volts(1, i);
-  measured.waveform.phases.push_back({volts, 1, (two.phases[0].skew + two.phases[1].skew) / 2});
+/// Begins the part after the start-up of the recorder, if there is one.
+Notes leave_out_start_up(PickedVoltages& picked) {
+  measure::Waveform& waveform = picked.measured.waveform;
+  const std::size_t samples = start_up_of(waveform);
+  if (samples == 0) return {};
+  readers::Part& part = picked.voltages.part;
+  const double begin_s = part.start;
+  part.begin += samples;
+  part.start += static_cast<double>(samples) / part.rate;
+  for (measure::Phase& phase : waveform.phases) phase.samples = phase.samples.subspan(samples);
+  return {fmt::format(
+      "The voltages rise from nothing in the first {:.4f} s, as they do while the filter of a recorder starts up, so "
+      "they are analysed from {:.4f} s on (override with --from {:g}).",
+      part.start - begin_s, part.start, begin_s)};
 }
 
 }  // namespace
 
-PickedVoltages pick_voltages(const readers::Record& record, const VoltageChoice& choice) {
+PickedVoltages pick_voltages(const readers::Record& record, const VoltageSource& source, std::size_t part) {
   PickedVoltages picked;
+  picked.notes = source.notes;
   AnalysedVoltages& voltages = picked.voltages;
   const auto note = [&](const Notes& notes) { picked.notes.insert(picked.notes.end(), notes.begin(), notes.end()); };
   const auto noted = [&](auto result) {
@@ -74,24 +96,31 @@ PickedVoltages pick_voltages(const readers::Record& record, const VoltageChoice&
     return std::move(result.value);
   };
 
-  const auto [set, set_number, sets, compute] = noted(choose_set(record, choice));
+  const auto& [set, set_number, sets, compute] = source.chosen;
   voltages.channels = set.channels;
   voltages.phases = set.count;
   voltages.between_phases = set.between_phases || compute;
   voltages.computed = compute;
   voltages.set = set_number;
   voltages.sets = sets;
-  voltages.line_frequency = noted(line_frequency_of(record, set.channels[0], choice.line_frequency));
-  const auto chosen = noted(choose_part(record, set.channels, voltages.line_frequency, choice.part));
+  voltages.line_frequency = source.line_frequency;
+  const auto chosen = noted(choose_part(record, set.channels, source.parts, source.line_frequency, part));
   voltages.part = chosen.part;
   voltages.part_number = chosen.number;
   voltages.parts = chosen.of;
-  check_rate(record, voltages.part.rate, voltages.line_frequency);
+  voltages.rms = set.rms;
+  if (set.rms) {
+    check_rms(record, compute);
+    picked.notes.push_back(rms_note(voltages));
+  } else {
+    check_rate(record, voltages.part.rate, voltages.line_frequency);
+  }
 
   const PartVolts volts = noted(volts_of(record, set, voltages.part));
   voltages.unit_assumed = volts.unit_assumed;
   note(notes_on_missing(record, set, voltages.part));
   picked.measured.waveform = waveform_of(record, set, voltages.part, volts, voltages.line_frequency);
+  if (!record.stretch) note(leave_out_start_up(picked));
   if (compute) make_line_voltages(picked.measured);
   if (set.between_phases && set.count == 2) {
     close_triangle(picked.measured);

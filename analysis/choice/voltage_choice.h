@@ -1,4 +1,4 @@
-// What the user chose of a record.
+// The user's choice of voltages in a record.
 #pragma once
 
 #include <cstddef>

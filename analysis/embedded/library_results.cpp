@@ -33,7 +33,7 @@ constexpr double standard_level = 100 / std::numbers::sqrt3;
 /// Rates so near to a whole number of samples per cycle count as whole; the line's own frequency varies by more.
 constexpr double whole_tolerance = 1e-4;
 
-/// A waveform that the library takes, or why it does not.
+/// A waveform that the library accepts, or the reason for which it does not.
 struct Prepared {
   std::string refusal;
   int samples_per_cycle = 0;
@@ -108,18 +108,13 @@ std::string words_for(sagx::DipOutcome outcome) {
   return "not reached";
 }
 
-/// The library keeps a jump in one of two lists, by its sign.
+/// The library stores a jump in one of two lists, depending on its sign.
 double jump(float ahead, float behind) {
   return static_cast<double>(ahead) + static_cast<double>(behind);
 }
 
 std::size_t position(int sample, std::size_t length) {
   return std::min(static_cast<std::size_t>(std::max(sample, 0)), length);
-}
-
-/// Long windows are divided by the RMS alone.
-bool is_long(const sagx::Dip& dip) {
-  return dip.long_window;
 }
 
 ResultSegment segment_of(const dq_dipx_struct& result, int s, bool long_window, double factor, std::size_t length) {
@@ -152,9 +147,10 @@ ResultDip dip_of(const dq_dipx_struct& result, const sagx::Dip& dip, int number,
   shown.point_on_wave_degrees = {result.POW_a, result.POW_b, result.POW_c};
   shown.fastest_change_v_per_s = {result.Voltagechange_Va, result.Voltagechange_Vb, result.Voltagechange_Vc};
   for (double& change : shown.fastest_change_v_per_s) change /= factor;
-  const int segments = is_long(dip) ? result.min_num : result.u_min_num;
+  // Long windows are divided by the RMS alone.
+  const int segments = dip.long_window ? result.min_num : result.u_min_num;
   for (int s = 0; s < segments; s++) {
-    shown.segments.push_back(segment_of(result, s, is_long(dip), factor, length));
+    shown.segments.push_back(segment_of(result, s, dip.long_window, factor, length));
   }
   return shown;
 }

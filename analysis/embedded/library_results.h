@@ -1,4 +1,4 @@
-// What a host of the library would get for a record: the library's own results, as they are.
+// The results that a host of the library would get for a record, unchanged.
 #pragma once
 
 #include <array>
@@ -25,7 +25,7 @@ struct ResultSegment {
 struct ResultDip {
   std::size_t begin = 0;  ///< first sample below the threshold
   std::size_t end = 0;    ///< first sample back at it
-  std::string outcome;    ///< "analysed", or why the library measured no more of it
+  std::string outcome;    ///< "analysed", or the reason for which the library did not measure it completely
   double duration_s = 0;  ///< at 20 ms per cycle; 0 unless it was analysed
   std::array<double, 3> point_on_wave_degrees{};
   std::array<double, 3> fastest_change_v_per_s{};
@@ -33,20 +33,21 @@ struct ResultDip {
 };
 
 struct Results {
-  std::string refusal;   ///< one clause: why the library does not take the record; empty when it does
-  double factor = 1;     ///< what the samples were multiplied by; voltages here are the record's own again
+  std::string refusal;   ///< a clause with the reason for which the library refuses the record; empty if it accepts it
+  double factor = 1;     ///< factor by which the samples were multiplied; voltages here are in the record's own scale
+                         ///< again
   double nominal_v = 0;  ///< RMS of the lowest phase over the first two cycles
   double threshold_v = 0;
-  std::optional<std::size_t> unfinished_dip;  ///< first sample of a dip that goes on at the record's end
+  std::optional<std::size_t> unfinished_dip;  ///< first sample of a dip that continues past the record's end
   std::vector<ResultDip> dips;
 };
 
-/// Runs the library once over the whole waveform. A waveform that it does not take gives a refusal.
+/// Runs the library once over the whole waveform. If the library refuses the waveform, the result has a refusal.
 Results results_of(Waveform waveform, double samples_per_cycle);
 
-/// The report that the library writes of a whole record, at a level that it takes. Throws std::invalid_argument with
-/// the reason when the library does not take the record, and std::runtime_error when it could not write all of the
-/// report.
+/// Returns the report that the library writes of a whole record, scaled to a level that it accepts. Throws
+/// std::invalid_argument with the reason if the library refuses the record, and std::runtime_error if it could not
+/// write the whole report.
 std::string report_of(Waveform waveform, double samples_per_cycle);
 
 }  // namespace analysis::embedded

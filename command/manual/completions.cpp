@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* origin = "made from the option tables of dipx " DIPX_VERSION;
 
-/// One word for bash and zsh, whatever is in it.
+/// Quotes any text as one word for bash and zsh.
 std::string shell_word(const std::string& text) {
   std::string word = "'";
   for (const char character : text) {
@@ -48,8 +48,12 @@ std::string bash_values(const OptionRow& row) {
   return row.choices.empty() ? ":" : bash_words(joined(row.choices, " "));
 }
 
-std::string bash_command(const CommandTable& table) {
-  std::string script = fmt::format("    {})\n      case $previous in\n", joined(table.words, "|"));
+/// Offers the options and files of a command, and the commands within it. `outer` is the name of the command around it
+/// with a blank, or empty.
+std::string bash_command(const CommandTable& table, const std::string& outer) {
+  std::vector<std::string> names;
+  for (const auto& word : table.words) names.push_back(outer.empty() ? word : "'" + outer + word + "'");
+  std::string script = fmt::format("    {})\n      case $previous in\n", joined(names, "|"));
   std::string positional;
   for (const auto& row : table.options) {
     if (row.positional) {
@@ -59,13 +63,28 @@ std::string bash_command(const CommandTable& table) {
     }
   }
   script += fmt::format("      esac\n      if [[ $current == -* ]]; then {}\n", bash_words(option_names(table)));
+  if (!table.commands.empty()) positional = bash_words(all_words(table));
   if (!positional.empty()) script += fmt::format("      else {}\n", positional);
-  return script + "      fi ;;\n";
+  script += "      fi ;;\n";
+  for (const auto& command : table.commands) script += bash_command(command, table.words.front() + " ");
+  return script;
+}
+
+/// Finds the command, and the command within it, among the words before the current one.
+std::string bash_search(const CommandTable& all) {
+  std::string script = "    case $command in\n";
+  script += fmt::format("      '') case \" {} \" in *\" $word \"*) command=$word ;; esac ;;\n", all_words(all));
+  for (const auto& command : all.commands) {
+    if (command.commands.empty()) continue;
+    script += fmt::format("      {0}) case \" {1} \" in *\" $word \"*) command=\"{0} $word\" ;; esac ;;\n",
+                          command.words.front(), all_words(command));
+  }
+  return script + "    esac\n";
 }
 
 // --- zsh ---
 
-/// A description inside [...], where brackets and colons would end it.
+/// Escapes a description inside [...], where brackets and colons would end it.
 std::string zsh_text(const std::string& text) {
   std::string inert;
   for (const char character : text) {
@@ -81,12 +100,17 @@ std::string zsh_values(const OptionRow& row) {
   return row.choices.empty() ? value + " " : value + "(" + joined(row.choices, " ") + ")";
 }
 
-std::string zsh_option(const OptionRow& row) {
-  if (row.positional) return shell_word((row.required ? "1" : "1:") + zsh_values(row));
+/// `place` counts the positional arguments of the command.
+std::string zsh_option(const OptionRow& row, std::size_t& place) {
+  if (row.positional) {
+    place++;
+    if (row.repeated) return shell_word("*" + zsh_values(row));
+    return shell_word(fmt::format("{}{}", place, row.required ? "" : ":") + zsh_values(row));
+  }
   std::vector<std::string> arguments;
   for (const auto& name : row.names) {
     std::string argument = "(" + joined(row.names, " ") + ")" + name;
-    // --option=VALUE and -oVALUE too.
+    // --option=VALUE and -oVALUE are completed too.
     if (!row.value.empty()) argument += name[1] == '-' ? "=" : "+";
     argument += "[" + zsh_text(row.description) + "]";
     if (!row.value.empty()) argument += zsh_values(row);
@@ -95,9 +119,39 @@ std::string zsh_option(const OptionRow& row) {
   return joined(arguments, " ");
 }
 
+std::string zsh_options(const CommandTable& table) {
+  std::string script;
+  std::size_t place = 0;
+  for (const auto& row : table.options) script += " \\\n            " + zsh_option(row, place);
+  return script;
+}
+
+/// Lists commands with their descriptions, for _describe.
+std::string zsh_list(const CommandTable& table) {
+  std::string script;
+  for (const auto& command : table.commands) {
+    for (const auto& word : command.words) {
+      script += "    " + shell_word(word + ":" + zsh_text(command.description)) + "\n";
+    }
+  }
+  return script;
+}
+
+/// Completes the arguments of a command, and those of the commands within it.
+std::string zsh_command(const CommandTable& table) {
+  std::string script = fmt::format("        {})\n          _arguments", joined(table.words, "|"));
+  if (table.commands.empty()) return script + zsh_options(table) + " ;;\n";
+  script += " -C" + zsh_options(table) + " \\\n            '1:command:->inner' '*::argument:->inner_argument'\n";
+  script += "          local -a inner=(\n" + zsh_list(table) + "          )\n";
+  script += "          case $state in\n            inner) _describe command inner ;;\n";
+  script += "            inner_argument)\n          case $words[1] in\n";
+  for (const auto& command : table.commands) script += zsh_command(command);
+  return script + "          esac ;;\n          esac ;;\n";
+}
+
 // --- fish ---
 
-/// One word for fish, which knows \' inside quotation marks.
+/// Quotes any text as one word for fish, which accepts \' inside quotation marks.
 std::string fish_word(const std::string& text) {
   std::string word = "'";
   for (const char character : text) {
@@ -131,6 +185,18 @@ std::string fish_options(const CommandTable& table, const std::string& condition
   return script;
 }
 
+/// Offers the names of commands.
+std::string fish_commands(const CommandTable& table, const std::string& condition) {
+  std::string script;
+  for (const auto& command : table.commands) {
+    for (const auto& word : command.words) {
+      script += fmt::format("complete -c dipx -n {} -a {} -d {}\n", fish_word(condition), word,
+                            fish_word(command.description));
+    }
+  }
+  return script;
+}
+
 }  // namespace
 
 std::string bash_completion(const CommandTable& all) {
@@ -144,10 +210,10 @@ std::string bash_completion(const CommandTable& all) {
       "  elif [[ $previous == = ]]; then previous=${COMP_WORDS[COMP_CWORD - 2]}\n"
       "  fi\n"
       "  for word in \"${COMP_WORDS[@]:1:COMP_CWORD - 1}\"; do\n";
-  script += fmt::format("    case \" {} \" in *\" $word \"*) command=$word; break ;; esac\n", all_words(all));
+  script += bash_search(all);
   script += "  done\n  case $command in\n";
   script += fmt::format("    '') {} ;;\n", bash_words(all_words(all) + " " + option_names(all)));
-  for (const auto& command : all.commands) script += bash_command(command);
+  for (const auto& command : all.commands) script += bash_command(command, "");
   return script + "  esac\n}\ncomplete -F _dipx dipx\n";
 }
 
@@ -158,38 +224,35 @@ std::string zsh_completion(const CommandTable& all) {
       "  local context state state_descr line curcontext=$curcontext\n"
       "  typeset -A opt_args\n"
       "  local -a commands=(\n";
-  for (const auto& command : all.commands) {
-    for (const auto& word : command.words) {
-      script += "    " + shell_word(word + ":" + zsh_text(command.description)) + "\n";
-    }
-  }
+  script += zsh_list(all);
   script += "  )\n  _arguments -C \\\n";
-  for (const auto& row : all.options) script += "    " + zsh_option(row) + " \\\n";
+  std::size_t place = 0;
+  for (const auto& row : all.options) script += "    " + zsh_option(row, place) + " \\\n";
   script +=
       "    '1:command:->command' '*::argument:->argument'\n"
       "  case $state in\n"
       "    command) _describe command commands ;;\n"
       "    argument)\n"
       "      case $words[1] in\n";
-  for (const auto& command : all.commands) {
-    script += fmt::format("        {})\n          _arguments", joined(command.words, "|"));
-    for (const auto& row : command.options) script += " \\\n            " + zsh_option(row);
-    script += " ;;\n";
-  }
+  for (const auto& command : all.commands) script += zsh_command(command);
   return script + "      esac ;;\n  esac\n}\n_dipx \"$@\"\n";
 }
 
 std::string fish_completion(const CommandTable& all) {
   std::string script = fmt::format("# fish completion for dipx, {}\n", origin);
   script += fish_options(all, "__fish_use_subcommand");
+  script += fish_commands(all, "__fish_use_subcommand");
   for (const auto& command : all.commands) {
-    for (const auto& word : command.words) {
-      script +=
-          fmt::format("complete -c dipx -n __fish_use_subcommand -a {} -d {}\n", word, fish_word(command.description));
+    const std::string inside = "__fish_seen_subcommand_from " + joined(command.words, " ");
+    if (command.commands.empty()) {
+      script += fish_options(command, inside);
+      continue;
     }
-  }
-  for (const auto& command : all.commands) {
-    script += fish_options(command, "__fish_seen_subcommand_from " + joined(command.words, " "));
+    const std::string first = inside + "; and not __fish_seen_subcommand_from " + all_words(command);
+    script += fish_options(command, first) + fish_commands(command, first);
+    for (const auto& inner : command.commands) {
+      script += fish_options(inner, inside + "; and __fish_seen_subcommand_from " + joined(inner.words, " "));
+    }
   }
   return script;
 }

@@ -1,4 +1,4 @@
-// Completions for shells out of the option tables.
+// Generates completions for shells from the option tables.
 #pragma once
 
 #include <string>

@@ -11,6 +11,17 @@
 
 using namespace command::manual;
 
+namespace {
+
+/// Writes the page of a command and those of the commands within it.
+void write_pages(const CommandTable& table, const CommandTable& all, const std::string& folder,
+                 const std::string& date) {
+  files::write_whole(folder + "/" + page_name(table) + ".1", manual_page(table, all, date));
+  for (const auto& command : table.commands) write_pages(command, all, folder, date);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   if (argc != 3) {
     std::fputs("usage: dipx_manual_writer FOLDER DATE\n", stderr);
@@ -20,10 +31,7 @@ int main(int argc, char** argv) {
   const std::string date = argv[2];
   try {
     const CommandTable all = command_table();
-    files::write_whole(folder + "/dipx.1", manual_page(all, all, date));
-    for (const auto& command : all.commands) {
-      files::write_whole(folder + "/" + page_name(command) + ".1", manual_page(command, all, date));
-    }
+    write_pages(all, all, folder, date);
     files::write_whole(folder + "/dipx.bash", bash_completion(all));
     files::write_whole(folder + "/_dipx", zsh_completion(all));
     files::write_whole(folder + "/dipx.fish", fish_completion(all));

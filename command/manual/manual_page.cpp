@@ -10,7 +10,7 @@ namespace command::manual {
 
 namespace {
 
-/// Text in which no character is an instruction, and hyphens can be copied into a shell.
+/// Escapes text so that no character is an instruction and hyphens can be copied into a shell.
 std::string inert(const std::string& text) {
   std::string roff;
   for (const char character : text) {
@@ -25,7 +25,7 @@ std::string inert(const std::string& text) {
   return roff;
 }
 
-/// Whole lines, none of which can be taken for a request.
+/// Writes whole lines so that none of them is mistaken for a request.
 std::string lines(const std::string& text) {
   std::istringstream in(text);
   std::string roff;
@@ -36,7 +36,7 @@ std::string lines(const std::string& text) {
   return roff;
 }
 
-/// Paragraphs that are filled anew.
+/// Writes paragraphs that are filled again.
 std::string paragraphs(const std::string& text) {
   std::istringstream in(text);
   std::string roff;
@@ -80,7 +80,8 @@ std::string synopsis_of(const CommandTable& table) {
   synopsis += " [" + italic("OPTION") + "...]";
   for (const auto& row : table.options) {
     if (!row.positional) continue;
-    synopsis += row.required ? " " + italic(row.value) : " [" + italic(row.value) + "]";
+    const std::string value = italic(row.value) + (row.repeated ? "..." : "");
+    synopsis += row.required ? " " + value : " [" + value + "]";
   }
   return synopsis + "\n";
 }

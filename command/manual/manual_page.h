@@ -1,4 +1,4 @@
-// Manual pages (section 1, in the man macros) out of the option tables.
+// Generates manual pages (section 1, in the man macros) from the option tables.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 namespace command::manual {
 
-/// "dipx-analyse" for the page of `dipx analyse`.
+/// Returns the name of the page of `dipx analyse`: "dipx-analyse".
 std::string page_name(const CommandTable& table);
 
-/// `all`: the table of the whole command, for what stands under SEE ALSO. `date`: year-month-day of the release.
+/// `all`: the table of the whole command, for the list under SEE ALSO. `date`: year-month-day of the release.
 std::string manual_page(const CommandTable& table, const CommandTable& all, const std::string& date);
 
 }  // namespace command::manual

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "command/command_line.h"
+#include "readers/text.h"
 
 namespace command::manual {
 
@@ -21,7 +22,7 @@ std::vector<std::string> names_of(const CLI::Option& option) {
   return names;
 }
 
-/// Names of those of `chosen` that the help shows, in its order: a set of pointers has another one each time.
+/// Returns the names of the `chosen` options in the order of the help, because the order in a set of pointers varies.
 std::vector<std::string> names_among(const std::set<CLI::Option*>& chosen, const CLI::App& app) {
   std::vector<std::string> names;
   for (const CLI::Option* option : app.get_options()) {
@@ -48,7 +49,8 @@ OptionRow row_of(const CLI::Option& option, const CLI::App& app) {
   row.description = option.get_description();
   row.group = option.get_group();
   row.required = option.get_required();
-  row.takes_file = row.value == "FILE" || row.value == "RECORD";
+  row.takes_file = readers::is_one_of(row.value, {"FILE", "RECORD", "DB", "PATH", "FROM"});
+  row.repeated = row.positional && option.get_items_expected_max() > 1;
   row.choices = choices_in(row.value);
   row.needs = names_among(option.get_needs(), app);
   row.excludes = names_among(option.get_excludes(), app);
@@ -85,9 +87,14 @@ void read_footer(const std::string& footer, CommandTable& table) {
   finish();
 }
 
+/// "dipx archive add" for a command within a command.
+std::string whole_name(const CLI::App& app) {
+  return app.get_parent() == nullptr ? app.get_name() : whole_name(*app.get_parent()) + " " + app.get_name();
+}
+
 CommandTable table_of(const CLI::App& app) {
   CommandTable table;
-  table.name = app.get_parent() == nullptr ? app.get_name() : app.get_parent()->get_name() + " " + app.get_name();
+  table.name = whole_name(app);
   table.words = {app.get_name()};
   table.words.insert(table.words.end(), app.get_aliases().begin(), app.get_aliases().end());
   table.description = app.get_description();
@@ -105,8 +112,8 @@ CommandTable table_of(const CLI::App& app) {
 
 CommandTable command_table() {
   CLI::App app;
-  bool found = false;
-  add_command_line(app, found);
+  Answers answers;
+  add_command_line(app, answers);
   return table_of(app);
 }
 

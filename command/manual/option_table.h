@@ -1,4 +1,4 @@
-// What the command line knows of itself, in the order and the words of --help.
+// Tables of the subcommands and options, in the order and the words of --help.
 #pragma once
 
 #include <string>
@@ -14,16 +14,17 @@ struct OptionRow {
   bool positional = false;
   bool required = false;
   bool takes_file = false;
-  std::vector<std::string> choices;   ///< the values there are, where there are only a few
-  std::vector<std::string> needs;     ///< options that it does not go without
-  std::vector<std::string> excludes;  ///< options that it does not go with
+  bool repeated = false;              ///< a positional that may be given several times
+  std::vector<std::string> choices;   ///< the possible values, if there are only a few
+  std::vector<std::string> needs;     ///< options without which it cannot be used
+  std::vector<std::string> excludes;  ///< options with which it cannot be used
 };
 
 struct CommandTable {
   std::string name;                ///< "dipx analyse"
   std::vector<std::string> words;  ///< "analyse", "analyze"
   std::string description;
-  std::string notes;     ///< the footer but for the following two
+  std::string notes;     ///< the footer without the following two
   std::string examples;  ///< its indented lines
   std::string exit_status;
   std::vector<OptionRow> options;

@@ -1,13 +1,15 @@
-// Waveforms and RMS over one time axis, with the events in them. uPlot draws what lies in the range shown: the samples
-// themselves, or, where cycles would lie closer than they can be told apart, the envelope of each phase.
+// Draws waveforms and RMS over one time axis, with the events in them. In the visible range uPlot draws the samples, or
+// the envelope of each phase if cycles are too close to be distinguished.
 
 const narrowestCycle = 8; // pixels
+/// Each phase has its own pattern of dashes besides its colour.
+const dashes = [[], [8, 3], [2.5, 2.5], [8, 3, 2, 3]];
 const colours = () => {
   const style = getComputedStyle(document.documentElement);
   return (name) => style.getPropertyValue(`--${name}`).trim();
 };
 
-/// How many decimals a step of ticks (1, 2, 2.5 or 5 of some power of ten) has.
+/// Returns the number of decimals of a distance between ticks (1, 2, 2.5 or 5 times a power of ten).
 function decimals(step) {
   let count = 0;
   while (Math.abs(step * 10 ** count - Math.round(step * 10 ** count)) > 1e-6 && count < 9) count++;
@@ -16,20 +18,34 @@ function decimals(step) {
 
 const charts = {
   shown: [recordStart, recordEnd],
-  event: null, // the one that was chosen last; its reference and thresholds apply
+  event: null, // the event that was chosen last; its reference and thresholds apply
   plots: [],
+  currentsPlot: null,
+  derivedPlot: null,
   narrow: false,
+  most: Infinity, // the width of the paper, pixels
+  withOthers: false, // whether currents and digital channels are shown
 
-  /// Draws both plots anew, in the colours and the width of now.
+  /// Draws both plots again in the current colours and width.
   build(width) {
     for (const plot of this.plots) plot.destroy();
     this.narrow = width < 560;
     this.colour = colours();
     this.plots = [this.wavePlot(width), this.rmsPlot(width)];
+    document.getElementById("currents").hidden = !this.withOthers || currents === null;
+    this.currentsPlot = this.withOthers && currents !== null ? this.currentPlot(width) : null;
+    this.derivedPlot = derived.plot(width);
+    this.plots.push(...[this.currentsPlot, this.derivedPlot].filter((plot) => plot !== null));
     this.show(...this.shown);
   },
 
-  /// Makes a part of the record the one shown, a quarter of a cycle at least.
+  /// Shows the currents and the digital channels, or hides them. They are hidden at first.
+  toggleOthers(shown) {
+    this.withOthers = shown;
+    this.build(width());
+  },
+
+  /// Shows a part of the record, at least a quarter of a cycle.
   show(from, to) {
     const least = cycle / rate / 4;
     const span = Math.min(Math.max(to - from, least), recordEnd - recordStart);
@@ -51,6 +67,14 @@ const charts = {
   showEvent(event) {
     this.event = event;
     this.show(...samples.views[event.number - 1]);
+    cursor.rest(event);
+  },
+
+  /// Shows the event after or before the one that was chosen last.
+  nextEvent(by) {
+    if (events.length === 0) return;
+    const at = this.event === null ? (by > 0 ? -1 : 0) : this.event.number - 1;
+    this.showEvent(events[(at + by + events.length) % events.length]);
   },
 
   /// What the RMS is per cent of, volts.
@@ -62,26 +86,40 @@ const charts = {
   draw() {
     const [from, to] = this.shown;
     const width = this.plots[0].bbox.width / devicePixelRatio;
-    const cycles = ((to - from) * rate) / cycle;
-    const waveform = waveBetween(from, to);
-    let waves;
-    if (width / cycles < narrowestCycle) {
-      waves = envelope(waveform, from, to, Math.floor(width / 2), Math.max(1, Math.round(cycle / waveform.step)));
-    } else {
-      const [times, ...curves] = raw(waveform, from, to);
-      const none = new Array(times.length).fill(null); // a curve needs no second edge
-      waves = [times, ...curves.flatMap((one) => [one, none])];
-    }
-    const level = rmsBetween(from, to);
-    const points = ((to - from) * rate) / level.step;
-    const levels = points > 4 * width ? this.thinned(envelope(level, from, to, Math.floor(width), 1)) : raw(level, from, to);
+    const waves = this.waveform(wave, from, to, width);
+    const levels = this.levels(from, to, width);
     this.rmsRange = this.rangeOf(levels);
-    for (const [plot, data] of [[this.plots[0], waves], [this.plots[1], levels]]) {
+    const contents = [[this.plots[0], waves], [this.plots[1], levels]];
+    if (this.currentsPlot !== null) contents.push([this.currentsPlot, this.waveform(currents, from, to, width)]);
+    if (this.derivedPlot !== null) contents.push([this.derivedPlot, derived.curves(from, to, width)]);
+    for (const [plot, data] of contents) {
       plot.batch(() => {
         plot.setData(data, false);
         plot.setScale("x", { min: from, max: to });
       });
     }
+    drawBand(this.plots[0], from, to);
+    drawDigitals(this.plots[0], from, to);
+    cursor.follow();
+    address.follow();
+  },
+
+  /// Waveforms between two times, or their envelopes if cycles are too close to be distinguished or the page does not
+  /// hold every sample.
+  waveform(waveform, from, to, width) {
+    const dense = (width * cycle) / ((to - from) * rate) < narrowestCycle;
+    const piece = pieceOver(waveform, from, to);
+    if (dense || !piece) return envelope(waveform, from, to, Math.floor(width / 2), dense ? Math.max(1, Math.round(cycle)) : 1);
+    const [times, ...curves] = raw(waveform, piece, from, to);
+    const none = new Array(times.length).fill(null); // a curve needs no second edge
+    return [times, ...curves.flatMap((one) => [one, none])];
+  },
+
+  /// The RMS of each phase between two times.
+  levels(from, to, width) {
+    const piece = pieceOver(rms, from, to);
+    const few = (to - from) * rate <= 4 * width;
+    return piece && few ? raw(rms, piece, from, to) : this.thinned(envelope(rms, from, to, Math.floor(width), 1));
   },
 
   /// The RMS from zero for voltages that fall. Swells and rapid changes are a small share of the voltage, which zero
@@ -89,9 +127,8 @@ const charts = {
   rangeOf([, ...levels]) {
     const full = this.reference();
     if (!["swell", "rapid_voltage_change"].includes(this.event?.kind)) {
-      let most = 0;
-      for (const phase of rms.values) for (const value of phase) if (value > most) most = value;
-      return [0, Math.max(1.05 * full, 1.04 * most * rms.scale)];
+      // The threshold of swells is seen beside that of dips.
+      return [0, Math.max((1.03 * full * found.parameters.swell_threshold_percent) / 100, 1.04 * peakOf(rms))];
     }
     let low = full;
     let high = full;
@@ -145,37 +182,45 @@ const charts = {
       hooks: {
         // Over the grid, which would hide lines at its ticks.
         drawAxes: [(u) => this.drawEvents(u, more.named)],
-        draw: [(u) => more.draw?.(u)],
+        draw: [(u) => more.draw?.(u), (u) => cursor.drawMarkers(u)],
         setSelect: [(u) => this.zoomToSelection(u)],
-        setCursor: [(u) => this.read(u)],
+        setCursor: [(u) => u === this.plots[0] && cursor.moved(u)],
       },
     };
     return plot;
   },
 
   wavePlot(width) {
-    let peak = 0;
-    for (const phase of wave.values) for (const value of phase) if (value !== missing && Math.abs(value) > peak) peak = Math.abs(value);
-    peak = peak * wave.scale * 1.08 || 1;
-    const [factor, unit] = peak >= 1e6 ? [1e6, "MV"] : peak >= 1e3 ? [1e3, "kV"] : peak >= 1 ? [1, "V"] : [1e-3, "mV"];
-    const series = phases.flatMap((phase) =>
-      [0, 1].map(() => ({ stroke: this.colour(phase), width: 1.25, pxAlign: 0, points: { show: false } })),
+    return this.waveformPlot(width, wave, phases, "u", "V", "wave", (u) => derived.drawFit(u));
+  },
+
+  currentPlot(width) {
+    return this.waveformPlot(width, currents, ["a", "b", "c", "faint"], "i", "A", "currents");
+  },
+
+  /// A plot of waveforms in `colours_`, with the symbol and the unit of their quantity.
+  waveformPlot(width, waveform, colours_, symbol, unit, place, draw = () => {}) {
+    const values = waveform.pieces[0]?.values ?? waveform.blocks.highest;
+    const peak = peakOf(waveform) * 1.08 || 1;
+    const [factor, prefix] = peak >= 1e6 ? [1e6, "M"] : peak >= 1e3 ? [1e3, "k"] : peak >= 1 ? [1, ""] : [1e-3, "m"];
+    const series = values.flatMap((_, i) =>
+      [0, 1].map(() => ({ stroke: this.colour(colours_[i]), width: 1.5, dash: dashes[i], pxAlign: 0, points: { show: false } })),
     );
-    const bands = phases.map((phase, i) => ({ series: [2 * i + 1, 2 * i + 2], fill: this.colour(phase) + "1f" }));
+    const bands = values.map((_, i) => ({ series: [2 * i + 1, 2 * i + 2], fill: this.colour(colours_[i]) + "1f" }));
     const options = this.options(width, this.narrow ? 200 : 260, {
       range: () => [-peak, peak],
-      label: `u (${unit})`,
+      label: `${symbol} (${prefix}${unit})`,
       axis: { values: (_, ticks) => ticks.map((tick) => String(+(tick / factor).toPrecision(6)).replace("-", "−")) },
       series,
       bands,
+      draw,
       named: true,
     });
-    return new uPlot(options, [[recordStart, recordEnd], ...series.map(() => [0, 0])], document.getElementById("wave"));
+    return new uPlot(options, [[recordStart, recordEnd], ...series.map(() => [0, 0])], document.getElementById(place));
   },
 
   rmsPlot(width) {
     this.rmsRange = [0, 1.05 * this.reference()];
-    const dashes = [[], [7, 3], [2, 3]];
     const series = phases.map((phase, i) => ({
       stroke: this.colour(phase),
       width: 1.75,
@@ -217,9 +262,7 @@ const charts = {
       level("dip", parameters.dip_threshold_percent, false);
       level("interruption", parameters.interruption_threshold_percent, true);
     }
-    if (kind === "swell" || (kind === "" && events.some((event) => event.kind === "swell"))) {
-      level("swell", parameters.swell_threshold_percent, false);
-    }
+    if (kind !== "rapid_voltage_change") level("swell", parameters.swell_threshold_percent, false);
     for (const event of this.drawnEvents()) {
       for (const segment of event.course?.segments ?? []) this.drawSteps(u, segment);
     }
@@ -268,7 +311,7 @@ const charts = {
     ctx.textAlign = "right";
     ctx.textBaseline = above ? "bottom" : "top";
     const place = [bbox.left + bbox.width - 4 * devicePixelRatio, y + (above ? -2 : 3) * devicePixelRatio];
-    // Readable where curves pass behind it.
+    // The background keeps the text readable over curves.
     ctx.setLineDash([]);
     ctx.lineWidth = 4 * devicePixelRatio;
     ctx.lineJoin = "round";
@@ -303,7 +346,7 @@ const charts = {
     ctx.restore();
   },
 
-  /// The chosen event and those that do not overlap it; all of them, dips first, while none is chosen.
+  /// Returns the chosen event and those that do not overlap it, or all events, dips first, if none is chosen.
   drawnEvents() {
     const chosen = this.event;
     if (chosen === null) return [...events].sort((one, other) => Boolean(other.course) - Boolean(one.course));
@@ -311,7 +354,7 @@ const charts = {
     return events.filter((event) => event === chosen || event.start.time_s > end(chosen) || end(event) < chosen.start.time_s);
   },
 
-  /// A dip's segments and transitions. What is abrupt has a line where it begins, what is gradual is hatched.
+  /// Draws a dip's segments and transitions. An abrupt transition is a line at its beginning; gradual ones are hatched.
   drawCourse(ctx, bbox, event, across, visible, named) {
     for (const segment of event.course.segments) {
       if (!visible(segment.start_s, segment.end_s ?? recordEnd)) continue;
@@ -383,7 +426,7 @@ const charts = {
     this.label(ctx, [`${short}  ${segmentWords(segment)}${level}`, `${short}${level}`, short], left, right, bbox);
   },
 
-  /// The first of some words that has room between two places, above the frame.
+  /// Returns the first of several texts that fits between two places above the frame.
   label(ctx, words, left, right, bbox) {
     const fitting = words.find((text) => ctx.measureText(text).width < right - left) ?? words.at(-1);
     const half = ctx.measureText(fitting).width / 2;
@@ -412,20 +455,5 @@ const charts = {
     const [from, to] = this.shown;
     const by = Math.min(Math.max((to - from) * share, recordStart - from), recordEnd - to);
     this.show(from + by, to + by);
-  },
-
-  /// Under the cursor: the time and what each phase has there.
-  read(u) {
-    const { left } = u.cursor;
-    if (left === null || left < 0) return;
-    const at = u.posToVal(left, "x");
-    const words = (value) => (value === null ? "missing" : volts(value));
-    const parts = voltages.map((voltage, phase) => {
-      const level = valueAt(rmsBetween(...this.shown), phase, at);
-      const share = level === null ? "" : ` (${percent((100 * level) / this.reference())})`;
-      return `${voltage.name ?? voltage.phase} ${words(valueAt(waveBetween(...this.shown), phase, at))}, RMS ${words(level)}${share}`;
-    });
-    const clock = clockAt(at);
-    document.getElementById("readout").textContent = `${time(at)}${clock === null ? "" : ` (${clock.clock})`}: ${parts.join("; ")}`;
   },
 };

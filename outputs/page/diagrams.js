@@ -1,4 +1,4 @@
-// Phasors before and during a dip, and the events on the voltage-tolerance curves.
+// Draws phasors before and during a dip, and the events on the voltage-tolerance curves.
 
 /// Phasors as [per cent, degrees]; `ghosts` are drawn faintly beneath.
 function phasorDiagram(phasors, ghosts, reach) {
@@ -34,8 +34,8 @@ function phasorDiagram(phasors, ghosts, reach) {
   return svg;
 }
 
-/// A dip's diagrams: before it, and of each segment. Per cent are of the highest voltage before it. A phase without a
-/// phase jump has next to no voltage; it is drawn at its angle before.
+/// Draws the diagrams of a dip: one before it, and one for each segment. Percentages refer to the highest voltage
+/// before it. A phase without a phase jump has almost no voltage; it is drawn at its angle before.
 function phasorFigures(course) {
   const levels = course.level_before.voltage.slice(0, voltages.length);
   const full = Math.max(...levels.map(({ voltage_v }) => voltage_v)) || 1;
@@ -56,22 +56,45 @@ function phasorFigures(course) {
   return figures;
 }
 
-/// Events that the curves and the table of EN 50160 are for.
+/// Returns the events that are judged by curves, and of them those that the table of EN 50160 has.
 const judged = events.filter((event) => event.voltage_tolerance !== undefined && event.extreme.percent !== null);
+const swellsJudged = events.filter((event) => event.kind === "swell" && event.extreme.percent !== null && samples.tolerance.some((curve_) => curve_.for_swells));
 
-/// Residual voltage over duration, with the curves and the events.
+/// Returns the events at a load beyond transformers, with the shape of their marks and the voltages that they are of.
+function eventsOfLoad() {
+  if (!found.at_load) return [];
+  const kinds = [["phase_voltages", "square", "to neutral"], ["line_voltages", "diamond", "between phases"]];
+  return kinds.flatMap(([kind, shape, words]) =>
+    found.at_load[kind].events
+      .filter((event) => event.duration_s !== null && event.extreme?.percent != null)
+      .map((event) => ({ event, shape, words: `the load's voltages ${words}` })));
+}
+
+/// Draws a mark of a shape round a place.
+function markOf(shape, [x, y], attributes, ...children) {
+  if (shape === "circle") return drawn("circle", { ...attributes, cx: x, cy: y, r: 8 }, ...children);
+  const d = shape === "square" ? `M${x - 7} ${y - 7}h14v14h-14Z` : `M${x} ${y - 10}l10 10l-10 10l-10 -10Z`;
+  return drawn("path", { ...attributes, d }, ...children);
+}
+
+/// Curves differ by their dashes as well as by their colours.
+const classOfCurve = (i) => `curve curve${i % 8}`;
+
+/// Residual voltage over duration, with the curves and the events. If swells are judged, it reaches up to them.
 function toleranceDiagram(width) {
-  const height = Math.round(Math.min(380, Math.max(250, width * 0.5)));
+  const height = Math.round(Math.min(charts.most < Infinity ? 260 : 380, Math.max(250, width * 0.5)));
   const frame = { left: 44, right: width - 8, top: 10, bottom: height - 42 };
   const [shortest, longest] = [1e-3, 100];
+  const highest = swellsJudged.length > 0 ? 140 : 100;
   const x = (seconds) => {
     const share = Math.log(Math.min(Math.max(seconds, shortest), longest) / shortest) / Math.log(longest / shortest);
     return frame.left + share * (frame.right - frame.left);
   };
-  const y = (percents) => frame.bottom - (Math.min(Math.max(percents, 0), 100) / 100) * (frame.bottom - frame.top);
-  const svg = drawn("svg", { width, height, role: "img", "aria-label": "Events on the ITIC and SEMI F47 curves" });
+  const y = (percents) => frame.bottom - (Math.min(Math.max(percents, 0), highest) / highest) * (frame.bottom - frame.top);
+  const label = `Events on ${samples.tolerance.length} voltage-tolerance curves`;
+  const svg = drawn("svg", { width, height, role: "img", "aria-label": label });
   const text = (words, at, attributes = {}) => svg.append(drawn("text", { x: at[0], y: at[1], ...attributes }, words));
-  for (let tick = 0; tick <= 100; tick += 20) {
+  for (let tick = 0; tick <= highest; tick += 20) {
     svg.append(drawn("path", { class: "grid", d: `M${frame.left} ${y(tick)}H${frame.right}` }));
     text(String(tick), [frame.left - 6, y(tick) + 4], { "text-anchor": "end" });
   }
@@ -82,39 +105,49 @@ function toleranceDiagram(width) {
     text(name, [x(+tick), frame.bottom + 16], { "text-anchor": anchor });
   }
   svg.append(drawn("rect", { class: "frame", x: frame.left, y: frame.top, width: frame.right - frame.left, height: frame.bottom - frame.top }));
-  text("residual voltage (%)", [0, 0], { transform: `translate(12 ${(frame.top + frame.bottom) / 2}) rotate(-90)`, "text-anchor": "middle" });
+  text(`${highest > 100 ? "residual or highest" : "residual"} voltage (%)`, [0, 0], { transform: `translate(12 ${(frame.top + frame.bottom) / 2}) rotate(-90)`, "text-anchor": "middle" });
   text("duration", [(frame.left + frame.right) / 2, height - 8], { "text-anchor": "middle" });
-  for (const curve_ of samples.tolerance) {
+  samples.tolerance.forEach((curve_, i) => {
     let line = "";
     let from = curve_.from_s;
     for (const [until, percents] of curve_.steps) {
       line += `${line ? "L" : "M"}${x(from)} ${y(percents)}H${x(until ?? longest)}`;
       from = until;
     }
-    svg.append(drawn("path", { class: curve_.code, d: line }));
+    svg.append(drawn("path", { class: classOfCurve(i), d: line }, drawn("title", {}, curve_.name)));
+  });
+  const mark = (shape, at, number, title, attributes) => {
+    svg.append(markOf(shape, at, attributes, drawn("title", {}, title)));
+    text(String(number), [at[0], at[1] + 4], { class: "number" });
+  };
+  for (const { event, shape, words } of eventsOfLoad()) {
+    const at = [x(event.duration_s), y(event.extreme.percent)];
+    const of = event.dips.length > 0 ? ` of dip ${event.dips.join(", ")}` : "";
+    mark(shape, at, event.dips[0] ?? "", `${event.kind}${of} in ${words}: ${percent(event.extreme.percent)}`, { class: "at-load" });
   }
-  // Each curve's name stands beneath a step that is the curve's own.
-  for (const [curve_, step] of [[samples.tolerance[0], 2], [samples.tolerance[1], 0]]) {
-    const from = step === 0 ? curve_.from_s : curve_.steps[step - 1][0];
-    const [until, percents] = curve_.steps[step];
-    text(curve_.name, [(x(from) + x(until)) / 2, y(percents) + 15], { class: curve_.code, "text-anchor": "middle" });
-  }
-  for (const event of judged) {
+  for (const event of [...judged, ...swellsJudged]) {
     const at = [x(lasted(event)), y(event.extreme.percent)];
     if (event.duration_s === null) {
       svg.append(drawn("path", { class: "event", d: `M${at[0] + 8} ${at[1] - 6}l9 6l-9 6Z` }));
     }
-    svg.append(
-      drawn("circle", { class: "event", cx: at[0], cy: at[1], r: 8, "data-event": event.number },
-        drawn("title", {}, `${nameOf(event)}: ${eventWords(event)}`)),
-    );
-    text(String(event.number), [at[0], at[1] + 4], { class: "number" });
+    mark("circle", at, event.number, `${nameOf(event)}: ${eventWords(event)}`, { class: "event", "data-event": event.number });
   }
   return svg;
+}
+
+/// Lists the curves with their lines, and the marks if a load has some of its own.
+function toleranceLegend() {
+  const list = element("ul", { class: "legend" });
+  const add = (sample, words) => list.append(element("li", {}, drawn("svg", { width: 36, height: 22, "aria-hidden": "true" }, sample), words));
+  samples.tolerance.forEach((curve_, i) => add(drawn("path", { class: classOfCurve(i), d: "M2 11H34" }), curve_.name));
+  const marks = new Map(eventsOfLoad().map(({ shape, words }) => [shape, words]));
+  if (marks.size > 0) add(markOf("circle", [18, 11], { class: "event" }), "the record's voltages");
+  for (const [shape, words] of marks) add(markOf(shape, [18, 11], { class: "at-load" }), `${words}, through ${found.at_load.through.join(", ")}`);
+  return list;
 }
 
 function drawTolerance() {
   document.getElementById("judged-by").textContent = referenceName;
   const place = document.getElementById("curves");
-  place.replaceChildren(toleranceDiagram(Math.max(Math.min(place.clientWidth, 760), 200)));
+  place.replaceChildren(toleranceDiagram(Math.max(Math.min(place.clientWidth, 760), 200)), toleranceLegend());
 }

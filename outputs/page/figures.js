@@ -1,8 +1,8 @@
-// Figures as people read them, in the same form as the command's text has them. A figure and its unit stay on a line.
+// Formats figures for people, in the same form as the command's text. A figure and its unit stay on one line.
 
 const space = "\u00a0";
 
-/// Like toFixed, which takes a figure right between two away from zero: here it gets the even digit, as in the text.
+/// Works like toFixed, except that a figure exactly between two is rounded to the even digit, as in the text.
 function rounded(value, decimals) {
   const away = value.toFixed(decimals);
   const longer = value.toFixed(decimals + 1);
@@ -17,14 +17,24 @@ function fixed(value, decimals) {
 }
 
 function volts(given) {
-  // What is left of a zero after some computing has no digits to show.
+  return withPrefix(given, "V");
+}
+
+function amperes(given) {
+  return withPrefix(given, "A");
+}
+
+/// Returns four digits and the unit with the prefix that suits the size.
+function withPrefix(given, base) {
+  if (given === null) return "unknown";
+  // A zero with a rounding error has no digits to show.
   const value = Math.abs(given) < 1e-9 ? 0 : given;
   const size = Math.abs(value);
-  const [scaled, unit] =
-    size >= 1e6 ? [value / 1e6, "MV"] : size >= 1e3 ? [value / 1e3, "kV"] : size >= 1 || size === 0 ? [value, "V"] : [value * 1e3, "mV"];
+  const [scaled, prefix] =
+    size >= 1e6 ? [value / 1e6, "M"] : size >= 1e3 ? [value / 1e3, "k"] : size >= 1 || size === 0 ? [value, ""] : [value * 1e3, "m"];
   const digits = scaled.toPrecision(4);
   const decimals = digits.split(".")[1]?.length ?? 0;
-  return `${(digits.includes("e") ? digits : rounded(scaled, decimals)).replace("-", "−")}${space}${unit}`;
+  return `${(digits.includes("e") ? digits : rounded(scaled, decimals)).replace("-", "−")}${space}${prefix}${base}`;
 }
 
 function percent(value) {
@@ -49,7 +59,8 @@ function duration(seconds) {
   return seconds < 1 ? `${fixed(seconds * 1e3, 1)}${space}ms` : `${fixed(seconds, 3)}${space}s`;
 }
 
-/// A half width, rounded up to one unit of the last digit at least, so that the interval still holds what it should.
+/// Returns a half width, rounded up to at least one unit of the last digit, so that the interval still contains the
+/// true value as often as it should.
 function upwards(value, decimals) {
   const units = Math.max(Math.ceil(value * 10 ** decimals - 1e-6), 1);
   return (units / 10 ** decimals).toFixed(decimals);
@@ -71,10 +82,10 @@ function timeWithin(plusMinus) {
 }
 
 const referenceNames = { declared: "declared voltage", sliding: "sliding reference", "pre-event": "pre-event voltage" };
-/// What the thresholds and the per cents of events relate to.
+/// Returns the reference of the thresholds and percentages of events.
 const referenceName = referenceNames[found.parameters.reference];
 
-/// A kind of event in words: "rapid voltage change".
+/// Returns a kind of event in words: "rapid voltage change".
 function kindWords(event) {
   return event.kind.replaceAll("_", " ");
 }
@@ -85,8 +96,8 @@ function nameOf(event) {
   return `${words[0].toUpperCase()}${words.slice(1)} ${event.number}`;
 }
 
-/// The time of day at a time of the record, where the file says when it begins: { day, clock }. The day is null past
-/// midnight, as the order of day and month differs between files.
+/// Returns the time of day at a time of the record, if the file gives its start: { day, clock }. The day is null after
+/// midnight, because the order of day and month differs between files.
 function clockAt(seconds) {
   const parts = found.record.start_time.match(/^(.*?)[,T\s]*(\d{1,2}):(\d\d):(\d\d(?:\.\d+)?)/);
   if (parts === null) return null;
@@ -99,7 +110,7 @@ function clockAt(seconds) {
   return { day: within === ticks ? parts[1] : null, clock };
 }
 
-/// An element with attributes and children; text is never taken for markup.
+/// Creates an element with attributes and children; text is never interpreted as markup.
 function element(name, attributes = {}, ...children) {
   const made = document.createElement(name);
   for (const [key, value] of Object.entries(attributes)) made.setAttribute(key, value);
@@ -114,7 +125,7 @@ function drawn(name, attributes = {}, ...children) {
   return made;
 }
 
-/// How far an event went: "residual voltage 29.1 %", "highest voltage 118.0 %", "largest change 4.2 %".
+/// Describes the extreme of an event: "residual voltage 29.1 %", "highest voltage 118.0 %", "largest change 4.2 %".
 function extentWords(event) {
   if (event.kind === "rapid_voltage_change") return `largest change ${percent(event.delta_max.percent)}`;
   const name = event.kind === "swell" ? "highest voltage" : "residual voltage";
@@ -147,4 +158,47 @@ function segmentWords(segment) {
 function lowest(segment) {
   const shares = (segment.voltage ?? []).filter((phase) => phase !== null).map((phase) => phase.percent_of_before);
   return shares.length > 0 ? Math.min(...shares) : null;
+}
+
+/// Names longer than this are shortened.
+const longestName = 24;
+
+/// Shortens names where they are the same, so that they still differ: "220kV…Sec A", "220kV…Sec B".
+function shortened(names) {
+  if (names.every((name) => name.length <= longestName)) return names;
+  const least = Math.min(...names.map((name) => name.length));
+  let head = 0;
+  while (names.length > 1 && head < least && names.every((name) => name[head] === names[0][head])) head++;
+  let tail = 0;
+  while (names.length > 1 && tail < least - head && names.every((name) => name.at(-1 - tail) === names[0].at(-1 - tail))) tail++;
+  return names.map((name) => {
+    if (name.length <= longestName) return name;
+    const own = middleCut(name.slice(head, name.length - tail), longestName - 4);
+    const room = longestName - own.length;
+    const after = Math.min(tail, Math.floor(room / 2));
+    const before = Math.min(head, room - after);
+    return endCut(name.slice(0, head), before) + own + startCut(name.slice(name.length - tail), tail, after);
+  });
+}
+
+/// Returns the two ends of a text with at most `most` characters together.
+function middleCut(text, most) {
+  if (text.length <= most) return text;
+  const half = Math.floor((most - 1) / 2);
+  return `${text.slice(0, half)}…${text.slice(text.length - half)}`;
+}
+
+function endCut(text, most) {
+  return text.length <= most ? text : `${text.slice(0, Math.max(most - 1, 0))}…`;
+}
+
+function startCut(text, length, most) {
+  if (length === 0 || length <= most) return length === 0 ? "" : text;
+  return `…${text.slice(text.length - Math.max(most - 1, 0))}`;
+}
+
+const shortNames = shortened(voltages.map(({ name, phase }) => name ?? phase));
+/// Returns "A: Ua", or the letter alone where no channel has the voltage.
+function voltageTitle(i) {
+  return voltages[i].name === undefined ? voltages[i].phase : `${voltages[i].phase}: ${shortNames[i]}`;
 }

@@ -1,6 +1,6 @@
-// Wheel, keys, buttons and fingers that move and zoom the charts.
+// Moves and zooms the charts with wheel, keys, buttons and fingers.
 
-/// With more events than this they are chosen from a list.
+/// If there are more events than this, the user chooses them from a list.
 const mostButtons = 8;
 
 function addTools() {
@@ -23,7 +23,43 @@ function addTools() {
   button("−", () => charts.zoom(2), "Zoom out");
   button("◀", () => charts.move(-1 / 4), "Earlier");
   button("▶", () => charts.move(1 / 4), "Later");
+  derived.addTool(tools);
+  addCurrentsTool(tools);
+  addSaving(tools);
   tools.append(element("output", { id: "range" }));
+}
+
+/// Offers the currents and the digital channels, if the record has them.
+function addCurrentsTool(tools) {
+  if (currents === null && digitals.length === 0) return;
+  const words = currents === null ? "Digital channels" : digitals.length === 0 ? "Currents" : "Currents and digital channels";
+  const box = element("input", { type: "checkbox", id: "with-currents" });
+  box.addEventListener("change", () => charts.toggleOthers(box.checked));
+  tools.append(element("label", {}, box, words));
+}
+
+/// Does what a key means, unless it is pressed together with Ctrl or its like.
+function pressed(event, actions) {
+  const action = actions[event.key];
+  if (!action || event.ctrlKey || event.metaKey || event.altKey) return;
+  action();
+  event.preventDefault();
+}
+
+/// The keys of the view; the arrows move it by a share of its length.
+function viewKeys(share) {
+  return {
+    ArrowLeft: () => charts.move(-share),
+    ArrowRight: () => charts.move(share),
+    PageUp: () => charts.move(-1 / 2),
+    PageDown: () => charts.move(1 / 2),
+    "+": () => charts.zoom(1 / 2),
+    "=": () => charts.zoom(1 / 2),
+    "-": () => charts.zoom(2),
+    Home: () => charts.showAll(),
+    n: () => charts.nextEvent(1),
+    p: () => charts.nextEvent(-1),
+  };
 }
 
 function addGestures() {
@@ -36,7 +72,7 @@ function addGestures() {
   };
 
   area.addEventListener("dblclick", () => charts.showAll());
-  // Without Ctrl the wheel scrolls the page. A trackpad's pinch comes as wheel with Ctrl.
+  // Without Ctrl the wheel scrolls the page. A pinch on a trackpad arrives as a wheel event with Ctrl.
   area.addEventListener(
     "wheel",
     (event) => {
@@ -51,21 +87,9 @@ function addGestures() {
     },
     { passive: false },
   );
-  area.addEventListener("keydown", (event) => {
-    const action = {
-      ArrowLeft: () => charts.move(-1 / 4),
-      ArrowRight: () => charts.move(1 / 4),
-      "+": () => charts.zoom(1 / 2),
-      "=": () => charts.zoom(1 / 2),
-      "-": () => charts.zoom(2),
-      Home: () => charts.showAll(),
-    }[event.key];
-    if (!action || event.ctrlKey || event.metaKey) return;
-    action();
-    event.preventDefault();
-  });
+  area.addEventListener("keydown", (event) => pressed(event, { ...viewKeys(1 / 4), ...cursor.keys(event.shiftKey) }));
 
-  // Shift and drag move; uPlot's own drag selects, so it must not see these.
+  // Dragging with Shift moves the charts. uPlot must not see these events, because it would select instead.
   let last = null;
   area.addEventListener(
     "mousedown",
@@ -104,4 +128,5 @@ function addGestures() {
     addEventListener(end, (event) => fingers.delete(event.pointerId));
   }
   overview.addGestures();
+  cursor.addTools();
 }

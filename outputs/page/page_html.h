@@ -1,4 +1,4 @@
-// One page for a browser that shows a record and its events, with all that it needs in it.
+// Writes a self-contained page for a browser that shows a record and its events.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace outputs {
 
-/// The whole page, UTF-8. It loads nothing; what it shows of the file is text and never markup.
+/// Returns the whole page in UTF-8. It loads nothing; text from the file appears only as text and never as markup.
 std::string page_of(const readers::Record& record, const analysis::Analysis& analysis, const analysis::Curves& curves);
 
 /// The page without a record; made of the files in outputs/page when the command is built.

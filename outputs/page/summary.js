@@ -1,13 +1,13 @@
-// The events at a glance: a card each, or a table that can be sorted where there are many.
+// Shows an overview of the events: a card for each, or a table that can be sorted if there are many.
 
-/// With more events than this there is a table.
-const mostCards = 3;
+/// If there are more events than this, a table is shown.
+const mostCards = 4;
 
 function whenWords(event) {
   const at = clockAt(event.start.time_s);
   const since = `${time(event.start.time_s)} of the record`;
   if (!event.start.known) return "on when the record begins";
-  return at === null ? since : `${at.clock} (${since})`;
+  return at === null ? since : `${at.clock} (${time(event.start.time_s)})`;
 }
 
 /// The link that leads to an event's tables and shows it in the charts.
@@ -17,14 +17,51 @@ function linkTo(event) {
   return link;
 }
 
+/// The outcomes of verdicts from the worst on: the code in the document, the word, the colour and a sign that is clear
+/// without colour.
+const outcomes = [
+  ["trips", "trips", "bad", "✕"],
+  ["too_close", "too close to tell", "unsure", "≈"],
+  ["rides_through", "rides through", "good", "✓"],
+  ["not_covered", "not covered", "none", "–"],
+];
+
+/// Returns the verdicts of an event by outcome, the worst first: [[outcome, names of the curves], ...].
+function verdictsByOutcome(event) {
+  return outcomes
+    .map((outcome) => [outcome, (event.verdicts ?? []).filter(({ verdict }) => verdict === outcome[0]).map(({ name }) => name)])
+    .filter(([, names]) => names.length > 0);
+}
+
+function verdictWords([[, word, colour, sign], names]) {
+  const words = `${word[0].toUpperCase()}${word.slice(1)}: ${names.join(", ")}`;
+  return element("span", { class: `verdict ${colour}` }, element("span", { class: "sign", "aria-hidden": "true" }, sign), words);
+}
+
+/// "trips 5, rides through 1", with the sign of the worst.
+function verdictCounts(event) {
+  const groups = verdictsByOutcome(event);
+  if (groups.length === 0) return "";
+  const [[[, , colour, sign]]] = groups;
+  return element("span", { class: `verdict ${colour}` }, element("span", { class: "sign", "aria-hidden": "true" }, sign),
+    groups.map(([[, word], names]) => `${word} ${names.length}`).join(", "));
+}
+
+/// Sorts by the worst outcome, and then by the number of curves that have it.
+function verdictKey(event) {
+  const [worst] = verdictsByOutcome(event);
+  return worst === undefined ? 1e6 : outcomes.indexOf(worst[0]) * 1e3 - worst[1].length;
+}
+
 function card(event) {
   const fact = (name, words) => (words ? [element("dt", {}, name), element("dd", {}, words)] : []);
   const level = event.kind === "rapid_voltage_change" ? event.delta_max : event.extreme;
   const name = { swell: "highest", rapid_voltage_change: "largest change" }[event.kind] ?? "residual";
-  const show = element("button", { type: "button" }, "Show");
+  const show = element("button", { type: "button", "aria-label": `Show ${nameOf(event)} in the charts` }, "Show");
   show.addEventListener("click", () => charts.showEvent(event));
-  return element("li", { class: `card ${event.kind}` },
-    element("h2", {}, linkTo(event)),
+  const groups = verdictsByOutcome(event);
+  return element("li", { class: `card ${groups[0]?.[0][2] ?? "none"}` },
+    element("div", { class: "head" }, element("h2", {}, linkTo(event)), show),
     element("p", { class: "figure" },
       element("strong", {}, level.percent === null ? volts(level.voltage_v) : percent(level.percent)),
       ` of the ${referenceName}, ${volts(event.reference.voltage_v)}`),
@@ -33,8 +70,9 @@ function card(event) {
       ...fact("Duration", lastingWords(event)),
       ...fact("Voltage", `${name} ${volts(level.voltage_v)}${event.extreme ? ` in ${event.extreme.phase}` : ""}`),
       ...fact("Phases", event.phases),
-      ...fact("Type", typeWords(event))),
-    show);
+      ...fact("Type", typeWords(event)),
+      ...fact("Cause", event.origin?.side)),
+    ...(groups.length > 0 ? [element("ul", { class: "verdicts" }, ...groups.map((group) => element("li", {}, verdictWords(group))))] : []));
 }
 
 /// The columns of the table: a name, the words of a cell, and the value that it is sorted by.
@@ -45,6 +83,7 @@ const columns = [
   ["voltage", (event) => extentWords(event), (event) => (event.extreme ?? event.delta_max).percent ?? 0],
   ["phases", (event) => event.phases, (event) => event.phases],
   ["type", (event) => typeWords(event), (event) => typeWords(event)],
+  ["verdicts", (event) => verdictCounts(event), (event) => verdictKey(event)],
 ];
 
 function eventTable() {
@@ -79,6 +118,6 @@ function addSummary() {
   } else if (events.length <= mostCards) {
     place.append(element("ol", { class: "cards" }, ...events.map(card)));
   } else {
-    place.append(element("div", { class: "wide many" }, eventTable()));
+    place.append(element("div", { class: "wide many", tabindex: "0", role: "region", "aria-label": "Events" }, eventTable()));
   }
 }

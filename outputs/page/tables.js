@@ -1,5 +1,5 @@
-// The record's facts, the rules, and the tables of all values. A cell says in data-of which member of the document it
-// shows.
+// Writes the record's facts, the rules, and the tables of all values. The attribute data-of of a cell names the member
+// of the document that it shows.
 
 function cell(path, words, more = {}) {
   return element("td", { "data-of": path, ...more }, words);
@@ -14,11 +14,16 @@ function addRecord() {
   addFacts();
   addRules();
   const notes = [...found.notes];
-  if (wave.step > 1) {
-    notes.push(`The record is long: this page draws one in ${wave.step} samples of its waveforms${details ? ", and the worst event in more detail" : ""}.`);
+  if (wave.blocks) {
+    notes.push(`The record is long: this page has every sample round the events, and the highest and lowest of each ${wave.blocks.length} samples elsewhere.`);
   }
   for (const note of notes) document.getElementById("notes").append(element("li", {}, note));
   document.getElementById("made").textContent = `dipx ${found.dipx_version}. This page loads nothing from a network.`;
+}
+
+/// Puts a wide table into a box that scrolls by itself, with the keyboard too.
+function scrolled(table, name) {
+  return element("div", { class: "wide", tabindex: "0", role: "region", "aria-label": name }, table);
 }
 
 function factsIn(id) {
@@ -39,7 +44,7 @@ function addFacts() {
   const which = part.of > 1 ? `, part ${part.number} of ${part.of} from ${time(part.start_s)}` : "";
   fact("Length", `${fixed(part.samples / rate, 3)} s, ${part.samples} samples${which}`);
   fact("Sampling", `${+rate.toPrecision(6)} Hz, ${+cycle.toPrecision(6)} per cycle of ${record.line_frequency_hz} Hz`);
-  fact("Measured frequency", `${fixed(record.measured_frequency_hz, 3)} Hz`);
+  if (record.measured_frequency_hz !== null) fact("Measured frequency", `${fixed(record.measured_frequency_hz, 3)} Hz`);
   if (found.line_to_line) fact("Voltages", "between phases");
   const [first] = voltages;
   if (first.side && first.transformer_primary !== first.transformer_secondary) {
@@ -47,21 +52,21 @@ function addFacts() {
     fact("Transformer", `${first.side} values, ${primary}:${secondary}`);
   }
   const assumed = voltages.filter(({ unit_assumed }) => unit_assumed !== undefined);
-  if (assumed.length > 0) fact("Unit", `taken for V: ${assumed.map(({ name }) => name).join(", ")}`);
+  if (assumed.length > 0) fact("Unit", `assumed to be V: ${assumed.map(({ name }) => name).join(", ")}`);
   fact("Usual voltage", voltages.map((voltage) => `${voltage.phase} ${volts(voltage.usual_rms_v)}`).join(", "));
   const { wiring } = found;
   if (wiring.phase_order !== "ABC") fact("Phase order", wiring.phase_order);
   if (wiring.turned_phase !== null) fact("Opposite polarity", wiring.turned_phase);
 }
 
-/// By which rules the events were found.
+/// Writes the rules by which the events were found.
 function addRules() {
   const { parameters, declared_voltage: declared } = found;
   const rule = factsIn("rules");
   rule("Reference", `${referenceName}: ${voltages.map((voltage) => `${voltage.phase} ${volts(voltage.reference_v)}`).join(", ")}`);
   if (declared !== null) {
     const ratio = declared.divided_by_ratio ? ", divided by the transformer's ratio" : "";
-    const told = declared.kind_from === "user" ? "" : ", as its level tells";
+    const told = declared.kind_from === "user" ? "" : ", as its level shows";
     rule("Declared voltage", `${volts(declared.given_v)} (${declared.kind}${told}${ratio}): the voltages should be ${volts(declared.level_v)}`);
   }
   const share = (value) => `${+value.toPrecision(6)}${space}%`;
@@ -74,13 +79,12 @@ function addRules() {
 }
 
 function legend() {
-  const dashes = ["", "7 3", "2 3"];
   document.getElementById("legend").replaceChildren(
-    ...voltages.map((voltage, i) =>
-      element("span", { class: "key" },
-        drawn("svg", { width: 34, height: 10 },
-          drawn("path", { class: phases[i], d: "M0 5H34", "stroke-width": 2.5, "stroke-dasharray": dashes[i] })),
-        voltage.name === undefined ? voltage.phase : `${voltage.phase}: ${voltage.name}`),
+    ...voltages.map(({ name }, i) =>
+      element("span", { class: "key", title: (name ?? "").slice(0, 500) },
+        drawn("svg", { width: 34, height: 10, "aria-hidden": "true" },
+          drawn("path", { class: phases[i], d: "M0 5H34", "stroke-width": 2.5, "stroke-dasharray": dashes[i].join(" ") })),
+        voltageTitle(i)),
     ),
   );
 }
@@ -116,7 +120,7 @@ class EventTable {
   part(name) {
     this.body.append(element("tr", { class: "part" }, element("th", { colspan: voltages.length + 1, scope: "colgroup" }, name)));
   }
-  /// One value across all columns; nothing where it is null.
+  /// Adds one value across all columns, unless it is null.
   whole(name, path, value, words = String) {
     if (value !== null && value !== undefined) this.row(name, [cell(path, words(value), { colspan: voltages.length, class: "whole" })]);
   }
@@ -130,9 +134,8 @@ class EventTable {
       element("td", list[i] !== null && low(list[i], i) ? { class: "low" } : {}, ...(list[i] === null ? ["–"] : make(`${path}.${i}`, list[i])))));
   }
   table() {
-    const names = voltages.map((voltage) =>
-      element("th", { scope: "col" }, voltage.name === undefined ? voltage.phase : `${voltage.phase}: ${voltage.name}`));
-    return element("table", {}, element("thead", {}, element("tr", {}, element("th"), ...names)), this.body);
+    const names = voltages.map(({ name }, i) => element("th", { scope: "col", title: (name ?? "").slice(0, 500) }, voltageTitle(i)));
+    return element("table", {}, element("thead", {}, element("tr", {}, element("td"), ...names)), this.body);
   }
 }
 
@@ -164,12 +167,47 @@ function eventValues(event) {
   const high = (level) => level.percent !== null && level.percent > found.parameters.swell_threshold_percent;
   table.each("lowest Urms(1/2)", `${at}.lowest_urms_half`, event.lowest_urms_half, levelWords, low);
   table.each("highest Urms(1/2)", `${at}.highest_urms_half`, event.highest_urms_half, levelWords, high);
-  for (const curve_ of samples.tolerance) {
-    table.whole(curve_.name, `${at}.voltage_tolerance.${curve_.code}`, event.voltage_tolerance?.[curve_.code]);
+  for (const curve_ of samples.tolerance.filter(({ code }) => event.voltage_tolerance?.[code] !== undefined)) {
+    table.whole(`residual voltage and duration on ${curve_.name}`, `${at}.voltage_tolerance.${curve_.code}`, event.voltage_tolerance?.[curve_.code]);
   }
-  table.whole("cell of EN 50160", `${at}.en50160_cell`, event.en50160_cell);
+  if (event.en50160_cell) {
+    const near = event.en50160_cell_near_limit ? [" ± (a limit of the cell is near)"] : [];
+    table.pieces("cell of EN 50160", [piece(`${at}.en50160_cell`, event.en50160_cell), ...near]);
+  }
+  assessmentValues(table, at, event);
+  if (event.origin) originValues(table, `${at}.origin`, event.origin);
   if (event.course) courseValues(table, `${at}.course`, event.course);
   return table.table();
+}
+
+/// The side of the cause of a dip, as the currents show it, and the likely cause.
+function originValues(table, at, { side, methods, likely_cause: cause }) {
+  table.pieces("side of the cause", side === null ? ["the methods disagree"] : [piece(`${at}.side`, side)]);
+  methods.forEach((method, i) => {
+    const path = `${at}.methods.${i}`;
+    const says = method.side === null ? "undecided" : piece(`${path}.side`, method.side);
+    table.pieces("by a method", [piece(`${path}.method`, method.method), ": ", says]);
+  });
+  if (cause === null) return;
+  table.pieces("likely cause", [piece(`${at}.likely_cause.cause`, cause.cause), ", because ", piece(`${at}.likely_cause.grounds`, cause.grounds)]);
+}
+
+/// Verdicts of all curves, classes and indices of a dip or a swell.
+function assessmentValues(table, at, event) {
+  (event.verdicts ?? []).forEach((verdict, i) => {
+    const path = `${at}.verdicts.${i}`;
+    const pieces = [piece(`${path}.words`, verdict.words)];
+    if (verdict.limit_percent !== null) pieces.push(", limit ", piece(`${path}.limit_percent`, percent(verdict.limit_percent)));
+    if (verdict.severity !== null) pieces.push(", severity ", piece(`${path}.severity`, fixed(verdict.severity, 3)));
+    if (verdict.step_by_step !== null) pieces.push("; step by step: ", piece(`${path}.step_by_step.words`, verdict.step_by_step.words));
+    table.row(verdict.name, [element("td", { colspan: voltages.length, class: "whole" }, ...pieces)]);
+  });
+  table.whole("cell of EN 50160", `${at}.classes.en50160_swell_cell`, event.classes?.en50160_swell_cell);
+  table.whole("cell of UNIPEDE", `${at}.classes.unipede_cell`, event.classes?.unipede_cell);
+  table.whole("class of IEEE 1159", `${at}.classes.ieee_1159`, event.classes?.ieee_1159);
+  table.whole("type of C4.110", `${at}.classes.c4_110_type`, event.classes?.c4_110_type);
+  table.whole("dip energy", `${at}.indices.energy_s`, event.indices?.energy_s, duration);
+  table.whole("lost volt-seconds", `${at}.indices.lost_v_s`, event.indices?.lost_v_s, (value) => `${fixed(value, 3)}${space}V s`);
 }
 
 const levelSources = {
@@ -251,18 +289,46 @@ function segmentValues(table, at, segment) {
   table.whole("unbalance", `${at}.unbalance_percent`, segment.unbalance_percent, percent);
 }
 
-/// With more events than this their tables are folded.
+/// If there are more events than this, their tables are folded.
 const mostOpen = 3;
+
+const shortCurrents = shortened(currentChannels.map(({ name }) => name));
+
+/// The currents in the bay of the voltages before and during an event.
+function currentValues(event) {
+  const body = element("tbody");
+  event.currents.forEach((current, i) => {
+    const at = `events.${event.number - 1}.currents.${i}`;
+    const size = (member) => (current[member] === null ? element("td", {}, "–") : cell(`${at}.${member}`, amperes(current[member])));
+    body.append(element("tr", {}, element("th", { scope: "row" }, piece(`${at}.phase`, current.phase), `: ${shortCurrents[i]}`),
+      size("before_a"), size("largest_a")));
+  });
+  const heads = ["current", "largest before", "largest during the event"];
+  return element("table", {}, element("thead", {}, element("tr", {}, ...heads.map((name) => element("th", { scope: "col" }, name)))), body);
+}
+
+/// If there are more events than this, the tables and the phasors of each are made when they are opened.
+const mostAtOnce = 20;
+
+/// Makes the tables and the phasors of an event's section, once.
+function fillEvent(section, event) {
+  const body = section.querySelector(".values");
+  if (body.children.length > 0) return;
+  body.append(scrolled(eventValues(event), `Values of ${nameOf(event)}`));
+  if (event.currents !== null) body.append(scrolled(currentValues(event), `Currents of ${nameOf(event)}`));
+  if (event.course) section.querySelector(".event-body").prepend(phasorFigures(event.course));
+}
 
 function addEvents() {
   const place = document.getElementById("events");
   for (const event of events) {
+    const values = element("details", {}, element("summary", {}, "All values"), element("div", { class: "values" }));
     const section = element("section", { class: "event", id: `event-${event.number}` },
-      element("h2", {}, `${nameOf(event)}: ${eventWords(event)}`));
-    const values = element("details", {}, element("summary", {}, "All values"), element("div", { class: "wide" }, eventValues(event)));
+      element("h2", {}, `${nameOf(event)}: ${eventWords(event)}`),
+      element("div", { class: event.course ? "event-body body" : "event-body" }, values));
+    values.addEventListener("toggle", () => fillEvent(section, event));
+    if (events.length <= mostAtOnce) fillEvent(section, event);
     values.open = events.length <= mostOpen;
-    const figures = event.course ? [phasorFigures(event.course)] : [];
-    section.append(element("div", { class: event.course ? "body" : "" }, ...figures, values));
     place.append(section);
   }
   if (changes.length > 0) place.append(changesWithoutEvent());
@@ -281,22 +347,25 @@ function changesWithoutEvent() {
       cell(`${at}.phases`, change.phases), ...levels));
   });
   const heads = ["start", "end", "phases", ...voltages.map(({ phase }) => phase)];
-  return element("section", { id: "changes" }, element("h2", {}, "Changes that are no event"),
-    element("div", { class: "wide" },
-      element("table", {}, element("thead", {}, element("tr", {}, ...heads.map((name) => element("th", { scope: "col" }, name)))), body)));
+  return element("section", { id: "changes" }, element("h2", {}, "Changes that belong to no event"),
+    scrolled(
+      element("table", {}, element("thead", {}, element("tr", {}, ...heads.map((name) => element("th", { scope: "col" }, name)))), body), "Changes"));
 }
+
+/// If a cell of the table of EN 50160 has more events than this, it has their number.
+const mostNamed = 12;
 
 function addEn50160() {
   const table = document.getElementById("en50160");
   const columns = ["10 to 200 ms", "to 500 ms", "to 1 s", "to 5 s", "to 60 s"];
   const rows = { A: "90 > u ≥ 80 %", B: "80 > u ≥ 70 %", C: "70 > u ≥ 40 %", D: "40 > u ≥ 5 %", X: "5 % > u" };
-  table.append(element("thead", {}, element("tr", {}, element("th"), ...columns.map((name) => element("th", { scope: "col" }, name)))));
+  table.append(element("thead", {}, element("tr", {}, element("td"), ...columns.map((name) => element("th", { scope: "col" }, name)))));
   const body = element("tbody");
   for (const [letter, name] of Object.entries(rows)) {
     const cells = columns.map((_, i) => {
       const code = `${letter}${i + 1}`;
       const there = judged.filter((event) => event.en50160_cell === code);
-      const words = there.map((event) => `${kindWords(event)} ${event.number}`).join(", ");
+      const words = there.length > mostNamed ? `${there.length} events` : there.map((event) => `${kindWords(event)} ${event.number}`).join(", ");
       return element("td", { "data-cell": code, class: there.length > 0 ? "hit" : "" }, words || element("span", { class: "code" }, code));
     });
     body.append(element("tr", {}, element("th", { scope: "row" }, name), ...cells));
@@ -304,7 +373,7 @@ function addEn50160() {
   table.append(body);
   const outside = judged.filter((event) => event.en50160_cell === null);
   if (outside.length > 0) {
-    const names = outside.map((event) => `${kindWords(event)} ${event.number}`).join(", ");
+    const names = outside.length > mostNamed ? `${outside.length} events` : outside.map((event) => `${kindWords(event)} ${event.number}`).join(", ");
     table.after(element("p", { class: "hint" }, `Not in the table: ${names}.`));
   }
 }

@@ -13,7 +13,10 @@
 #include "readers/comtrade/comtrade_data.h"
 #include "readers/comtrade/lost_rows.h"
 #include "readers/file_access.h"
+#include "readers/line_rate.h"
+#include "readers/plausible.h"
 #include "readers/text.h"
+#include "readers/time_base.h"
 #include "readers/time_stamps.h"
 
 namespace readers {
@@ -38,17 +41,39 @@ Record described(const std::string& file, const ComtradeConfig& config) {
   record.trigger_time = config.trigger_time;
   record.time_zone = config.time_zone;
   record.line_frequency = config.line_frequency;
-  for (const AnalogChannel& analog : config.analogs) record.channels.push_back(analog.description);
+  for (const AnalogChannel& analog : config.analogs) {
+    Channel& channel = record.channels.emplace_back(analog.description);
+    const bool whole = config.data_type != ComtradeConfig::DataType::float32 && std::isfinite(analog.scale);
+    channel.stored_scale = whole ? analog.scale : 0;
+    channel.stored_offset = analog.offset;
+  }
   record.rates = config.rates;
   record.notes = config.notes;
   return record;
 }
 
-std::vector<bool> wanted_channels(const Record& record, const OpenOptions& options) {
-  std::vector<bool> wanted(record.channels.size(), true);
-  if (options.wanted) wanted = options.wanted(record);
-  wanted.resize(record.channels.size(), false);
+WantedData wanted_data(const Record& record, const OpenOptions& options) {
+  WantedData wanted{std::vector<bool>(record.channels.size(), true), options.digitals};
+  if (options.wanted) wanted.analogs = options.wanted(record);
+  wanted.analogs.resize(record.channels.size(), false);
   return wanted;
+}
+
+/// Returns the digital channels, whose changes have rows but no times yet.
+std::vector<DigitalChannel> digital_channels(const ComtradeConfig& config, const std::vector<DigitalStates>& digitals) {
+  std::vector<DigitalChannel> channels;
+  for (std::size_t i = 0; i < config.digital_names.size() && !digitals.empty(); i++) {
+    DigitalChannel& channel = channels.emplace_back();
+    channel.name = config.digital_names[i];
+    channel.first_state = digitals.front().states[i];
+    bool state = channel.first_state;
+    for (const DigitalStates& now : digitals) {
+      if (now.states[i] == state) continue;
+      state = now.states[i];
+      channel.changes.push_back({now.row, 0, state});
+    }
+  }
+  return channels;
 }
 
 /// Returns the time in seconds from the first sample to the end of the last one.
@@ -58,6 +83,84 @@ double duration(const std::vector<RateSection>& sections) {
   return last.start + (last.rate > 0 ? static_cast<double>(last.end - begin) / last.rate : 0);
 }
 
+/// Refuses rates that no recorder has, which time stamps or a given rate may lead to, and records that last too long.
+void check_times(const std::string& file, const std::vector<RateSection>& sections) {
+  for (const RateSection& section : sections) {
+    if (section.rate <= highest_rate) continue;
+    throw ReadError(file, "",
+                    fmt::format("its sampling rate would be {} samples per second, more than any recorder takes (at "
+                                "most {})",
+                                number_text(section.rate), number_text(highest_rate)),
+                    "state the actual rate in the .cfg file, and check its time stamp factor");
+  }
+  const double seconds = duration(sections);
+  if (seconds <= longest_time) return;
+  throw ReadError(file, "", fmt::format("the record would last {:.3g} s, more than a century", seconds),
+                  "correct the sampling rate in the .cfg file, and check its time stamp factor");
+}
+
+/// Returns the unit of the stamps in seconds, and notes it if it is not the one that the configuration implies.
+double stamp_unit(const Record& record, const ComtradeConfig& config, ComtradeData& data) {
+  const double implied = config.stamp_unit;
+  if (data.stamps_agree) return implied;
+  const auto nanoseconds = [](double seconds) { return number_text(std::round(seconds * 1e9)) + " ns"; };
+  const double fitting = unit_of_stamps(fitted_rates(config.rates, data.rows), data.stamps, implied,
+                                        config.line_frequency, config.trigger);
+  if (fitting != implied) {
+    data.notes.push_back(fmt::format(
+        "The time stamps are read in units of {} because they do not fit the record in units of {}, which the "
+        "configuration implies.",
+        nanoseconds(fitting), nanoseconds(implied)));
+    return fitting;
+  }
+  if (config.rates.size() != 1 || config.rates[0].rate > 0) return implied;
+  const double guess = implied * factor_of_times(record, 1 / (mean_step_of(data.stamps) * implied));
+  if (guess != implied) {
+    data.notes.push_back(fmt::format(
+        "The time stamps are assumed to be in units of {} rather than {}, which the configuration implies, because "
+        "only then do the samples show the line frequency (override with --rate).",
+        nanoseconds(guess), nanoseconds(implied)));
+  }
+  return guess;
+}
+
+/// Returns the record's sections if its rate is that of the stamps.
+std::vector<RateSection> sections_by_stamps(const ComtradeData& data, double unit, double rate) {
+  if (data.stamps_agree) return {{rate, data.rows}};
+  return read_time_stamps({{rate, data.rows}}, data.stamps, unit, 0).sections;
+}
+
+/// Sets the record's sections by what the configuration and the time stamps say.
+void set_times(Record& record, const ComtradeConfig& config, ComtradeData& data, double given_rate) {
+  const double unit = stamp_unit(record, config, data);
+  if (const std::string note = drop_impossible_stamps(data.stamps, unit); !note.empty()) data.notes.push_back(note);
+  for (std::size_t i = 0; i < record.channels.size(); i++) data.samples[i] = std::move(record.channels[i].samples);
+  TimeTable table;
+  table.sections = repair_rows(config, unit, data);
+  for (std::size_t i = 0; i < record.channels.size(); i++) record.channels[i].samples = std::move(data.samples[i]);
+  StampedTimes stamped;
+  stamped.rate = data.contradicting_rate;
+  stamped.knots = std::move(data.knots);
+  if (!data.stamps_agree) {
+    table = read_time_stamps(table.sections, data.stamps, unit, given_rate);
+    stamped.rate = table.contradicting_rate;
+    if (table.sections.size() == 1 && !table.shifted) stamped.knots = knots_of(unwrapped(data.stamps), unit);
+  }
+  constexpr double rounding_units = 2;
+  stamped.rounding = rounding_units * unit;
+  if (stamped.rate > 0) {
+    stamped.stated_rate = table.contradicted_rate > 0 ? table.contradicted_rate : config.rates[0].rate;
+    if (config.rates.size() == 1) stamped.sections = sections_by_stamps(data, unit, stamped.rate);
+  }
+  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
+  record.rates = std::move(table.sections);
+  check_times(record.file, record.rates);
+  record.digitals = digital_channels(config, data.digitals);
+  record.notes.insert(record.notes.end(), table.notes.begin(), table.notes.end());
+  settle_times(record, stamped, given_rate);
+  check_times(record.file, record.rates);
+}
+
 /// Returns the record that a configuration and its data give together.
 Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, const OpenOptions& options) {
   const std::size_t declared = config.rates.back().end;
@@ -65,25 +168,8 @@ Record assemble(Record record, const ComtradeConfig& config, ComtradeData data, 
     data.notes.push_back(
         fmt::format("The configuration declares {} samples, but the data hold {}.", declared, data.rows));
   }
-  double unit = config.stamp_unit;
-  if (!data.stamps_agree) {
-    unit =
-        unit_of_stamps(fitted_rates(config.rates, data.rows), data.stamps, unit, config.line_frequency, config.trigger);
-  }
-  if (unit != config.stamp_unit) {
-    const auto nanoseconds = [](double seconds) { return number_text(std::round(seconds * 1e9)) + " ns"; };
-    data.notes.push_back(fmt::format(
-        "The time stamps are read in units of {} because they do not fit the record in units of {}, which the "
-        "configuration implies.",
-        nanoseconds(unit), nanoseconds(config.stamp_unit)));
-  }
-  TimeTable table;
-  table.sections = repair_rows(config, unit, data);
-  if (!data.stamps_agree) table = read_time_stamps(table.sections, data.stamps, unit, options.sampling_rate);
   for (std::size_t i = 0; i < record.channels.size(); i++) record.channels[i].samples = std::move(data.samples[i]);
-  record.notes.insert(record.notes.end(), data.notes.begin(), data.notes.end());
-  record.rates = std::move(table.sections);
-  record.notes.insert(record.notes.end(), table.notes.begin(), table.notes.end());
+  set_times(record, config, data, options.sampling_rate);
   if (config.trigger && *config.trigger <= duration(record.rates)) record.trigger = config.trigger;
   return record;
 }
@@ -187,7 +273,8 @@ bool is_single_comtrade(std::string_view content) {
   return !announced_by(text.substr(0, text.find('\n'))).kind.empty();
 }
 
-Record read_single_comtrade(const std::string& file, std::string_view content, const OpenOptions& options) {
+Record read_single_comtrade(const std::string& file, std::string_view content, const OpenOptions& options,
+                            FileText* held) {
   const Sections sections = split_sections(file, content);
   const ComtradeConfig config = parse_comtrade_config(file + ", CFG section", sections.config, options.charset);
   Record record = described(file, config);
@@ -214,21 +301,32 @@ Record read_single_comtrade(const std::string& file, std::string_view content, c
     data = *decoded;
     record.format += " (base64)";
   }
-  ComtradeData rows = read_comtrade_data(file + ", DAT section", data, config, wanted_channels(record, options));
+  ComtradeData rows =
+      read_comtrade_data(file + ", DAT section", data, config, wanted_data(record, options), decoded ? nullptr : held);
   return assemble(std::move(record), config, std::move(rows), options);
+}
+
+Record read_comtrade_contents(const std::string& file, const ComtradeContents& contents, const OpenOptions& options) {
+  const ComtradeConfig config = parse_comtrade_config(contents.config_name, contents.config, options.charset);
+  Record record = described(file, config);
+  ComtradeData data = read_comtrade_data(contents.data_name, contents.data, config, wanted_data(record, options));
+  return assemble(std::move(record), config, std::move(data), options);
 }
 
 Record read_comtrade(const std::string& path, const OpenOptions& options) {
   const bool data_named = extension_of(path) == ".dat";
-  // The named file is opened first, so that a wrong name is reported as such and not as a missing partner file.
-  const FileStream named(path);
+  // The named file is opened first, so that a wrong name is reported as such and not as a missing partner file. It may
+  // be a pipe, which can be opened only once.
+  FileStream named(path);
   const std::string config_path = data_named ? partner_of(path, ".cfg") : path;
-  const ComtradeConfig config = parse_comtrade_config(inert(config_path), read_file(config_path), options.charset);
+  const FileText config_text = data_named ? FileText(config_path) : FileText(named);
+  const ComtradeConfig config = parse_comtrade_config(inert(config_path), config_text.view(), options.charset);
   Record record = described(inert(path), config);
   const std::string data_path = data_named ? path : partner_of(path, ".dat");
-  FileStream stream(data_path);
+  std::optional<FileStream> partner;
+  FileStream& stream = data_named ? named : partner.emplace(data_path);
   record.sources = {config_path, data_path};
-  ComtradeData data = read_comtrade_data(inert(data_path), stream, config, wanted_channels(record, options));
+  ComtradeData data = read_comtrade_data(inert(data_path), stream, config, wanted_data(record, options));
   return assemble(std::move(record), config, std::move(data), options);
 }
 

@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "readers/charset.h"
+#include "readers/names.h"
+#include "readers/plausible.h"
 #include "readers/text.h"
 #include "readers/time_stamps.h"
 
@@ -32,6 +34,7 @@ class ConfigParser {
     if (start && start->decimals > microseconds) config_.stamp_unit = 1e-9;
     read_data_type();
     read_what_may_follow();
+    if (const std::string cut = names_.note(); !cut.empty()) config_.notes.push_back(cut);
     return std::move(config_);
   }
 
@@ -61,8 +64,8 @@ class ConfigParser {
 
   void read_identification() {
     const Fields fields = next_fields("the station name");
-    config_.station = inert(fields[0]);
-    if (fields.size() > 1) config_.device = inert(fields[1]);
+    config_.station = names_.read(fields[0], "the station");
+    if (fields.size() > 1) config_.device = names_.read(fields[1], "the device");
 
     const std::string_view year = fields.size() > 2 ? fields[2] : "";
     if (year.empty() || year == "1991") {
@@ -108,7 +111,8 @@ class ConfigParser {
     // in the file.
     for (std::size_t i = 1; i <= analogs; i++) read_analog_channel("analog channel " + position(i, analogs));
     for (std::size_t i = 1; i <= config_.digitals; i++) {
-      next_line("digital channel " + position(i, config_.digitals));
+      const Fields fields = next_fields("digital channel " + position(i, config_.digitals));
+      config_.digital_names.push_back(fields.size() > 1 ? inert(fields[1]) : std::string());
     }
   }
 
@@ -124,6 +128,14 @@ class ConfigParser {
     dropped_field_ = true;
   }
 
+  /// Returns the seconds that a field gives in microseconds; 0 for a field that gives none.
+  double skew_in(std::string_view field, const std::string& what) {
+    const double skew = 1e-6 * parse_number(field).value_or(0);
+    if (std::abs(skew) <= longest_skew) return skew;
+    note(fmt::format("the time skew {} of {} is not usable and was ignored.", cited(field), what));
+    return 0;
+  }
+
   void read_analog_channel(const std::string& what) {
     Fields fields = next_fields(what);
     drop_empty_field(fields);
@@ -131,12 +143,11 @@ class ConfigParser {
       refuse_line(fmt::format("{} has {} fields but needs at least {}", what, fields.size(), analog_fields));
     }
     AnalogChannel channel;
-    channel.description.name = inert(fields[1]);
-    channel.description.phase = inert(fields[2]);
-    channel.description.unit = inert(fields[4]);
-    channel.scale = finite_number(fields[5], what + ": the scale factor");
-    channel.offset = finite_number(fields[6], what + ": the offset");
-    channel.description.skew = 1e-6 * parse_number(fields[7]).value_or(0);
+    channel.description.name = names_.read(fields[1], what);
+    channel.description.phase = names_.read(fields[2], what);
+    channel.description.unit = names_.read(fields[4], what);
+    read_scale(fields, what, channel);
+    channel.description.skew = skew_in(fields[7], what);
     if (channel.scale == 0) {
       channel.description.zero_scale = true;
       note(fmt::format("the scale factor of {} is 0, which makes all its values {}.", what,
@@ -154,10 +165,36 @@ class ConfigParser {
     config_.analogs.push_back(std::move(channel));
   }
 
+  /// Reads scale factor and offset. A number that is not finite, as programs write for channels that they do not use,
+  /// costs only this channel: it has no values.
+  void read_scale(const Fields& fields, const std::string& what, AnalogChannel& channel) {
+    const auto scale = parse_number(fields[5]);
+    const auto offset = parse_number(fields[6]);
+    if (scale && offset && std::isfinite(*scale) && std::isfinite(*offset)) {
+      channel.scale = *scale;
+      channel.offset = *offset;
+      return;
+    }
+    // Old C libraries write "1.#INF" and "-1.#IND".
+    const auto is_number = [](const std::optional<double>& number, std::string_view field) {
+      return number || field.find("#I") != field.npos || field.find("#QNAN") != field.npos;
+    };
+    if (!is_number(scale, fields[5])) {
+      refuse_line(fmt::format("{}: the scale factor {} is not a number", what, cited(fields[5])));
+    }
+    if (!is_number(offset, fields[6])) {
+      refuse_line(fmt::format("{}: the offset {} is not a number", what, cited(fields[6])));
+    }
+    channel.scale = no_value;
+    channel.offset = 0;
+    note(fmt::format("the scale factor or offset of {} is not finite ({}, {}), so the channel has no values.", what,
+                     cited(fields[5]), cited(fields[6])));
+  }
+
   void read_line_frequency() {
     const std::string_view field = trimmed(next_line("the line frequency"));
     const auto frequency = parse_number(field);
-    if (frequency && std::isfinite(*frequency) && *frequency > 0) {
+    if (frequency && is_line_frequency(*frequency)) {
       config_.line_frequency = *frequency;
     } else {
       note(fmt::format("the line frequency {} is not usable and was ignored.", cited(field)));
@@ -176,6 +213,11 @@ class ConfigParser {
       if (fields.size() < 2) refuse_line(what + " needs a rate and the number of its last sample");
       const double rate = finite_number(fields[0], what + ":");
       if (rate < 0) refuse_line(what + " is negative");
+      if (rate > highest_rate) {
+        refuse_line(fmt::format("{} is {} samples per second, more than any recorder takes (at most {})", what,
+                                number_text(rate), number_text(highest_rate)),
+                    "correct the line, or set the rate to 0 so that the time stamps decide");
+      }
       add_rate_section(rate, last_sample(fields[1], what));
     }
   }
@@ -201,10 +243,12 @@ class ConfigParser {
 
   std::optional<WrittenTime> read_time(const std::string& what, std::string& text) {
     const Fields fields = next_fields(what);
+    std::string whole;
     for (const std::string_view field : fields) {
-      if (!text.empty() && !field.empty()) text += ' ';
-      text += inert(field);
+      if (!whole.empty() && !field.empty()) whole += ' ';
+      whole += field;
     }
+    text = names_.read(whole, what);
     return fields.size() < 2 ? std::nullopt : parse_time(fields[0], fields[1]);
   }
 
@@ -226,16 +270,18 @@ class ConfigParser {
     const auto line = lines_.next();
     if (!line || trimmed(*line).empty()) return;
     const auto factor = parse_number(*line);
-    if (factor && std::isfinite(*factor) && *factor > 0) {
+    constexpr double largest_factor = 1e9;  // 1 is usual, and 1000 or its inverse occur
+    if (factor && *factor >= 1 / largest_factor && *factor <= largest_factor) {
       config_.stamp_unit *= *factor;
     } else {
       note(fmt::format("the time stamp factor {} is not usable; 1 is used.", cited(*line)));
     }
-    if (const auto zone = lines_.next()) config_.time_zone = inert(split_fields(*zone, ',')[0]);
+    if (const auto zone = lines_.next()) config_.time_zone = names_.read(split_fields(*zone, ',')[0], "the time zone");
   }
 
   const std::string& file_;
   Lines lines_;
+  Names names_;
   bool dropped_field_ = false;
   ComtradeConfig config_;
 };

@@ -30,6 +30,7 @@ struct ComtradeConfig {
   std::string revision;  ///< "1991", "1999" or "2013": the revision whose rules are applied to the file
   std::vector<AnalogChannel> analogs;
   std::size_t digitals = 0;
+  std::vector<std::string> digital_names;
   double line_frequency = 0;  ///< hertz; 0 when the file does not say
   std::vector<RateSection> rates;
   std::string start_time;

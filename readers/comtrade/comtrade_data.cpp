@@ -17,6 +17,7 @@
 #include <optional>
 #include <utility>
 
+#include "readers/plain_number.h"
 #include "readers/text.h"
 #include "readers/time_stamps.h"
 
@@ -73,6 +74,8 @@ class Fields {
 
   [[nodiscard]] bool used_up() const { return used_up_; }
 
+  [[nodiscard]] std::string_view rest() const { return {at_, static_cast<std::size_t>(end_ - at_)}; }
+
   /// Returns how many fields are left.
   [[nodiscard]] std::size_t left() const {
     return used_up_ ? 0 : static_cast<std::size_t>(std::count(at_, end_, ',')) + 1;
@@ -109,18 +112,21 @@ bool follows(double number, double before) {
 
 class AsciiReader {
  public:
-  AsciiReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted)
+  AsciiReader(const std::string& file, const ComtradeConfig& config, const WantedData& wanted)
       : file_(file),
         config_(config),
-        wanted_(indices_of(wanted)),
+        wanted_(indices_of(wanted.analogs)),
+        want_digitals_(wanted.digitals && config.digitals > 0),
         fields_(2 + config.analogs.size() + config.digitals) {
     data_.samples.resize(config.analogs.size());
     row_.resize(wanted_.size());
   }
 
-  ComtradeData read(std::string_view content) {
+  /// `held` holds the content, if it may be released as it is read.
+  ComtradeData read(std::string_view content, FileText* held) {
     Lines lines(without_file_marks(content));
     while (const auto line = lines.next()) {
+      if (held != nullptr) held->release_before(line->data());
       if (line->empty() || (!is_digit(line->front()) && trimmed(*line).empty())) continue;
       if (data_.rows == 0) reserve(lines, line->size());
       if (const std::string fault = take(*line); !fault.empty()) {
@@ -171,12 +177,26 @@ class AsciiReader {
     if (!numbers || 2 + next + fields.left() != fields_) {
       if (const std::string fault = fault_of(line); !fault.empty()) return fault;
     }
+    if (want_digitals_) {
+      fields.skip(config_.analogs.size() - next);
+      take_digitals(fields.rest());
+    }
     number_before_ = number_;
     number_ = number;
     for (std::size_t w = 0; w < wanted_.size(); w++) data_.samples[wanted_[w]].push_back(row_[w]);
     data_.stamps.push_back(stamp);
     data_.rows++;
     return {};
+  }
+
+  /// Stores the states at the end of a row if they differ from those of the row before it.
+  void take_digitals(std::string_view text) {
+    if (data_.rows > 0 && text == digitals_before_) return;
+    digitals_before_ = text;
+    DigitalStates now{data_.rows, {}};
+    Fields fields(text);
+    for (std::size_t i = 0; i < config_.digitals; i++) now.states.push_back(fields.next() == "1");
+    if (data_.digitals.empty() || data_.digitals.back().states != now.states) data_.digitals.push_back(std::move(now));
   }
 
   /// Returns what is wrong with a row. The text is empty if it only has a comma after the last field.
@@ -207,6 +227,8 @@ class AsciiReader {
   const std::string& file_;
   const ComtradeConfig& config_;
   std::vector<std::size_t> wanted_;
+  bool want_digitals_;
+  std::string digitals_before_;  ///< the text of the previous row's digital channels
   std::size_t fields_;
   std::vector<double> row_;
   double number_ = no_value;  ///< NaN when a row has none
@@ -392,12 +414,14 @@ template <typename Word>
 class RowReader : public BinaryReader {
  public:
   /// `bytes` is the number of bytes to come, as far as it is known.
-  RowReader(const std::string& file, const ComtradeConfig& config, const std::vector<bool>& wanted, std::size_t bytes)
-      : config_(config), wanted_(indices_of(wanted)), numbers_(file, data_.numbers), steps_(config) {
+  RowReader(const std::string& file, const ComtradeConfig& config, const WantedData& wanted, std::size_t bytes)
+      : config_(config), wanted_(indices_of(wanted.analogs)), numbers_(file, data_.numbers), steps_(config) {
     constexpr std::size_t digital_word_bytes = 2;
     constexpr std::size_t digitals_per_word = 16;
     const std::size_t digital_words = config.digitals / digitals_per_word + (config.digitals % digitals_per_word != 0);
-    row_bytes_ = number_bytes + stamp_bytes + Word::bytes * config.analogs.size() + digital_word_bytes * digital_words;
+    digital_bytes_ = digital_word_bytes * digital_words;
+    row_bytes_ = number_bytes + stamp_bytes + Word::bytes * config.analogs.size() + digital_bytes_;
+    want_digitals_ = wanted.digitals && config.digitals > 0;
     data_.samples.resize(config.analogs.size());
     reserve(bytes / row_bytes_);
   }
@@ -432,8 +456,7 @@ class RowReader : public BinaryReader {
     if (data_.stamps_agree && data_.rows > 1) {
       const auto steps = static_cast<double>(data_.rows - 1);
       if (span_disagrees(steps_.span(), steps_.step(), steps)) {
-        const double rate = config_.rates[0].rate;
-        data_.notes.push_back(contradicted_rate(rate * steps * steps_.step() / steps_.span(), rate));
+        data_.contradicting_rate = config_.rates[0].rate * steps * steps_.step() / steps_.span();
       }
     }
     return std::move(data_);
@@ -455,9 +478,25 @@ class RowReader : public BinaryReader {
         end += static_cast<std::ptrdiff_t>(rows);
         data_.samples[i].insert(data_.samples[i].end(), first, end);
       }
+      if (want_digitals_) take_digitals(bytes, rows);
       bytes += rows * row_bytes_;
       data_.rows += rows;
       count -= rows;
+    }
+  }
+
+  /// Stores the digital states of rows that differ from those of the row before them. The first channel is the lowest
+  /// bit of the first word.
+  void take_digitals(const char* bytes, std::size_t rows) {
+    for (std::size_t r = 0; r < rows; r++) {
+      const std::string_view words(bytes + (r + 1) * row_bytes_ - digital_bytes_, digital_bytes_);
+      if (data_.rows + r > 0 && words == digitals_before_) continue;
+      digitals_before_ = words;
+      DigitalStates now{data_.rows + r, {}};
+      for (std::size_t i = 0; i < config_.digitals; i++) {
+        now.states.push_back((static_cast<unsigned char>(words[i / 8]) >> (i % 8) & 1U) != 0);
+      }
+      data_.digitals.push_back(std::move(now));
     }
   }
 
@@ -517,19 +556,38 @@ class RowReader : public BinaryReader {
     take_stamps(stamps.data(), rows);
   }
 
-  /// Stamps are stored only from the first one that does not agree with the rate. Earlier stamps are then computed back
-  /// from it, because only their steps matter.
+  /// Stamps are stored only from the first one that does not agree with the rate. Earlier stamps are then interpolated
+  /// between those at the ends of the blocks.
   void take_stamps(const std::uint32_t* stamps, std::size_t rows) {
     const std::uint32_t before = steps_.last();
     if (data_.stamps.empty()) {
-      if (steps_.take(stamps, rows)) return;
-      data_.stamps.reserve(data_.rows + rows);
-      for (std::size_t r = 0; r < data_.rows; r++) {
-        data_.stamps.push_back(before - steps_.step() * static_cast<double>(data_.rows - 1 - r));
+      if (steps_.take(stamps, rows)) {
+        agreed_ = {static_cast<double>(data_.rows + rows) - 1, steps_.span() * config_.stamp_unit};
+        if (rows == rows_at_once) data_.knots.push_back(agreed_);
+        return;
       }
+      data_.stamps.reserve(data_.rows + rows);
+      store_agreed(before);
     }
     constexpr std::uint32_t no_stamp = 0xFFFFFFFF;
     for (std::size_t r = 0; r < rows; r++) data_.stamps.push_back(stamps[r] == no_stamp ? no_value : stamps[r]);
+  }
+
+  /// Stores the stamps of all rows so far, the last of which has the stamp `last`.
+  void store_agreed(double last) {
+    if (data_.rows == 0) return;
+    std::vector<TimeKnot> knots = std::move(data_.knots);
+    if (knots.empty() || knots.back().row < agreed_.row) knots.push_back(agreed_);
+    const double first = last - agreed_.seconds / config_.stamp_unit;
+    TimeKnot from{0, 0};
+    for (const TimeKnot& to : knots) {
+      const double step = (to.seconds - from.seconds) / (to.row - from.row) / config_.stamp_unit;
+      for (auto row = static_cast<double>(data_.stamps.size()); row < to.row; row++) {
+        data_.stamps.push_back(first + from.seconds / config_.stamp_unit + step * (row - from.row));
+      }
+      from = to;
+    }
+    data_.stamps.push_back(last);
   }
 
   static constexpr std::size_t rows_at_once = 128;  ///< few enough to stay in the fastest cache
@@ -539,12 +597,16 @@ class RowReader : public BinaryReader {
   ComtradeData data_;
   SampleNumbers numbers_;  ///< writes to `data_`
   StampSteps steps_;
+  TimeKnot agreed_;  ///< the last row whose stamp agrees with the rate, and its time from the first row
   std::size_t row_bytes_ = 0;
-  std::string carried_;  ///< the start of a row that continues in the next piece
+  std::size_t digital_bytes_ = 0;
+  bool want_digitals_ = false;
+  std::string digitals_before_;  ///< the words of the previous row's digital channels
+  std::string carried_;          ///< the start of a row that continues in the next piece
 };
 
 std::unique_ptr<BinaryReader> binary_reader(const std::string& file, const ComtradeConfig& config,
-                                            const std::vector<bool>& wanted, std::size_t bytes) {
+                                            const WantedData& wanted, std::size_t bytes) {
   switch (config.data_type) {
     case DataType::binary:
       return std::make_unique<RowReader<Word16>>(file, config, wanted, bytes);
@@ -593,24 +655,22 @@ void RowNumbers::take_jump(std::size_t row, double before, double number) {
 }
 
 ComtradeData read_comtrade_data(const std::string& file, std::string_view content, const ComtradeConfig& config,
-                                const std::vector<bool>& wanted) {
+                                const WantedData& wanted, FileText* held) {
   const auto reader = binary_reader(file, config, wanted, content.size());
-  if (!reader) return with_rows(file, AsciiReader(file, config, wanted).read(content));
+  if (!reader) return with_rows(file, AsciiReader(file, config, wanted).read(content, held));
   refuse_text(file, content, config);
   reader->take(content);
   return with_rows(file, reader->finish());
 }
 
 ComtradeData read_comtrade_data(const std::string& file, FileStream& stream, const ComtradeConfig& config,
-                                const std::vector<bool>& wanted) {
-  std::string_view piece = stream.next();
+                                const WantedData& wanted) {
   const auto reader = binary_reader(file, config, wanted, stream.stated_size());
   if (!reader) {
-    std::string content;
-    content.reserve(stream.stated_size());
-    for (; !piece.empty(); piece = stream.next()) content.append(piece);
-    return read_comtrade_data(file, content, config, wanted);
+    FileText text(stream);
+    return read_comtrade_data(file, text.view(), config, wanted, &text);
   }
+  std::string_view piece = stream.next();
   refuse_text(file, piece, config);
   for (; !piece.empty(); piece = stream.next()) reader->take(piece);
   return with_rows(file, reader->finish());

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "readers/comtrade/comtrade_config.h"
+#include "readers/even_times.h"
 #include "readers/file_access.h"
 
 namespace readers {
@@ -27,23 +28,39 @@ struct RowNumbers {
   void take_jump(std::size_t row, double before, double number);
 };
 
+/// The states of all digital channels from a row on.
+struct DigitalStates {
+  std::size_t row = 0;
+  std::vector<bool> states;
+};
+
 struct ComtradeData {
   std::size_t rows = 0;
   std::vector<std::vector<double>> samples;  ///< scaled, per analog channel; NaN where a value is marked as missing
   std::vector<double> stamps;                ///< stamp of each row as stored; NaN where a row has none
-  bool stamps_agree = false;                 ///< every step matches the record's only rate; `stamps` is then empty
+  /// Every step matches the record's only rate within a tolerance. `stamps` is then empty, and `knots` has the times of
+  /// some rows.
+  bool stamps_agree = false;
+  std::vector<TimeKnot> knots;
+  double contradicting_rate = 0;        ///< the rate of stamps that agree step by step but not in sum; 0: they do
+  std::vector<DigitalStates> digitals;  ///< of the first row and of each row that changes them, if they were wanted
   RowNumbers numbers;
   std::vector<std::string> notes;
 };
 
-/// Reads the content of a .dat file with as many rows as it has. `wanted` says for each analog channel whether its
-/// samples are wanted; the samples of other channels stay empty. `file` is the file's name for messages. Throws
-/// ReadError.
+struct WantedData {
+  std::vector<bool> analogs;  ///< whether the samples of each analog channel are wanted
+  bool digitals = false;
+};
+
+/// Reads the content of a .dat file with as many rows as it has. `wanted` says what of it
+/// is wanted; the samples of other channels stay empty. `file` is the file's name for messages. If `held` is
+/// given, it holds the content, which is released as it is read. Throws ReadError.
 ComtradeData read_comtrade_data(const std::string& file, std::string_view content, const ComtradeConfig& config,
-                                const std::vector<bool>& wanted);
+                                const WantedData& wanted, FileText* held = nullptr);
 
 /// Does the same for a file that is read piece by piece.
 ComtradeData read_comtrade_data(const std::string& file, FileStream& stream, const ComtradeConfig& config,
-                                const std::vector<bool>& wanted);
+                                const WantedData& wanted);
 
 }  // namespace readers

@@ -146,6 +146,7 @@ class Repair {
     data_.stamps = edited(data_.stamps, [](double before, double behind, double part) {
       return behind > before ? before + part * (behind - before) : no_value;
     });
+    for (DigitalStates& digitals : data_.digitals) digitals.row = moved(digitals.row);
     for (const Edit& edit : edits_) {
       inserted_ += edit.insert;
       dropped_ += edit.insert == 0 ? 1 : 0;

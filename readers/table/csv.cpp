@@ -10,10 +10,14 @@
 #include <vector>
 
 #include "readers/charset.h"
+#include "readers/line_rate.h"
+#include "readers/names.h"
+#include "readers/plausible.h"
 #include "readers/table/headings.h"
 #include "readers/table/rows.h"
 #include "readers/table/written_times.h"
 #include "readers/text.h"
+#include "readers/time_base.h"
 
 namespace readers {
 
@@ -25,9 +29,38 @@ struct HeadRow {
   std::vector<std::string> cells;
 };
 
+/// The line of each row. Nearly all rows are in the line after the previous one, so only the others are stored.
+class RowLines {
+ public:
+  void push_back(std::size_t line) {
+    if (runs_.empty() || line != last_ + 1) runs_.push_back({size_, line});
+    last_ = line;
+    size_++;
+  }
+  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] bool empty() const { return size_ == 0; }
+  [[nodiscard]] std::size_t front() const { return runs_.front().line; }
+  std::size_t operator[](std::size_t row) const {
+    const auto after =
+        std::upper_bound(runs_.begin(), runs_.end(), row, [](std::size_t at, const Run& run) { return at < run.row; });
+    return after[-1].line + (row - after[-1].row);
+  }
+
+ private:
+  struct Run {
+    std::size_t row = 0;
+    std::size_t line = 0;
+  };
+  std::vector<Run> runs_;
+  std::size_t last_ = 0;  ///< the line of the last row
+  std::size_t size_ = 0;
+};
+
 class TableReader {
  public:
-  TableReader(const std::string& file, std::string_view content) : file_(file), lines_(without_file_marks(content)) {
+  /// `held` holds the content, if it may be released as it is read.
+  TableReader(const std::string& file, std::string_view content, FileText* held)
+      : file_(file), lines_(without_file_marks(content)), held_(held) {
     separator_ = skip_to_table(lines_);
   }
 
@@ -38,7 +71,7 @@ class TableReader {
     Record record;
     record.file = file_;
     record.format = "CSV";
-    record.rates = {{rate(sampling_rate), row_lines_.size()}};
+    record.rates = {{0, row_lines_.size()}};
     for (std::size_t i = 0; i < headings_.size(); i++) {
       if (i == time_column_ || i == counter_column_ || is_text_[i] || is_blank(i)) continue;
       Channel& channel = record.channels.emplace_back();
@@ -50,7 +83,7 @@ class TableReader {
       throw ReadError(file_, "", "has no column of samples", "choose a table with a column per channel");
     }
     if (comma_line_ != 0) notes_.emplace_back("Numbers are read with a decimal comma.");
-    record.notes = std::move(notes_);
+    set_times(record, sampling_rate);
     return record;
   }
 
@@ -90,7 +123,46 @@ class TableReader {
     read_head(head, row);
     if (row == nullptr || head.size() > most_head) return;
     find_kinds(*row);
-    for (; row != nullptr; row = rows.next()) add_row(*row);
+    all_numbers_ = !time_stamps_ && std::find(is_text_.begin(), is_text_.end(), true) == is_text_.end();
+    reserve(rows, *row);
+    add_row(*row);
+    std::vector<PlainCell> cells(columns);
+    for (;;) {
+      const char* position = rows.position();
+      if (may_be_plain() && rows.next_plain(cells)) {
+        add_plain_row(rows, cells, position);
+      } else if ((row = rows.next()) != nullptr) {
+        add_row(*row);
+      } else {
+        return;
+      }
+      if (held_ != nullptr) held_->release_before(position);
+    }
+  }
+
+  /// Returns whether all cells of the next row may be numbers with a decimal point.
+  [[nodiscard]] bool may_be_plain() const { return all_numbers_ && comma_line_ == 0; }
+
+  /// Does the same as add_row for a row of plain numbers. `begin` is where the row begins.
+  void add_plain_row(const Rows& rows, const std::vector<PlainCell>& cells, const char* begin) {
+    for (std::size_t i = 0; i < cells.size(); i++) columns_[i].push_back(cells[i].number);
+    const std::string_view text(begin, static_cast<std::size_t>(rows.position() - begin));
+    if (point_line_ == 0 && text.find('.') != text.npos) point_line_ = rows.line();
+    if (time_column_ || !named_) {
+      const PlainCell& time = cells[time_column_.value_or(0)];
+      time.has_exponent ? time_digits_.take(time.text) : time_digits_.take_plain(time.text);
+    }
+    row_lines_.push_back(rows.line());
+  }
+
+  /// Reserves memory for as many rows as there would be if all were as long as the first.
+  void reserve(const Rows& rows, const Row& first) {
+    std::size_t row_bytes = 0;
+    for (const std::string_view cell : first.cells) row_bytes += cell.size() + 1;
+    const std::size_t count = 1 + rows.bytes_left() / std::max<std::size_t>(1, row_bytes);
+    for (std::size_t i = 0; i < columns_.size(); i++) {
+      if (!is_text_[i]) columns_[i].reserve(count);
+    }
   }
 
   /// Returns whether a row precedes the data, judged by its first non-empty cell: in data it is a number or a time.
@@ -122,16 +194,20 @@ class TableReader {
     if (names > 0 && head[names - 1].cells.size() == columns_.size() && is_unit_row(head[names])) units = names--;
     named_ = true;
     note_remarks(names);
+    Names texts;
     for (std::size_t i = 0; i < columns_.size(); i++) {
       headings_[i] = heading_of(head[names].cells[i]);
       if (units) {
         headings_[i].name = inert(trimmed(head[names].cells[i]));
         headings_[i].unit = bare_unit(head[*units].cells[i]);
       }
+      const std::string what = fmt::format("column {}", i + 1);
+      headings_[i] = {texts.read(headings_[i].name, what), texts.read(headings_[i].unit, what)};
       if (time_column_ || !names_time(headings_[i])) continue;
       time_column_ = i;
       time_line_ = head[units.value_or(names)].line;
     }
+    if (const std::string cut = texts.note(); !cut.empty()) notes_.push_back(cut);
   }
 
   static bool is_unit_row(const HeadRow& row) {
@@ -221,28 +297,31 @@ class TableReader {
   }
 
   double time_of_day(const Row& row, std::size_t column) {
-    const auto time = parse_time_stamp(row.cells[column]);
-    if (!time) {
+    const auto stamp = parse_time_stamp(row.cells[column]);
+    if (!stamp) {
       throw ReadError(file_, line_place(row.line), cell_place(row, column) + " is not a time stamp",
                       "write it like those before it, for example 10:00:00.000156");
     }
     const std::vector<double>& before = columns_[column];
-    const std::string_view cell = row.cells[column];
-    const bool hours = std::count(cell.begin(), cell.end(), ':') == 2;
-    if (before.empty() && !hours) notes_.emplace_back("The times are read as minutes and seconds.");
-    const double cycle = hours ? 86400 : 3600;
-    const std::string_view date = date_column_ ? row.cells[*date_column_] : std::string_view(time->date);
+    const WrittenTime& time = stamp->time;
+    if (before.empty() && !stamp->has_hours) notes_.emplace_back("The times are read as minutes and seconds.");
+    const double cycle = stamp->has_hours ? 86400 : 3600;
+    const std::string_view date = date_column_ ? row.cells[*date_column_] : std::string_view(time.date);
+    if (before.empty()) {
+      start_time_ = date_and_time(*stamp, date);
+      time_zone_ = stamp->zone;
+    }
     if (!before.empty()) {
       // A step back by half a day or more means midnight, unless the date contradicts it. A new date without such a
       // step is at least one day later. The exact number of days does not matter, because no record has a whole day
       // between two rows.
-      const bool back = time->seconds_of_day + days_ * cycle < before.back() - cycle / 2;
-      const bool dated = !date.empty() && hours;
+      const bool back = time.seconds_of_day + days_ * cycle < before.back() - cycle / 2;
+      const bool dated = !date.empty() && stamp->has_hours;
       if (dated ? date != date_ : back) days_++;
     }
     date_ = date;
-    time_digits_.take_decimals(time->decimals);
-    return time->seconds_of_day + days_ * cycle;
+    time_digits_.take_decimals(time.decimals);
+    return time.seconds_of_day + days_ * cycle;
   }
 
   void find_time_without_name() {
@@ -251,55 +330,105 @@ class TableReader {
     if (columns_.size() < time_and_three_phases || first.size() < 2) return;
     const bool rises =
         std::adjacent_find(first.begin(), first.end(), [](double a, double b) { return !(a < b); }) == first.end();
-    if (!rises || first_jump({first, time_digits_})) return;
+    const Times times{first, time_digits_};
+    if (!rises || (first_jump(times) && !follow_the_line(times))) return;
     if (mean_step(first) == 1) {
       counter_column_ = 0;
       notes_.push_back("The first column counts the samples and was left out.");
     } else {
       time_column_ = 0;
-      notes_.push_back("The first column is read as the time in seconds.");
+      notes_.push_back("The first column is read as the time.");
     }
   }
 
-  double rate(double given) {
-    if (!time_column_) {
-      if (given > 0 && std::isfinite(given)) return given;
+  /// Sets the record's rate and gives it the notes of the table.
+  void set_times(Record& record, double given) {
+    const bool is_given = given > 0 && std::isfinite(given);
+    StampedTimes stamped;
+    if (is_given) {
+      record.rates[0].rate = time_column_ ? rate_of_times(record, false).value_or(0) : 0;
+    } else if (!time_column_) {
       throw ReadError(file_, "", "no column holds the time, so the sampling rate is not known",
                       "give it with --rate (samples per second)");
+    } else {
+      record.rates[0].rate = *rate_of_times(record, true);
+      stamped.knots = knots_of(columns_[*time_column_], unit_);
+      stamped.rounding = 4 * time_digits_.least_rounding() * unit_;
     }
-    const double in_file = rate_of_times();
-    if (given > 0 && std::abs(given - in_file) > 1e-3 * in_file) {
-      notes_.push_back(
-          fmt::format("The given rate ({} samples per second) was not used, because the times in the table give {}.",
-                      number_text(given), number_text(in_file)));
-    }
-    return in_file;
+    check_rate(is_given ? given : record.rates[0].rate, is_given);
+    record.notes = std::move(notes_);
+    record.start_time = start_time_;
+    record.time_zone = time_zone_;
+    settle_times(record, stamped, given);
   }
 
-  double rate_of_times() {
+  /// Refuses a rate that no recorder has, and one at which the record would last too long.
+  void check_rate(double rate, bool is_given) const {
+    const std::string source = is_given ? "the given sampling rate is" : "the times give a sampling rate of";
+    const std::string cure =
+        is_given ? "give the actual rate with --rate" : "check the unit of the column of times (s, ms or us)";
+    if (!(rate <= highest_rate)) {
+      throw ReadError(file_, "",
+                      fmt::format("{} {} samples per second, more than any recorder takes (at most {})", source,
+                                  number_text(rate), number_text(highest_rate)),
+                      cure);
+    }
+    if (!(static_cast<double>(row_lines_.size()) / rate <= longest_time)) {
+      throw ReadError(file_, "",
+                      fmt::format("{} {} samples per second, at which the record lasts more than a century", source,
+                                  number_text(rate)),
+                      cure);
+    }
+  }
+
+  /// Returns the rate that the column of times gives. If it gives none, returns nothing or, if it is `needed`, throws
+  /// ReadError.
+  std::optional<double> rate_of_times(const Record& record, bool needed) {
     const Times times{columns_[*time_column_], time_digits_};
     if (times.values.size() < 2) {
+      if (!needed) return std::nullopt;
       throw ReadError(file_, line_place(row_lines_.front()), "the sampling rate cannot be derived from a single row",
                       "choose a table with more rows");
     }
-    if (const auto jump = first_jump(times)) {
+    const auto jump = first_jump(times);
+    const bool uneven = jump && follow_the_line(times);
+    if (jump && !uneven) {
+      if (!needed) return std::nullopt;
       throw ReadError(file_, line_place(row_lines_[*jump]),
                       fmt::format("the time jumps from {} to {}, unlike the steps elsewhere",
                                   number_text(times.values[*jump - 1]), number_text(times.values[*jump])),
                       "cut the table there, because samples must follow one another at one rate");
     }
-    const double unit = time_stamps_ ? 1 : *seconds_per(headings_[*time_column_].unit);
-    const double step = mean_step(times.values) * unit;
+    unit_ = unit_of_times(record, mean_step(times.values));
+    const double step = mean_step(times.values) * unit_;
     if (!(step > 0)) {
+      if (!needed) return std::nullopt;
       throw ReadError(file_, line_place(row_lines_[1]), "the time does not increase", "correct the column of times");
     }
     const double rate = rate_of_step(step);
-    if (has_uneven_steps(times.values)) {
+    if (!uneven && has_uneven_steps(times.values) && needed) {
       notes_.push_back(fmt::format(
           "The times are rounded to {} s; taken together they give a sampling rate of {} samples per second.",
-          number_text(2 * times.digits.least_rounding() * unit), number_text(std::round(rate * 1e3) / 1e3)));
+          number_text(2 * times.digits.least_rounding() * unit_), number_text(std::round(rate * 1e3) / 1e3)));
     }
     return rate;
+  }
+
+  /// Returns the seconds in one unit of the times. If they have no unit, they are in seconds unless the samples show
+  /// the line only in another unit.
+  double unit_of_times(const Record& record, double step) {
+    if (time_stamps_) return 1;
+    const std::string& stated = headings_[*time_column_].unit;
+    if (!stated.empty()) return *seconds_per(stated);
+    const double factor = factor_of_times(record, 1 / step);
+    if (factor > 1) return 1;
+    if (factor < 1) {
+      notes_.push_back(fmt::format(
+          "The times have no unit and are assumed to be in {}, because only then do the samples show the line frequency "
+          "(give the unit in the heading, or the rate with --rate).",
+          factor == 1e-3 ? "milliseconds" : "microseconds"));
+    }
+    return factor;
   }
 
   /// Returns whether a column has neither name nor values; a separator at the end of every line produces such a column.
@@ -313,6 +442,7 @@ class TableReader {
 
   const std::string& file_;
   Lines lines_;
+  FileText* held_;
   char separator_ = ',';
   bool named_ = false;
   std::vector<Heading> headings_;
@@ -320,13 +450,17 @@ class TableReader {
   std::vector<bool> is_text_;
   std::optional<std::size_t> time_column_;
   std::optional<std::size_t> counter_column_;
+  double unit_ = 1;  ///< seconds in one unit of the times
   std::size_t time_line_ = 0;
   bool time_stamps_ = false;
-  double days_ = 0;  ///< number of midnights passed, or of full hours for times without hours
+  bool all_numbers_ = false;  ///< no column holds texts or time stamps
+  double days_ = 0;           ///< number of midnights passed, or of full hours for times without hours
   std::optional<std::size_t> date_column_;
-  std::string date_;  ///< date of the previous row
+  std::string date_;        ///< date of the previous row
+  std::string start_time_;  ///< date and time of the first row
+  std::string time_zone_;
   WrittenDigits time_digits_;
-  std::vector<std::size_t> row_lines_;
+  RowLines row_lines_;
   std::size_t comma_line_ = 0;  ///< first line with a decimal comma; 0: none yet
   std::size_t point_line_ = 0;
   std::vector<std::string> notes_;
@@ -334,9 +468,11 @@ class TableReader {
 
 }  // namespace
 
-Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options) {
+Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options, FileText* held) {
+  if (is_utf8_already(content, options.charset)) return TableReader(file, content, held).read(options.sampling_rate);
   const Utf8Text text = to_utf8(content, options.charset);
-  Record record = TableReader(file, text.text).read(options.sampling_rate);
+  if (held != nullptr) held->release_before(content.data() + content.size());
+  Record record = TableReader(file, text.text, nullptr).read(options.sampling_rate);
   if (const std::string note = note_on_guess(text); !note.empty()) record.notes.push_back(note);
   return record;
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "readers/file_access.h"
 #include "readers/open_options.h"
 #include "readers/record.h"
 
@@ -14,6 +15,9 @@ namespace readers {
 /// messages. If no column holds the time, `options` must give the sampling rate. Throws ReadError.
 ///
 /// Names may end in a unit: "v1_V", "Ua [kV]", "Ub (V)", "t/ms". Columns without a name are called "column 3".
-Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options = {});
+///
+/// If `held` is given, it holds the content, which is released as it is read.
+Record read_csv(const std::string& file, std::string_view content, const OpenOptions& options = {},
+                FileText* held = nullptr);
 
 }  // namespace readers

@@ -18,6 +18,14 @@ Heading time_heading_of(const std::string& text) {
   return names_time(heading) ? heading : Heading{text, ""};
 }
 
+/// Returns whether a name in lower case is that of a current, so that A after it is the unit and not a phase: "Ia",
+/// "3I0", "Line 1 IL2".
+bool names_current(std::string_view name) {
+  if (name.starts_with('i') || name.starts_with("3i") || name.find("curr") != name.npos) return true;
+  const std::string_view last = name.substr(name.find_last_of(" _-.:") + 1);
+  return is_one_of(last, {"ia", "ib", "ic", "i1", "i2", "i3", "il1", "il2", "il3", "i0", "3i0"});
+}
+
 }  // namespace
 
 std::optional<double> seconds_per(const std::string& unit) {
@@ -32,7 +40,7 @@ std::optional<double> seconds_per(const std::string& unit) {
 bool is_unit(std::string_view word, std::string_view name) {
   const std::string small_name = lower_case(name);
   const std::string small_word = lower_case(word);
-  if (small_word == "a") return small_name.starts_with('i') || small_name.find("curr") != small_name.npos;
+  if (small_word == "a") return names_current(small_name);
   return is_one_of(small_word, {"v", "kv", "mv", "volt", "volts", "ka", "ma", "amp", "amps", "ampere"}) ||
          is_one_of(small_word, {"В", "в", "кВ", "кв", "мВ", "А", "кА", "hz", "w", "kw", "mw", "%"}) ||
          (!word.empty() && seconds_per(std::string(word)).has_value());

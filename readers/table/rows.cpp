@@ -8,6 +8,17 @@ namespace readers {
 
 namespace {
 
+constexpr std::string_view blanks = " \t\r";
+
+/// Returns whether a cell is a number, with a decimal point or comma.
+bool is_number(std::string_view cell) {
+  std::string text(cell);
+  const std::size_t comma = text.find(',');
+  const bool within = comma != text.npos && comma > 0 && comma + 1 < text.size();
+  if (within && text.find('.') == text.npos) text[comma] = '.';
+  return parse_number(text).has_value();
+}
+
 /// Returns the separator of a table, judged by one of its lines. Characters that are not the separator may occur in
 /// names or in decimal numbers, above all the comma, so the comma is considered last.
 char separator_in(std::string_view line) {
@@ -30,7 +41,22 @@ bool starts_with_number(std::string_view line) {
 
 }  // namespace
 
-Rows::Rows(const std::string& file, Lines lines, char separator) : file_(file), lines_(lines), separator_(separator) {
+bool is_separated_by_blanks(std::string_view line) {
+  std::size_t count = 0;
+  for (std::string_view rest = trimmed(line); !rest.empty(); count++) {
+    const std::string_view cell = rest.substr(0, rest.find(' '));
+    const bool clock = count == 0 && cell.find(':') != cell.npos && cell.find_first_not_of("0123456789:.") == cell.npos;
+    if (!clock && !is_number(cell)) return false;
+    rest = trimmed(rest.substr(cell.size()));
+  }
+  return count >= 2;
+}
+
+Rows::Rows(const std::string& file, Lines lines, char separator)
+    : file_(file),
+      lines_(lines),
+      separator_(separator),
+      may_be_plain_(lines.end_in_line_feeds() && std::string_view(",;\t|:").find(separator) != std::string_view::npos) {
   csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
   csv_set_delim(&parser_, static_cast<unsigned char>(separator));
 }
@@ -54,7 +80,24 @@ const Row* Rows::next() {
   return nullptr;
 }
 
+bool Rows::next_plain(std::span<PlainCell> cells) {
+  const std::string_view rest = lines_.rest();
+  if (!may_be_plain_ || rest.empty()) return false;
+  const char* after = plain_row(rest.data(), rest.data() + rest.size(), separator_, cells);
+  if (after == nullptr) return false;
+  lines_.skip_line(after);
+  return true;
+}
+
 void Rows::split(std::string_view line) {
+  if (separator_ == ' ') {
+    for (std::size_t at = line.find_first_not_of(blanks); at != line.npos;) {
+      const std::size_t end = std::min(line.find_first_of(blanks, at), line.size());
+      row_.cells.push_back(line.substr(at, end - at));
+      at = line.find_first_not_of(blanks, end);
+    }
+    return;
+  }
   for (;;) {
     const std::size_t end = line.find(separator_);
     row_.cells.push_back(trimmed(line.substr(0, end)));
@@ -129,7 +172,9 @@ char skip_to_table(Lines& lines) {
     const auto line = ahead.next();
     if (!line) break;
     if (i == 0) first = *line;
-    if (starts_with_number(*line) && line->find_first_of(",;\t") != line->npos) return separator_in(*line);
+    if (!starts_with_number(*line)) continue;
+    if (line->find_first_of(";\t") == line->npos && is_separated_by_blanks(*line)) return ' ';
+    if (line->find_first_of(",;\t") != line->npos) return separator_in(*line);
   }
   return separator_in(first);
 }

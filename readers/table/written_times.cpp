@@ -1,5 +1,7 @@
 #include "readers/table/written_times.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -48,6 +50,19 @@ std::optional<bool> take_afternoon(std::string& time) {
   return std::nullopt;
 }
 
+/// Removes the offset from UTC from the end of a time and returns it: "+00:00" of "10:00:00Z".
+std::string take_zone(std::string& time) {
+  std::string zone;
+  if (time.ends_with('Z')) {
+    time.pop_back();
+    zone = "+00:00";
+  } else if (const std::size_t sign = time.find_first_of("+-"); sign != time.npos) {
+    zone = time.substr(sign);
+    time = trimmed(time.substr(0, sign));
+  }
+  return zone;
+}
+
 constexpr double relative_step = 1e-3;
 
 /// Returns how far the step between two consecutive times of the column may differ from the true step.
@@ -92,6 +107,16 @@ void WrittenDigits::take(std::string_view number) {
   take_digits(std::max(significant_, significant), decimals);
 }
 
+void WrittenDigits::take_plain(std::string_view number) {
+  std::size_t first = 0;
+  while (first < number.size() && (number[first] < '1' || number[first] > '9')) first++;
+  const std::size_t point = number.find('.');
+  const bool has_point = point != std::string_view::npos;
+  const std::size_t significant = number.size() - first - (has_point && point > first ? 1 : 0);
+  const std::size_t decimals = has_point ? number.size() - point - 1 : 0;
+  take_digits(std::max(significant_, static_cast<int>(significant)), static_cast<int>(decimals));
+}
+
 void WrittenDigits::take_decimals(int decimals) {
   constexpr int all = 17;
   take_digits(all, decimals);
@@ -114,25 +139,38 @@ double WrittenDigits::rounding(double number) const {
   return std::max(by_decimals, power_of_ten(before_point - significant_)) / 2;
 }
 
-std::optional<WrittenTime> parse_time_stamp(std::string_view cell) {
+std::optional<TimeStamp> parse_time_stamp(std::string_view cell) {
   const std::size_t colon = cell.find(':');
   if (colon == cell.npos) return std::nullopt;
   const std::size_t before = cell.find_last_of(" T", colon);
   std::string time(cell.substr(before == cell.npos ? 0 : before + 1));
+  TimeStamp stamp;
   const auto afternoon = take_afternoon(time);
-  if (time.ends_with('Z')) time.pop_back();
-  if (const std::size_t zone = time.find_first_of("+-"); zone != time.npos) time.resize(zone);
+  stamp.zone = take_zone(time);
   std::replace(time.begin(), time.end(), ',', '.');
-  if (is_minutes_and_seconds(time)) time.insert(0, "0:");
+  stamp.has_hours = !is_minutes_and_seconds(time);
+  if (!stamp.has_hours) time.insert(0, "0:");
   const std::string_view date = before == cell.npos ? std::string_view() : cell.substr(0, before);
-  auto written = parse_time(date, time);
-  if (!written || !afternoon) return written;
+  const auto written = parse_time(date, time);
+  if (!written) return std::nullopt;
+  stamp.time = *written;
+  if (!afternoon) return stamp;
   constexpr double seconds_per_hour = 3600;
-  if (written->seconds_of_day >= 13 * seconds_per_hour || written->seconds_of_day < seconds_per_hour)
-    return std::nullopt;
-  if (written->seconds_of_day >= 12 * seconds_per_hour) written->seconds_of_day -= 12 * seconds_per_hour;
-  if (*afternoon) written->seconds_of_day += 12 * seconds_per_hour;
-  return written;
+  double& seconds = stamp.time.seconds_of_day;
+  if (seconds >= 13 * seconds_per_hour || seconds < seconds_per_hour) return std::nullopt;
+  if (seconds >= 12 * seconds_per_hour) seconds -= 12 * seconds_per_hour;
+  if (*afternoon) seconds += 12 * seconds_per_hour;
+  return stamp;
+}
+
+std::string date_and_time(const TimeStamp& stamp, std::string_view date) {
+  if (!stamp.has_hours || date.empty()) return "";
+  constexpr int most_decimals = 6;  // Records have times to the microsecond.
+  const int decimals = std::min(stamp.time.decimals, most_decimals);
+  const double minutes = std::floor(stamp.time.seconds_of_day / 60);
+  const double seconds = stamp.time.seconds_of_day - 60 * minutes;
+  return fmt::format("{} {:02}:{:02}:{:0{}.{}f}", trimmed(date), static_cast<int>(minutes) / 60,
+                     static_cast<int>(minutes) % 60, seconds, decimals > 0 ? decimals + 3 : 2, decimals);
 }
 
 std::optional<std::size_t> first_jump(const Times& times) {
@@ -148,6 +186,18 @@ std::optional<std::size_t> first_jump(const Times& times) {
     if (!right) return i + 1;
   }
   return std::nullopt;
+}
+
+bool follow_the_line(const Times& times) {
+  constexpr double range_of_line = 0.05;
+  const std::vector<double>& values = times.values;
+  std::vector<double> steps;
+  for (std::size_t i = 1; i < values.size(); i++) steps.push_back(values[i] - values[i - 1]);
+  const double usual = usual_step(times, steps);
+  const auto follows = [&](double step) {
+    return std::abs(step - usual) <= range_of_line * usual + 2 * times.digits.least_rounding();
+  };
+  return usual > 0 && std::all_of(steps.begin(), steps.end(), follows);
 }
 
 double mean_step(const std::vector<double>& times) {

@@ -15,16 +15,6 @@ namespace readers {
 
 namespace {
 
-std::string channel_list(const Record& record) {
-  std::string list;
-  for (std::size_t i = 0; i < record.channels.size(); i++) {
-    const Channel& channel = record.channels[i];
-    list += fmt::format("{}{} {}", i > 0 ? ", " : "", i + 1, channel.name);
-    if (!channel.unit.empty()) list += fmt::format(" [{}]", channel.unit);
-  }
-  return list;
-}
-
 [[noreturn]] void refuse_names(const Record& record, const std::string& cause) {
   throw ReadError(record.file, "", cause,
                   "choose one to three of the channels by name or number: " + channel_list(record));
@@ -40,10 +30,11 @@ bool is_named(const Channel& channel, std::string_view text) {
 std::size_t channel_named(const Record& record, std::string_view text) {
   std::vector<std::size_t> exact;
   std::vector<std::size_t> in_any_case;
+  const std::string small = lower_case(text);
   for (std::size_t i = 0; i < record.channels.size(); i++) {
     const Channel& channel = record.channels[i];
     if (is_named(channel, text)) exact.push_back(i);
-    if (lower_case(channel.name) == lower_case(text)) in_any_case.push_back(i);
+    if (channel.name.size() == small.size() && lower_case(channel.name) == small) in_any_case.push_back(i);
   }
   const std::vector<std::size_t>& found = exact.empty() ? in_any_case : exact;
   if (found.size() == 1) return found[0];
@@ -56,6 +47,25 @@ std::size_t channel_named(const Record& record, std::string_view text) {
 }
 
 }  // namespace
+
+std::string channel_list(const Record& record) {
+  constexpr std::size_t most = 100;
+  const std::size_t listed = std::min(record.channels.size(), most);
+  std::string list;
+  for (std::size_t i = 0; i < listed; i++) {
+    const Channel& channel = record.channels[i];
+    list += fmt::format("{}{} {}", i > 0 ? ", " : "", i + 1, shortened(channel.name));
+    if (!channel.unit.empty()) list += fmt::format(" [{}]", shortened(channel.unit));
+  }
+  if (listed < record.channels.size()) list += fmt::format(" and {} more", record.channels.size() - listed);
+  return list;
+}
+
+std::vector<std::size_t> channels_named(const Record& record, const std::string& names) {
+  std::vector<std::size_t> channels;
+  for (const std::string_view name : split_fields(names, ',')) channels.push_back(channel_named(record, name));
+  return channels;
+}
 
 VoltageSet named_voltage_set(const Record& record, const std::string& names) {
   const std::vector<std::string_view> parts = split_fields(names, ',');

@@ -9,8 +9,9 @@
 
 namespace readers {
 
-/// Marks a set as live when none of its phases is constant throughout and its largest voltage is more than noise
-/// compared with the record's largest. A single phase may well be low, because that is what a long dip looks like.
+/// Marks a set as live when none of its phases is constant throughout (RMS values of some phases may be), its values
+/// alternate, and its largest voltage is plausible and more than noise compared with the record's largest. A single
+/// phase may well be low, because that is what a long dip looks like.
 void mark_live(const Record& record, const NamedChannels& channels, std::vector<VoltageSet>& sets);
 
 /// Does the same and moves live sets to the front.

@@ -30,6 +30,27 @@ double slope(const std::vector<float>& values, std::ptrdiff_t at, std::ptrdiff_t
   return sign * (1.5 * value(at) - 2 * value(at + away) + 0.5 * value(at + 2 * away));
 }
 
+/// Returns what of the parts is within a stretch. A part without a rate has no times, so all of it is kept.
+std::vector<Part> within(const std::vector<Part>& parts, const Stretch& stretch) {
+  constexpr double rounding = 1e-6;  // of a sample, so that a time that was written for a sample includes it
+  std::vector<Part> kept;
+  for (Part part : parts) {
+    if (part.rate > 0) {
+      const auto first_from = [&](double seconds) {
+        const double samples = std::ceil((seconds - part.start) * part.rate - rounding);
+        return part.begin + static_cast<std::size_t>(std::clamp(samples, 0.0, static_cast<double>(part.length())));
+      };
+      const std::size_t begin = first_from(stretch.from);
+      const std::size_t end = first_from(stretch.to);
+      part.start += static_cast<double>(begin - part.begin) / part.rate;
+      part.begin = begin;
+      part.end = end;
+    }
+    if (part.begin < part.end) kept.push_back(part);
+  }
+  return kept;
+}
+
 }  // namespace
 
 std::vector<Part> parts_of(const Record& record) {
@@ -47,12 +68,12 @@ std::vector<Part> parts_of(const Record& record) {
       // Equal rates are kept unchanged to the last bit.
       if (section.rate != last->rate) last->rate = static_cast<double>(last->length()) / seconds;
     } else if (section.end > begin) {
-      parts.push_back({begin, section.end, section.rate, section.start});
+      parts.push_back({begin, section.end, section.rate, section.start, section.title});
       seconds = section.rate > 0 ? length / section.rate : 0;
     }
     begin = section.end;
   }
-  return parts;
+  return record.stretch ? within(parts, *record.stretch) : parts;
 }
 
 std::vector<Part> parts_without_gaps(const Record& record, const std::array<std::size_t, 3>& channels,
@@ -65,7 +86,7 @@ std::vector<Part> parts_without_gaps(const Record& record, const std::array<std:
     const auto most = static_cast<std::size_t>(most_wanted > 0 ? most_wanted : 0);
     const auto add = [&](std::size_t from, std::size_t to) {
       const double start = part.start + (part.rate > 0 ? static_cast<double>(from) / part.rate : 0);
-      if (to > from) parts.push_back({part.begin + from, part.begin + to, part.rate, start});
+      if (to > from) parts.push_back({part.begin + from, part.begin + to, part.rate, start, part.title});
     };
     std::size_t from = 0;
     while (from < holes.size() && holes[from]) from++;

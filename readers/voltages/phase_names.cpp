@@ -1,6 +1,8 @@
 #include "readers/voltages/phase_names.h"
 
 #include <algorithm>
+#include <array>
+#include <initializer_list>
 #include <utility>
 
 #include "readers/text.h"
@@ -62,12 +64,14 @@ std::size_t pair_of(std::size_t one, std::size_t other) {
   return low == 0 && high == 2 ? 2 : low;
 }
 
-/// Returns the word that ends before `position`, ignoring separators.
+/// Returns the word that ends before `position`, ignoring separators. Of a longer word than any that callers know, only
+/// the end is returned, so that a name of one long word takes no more time than others.
 std::string_view word_before(std::string_view name, std::size_t position) {
+  constexpr std::size_t longest = 6;  // more than "phase"
   const std::size_t last = position == 0 ? name.npos : name.find_last_not_of(separators, position - 1);
   if (last == name.npos) return {};
   std::size_t first = last + 1;
-  while (first > 0 && is_letter(name[first - 1])) first--;
+  while (first > 0 && last + 1 - first < longest && is_letter(name[first - 1])) first--;
   return name.substr(first, last + 1 - first);
 }
 
@@ -82,11 +86,63 @@ bool beside_digit(std::string_view name, std::size_t position) {
   return (position > 0 && is_digit(name[position - 1])) || (position + 1 < name.size() && is_digit(name[position + 1]));
 }
 
+/// Returns the first two marks after quantities that are of one alphabet and of different phases, as in "Ua-Ub".
+std::optional<PairMark> pair_of_marks(const std::vector<PhaseMark>& marks) {
+  std::array<bool, 2> searched{};  // per alphabet; all its marks have the same phase
+  for (const PhaseMark& one : marks) {
+    const auto alphabet = static_cast<std::size_t>(one.alphabet);
+    if (!one.after_quantity || searched[alphabet]) continue;
+    searched[alphabet] = true;
+    const auto other = std::find_if(marks.begin(), marks.end(), [&](const PhaseMark& mark) {
+      return mark.after_quantity && mark.alphabet == one.alphabet && mark.phase != one.phase;
+    });
+    if (other == marks.end()) continue;
+    return PairMark{one.position, other->position, pair_of(one.phase, other->phase),
+                    is_turned(one.phase, other->phase)};
+  }
+  return std::nullopt;
+}
+
+/// Drops the T of "VT", which is a voltage transformer and not phase T if the name gives a phase elsewhere.
+void drop_transformer(std::string_view name, std::vector<PhaseMark>& marks) {
+  const auto is_transformer = [&](const PhaseMark& mark) {
+    return name[mark.position] == 't' && mark.position > 0 && name[mark.position - 1] == 'v' &&
+           !word_goes_on(name, mark.position);
+  };
+  const auto gives_phase = [&](const PhaseMark& mark) { return mark.after_quantity && !is_transformer(mark); };
+  if (std::any_of(marks.begin(), marks.end(), gives_phase)) std::erase_if(marks, is_transformer);
+}
+
+/// Returns the places that may give the phase. `quantities` are the words that are followed by a phase.
+std::vector<PhaseMark> marks_after(std::string_view name, std::initializer_list<std::string_view> quantities) {
+  std::vector<PhaseMark> marks;
+  if (const auto phase = name.size() == 1 && is_letter(name[0]) ? phase_of(name[0]) : std::nullopt) {
+    return {{0, *phase, name[0] <= 'c' ? Alphabet::letters : Alphabet::other, true}};
+  }
+  for (std::size_t i = 0; i < name.size(); i++) {
+    const auto phase = phase_of(name[i]);
+    if (!phase) continue;
+    const bool letter = name[i] <= 'c' && !is_digit(name[i]);
+    if (is_digit(name[i]) ? beside_digit(name, i) : word_goes_on(name, i)) continue;
+    const bool after_quantity = is_one_of(word_before(name, i), quantities);
+    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), but digits and R, S, T or U, V, W have many other
+    // meanings.
+    if (!letter && !after_quantity) continue;
+    marks.push_back({i, *phase, letter ? Alphabet::letters : Alphabet::other, after_quantity});
+  }
+  return marks;
+}
+
 }  // namespace
 
 PhaseField read_phase_field(const std::string& field) {
+  const std::string small = lower_case(field);
+  const bool of_several = small.find("sequence") != small.npos || small.find("mean of") != small.npos;
+  if (of_several || is_one_of(small, {"ng", "residual", "net", "total", "worst", "dc+", "dc-"})) {
+    return {std::nullopt, true, {}, false};
+  }
   std::string text;
-  for (const char c : lower_case(field)) {
+  for (const char c : small) {
     if (c != 'l' && separators.find(c) == separators.npos) text += c;  // skips the L of L1 and the hyphen of A-N
   }
   if (text.size() == 1) return {phase_of(text[0]), is_ground(text[0]) || text[0] == '0', {}, false};
@@ -100,51 +156,38 @@ PhaseField read_phase_field(const std::string& field) {
 }
 
 std::vector<PhaseMark> phase_marks(std::string_view name) {
-  std::vector<PhaseMark> marks;
-  if (const auto phase = name.size() == 1 && is_letter(name[0]) ? phase_of(name[0]) : std::nullopt) {
-    return {{0, *phase, name[0] <= 'c' ? Alphabet::letters : Alphabet::other, true}};
-  }
-  for (std::size_t i = 0; i < name.size(); i++) {
-    const auto phase = phase_of(name[i]);
-    if (!phase) continue;
-    const bool after_quantity = is_one_of(word_before(name, i), {"u", "v", "ul", "vl", "l", "ph", "phase"});
-    const bool letter = name[i] <= 'c' && !is_digit(name[i]);
-    if (is_digit(name[i]) ? beside_digit(name, i) : word_goes_on(name, i)) continue;
-    // Letters mark phases in many ways (Ua, HCSA, "Sig (a)"), but digits and R, S, T or U, V, W have many other
-    // meanings.
-    if (!letter && !after_quantity) continue;
-    marks.push_back({i, *phase, letter ? Alphabet::letters : Alphabet::other, after_quantity});
-  }
+  auto marks = marks_after(name, {"u", "v", "ul", "vl", "l", "ph", "phase"});
+  drop_transformer(name, marks);
   return marks;
+}
+
+std::vector<PhaseMark> current_marks(std::string_view name) {
+  return marks_after(name, {"i", "il", "l", "ph", "phase"});
 }
 
 std::optional<PairMark> pair_mark(std::string_view name, const std::vector<PhaseMark>& marks) {
   for (std::size_t i = 0; i + 1 < name.size(); i++) {
     const auto first = phase_of(name[i]);
+    if (!first) continue;
     const auto second = phase_of(name[i + 1]);
-    if (!first || !second || *first == *second || !of_one_kind(name[i], name[i + 1])) continue;
+    if (!second || *first == *second || !of_one_kind(name[i], name[i + 1])) continue;
     const char behind = i + 2 < name.size() ? name[i + 2] : ' ';
     const bool ends = is_digit(name[i]) ? !is_digit(behind) : !is_letter(behind);
     if (ends && is_one_of(word_before(name, i), {"u", "v", "ul", "vl"}))
       return PairMark{i, i + 1, pair_of(*first, *second), is_turned(*first, *second)};
   }
-  for (const PhaseMark& one : marks) {
-    for (const PhaseMark& other : marks) {
-      if (one.after_quantity && other.after_quantity && one.alphabet == other.alphabet && one.phase != other.phase) {
-        return PairMark{one.position, other.position, pair_of(one.phase, other.phase),
-                        is_turned(one.phase, other.phase)};
-      }
-    }
-  }
-  return std::nullopt;
+  return pair_of_marks(marks);
 }
 
 bool sounds_like_voltage(std::string_view name, const std::vector<PhaseMark>& marks) {
   constexpr std::string_view voltage_in_chinese = "\xE7\x94\xB5\xE5\x8E\x8B";
-  for (const std::string_view word : {std::string_view("volt"), std::string_view("spannung"),
-                                      std::string_view("напряж"), std::string_view("Напряж"), voltage_in_chinese}) {
-    if (name.find(word) != name.npos) return true;
-  }
+  const auto contains = [&](std::string_view word) {
+    return name.size() >= word.size() && name.find(word) != name.npos;
+  };
+  if (contains("volt") || contains("spannung")) return true;
+  const bool other_letters =
+      std::any_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  if (other_letters && (contains("напряж") || contains("Напряж") || contains(voltage_in_chinese))) return true;
   for (std::size_t i = 0; i < name.size(); i++) {  // the quantity must be a separate word: "U Sig (a)", "V_L1"
     const bool quantity = name[i] == 'u' || name[i] == 'v';
     const bool starts = i == 0 || !is_letter(name[i - 1]);
@@ -165,7 +208,8 @@ bool is_computed(std::string_view name) {
   std::size_t start = 0;
   for (std::size_t i = 0; i <= name.size(); i++) {
     if (i < name.size() && is_letter(name[i])) continue;
-    if (is_one_of(name.substr(start, i - start), {"mag", "magnitude", "rms", "ang", "angle"})) return true;
+    const bool candidate = i - start >= 3 && (name[start] == 'm' || name[start] == 'r' || name[start] == 'a');
+    if (candidate && is_one_of(name.substr(start, i - start), {"mag", "magnitude", "rms", "ang", "angle"})) return true;
     start = i + 1;
   }
   return false;

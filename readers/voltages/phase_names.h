@@ -11,35 +11,40 @@ namespace readers {
 
 /// The meaning of a phase field.
 struct PhaseField {
-  std::optional<std::size_t> phase;
-  bool other = false;               ///< it denotes neutral, zero sequence or two phases
-  std::optional<std::size_t> pair;  ///< the two phases, as a position in AB, BC, CA
-  bool turned = false;              ///< the voltage runs from the second of them to the first
+  std::optional<std::size_t> phase;  ///< 0 to 2 for A to C; nothing if it denotes no single phase
+  bool other = false;                ///< it denotes neutral, zero sequence or two phases
+  std::optional<std::size_t> pair;   ///< the two phases, as a position in AB, BC, CA
+  bool turned = false;               ///< the voltage runs from the second of them to the first
 };
 
+/// Reads a phase field as the file has it.
 PhaseField read_phase_field(const std::string& field);
 
 // All names below are in lower case.
 
+/// The letters in which a name gives the phase.
 enum class Alphabet { letters, other };  // `other` covers digits, R S T and U V W
 
 /// A place in a name that may give the phase.
 struct PhaseMark {
-  std::size_t position = 0;
-  std::size_t phase = 0;
-  Alphabet alphabet = Alphabet::letters;
+  std::size_t position = 0;               ///< of the character in the name
+  std::size_t phase = 0;                  ///< 0 to 2 for A to C
+  Alphabet alphabet = Alphabet::letters;  ///< of the character
   bool after_quantity = false;  ///< it directly follows U, V, L or "phase", so it almost certainly is the phase
 };
 
 /// Returns all places of a name that may give the phase.
 std::vector<PhaseMark> phase_marks(std::string_view name);
 
+/// Returns the same for the name of a current, in which the quantity is I: "IL1", "I_b".
+std::vector<PhaseMark> current_marks(std::string_view name);
+
 /// The place where a name says between which phases the voltage is.
 struct PairMark {
-  std::size_t first = 0;  ///< positions of the two phases
-  std::size_t second = 0;
-  std::size_t pair = 0;
-  bool turned = false;
+  std::size_t first = 0;   ///< positions of the two phases
+  std::size_t second = 0;  ///< of the second phase
+  std::size_t pair = 0;    ///< as a position in AB, BC, CA
+  bool turned = false;     ///< the voltage runs from the second of them to the first
 };
 
 /// Returns the mark of a line-to-line voltage such as Uab, VL12 or "Ua-Ub".

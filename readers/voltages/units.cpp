@@ -18,6 +18,18 @@ std::optional<double> volts_per(const std::string& unit) {
   return std::nullopt;
 }
 
+std::optional<double> amperes_per(const std::string& unit) {
+  const std::string_view text = trimmed(unit);
+  const std::string small = lower_case(text);
+  if (is_one_of(small, {"", "a", "amp", "amps", "ampere", "amperes"})) return 1;
+  if (small == "ka") return 1e3;
+  if (small == "ma") return 1e-3;
+  if (is_one_of(text, {"А", "а"})) return 1;  // Cyrillic
+  if (is_one_of(text, {"кА", "КА", "ка"})) return 1e3;
+  if (is_one_of(text, {"мА", "ма"})) return 1e-3;
+  return std::nullopt;
+}
+
 bool is_of_another_quantity(const std::string& unit) {
   const std::string small = lower_case(trimmed(unit));
   return is_one_of(

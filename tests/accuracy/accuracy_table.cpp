@@ -1,5 +1,5 @@
-// accuracy_table: analyses random dips whose figures are known and prints how often each figure is right, by what the
-// dips are like.
+// accuracy_table: analyses random dips whose figures are known and prints how often each figure is right, for each kind
+// of dip.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <map>
@@ -45,7 +45,7 @@ void print_miss(const accuracy::DipCase& dip, const accuracy::Hits& hits, const 
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Analyses random dips whose figures are known and tells how often each figure is right");
+  CLI::App app("Analyses random dips whose figures are known and prints how often each figure is right");
   int count = 600;
   unsigned seed = 1;
   bool long_dips = false;

@@ -1,4 +1,4 @@
-// Right answers on dips whose figures are known.
+// Tests how many figures are right on dips whose figures are known.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -77,8 +77,8 @@ TEST(OneCycle, IsMeasuredRight) {
 }
 
 TEST(OneCycle, IsMeasuredButForTheVoltagesLastPerCentAtAHighRate) {
-  // From 48 samples per cycle on averages of samples are fitted, and the average that holds an edge counts for much in
-  // so short a dip.
+  // From 48 samples per cycle on, averages of samples are fitted. In such a short dip the average that contains an edge
+  // has much weight.
   for (int kind = 0; kind < accuracy::kinds; kind++) {
     const auto dip = dip_of(static_cast<Kind>(kind), 0.4, 1, 64);
     const auto errors = accuracy::errors_of(dip, accuracy::analysis_of(dip));
@@ -115,7 +115,7 @@ TEST(LongDips, AreMeasuredRightAfterASlowFall) {
   expect_all(dip);
 }
 
-/// The same but for what the rounding of a table's values does: a sample more or less, and microvolts.
+/// Does the same, but allows for the rounding of a table's values: one sample more or less, and microvolts.
 void expect_same_course(const nlohmann::json& one, const nlohmann::json& other, const DipCase& dip) {
   const double sample = 1.01 / (50.0 * dip.samples_per_cycle);
   EXPECT_NEAR(one["start_s"], other["start_s"], sample);
@@ -197,7 +197,7 @@ TEST_P(EveryStepLength, OfAnEvolvingFaultIsMeasuredRight) {
 
 INSTANTIATE_TEST_SUITE_P(Cycles, EveryStepLength, testing::Values(3, 4, 5, 10, 25));
 
-/// Of how many dips all figures are right.
+/// Returns the number of dips of which all figures are right.
 struct Share {
   int cases = 0;
   int right = 0;
@@ -218,7 +218,7 @@ using SharesByShape = std::map<std::string, Share>;
 
 constexpr const char* shapes[] = {"plain", "jump", "ramp", "recovery", "two steps", "evolving"};
 
-// These shares are floors: better is welcome.
+// These shares are lower limits; higher shares pass as well.
 
 TEST(RandomDips, OfTwoCyclesAndMoreAreMeasuredRightInEveryShape) {
   SharesByShape shares;

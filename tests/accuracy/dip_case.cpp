@@ -35,7 +35,7 @@ std::vector<Step> steps_of(const DipCase& dip) {
   return steps;
 }
 
-/// What `dipx synth` is told, for a shell.
+/// Returns the options of `dipx synth` for a shell.
 std::string arguments_of(const synth::DipDescription& description) {
   std::ostringstream text;
   text.precision(17);
@@ -55,7 +55,7 @@ std::string arguments_of(const synth::DipDescription& description) {
   return text.str();
 }
 
-/// A segment as it should be found.
+/// An expected segment.
 struct Truth {
   double begin;  ///< cycles
   double end;
@@ -82,8 +82,8 @@ int code_of(Kind kind) {
   return codes[static_cast<std::size_t>(kind)];
 }
 
-/// Which share of a straight line from 1 to the factors lies before the first phase passes 90 %. The magnitude along
-/// the line to f is |1 + t (f - 1)|, so that t solves |f - 1|^2 t^2 + 2 Re(f - 1) t + 1 - 0.9^2 = 0.
+/// Returns the share of a straight line from 1 to the factors that lies before the first phase passes 90 %. The
+/// magnitude along the line to f is |1 + t (f - 1)|, so t solves |f - 1|^2 t^2 + 2 Re(f - 1) t + 1 - 0.9^2 = 0.
 double share_above_threshold(const synth::Factors& factors) {
   constexpr double threshold = 0.9;
   double first = 1;
@@ -96,7 +96,7 @@ double share_above_threshold(const synth::Factors& factors) {
   return first;
 }
 
-/// Degrees between two angles, the short way round.
+/// Returns the smaller angle between two directions in degrees.
 double angle_between(double a, double b) {
   return std::abs(std::remainder(a - b, 360));
 }
@@ -156,7 +156,7 @@ std::vector<nlohmann::json> dips_of(const nlohmann::json& analysis) {
   return dips;
 }
 
-/// How far a time of the document is off, in cycles; more than any limit when there is none.
+/// Returns the error of a time of the document in cycles; if the time is missing, the result exceeds any limit.
 double cycles_off(const nlohmann::json& seconds, double cycles) {
   return seconds.is_number() ? std::abs(seconds.get<double>() / cycle - cycles) : 1e9;
 }

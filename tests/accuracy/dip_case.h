@@ -1,4 +1,4 @@
-// Dips whose every figure is known, and how near to it an analysis comes.
+// Dips whose figures are all known, and a comparison of these figures with those of an analysis.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -10,7 +10,7 @@
 
 namespace accuracy {
 
-/// What happens to the three phases during the dip.
+/// The behaviour of the three phases during the dip.
 enum class Kind {
   single_a,
   single_b,
@@ -25,7 +25,7 @@ enum class Kind {
 };
 inline constexpr int kinds = 10;
 
-/// What a later step of an evolving dip is like.
+/// Describes a later step of an evolving dip.
 struct Step {
   Kind kind = Kind::balanced;
   double depth = 0.5;  ///< of the lowest phase, share of nominal
@@ -43,12 +43,12 @@ struct DipCase {
   double lead_cycles = 10.3;  ///< before the fall
 };
 
-/// The case as the generator takes it: 230 V, 50 Hz.
+/// Returns the case in the form that the generator needs: 230 V, 50 Hz.
 synth::DipDescription description_of(const DipCase& dip);
 
-/// Which figures are right: the number of dips and segments; voltages within 1 % of nominal; boundaries within a
-/// quarter of a cycle where the change is abrupt and within half a cycle where it is gradual; category and phases below
-/// the threshold; phase jumps within 2 degrees.
+/// Says which figures are right: the number of dips and segments; voltages within 1 % of nominal; boundaries within a
+/// quarter of a cycle if the change is abrupt and within half a cycle if it is gradual; category and phases below the
+/// threshold; phase jumps within 2 degrees.
 struct Hits {
   bool segments = false;
   bool voltage = false;
@@ -59,7 +59,7 @@ struct Hits {
   [[nodiscard]] bool all() const { return segments && voltage && boundaries && category && jump; }
 };
 
-/// How far an analysis is off, at the worst of all segments and phases.
+/// The errors of an analysis, each the largest over all segments and phases.
 struct Errors {
   bool segments = false;     ///< one dip with the right number of segments; without it the rest says nothing
   double voltage = 0;        ///< share of nominal
@@ -76,14 +76,14 @@ Errors errors_of(const DipCase& dip, const nlohmann::json& analysis);
 /// Judges the same.
 Hits judge(const DipCase& dip, const nlohmann::json& analysis);
 
-/// Makes the case's record in memory and analyses it; the document that the command would print of it.
+/// Makes the case's record in memory, analyses it and returns the document that the command would print.
 nlohmann::json analysis_of(const DipCase& dip);
 nlohmann::json analysis_of(const synth::DipDescription& description);
 
 /// The same by way of `dipx synth | dipx analyse -`, in processes of their own.
 nlohmann::json piped_analysis_of(const DipCase& dip);
 
-/// A dip of any kind, depth, rate and place, of 1 to 400 cycles and of any shape.
+/// Makes a dip of any kind, depth, rate and place, of 1 to 400 cycles and of any shape.
 DipCase random_case(std::mt19937& random);
 
 /// The same, of 500 to 2500 cycles.

@@ -15,7 +15,7 @@ namespace {
 
 using accuracy::DipCase;
 
-/// One row: its name and what it makes of a dip's record.
+/// One row: its name and the effect that it has on a dip's record.
 struct Level {
   std::string name;
   std::function<void(synth::DipDescription&, int number)> apply;
@@ -88,7 +88,7 @@ std::vector<DipCase> dips(int count, double longest) {
 class Spread {
  public:
   void add(double value) { values_.push_back(value); }
-  /// "median / what nineteen of twenty stay within".
+  /// Formats the median and the limit within which nineteen of twenty errors lie.
   [[nodiscard]] std::string text(int decimals) {
     if (values_.empty()) return "-";
     std::sort(values_.begin(), values_.end());

@@ -13,12 +13,12 @@
 
 namespace tests {
 
-/// In a folder of its own, with what `dipx analyse` prints of a record there.
+/// Runs `dipx analyse` in a separate folder and keeps the printed output.
 class Analysing : public testing::Test {
  protected:
   using Json = nlohmann::json;
 
-  /// The document; the analysis must go well and without a complaint.
+  /// Returns the document; the analysis must succeed without a message.
   static Json analysed(const std::vector<std::string>& more, const std::string& file = "record.csv") {
     std::vector<std::string> arguments = {"analyse", "--json", file};
     arguments.insert(arguments.end(), more.begin(), more.end());
@@ -41,7 +41,7 @@ class Analysing : public testing::Test {
     EXPECT_EQ(result.err, "");
     return result.out;
   }
-  /// A usage error: status, nothing on standard output, and exactly this on standard error.
+  /// Expects a usage error: its status, an empty standard output, and exactly this text on standard error.
   static void expect_refused(const std::vector<std::string>& more, int status, const std::string& complaint,
                              const std::string& file = "record.csv") {
     std::vector<std::string> arguments = {"analyse", file};

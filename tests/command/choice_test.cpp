@@ -1,4 +1,4 @@
-// Which voltages of a record dipx analyse takes: channels, sets, parts, voltages between phases, standard input.
+// Tests which voltages of a record dipx analyse uses: channels, sets, parts, voltages between phases, standard input.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "synth/pqdif_file.h"
 #include "tests/command/analyse_fixture.h"
 
 namespace {
@@ -26,7 +27,7 @@ using Words = std::vector<std::string>;
 
 class Choice : public tests::Analysing {
  protected:
-  /// A table with the voltages of two records beside each other: Ua to Uc and Va to Vc.
+  /// Makes a table with the voltages of two records next to each other: Ua to Uc and Va to Vc.
   static void write_sets(const std::string& file, const Record& u, const Record& v, double rate = 6400) {
     const auto first = u.made();
     const auto second = v.made();
@@ -80,7 +81,7 @@ TEST_F(Choice, OfNoChannelIsRefused) {
   expect_refused({"--channels="}, 1, "--channels: 1 required A,B,C missing\nRun with --help for more information.");
 }
 
-TEST_F(Choice, OfOneOrTwoVoltagesLeavesOutWhatNeedsThree) {
+TEST_F(Choice, OfOneOrTwoVoltagesOmitsFiguresThatNeedThree) {
   Record(230, 1).lower("AB", 0.4, 0.5, 115).write_csv("record.csv");
   for (const auto& [channels, count] : {std::pair("Ub", 1U), {"Ub,Ua", 2U}}) {
     const auto found = analysed({"--channels", channels});
@@ -118,7 +119,7 @@ TEST_F(Choice, OfTheOnlyVoltageOfAFile) {
   expect_refused({"--set", "2"}, 1, "dipx: one.csv: there is no set 2 of voltages; leave out --set", "one.csv");
 }
 
-TEST_F(Choice, OfADeadPhaseShowsIt) {
+TEST_F(Choice, OfADeadPhaseIsReported) {
   const auto found = analysed(Record(230, 1).lower("C", 0, 1, 0).lower("A", 0.4, 0.5, 115), {"--channels", "1,2,3"});
   EXPECT_NEAR(found["voltages"][2]["usual_rms_v"], 0, 1e-6);
   const auto& events = found["events"];
@@ -146,7 +147,7 @@ TEST_F(Choice, OfVoltagesBetweenPhasesComputesThem) {
   EXPECT_NEAR(segment["voltage"][2]["percent_of_before"], lowered, 0.1);
 }
 
-TEST_F(Choice, OfNamedChannelsTakesThemForVoltagesBetweenPhasesWhenToldSo) {
+TEST_F(Choice, OfNamedChannelsTreatsThemAsLineToLineOnRequest) {
   Record(400, 1).lower("A", 0.4, 0.6, 200).write_csv("record.csv");
   EXPECT_FALSE(analysed({"--channels", "1,2,3"})["line_to_line"]);
   EXPECT_TRUE(analysed({"--channels", "1,2,3", "--line-to-line"})["line_to_line"]);
@@ -188,7 +189,7 @@ TEST_F(Choice, OfAllSetsPrintsOneDocumentALineAndOneHeading) {
   EXPECT_EQ(std::count(quiet.begin(), quiet.end(), '\n'), 2) << quiet;
 }
 
-TEST_F(Choice, OfAllSetsTellsWhichCannotBeAnalysed) {
+TEST_F(Choice, OfAllSetsReportsThoseSetsThatCannotBeAnalysed) {
   write_sets("record.csv", Record(230, 1).lower("ABC", 0.4, 0.5, 115), Record(10000, 1));
   const auto one = dipx({"analyse", "record.csv", "--set", "all", "--nominal", "230", "--json"});
   EXPECT_EQ(one.status, 0);
@@ -200,8 +201,8 @@ TEST_F(Choice, OfAllSetsTellsWhichCannotBeAnalysed) {
   EXPECT_EQ(none.out, "");
 }
 
-TEST_F(Choice, OfAllPartsTellsWhichCannotBeAnalysed) {
-  // What is before a gap of more than 25 cycles is too short for an analysis.
+TEST_F(Choice, OfAllPartsReportsThosePartsThatCannotBeAnalysed) {
+  // The piece before a gap of more than 25 cycles is too short for an analysis.
   Record(230, 2).write_csv_without("record.csv", "ABC", 0.03, 0.7);
   const auto parts = dipx({"analyse", "record.csv", "--part", "all", "--json"});
   EXPECT_EQ(documents(parts.out).size(), 1U);
@@ -213,7 +214,7 @@ TEST_F(Choice, OfAllPartsTellsWhichCannotBeAnalysed) {
 TEST_F(Choice, OfAllSetsOrPartsDrawsNothing) {
   Record(230, 0.4).write_csv("record.csv");
   const std::string complaint =
-      "dipx: --svg, --html and --report show one set and part; choose them by number, not all";
+      "dipx: --svg, --pdf, --png, --html, --report and --certificate show one set and part; choose them by number, not all";
   expect_refused({"--set", "all", "--svg", "x.svg"}, 1, complaint);
   expect_refused({"--part", "all", "--report", "x.txt"}, 1, complaint);
   EXPECT_FALSE(std::filesystem::exists("x.svg"));
@@ -235,7 +236,7 @@ TEST_F(Choice, OfSetsAndPartsIsANumberOrAll) {
 
 // --- parts -----------------------------------------------------------------------------------------------------------
 
-/// Half a second at 6400 Hz and two seconds at 3200 Hz, each with a dip to 60 %, in a COMTRADE pair.
+/// Makes half a second at 6400 Hz and two seconds at 3200 Hz, each with a dip to 60 %, as a COMTRADE pair.
 void write_two_rates() {
   const auto fast = Record(230, 0.5, 6400).lower("ABC", 0.2, 0.3, 138).made();
   const auto slow = Record(230, 2, 3200).lower("ABC", 0.5, 0.7, 138).made();
@@ -276,15 +277,41 @@ TEST_F(Choice, OfPartsIsANumberOrAll) {
   expect_refused({"--part", "3"}, 1, "dipx: parts.cfg: there is no part 3, only 2; dipx info lists them", "parts.cfg");
 }
 
+TEST_F(Choice, OfObservationsIsTheOneWithTheDip) {
+  const auto steady = Record(230, 2, 3200).made();
+  auto record = Record(230, 1, 6400).lower("ABC", 0.4, 0.6, 138).made();
+  const std::size_t length = record.length();
+  for (std::size_t i = 0; i < 3; i++) {
+    auto& samples = record.channels[i].samples;
+    samples.insert(samples.end(), steady.channels[i].samples.begin(), steady.channels[i].samples.end());
+  }
+  record.rates = {{6400, length, 3600, false, "event"}, {3200, length + steady.length(), 60, false, "snapshot"}};
+  std::ofstream("two.pqd", std::ios::binary) << synth::pqdif_of(record);
+
+  const auto chosen = analysed({}, "two.pqd");
+  EXPECT_EQ(chosen["record"]["part"]["number"], 2);
+  EXPECT_TRUE(has_note(chosen,
+                       "The record falls into 2 parts by observation, sampling rate and gaps; this is part 2 "
+                       "(observation 1 'event'), from"))
+      << chosen["notes"];
+  EXPECT_TRUE(has_note(chosen, "All observations were searched; this is part 2, which has the worst event"))
+      << chosen["notes"];
+  ASSERT_EQ(chosen["events"].size(), 1U);
+  expect_course(chosen["events"][0]["course"], 3540.4, 3540.6);
+  const auto all = documents(dipx({"analyse", "two.pqd", "--part", "all", "--json"}).out);
+  ASSERT_EQ(all.size(), 2U);
+  EXPECT_EQ(all[0]["events"].size(), 0U);
+  EXPECT_EQ(all[1]["events"], chosen["events"]);
+}
+
 // --- files without rate or frequency ---------------------------------------------------------------------------------
 
 TEST_F(Choice, OfFrequencyIsTheUsersWhereTheFileIsSilent) {
   Record(120, 1, 3840, 60).lower("A", 0.5, 0.6, 60).write_csv("record.csv");
   const auto silent = analysed({});
   EXPECT_EQ(silent["record"]["samples_per_cycle"], 64);
-  EXPECT_EQ(silent["notes"],
-            (json{"The file does not state the line frequency; by the waveform it is 60 Hz (--frequency tells "
-                  "otherwise)."}));
+  EXPECT_EQ(silent["notes"], (json{"The file does not state the line frequency; by the waveform it is 60 Hz (override "
+                                   "with --frequency)."}));
   const auto told = analysed({"--frequency", "60"});
   EXPECT_EQ(told["events"].size(), 1U);
   EXPECT_EQ(told["notes"].size(), 0U);

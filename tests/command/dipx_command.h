@@ -1,4 +1,4 @@
-// Runs the dipx command as a user does: as a process, with what it printed and its exit status.
+// Runs the dipx command as a process, as a user does, and keeps its output and its exit status.
 #pragma once
 
 #include <fcntl.h>
@@ -65,7 +65,7 @@ inline int status_of(pid_t process) {
   return WIFEXITED(state) ? WEXITSTATUS(state) : -1;
 }
 
-/// A descriptor that is closed with the object and not handed on to processes.
+/// A descriptor that is closed with the object and not inherited by other processes.
 class Descriptor {
  public:
   explicit Descriptor(int descriptor) : descriptor_(descriptor) {
@@ -96,8 +96,8 @@ inline CommandResult dipx(const std::vector<std::string>& arguments, const std::
   return {status, out.text(), err.text()};
 }
 
-/// `dipx FIRST | dipx SECOND`: what the second one printed, and the status and the complaints of both in turn (0 when
-/// both are).
+/// Runs `dipx FIRST | dipx SECOND`. Returns the output of the second one, and the status and the messages of both in
+/// turn (0 if both have succeeded).
 inline CommandResult piped(const std::vector<std::string>& first, const std::vector<std::string>& second) {
   const Stream out;
   const Stream err;

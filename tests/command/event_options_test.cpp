@@ -1,9 +1,10 @@
-// The options that say by which rules events are found: what each does, and what is refused.
+// Tests the options for the rules by which events are found: the effect of each, and the values that are refused.
 #include "command/event_options.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <numbers>
 #include <string>
@@ -93,7 +94,7 @@ TEST_F(EventRules, ReadADeclaredVoltageByTheRecordsLevel) {
   EXPECT_NEAR(between["declared_voltage"]["level_v"], 230 * root, 1e-3);
 }
 
-TEST_F(EventRules, TakeTheKindThatTheUserFixes) {
+TEST_F(EventRules, UseTheKindThatTheUserStates) {
   Record(230, 1).write_csv("record.csv");
   const auto fixed = analysed({"--nominal", "400:phase"});
   EXPECT_EQ(fixed["declared_voltage"]["kind_from"], "user");
@@ -119,6 +120,45 @@ TEST_F(EventRules, RefuseAnImplausibleVoltageUnlessItsKindIsFixed) {
                                        "1.992 % of the declared 11.55 kV."),
             std::string::npos)
       << fixed["notes"];
+}
+
+// --- --curve ---------------------------------------------------------------------------------------------------------
+
+void write_text(const std::string& file, const std::string& text) {
+  std::ofstream(file, std::ios::binary) << text;
+}
+
+TEST_F(EventRules, JudgeByOwnCurves) {
+  write_text("press.csv", "# name: Press line 3\nduration_ms,voltage_percent\n1000,45\n");
+  write_text("oven.csv", "duration_s;voltage\n1;55,5\n");
+  Record(230, 1).lower("A", 0.4, 0.5, 115).write_csv("record.csv");
+  const auto verdicts = analysed({"--curve", "press.csv", "--curve", "oven.csv"})["events"][0]["verdicts"];
+  ASSERT_EQ(verdicts.size(), 7U) << "two own curves and the five published ones for dips";
+  EXPECT_EQ(verdicts[0]["curve"], "press_line_3");
+  EXPECT_EQ(verdicts[0]["name"], "Press line 3");
+  EXPECT_EQ(verdicts[0]["words"], "rides through") << "50 % is above 45 %";
+  EXPECT_NEAR(verdicts[0]["severity"], 50 / 55.0, 2e-3);
+  EXPECT_EQ(verdicts[1]["curve"], "oven");
+  EXPECT_EQ(verdicts[1]["words"], "trips (below 55.5 %)");
+  EXPECT_EQ(verdicts[2]["curve"], "itic");
+}
+
+TEST_F(EventRules, RefuseACurveThatCannotBeRead) {
+  Record(230, 1).write_csv("record.csv");
+  write_text("press.csv", "duration_ms,voltage_percent\n1000,high\n");
+  expect_refused({"--curve", "press.csv"}, 1,
+                 "dipx: --curve press.csv, line 2: the curve has the voltage 'high'; expected a number; correct it");
+  expect_refused({"--curve", "missing.csv"}, 1,
+                 "dipx: --curve missing.csv: cannot be opened; check the path and its read permission");
+  expect_refused({"--curve", "."}, 1, "dipx: --curve .: is a folder; name a file with a voltage-tolerance curve");
+}
+
+TEST_F(EventRules, RefuseTwoCurvesOfOneName) {
+  Record(230, 1).write_csv("record.csv");
+  write_text("ITIC.csv", "duration_ms,voltage_percent\n1000,50\n");
+  expect_refused({"--curve", "ITIC.csv"}, 1,
+                 "dipx: --curve ITIC.csv: another curve is also named 'ITIC'; begin the file with a line such as "
+                 "# name: Press line 3");
 }
 
 // --- thresholds and references ---------------------------------------------------------------------------------------
@@ -173,7 +213,7 @@ TEST_F(EventRules, FindRapidChangesAboveTheirThreshold) {
   EXPECT_EQ(analysed({"--rvc-threshold", "0"})["events"].size(), 0U);
 }
 
-TEST_F(EventRules, TakeThePercentagesOfTheReferenceThatIsAskedFor) {
+TEST_F(EventRules, UseTheRequestedReferenceForPercentages) {
   // 195 V are 84.8 % of the 230 V before the dip and 97.5 % of the declared 200 V.
   Record(230, 1).lower("A", 0.4, 0.5, 195).write_csv("record.csv");
   const auto dips_by = [&](const Words& more) {
@@ -196,7 +236,7 @@ TEST_F(EventRules, TakeThePercentagesOfTheReferenceThatIsAskedFor) {
 
 TEST_F(EventRules, FollowASlowDriftWithASlidingReference) {
   // Ten minutes' worth of a slow sag in the small: 100 % to 91 % over five minutes, then a step down to 86 %, which is
-  // 94.5 % of what the voltage had become.
+  // This is 94.5 % of the voltage that had been reached.
   Record(230, 330, 800)
       .slope("ABC", 1, 300, 0.91 * 230)
       .lower("ABC", 300, 329, 0.91 * 230)
@@ -217,7 +257,7 @@ TEST_F(EventRules, AreListedInTheHelp) {
   EXPECT_EQ(help.status, 0);
   for (const char* option :
        {"\nEvents:\n", "--nominal V", "--reference declared|sliding|pre-event", "--dip-threshold PERCENT",
-        "A dip begins below it (90)", "--swell-threshold PERCENT", "A swell begins above it (110)",
+        "A dip begins below this value (90)", "--swell-threshold PERCENT", "A swell begins above this value (110)",
         "--interruption-threshold PERCENT", "(5)", "--hysteresis PERCENT", "(2)", "--rvc-threshold PERCENT", "(3)",
         "--options FILE", "--fail-on dip|swell|event", "--library", "--event N"}) {
     EXPECT_NE(help.out.find(option), std::string::npos) << option;
@@ -236,7 +276,7 @@ void PrintTo(const Refused& refused, std::ostream* out) {
 
 class RefusedRule : public tests::Analysing, public testing::WithParamInterface<Refused> {};
 
-TEST_P(RefusedRule, EndsWithStatusOneAndSaysWhy) {
+TEST_P(RefusedRule, EndsWithStatusOneAndAReason) {
   Record(230, 0.4).write_csv("record.csv");
   expect_refused(GetParam().options, 1, GetParam().complaint);
 }
@@ -244,7 +284,7 @@ TEST_P(RefusedRule, EndsWithStatusOneAndSaysWhy) {
 Refused out_of_range(const char* name, const std::string& option, const std::string& value, const std::string& range) {
   return {name,
           {option, value},
-          option + ": '" + value + "' is no number from " + range + "\nRun with --help for more information."};
+          option + ": '" + value + "' is not a number from " + range + "\nRun with --help for more information."};
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -285,11 +325,19 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"NoVoltage",
                 {"--nominal", "twenty"},
                 "dipx: --nominal: 'twenty' is not a voltage; use a form such as 230, 20kV, 20kV:line or 230:phase"},
+        Refused{"NoVectorGroup",
+                {"--through", "Dyn11,star"},
+                "dipx: --through: 'star' is not a vector group; use a vector group such as Dyn11, Yd1, YNyn0 or Yzn5, "
+                "with the winding on the monitor's side first"},
+        Refused{
+            "ImpossibleVectorGroup",
+            {"--through", "Dyn10"},
+            "dipx: --through: 'Dyn10' does not exist, because the clock number of these windings is odd; check it on "
+            "the transformer's rating plate"},
         Refused{"UnknownFailOn",
                 {"--fail-on", "sag"},
                 "--fail-on: sag not in {dip,swell,event}\nRun with --help for more information."},
-        Refused{
-            "EventWithoutFigure", {"--event", "2"}, "--event requires --svg\nRun with --help for more information."},
+        Refused{"EventWithoutFigure", {"--event", "2"}, "dipx: --event needs --svg, --pdf or --png"},
         Refused{
             "TheNextWord", {"--nominal"}, "--nominal: 1 required V missing\nRun with --help for more information."}),
     [](const auto& refused) { return std::string(refused.param.name); });

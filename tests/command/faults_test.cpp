@@ -1,8 +1,9 @@
-// The command where disks are full, signals arrive, headers lie and names are hostile.
+// Tests the command with full disks, signals, false headers and hostile names.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
@@ -34,7 +35,7 @@ class Faults : public testing::Test {
     for (const auto& entry : std::filesystem::directory_iterator(path)) names.insert(entry.path().filename());
     return names;
   }
-  /// The options that draw into a file: a command built without its page lacks one of them.
+  /// Returns the options that draw into a file; a command built without its page lacks one of them.
   static std::vector<std::string> drawn() {
     std::vector<std::string> options = {"--svg"};
     if (dipx({"analyse", "--help"}).out.find("--html") != std::string::npos) options.emplace_back("--html");
@@ -49,7 +50,7 @@ class Faults : public testing::Test {
 
 // --- full disks ------------------------------------------------------------------------------------------------------
 
-TEST_F(Faults, AFullFolderGetsNoFileAndTheCommandSaysSo) {
+TEST_F(Faults, AFullFolderGetsNoFileAndTheCommandReportsIt) {
   for (const std::size_t room : {0U, 4096U, 40960U}) {  // none, less than any of them, less than a table
     const FullFolder full(folder.path() / "full", room);
     if (!full.is_there()) GTEST_SKIP() << "no file system of its own for this process";
@@ -60,7 +61,7 @@ TEST_F(Faults, AFullFolderGetsNoFileAndTheCommandSaysSo) {
       EXPECT_EQ(result.err, std::string("dipx: ") + file + ": No space left on device\n");
       EXPECT_TRUE(full.is_untouched()) << file << " " << room;
     }
-    // Of the pair the configuration alone would fit.
+    // Of the pair, only the configuration would fit.
     const auto pair = dipx({"synth", "-o", "full/dip.cfg"});
     EXPECT_EQ(pair.status, 4);
     EXPECT_NE(pair.err.find("No space left on device"), std::string::npos) << pair.err;
@@ -94,7 +95,7 @@ TEST_F(Faults, AFullFolderGetsNoFigureAndNoPage) {
   }
 }
 
-TEST_F(Faults, AReportThatIsCutShortInTheTemporaryFolderIsNone) {
+TEST_F(Faults, AReportThatIsCutShortInTheTemporaryFolderIsRejected) {
   ASSERT_EQ(dipx({"synth", "-o", "steps.csv", "--rate", "1600", "--depth", "10,20,30,40,50,60", "--duration",
                   "0.4,0.4,0.4,0.4,0.4,0.4"})
                 .status,
@@ -114,7 +115,7 @@ TEST_F(Faults, AReportThatIsCutShortInTheTemporaryFolderIsNone) {
   }
 }
 
-/// Root may write anywhere: while it lives, a process of root's is nobody's.
+/// Root may write anywhere, so during its lifetime a process of root runs as the user "nobody".
 class Nobody {
  public:
   Nobody() { became_ = getuid() == 0 && seteuid(65534) == 0; }
@@ -130,14 +131,14 @@ class Nobody {
 
 TEST_F(Faults, AFolderThatCannotBeWrittenToGetsNoFile) {
 #ifdef __SANITIZE_ADDRESS__
-  if (getuid() == 0) GTEST_SKIP() << "LeakSanitizer cannot look into a process that has become nobody's";
+  if (getuid() == 0) GTEST_SKIP() << "LeakSanitizer cannot inspect a process that runs as the user \"nobody\"";
 #endif
   std::filesystem::create_directory("closed");
   std::filesystem::permissions("closed", std::filesystem::perms(0555));
   std::filesystem::permissions(".", std::filesystem::perms(0755));
   const Nobody nobody;
   if (faccessat(AT_FDCWD, DIPX_COMMAND, X_OK, AT_EACCESS) != 0 || faccessat(AT_FDCWD, example, R_OK, AT_EACCESS) != 0) {
-    GTEST_SKIP() << "nobody may not run " DIPX_COMMAND;
+    GTEST_SKIP() << "the user \"nobody\" may not run " DIPX_COMMAND;
   }
   const auto table = dipx({"synth", "-o", "closed/dip.csv"});
   EXPECT_EQ(table.status, 4);
@@ -157,7 +158,7 @@ class Running {
       : nowhere_(open("/dev/null", O_RDWR | O_CLOEXEC)),
         process_(tests::started(arguments, nowhere_.get(), nowhere_.get(), nowhere_.get())) {}
 
-  /// Sends the signal as soon as `due`; how the run ended: -signal, or its status when it was over before.
+  /// Sends the signal as soon as `due`. Returns how the run ended: -signal, or its status if it ended before.
   template <typename Condition>
   int ended_by(int signal, Condition due) const {
     siginfo_t over{};
@@ -179,7 +180,7 @@ class Running {
 
 class Signals : public Faults, public testing::WithParamInterface<int> {};
 
-TEST_P(Signals, LeaveNothingOfAFileThatIsBeingWritten) {
+TEST_P(Signals, RemoveAFileThatIsBeingWritten) {
   ASSERT_EQ(dipx({"synth", "--length", "60", "-o", "whole.csv"}).status, 0);
   std::filesystem::create_directory("out");
   int cut = 0;
@@ -187,7 +188,7 @@ TEST_P(Signals, LeaveNothingOfAFileThatIsBeingWritten) {
     const Running run({"synth", "--length", "60", "-o", "out/dip.csv"});
     const int end = run.ended_by(GetParam(), [] { return !std::filesystem::is_empty("out"); });
     if (end == -GetParam()) {
-      // A signal that comes in time for the rename waits for it.
+      // A signal that arrives during the rename is held back until the rename is done.
       cut += names_in("out").empty() ? 1 : 0;
     } else {
       EXPECT_EQ(end, 0);
@@ -200,7 +201,7 @@ TEST_P(Signals, LeaveNothingOfAFileThatIsBeingWritten) {
   EXPECT_GT(cut, 0) << "no run was still writing when the signal came";
 }
 
-TEST_P(Signals, LeaveNothingOfAnAnalysis) {
+TEST_P(Signals, RemoveTheTemporaryFilesOfAnAnalysis) {
   ASSERT_EQ(dipx({"synth", "--length", "59", "-o", "long.cff", "--binary"}).status, 0);
   std::filesystem::create_directory("temporary");
   setenv("TMPDIR", (folder.path() / "temporary").c_str(), 1);
@@ -213,7 +214,7 @@ TEST_P(Signals, LeaveNothingOfAnAnalysis) {
     const Running run({"analyse", "long.cff", "--report", "report.txt"});
     const auto from = std::chrono::steady_clock::now();
     const int end = run.ended_by(GetParam(), [&] {
-      // The last ones are aimed at the temporary folder.
+      // The last ones are sent when the temporary folder appears.
       return part >= 8 ? !names_in("temporary").empty()
                        : std::chrono::steady_clock::now() - from > whole_run * part / 8;
     });
@@ -288,9 +289,80 @@ TEST_F(Faults, HugeClaimsOfAHeaderAreJudgedBeforeMemoryIsTaken) {
   }
 }
 
+TEST_F(Faults, LongNamesTakeNoMoreMemoryThanTheyAreLong) {
+  const auto config = [](const std::string& name) {
+    return "Station,Recorder,1999\n3,3A,0D\n1," + name +
+           ",A,,V,1,0,0,-32767,32767,1,1,P\n2,Ub,B,,V,1,0,0,-32767,32767,1,1,P\n3,Uc,C,,V,1,0,0,-32767,32767,1,1,P\n50\n"
+           "1\n1600,2\n01/01/2020,00:00:00.000\n01/01/2020,00:00:00.000\nASCII\n1\n";
+  };
+  const std::string rows = "1,0,1,2,3\n2,625,4,5,6\n";
+  write("sane.cfg", config("Ua"));
+  write("sane.dat", rows);
+  const long most = read_by_info("sane.cfg").kilobytes + 16 * 1024;
+  for (const std::string piece : {"_A", "A", "_a_1", "ua-ub", "u", "1", " u"}) {
+    std::string name = "Ua";
+    while (name.size() < 65536) name += piece;
+    write("long.cfg", config(name));
+    write("long.dat", rows);
+    write("long.csv", "t," + name + ",Ub,Uc\n0,1,2,3\n0.001,4,5,6\n");
+    for (const std::string file : {"long.cfg", "long.csv"}) {
+      const auto start = std::chrono::steady_clock::now();
+      const Reading reading = read_by_info(file);
+      EXPECT_EQ(reading.result.status, 0) << piece << " " << reading.result.err;
+      EXPECT_LT(reading.kilobytes, most) << piece << " in " << file;
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << piece << " in " << file;
+      EXPECT_NE(reading.result.out.find("cut to 256"), std::string::npos) << reading.result.out;
+      EXPECT_LT(reading.result.out.size(), 4000U) << piece << " in " << file;
+    }
+  }
+}
+
+// --- numbers from damaged bytes --------------------------------------------------------------------------------------
+
+/// Expects that no text has a number without end or one that is none.
+void expect_finite(const std::string& text) {
+  for (const char* bad : {"nan", "inf,", "inf ", "inf\"", "-inf"}) EXPECT_EQ(text.find(bad), std::string::npos) << bad;
+  std::size_t digits = 0;
+  for (std::size_t i = 0; i < text.size(); i++) {
+    digits = text[i] >= '0' && text[i] <= '9' ? digits + 1 : 0;
+    ASSERT_LT(digits, 25U) << text.substr(i - std::min<std::size_t>(i, 60), 100);
+  }
+}
+
+TEST_F(Faults, DamagedVoltagesAndTimesAreDrawnWithFiniteNumbers) {
+  ASSERT_EQ(dipx({"synth", "-o", "dip.cfg", "--rate", "1600"}).status, 0);
+  const std::string sound = bytes_of("dip.dat");
+  // A field of the 101st row is replaced: its time stamp, or the voltage of phase A.
+  const auto damaged = [&](std::size_t field, const std::string& value) {
+    std::size_t at = 0;
+    for (int row = 0; row < 100; row++) at = sound.find('\n', at) + 1;
+    for (std::size_t i = 0; i < field; i++) at = sound.find(',', at) + 1;
+    return std::string(sound).replace(at, sound.find_first_of(",\r\n", at) - at, value);
+  };
+  for (const std::string value :
+       {"1500000000000000000000", "-1500000000000000000000", "1e300", "-1e300", "3e38", "5e28"}) {
+    for (const std::size_t field : {1U, 2U}) {
+      write("dip.dat", damaged(field, value));
+      std::vector<std::string> arguments = {"analyse", "dip.cfg"};
+      for (const std::string& option : drawn()) {
+        arguments.push_back(option);
+        arguments.push_back("drawn" + option);
+      }
+      const auto result = dipx(arguments);
+      EXPECT_EQ(result.status, 0) << value << " " << result.err;
+      expect_finite(result.out);
+      expect_finite(bytes_of("drawn--svg"));
+      EXPECT_NE(result.out.find(field == 1 ? "more than a century away from the others" : "which no grid has"),
+                std::string::npos)
+          << value << " " << result.out;
+      EXPECT_NE(result.out.find("residual voltage"), std::string::npos) << "the dip itself is measured";
+    }
+  }
+}
+
 // --- hostile names ---------------------------------------------------------------------------------------------------
 
-/// No byte of a text that a terminal obeys, but for line ends.
+/// Expects that a text contains no control character that a terminal obeys, except line ends.
 void expect_harmless(const std::string& text) {
   for (std::size_t i = 0; i < text.size(); i++) {
     const auto byte = static_cast<unsigned char>(text[i]);
@@ -331,7 +403,7 @@ TEST_P(HostileNames, NeverReachTheTerminalOrTheDocumentRaw) {
     expect_harmless(result.err);
     EXPECT_NE(result.out + result.err, "");
   }
-  // Documents hold what is printable of it, and none of it as markup.
+  // Documents contain the printable characters of the name, and none of them as markup.
   const std::string json = dipx({"analyse", "--json", "--channels", "1,2,3", "dip.cfg"}).out;
   ASSERT_TRUE(nlohmann::json::accept(json));
   EXPECT_NE(json.find("Ua"), std::string::npos);
@@ -341,7 +413,7 @@ TEST_P(HostileNames, NeverReachTheTerminalOrTheDocumentRaw) {
     EXPECT_EQ(document.find("<script>alert"), std::string::npos);
   }
 
-  // A cell that is no number is cited.
+  // A cell that is not a number is cited.
   write("table.csv", "t,Ua" + name + ",Ub,Uc\n0,1,2,3\n0.001,1," + name + ",3\n");
   const auto refused = dipx({"analyse", "table.csv"});
   EXPECT_NE(refused.status, 0);
@@ -349,11 +421,44 @@ TEST_P(HostileNames, NeverReachTheTerminalOrTheDocumentRaw) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, HostileNames,
-                         testing::Values("\x1b[2J\x1b]0;title\x07",
+                         testing::Values("\x1b[2J\x1b]0;title\x07", "\xe2\x80\xae\xe2\x81\xa6",
                                          "\xc2\x9b"
                                          "31m\xc2\x90q",
                                          "a\x08\x08\x0c\x7f", "<script>alert(1)</script>", "\x80\xfe\xff",
                                          "'; rm -rf / #", "=1+1", "%s%n%5$n", "\x01\x02\x1b\x1b["));
+
+TEST_P(HostileNames, NeverComeBackRawFromTheCommandLine) {
+  const std::string name = GetParam() + std::string("\r\n\t\x1b[A");
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{name},
+                                                    {"analyse", example, name},
+                                                    {"analyse", example, "--" + name},
+                                                    {"analyse", example, "--" + name + "=1"},
+                                                    {"analyse", example, "--set", name},
+                                                    {"analyse", example, "--part", name},
+                                                    {"analyse", example, "--rate", name},
+                                                    {"analyse", example, "--nominal", name},
+                                                    {"analyse", example, "--charset", name},
+                                                    {"analyse", example, "--fail-on", name},
+                                                    {"analyse", example, "--reference", name},
+                                                    {"analyse", example, "--dip-threshold", name},
+                                                    {"analyse", example, "--svg", "f.svg", "--event", name},
+                                                    {"info", example, name},
+                                                    {"explain", name},
+                                                    {"synth", name},
+                                                    {"synth", "--depth", name},
+                                                    {"synth", "--phases", name},
+                                                    {"synth", "--harmonics", name},
+                                                    {"synth", "--format", name},
+                                                    {"synth", "-o", name + "."},
+                                                    {"selftest", name}}) {
+    const auto result = dipx(arguments);
+    const bool known = arguments.size() == 4 && arguments[2] == "--charset";  // iconv ignores what it does not know
+    EXPECT_TRUE(result.status != 0 || known) << testing::PrintToString(arguments);
+    EXPECT_TRUE(!result.err.empty() || known) << testing::PrintToString(arguments);
+    expect_harmless(result.out);
+    expect_harmless(result.err);
+  }
+}
 
 TEST_F(Faults, AFileWithAHostileNameIsNamedHarmlessly) {
   const std::string name = "\x1b[2Jx\x07.csv";

@@ -1,4 +1,4 @@
-// The embedded library beside the findings: its results, its report, its lines.
+// Tests the embedded library's results, report and lines in the command.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -52,13 +52,13 @@ TEST_F(Library, ShowsItsOwnResultsInPlaceOfTheEvents) {
   EXPECT_EQ(shown.find("\n1 event\n"), std::string::npos) << shown;
 }
 
-TEST_F(Library, TakesARecordOf50To400VoltAsItIs) {
+TEST_F(Library, AcceptsARecordOf50To400VoltUnscaled) {
   for (const double volts : {51.0, 57.7, 230.0, 399.0}) {
     EXPECT_EQ(analysed(Record(volts, 0.4), {"--library"})["library"]["factor"], 1.0) << volts;
   }
 }
 
-TEST_F(Library, HasOtherLevelsScaledForItAndBackForTheUser) {
+TEST_F(Library, ReceivesOtherLevelsScaledAndItsResultsAreScaledBack) {
   for (const double volts : {0.001, 49.0, 401.0, 400000.0}) {
     const auto found = analysed(Record(volts, 1).lower("A", 0.4, 0.5, 0.3 * volts), {"--library"})["library"];
     EXPECT_NEAR(found["factor"].get<double>() * volts, 57.735, 0.001) << volts;
@@ -69,7 +69,7 @@ TEST_F(Library, HasOtherLevelsScaledForItAndBackForTheUser) {
   }
 }
 
-TEST_F(Library, SaysWhichRecordsItDoesNotTake) {
+TEST_F(Library, ReportsTheRecordsThatItRefuses) {
   Record(230, 1, 400).lower("A", 0.4, 0.5, 115).write_csv("eight.csv");
   const std::string rate = "it takes 32 to 128 samples per cycle, and the record has 8";
   EXPECT_EQ(analysed({"--library"}, "eight.csv")["library"], (json{{"refusal", rate}}));
@@ -98,8 +98,8 @@ TEST_F(Library, HasNoTable) {
 }
 
 TEST_F(Library, FailsOnItsOwnDips) {
-  // The library takes the first two cycles for the nominal voltage; of their 208 V, 193 V are 93 % and no dip, but of
-  // the declared 230 V they are 84 %.
+  // The library uses the first two cycles as the nominal voltage. 193 V are 93 % of their 208 V, which is not a dip,
+  // but 84 % of the declared 230 V.
   Record(230, 1).lower("ABC", 0, 0.1, 208).lower("A", 0.6, 0.7, 193).write_csv("shallow.csv");
   const Words rules = {"--nominal", "230", "--fail-on", "dip", "-q"};
   const auto status = [&](const std::string& file, bool library) {
@@ -117,7 +117,7 @@ TEST_F(Library, FailsOnItsOwnDips) {
   for (const std::string kind : {"swell", "event"}) {
     expect_refused({"--library", "--fail-on", kind}, 1,
                    "dipx: --fail-on " + kind +
-                       " does not go with --library, which finds dips alone; use --fail-on dip, or leave out "
+                       " cannot be used with --library, which finds only dips; use --fail-on dip, or leave out "
                        "--library");
   }
 }
@@ -132,7 +132,7 @@ TEST_F(Library, MakesNoReportOfARecordThatItDoesNotTake) {
 
 // --- its report ------------------------------------------------------------------------------------------------------
 
-/// The report with its figure of elapsed milliseconds, the first to end in "ms", taken out.
+/// Returns the report without its elapsed milliseconds, which are the first figure that ends in "ms".
 std::string without_time(std::string report) {
   const auto end = report.find("ms\r\n");
   EXPECT_NE(end, std::string::npos) << report;
@@ -166,7 +166,7 @@ TEST_F(Library, SaysWhenTheReportCannotBeWritten) {
   EXPECT_EQ(result.err, "dipx: no-such-folder/report.txt: No such file or directory\n");
   std::filesystem::create_directory("report.txt");
   EXPECT_EQ(dipx({"analyse", example, "--report", "report.txt"}).status, 4);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "no draft stays behind";
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "no draft remains";
 }
 
 TEST_F(Library, KeepsAnOldReportWhenTheRecordIsRefused) {

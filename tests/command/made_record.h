@@ -34,7 +34,7 @@ class MadeRecord {
     return *this;
   }
 
-  /// Phases (as in "AC") stand at `volts` from `from` to `to` seconds.
+  /// Phases (as in "AC") are at `volts` from `from` to `to` seconds.
   MadeRecord& lower(const std::string& phases, double from, double to, double volts) {
     return change(phases, from, to, [share = volts / waveform_.volts](synth::Phasor before) {
       return std::polar(share, std::arg(before));
@@ -86,7 +86,8 @@ class MadeRecord {
     return last == stages.rend() ? synth::undisturbed : last->first;
   }
 
-  /// What the phases are already is changed and not replaced: a stage over each piece of time in which it is constant.
+  /// Changes the present voltages of the phases instead of replacing them. Each piece of time in which they are
+  /// constant becomes a stage.
   template <typename Change>
   MadeRecord& change(const std::string& phases, double from, double to, Change change) {
     std::set<double> cuts = {from, to};

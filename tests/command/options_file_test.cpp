@@ -1,4 +1,4 @@
-// Options from a file: how lines are read, who wins, and what is said of a line that is wrong.
+// Tests options from a file: how lines are read, which options take precedence, and the messages for wrong lines.
 #include "command/options_file.h"
 
 #include <gtest/gtest.h>
@@ -22,13 +22,13 @@ class OptionsFile : public tests::Analysing {
  protected:
   static void write(const std::string& file, const std::string& text) { std::ofstream(file) << text; }
 
-  /// The arguments with those of "rules.txt" in their place.
+  /// Returns the arguments with those of "rules.txt" inserted in their place.
   static Words read(const std::string& text,
                     const Words& arguments = {"dipx", "analyse", "r", "--options", "rules.txt"}) {
     write("rules.txt", text);
     CLI::App app;
-    bool found = false;
-    command::add_command_line(app, found);
+    command::Answers answers;
+    command::add_command_line(app, answers);
     return command::with_options_file(arguments, *app.get_subcommand("analyse"));
   }
   static std::string complaint(const std::string& text) {
@@ -41,7 +41,7 @@ class OptionsFile : public tests::Analysing {
   }
 };
 
-TEST_F(OptionsFile, TakesBlanksAndEqualSigns) {
+TEST_F(OptionsFile, AcceptsBlanksAndEqualSigns) {
   const Words expected = {"dipx", "analyse", "r", "--dip-threshold=85", "--line-to-line", "--nominal=20kV:line"};
   EXPECT_EQ(read("dip-threshold 85\nline-to-line\nnominal 20kV:line\n"), expected);
   EXPECT_EQ(read("dip-threshold=85\nline-to-line\nnominal=20kV:line"), expected) << "without a last line end";
@@ -63,7 +63,7 @@ TEST_F(OptionsFile, GivesWayToTheCommandLine) {
   EXPECT_EQ(read(rules, before), (Words{"dipx", "analyse", "--dip-threshold=80", "--swell-threshold=115", "r"}));
 }
 
-TEST_F(OptionsFile, NamesFileAndLineOfWhatIsWrong) {
+TEST_F(OptionsFile, NamesFileAndLineOfAnError) {
   EXPECT_EQ(complaint("json\nbogus 3\n"),
             "rules.txt: line 2: there is no option 'bogus'; dipx analyse --help lists them");
   EXPECT_EQ(complaint("# rules\n\ndip-threshold\n"), "rules.txt: line 3: dip-threshold needs a value");
@@ -111,7 +111,7 @@ TEST_F(OptionsFile, IsJudgedAsTheCommandLineIs) {
   Record(230, 0.4).write_csv("record.csv");
   write("range.txt", "dip-threshold 200\n");
   expect_refused({"--options", "range.txt"}, 1,
-                 "--dip-threshold: '200' is no number from 1 to 100\nRun with --help for more information.");
+                 "--dip-threshold: '200' is not a number from 1 to 100\nRun with --help for more information.");
   write("contradiction.txt", "interruption-threshold 95\n");
   expect_refused({"--options", "contradiction.txt"}, 1,
                  "dipx: --interruption-threshold 95 is not below --dip-threshold 90; an interruption lies within a "

@@ -18,7 +18,7 @@ inline Words joined(Words first, const Words& second) {
   return first;
 }
 
-/// What `dipx synth OPTIONS | dipx analyse - MORE` prints; it must go well and without a complaint.
+/// Returns the output of `dipx synth OPTIONS | dipx analyse - MORE`, which must succeed without a message.
 inline std::string piped_text(const Words& options, const Words& more = {}) {
   const auto result = piped(joined({"synth"}, options), joined({"analyse", "-"}, more));
   EXPECT_EQ(result.status, 0) << result.err;

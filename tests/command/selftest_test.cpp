@@ -1,4 +1,4 @@
-// dipx selftest: passes on the detector as it is, and does not on one that errs.
+// Tests dipx selftest: it passes with the real detector and fails with one that makes errors.
 #include "command/selftest.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ Analysis analysis_of(const command::KnownDip& dip) {
   return analysis;
 }
 
-TEST(SelfTest, PassesAndSaysWhatWasMeasured) {
+TEST(SelfTest, PassesAndReportsTheMeasuredRecords) {
   const auto result = tests::dipx({"selftest"});
   EXPECT_EQ(result.status, 0) << result.out << result.err;
   EXPECT_EQ(result.err, "");
@@ -143,7 +143,7 @@ INSTANTIATE_TEST_SUITE_P(
               "% left of phase A instead of"}),
     [](const auto& error) { return std::string(error.param.name); });
 
-TEST(SelfTest, AsksTheLibraryForNothingThatItIsNotMadeFor) {
+TEST(SelfTest, GivesTheLibraryOnlyRecordsThatItSupports) {
   EXPECT_EQ(command::library_fault_of(known("8 samples per cycle"), Analysis()), "");
 }
 

@@ -1,4 +1,4 @@
-// How dipx analyse ends: exit statuses, what is said on standard error, and the files that stay.
+// Tests how dipx analyse ends: exit statuses, messages on standard error, and the files that remain.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -48,7 +48,7 @@ TEST_F(Status, IsTenForTheKindOfEventThatItIsToFailOn) {
     EXPECT_EQ(result.out, dipx({"analyse", file, "-q"}).out) << "what is printed stays the same";
     EXPECT_EQ(result.err, "");
   }
-  EXPECT_EQ(dipx({"analyse", "dip.csv", "-q"}).status, 0) << "events are no failure unless asked";
+  EXPECT_EQ(dipx({"analyse", "dip.csv", "-q"}).status, 0) << "events are not a failure unless requested";
 }
 
 TEST_F(Status, IsTenWhereAnyOfAllPartsHasTheEvent) {
@@ -112,7 +112,7 @@ TEST_F(Status, IsOneOnWrongUse) {
   }
 }
 
-TEST_F(Status, HelpsAndTellsItsVersion) {
+TEST_F(Status, ShowsHelpAndVersion) {
   const auto help = dipx({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("analyse"), std::string::npos);
@@ -124,7 +124,7 @@ TEST_F(Status, HelpsAndTellsItsVersion) {
   EXPECT_EQ(dipx({"--version"}).out, "dipx " DIPX_VERSION " (instruction set: " + set + ")\n");
 }
 
-TEST_F(Status, LeavesNoFileBehindUnasked) {
+TEST_F(Status, WritesNoFileUnlessRequested) {
   EXPECT_EQ(dipx({"analyse", example}).status, 0);
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
   EXPECT_EQ(dipx({"analyse", example, "--report", "report.txt"}).status, 0);

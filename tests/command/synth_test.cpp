@@ -1,4 +1,4 @@
-// dipx synth: records as a user makes them, and what the user is told when one cannot be made.
+// Tests dipx synth: the records that a user can make, and the messages if one cannot be made.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,6 +9,7 @@
 #include <set>
 
 #include "synth/dip_description.h"
+#include "synth/pqdif_file.h"
 #include "synth/record_file.h"
 #include "tests/command/dipx_command.h"
 #include "tests/command/piped_analysis.h"
@@ -32,7 +33,7 @@ readers::Record record_of(const DipDescription& dip) {
 
 class Synth : public testing::Test {
  protected:
-  /// What `dipx synth` prints; it must go well.
+  /// Returns the output of `dipx synth`, which must succeed.
   static std::string printed(const Words& options) {
     const auto result = dipx(joined({"synth"}, options));
     EXPECT_EQ(result.status, 0) << testing::PrintToString(options);
@@ -54,7 +55,7 @@ class Synth : public testing::Test {
 
 // --- where the record goes -------------------------------------------------------------------------------------------
 
-TEST_F(Synth, PrintsATableUnlessToldOtherwise) {
+TEST_F(Synth, PrintsATableByDefault) {
   const std::string table = synth::csv_of(record_of({}));
   EXPECT_EQ(printed({}), table);
   EXPECT_EQ(printed({"-o", "-"}), table);
@@ -67,14 +68,16 @@ TEST_F(Synth, PrintsASingleComtradeFileOnRequest) {
   EXPECT_EQ(printed({"--format", "cff", "--binary"}), synth::single_comtrade_of(record_of({}), ComtradeData::binary));
 }
 
-TEST_F(Synth, WritesTheFormatThatTheNameTells) {
+TEST_F(Synth, WritesTheFormatThatTheNameShows) {
   EXPECT_EQ(printed({"-o", "dip.csv"}), "");
   EXPECT_EQ(bytes_of("dip.csv"), synth::csv_of(record_of({})));
   EXPECT_EQ(printed({"--output", "dip.CFF"}), "");
   EXPECT_EQ(bytes_of("dip.CFF"), synth::single_comtrade_of(record_of({}), ComtradeData::ascii));
   EXPECT_EQ(printed({"-o", "b.cff", "--binary"}), "");
   EXPECT_EQ(bytes_of("b.cff"), synth::single_comtrade_of(record_of({}), ComtradeData::binary));
-  EXPECT_EQ(files(), (std::set<std::string>{"dip.csv", "dip.CFF", "b.cff"}));
+  EXPECT_EQ(printed({"-o", "dip.pqd"}), "");
+  EXPECT_EQ(bytes_of("dip.pqd"), synth::pqdif_of(record_of({})));
+  EXPECT_EQ(files(), (std::set<std::string>{"dip.csv", "dip.CFF", "b.cff", "dip.pqd"}));
 }
 
 TEST_F(Synth, WritesAPairOfFilesForTheNameOfAConfiguration) {
@@ -90,7 +93,7 @@ TEST_F(Synth, WritesAPairOfFilesForTheNameOfAConfiguration) {
   EXPECT_EQ(bytes_of("dip.dat"), binary.data);
 }
 
-TEST_F(Synth, WritesTheFormatThatIsChosenWhereTheNameDoesNotTell) {
+TEST_F(Synth, WritesTheChosenFormatIfTheNameShowsNone) {
   printed({"-o", "table.txt", "--format", "csv"});
   EXPECT_EQ(bytes_of("table.txt"), synth::csv_of(record_of({})));
   printed({"-o", "record", "--format", "cff"});
@@ -200,7 +203,7 @@ struct LimitCase {
   const char* too_low;
   const char* too_high;
   const char* range;
-  Words more;  // what the limits need to make a short record
+  Words more;  // further options that keep the record short
 };
 
 void PrintTo(const LimitCase& limit, std::ostream* out) {
@@ -225,7 +228,7 @@ TEST_P(SynthLimit, IsKeptFromBothSides) {
     const auto result = made_with(value);
     EXPECT_EQ(result.status, 1) << value;
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, std::string(GetParam().option) + ": '" + value + "' is no " + GetParam().range +
+    EXPECT_EQ(result.err, std::string(GetParam().option) + ": '" + value + "' is not a " + GetParam().range +
                               "\nRun with --help for more information.\n");
   }
   EXPECT_EQ(files(), std::set<std::string>{});
@@ -258,13 +261,13 @@ INSTANTIATE_TEST_SUITE_P(
                   {"--frequency", "10", "--length", "0.1"}}),
     [](const auto& limit) { return limit.param.name; });
 
-TEST_F(Synth, TakesLengthsFromAMillisecondOn) {
+TEST_F(Synth, AcceptsLengthsFromAMillisecondOn) {
   // 1.6 samples are two: the heading and two rows.
   const std::string table = printed({"--length", "0.001", "--rate", "1600"});
   EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 3) << table;
 }
 
-TEST_F(Synth, TakesHarmonicsFromTheSecondToTheThousandth) {
+TEST_F(Synth, AcceptsHarmonicsFromTheSecondToTheThousandth) {
   for (const char* harmonics : {"2:0", "1000:1000", "2:1,1000:1"}) {
     EXPECT_NE(printed({"--harmonics", harmonics, "--rate", "200000", "--length", "0.001"}), "") << harmonics;
   }
@@ -284,7 +287,7 @@ void PrintTo(const BadCase& bad, std::ostream* out) {
 
 class BadSynth : public Synth, public testing::WithParamInterface<BadCase> {};
 
-TEST_P(BadSynth, IsRefusedWithTheOptionTheValueAndTheCureAndTouchesNoFile) {
+TEST_P(BadSynth, IsRefusedWithOptionValueAndRemedyAndTouchesNoFile) {
   for (const char* old : {"dip.csv", "dip.cfg", "dip.dat", "dip.cff"}) std::ofstream(old) << old;
   const auto before = files();
   const auto result = dipx(joined({"synth"}, GetParam().options));
@@ -295,7 +298,7 @@ TEST_P(BadSynth, IsRefusedWithTheOptionTheValueAndTheCureAndTouchesNoFile) {
   for (const char* old : {"dip.csv", "dip.cfg", "dip.dat", "dip.cff"}) EXPECT_EQ(bytes_of(old), old);
 }
 
-/// A harmonic that is none.
+/// Makes the case of an invalid harmonic.
 BadCase bad_harmonic(const char* name, const std::string& harmonic) {
   return {name,
           {"--harmonics", harmonic},
@@ -322,7 +325,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "dipx: --phases A,AB: 2 faults for 3 steps; give one for all or one for each"},
         BadCase{"OneOfAList",
                 {"--depth", "10,200", "-o", "dip.csv"},
-                "--depth: '200' is no number from 0 to 100\nRun with --help for more information."},
+                "--depth: '200' is not a number from 0 to 100\nRun with --help for more information."},
         BadCase{"TooDeepForTwoPhases",
                 {"--phases", "B-C", "--depth", "51", "-o", "dip.cfg"},
                 "dipx: --depth 51: two phases that move towards each other fall by a half at most; give up to 50, or "
@@ -341,7 +344,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "another --length or --rate"},
         BadCase{"TooShort",
                 {"--length", "0.0009", "-o", "dip.csv"},
-                "--length: '0.0009' is no number from 0.001 to 100000\nRun with --help for more information."},
+                "--length: '0.0009' is not a number from 0.001 to 100000\nRun with --help for more information."},
         BadCase{"RateBelowTheWave",
                 {"--rate", "100", "-o", "dip.csv"},
                 "dipx: --rate 100: 50 Hz needs more than 100 samples per second; raise the rate"},
@@ -358,36 +361,41 @@ INSTANTIATE_TEST_SUITE_P(
         bad_harmonic("AnOrderPastAnInt", "4294967301:4"),
         BadCase{"ANameThatTellsNoFormat",
                 {"-o", "dip.txt"},
-                "dipx: --output 'dip.txt' does not tell the format; end it in .csv, .cfg (COMTRADE, two files) or .cff "
-                "(COMTRADE, one file), or choose with --format"},
+                "dipx: --output 'dip.txt' does not show the format; use a name that ends in .csv, .cfg (COMTRADE, "
+                "two files), .cff "
+                "(COMTRADE, one file) or .pqd (PQDIF), or choose with --format"},
         BadCase{"NoName",
                 {"-o", ""},
-                "dipx: --output '' does not tell the format; end it in .csv, .cfg (COMTRADE, two files) or .cff "
-                "(COMTRADE, one file), or choose with --format"},
+                "dipx: --output '' does not show the format; use a name that ends in .csv, .cfg (COMTRADE, "
+                "two files), .cff "
+                "(COMTRADE, one file) or .pqd (PQDIF), or choose with --format"},
         BadCase{"AnUnknownFormat",
                 {"--format", "pqdif"},
-                "--format: pqdif not in {csv,cfg,cff}\nRun with --help for more information."},
+                "--format: pqdif not in {csv,cfg,cff,pqd}\nRun with --help for more information."},
         BadCase{
             "APairOnStandardOutput",
             {"--format", "cfg"},
             "dipx: --format cfg: a COMTRADE pair is two files; name the .cfg file with --output, or choose --format "
             "cff"},
-        BadCase{
-            "APairUnderTheNameOfItsData",
-            {"--format", "cfg", "-o", "dip.dat"},
-            "dipx: --output 'dip.dat': a COMTRADE pair goes by the name of its .cfg file; let the name end in .cfg"},
+        BadCase{"APairUnderTheNameOfItsData",
+                {"--format", "cfg", "-o", "dip.dat"},
+                "dipx: --output 'dip.dat': a COMTRADE pair is named by its .cfg file; use a name that ends in .cfg"},
         BadCase{"BinaryCsv",
                 {"--binary", "-o", "dip.csv"},
                 "dipx: --binary is for COMTRADE, not for CSV; add --format cff, or leave it out"},
+        BadCase{"BinaryPqdif",
+                {"--binary", "-o", "dip.pqd"},
+                "dipx: --binary is for COMTRADE, not for PQDIF; add --format cff, or leave it out"},
         BadCase{"BinaryOnStandardOutput",
                 {"--binary"},
                 "dipx: --binary is for COMTRADE, not for CSV; add --format cff, or leave it out"},
         BadCase{"NoValue",
                 {"-o", "dip.csv", "--noise"},
                 "--noise: 1 required PERCENT missing\nRun with --help for more information."},
-        BadCase{"AnUnknownOption",
-                {"-o", "dip.csv", "--depht=5"},
-                "The following argument was not expected: --depht=5\nRun with --help for more information."},
+        BadCase{
+            "AnUnknownOption",
+            {"-o", "dip.csv", "--depht=5"},
+            "dipx: --depht is not an option of dipx synth; did you mean --depth? dipx synth --help lists all options"},
         BadCase{"AStrayWord",
                 {"-o", "dip.csv", "stray"},
                 "The following argument was not expected: stray\nRun with --help for more information."}),
@@ -437,7 +445,7 @@ TEST_F(Synth, HelpsWithEveryOption) {
   EXPECT_EQ(files(), std::set<std::string>{});
 }
 
-TEST_F(Synth, DoesWhatItsHelpShows) {
+TEST_F(Synth, RunsTheExamplesOfItsHelp) {
   const std::string help = dipx({"synth", "--help"}).out;
   const std::string command = DIPX_COMMAND;
   int examples = 0;
@@ -488,7 +496,7 @@ TEST_F(Synth, CanBePipedIntoTheAnalysisAsComtrade) {
   expect_default_dip(binary);
 }
 
-TEST_F(Synth, TellsTheLineFrequencyInComtradeAlone) {
+TEST_F(Synth, StatesTheLineFrequencyOnlyInComtrade) {
   EXPECT_EQ(piped_analysis({"--frequency", "60", "--format", "cff"})["record"]["line_frequency_hz"], 60.0);
   const auto table = piped_analysis({"--frequency", "60", "--rate", "3840"});
   EXPECT_EQ(table["record"]["line_frequency_hz"], 60.0);

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -14,7 +15,8 @@ namespace tests {
 /// A terminal, as a pseudo-terminal's two ends.
 class Terminal {
  public:
-  Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
+  /// `columns`: its width; 0 if nobody knows it.
+  explicit Terminal(unsigned short columns = 0) : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
     if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) std::abort();
     name_ = ptsname(master_);
     kept_open_ = open(name_.c_str(), O_RDWR | O_NOCTTY);
@@ -22,6 +24,8 @@ class Terminal {
     tcgetattr(kept_open_, &plain);
     plain.c_oflag &= ~static_cast<tcflag_t>(OPOST);
     tcsetattr(kept_open_, TCSANOW, &plain);
+    const winsize size{24, columns, 0, 0};
+    ioctl(kept_open_, TIOCSWINSZ, &size);
   }
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
@@ -32,7 +36,14 @@ class Terminal {
 
   [[nodiscard]] const std::string& name() const { return name_; }
 
-  /// What was written to it.
+  /// Waits until something is written to it, for a minute at most, and returns that.
+  [[nodiscard]] std::string awaited_text() const {
+    pollfd ready{master_, POLLIN, 0};
+    poll(&ready, 1, 60000);
+    return text();
+  }
+
+  /// Returns everything that was written to it.
   [[nodiscard]] std::string text() const {
     std::string all;
     pollfd ready{master_, POLLIN, 0};

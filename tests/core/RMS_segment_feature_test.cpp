@@ -97,7 +97,7 @@ TEST_F(RmsSegmentation, OfADipFindsWhereItsFallAndItsRecoveryBeginAndEnd) {
   EXPECT_EQ(crossings(4), boundaries());
 }
 
-TEST_F(RmsSegmentation, LeavesWhatLiesBehindTheCountsUntouched) {
+TEST_F(RmsSegmentation, LeavesEntriesPastTheCountsUntouched) {
   window(400);
   ramp(40, 40, -1);
   ramp(200, 40, 1);
@@ -162,7 +162,7 @@ TEST_F(RmsSegmentation, FillsTheMatrixColumnByColumnWithoutOverlap) {
   EXPECT_FLOAT_EQ(feature_of_steps({12, 13, 14, 15}), 2.0F);
 }
 
-TEST_F(RmsSegmentation, TakesOrderAndStepFromTheRate) {
+TEST_F(RmsSegmentation, DerivesOrderAndStepFromTheRate) {
   const auto boundaries_at = [&](unsigned rate, int first, int second) {
     window(1200);
     buf->smp = rate;
@@ -220,7 +220,7 @@ TEST_F(RmsSegmentation, AtOtherRatesWithAnOrderHasFeatures) {
   }
 }
 
-TEST_F(RmsSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
+TEST_F(RmsSegmentation, StaysInsideTheArraysForAnyCount) {
   window(DQ_RECORD_CAPACITY);
   step(1000, 2);
   step(DQ_RECORD_CAPACITY - 100, -2);
@@ -230,7 +230,7 @@ TEST_F(RmsSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
   EXPECT_EQ(buf->upd[0], 77.0F) << "the array after the minimum curve must not change";
 }
 
-TEST_F(RmsSegmentation, EndsOnVoltagesThatAreNoNumbers) {
+TEST_F(RmsSegmentation, EndsOnVoltagesThatAreNotNumbers) {
   for (const float odd : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                           std::numeric_limits<float>::max(), std::numeric_limits<float>::denorm_min()}) {
     window(400);
@@ -257,7 +257,7 @@ TEST_F(RmsSegmentation, WithoutARecordDoesNothing) {
 
 // --- crossings -------------------------------------------------------------------------------------------------------
 
-TEST_F(RmsSegmentation, RecordsTheFirstPossibleCrossingAheadOfTheFirstPosition) {
+TEST_F(RmsSegmentation, RecordsTheFirstPossibleCrossingBeforeTheFirstPosition) {
   window(400);
   step(16, 2);  // affects the feature from the second position on
   step(200, 2);
@@ -312,7 +312,7 @@ TEST_F(RmsSegmentation, LowersTheThresholdByAFifthUntilMoreThanThreeCross) {
   EXPECT_EQ(segmented(), (Boundaries{37, 53, 197, 213}));
 }
 
-TEST_F(RmsSegmentation, GoesOnWithThreeCrossings) {
+TEST_F(RmsSegmentation, ContinuesWithThreeCrossings) {
   // There are two changes, the second of which does not end, and a smaller step between them.
   window(416, 0);
   step(40, 2);
@@ -370,7 +370,7 @@ TEST_F(RmsSegmentation, MeasuresTheLargestChangeAtTheLastPairToo) {
   EXPECT_EQ(crossings(2), (Boundaries{297, 353}));
 }
 
-TEST_F(RmsSegmentation, MeasuresTheFirstPairsChangeWithoutTheDriftBehindIt) {
+TEST_F(RmsSegmentation, MeasuresTheFirstPairsChangeWithoutTheDriftAfterIt) {
   window(500);
   ramp(40, 40, -1);       // 40 V, so changes below 4 V are removed
   ramp(80, 160, 0.125F);  // too slow for a crossing; reverses 20 of the 40 V
@@ -472,7 +472,7 @@ TEST_F(RmsRecovery, IsSoughtBelowTheNumberOfPositionsOnly) {
   EXPECT_EQ(recover(612, 89.95F, {90.05F}), (Boundaries{37, 61, 0})) << "149 positions";
 }
 
-TEST_F(RmsRecovery, IsSoughtBehindTheSecondCrossingOnly) {
+TEST_F(RmsRecovery, IsSoughtOnlyAfterTheSecondCrossing) {
   // The voltage returns to 90.05 V at sample 61 or one sample earlier, while the fall still affects the feature.
   const auto back_at = [&](int sample) {
     window(800);
@@ -539,7 +539,7 @@ class RmsFeatures : public RmsSegmentation {
   }
 };
 
-TEST_F(RmsFeatures, PrintTheirCheckInGbkBehindTheSegmentation) {
+TEST_F(RmsFeatures, PrintTheirCheckInGbkAfterTheSegmentation) {
   falls(400, {40, 200});
   const tests::StandInClock clock(5, 0, 7);
   EXPECT_EQ(run_features(), std::string("svd time=7ms\r\nT_num = 4\r\n") + check_line);
@@ -632,7 +632,7 @@ TEST_F(RmsFeatures, OfThirtyTwoBoundariesJoinFourteenGaps) {
   EXPECT_EQ(dipx->min_num, 1);
 }
 
-TEST_F(RmsFeatures, JoinWhatPruningLeftAsZerosIntoNothing) {
+TEST_F(RmsFeatures, JoinPrunedBoundariesIntoNothing) {
   // In this window no pair of crossings remains.
   window(820);
   blip(40);
@@ -792,7 +792,7 @@ TEST_F(RmsSegment, CountsAPhaseByItsLowestSample) {
   EXPECT_EQ(dipx->dipx_rms_type[0], 1);
 }
 
-TEST_F(RmsSegment, HasAMinimumOfAMillionInAPhaseThatIsNoNumber) {
+TEST_F(RmsSegment, HasAMinimumOfAMillionInAPhaseThatIsNotANumber) {
   level(buf->rms_uc, 0, 400, std::numeric_limits<float>::quiet_NaN());
   measure();
   EXPECT_EQ(dipx->uc_rms_min[0], 1000000.0F);
@@ -801,7 +801,7 @@ TEST_F(RmsSegment, HasAMinimumOfAMillionInAPhaseThatIsNoNumber) {
   EXPECT_EQ(dipx->dipx_rms_type[0], 0);
 }
 
-TEST_F(RmsFeatures, HaveMinimaOfAMillionWhereTheVoltageIsNoLower) {
+TEST_F(RmsFeatures, HaveMinimaOfAMillionIfTheVoltageIsNotLower) {
   window(400, 1000002);
   step(40, -2);
   step(200, 2);
@@ -880,7 +880,7 @@ TEST_F(RmsFeatures, MeasureTheChangeOverAJoinedTransition) {
 
 // --- bounds ----------------------------------------------------------------------------------------------------------
 
-TEST_F(RmsFeatures, StayInsideTheArraysWhateverTheCountSays) {
+TEST_F(RmsFeatures, StayInsideTheArraysForAnyCount) {
   falls(DQ_RECORD_CAPACITY, {1000, DQ_RECORD_CAPACITY - 16});
   buf->num = std::numeric_limits<unsigned>::max();
   EXPECT_EQ(joined(), (Boundaries{997, 1013, DQ_RECORD_CAPACITY - 19}));

@@ -37,7 +37,7 @@ class FeatureReduction : public testing::Test {
   tests::Zeroed<dq_dipx_struct> dipx = zeroed<dq_dipx_struct>();
 };
 
-TEST_F(FeatureReduction, TakesTheLargestPhaseOfEachSample) {
+TEST_F(FeatureReduction, KeepsTheLargestPhaseOfEachSample) {
   buf->feasvd_b[1] = 4;
   buf->feasvd_c[1] = 3;
   buf->feasvd_c[2] = 2;
@@ -135,7 +135,7 @@ TEST_F(FeatureReduction, OfAnEmptyWindowHasNoShares) {
   EXPECT_TRUE(std::isnan(reduced.feasvd_ten_f[9]));
 }
 
-TEST_F(FeatureReduction, StaysInsideTheArraysWhateverTheCountSays) {
+TEST_F(FeatureReduction, StaysInsideTheArraysForAnyCount) {
   buf->feasvd_a[DQ_RECORD_CAPACITY - 1] = 5;
   buf->num = std::numeric_limits<unsigned>::max();
   EXPECT_EQ(SVD_datapro(buf.get(), dipx.get()), 0);
@@ -281,7 +281,7 @@ TEST_F(FeatureSpread, OfARateWithoutAHalfCycleIsNotANumber) {
   }
 }
 
-TEST_F(FeatureSpread, TakesMoreHalfCyclesThanTheLongestRecordHasAtItsLowestRate) {
+TEST_F(FeatureSpread, AcceptsMoreHalfCyclesThanTheLongestRecordHasAtItsLowestRate) {
   ripple(16 * 23998, 16 * 23999, 1);
   EXPECT_EQ(spread(32, DQ_RECORD_CAPACITY), 1.0F / 23999.0F);
   EXPECT_EQ(printed.out, "seg_num=23999\r\n");
@@ -295,7 +295,7 @@ TEST_F(FeatureSpread, NeedsNoMemory) {
   EXPECT_EQ(spread(64, DQ_RECORD_CAPACITY), 0.5F);
 }
 
-TEST_F(FeatureSpread, StaysInsideTheArrayWhateverTheCountSays) {
+TEST_F(FeatureSpread, StaysInsideTheArrayForAnyCount) {
   feasvd_buf.feasvd_max = tests::nan;  // a field after the array
   for (const unsigned num : {unsigned{DQ_RECORD_CAPACITY} + 1, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
     EXPECT_EQ(spread(32, num), 0.0F) << num;

@@ -76,7 +76,7 @@ class LongSegmentation : public testing::Test {
 
 // --- smoothing of long cycles ----------------------------------------------------------------------------------------
 
-TEST_F(LongSegmentation, SmoothsToZeroWhereHalfACycleIsMoreThanAMedianTakes) {
+TEST_F(LongSegmentation, SmoothsToZeroIfHalfACycleIsTooLongForAMedian) {
   for (const unsigned cycle : {2046U, 2048U}) {  // half a cycle then needs medians of 1024 and 1025 samples
     window(3000);
     buf->smp = cycle;
@@ -99,7 +99,7 @@ TEST_F(LongSegmentation, OfAConstantVoltageFindsNothing) {
   EXPECT_EQ(list[0], untouched);
 }
 
-TEST_F(LongSegmentation, FindsTheLastSampleBeforeAChangeAndTheFirstBehindIt) {
+TEST_F(LongSegmentation, FindsTheLastSampleBeforeAChangeAndTheFirstAfterIt) {
   window(200);
   ramp(40, 7, -2);
   EXPECT_EQ(segmented(), (Crossings{40, 48}));
@@ -115,7 +115,7 @@ TEST_F(LongSegmentation, AtTheLowestRateOfARecordSeesAChangeForSixteenSamples) {
   EXPECT_EQ(segmented(), (Crossings{80, 106}));
 }
 
-TEST_F(LongSegmentation, LeavesWhatLiesBehindTheCountUntouched) {
+TEST_F(LongSegmentation, LeavesEntriesPastTheCountUntouched) {
   window(200);
   ramp(40, 7, -2);
   ramp(100, 7, 2);
@@ -163,14 +163,14 @@ TEST_F(LongSegmentation, StoresTheThresholdAsFloat) {
   EXPECT_EQ(segmented(), (Crossings{40, 42}));
 }
 
-TEST_F(LongSegmentation, OfAChangeThatTheWindowBeginsWithFindsTheEndAlone) {
+TEST_F(LongSegmentation, OfAChangeAtTheWindowsBeginFindsOnlyTheEnd) {
   window(200);
   ramp(0, 10, -2);
   ramp(100, 7, 2);
   EXPECT_EQ(segmented(), (Crossings{11, 100, 108}));
 }
 
-TEST_F(LongSegmentation, OfAChangeThatTheWindowEndsWithFindsTheBeginAlone) {
+TEST_F(LongSegmentation, OfAChangeAtTheWindowsEndFindsOnlyTheBegin) {
   window(200);
   ramp(100, 7, 2);
   ramp(190, 20, 2);
@@ -280,7 +280,7 @@ TEST_F(LongSegmentation, SeesTheLastQuarterCycleUnsmoothed) {
   EXPECT_EQ(segmented(), Crossings{});
 }
 
-TEST_F(LongSegmentation, AtOddQuartersTakesOneEntryPastTheWindowAsItStands) {
+TEST_F(LongSegmentation, AtOddQuartersReadsOneEntryPastTheWindow) {
   // At 34 samples per cycle the median takes 18 values, from 8 before to 9 after a sample. In the last window 9 of
   // these are 0 and 8 are 10.
   buf->smp = 34;
@@ -297,7 +297,7 @@ TEST_F(LongSegmentation, AtOddQuartersTakesOneEntryPastTheWindowAsItStands) {
 
 // --- the feature -----------------------------------------------------------------------------------------------------
 
-TEST_F(LongSegmentation, TakesTheOrderFromTheRate) {
+TEST_F(LongSegmentation, DerivesTheOrderFromTheRate) {
   // The order is the square root of half a cycle, rounded half up; the feature of a constant slope is the order times
   // the slope.
   const std::pair<unsigned, int> orders[] = {{1, 1},  {32, 4}, {40, 4},  {41, 5},  {60, 5},  {61, 6}, {64, 6},
@@ -332,7 +332,7 @@ TEST_F(LongSegmentation, EndsAFeatureAtItsSample) {
   EXPECT_EQ(buf->feasvd_b[22], 0.0F);
 }
 
-TEST_F(LongSegmentation, RepeatsTheFirstCompleteFeatureAhead) {
+TEST_F(LongSegmentation, RepeatsTheFirstCompleteFeatureBackwards) {
   buf->smp = 32;
   window(60);
   ramp(0, 16, -1);
@@ -346,7 +346,7 @@ TEST_F(LongSegmentation, RepeatsTheFirstCompleteFeatureAhead) {
   }
 }
 
-TEST_F(LongSegmentation, OfAWindowNoLongerThanItsMatrixRepeatsWhatStandsBehindIt) {
+TEST_F(LongSegmentation, OfAWindowNoLongerThanItsMatrixRepeatsTheEntryPastIt) {
   buf->smp = 32;
   for (const int samples : {0, 1, 15, 16}) {
     window(samples);
@@ -433,7 +433,7 @@ INSTANTIATE_TEST_SUITE_P(RatesAndLengths, LongSegmentationOfAnything,
 
 // --- bounds ----------------------------------------------------------------------------------------------------------
 
-TEST_F(LongSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
+TEST_F(LongSegmentation, StaysInsideTheArraysForAnyCount) {
   window(DQ_WINDOW_CAPACITY);
   ramp(40, 7, -2);
   ramp(DQ_WINDOW_CAPACITY - 3, 2, 2);
@@ -447,7 +447,7 @@ TEST_F(LongSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
   EXPECT_EQ(buf->feasvd_a[DQ_WINDOW_CAPACITY], 77.0F);
 }
 
-TEST_F(LongSegmentation, FindsNoCrossingOfAThresholdThatIsNoNumber) {
+TEST_F(LongSegmentation, FindsNoCrossingOfAThresholdThatIsNotANumber) {
   window(200);
   ramp(40, 7, -2);
   dipx->un = tests::nan;

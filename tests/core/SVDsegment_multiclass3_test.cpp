@@ -110,7 +110,7 @@ TEST_F(ShortSegmentation, SmoothsEachPhaseByItself) {
   EXPECT_EQ(buf->uc0[20], 3.0F);
 }
 
-TEST_F(ShortSegmentation, AtOddQuartersTakesOneEntryPastTheWindowAsItStands) {
+TEST_F(ShortSegmentation, AtOddQuartersReadsOneEntryPastTheWindow) {
   // At 34 samples per cycle the median takes 18 values, from 8 before to 9 after a sample. In the last window 9 of
   // these are 0 and 8 are 10.
   buf->smp = 34;
@@ -157,7 +157,7 @@ TEST_F(ShortSegmentation, AtTheHighestRateIsOfOrderSix) {
   EXPECT_NEAR(buf->feasvd_a[80], 1.5, 1e-4);
 }
 
-TEST_F(ShortSegmentation, RepeatsTheFirstCompleteFeatureAhead) {
+TEST_F(ShortSegmentation, RepeatsTheFirstCompleteFeatureBackwards) {
   buf->smp = 32;
   window(60);
   ramp(0, 9, -1);
@@ -195,7 +195,7 @@ TEST_F(ShortSegmentation, AtARateWithoutAnOrderHasNoFeatures) {
 
 // --- threshold -------------------------------------------------------------------------------------------------------
 
-TEST_F(ShortSegmentation, OfAFlatWindowTakesATenthOfTheDepthForThreshold) {
+TEST_F(ShortSegmentation, OfAFlatWindowUsesATenthOfTheDepthAsThreshold) {
   window(100);
   dipx->ud = 12;
   EXPECT_EQ(run(), "S=1.200\r\n");
@@ -205,7 +205,7 @@ TEST_F(ShortSegmentation, OfAFlatWindowTakesATenthOfTheDepthForThreshold) {
   EXPECT_EQ(run(), "S=0.000\r\n");
 }
 
-TEST_F(ShortSegmentation, TakesTheLowerEdgeOfTheTopTenthsThatHoldFivePerCent) {
+TEST_F(ShortSegmentation, UsesTheLowerEdgeOfTheTopTenthsThatContainFivePerCent) {
   window(100);
   ramp(40, 5, 8);
   EXPECT_EQ(run(), "S=7.200\r\n") << "5 of 100 samples are in the top tenth";
@@ -219,7 +219,7 @@ TEST_F(ShortSegmentation, TakesTheLowerEdgeOfTheTopTenthsThatHoldFivePerCent) {
   EXPECT_EQ(run(), "S=2.400\r\n") << "the fifth sample is in the tenth that starts at 2.4";
 }
 
-TEST_F(ShortSegmentation, TakesAThresholdOfNoLessThanATenthOfTheDepth) {
+TEST_F(ShortSegmentation, UsesAThresholdOfAtLeastATenthOfTheDepth) {
   window(100);
   ramp(40, 5, 8);
   dipx->ud = 71;
@@ -228,7 +228,7 @@ TEST_F(ShortSegmentation, TakesAThresholdOfNoLessThanATenthOfTheDepth) {
   EXPECT_EQ(run(), "S=7.300\r\n");
 }
 
-TEST_F(ShortSegmentation, TakesTheThresholdFromTheStrongestPhase) {
+TEST_F(ShortSegmentation, DerivesTheThresholdFromTheStrongestPhase) {
   window(100);
   ramp(buf->ub, 100, 40, 5, 8);
   ramp(buf->uc, 100, 60, 5, 6);
@@ -237,7 +237,7 @@ TEST_F(ShortSegmentation, TakesTheThresholdFromTheStrongestPhase) {
 
 // --- crossings -------------------------------------------------------------------------------------------------------
 
-TEST_F(ShortSegmentation, RecordsAStretchOfSevenSamplesAndNoneOfSix) {
+TEST_F(ShortSegmentation, RecordsAStretchOfSevenSamplesButNotOfSix) {
   window(400);
   ramp(40, 7, -2);
   ramp(100, 7, 2);
@@ -363,7 +363,7 @@ TEST_F(ManyRuns, AreCutAfterThirtyTwoBoundariesWhenNoThresholdHelps) {
   EXPECT_EQ(segmented(), boundaries(0, 17, 3));
 }
 
-TEST_F(ManyRuns, BeyondTheListAreNotLookedAt) {
+TEST_F(ManyRuns, BeyondTheListAreIgnored) {
   runs(100, 200);
   EXPECT_EQ(segmented(), boundaries(0, 16));
   EXPECT_EQ(dipx->un, 100.0F) << "the field after the crossings must not change";
@@ -393,7 +393,7 @@ TEST_F(ManyRuns, LeaveCrossingsOfAnEarlierTryInTheThirdPlace) {
   EXPECT_EQ(crossings(2), (Boundaries{39, 46}));
 }
 
-TEST_F(ShortSegmentation, LeavesWhatLiesBehindTheCountsUntouched) {
+TEST_F(ShortSegmentation, LeavesEntriesPastTheCountsUntouched) {
   window(400);
   ramp(40, 7, -2);
   ramp(100, 7, 2);
@@ -477,7 +477,7 @@ TEST_F(ShortSegmentation, DropsLeadingRunsWithoutADipOnlyWhileMoreThanFourBounda
   EXPECT_EQ(segmented(), (Boundaries{159, 169, 219, 229}));
 }
 
-TEST_F(ShortSegmentation, KeepsRunsWithoutADipBehindOneThatDips) {
+TEST_F(ShortSegmentation, KeepsRunsWithoutADipAfterOneThatDips) {
   window(4000);
   ramp(40, 20, -2);
   ramp(100, 20, 2);
@@ -587,7 +587,7 @@ TEST_F(ShortRecovery, IsTheFirst) {
   EXPECT_EQ(recover({100, 100, 80, 100}), (Boundaries{39, 49, 149}));
 }
 
-TEST_F(ShortRecovery, MayLieAtTheSecondCrossingAndNotAheadOfIt) {
+TEST_F(ShortRecovery, MayLieAtTheSecondCrossingButNotBeforeIt) {
   window(300, 78);
   ramp(40, 8, 2);  // 92 V at the second crossing, 94 V after it
   EXPECT_EQ(segmented(), (Boundaries{39, 47, 47}));
@@ -596,7 +596,7 @@ TEST_F(ShortRecovery, MayLieAtTheSecondCrossingAndNotAheadOfIt) {
   EXPECT_EQ(segmented(), (Boundaries{39, 47, 0}));
 }
 
-TEST_F(ShortRecovery, ReadsOneEntryPastTheWindowAsItStands) {
+TEST_F(ShortRecovery, ReadsOneEntryPastTheWindow) {
   window(300);
   ramp(40, 10, -2);
   buf->u[300] = 200;
@@ -605,7 +605,7 @@ TEST_F(ShortRecovery, ReadsOneEntryPastTheWindowAsItStands) {
 
 // --- begin and end of the dip ----------------------------------------------------------------------------------------
 
-TEST_F(ShortSegmentation, TakesTheFirstFallAndTheLastRiseForTheDip) {
+TEST_F(ShortSegmentation, UsesTheFirstFallAndTheLastRiseAsTheDip) {
   window(100);
   hold(10, 80);
   hold(20, 100);
@@ -615,7 +615,7 @@ TEST_F(ShortSegmentation, TakesTheFirstFallAndTheLastRiseForTheDip) {
   EXPECT_EQ(dip(), (Boundaries{10, 40}));
 }
 
-TEST_F(ShortSegmentation, TakesTheThresholdItselfForDipped) {
+TEST_F(ShortSegmentation, TreatsTheThresholdItselfAsDipped) {
   window(100);
   hold(10, 90);
   hold(20, 90.5F);
@@ -640,7 +640,7 @@ TEST_F(ShortSegmentation, HasNoDipWithoutAFallOrWithoutARise) {
   EXPECT_EQ(dip(), (Boundaries{0, 0})) << "the voltage is low from the start";
 }
 
-TEST_F(ShortSegmentation, HasNoDipWhereTheLastRiseLiesAheadOfTheFirstFall) {
+TEST_F(ShortSegmentation, HasNoDipIfTheLastRiseLiesBeforeTheFirstFall) {
   window(100, 80);
   hold(10, 100);
   hold(20, 80);
@@ -667,7 +667,7 @@ TEST_F(ShortSegmentation, FindsTheDipOnTheCurveBeforeSmoothing) {
 
 // --- bounds ----------------------------------------------------------------------------------------------------------
 
-TEST_F(ShortSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
+TEST_F(ShortSegmentation, StaysInsideTheArraysForAnyCount) {
   window(DQ_WINDOW_CAPACITY);
   ramp(40, 7, -2);
   ramp(DQ_WINDOW_CAPACITY - 100, 7, 2);
@@ -694,7 +694,7 @@ TEST_F(ShortSegmentation, OfAWindowShorterThanItsMatrixFindsNothing) {
   EXPECT_EQ(dipx->seg_num, 0);
 }
 
-TEST_F(ShortSegmentation, EndsOnVoltagesThatAreNoNumbers) {
+TEST_F(ShortSegmentation, EndsOnVoltagesThatAreNotNumbers) {
   for (const unsigned rate : {1U, 32U}) {
     for (const float odd : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                             std::numeric_limits<float>::max(), std::numeric_limits<float>::denorm_min()}) {

@@ -125,7 +125,7 @@ TEST_F(AlternativeSegmentation, KeepsTheLowestPhaseOfEachSample) {
   EXPECT_EQ(buf->u[100], 77.0F);
 }
 
-TEST_F(AlternativeSegmentation, LeavesTheCurvesAsTheyWere) {
+TEST_F(AlternativeSegmentation, LeavesTheCurvesUnchanged) {
   window(200);
   ramp(40, 30, -1);
   const std::vector<float> before(buf->rms_ua, buf->rms_ua + 200);
@@ -158,7 +158,7 @@ TEST_F(AlternativeSegmentation, MeasuresAtEverySample) {
   for (const float* features : {buf->feasvd_a, buf->feasvd_b, buf->feasvd_c}) EXPECT_EQ(features[positions], 77.0F);
 }
 
-TEST_F(AlternativeSegmentation, TakesTheOrderFromHalfACycle) {
+TEST_F(AlternativeSegmentation, DerivesTheOrderFromHalfACycle) {
   const auto length_of_a_step_at = [&](unsigned rate) {
     buf->smp = rate;
     window(400);
@@ -235,7 +235,7 @@ TEST_F(AlternativeSegmentation, RecordsTheFirstPossibleRise) {
   EXPECT_EQ(segmented(), (Boundaries{1, 11}));
 }
 
-TEST_F(AlternativeSegmentation, IsContentWithTwoBoundaries) {
+TEST_F(AlternativeSegmentation, StopsAtTwoBoundaries) {
   window(400);
   ramp(40, 10, 1);
   ramp(100, 10, 0.9F);  // above the second threshold
@@ -267,7 +267,7 @@ TEST_F(AlternativeSegmentation, StoresTheThresholdAsFloatAndTriesTen) {
   EXPECT_NEAR(threshold, 0.1342, 1e-4) << "the threshold is one per cent of nominal times 0.8 to the ninth power";
 }
 
-TEST_F(AlternativeSegmentation, TakesOnePerCentInDouble) {
+TEST_F(AlternativeSegmentation, ComputesOnePerCentInDouble) {
   // One hundredth of 7, computed in double and stored as float, is below 7 times the float nearest to 0.01.
   dipx->un = 7;
   const auto threshold = static_cast<float>(0.01 * 7);
@@ -344,7 +344,7 @@ TEST_F(AlternativeEnds, MoveWithPhaseAThoughAnotherChangesLater) {
   EXPECT_EQ(segmented(), (Boundaries{100, 101}));
 }
 
-TEST_F(AlternativeEnds, AreSoughtBehindTheTransitionsBeginOnly) {
+TEST_F(AlternativeEnds, AreSoughtOnlyAfterTheBeginOfTheTransition) {
   // Phase A changes at the first sample of the transition by too little to be detected, and phase B changes from there
   // on.
   dipx->ud = 1;
@@ -416,7 +416,7 @@ TEST_F(AlternativeEnds, AreTheSecondFourthAndSoOnOnly) {
   EXPECT_EQ(segmented(), (Boundaries{100, 106, 200, 206, 300, 306})) << "each end moves to the sample after the spike";
 }
 
-TEST_F(AlternativeEnds, LeaveAnUnpairedLastBeginAlone) {
+TEST_F(AlternativeEnds, LeaveAnUnpairedLastBeginUnchanged) {
   dipx->ud = 1;
   window(300);
   ramp(buf->rms_ub, 100, 1, 10);
@@ -445,7 +445,7 @@ TEST_F(AlternativeSegmentation, StopsAt128Crossings) {
   EXPECT_EQ(dipx->T_rms_num, 32);
 }
 
-TEST_F(AlternativeSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
+TEST_F(AlternativeSegmentation, StaysInsideTheArraysForAnyCount) {
   window(DQ_RECORD_CAPACITY);
   ramp(1000, 10, -2);
   ramp(DQ_RECORD_CAPACITY - 100, 10, 2);
@@ -455,14 +455,14 @@ TEST_F(AlternativeSegmentation, StaysInsideTheArraysWhateverTheCountSays) {
   EXPECT_EQ(buf->upd[0], 77.0F) << "the array after the minimum curve must not change";
 }
 
-TEST_F(AlternativeSegmentation, OfAWindowThatEndsInAChangeReadsNothingBehindIt) {
+TEST_F(AlternativeSegmentation, OfAWindowThatEndsInAChangeReadsNothingPastTheWindow) {
   window(100);
   ramp(90, 9, 2);
   buf->rms_ua[100] = buf->rms_ua[101] = 500;
   EXPECT_EQ(segmented(), (Boundaries{90}));
 }
 
-TEST_F(AlternativeSegmentation, EndsOnVoltagesThatAreNoNumbers) {
+TEST_F(AlternativeSegmentation, EndsOnVoltagesThatAreNotNumbers) {
   for (const unsigned rate : {1U, 32U, 128U}) {
     for (const float odd : {tests::nan, tests::infinity, std::numeric_limits<float>::max(), tests::smallest}) {
       buf->smp = rate;

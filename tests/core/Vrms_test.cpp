@@ -92,7 +92,7 @@ TEST(SlidingRms, DividesInFloat) {
   EXPECT_GT(apart, 0);
 }
 
-TEST(SlidingRms, OfLessThanACycleSpreadsWhatStoodAtTheCyclesEnd) {
+TEST(SlidingRms, OfLessThanACycleRepeatsTheValueAtTheCyclesEnd) {
   std::vector<float> wave(8, 7.0F);
   std::vector<float> rms(8, 42.0F);
   rms[0] = 1;
@@ -164,7 +164,7 @@ TEST(BoundarySearch, JoinsADipToOneThatNeverRecovers) {
   EXPECT_EQ(boundaries(*record), std::vector<int>{fall(8 * smp)});
 }
 
-TEST(BoundarySearch, SeesNoCrossingWhereTheCurveIsNoNumber) {
+TEST(BoundarySearch, SeesNoCrossingWhereTheCurveIsNotANumber) {
   // NaN is neither below nor at the threshold, whichever of two neighbouring samples it is, so a fall that begins after
   // it is missed.
   LevelRecord wave(smp, 30 * smp, 220);
@@ -220,7 +220,7 @@ TEST(BoundarySearch, MergesNothingWhenThereAreOnlyTwoCrossings) {
   EXPECT_EQ(boundaries(*record), (std::vector<int>{rise(8 * smp), fall(11 * smp)}));
 }
 
-TEST(BoundarySearch, LeavesADipThatGoesOnWithoutItsRecovery) {
+TEST(BoundarySearch, RecordsNoRecoveryForADipThatContinuesPastTheEnd) {
   const auto record = search(LevelRecord(smp, 20 * smp, 220).set(0, 8 * smp, 20 * smp, 100));
   EXPECT_EQ(boundaries(*record), std::vector<int>{fall(8 * smp)});
 }
@@ -240,7 +240,7 @@ TEST(BoundarySearch, RecordsTheLargestRmsOfEachPhase) {
   EXPECT_EQ(record->uc_max, 210.0F);
 }
 
-TEST(BoundarySearch, StaysInsideTheRecordWhateverItsCountsSay) {
+TEST(BoundarySearch, StaysInsideTheRecordForAnyCounts) {
   const auto record = std::make_unique<dq_dipx_rms>();
   record->ut = 1;
   for (const auto& [rate, samples] : std::vector<std::pair<int, int>>{{32, DQ_RECORD_CAPACITY + 1000},

@@ -35,7 +35,7 @@ void expect_phasor(vec_struct actual, float r, float x) {
 
 // --- sequences -------------------------------------------------------------------------------------------------------
 
-TEST(PositiveSequence, TakesAThirdOfPhaseAAsItStands) {
+TEST(PositiveSequence, AddsAThirdOfPhaseAUnrotated) {
   expect_phasor(positive({3, 0}, {0, 0}, {0, 0}), 1, 0);
   expect_phasor(positive({0, 3}, {0, 0}, {0, 0}), 0, 1);
 }
@@ -121,7 +121,7 @@ TEST(LowPhases, LieStrictlyBelowTheThreshold) {
   expect_low(sagx::low_phases(below, below, below, 90), 3, 7);
 }
 
-TEST(LowPhases, AreNoneThatHaveNoVoltage) {
+TEST(LowPhases, DoNotIncludePhasesWithoutVoltage) {
   expect_low(sagx::low_phases(nan, 80, nan, 90), 1, 2);
   expect_low(sagx::low_phases(80, 80, 80, nan), 0, 0);
 }
@@ -155,7 +155,7 @@ TEST(CategoryVote, WithoutVotesHasNoWinner) {
   EXPECT_EQ(winner_of({10, 10}), 10);
 }
 
-TEST(CategoryVote, PassesOverCodesThatAreNone) {
+TEST(CategoryVote, IgnoresInvalidCodes) {
   EXPECT_EQ(winner_of({-1, 11, 1000, -1}), 10);
 }
 
@@ -180,12 +180,12 @@ int by_angle(double sectors, int type = 3, float u0 = 0) {
   return symmetrical_components_dq(&before, &now, &negative, 50, u0, nominal, type, 0);
 }
 
-TEST(DipCategory, OfALowBalanceWithoutLowPhasesIsNone) {
+TEST(DipCategory, OfALowBalanceWithoutLowPhasesIsMissing) {
   EXPECT_EQ(by_phases(0, 0), 10);
   EXPECT_EQ(by_phases(0, 7, 50), 10);
 }
 
-TEST(DipCategory, OfThreeLowPhasesInBalanceIsNineWhateverElse) {
+TEST(DipCategory, OfThreeBalancedLowPhasesIsAlwaysNine) {
   EXPECT_EQ(by_phases(3, 7), 9);
   EXPECT_EQ(by_phases(3, 0), 9);
   EXPECT_EQ(by_phases(3, 1, 50), 9);
@@ -229,7 +229,7 @@ TEST(DipCategory, OfTwoLowPhasesIsRaisedByAZeroSequence) {
   EXPECT_EQ(by_phases(2, 3, 3.5F), 8);
 }
 
-TEST(DipCategory, OfAnImpossibleCountIsNone) {
+TEST(DipCategory, OfAnImpossibleCountIsMissing) {
   EXPECT_EQ(by_phases(4, 7), 10);
   EXPECT_EQ(by_phases(-1, 1), 10);
 }
@@ -242,7 +242,7 @@ TEST(DipCategory, NeedsAZeroSequenceStrictlyAboveItsThreshold) {
   EXPECT_EQ(by_phases(2, 6, nan), 0);
 }
 
-TEST(DipCategory, TakesANegativeSequenceAtItsThresholdForOne) {
+TEST(DipCategory, CountsANegativeSequenceThatEqualsItsThreshold) {
   vec_struct before = {100, 0};
   vec_struct now = {50, 0};
   vec_struct negative = {-4, 0};
@@ -358,7 +358,7 @@ TEST(DipCategory, IsMeasuredAgainstTheDropNotAgainstTheAxes) {
       << "the angle is relative to a rise";
 }
 
-TEST(DipCategory, WithoutADropIsNone) {
+TEST(DipCategory, WithoutADropIsMissing) {
   vec_struct before = {100, 10};
   vec_struct same = before;
   vec_struct negative = {50, 50};
@@ -366,7 +366,7 @@ TEST(DipCategory, WithoutADropIsNone) {
   EXPECT_EQ(symmetrical_components_dq(&before, &same, &negative, 70, 50, nominal, 2, 6), 10);
 }
 
-TEST(DipCategory, OfWhatIsNoNumberIsNone) {
+TEST(DipCategory, OfNotANumberIsMissing) {
   vec_struct before = {100, 0};
   vec_struct now = {nan, 0};
   vec_struct negative = {50, 50};
@@ -376,7 +376,7 @@ TEST(DipCategory, OfWhatIsNoNumberIsNone) {
   EXPECT_EQ(symmetrical_components_dq(&before, &now, &negative, nan, 0, nominal, 3, 7), 10);
 }
 
-TEST(DipCategory, WithoutAPhasorIsNone) {
+TEST(DipCategory, WithoutAPhasorIsMissing) {
   vec_struct some = {100, 0};
   EXPECT_EQ(symmetrical_components_dq(nullptr, &some, &some, 0, 0, nominal, 3, 7), 10);
   EXPECT_EQ(symmetrical_components_dq(&some, nullptr, &some, 0, 0, nominal, 3, 7), 10);
@@ -446,7 +446,7 @@ TEST(CategoryOfASample, OfTwoPhasesCountsTheZeroSequence) {
   EXPECT_EQ(sagx::category_of(sample_of(20, 3.1F), {2, 6}, thresholds, sagx::AllLow::by_angle), 6);
 }
 
-TEST(CategoryOfASample, IsNoneWhereThePositiveSequenceHasNotMoved) {
+TEST(CategoryOfASample, IsMissingIfThePositiveSequenceHasNotChanged) {
   auto sample = sample_of(20);
   sample.positive = sample.positive_before;
   for (const auto all_low : {sagx::AllLow::by_angle, sagx::AllLow::three_phase}) {

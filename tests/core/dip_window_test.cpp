@@ -32,7 +32,7 @@ void expect_window_positions(const dq_dipx_struct& result) {
   EXPECT_EQ(result.D[1], 190);
 }
 
-TEST(FinishedLongWindow, BringsItsListsToRecordPositionsUpToTheirCounts) {
+TEST(FinishedLongWindow, ConvertsItsListsToRecordPositionsUpToTheirCounts) {
   const auto result = dip();
   result->Trms_num = 3;
   result->T_num = 4;
@@ -65,7 +65,7 @@ TEST(FinishedLongWindow, WithoutABoundaryHasNoDuration) {
   }
 }
 
-TEST(FinishedLongWindow, NeverLastsLessThanNothing) {
+TEST(FinishedLongWindow, NeverHasANegativeDuration) {
   const auto result = dip();
   result->Trms_num = 3;
   result->Trms[0] = 165;
@@ -74,7 +74,7 @@ TEST(FinishedLongWindow, NeverLastsLessThanNothing) {
   EXPECT_EQ(result->hold_time_dq, 0.0F);
 }
 
-TEST(FinishedShortWindow, BringsItsListsToRecordPositionsAndCopiesTheMinima) {
+TEST(FinishedShortWindow, ConvertsItsListsToRecordPositionsAndCopiesTheMinima) {
   const auto result = dip();
   result->Trms_num = 3;
   result->T_num = 4;
@@ -96,14 +96,14 @@ TEST(FinishedShortWindow, LastsFromFallToRecovery) {
   EXPECT_EQ(result->hold_time_dq, static_cast<float>(150 * (0.02 / 50)));
 }
 
-TEST(FinishedShortWindow, NeverLastsLessThanNothing) {
+TEST(FinishedShortWindow, NeverHasANegativeDuration) {
   const auto result = dip();
   result->D[1] = 39;
   sagx::finish_short_window(*result, window);
   EXPECT_EQ(result->hold_time_dq, 0.0F);
 }
 
-TEST(FinishedWindows, StayInsideTheListsWhateverTheCountsSay) {
+TEST(FinishedWindows, StayInsideTheListsForAnyCounts) {
   for (const int count : {33, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
     for (const auto finish : {sagx::finish_long_window, sagx::finish_short_window}) {
       const auto result = dip();

@@ -184,7 +184,7 @@ TEST_F(Stability, CopesWithMoreBlocksThanTwoPerCycleAtAnOddRate) {
   EXPECT_EQ(rms_bzc(record.get()), 1.0F / 6186.0F);
 }
 
-TEST_F(Stability, IsZeroWithoutAHalfCycleAndNoNumberWithoutABlock) {
+TEST_F(Stability, IsZeroWithoutAHalfCycleAndNotANumberWithoutABlock) {
   flat(64, 640);
   record->smprate = 1;
   EXPECT_EQ(rms_bzc(record.get()), 0.0F);
@@ -196,7 +196,7 @@ TEST_F(Stability, IsZeroWithoutAHalfCycleAndNoNumberWithoutABlock) {
   EXPECT_EQ(rms_bzc(nullptr), 0.0F);
 }
 
-TEST_F(Stability, StaysInsideTheRecordWhateverItsCountSays) {
+TEST_F(Stability, StaysInsideTheRecordForAnyCount) {
   flat(64, 640);
   record->smp_num = DQ_RECORD_CAPACITY + 64000;
   std::fill_n(record->rmsc, +DQ_RECORD_CAPACITY, 220.0F);

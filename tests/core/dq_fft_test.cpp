@@ -158,7 +158,7 @@ TEST(Fft, OfASineLagsItsCosineByAQuarterTurn) {
   for (const auto& bin : spectrum) EXPECT_NEAR(bin.r, 0, 1e-15);
 }
 
-TEST(Fft, OfAnAlternatingSequenceStandsInTheMiddleBin) {
+TEST(Fft, OfAnAlternatingSequenceIsInTheMiddleBin) {
   const auto spectrum = transformed(of_reals({1, -1, 1, -1}), real_input);
   EXPECT_EQ(spectrum[2].r, 4.0F);
   EXPECT_EQ(spectrum[0].r, 0.0F);
@@ -236,7 +236,7 @@ TEST_P(FftOfEverySize, IsTheSpectrumByItsDefinition) {
   });
 }
 
-TEST_P(FftOfEverySize, TouchesNothingBehindItsPoints) {
+TEST_P(FftOfEverySize, TouchesNothingPastItsPoints) {
   const auto& [name, in_type, out_type, fewest] = GetParam();
   for_sizes([&](int points) {
     auto phasors = of_kind(random_kind(), points);
@@ -271,7 +271,7 @@ TEST(Fft, OfComplexInputHasAllBinsWhateverTheOutputType) {
   }
 }
 
-TEST(Fft, TakesEveryTypeButZeroForReal) {
+TEST(Fft, TreatsEveryTypeButZeroAsReal) {
   const auto input = of_kind(random_kind(), 64);
   const auto all = transformed(input, real_input, all_bins);
   const auto lower = transformed(input, real_input, lower_bins);
@@ -307,7 +307,7 @@ Phasors after(int size, short in_type) {
   return phasors;
 }
 
-TEST(Fft, OfASizeThatItCannotTakeLeavesTheArrayAloneAndSaysNothing) {
+TEST(Fft, OfAnUnsupportedSizeLeavesTheArrayUnchangedAndPrintsNothing) {
   const auto input = of_kind(random_kind(), 64);
   for (const short in_type : {complex_input, real_input}) {
     for (const int size : {0, 1, -1, -2, -64, 3, 6, 7, 12, 48, 63, 65, 100, 4095, 4097, 6144, 8192, 16384, 32767}) {

@@ -76,7 +76,7 @@ class ShortWindow : public testing::Test {
 
 // --- the segmentation and its repair ---------------------------------------------------------------------------------
 
-TEST_F(ShortWindow, TakesTheRecordsFallAndRecoveryForAMissingSegmentation) {
+TEST_F(ShortWindow, UsesTheRecordsFallAndRecoveryIfSegmentationIsMissing) {
   set_rms(100, 180);
   EXPECT_EQ(run(), std::string("S=100000.000\r\n") + check_line);
   EXPECT_EQ(segmentation(), (Boundaries{96, 104, 176, 184}));
@@ -84,7 +84,7 @@ TEST_F(ShortWindow, TakesTheRecordsFallAndRecoveryForAMissingSegmentation) {
   EXPECT_EQ(dipx->T0[0], 0) << "no crossing";
 }
 
-TEST_F(ShortWindow, TakesThemOnlyFromDipsLongerThanAQuarterCycle) {
+TEST_F(ShortWindow, UsesThemOnlyForDipsLongerThanAQuarterCycle) {
   set_rms(100, 108);
   EXPECT_EQ(run(), std::string("S=100000.000\r\n") + check_line + "seg check err1\r\n");
   EXPECT_EQ(dipx->seg_num, 0);
@@ -93,7 +93,7 @@ TEST_F(ShortWindow, TakesThemOnlyFromDipsLongerThanAQuarterCycle) {
   EXPECT_EQ(boundaries(), (Boundaries{96, 104, 105, 113}));
 }
 
-TEST_F(ShortWindow, RejectsAFallAheadOfTheWindow) {
+TEST_F(ShortWindow, RejectsAFallBeforeTheWindow) {
   set_rms(3, 180);
   EXPECT_EQ(run(), std::string("S=100000.000\r\n") + check_line + "seg check err2\r\n");
   EXPECT_EQ(dipx->seg_num, 4);
@@ -103,7 +103,7 @@ TEST_F(ShortWindow, RejectsAFallAheadOfTheWindow) {
   EXPECT_EQ(boundaries(), (Boundaries{0, 8, 176, 184}));
 }
 
-TEST_F(ShortWindow, WrapsRoundWhatPositionsCannotHold) {
+TEST_F(ShortWindow, WrapsPositionsThatAreTooLarge) {
   struct Case {
     int T0, T1;  // first fall and recovery of the record
     const char* rule;
@@ -170,7 +170,7 @@ class SegmentedWindow : public ShortWindow {
   }
 };
 
-TEST_F(SegmentedWindow, KeepsWhatTheSegmentationFinds) {
+TEST_F(SegmentedWindow, KeepsTheBoundariesOfTheSegmentation) {
   const auto own = found();
   ASSERT_EQ(own.size(), 4U);
   EXPECT_EQ(boundaries(), own);
@@ -265,7 +265,7 @@ TEST_F(SegmentedWindow, OfMoreThanSixBoundariesIsSavedByALateStart) {
 
 // --- ends and angles -------------------------------------------------------------------------------------------------
 
-TEST_F(ShortWindow, ReplacesTheEndsByWhatStandsAQuarterCycleInside) {
+TEST_F(ShortWindow, ReplacesTheEndsByTheValuesAQuarterCycleInside) {
   SineRecord wave(smp, 256, 100);
   wave.set(0, 7, tests::scaled(3, 2, 4)).set(250, 256, tests::scaled(3, 2, 4));
   for (int i = 0; i < 256; i++) {
@@ -302,7 +302,7 @@ TEST_F(ShortWindow, RefersAnglesToHalfACycleIntoTheWindow) {
   EXPECT_EQ(data->angle_a[257], 10.0F);
 }
 
-TEST_F(ShortWindow, TakesThePointOnWaveBeforeAnglesAreReferred) {
+TEST_F(ShortWindow, ReadsThePointOnWaveBeforeAnglesAreReferred) {
   load(SineRecord(smp, 256, 100, 37));  // there is no fall, so entry 256 decides
   set_rms(100, 180);
   data->t[256] = 0.0025F;
@@ -383,7 +383,7 @@ TEST_F(SegmentBehind, IsTheStretchBetweenTheInnerOfFourBoundaries) {
   EXPECT_EQ(dipx->dipx_cata_num, 1);
 }
 
-TEST_F(SegmentBehind, HasTheLowestMagnitudeOfEachPhaseWhereItFirstStands) {
+TEST_F(SegmentBehind, HasTheLowestMagnitudeOfEachPhaseAtItsFirstPosition) {
   data->ua[1003] = data->ua[1005] = 50;
   data->ub[1006] = 40;
   data->uc[1002] = 60;
@@ -444,7 +444,7 @@ TEST_F(SegmentBehind, StrictlyBelowTheThresholdIsLow) {
   EXPECT_EQ(dipx->dipx_phase[0], 6);
 }
 
-TEST_F(SegmentBehind, HasTheLargestRatioOfNegativeToPositiveSequenceForUnbalance) {
+TEST_F(SegmentBehind, HasTheLargestRatioOfNegativeToPositiveSequenceAsUnbalance) {
   set_phasors(first, last, {12, 0}, {0, 0}, {0, 0});  // both sequences are 4 V
   run();
   EXPECT_EQ(dipx->bph_max_value[0], 100.0F);
@@ -463,7 +463,7 @@ TEST_F(SegmentBehind, HasNoUnbalanceFromAPositiveSequenceOfOneVoltOrLess) {
   EXPECT_EQ(dipx->bph_max_value[0], 100.0F);
 }
 
-TEST_F(SegmentBehind, TakesNoUnbalanceFromItsLastSample) {
+TEST_F(SegmentBehind, ReadsNoUnbalanceFromItsLastSample) {
   set_phasors(last, last, {12, 0}, {0, 0}, {0, 0});
   run();
   EXPECT_EQ(dipx->bph_max_value[0], 0.0F);
@@ -472,7 +472,7 @@ TEST_F(SegmentBehind, TakesNoUnbalanceFromItsLastSample) {
   EXPECT_EQ(dipx->bph_max_value[0], 100.0F);
 }
 
-TEST_F(SegmentBehind, ReadsItsPhaseJumpsBehindTheLastMinimum) {
+TEST_F(SegmentBehind, ReadsItsPhaseJumpsAfterTheLastMinimum) {
   dipx->pos_ua_min[1] = 2000;
   dipx->pos_ub_min[1] = 2001;
   dipx->pos_uc_min[1] = 2002;
@@ -549,7 +549,7 @@ TEST_F(SegmentBehind, OfThreeLowPhasesIsThreePhaseWhateverItsAngle) {
   EXPECT_EQ(category({50, 0}, {0, 100}, {0, -100}), 9) << "not raised";
 }
 
-TEST_F(SegmentBehind, WhosePositiveSequenceHasNotMovedIsNotClassified) {
+TEST_F(SegmentBehind, WithAnUnchangedPositiveSequenceIsNotClassified) {
   // 0.866 x 2 x 1000 = 1732, so no positive sequence is left, as at the window's start.
   const vec_struct a = {1732, 0};
   EXPECT_EQ(category(a, {0, 1000}, {0, -1000}), 10);
@@ -565,7 +565,7 @@ TEST_F(SegmentBehind, WithoutAnAngleIsNotClassifiedUnlessAllPhasesAreLow) {
   EXPECT_EQ(category({infinite, 0}, {0, 0}, {0, 0}), 9);
 }
 
-TEST_F(SegmentBehind, GetsTheCategoryOfMostSamplesItsLastOneIncluded) {
+TEST_F(SegmentBehind, GetsTheCategoryOfMostSamplesIncludingTheLastOne) {
   set_magnitudes(1000, 1004, 100, 100, 80);
   set_magnitudes(1005, 1010, 80, 80, 80);
   run();
@@ -812,7 +812,7 @@ TEST_F(AnalysedDip, HasThePointOnWaveAtWhichItBegins) {
   }
 }
 
-TEST_F(AnalysedDip, HasNextToNoPhaseJumpForTheyAreReadAtTheWindowsStart) {
+TEST_F(AnalysedDip, HasAlmostNoPhaseJumpBecauseItIsReadAtTheWindowsStart) {
   analyse(tests::fault_between_others(0, 0.5));  // the actual turn of phases B and C is 19.1 degrees
   for (const float* jump : {event().angle_diff_ap, event().angle_diff_bp, event().angle_diff_cp, event().angle_diff_an,
                             event().angle_diff_bn, event().angle_diff_cn}) {

@@ -122,7 +122,7 @@ TEST_F(LongWindow, OfThirtyOneAndThirtyTwoBoundariesFillsItsList) {
   EXPECT_EQ(from_rms(rms), expected);
 }
 
-TEST_F(LongWindow, TakesBoundariesThatCoincide) {
+TEST_F(LongWindow, AcceptsBoundariesThatCoincide) {
   EXPECT_EQ(from_rms({100, 100, 100, 100}), (Boundaries{100, 100, 100, 100}));
   EXPECT_EQ(from_rms({100, 100, 300, 300, 300, 300}), (Boundaries{100, 100, 300, 300, 300, 300}));
 }
@@ -211,7 +211,7 @@ TEST_F(LongWindow, WhoseOwnBoundariesAreRejectedHasNoSegments) {
 
 // --- point on wave ---------------------------------------------------------------------------------------------------
 
-TEST_F(LongWindow, TakesThePointOnWaveWithTimesFromItsFirstSample) {
+TEST_F(LongWindow, ReadsThePointOnWaveWithTimesFromItsFirstSample) {
   // No phase reaches 95 V, so the entry after the section of 72 samples decides: 18000 x 0.045 + 10 + 90 = 2 x 360 +
   // 190.
   set_rms({100, 140, 400, 440});
@@ -289,7 +289,7 @@ struct SharpenedCase {
 /// A transition of 100 samples, from entry 256 to entry 356 of its section.
 class SharpenedTransitions : public LaidOutWindow, public testing::WithParamInterface<SharpenedCase> {};
 
-TEST_P(SharpenedTransitions, EndAtTheLastAndStartAheadOfTheFirstChange) {
+TEST_P(SharpenedTransitions, EndAtTheLastAndStartBeforeTheFirstChange) {
   hold(data->ub, GetParam().change, 50);
   EXPECT_EQ(from_rms({1000, 1100, 3000, 3100}), (Boundaries{1000, GetParam().start_end, GetParam().end_start, 3100}));
 }
@@ -342,7 +342,7 @@ TEST_F(LaidOutWindow, DoesNotSharpenATransitionInTheMiddleWithoutCrossings) {
   EXPECT_EQ(from_rms({1000, 1100, 2000, 2100, 3000, 3100}), (Boundaries{1000, 1044, 2000, 2100, 3043, 3100}));
 }
 
-TEST_F(LaidOutWindow, LooksAtNoSampleAheadOfItsArrays) {
+TEST_F(LaidOutWindow, ReadsNoSampleBeforeItsArrays) {
   // At rate 0 a transition begins with its section. The entry before the magnitudes is 0.
   data->smp = 0;
   EXPECT_EQ(from_rms({1000, 1100, 3000, 3100}), (Boundaries{1000, 1100, 3000, 3100}));
@@ -455,7 +455,7 @@ TEST_F(LaidOutSegment, MovesEachReferencePointByItsOwnBoundaries) {
   EXPECT_EQ(dipx->order_min[1], 2500);
 }
 
-TEST_F(LaidOutSegment, HasWhatStandsThreeCyclesIntoItsStretch) {
+TEST_F(LaidOutSegment, HasTheValuesAtThreeCyclesIntoItsStretch) {
   set_magnitudes(reference, reference + 1, 70, 60, 95);
   data->angle_a[reference] = 11;
   data->angle_b[reference] = -12;
@@ -497,7 +497,7 @@ TEST_F(LaidOutSegment, CountsPhasesStrictlyBelowTheThreshold) {
   EXPECT_EQ(phases_of(0, 0, 0), std::pair(3, 7));
 }
 
-TEST_F(LaidOutSegment, HasTheRatioOfNegativeToPositiveSequenceForUnbalance) {
+TEST_F(LaidOutSegment, HasTheRatioOfNegativeToPositiveSequenceAsUnbalance) {
   // The ratio is (100 + 173.2) / (173.2 - 100).
   data->vec_ua[reference] = {100, 0};
   data->vec_ub[reference] = {0, 100};
@@ -649,7 +649,7 @@ TEST_F(VotingRange, EndsAtTheBoundariesOfTheSegment) {
   EXPECT_FALSE(votes(1636));
 }
 
-TEST_F(VotingRange, BeginsAtTheBoundaryBehindAMovedReferencePoint) {
+TEST_F(VotingRange, BeginsAtTheBoundaryAfterAMovedReferencePoint) {
   // The reference point moves to 1050, 50 samples before the segment.
   set_reference(0);
   EXPECT_FALSE(votes(1585));
@@ -661,7 +661,7 @@ TEST_F(VotingRange, BeginsAtTheBoundaryBehindAMovedReferencePoint) {
   EXPECT_FALSE(votes(2048));
 }
 
-TEST_F(VotingRange, IsEmptyMoreThanACycleAheadOfTheSegment) {
+TEST_F(VotingRange, IsEmptyMoreThanACycleBeforeTheSegment) {
   // The reference point moves to 1513. It is 513 samples before the segment, and only 512 samples after it count.
   set_magnitudes(0, laid_out, 50, 50, 50);
   set_rms({1000, 2026, 3000, 3100});
@@ -681,7 +681,7 @@ TEST_F(VotingRange, IsEmptyInASegmentWithoutLength) {
 
 // --- windows with prepared arrays: segments that the boundaries do not cover -----------------------------------------
 
-TEST_F(LaidOutSegment, BehindTheLastBoundaryIsMeasuredAtTheMiddleOfTheLastTransition) {
+TEST_F(LaidOutSegment, AfterTheLastBoundaryIsMeasuredAtTheMiddleOfTheLastTransition) {
   // The segment's end is read after the end of the list, where 0 is stored.
   set_magnitudes(0, laid_out, 50, 50, 50);
   dipx->min_num = 2;
@@ -836,7 +836,7 @@ TEST_F(DippedWindow, RefersItsPhaseJumpsToTheFirstBoundary) {
   EXPECT_EQ(jumps()[1], dipx->angle_b_min[0] - before.angle[1][16]);
 }
 
-TEST_F(DippedWindow, ThatBeginsBeforeItsStretchTakesTheVoltageThreeCyclesIn) {
+TEST_F(DippedWindow, ThatBeginsBeforeItsStretchUsesTheVoltageAfterThreeCycles) {
   // The voltage falls slowly from the window's first sample on. The reference point is sample 40, and the measured one
   // is sample 96.
   SineRecord wave(32, samples, 100);
@@ -898,7 +898,7 @@ TEST_F(DippedWindow, WithItsMinimumOutsideIsMeasuredInItsOpeningTransition) {
   EXPECT_EQ(dipx->ua_min[0], transformed(middle - 96, 192).magnitude[0][96]);
 }
 
-TEST_F(DippedWindow, ReadsItsArraysPastItsLastSampleAsTheyStand) {
+TEST_F(DippedWindow, ReadsItsArraysUnchangedPastItsLastSample) {
   run();
   const auto before = std::vector<char>(reinterpret_cast<char*>(dipx.get()),
                                         reinterpret_cast<char*>(dipx.get()) + sizeof(dq_dipx_struct));
@@ -1005,7 +1005,7 @@ TEST_F(DippedWindow, CutsAStretchWhereTheArraysEnd) {
   EXPECT_NEAR(dipx->ua_min[0], 100, 0.5);
 }
 
-TEST_F(LongWindow, TakesThePointOnWaveOfACutStretchBehindItsLastSample) {
+TEST_F(LongWindow, ReadsThePointOnWaveOfACutStretchAfterItsLastSample) {
   // Of 42 samples 36 exist: 18000 x 0.0225 + 10 + 90 = 360 + 145.
   set_rms({DQ_RECORD_CAPACITY - 20, DQ_RECORD_CAPACITY - 10});
   data->angle_a[36] = 10;
@@ -1055,7 +1055,7 @@ TEST_F(LongWindow, RejectsABoundaryShiftedBeyondTheLargestInt) {
   EXPECT_EQ(run(), "seg check err2\r\n");
 }
 
-TEST_F(LongWindow, OfSamplesThatAreNoNumbersEnds) {
+TEST_F(LongWindow, OfSamplesThatAreNotNumbersEnds) {
   for (const float odd : {tests::nan, tests::infinity, -tests::infinity, std::numeric_limits<float>::max()}) {
     for (float* phase : {data->Va, data->Vb, data->Vc}) std::fill_n(phase, 1000, odd);
     set_reference(300);

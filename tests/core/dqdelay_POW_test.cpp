@@ -56,7 +56,7 @@ TEST_F(PointOnWave, IsReadAtTheLastSampleBeforeTheFallThatStoodAt95PerCent) {
   EXPECT_EQ(sample(), 2);
 }
 
-TEST_F(PointOnWave, TakesNinetyPerCentForFallen) {
+TEST_F(PointOnWave, TreatsNinetyPerCentAsFallen) {
   a = {100, 100, 94, 94, 90, 94, 97, 94, 80, 80};
   EXPECT_EQ(sample(), 1);
   a[4] = std::nextafter(90.0F, 100.0F);
@@ -75,7 +75,7 @@ TEST_F(PointOnWave, StoresItsThresholdsAsFloat) {
   EXPECT_EQ(sample(3), 1);
 }
 
-TEST_F(PointOnWave, TakesTheFirstFall) {
+TEST_F(PointOnWave, UsesTheFirstFall) {
   a = {100, 100, 100, 80, 100, 100, 100, 80, 100, 100};
   EXPECT_EQ(sample(), 2);
 }
@@ -109,7 +109,7 @@ TEST_F(PointOnWave, FollowsThePhaseThatLeavesFirst) {
   EXPECT_EQ(sample(), 1);
 }
 
-TEST_F(PointOnWave, WithoutAFallIsReadBehindTheWindow) {
+TEST_F(PointOnWave, WithoutAFallIsReadAfterTheWindow) {
   t[10] = 0.001F;
   angle_a[10] = 10;
   angle_b[10] = 20;
@@ -119,7 +119,7 @@ TEST_F(PointOnWave, WithoutAFallIsReadBehindTheWindow) {
   EXPECT_FLOAT_EQ(dipx->POW_c, 138);
 }
 
-TEST_F(PointOnWave, BehindWhatWindowsHoldCountsAs0) {
+TEST_F(PointOnWave, PastTheCapacityOfWindowsCountsAs0) {
   std::vector<float> high(DQ_RECORD_CAPACITY, 100.0F);
   std::vector<float> angles(DQ_WINDOW_CAPACITY, 45.0F);
   std::vector<float> times(DQ_RECORD_CAPACITY, 0.005F);
@@ -177,7 +177,7 @@ TEST_F(PointOnWave, AddsInFloatTheTurnFirstThenTheAngleThenNinety) {
   EXPECT_EQ(run(), 90.0F);
 }
 
-TEST_F(PointOnWave, ThatIsNoNumberOrBeyondCountingIsNotReduced) {
+TEST_F(PointOnWave, ThatIsNotANumberOrIsTooLargeIsNotReduced) {
   EXPECT_TRUE(std::isnan(reduced(nan)));
   EXPECT_EQ(reduced(infinity), infinity);
   EXPECT_EQ(reduced(-infinity), -infinity);
@@ -188,7 +188,7 @@ TEST_F(PointOnWave, ThatIsNoNumberOrBeyondCountingIsNotReduced) {
   EXPECT_LT(reduced(std::nextafter(turns_of_an_int, 0.0F)), turns_of_an_int / 2);
 }
 
-TEST_F(PointOnWave, PassesOverMagnitudesThatAreNoNumber) {
+TEST_F(PointOnWave, SkipsMagnitudesThatAreNotNumbers) {
   a = {100, 100, 97, nan, 92, nan, 80, 80, 80, 80};
   EXPECT_EQ(sample(), 2);
 }

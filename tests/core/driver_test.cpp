@@ -115,7 +115,7 @@ TEST_F(Driver, PrintsItsWholeTraceOnTheFirstRunAndOnTheNext) {
   EXPECT_EQ(run(wave).out, trace(smp, 40 * smp, "220.000000") + "evt_num=0\r\n");
 }
 
-TEST_F(Driver, AcceptsRatesOf32And128AndNoneBeyond) {
+TEST_F(Driver, AcceptsRatesFrom32To128Only) {
   for (const int rate : {32, 128}) {
     LevelRecord wave(rate, 4 * rate, 220);
     EXPECT_EQ(run(wave).out.substr(0, 20), "[ALLOC] sizeof(dq_da");
@@ -161,7 +161,7 @@ TEST_F(Driver, NeedsTwoCycles) {
   EXPECT_EQ(dq_rms_buf->va[126], 230.0F) << "samples are copied before it is found that there are too few";
 }
 
-TEST_F(Driver, TakesANegativeLengthForTooFewSamples) {
+TEST_F(Driver, TreatsANegativeLengthAsTooFewSamples) {
   EXPECT_EQ(run(smp, -5).err, "[GUARD][FATAL] bad params: smp=64 n=-5 (need n>=2*smp)\n");
   EXPECT_EQ(last_outcome.run, RunOutcome::too_few_samples);
 }
@@ -447,7 +447,7 @@ TEST_F(Driver, SkipsAShallowDipUnlessItLastsFiveCycles) {
   EXPECT_TRUE(reached_features(last_outcome.dips[0].outcome));
 }
 
-TEST_F(Driver, TakesADepthOfExactlyFourteenPercentForShallow) {
+TEST_F(Driver, TreatsADepthOfExactlyFourteenPercentAsShallow) {
   const auto outcome = [&](float volts) {
     LevelRecord wave(smp, 60 * smp, 250);
     wave.set(0, 20 * smp, 23 * smp, volts);
@@ -521,7 +521,7 @@ TEST_F(Driver, AnalysesEachDipOfARecord) {
   EXPECT_EQ(new_dipx_buf[2].ud, 170.0F);
 }
 
-TEST_F(Driver, TakesTheLongWayBeyondAWindowOf500Cycles) {
+TEST_F(Driver, UsesTheLongWayBeyondAWindowOf500Cycles) {
   const int around = tests::samples_until_back(smp, 100, 220, 198) - tests::samples_until_below(smp, 220, 100, 198);
   const auto window = [&](int samples) {
     LevelRecord wave(smp, 520 * smp, 220);
@@ -555,7 +555,7 @@ TEST_F(Driver, SearchesWithoutAnalysing) {
   EXPECT_EQ(dq_rms_buf->evt_num, 2);
 }
 
-TEST_F(Driver, CopesWithSamplesThatAreNoNumbers) {
+TEST_F(Driver, AcceptsSamplesThatAreNotNumbers) {
   for (const float odd : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                           -std::numeric_limits<float>::infinity(), std::numeric_limits<float>::max(),
                           std::numeric_limits<float>::denorm_min(), 0.0F}) {
@@ -610,7 +610,7 @@ TEST_F(Driver, LeavesTheResultsOfNoDipOutOfMemory) {
   EXPECT_LE(resident(new_dipx_buf, sizeof new_dipx_buf), sizeof new_dipx_buf[0] + 2UL * 4096);
 }
 
-TEST_F(Driver, LeavesWhatARecordDoesNotNeedOfTheWindowUntouched) {
+TEST_F(Driver, LeavesUnneededPartsOfTheWindowUntouched) {
   LevelRecord wave(128, 500 * 128, 220);  // ten seconds
   wave.set(0, 100 * 128, 115 * 128, 100);
   run(wave);

@@ -2,12 +2,16 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
+#include <string>
 
 namespace {
 
 int callocs_until_failure = 0;  // 0: no call fails
 int mallocs_until_failure = 0;
 bool memory_is_locked = false;
+bool memory_is_kept = false;
+std::string last_mode;
 bool clock_stands_in = false;
 timespec stand_in_time{};
 long stand_in_step_ms = 0;
@@ -36,9 +40,16 @@ void* __wrap_malloc(std::size_t size) {
 
 int __real_madvise(void* begin, std::size_t length, int advice);
 int __wrap_madvise(void* begin, std::size_t length, int advice) {
+  if (memory_is_kept) return 0;
   if (!memory_is_locked) return __real_madvise(begin, length, advice);
   errno = EINVAL;
   return -1;
+}
+
+std::FILE* __real_fopen(const char* name, const char* mode);
+std::FILE* __wrap_fopen(const char* name, const char* mode) {
+  last_mode = mode;
+  return __real_fopen(name, mode);
 }
 
 int __real_clock_gettime(clockid_t clock, timespec* now);
@@ -72,6 +83,17 @@ tests::LockedMemory::LockedMemory() {
 }
 tests::LockedMemory::~LockedMemory() {
   memory_is_locked = false;
+}
+
+tests::KeptMemory::KeptMemory() {
+  memory_is_kept = true;
+}
+tests::KeptMemory::~KeptMemory() {
+  memory_is_kept = false;
+}
+
+const char* tests::mode_of_last_file() {
+  return last_mode.c_str();
 }
 
 tests::StandInClock::StandInClock(std::time_t seconds, long nanoseconds, long step_ms) {

@@ -33,6 +33,18 @@ class LockedMemory {
   ~LockedMemory();
 };
 
+/// During its lifetime, the system accepts that memory is given back but keeps its content, as some emulators do.
+class KeptMemory {
+ public:
+  KeptMemory();
+  KeptMemory(const KeptMemory&) = delete;
+  KeptMemory& operator=(const KeptMemory&) = delete;
+  ~KeptMemory();
+};
+
+/// Returns the mode in which the library opened a file last, as it was given to fopen.
+const char* mode_of_last_file();
+
 /// During its lifetime, the clock shows a given time and advances by `step_ms` after each reading.
 class StandInClock {
  public:

@@ -86,7 +86,7 @@ TEST_F(Host, FindsASkippedDipInItsPlaceWithZeros) {
   }
 }
 
-TEST_F(Host, KeepsWhatItStoredAsCause) {
+TEST_F(Host, KeepsTheCausesThatItStored) {
   load(one_dip());
   for (auto& event : record->evt_buf) std::fill(std::begin(event.dipx_cata_cause), std::end(event.dipx_cata_cause), 99);
   run();
@@ -183,7 +183,7 @@ class CopiedResults : public Host {
   static constexpr int untouched = 0x7B7B7B7B;
 };
 
-TEST_F(CopiedResults, StandUnderTheirHostNamesUpToTheirCounts) {
+TEST_F(CopiedResults, AppearUnderTheirHostNamesUpToTheirCounts) {
   mark(new_dipx_buf[1]);
   new_dipx_buf[1].u_min_num = 2;
   new_dipx_buf[1].T_num = 4;
@@ -293,7 +293,7 @@ class BufferStyle : public Host {
   }
 };
 
-TEST_F(BufferStyle, TakesACopyOfTheSamplesAtOnce) {
+TEST_F(BufferStyle, CopiesTheSamplesAtOnce) {
   auto wave = one_dip();
   wave.phases[1][5] = 1.5F;
   wave.phases[2][6] = 2.5F;

@@ -118,7 +118,7 @@ void compare_restless_blocks(Comparison& comparison, int length, int blocks) {
 
 constexpr int orders = 9;
 
-TEST(Kernels, OfTheBaselineRunEverywhereAndTheFastestStandFirst) {
+TEST(Kernels, OfTheBaselineRunEverywhereAndTheFastestComeFirst) {
   const auto all = runnable();
   ASSERT_FALSE(all.empty());
   EXPECT_STREQ(all.back()->instruction_set, "baseline");

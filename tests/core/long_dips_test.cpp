@@ -162,7 +162,7 @@ TEST_F(LongDip, OfOneLevelHasFourBoundariesAndOneSegment) {
   EXPECT_LT(event().Voltagechange_Vb, 1);
 }
 
-TEST_F(LongDip, HasNothingOfTheShortWay) {
+TEST_F(LongDip, HasNoResultsOfTheShortWay) {
   host->evt_buf[0].SEG_T0_idx[3] = 77;
   analyse(one_level(tests::scaled(0.5, 1, 1)));
   EXPECT_EQ(result().seg_num, 0);
@@ -401,7 +401,7 @@ TEST_F(LongDip, WithASlowRecoveryHasNoSegments) {
   expect_no_features();
 }
 
-TEST_F(LongDip, WithAnUnfinishedChangeAloneHasOneBoundary) {
+TEST_F(LongDip, WithOnlyAnUnfinishedChangeHasOneBoundary) {
   Course course;
   course.until(fall, 1).go(0.5).hold(8000, 0.5).go(0.9).hold(16 + 4 * smp - 25, 0.905);
   const int change = course.at();
@@ -413,7 +413,7 @@ TEST_F(LongDip, WithAnUnfinishedChangeAloneHasOneBoundary) {
   expect_no_features();
 }
 
-TEST_F(LongDip, OfSlowChangesAloneHasNoBoundaries) {
+TEST_F(LongDip, OfOnlySlowChangesHasNoBoundaries) {
   Course course;
   course.until(fall, 1).go(0.5).hold(8000, 0.5).go(1);
   analyse(course.end());
@@ -438,7 +438,7 @@ TEST_F(LongDip, GivesTheSameResultsInEveryRun) {
       << "results must not depend on earlier content of the working records";
 }
 
-TEST_F(LongDip, StandsBesideShortOnes) {
+TEST_F(LongDip, IsAnalysedTogetherWithShortOnes) {
   SineRecord wave(smp, samples + 100 * smp, 220);
   wave.set(20 * smp, 26 * smp, tests::scaled(0.5, 1, 1));
   wave.set(60 * smp, 600 * smp, tests::scaled(1, 0.6, 1));

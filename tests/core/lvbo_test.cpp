@@ -131,30 +131,30 @@ void expect_all_done_at_limits(Call call) {
   }
 }
 
-TEST_F(Erosion, TakesTheSmallestOfACentredWindow) {
+TEST_F(Erosion, YieldsTheSmallestOfACentredWindow) {
   EXPECT_EQ(eroded({5, 3, 4, 1, 2, 6, 7}, 3), (Values{3, 3, 1, 1, 1, 2, 6}));
 }
 
-TEST_F(Dilation, TakesTheLargestOfACentredWindow) {
+TEST_F(Dilation, YieldsTheLargestOfACentredWindow) {
   EXPECT_EQ(dilated({5, 3, 4, 1, 2, 6, 7}, 3), (Values{5, 5, 4, 4, 6, 7, 7}));
 }
 
-TEST_F(Erosion, OfAnEvenWindowReachesOneFurtherBackThanAhead) {
+TEST_F(Erosion, OfAnEvenWindowReachesOneFurtherBackThanForward) {
   EXPECT_EQ(eroded({5, 3, 4, 1, 2}, 2), (Values{5, 3, 3, 1, 1}));
   EXPECT_EQ(eroded({4, 3, 2, 1, 5, 6, 7, 8}, 4), (Values{3, 2, 1, 1, 1, 1, 5, 6}));
 }
 
-TEST_F(Dilation, OfAnEvenWindowReachesOneFurtherBackThanAhead) {
+TEST_F(Dilation, OfAnEvenWindowReachesOneFurtherBackThanForward) {
   EXPECT_EQ(dilated({5, 3, 4, 1, 2}, 2), (Values{5, 5, 4, 4, 2}));
   EXPECT_EQ(dilated({4, 3, 2, 1, 5, 6, 7, 8}, 4), (Values{4, 4, 4, 5, 6, 7, 8, 8}));
 }
 
-TEST_F(Erosion, OfAWindowLongerThanTheSignalTakesWhatThereIs) {
+TEST_F(Erosion, OfAWindowLongerThanTheSignalUsesAllSamples) {
   EXPECT_EQ(eroded({5, 3, 4}, 128), (Values{3, 3, 3}));
   EXPECT_EQ(eroded({7}, 33), (Values{7}));
 }
 
-TEST_F(Dilation, OfAWindowLongerThanTheSignalTakesWhatThereIs) {
+TEST_F(Dilation, OfAWindowLongerThanTheSignalUsesAllSamples) {
   EXPECT_EQ(dilated({5, 3, 4}, 128), (Values{5, 5, 5}));
   EXPECT_EQ(dilated({-7}, 33), (Values{-7}));
 }

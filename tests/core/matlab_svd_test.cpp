@@ -299,7 +299,7 @@ TEST(Decomposition, MovesOnWithoutAWordWhenAValueDoesNotConverge) {
   EXPECT_TRUE(same_bits(result, plainly_decomposed(a)));
 }
 
-TEST(Decomposition, UsesNothingButTheIndicesFromOneOn) {
+TEST(Decomposition, UsesOnlyIndicesFromOneOn) {
   // Row 0 does not exist at all in this matrix.
   const auto result = decomposed(random_matrix(4, 4, 1));
   EXPECT_EQ(result.w[0], untouched);
@@ -354,7 +354,7 @@ TEST(Hypotenuse, NeitherOverflowsNorUnderflowsOnTheWay) {
   EXPECT_EQ(pythag(3e30F, 4e30F), 5e30F);
 }
 
-TEST(Hypotenuse, OfNotANumberIsNoneButBesideZero) {
+TEST(Hypotenuse, OfNotANumberIsNotANumberUnlessTheOtherSideIsZero) {
   // Neither side is the larger one, and a second side of 0 then gives 0 for both.
   EXPECT_EQ(pythag(tests::nan, 0), 0.0F);
   EXPECT_TRUE(std::isnan(pythag(0, tests::nan)));
@@ -371,7 +371,7 @@ TEST(Hypotenuse, EqualsThePlainFormToTheLastBit) {
   }
 }
 
-TEST(Vectors, HoldTheirIndicesAndASpareOneAhead) {
+TEST(Vectors, HoldTheirIndicesAndASpareOneBefore) {
   for (const auto& [first, last] : std::vector<std::pair<int, int>>{{1, 5}, {0, 0}, {-3, 4}, {1000, 1003}, {1, 0}}) {
     float* vector = dvector(first, last);
     ASSERT_NE(vector, nullptr) << first << " " << last;
@@ -413,14 +413,14 @@ TEST(Matrices, HoldTheirIndicesInOneBlock) {
   }
 }
 
-TEST(Matrices, AndVectorsOfLessThanNothingAreNull) {
+TEST(Matrices, AndVectorsOfNegativeSizeAreNull) {
   EXPECT_EQ(dvector(1, -1), nullptr);
   EXPECT_EQ(dvector(std::numeric_limits<int>::max(), std::numeric_limits<int>::min()), nullptr);
   EXPECT_EQ(dmatrix(1, 0, 1, 1), nullptr);
   EXPECT_EQ(dmatrix(1, 1, 1, 0), nullptr);
 }
 
-TEST(Matrices, TakeIndicesAtBothEndsOfInt) {
+TEST(Matrices, AcceptIndicesAtBothEndsOfInt) {
   constexpr int lowest = std::numeric_limits<int>::min();
   constexpr int highest = std::numeric_limits<int>::max();
   for (const auto& [top, left] :
@@ -463,7 +463,7 @@ TEST(Matrices, CanBeDecomposed) {
   release(a, 1, 1);
 }
 
-TEST(Matrices, AreNullWithoutMemoryAndKeepNoneOfIt) {
+TEST(Matrices, AreNullWithoutMemoryAndReleaseIt) {
   for (const int which : {1, 2}) {
     float** matrix = nullptr;
     {
@@ -493,7 +493,7 @@ TEST(Median, AddsTheMiddleTwoInFloat) {
   EXPECT_EQ(median_of({3e38F, 3e38F}), tests::infinity);
 }
 
-TEST(Median, TakesAtMost1024Values) {
+TEST(Median, AcceptsAtMost1024Values) {
   Values values(1025, 1);
   EXPECT_EQ(median(values.data(), 1025), 0.0F);
   EXPECT_EQ(median(values.data(), std::numeric_limits<int>::max()), 0.0F);

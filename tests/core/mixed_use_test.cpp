@@ -179,7 +179,7 @@ class MixedUse : public testing::TestWithParam<unsigned> {
   tests::WorkingFolder folder;
 };
 
-TEST_P(MixedUse, LeavesWhatTheRulesSayInAnyOrderOfCalls) {
+TEST_P(MixedUse, LeavesTheDocumentedStateForAnyOrderOfCalls) {
   printed_by([] { sagx_free_all(); });
   const auto all = inputs();
   std::mt19937 random(GetParam());

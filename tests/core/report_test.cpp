@@ -6,6 +6,7 @@
 
 #include "dipx_dll.h"
 #include "sagx/report_lines.h"
+#include "tests/core/faults.h"
 #include "tests/core/printed_lines.h"
 #include "tests/core/waveforms.h"
 #include "tests/core/working_folder.h"
@@ -54,6 +55,11 @@ TEST_F(Report, OfNoEventsIsTheFiveHeaderLines) {
                              "事件分析耗时 = 42ms\r\n"
                              "事件前ua=220.0000 ub=57.5000 uc=100.0000\r\n"
                              "暂降事件个数 = 0\r\n"));
+}
+
+TEST_F(Report, IsWrittenAsBytesSoThatNoSystemChangesTheEndsOfLines) {
+  report();
+  EXPECT_STREQ(tests::mode_of_last_file(), "wb");
 }
 
 TEST_F(Report, OfASkippedEventHoldsNoSegments) {
@@ -157,7 +163,7 @@ TEST_F(Report, IsWrittenAnewEachTime) {
   EXPECT_LT(report().size(), longer);
 }
 
-TEST_F(Report, OfARefusedRateShowsWhatTheDivisionGives) {
+TEST_F(Report, OfARefusedRateShowsTheQuotient) {
   record->smp_rate = 0;
   EXPECT_NE(report().find("ua=-nan ub=-nan uc=-nan\r\n"), std::string::npos);
   record->smp_rate = -5;
@@ -172,7 +178,7 @@ TEST_F(Report, SumsTheFirstCycleInFloat) {
   EXPECT_NE(report().find("ua=2048.0000 ub="), std::string::npos);
 }
 
-TEST_F(Report, OfARateBeyondTheArraySumsWhatThereIs) {
+TEST_F(Report, OfARateBeyondTheArraySumsTheAvailableSamples) {
   std::fill(std::begin(record->smp_va), std::end(record->smp_va), 2.0F);  // the squares add up to 3072000
   record->smp_rate = 3072000;
   EXPECT_NE(report().find("ua=1.0000 ub=0.0000 uc=0.0000\r\n"), std::string::npos);

@@ -61,7 +61,7 @@ TEST(BoundaryCheck, RejectsANegativeCount) {
   expect_rejected(check({10, 20}, std::numeric_limits<int>::min()), wrong_count);
 }
 
-TEST(BoundaryCheck, AcceptsThirtyTwoBoundariesAndNotOneMore) {
+TEST(BoundaryCheck, AcceptsThirtyTwoBoundariesButNotThirtyThree) {
   expect_accepted(check(counting(32)));
   expect_rejected(check(counting(33)), wrong_count);
 }
@@ -70,14 +70,14 @@ TEST(BoundaryCheck, RejectsAHugeCountWithoutReadingTheList) {
   expect_rejected(check({10, 20}, std::numeric_limits<int>::max()), wrong_count);
 }
 
-TEST(BoundaryCheck, TakesAMissingListForAnEmptyOne) {
+TEST(BoundaryCheck, TreatsAMissingListAsEmpty) {
   int status = -7;
   const auto printed = tests::printed_by([&] { status = seg_check(nullptr, 4); });
   EXPECT_EQ(status, 1);
   EXPECT_EQ(printed.out, wrong_count);
 }
 
-TEST(BoundaryCheck, AcceptsZeroAndRejectsWhatIsBelow) {
+TEST(BoundaryCheck, AcceptsZeroAndRejectsNegativePositions) {
   expect_accepted(check({0, 0, 0}));
   expect_rejected(check({-1, 0, 0}), negative_entry);
 }
@@ -104,7 +104,7 @@ TEST(BoundaryCheck, NamesTheFirstRuleBroken) {
   expect_rejected(check({10, -9}, 1), wrong_count);
 }
 
-TEST(BoundaryCheck, LooksAtNothingBehindTheCount) {
+TEST(BoundaryCheck, ReadsNothingPastTheCount) {
   expect_accepted(check({10, 20, -1}, 2));
   expect_accepted(check({10, 20, 5}, 2));
 }
@@ -114,7 +114,7 @@ TEST(BoundaryCheck, AcceptsTheLargestPositions) {
   expect_accepted(check({0, last, last}));
 }
 
-TEST(BoundaryCheck, LeavesTheListAsItWas) {
+TEST(BoundaryCheck, LeavesTheListUnchanged) {
   int list[] = {30, -1, 20};
   tests::printed_by([&] { seg_check(list, 3); });
   EXPECT_EQ(list[0], 30);

@@ -24,7 +24,7 @@ constexpr int lowest = std::numeric_limits<int>::min();
 
 // --- lists -----------------------------------------------------------------------------------------------------------
 
-TEST(BoundaryCopy, CopiesAsManyBoundariesAsItIsTold) {
+TEST(BoundaryCopy, CopiesTheGivenNumberOfBoundaries) {
   Boundaries from = {3, -1, highest, 4};
   Boundaries to = {70, 71, 72, 73};
   EXPECT_EQ(seg_reinit(from.data(), to.data(), 3), 0);
@@ -128,7 +128,7 @@ TEST(NominalCheck, OfThreeBoundariesLooksAtNoEnd) {
   EXPECT_EQ(fit({304, 500, 900, 0}, 3), 0);
 }
 
-TEST(NominalCheck, LooksAtNoBoundaryBehindTheFourth) {
+TEST(NominalCheck, ReadsNoBoundaryPastTheFourth) {
   EXPECT_EQ(fit({304, 320, 808, 824, -1, 0}), 0);
 }
 
@@ -206,7 +206,7 @@ TEST_F(RecordCheck, FindsNothingWrongWithBoundariesThatFit) {
 
 // The log
 
-TEST_F(RecordCheck, LogsFourBoundariesWhateverTheirNumber) {
+TEST_F(RecordCheck, LogsFourBoundariesForAnyNumber) {
   boundaries({160, 170, 390, 395, 396, 400});
   EXPECT_EQ(logged(), "type06 T90:00160-00399 T_num=006 T[0]=00160 T[1]=00170 T[2]=00390 T[3]=00395\r\n");
   boundaries({160, 170, 390});
@@ -229,7 +229,7 @@ TEST_F(RecordCheck, AppendsToTheLog) {
             "type02 T90:00160-00399 T_num=002 T[0]=00160 T[1]=00170 T[2]=00390 T[3]=00400\r\n");
 }
 
-TEST_F(RecordCheck, OnlyChecksUnlessToldToWrite) {
+TEST_F(RecordCheck, OnlyChecksUnlessWritingIsRequested) {
   for (const int told : {0, 2, -1, highest}) {
     EXPECT_EQ(seg_check_hh(record.get(), nullptr, dipx.get(), 1, told), 0) << told;
     EXPECT_EQ(seg_check_hh(record.get(), nullptr, dipx.get(), 2, told), 1) << told;
@@ -306,7 +306,7 @@ TEST_F(RecordCheck, MovesTheDipsStartHalfWayToFiveCyclesDownward) {
   EXPECT_EQ(dip_in(logged()), "-0104-00399") << "-104.5 is rounded towards zero";
 }
 
-TEST_F(RecordCheck, TakesTheLowestPhaseOfEachSample) {
+TEST_F(RecordCheck, UsesTheLowestPhaseOfEachSample) {
   level(600, 100);
   set(record->rmsa, 200, 210, 50);
   set(record->rmsb, 210, 300, 50);
@@ -314,13 +314,13 @@ TEST_F(RecordCheck, TakesTheLowestPhaseOfEachSample) {
   EXPECT_EQ(dip_in(logged()), "00180-00310");
 }
 
-TEST_F(RecordCheck, TakesTheFirstFallAndTheLastSampleBeforeTheLastRecovery) {
+TEST_F(RecordCheck, UsesTheFirstFallAndTheLastSampleBeforeTheLastRecovery) {
   set(record->rmsa, 240, 300, 100);
   set(record->rmsa, 450, 460, 50);
   EXPECT_EQ(dip_in(logged()), "00160-00459");
 }
 
-TEST_F(RecordCheck, TakesTheThresholdItselfForUndisturbed) {
+TEST_F(RecordCheck, TreatsTheThresholdItselfAsUndisturbed) {
   set(record->rmsa, 0, 600, 90);
   set(record->rmsa, 180, 200, 89.5F);
   EXPECT_EQ(dip_in(logged()), "00170-00199");
@@ -353,7 +353,7 @@ TEST_F(RecordCheck, FindsADipAtTheRecordsEdges) {
   EXPECT_EQ(dip_in(logged()), "00080-00001");
 }
 
-TEST_F(RecordCheck, LooksAtNothingBehindTheRecordsSamples) {
+TEST_F(RecordCheck, ReadsNothingPastTheRecordsSamples) {
   record->smp_num = 300;
   EXPECT_EQ(dip_in(logged()), "00160-00000");
   record->smp_num = 0;
@@ -362,7 +362,7 @@ TEST_F(RecordCheck, LooksAtNothingBehindTheRecordsSamples) {
   EXPECT_EQ(dip_in(logged()), "00080-00000");
 }
 
-TEST_F(RecordCheck, StaysInsideTheRecordWhateverItsCountSays) {
+TEST_F(RecordCheck, StaysInsideTheRecordForAnyCount) {
   level(DQ_RECORD_CAPACITY, 100);
   // The data after the curves look like a dip.
   record->rmsb[0] = record->rmsc[0] = record->ua_max = 50;
@@ -374,7 +374,7 @@ TEST_F(RecordCheck, StaysInsideTheRecordWhateverItsCountSays) {
   }
 }
 
-TEST_F(RecordCheck, FindsNoDipInVoltagesThatAreNoNumbers) {
+TEST_F(RecordCheck, FindsNoDipInVoltagesThatAreNotNumbers) {
   set(record->rmsa, 0, 600, tests::nan);
   EXPECT_EQ(dip_in(logged()), "00080-00000");
 }
@@ -446,13 +446,13 @@ TEST_F(RecordCheck, LetsTransitionsBeShort) {
   EXPECT_EQ(type_of({160, 161, 280, 281, 398, 399}), "00");
 }
 
-TEST_F(RecordCheck, LooksAtNoSegmentBehindTheLastBoundary) {
+TEST_F(RecordCheck, ReadsNoSegmentAfterTheLastBoundary) {
   boundaries({160, 170, 390, 398, 399});
   dipx->T_num = 4;
   EXPECT_EQ(type(), "00");
 }
 
-TEST_F(RecordCheck, TakesASegmentBackwardForALongOne) {
+TEST_F(RecordCheck, TreatsASegmentThatRunsBackwardAsLong) {
   EXPECT_EQ(type_of({160, 391, 390, 400}), "00");
 }
 
@@ -472,7 +472,7 @@ TEST_F(RecordCheck, OfADipShorterThanAnEighthOfACycleWantsHalfTheDip) {
   EXPECT_EQ(with_dip_of(0, 15), "06");
 }
 
-TEST_F(RecordCheck, TakesADipThatEndsAheadOfItsMovedStartForALongOne) {
+TEST_F(RecordCheck, TreatsADipThatEndsBeforeItsMovedStartAsLong) {
   level(600, 100);
   set(record->rmsa, 100, 110, 50);  // the start is 130
   EXPECT_EQ(type_of({130, 140, 144, 150}), "00");

@@ -46,7 +46,7 @@ TEST(FeatureOrder, IsTheRootRoundedHalfUp) {
   EXPECT_EQ(svd_order(std::nextafter(6.25, 0) - 1e-9), 2);
 }
 
-TEST(FeatureOrder, IsNoneOutsideOneToNine) {
+TEST(FeatureOrder, IsMissingOutsideOneToNine) {
   EXPECT_EQ(svd_order(0.25), 1);
   EXPECT_EQ(svd_order(0.2499), 0);
   EXPECT_EQ(svd_order(90.2499), 9);
@@ -107,7 +107,7 @@ TEST(Feature, FindsTheLargestValueThoughItComesLate) {
   EXPECT_FLOAT_EQ(feature_at_end(with_differences({5, 0, 0, 0, 2, 0, 0, 0, 1}), 3), 5.0F);
 }
 
-TEST(Feature, LooksAtNothingOutsideItsSamples) {
+TEST(Feature, ReadsNothingOutsideItsSamples) {
   auto series = tests::series(tests::kinds()[0], 60);
   const float before = svd_feature(series.data(), 40, 4);
   for (std::size_t i = 0; i < 60; i++) {
@@ -121,7 +121,7 @@ TEST(Feature, LooksAtNothingOutsideItsSamples) {
   }
 }
 
-TEST(Features, StandAtEveryStepFromTheFirstFullMatrixOn) {
+TEST(Features, ArePlacedAtEveryStepFromTheFirstFullMatrixOn) {
   const auto series = tests::series(tests::kinds()[0], 60);
   for (int order = 1; order <= 5; order++) {
     for (const int step : {1, 3, 8, 100}) {
@@ -137,7 +137,7 @@ TEST(Features, StandAtEveryStepFromTheFirstFullMatrixOn) {
   }
 }
 
-TEST(Features, AreNoneWithoutAFullMatrixAnOrderOrAStep) {
+TEST(Features, AreMissingWithoutAFullMatrixAnOrderOrAStep) {
   const auto series = tests::series(tests::kinds()[0], 60);
   float features[60] = {-1};
   EXPECT_EQ(sagx::svd_features(series.data(), 16, 1, 4, features), 0);

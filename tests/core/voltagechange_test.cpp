@@ -38,7 +38,7 @@ TEST(RateOfChange, CountsTheLastDifference) {
   EXPECT_FLOAT_EQ(rate({5, 5, 5, 5, 6}), 6400.0F);
 }
 
-TEST(RateOfChange, LooksAtNothingBehindTheCount) {
+TEST(RateOfChange, ReadsNothingPastTheCount) {
   float rms[] = {5, 5, 5, 5, 6};
   EXPECT_EQ(voltagechange(rms, 4, 128), 0.0F);
 }
@@ -64,7 +64,7 @@ TEST(RateOfChange, OfASteadyCurveIsZero) {
   EXPECT_EQ(rate({220, 220, 220, 220}), 0.0F);
 }
 
-TEST(RateOfChange, PassesOverWhatIsNoNumber) {
+TEST(RateOfChange, SkipsValuesThatAreNotNumbers) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   EXPECT_FLOAT_EQ(rate({0, 0, 1, nan, 5, 7}), 2 * 6400.0F);
 }

@@ -44,7 +44,7 @@ std::vector<Course> courses_in(const MadeWaveform& made, std::optional<double> d
   return courses;
 }
 
-/// The course of a waveform's only dip.
+/// Returns the course of a waveform's only dip.
 Course course_in(const MadeWaveform& made, std::optional<double> declared_v = {}) {
   const auto courses = courses_in(made, declared_v);
   EXPECT_EQ(courses.size(), 1U);
@@ -155,7 +155,7 @@ TEST(Course, IsNotMovedByHarmonicsNoiseAndOffsets) {
   expect_voltages(course.segments[0], low, balanced(230));
 }
 
-TEST(Course, HasFiguresThatHoldTheTruth) {
+TEST(Course, HasIntervalsThatContainTheTrueValues) {
   const Phasors low = {phasor(115, -25), phasor(230, -120), phasor(200, 112)};
   auto made = staged({{0, balanced(230)}, {0.5047, low}, {0.7, balanced(230)}}, 1.3);
   made.add_noise(5);
@@ -171,8 +171,8 @@ TEST(Course, HasFiguresThatHoldTheTruth) {
   }
 }
 
-TEST(Course, HasATransitionAsLongAsTheChangeTakes) {
-  // For 2 ms the voltages are neither what they were nor what they will be.
+TEST(Course, HasATransitionThatLastsAsLongAsTheChange) {
+  // For 2 ms the voltages are neither the old nor the new ones.
   const Course course = course_in(
       staged({{0, balanced(230)}, {0.5, balanced(230, 10)}, {0.502, balanced(115, -10)}, {0.7, balanced(230)}}, 1.4));
   expect_start_and_end(course, 0.5, 0.7);
@@ -200,7 +200,8 @@ TEST(Course, OfADipIsNotMixedWithTheNextOne) {
 // --- gradual changes -------------------------------------------------------------------------------------------------
 
 TEST(Course, EndsWhereAGradualRecoveryPasses90PerCent) {
-  // A sudden fall to 50 %, and 0.4 s later 100 %: 90 % after four fifths of the time.
+  // The voltage falls to 50 % at once and is back at 100 % after 0.4 s, so it passes 90 % after four fifths of that
+  // time.
   auto made = ramped(balanced(115), balanced(230), 0.5, 0.9, 1.5);
   for (std::size_t phase = 0; phase < 3; phase++) {
     made.add(phase, [&](double t) { return t < 0.5 ? tests::turning(balanced(115)[phase], 50, t) : 0; });
@@ -214,6 +215,28 @@ TEST(Course, EndsWhereAGradualRecoveryPasses90PerCent) {
   ASSERT_EQ(course.transitions.size(), 2U);
   EXPECT_FALSE(course.transitions[0].gradual);
   EXPECT_TRUE(course.transitions[1].gradual);
+}
+
+TEST(Course, BeginsWithAChangeThatArcsHide) {
+  const Phasors before = balanced(230);
+  Phasors one_low = before;
+  one_low[2] *= 0.72;
+  Phasors two_low = one_low;
+  two_low[1] *= 0.64;
+  auto made = staged({{0, before}, {0.1, one_low}, {0.18, two_low}}, 0.6);
+  // The arc burns for about six cycles at either side of the first change, in another way in each of them.
+  made.add(2, [](double t) {
+    if (t < 0.02 || t > 0.18) return 0.0;
+    const double strength = 100 * std::sin(2 * tests::pi * 31 * t) * std::sin(2 * tests::pi * 9 * t);
+    return strength * (std::sin(2 * tests::pi * 165 * t) + std::sin(2 * tests::pi * 235 * t));
+  });
+  const Course course = course_in(made);
+  ASSERT_TRUE(course.start_s);
+  EXPECT_NEAR(course.start_s->value, 0.1, 0.01);
+  ASSERT_GE(course.segments.size(), 2U);
+  EXPECT_TRUE(course.segments[0].phases[2].below_threshold);
+  EXPECT_FALSE(course.segments[0].phases[1].below_threshold);
+  EXPECT_NEAR(course.segments[1].start_s, 0.18, 0.02);
 }
 
 TEST(Course, BeginsWhereAGradualFallPasses90PerCent) {
@@ -243,8 +266,28 @@ TEST(Course, HasASteadySegmentBeforeARampOfTwoCycles) {
   expect_voltages(course.segments[0], balanced(115), balanced(230));
 }
 
+TEST(Course, HasOneSegmentAfterARampInNoise) {
+  for (const double ramp_s : {0.04, 0.05, 0.07, 0.18}) {
+    for (const double begin_s : {0.5, 0.505, 0.51}) {
+      auto made = ramped(balanced(230), balanced(87), begin_s, begin_s + ramp_s, 1.8, {.rate = 3200});
+      for (std::size_t phase = 0; phase < 3; phase++) {
+        made.add(phase, [&](double t) { return t < 1 ? 0 : tests::turning(balanced(143)[phase], 50, t); });
+      }
+      made.add_noise(14);
+      const Course course = course_in(made);
+      SCOPED_TRACE(std::to_string(begin_s) + " s, for " + std::to_string(ramp_s) + " s");
+      ASSERT_TRUE(course.start_s);
+      EXPECT_NEAR(course.start_s->value, begin_s + 0.16 * ramp_s, 0.005);
+      ASSERT_EQ(course.segments.size(), 1U);
+      EXPECT_FALSE(course.segments[0].gradual);
+      EXPECT_NEAR(course.segments[0].start_s, begin_s + ramp_s, 0.008);
+      EXPECT_NEAR(course.segments[0].phases[0].voltage_v.value, 87, 1.2);
+    }
+  }
+}
+
 TEST(Course, HasAGradualSegmentBetweenTwoSteadyOnes) {
-  // 40 % from 0.5 s on, from 0.7 s to 0.8 s up to 70 %, and back at 1.1 s.
+  // The voltage is at 40 % from 0.5 s on, rises to 70 % from 0.7 s to 0.8 s, and is back at 1.1 s.
   MadeWaveform made(6400, 1.7, 50, 3);
   for (std::size_t phase = 0; phase < 3; phase++) {
     made.add(phase, [&](double t) {
@@ -277,7 +320,7 @@ TEST(Course, HasNoStartWhereTheRecordBeginsInTheDip) {
   expect_voltages(course.segments[0], balanced(115, -20), balanced(230));
 }
 
-TEST(Course, TakesTheDeclaredVoltageWhereTheRecordBeginsInTheDip) {
+TEST(Course, UsesTheDeclaredVoltageIfTheRecordBeginsInTheDip) {
   const auto made = staged({{0, balanced(115)}, {0.3, balanced(230)}}, 1.2);
   const Course course = course_in(made, 240);
   EXPECT_EQ(course.level_source, LevelSource::declared);
@@ -286,7 +329,7 @@ TEST(Course, TakesTheDeclaredVoltageWhereTheRecordBeginsInTheDip) {
   EXPECT_NEAR(course.segments[0].phases[1].share_of_before, 115.0 / 240, 0.002);
 }
 
-TEST(Course, HasNoEndWhereTheDipGoesOn) {
+TEST(Course, HasNoEndIfTheDipContinues) {
   const auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}}, 0.9);
   const Course course = course_in(made);
   ASSERT_TRUE(course.start_s);
@@ -369,7 +412,7 @@ TEST(Course, HasTheSameTypeHoweverThePhasesAreConnected) {
   }
 }
 
-TEST(Course, SaysNoAngleOfAPhaseThatIsGone) {
+TEST(Course, HasNoAngleForAPhaseWithoutVoltage) {
   const Phasors low = {phasor(4, 0), phasor(230, -120), phasor(230, 120)};
   const Course course = course_in(staged({{0, balanced(230)}, {0.5, low}, {0.7, balanced(230)}}, 1.3));
   ASSERT_EQ(course.segments.size(), 1U);
@@ -380,7 +423,7 @@ TEST(Course, SaysNoAngleOfAPhaseThatIsGone) {
 
 // --- missing samples -------------------------------------------------------------------------------------------------
 
-TEST(Course, IsFoundBesideMissingSamplesInTheSteadyVoltage) {
+TEST(Course, IsFoundDespiteMissingSamplesInTheSteadyVoltage) {
   auto made = staged({{0, balanced(230)}, {0.5047, balanced(115)}, {0.7, balanced(230)}}, 1.3);
   made.lose(1, 0.31, 0.318).lose(0, 0.95, 0.955);
   const Course course = course_in(made);
@@ -389,7 +432,7 @@ TEST(Course, IsFoundBesideMissingSamplesInTheSteadyVoltage) {
   expect_voltages(course.segments[0], balanced(115), balanced(230));
 }
 
-TEST(Course, IsFoundBesideMissingSamplesInTheDip) {
+TEST(Course, IsFoundDespiteMissingSamplesInTheDip) {
   auto made = staged({{0, balanced(230)}, {0.5047, balanced(115)}, {0.8, balanced(230)}}, 1.4);
   made.lose(1, 0.641, 0.645);
   const Course course = course_in(made);
@@ -521,7 +564,7 @@ TEST(Course, MayBeginInTheRecordsFirstCycle) {
   EXPECT_TRUE(course.segments[0].phases[0].below_threshold);
 }
 
-TEST(Course, OfHalfACycleHasItsTimesAlone) {
+TEST(Course, OfHalfACycleHasOnlyItsTimes) {
   for (const double from_s : {0.5, 0.5025, 0.5061}) {
     const auto made = staged({{0, balanced(230)}, {from_s, balanced(69)}, {from_s + 0.01, balanced(230)}}, 1.3);
     const Course course = course_in(made);

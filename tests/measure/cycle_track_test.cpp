@@ -28,7 +28,7 @@ TEST(CycleTrack, FindsTheFrequencyOfOneAndTwoPhasesAndOfFewSamples) {
   EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 49.7, 1e-2) << "eight samples per cycle";
 }
 
-TEST(CycleTrack, FindsTheFrequencyBesideHarmonics) {
+TEST(CycleTrack, FindsTheFrequencyDespiteHarmonics) {
   auto made = staged({{0, balanced(230)}}, 1, {6400, 49.7, 3});
   for (std::size_t phase = 0; phase < 3; phase++) {
     made.add(phase, [](double t) { return tests::turning(phasor(15, 20), 5 * 49.7, t) + 30; });
@@ -36,8 +36,8 @@ TEST(CycleTrack, FindsTheFrequencyBesideHarmonics) {
   EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 49.7, 1e-2);
 }
 
-TEST(CycleTrack, TakesTheFrequencyWhereTheVoltageIsHigh) {
-  // Most of the record is dead.
+TEST(CycleTrack, MeasuresTheFrequencyWhereTheVoltageIsHigh) {
+  // During most of the record there is no voltage.
   const Phasors dead = {};
   const auto made = staged({{0, dead}, {4, balanced(230)}}, 6, {3200, 49.7, 3});
   EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 49.7, 1e-3);
@@ -72,7 +72,7 @@ TEST(CycleTrack, IsMissingWhereSamplesAre) {
   }
 }
 
-TEST(CycleTrack, TellsWhereTheVoltageIsSteady) {
+TEST(CycleTrack, FindsWhereTheVoltageIsSteady) {
   const Phasors low = {phasor(115, 0), phasor(230, -120), phasor(207, 120)};
   const auto made = staged({{0, balanced(230)}, {0.4, low}, {0.6, balanced(230)}}, 1);
   const CycleTrack track(made.waveform());
@@ -98,7 +98,7 @@ TEST(CycleTrack, IsNotSteadyAcrossMissingSamples) {
   EXPECT_EQ(track.steady()[1].begin, 21U);
 }
 
-TEST(CycleTrack, OfLessThanACycleHasNone) {
+TEST(CycleTrack, OfLessThanACycleHasNoFrequency) {
   const auto made = staged({{0, balanced(230)}}, 0.015);
   const CycleTrack track(made.waveform());
   EXPECT_EQ(track.cycles(), 0U);
@@ -106,7 +106,7 @@ TEST(CycleTrack, OfLessThanACycleHasNone) {
   EXPECT_EQ(track.frequency(), 50);
 }
 
-TEST(CycleTrack, HasAFrequencyWhateverTheSamplesAre) {
+TEST(CycleTrack, HasAFrequencyForAnySamples) {
   MadeWaveform made(6400, 0.5, 50, 1);
   made.add(0, [](double t) { return 1e300 * std::cos(2 * tests::pi * 50 * t); });
   const CycleTrack track(made.waveform());
@@ -119,8 +119,8 @@ TEST(CycleTrack, FindsTheFrequencyWhereTheAngleJumps) {
   EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 50, 1e-3);
 }
 
-TEST(CycleTrack, TakesTheFrequencyOfTheSteadiestTime) {
-  // Machines swing while the voltage is high: 0.3 Hz up and down for a second, then they are calm for one.
+TEST(CycleTrack, UsesTheFrequencyOfTheSteadiestTime) {
+  // While the voltage is high, machines swing by 0.3 Hz up and down for a second; then they are calm for one.
   MadeWaveform made(6400, 2, 50, 1);
   made.add(0, [](double t) {
     const double swing = t < 1 ? 0.15 * (1 - std::cos(4 * tests::pi * t)) : 0;

@@ -36,7 +36,8 @@ std::vector<Event> found(const std::vector<HalfCycleRms>& all, const Thresholds&
 // --- dips ------------------------------------------------------------------------------------------------------------
 
 TEST(Detector, FindsNothingInASteadyVoltage) {
-  EXPECT_TRUE(found({series({100, 99, 91, 90, 109, 110, 100})}).empty()) << "90 % and 110 % themselves are no event";
+  EXPECT_TRUE(found({series({100, 99, 91, 90, 109, 110, 100})}).empty())
+      << "90 % and 110 % themselves are not an event";
 }
 
 TEST(Detector, FindsADipFromBelow90ToAtLeast92PerCent) {
@@ -55,7 +56,7 @@ TEST(Detector, FindsADipFromBelow90ToAtLeast92PerCent) {
   EXPECT_EQ(events[0].highest_v[0], 91.9) << "the dip is over in the window that ends it";
 }
 
-TEST(Detector, TakesOtherThresholds) {
+TEST(Detector, AppliesOtherThresholds) {
   Thresholds thresholds;
   thresholds.dip = 80;
   thresholds.hysteresis = 5;
@@ -167,7 +168,7 @@ TEST(Detector, FindsNoInterruptionWhileAVoltageIsLeft) {
   EXPECT_EQ(events[0].kind, EventKind::dip);
 }
 
-TEST(Detector, TellsEventsInTheirOrder) {
+TEST(Detector, ReportsEventsInOrder) {
   const auto events = found({series({100, 120, 100, 80, 100, 3, 100, 120})});
   ASSERT_EQ(events.size(), 5U);
   EXPECT_EQ(events[0].kind, EventKind::swell);
@@ -191,21 +192,21 @@ References sliding(double start, std::size_t blocks, double volts) {
   return references;
 }
 
-/// 99 V throughout, but for a dip of so many half cycles.
+/// Makes 99 V throughout, except for a dip of a number of half cycles.
 std::vector<double> dipping(std::size_t length, std::size_t from, std::size_t count) {
   std::vector<double> volts(length, 99);
   std::fill_n(volts.begin() + static_cast<std::ptrdiff_t>(from), count, 50.0);
   return volts;
 }
 
-TEST(SlidingReference, TakesAThreeHundredthOfEachBlock) {
+TEST(SlidingReference, AddsAThreeHundredthOfEachBlock) {
   // The dip begins with the window that ends at 20.02 s: 100 blocks have ended by then.
   const auto events = detect({series(dipping(2100, 2000, 5))}, sliding(100, 110, 99), {});
   ASSERT_EQ(events.size(), 1U);
   EXPECT_NEAR(events[0].reference_v, 99 + std::pow(0.9967, 100), exact);
 }
 
-TEST(SlidingReference, StandsStillDuringEvents) {
+TEST(SlidingReference, PausesDuringEvents) {
   // The dip takes 10 s, and ends with the window that ends at 30.02 s.
   const auto events = detect({series(dipping(3100, 2000, 1000))}, sliding(100, 160, 99), {});
   ASSERT_EQ(events.size(), 1U);
@@ -273,17 +274,17 @@ TEST(RapidChange, IsASuddenChangeByMoreThanTheThreshold) {
   EXPECT_EQ(events[0].reference_v, 100);
 }
 
-TEST(RapidChange, IsNoneBelowTheThreshold) {
+TEST(RapidChange, IsNotReportedBelowTheThreshold) {
   EXPECT_TRUE(changes({series(levels({{200, 100}, {200, 97.1}}))}).empty());
 }
 
-TEST(RapidChange, IsNoneWhenItIsADipOrASwell) {
+TEST(RapidChange, IsNotReportedIfItIsADipOrASwell) {
   EXPECT_TRUE(changes({series(levels({{200, 100}, {5, 85}, {200, 100}}))}).empty());
   EXPECT_TRUE(changes({series(levels({{200, 100}, {5, 115}, {200, 100}}))}).empty());
 }
 
-TEST(RapidChange, HasItsLargestDistanceAndWhatIsLeft) {
-  // Ten half cycles at 93 V before the voltage settles at 98 V.
+TEST(RapidChange, HasItsLargestDistanceAndItsFinalOne) {
+  // There are ten half cycles at 93 V before the voltage settles at 98 V.
   const auto events = changes({series(levels({{200, 100}, {10, 93}, {300, 98}}))});
   ASSERT_EQ(events.size(), 1U);
   EXPECT_NEAR(events[0].delta_max_v, 7, exact);

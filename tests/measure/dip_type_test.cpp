@@ -37,8 +37,8 @@ Phasors textbook(char letter, const Phasor& v) {
   }
 }
 
-/// A state in units of the voltages before, as it is in a network with these voltages, whose phases play the parts of
-/// A, B and C in the order `parts`.
+/// Returns a state, given in units of the voltages before, in a network with these voltages whose phases have the roles
+/// of A, B and C in the order `parts`.
 Phasors in_network(const Phasors& state, const Phasors& before, const std::array<std::size_t, 3>& parts) {
   Phasors result{};
   for (std::size_t part = 0; part < 3; part++) {
@@ -98,7 +98,7 @@ TEST(DipType, HasItsCharacteristicVoltageAndItsFactor) {
   for (const char letter : std::string("CDEFG")) {
     const DipType type = type_of(in_network(textbook(letter, v), before, {1, 2, 0}), before, {});
     EXPECT_NEAR(std::abs(type.characteristic - v), 0, 1e-9) << letter;
-    // Two phases to ground take a third of the loss from the factor, others nothing.
+    // If two phases fall to ground, the factor loses a third of the loss; otherwise it loses nothing.
     const Phasor factor = letter == 'C' || letter == 'D' ? 1 : (2.0 + v) / 3.0;
     EXPECT_NEAR(std::abs(type.pn_factor - factor), 0, 1e-9) << letter;
   }
@@ -167,7 +167,24 @@ TEST(DipType, OfAMovedNeutralDoesNotHangOnARestOfNegativeSequence) {
   }
 }
 
-TEST(DipType, DoesNotCountWhatWasUnequalBefore) {
+TEST(DipType, OfAMovedNeutralDoesNotHangOnALossOfPositiveSequence) {
+  const Phasors before = balanced(230);
+  Phasors state = with_moved_neutral(before, 0, -0.7);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    state[phase] += -0.3 * before[phase] + std::conj(before[phase]) * phasor(0.1, 180);
+  }
+  expect_type(type_of(state, before, {}), 'B', 0, "zero sequence 0.7, loss 0.3, negative sequence 0.1");
+}
+
+TEST(DipType, OfThreePhasesThatFallIsANextToALittleZeroSequence) {
+  const Phasors before = balanced(230);
+  Phasors state{};
+  for (std::size_t phase = 0; phase < 3; phase++) state[phase] = 0.25 * before[phase] - 0.1 * before[0];
+  const DipType type = type_of(state, before, {});
+  EXPECT_EQ(type.letter, 'A');
+}
+
+TEST(DipType, IgnoresInequalityBeforeTheDip) {
   const Phasors before = {phasor(230, 0), phasor(221, -118), phasor(240, 123)};
   for (const char letter : std::string("ACD")) {
     const DipType type = type_of(in_network(textbook(letter, 0.5), before, {0, 1, 2}), before, {});

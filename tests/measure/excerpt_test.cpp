@@ -27,7 +27,7 @@ TEST(Excerpt, AveragesWholeBlocksInUnitsOfThePeak) {
   EXPECT_EQ(excerpt.phases(), 1U);
 }
 
-TEST(Excerpt, TakesSamplesInTheirOwnUnit) {
+TEST(Excerpt, ReadsSamplesInTheirOwnUnit) {
   MadeWaveform made(6400, 0.1, 50, 1);
   made.add(0, [](double) { return 2.0; });
   Waveform waveform = made.waveform();
@@ -67,7 +67,7 @@ TEST(Excerpt, FindsTheFirstAverageFromATimeOn) {
   EXPECT_EQ(excerpt.index_at(1), excerpt.length());
 }
 
-TEST(Excerpt, SaysHowMuchOfAHarmonicAnAverageKeeps) {
+TEST(Excerpt, KnowsTheShareOfAHarmonicThatAnAverageKeeps) {
   for (const int order : {1, 3, 5, 7}) {
     const auto harmonic = [&](double t) { return std::cos(2 * tests::pi * 50 * order * t + 0.4); };
     MadeWaveform made(6400, 0.1, 50, 1);
@@ -96,7 +96,7 @@ TEST(Excerpt, HasAnAverageMissingWhereASampleOfAnyPhaseIs) {
   for (std::size_t i = 0; i < excerpt.length(); i++) EXPECT_EQ(excerpt.is_missing(i), i == 3) << i;
 }
 
-TEST(Excerpt, IsLessWhatIsSubtracted) {
+TEST(Excerpt, IsReducedByTheSubtractedValues) {
   const auto made = staged({{0, balanced(230)}}, 0.1);
   Excerpt excerpt(made.waveform(), 0, 640, peak, 50);
   const double before = excerpt.average(0, 4);

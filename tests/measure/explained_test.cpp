@@ -32,7 +32,7 @@ TEST(Explained, IsEverythingWhenTheSegmentsAreRight) {
   const Excerpt excerpt = all_of(made);
   const std::vector<Segment> right = {segment(0.3, 0.4, balanced(115)), segment(0.4, 0.5, balanced(184))};
   EXPECT_NEAR(explained_share(excerpt, right, balanced(1), 0.3, 0.5).value(), 1, 1e-9);
-  // 2 % of the level before are agreed with, 3 % are not.
+  // A deviation of 2 % of the level before still agrees, 3 % does not.
   const std::vector<Segment> nearly = {segment(0.3, 0.4, balanced(118)), segment(0.4, 0.5, balanced(180))};
   EXPECT_NEAR(explained_share(excerpt, nearly, balanced(1), 0.3, 0.5).value(), 1, 1e-9);
   const std::vector<Segment> wrong = {segment(0.3, 0.4, balanced(122)), segment(0.4, 0.5, balanced(177))};
@@ -40,18 +40,18 @@ TEST(Explained, IsEverythingWhenTheSegmentsAreRight) {
 }
 
 TEST(Explained, IsTheShareOfTheTimeThatAgrees) {
-  // Of two equal halves one is right. Windows lie wholly within their segments.
+  // One of two equal halves is right. Only windows that lie wholly within a segment count.
   const auto made = staged({{0, balanced(230)}, {0.3, balanced(115)}, {0.9, balanced(230)}}, 1.2);
   const std::vector<Segment> half = {segment(0.3, 0.6, balanced(115)), segment(0.6, 0.9, balanced(69))};
   EXPECT_NEAR(explained_share(all_of(made), half, balanced(1), 0.3, 0.9).value(), 0.5, 0.02);
 }
 
-TEST(Explained, IsNothingWithoutSegments) {
+TEST(Explained, IsMissingWithoutSegments) {
   const auto made = staged({{0, balanced(230)}, {0.3, balanced(115)}, {0.6, balanced(230)}}, 0.9);
   EXPECT_EQ(explained_share(all_of(made), {}, balanced(1), 0.3, 0.6), 0);
 }
 
-TEST(Explained, TakesAGradualSegmentThatChanges) {
+TEST(Explained, AcceptsAGradualSegmentThatChanges) {
   const auto made = ramped(balanced(115), balanced(230), 0.3, 0.6, 0.9);
   const Excerpt excerpt = all_of(made);
   Segment gradual = segment(0.3, 0.6, balanced(115));

@@ -13,7 +13,7 @@ using tests::MadeWaveform;
 using tests::staged;
 
 constexpr double for_ever = std::numeric_limits<double>::infinity();
-/// Hertz by which the change from cycle to cycle may be off where the track goes at another frequency.
+/// Tolerance of the frequency in hertz if the track was computed for another one.
 constexpr double close = 2e-3;
 
 FrequencyRound round_dip(const MadeWaveform& made, double start_s, double end_s) {
@@ -36,7 +36,7 @@ TEST(Frequency, IsFoundOnBothSidesOfADip) {
 }
 
 TEST(Frequency, MayBeAnotherAfterTheDip) {
-  // 49.9 Hz before and 50.1 Hz after; the angle goes on where the frequency changes, in the middle of the dip.
+  // The frequency is 49.9 Hz before and 50.1 Hz after; the angle is continuous at the change in the middle of the dip.
   MadeWaveform made(6400, 1.2, 50, 3);
   for (std::size_t phase = 0; phase < 3; phase++) {
     made.add(phase, [&](double t) {
@@ -60,7 +60,7 @@ TEST(Frequency, IsThatOfOneSideWhereTheRecordHasNoOther) {
   EXPECT_FALSE(found.after);
 }
 
-TEST(Frequency, IsNotSaidOfTwoCycles) {
+TEST(Frequency, IsNotGivenForTwoCycles) {
   const auto made = staged({{0, balanced(230)}, {0.045, balanced(115)}, {0.2, balanced(230)}}, 0.8);
   const FrequencyRound found = round_dip(made, 0.045, 0.2);
   EXPECT_FALSE(found.before);

@@ -26,7 +26,7 @@ TEST(HalfCycleRms, OfASinusoidIsItsRms) {
   }
 }
 
-TEST(HalfCycleRms, HoldsHarmonicsAndAConstant) {
+TEST(HalfCycleRms, IncludesHarmonicsAndAConstant) {
   auto made = staged({{0, balanced(230)}}, 0.5);
   made.add(0, [](double t) { return turning(23, 250, t) + turning(phasor(46, 50), 350, t) + 20; });
   const double expected = std::sqrt(230.0 * 230 + 23 * 23 + 46 * 46 + 20 * 20);
@@ -56,7 +56,7 @@ TEST(HalfCycleRms, FollowsAnotherFrequency) {
     const HalfCycleRms rms = rms_of(made);
     EXPECT_NEAR(static_cast<double>(rms.size()), 2 * hertz, 2.5);
     for (std::size_t k = 0; k < rms.size(); k++) {
-      // Windows end within samples, which weigh in by their share.
+      // Windows end between samples, and the last sample counts in proportion.
       EXPECT_NEAR(rms.volts[k], 230, 0.05);
       EXPECT_NEAR(turning(230, hertz, rms.start_s[k]), 0, 1) << k;
     }
@@ -82,7 +82,7 @@ TEST(HalfCycleRms, OverAStepHasTheMeanSquareOfBothSides) {
   }
 }
 
-TEST(HalfCycleRms, IsMissingInEveryWindowThatHoldsAMissingSample) {
+TEST(HalfCycleRms, IsMissingInEveryWindowWithAMissingSample) {
   auto made = staged({{0, balanced(230, -90)}}, 0.5);
   made.lose(0, 0.2049, 0.2051);
   const HalfCycleRms rms = rms_of(made);
@@ -99,7 +99,8 @@ TEST(HalfCycleRms, IsMissingInEveryWindowThatHoldsAMissingSample) {
 }
 
 TEST(HalfCycleRms, SharesASampleBetweenTheWindowsThatMeetInIt) {
-  // A sample stands for the time round it: the one at 0.2 s belongs by halves to what ends and what begins there.
+  // A sample covers the time around it, so half of the one at 0.2 s belongs to the window before and half to the one
+  // after.
   auto made = staged({{0, balanced(230, -90)}}, 0.5);
   made.lose(0, 0.2 - 1e-6, 0.2 + 1e-6);
   const HalfCycleRms rms = rms_of(made);
@@ -121,7 +122,7 @@ TEST(HalfCycleRms, CatchesUpWithAnotherAngle) {
   }
 }
 
-TEST(HalfCycleRms, GoesOnThroughAnInterruption) {
+TEST(HalfCycleRms, ContinuesThroughAnInterruption) {
   const auto made = staged({{0, balanced(230, -90)}, {0.2, {}}, {0.4, balanced(230, -90)}}, 0.6);
   const HalfCycleRms rms = rms_of(made);
   for (std::size_t k = 0; k < rms.size(); k++) {
@@ -134,7 +135,7 @@ TEST(HalfCycleRms, GoesOnThroughAnInterruption) {
   }
 }
 
-TEST(HalfCycleRms, OfLessThanACycleIsNone) {
+TEST(HalfCycleRms, OfLessThanACycleHasNoValues) {
   const auto made = staged({{0, balanced(230)}}, 0.015);
   EXPECT_EQ(rms_of(made).size(), 0U);
 }

@@ -15,7 +15,7 @@ using tests::turning;
 
 const double peak = 230 * std::numbers::sqrt2;
 
-/// What is left beside the voltage of the stages, at most, from a time up to another.
+/// Returns the largest remaining difference from the voltage of the stages between two times.
 double left(const MadeWaveform& made, const MadeWaveform& pure, double until_s, double from_s, double to_s) {
   Excerpt excerpt(made.waveform(), 0, made.waveform().length(), peak, 50);
   const Excerpt wanted(pure.waveform(), 0, pure.waveform().length(), peak, 50);
@@ -52,7 +52,7 @@ TEST(Harmonics, ShrinkWithTheFundamental) {
   EXPECT_LT(left(made, pure, 0.29, 0.33, 0.6), 1e-3);
 }
 
-TEST(Harmonics, LeaveOtherThingsAlone) {
+TEST(Harmonics, LeaveOtherComponentsUnchanged) {
   auto pure = staged({{0, balanced(230)}, {0.3, balanced(115, 20)}}, 0.6);
   pure.add(0, [](double t) { return t < 0.3 ? 20 : 80 * std::exp(-(t - 0.3) / 0.02); });
   EXPECT_LT(left(pure, pure, 0.29, 0, 0.6), 1e-3);

@@ -24,7 +24,7 @@ Instants pinned(const MadeWaveform& made) {
 }
 
 TEST(Instants, LieBetweenTheLastSampleBeforeAndTheFirstAfter) {
-  // Steps at all parts of a sample and of a cycle: the change lies in the middle between two samples.
+  // Steps occur at all fractions of a sample and of a cycle; the change lies in the middle between two samples.
   for (const double at : {0.2, 0.20003, 0.2031, 0.205, 0.2099, 0.2117}) {
     const auto made = staged({{0, balanced(230)}, {at, balanced(115)}}, 0.4);
     const Instants instants = pinned(made);
@@ -47,7 +47,7 @@ TEST(Instants, GoFromTheFirstPhaseThatChangesToTheLast) {
 
 TEST(Instants, LeavePhasesAsideThatDoNotChange) {
   auto made = staged({{0, balanced(230)}, {0.2, {phasor(115, 0), phasor(230, -120), phasor(230, 120)}}}, 0.4);
-  // A spike on a phase that goes on as before.
+  // There is a spike on a phase that does not change otherwise.
   made.add(1, [](double t) { return std::abs(t - 0.215) < 0.0005 ? 200.0 : 0.0; });
   const Instants instants = pinned(made);
   EXPECT_NEAR(instants.first_s, 0.2, 1.0 / 6400);
@@ -68,7 +68,7 @@ TEST(Instants, AreLessSureTheSmallerTheChange) {
   EXPECT_LT(spread(46), spread(218));
 }
 
-TEST(Instants, AreFoundBesideMissingSamples) {
+TEST(Instants, AreFoundDespiteMissingSamples) {
   auto made = staged({{0, balanced(230)}, {0.2, balanced(115)}}, 0.4);
   made.lose(0, 0.198, 0.202);
   const Instants instants = pinned(made);

@@ -54,6 +54,39 @@ TEST(UsualLevels, OfAVoltageThatSinksBeforeAnySteadyTimeAreThoseOfTheBeginning) 
   EXPECT_NEAR(levels.fundamental_v[1], 230, 0.01);
 }
 
+/// Three voltages of 230 V, multiplied by a factor that is a function of the time in seconds.
+template <typename Factor>
+MadeWaveform scaled(double seconds, Factor factor) {
+  MadeWaveform made(6400, seconds, 50, 3);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const Phasor of_phase = balanced(230)[phase];
+    made.add(phase, [&](double t) { return factor(t) * tests::turning(of_phase, 50, t); });
+  }
+  return made;
+}
+
+TEST(UsualLevels, OfARecorderThatStartsUpAreThoseItSettlesTo) {
+  for (const double extra : {0.6, 0.4, 0.3}) {
+    const auto made = scaled(0.52, [&](double t) { return 1 + extra * std::exp(-t / 0.03); });
+    const UsualLevels levels = levels_of(made);
+    for (std::size_t phase = 0; phase < 3; phase++) EXPECT_NEAR(levels.fundamental_v[phase], 230, 3) << extra;
+  }
+}
+
+TEST(UsualLevels, AreNotThoseOfADipThatFollowsAnUnsteadyBeginning) {
+  const auto made = scaled(0.52, [](double t) { return t < 0.3 ? 1 + 0.6 * std::exp(-t / 0.03) : 1.4; });  // it returns
+  EXPECT_GT(levels_of(made).fundamental_v[0], 260);
+}
+
+TEST(UsualLevels, AreNotThoseOfADeadLine) {
+  // 3.7 mV become 57 V for only a quarter of the record.
+  const auto made = staged({{0, balanced(0.0037)}, {0.75, balanced(57)}}, 1);
+  const UsualLevels levels = levels_of(made);
+  EXPECT_TRUE(levels.begins_low);
+  for (std::size_t phase = 0; phase < 3; phase++) EXPECT_NEAR(levels.fundamental_v[phase], 57, 0.01);
+  EXPECT_NEAR(levels.from_s, 0.75, 0.021);
+}
+
 TEST(UsualLevels, OfTooShortARecordAreThoseOfItsFirstCycles) {
   const auto made = staged({{0, balanced(230)}}, 0.02);
   const UsualLevels levels = levels_of(made);

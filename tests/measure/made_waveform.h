@@ -83,20 +83,20 @@ class MadeWaveform {
   measure::Waveform waveform_;
 };
 
-/// The voltages from a time on, until the next stage begins.
+/// The voltages from a time until the next stage begins.
 struct Stage {
   double from_s = 0;
   measure::Phasors rms{};
 };
 
-/// How a waveform is sampled, and its frequency.
+/// Describes how a waveform is sampled, and its frequency.
 struct Sampling {
   double rate = 6400;
   double hertz = 50;
   std::size_t phases = 3;
 };
 
-/// Voltages that change at once where a stage begins.
+/// Makes voltages that change at once when a stage begins.
 inline MadeWaveform staged(const std::vector<Stage>& stages, double seconds, const Sampling& sampling = {}) {
   MadeWaveform made(sampling.rate, seconds, sampling.hertz < 55 ? 50 : 60, sampling.phases);
   for (std::size_t phase = 0; phase < sampling.phases; phase++) {

@@ -25,6 +25,24 @@ TEST(Measure, FindsTheLowestOfSixVoltagesOfPhasesOnly) {
   }
 }
 
+/// The same samples at a rate of a hundredth are a dip that takes a hundred times as long.
+TEST(Measure, MeasuresAtAnyLineFrequency) {
+  const auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}, {0.7, balanced(230)}}, 1.2);
+  for (const Reference reference : {Reference::pre_event, Reference::sliding}) {
+    Options options;
+    options.reference = reference;
+    const Findings usual = measure(made.waveform(), options);
+    Waveform slow = made.waveform();
+    slow.rate /= 200;
+    slow.line_frequency /= 200;
+    const Findings findings = measure(slow, options);
+    ASSERT_EQ(usual.events.size(), 1U);
+    ASSERT_GE(findings.events.size(), 1U);
+    EXPECT_EQ(findings.events[0].kind, EventKind::dip);
+    EXPECT_NEAR(findings.events[0].start_s, 200 * usual.events[0].start_s, 200 * 0.001);
+  }
+}
+
 TEST(Measure, LeavesAPhaseWithoutVoltageAside) {
   Phasors high = balanced(230);
   Phasors low = balanced(115);
@@ -32,7 +50,7 @@ TEST(Measure, LeavesAPhaseWithoutVoltageAside) {
   auto made = staged({{0, high}, {0.5, low}, {0.7, high}}, 1.3);
   made.add_noise(0.5);
   const Findings findings = measure(made.waveform(), {});
-  ASSERT_EQ(findings.events.size(), 1U) << "its noise is no event";
+  ASSERT_EQ(findings.events.size(), 1U) << "its noise is not an event";
   const Event& dip = findings.events[0];
   EXPECT_NEAR(dip.extreme_v, 115, 1) << "the residual voltage is not that of its noise";
   EXPECT_NE(dip.extreme_phase, 2U);
@@ -91,7 +109,7 @@ void expect_finite(const Findings& findings) {
   }
 }
 
-TEST(Measure, HasNumbersWhateverTheSamplesAre) {
+TEST(Measure, HasNumbersForAnySamples) {
   const auto dip = [] { return staged({{0, balanced(230)}, {0.5, balanced(115)}, {0.8, balanced(230)}}, 1.4); };
   for (const double huge : {1e120, 1e300, std::numeric_limits<double>::max()}) {
     auto one_sample = dip();

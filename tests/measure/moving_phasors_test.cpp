@@ -32,7 +32,7 @@ TEST(MovingPhasors, AreTheFundamentalWhereverTheWindowLies) {
   EXPECT_NEAR(moving.time_of(10) - moving.time_of(0), 50.0 / 6400, 1e-12);
 }
 
-TEST(MovingPhasors, AreNoneBeyondTheEndAndWhereSamplesAreMissing) {
+TEST(MovingPhasors, DoNotExistBeyondTheEndAndWhereSamplesAreMissing) {
   auto made = staged({{0, balanced(230)}}, 0.1);
   made.lose(1, 0.0501, 0.0505);
   const Excerpt excerpt(made.waveform(), 0, 640, peak, 50);

@@ -59,7 +59,7 @@ TEST(Partition, HasABorderNextToEachStep) {
   EXPECT_NEAR(times[1], 0.4123, grid_s);
 }
 
-TEST(Partition, FindsAJumpOfTheAngleAlone) {
+TEST(Partition, FindsAJumpOfOnlyTheAngle) {
   const auto made = staged({{0, balanced(230)}, {0.3, balanced(230, 15)}}, 0.6);
   const Excerpt excerpt = all_of(made);
   const auto times = borders(excerpt, partition(excerpt));

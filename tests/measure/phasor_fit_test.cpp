@@ -123,7 +123,7 @@ TEST(PhasorFit, LeavesOutHarmonicsThatTheRateDoesNotCarry) {
   expect_phasors(fit.phasors(0), balanced(230));
 }
 
-TEST(PhasorFit, LeavesOutWhatIsMissing) {
+TEST(PhasorFit, LeavesOutMissingSamples) {
   auto made = staged({{0, balanced(230)}}, 0.2);
   made.lose(2, 0.05, 0.06);
   const Excerpt excerpt = all_of(made);
@@ -135,7 +135,7 @@ TEST(PhasorFit, LeavesOutWhatIsMissing) {
   expect_phasors(fit.phasors(0), balanced(230));
 }
 
-TEST(PhasorFit, KnowsItsStandardErrorFromWhatItLeaves) {
+TEST(PhasorFit, DerivesItsStandardErrorFromTheResidual) {
   // A harmonic that is not fitted is all that is left: its mean square is half its squared amplitude. Of a sum over n
   // whole periods each component of a phasor has the variance of the residual times 2 / n.
   auto made = staged({{0, balanced(230)}}, 0.2, {1200, 50, 3});

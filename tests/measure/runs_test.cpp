@@ -90,7 +90,7 @@ TEST(Runs, DoNotChangeWithADecayingOffset) {
   EXPECT_NEAR(runs[1].end_s, 0.5, sample_s);
 }
 
-TEST(Runs, OfNothingAreNone) {
+TEST(Runs, OfNoPiecesDoNotExist) {
   auto made = staged({{0, balanced(230)}}, 0.2);
   made.lose(0, 0, 0.2);
   EXPECT_TRUE(runs_in(made).empty());

@@ -59,7 +59,7 @@ TEST(SteadyFit, OfTwoCyclesKnowsOneDecay) {
   expect_low(fit, 1e-4);
 }
 
-TEST(SteadyFit, TakesNoDecayWithoutNeed) {
+TEST(SteadyFit, AddsNoDecayWithoutNeed) {
   const auto made = staged({{0, balanced(230)}, {0.2, low}, {0.3, balanced(230)}}, 0.5);
   EXPECT_TRUE(fitted(made, 0.2, 0.3, true).form().decays.empty());
 }

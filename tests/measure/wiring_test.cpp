@@ -14,7 +14,7 @@ Phasor sum(const Phasors& voltages, const Phasors& turns) {
   return voltages[0] * turns[0] + voltages[1] * turns[1] + voltages[2] * turns[2];
 }
 
-/// Whether a wiring makes normal voltages of 230 V a positive sequence and nothing else.
+/// Returns whether a wiring turns normal voltages of 230 V into a pure positive sequence.
 void expect_fits(const Wiring& wiring, const Phasors& normal) {
   EXPECT_NEAR(std::abs(sum(normal, wiring.to_positive())), 690, 1e-9);
   EXPECT_NEAR(std::abs(sum(normal, wiring.to_negative())), 0, 1e-9);

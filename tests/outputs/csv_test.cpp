@@ -1,4 +1,4 @@
-// An analysis as a table: its rows, its columns, and what is in them.
+// Tests an analysis as a table: its rows, its columns and their values.
 #include "outputs/csv.h"
 
 #include <gtest/gtest.h>
@@ -64,7 +64,9 @@ void expect_fields(const std::map<std::string, std::string>& row, const std::map
 TEST(Csv, HasARowForEachSegmentWithItsEvent) {
   auto record = a_record("a.cfg");
   record.start_time = "2024-05-06 07:08:09";
-  const auto rows = rows_of(csv_of(record, one_dip_found()));
+  auto analysis = one_dip_found();
+  analysis.indices = {assess::Indices{0.125, 20.5}};
+  const auto rows = rows_of(csv_of(record, analysis));
   ASSERT_EQ(rows.size(), 2U);
   for (const auto& row : rows) {
     expect_fields(row, {{"file", "a.cfg"},
@@ -85,6 +87,10 @@ TEST(Csv, HasARowForEachSegmentWithItsEvent) {
                         {"percent_of_declared", ""},
                         {"event_phases", "A"},
                         {"en50160_cell", "C2"},
+                        {"en50160_cell_near_limit", "false"},
+                        {"event_start_clock", "2024-05-06T07:08:19.290000"},
+                        {"event_end_clock", "2024-05-06T07:08:19.530000"},
+                        {"event_start_s_from_trigger", ""},
                         {"course_start_s", "10.3"},
                         {"course_start_s_plus_minus", "0.0001"},
                         {"course_end_s", "10.5"},
@@ -95,7 +101,18 @@ TEST(Csv, HasARowForEachSegmentWithItsEvent) {
                         {"point_on_wave_c_deg", "210"},
                         {"frequency_before_hz", "50.01"},
                         {"frequency_after_hz", ""},
-                        {"explained_percent", "97.5"}});
+                        {"explained_percent", "97.5"},
+                        {"en50160_swell_cell", ""},
+                        {"unipede_cell", "30 to 60 % for 100 to 500 ms"},
+                        {"ieee1159_class", "instantaneous sag"},
+                        {"c4_110_type", "I"},
+                        {"rides_through", ""},
+                        {"trips", "itic semi_f47 iec_class_2 iec_class_3 ieee_1668"},
+                        {"too_close_to_tell", ""},
+                        {"not_covered", ""},
+                        {"dip_energy_s", "0.125"},
+                        {"lost_v_s", "20.5"},
+                        {"severity_by_itic", "1.666667"}});
   }
   expect_fields(rows[0], {{"segment", "1"},
                           {"segment_start_s", "10.3"},
@@ -120,10 +137,21 @@ TEST(Csv, HasARowForEachSegmentWithItsEvent) {
   expect_fields(rows[1], {{"segment", "2"}, {"segment_start_s", "10.401"}, {"voltage_a_percent_of_before", "70"}});
 }
 
-TEST(Csv, IsItsHeadingAloneWhereNothingHappened) {
-  const auto table = csv_of(a_record(), nothing_found());
+TEST(Csv, HasARowForARecordWithoutEvents) {
+  auto analysis = nothing_found();
+  analysis.notes = {"One.", "Two, with a comma."};
+  const auto table = csv_of(a_record(), analysis);
   EXPECT_TRUE(table.starts_with("file,start_time,voltages,event,"));
-  EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 1);
+  const auto rows = rows_of(table);
+  ASSERT_EQ(rows.size(), 1U);
+  expect_fields(rows[0], {{"file", "record.cfg"},
+                          {"event", ""},
+                          {"kind", "none"},
+                          {"segment", ""},
+                          {"severity_by_itic", ""},
+                          {"lowest_rms_a_v", "227.7"},
+                          {"highest_rms_c_v", "232.3"},
+                          {"notes", "One. | Two, with a comma."}});
 }
 
 TEST(Csv, HasOneRowForAnEventWithoutSegments) {
@@ -145,7 +173,12 @@ TEST(Csv, HasOneRowForAnEventWithoutSegments) {
                           {"en50160_cell", ""},
                           {"course_start_s", ""},
                           {"explained_percent", ""},
-                          {"segment", ""}});
+                          {"segment", ""},
+                          {"en50160_swell_cell", "S1"},
+                          {"unipede_cell", ""},
+                          {"ieee1159_class", "instantaneous swell"},
+                          {"too_close_to_tell", "itic_upper"},
+                          {"dip_energy_s", ""}});
   expect_fields(rows[1], {{"event", "2"}, {"course_start_s", "10.3"}, {"segment", ""}, {"voltage_a_v", ""}});
 }
 
@@ -167,7 +200,10 @@ TEST(Csv, GivesARapidVoltageChangeItsTwoSizes) {
                           {"delta_steady_v", "9.2"},
                           {"reference_v", "220"},
                           {"reference", "declared"},
-                          {"percent_of_declared", ""}});
+                          {"percent_of_declared", ""},
+                          {"ieee1159_class", ""},
+                          {"trips", ""},
+                          {"severity_by_itic", ""}});
 }
 
 TEST(Csv, HasPerCentOfTheDeclaredVoltageWhereItIsGiven) {
@@ -177,7 +213,7 @@ TEST(Csv, HasPerCentOfTheDeclaredVoltageWhereItIsGiven) {
                 {{"percent_of_declared", "57.5"}, {"extreme_percent_of_reference", "50"}, {"reference", "pre-event"}});
 }
 
-TEST(Csv, LeavesEmptyWhatIsNotKnown) {
+TEST(Csv, LeavesUnknownFieldsEmpty) {
   auto analysis = one_dip_found();
   auto& dip = analysis.found.events[0];
   dip.start_known = false;
@@ -240,7 +276,7 @@ TEST(Csv, QuotesTheLettersOfSeveralVoltagesBetweenPhases) {
                                        {"zero_sequence_v", ""}});
 }
 
-TEST(Csv, RoundsFiguresToWhatTheyAreGoodFor) {
+TEST(Csv, RoundsFiguresToTheirUsefulDigits) {
   auto analysis = one_dip_found();
   auto& dip = analysis.found.events[0];
   dip.extreme_v = 115.123456789;
@@ -250,18 +286,67 @@ TEST(Csv, RoundsFiguresToWhatTheyAreGoodFor) {
   expect_fields(row, {{"extreme_v", "115.123"}, {"event_end_s", "10.53"}, {"phase_jump_a_deg", "-20.12"}});
 }
 
-TEST(Csv, HoldsNothingThatASpreadsheetWouldCalculate) {
+TEST(Csv, HasNoFieldThatASpreadsheetWouldCalculate) {
   EXPECT_EQ(csv_field("=1+1"), "'=1+1");
   EXPECT_EQ(csv_field("+1"), "'+1");
   EXPECT_EQ(csv_field("-1"), "'-1");
   EXPECT_EQ(csv_field("@SUM(A1)"), "'@SUM(A1)");
-  EXPECT_EQ(csv_field("\t=1+1"), " =1+1");
+  EXPECT_EQ(csv_field("\t=1+1"), "' =1+1") << "some spreadsheets ignore blanks";
+  EXPECT_EQ(csv_field("\r=1+1"), "' =1+1");
+  EXPECT_EQ(csv_field("\uFF1D1+1"), "'\uFF1D1+1") << "some spreadsheets know wide signs";
+  EXPECT_EQ(csv_field("\xE2\x80\x8B=1+1"), "'=1+1") << "invisible characters do not hide a sign";
   EXPECT_EQ(csv_field("Line 3, \"east\""), "\"Line 3, \"\"east\"\"\"");
   EXPECT_EQ(csv_field("two\nlines"), "two lines");
   EXPECT_EQ(csv_field(""), "");
   EXPECT_EQ(csv_field("plain"), "plain");
-  EXPECT_EQ(csv_field("east;=1+1"), "\"east;=1+1\"") << "some spreadsheets separate fields by semicolons";
+  EXPECT_EQ(csv_field("east;=1+1"), "\"east;'=1+1\"") << "some spreadsheets separate fields by semicolons";
+  EXPECT_EQ(csv_field("east;\"=1+1\";-2;x"), "\"east;'\"\"=1+1\"\";'-2;x\"");
+  EXPECT_EQ(csv_field("east; @A1;"), "\"east;' @A1;\"");
+  EXPECT_EQ(csv_field("a-b;c=d"), "\"a-b;c=d\"");
   EXPECT_TRUE(csv_of(a_record("=cmd.cfg"), one_dip_found()).find("\n'=cmd.cfg,") != std::string::npos);
+}
+
+/// The fields of a line whose separator is a semicolon; numbers have their decimal comma, texts their quotation marks.
+Fields excel_fields_of(const std::string& line) {
+  Fields list(1);
+  bool quoted = false;
+  for (const char c : line) {
+    if (c == '"') quoted = !quoted;
+    if (c == ';' && !quoted) {
+      list.emplace_back();
+    } else {
+      list.back() += c;
+    }
+  }
+  return list;
+}
+
+TEST(Csv, ForExcelDiffersInSeparatorsAndDecimalCommasOnly) {
+  auto record = a_record("1,5;2.csv");
+  record.start_time = "2.5";
+  const std::string table = csv_of(record, one_dip_found());
+  const auto rows = rows_of(table);
+  const std::string excel = outputs::csv_for_excel(table);
+  EXPECT_EQ(std::count(excel.begin(), excel.end(), '\n'), std::count(table.begin(), table.end(), '\n'));
+  const std::size_t end = excel.find('\n');
+  const Fields names = excel_fields_of(excel.substr(0, end));
+  const Fields fields = excel_fields_of(excel.substr(end + 1, excel.find('\n', end + 1) - end - 1));
+  ASSERT_EQ(names.size(), rows[0].size());
+  ASSERT_EQ(fields.size(), names.size());
+  std::map<std::string, std::string> row;
+  for (std::size_t i = 0; i < names.size(); i++) row[names[i]] = fields[i];
+  expect_fields(row, {{"file", "\"1,5;2.csv\""},  // texts stay as they are
+                      {"start_time", "\"2.5\""},
+                      {"event", "1"},
+                      {"event_start_s", "10,29"},
+                      {"course_start_s_plus_minus", "0,0001"},
+                      {"delta_max_v", ""},
+                      {"unipede_cell", "30 to 60 % for 100 to 500 ms"}});
+}
+
+TEST(Csv, ForExcelKnowsNumbersByTheirForm) {
+  EXPECT_EQ(outputs::csv_for_excel("-1.5,3.25e-05,1.,a.b,1.2.3,.5,\"1.5\",7\n"),
+            "-1,5;3,25e-05;1.;a.b;1.2.3;.5;\"1.5\";7\n");
 }
 
 }  // namespace

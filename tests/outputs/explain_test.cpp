@@ -1,4 +1,4 @@
-// dipx explain: every code that the command prints has an explanation, and the sketch shows what is said.
+// Tests dipx explain: every code that the command prints has an explanation, and the sketch agrees with the text.
 #include "outputs/explain.h"
 
 #include <fmt/format.h>
@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "assess/known_curves.h"
+#include "assess/verdict.h"
 #include "measure/dip_type.h"
 #include "outputs/dip_category_name.h"
 #include "outputs/phasor_sketch.h"
@@ -31,7 +33,7 @@ TEST_P(CategoryCode, IsExplainedByItsName) {
 
 INSTANTIATE_TEST_SUITE_P(All, CategoryCode, testing::Range(0, 11));
 
-/// The terms that the list has, in its order.
+/// Returns the terms of the list in its order.
 std::vector<std::string> listed_terms() {
   std::istringstream list(outputs::list_of_codes());
   std::vector<std::string> terms;
@@ -69,7 +71,33 @@ TEST(Explain, KnowsTheTermsOfTheOutputs) {
                            "declared",
                            "itic",
                            "semi_f47",
-                           "en50160"}) {
+                           "itic_upper",
+                           "iec_class_2",
+                           "iec_class_3",
+                           "ieee_1668",
+                           "rides_through",
+                           "trips",
+                           "not_covered",
+                           "too_close_to_tell",
+                           "step_by_step",
+                           "above",
+                           "below",
+                           "outside",
+                           "en50160",
+                           "en50160_swell",
+                           "unipede",
+                           "ieee_1159",
+                           "instantaneous",
+                           "momentary",
+                           "temporary",
+                           "sustained",
+                           "undervoltage",
+                           "overvoltage",
+                           "sag",
+                           "c4_110",
+                           "dip_energy",
+                           "lost_volt_seconds",
+                           "severity"}) {
     EXPECT_EQ(std::count(listed.begin(), listed.end(), term), 1) << term;
   }
 }
@@ -96,7 +124,7 @@ measure::DipType type_with(double loss, double negative, double degrees, double 
   return measure::type_of(voltages, before, {});
 }
 
-TEST(Explain, SaysTheLimitsByWhichTypesAreDecided) {
+TEST(Explain, StatesTheLimitsThatDetermineTypes) {
   const auto text = outputs::explanation_of("0").value_or("");
   EXPECT_NE(text.find("1.5 %"), std::string::npos);
   EXPECT_EQ(type_with(0.1, 0.014, 0, 0).category, 9);
@@ -130,17 +158,56 @@ TEST(Explain, KeepsWithinATerminalsWidth) {
   }
 }
 
-TEST(Explain, TakesCodesAsPeopleWriteThem) {
+TEST(Explain, AcceptsCodesAsPeopleWriteThem) {
   for (const auto& [asked, code] : {std::pair("ITIC", "itic"),
                                     {"SEMI F47", "semi_f47"},
                                     {"phase-jump", "phase_jump"},
                                     {"Residual voltage", "residual_voltage"},
                                     {"D2", "en50160"},
-                                    {"x5", "en50160"}}) {
+                                    {"x5", "en50160"},
+                                    {"T3", "en50160_swell"},
+                                    {"Too close to tell", "too_close_to_tell"},
+                                    {"IEEE 1159", "ieee_1159"},
+                                    {"EN 50160", "en50160"},
+                                    {"Dip energy", "dip_energy"},
+                                    {"C4.110", "c4_110"},
+                                    {"II", "c4_110"}}) {
     EXPECT_EQ(outputs::explanation_of(asked), outputs::explanation_of(code)) << asked;
   }
-  for (const char* unknown : {"D6", "E1", "d", "11", "", "too_shallow"})
+  for (const char* unknown : {"D6", "E1", "S4", "T0", "IIII", "d", "11", "", "too_shallow"})
     EXPECT_FALSE(outputs::explanation_of(unknown)) << unknown;
+}
+
+TEST(Explain, KnowsEveryCurveAndVerdict) {
+  for (const auto& curve : assess::known_curves(50)) EXPECT_TRUE(outputs::explanation_of(curve.code)) << curve.code;
+  for (const auto outcome : {assess::Outcome::rides_through, assess::Outcome::trips, assess::Outcome::not_covered,
+                             assess::Outcome::too_close}) {
+    EXPECT_TRUE(outputs::explanation_of(assess::outcome_words(outcome))) << assess::outcome_words(outcome);
+  }
+}
+
+TEST(Explain, SuggestsCodesThatAreNearAMistypedOne) {
+  using Codes = std::vector<std::string>;
+  EXPECT_EQ(outputs::near_codes("itik"), (Codes{"itic", "itic_upper"}));
+  EXPECT_EQ(outputs::near_codes("Swel"), Codes{"swell"});
+  EXPECT_EQ(outputs::near_codes("hystersis"), Codes{"hysteresis"});
+  EXPECT_EQ(outputs::near_codes("unipeed"), Codes{"unipede"});
+  EXPECT_EQ(outputs::near_codes("iec class"), (Codes{"iec_class_2", "iec_class_3"}));
+  EXPECT_EQ(outputs::near_codes("energy"), Codes{"dip_energy"});
+  EXPECT_EQ(outputs::near_codes("smei"), Codes{"semi_f47"});
+  EXPECT_EQ(outputs::near_codes("xyzzy"), Codes{});
+  EXPECT_EQ(outputs::near_codes("11"), Codes{}) << "too short";
+  EXPECT_EQ(outputs::near_codes(std::string(100000, 'i')), Codes{}) << "too long";
+}
+
+TEST(Explain, NamesNearCodesInItsError) {
+  const auto one = dipx({"explain", "itik"});
+  EXPECT_EQ(one.status, 1);
+  EXPECT_NE(one.err.find("'itik' is not a code; did you mean itic or itic_upper? Run dipx explain to list all of them"),
+            std::string::npos)
+      << one.err;
+  const auto two = dipx({"explain", "iec class"});
+  EXPECT_NE(two.err.find("did you mean iec_class_2 or iec_class_3? "), std::string::npos) << two.err;
 }
 
 TEST(PhasorSketch, DrawsUndisturbedPhasorsToTheirFullLength) {
@@ -174,11 +241,12 @@ TEST(Explain, PrintsACodesMeaningAndAllCodes) {
   EXPECT_EQ(all.out, outputs::list_of_codes());
 }
 
-TEST(Explain, SaysThatACodeIsNone) {
+TEST(Explain, RefusesAnUnknownCode) {
   const auto result = dipx({"explain", "11"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
-  EXPECT_NE(result.err.find("'11' is no code; dipx explain lists all"), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("'11' is not a code; run dipx explain to list all of them"), std::string::npos)
+      << result.err;
 }
 
 }  // namespace

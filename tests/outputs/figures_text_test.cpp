@@ -1,4 +1,4 @@
-// Angles and names as people read them.
+// Tests how angles and names are formatted for people.
 #include "outputs/figures_text.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ TEST(FiguresText, HasNoAngleOfAFullTurn) {
   EXPECT_EQ(angle_text(0.04), "0.0°");
 }
 
-TEST(FiguresText, GivesATurnItsSignUnlessThereIsNone) {
+TEST(FiguresText, GivesATurnItsSignUnlessItIsZero) {
   EXPECT_EQ(turn_text(4.3), "+4.3°");
   EXPECT_EQ(turn_text(-19.4), "-19.4°");
   EXPECT_EQ(turn_text(0.04), "0.0°");
@@ -50,6 +50,17 @@ TEST(FiguresText, BreaksLinesBetweenWordsButNotBeforeUnits) {
   EXPECT_EQ(outputs::wrapped("°°° °°°", 7), "°°° °°°\n") << "columns count, not bytes";
 }
 
+TEST(FiguresText, FitsEachLineIntoATerminal) {
+  using outputs::fitted;
+  const std::string text = "  one two three four\nshort\n\nvery-long-word\n";
+  EXPECT_EQ(fitted(text, 0), text) << "the width is not known";
+  EXPECT_EQ(fitted("a short line\n", 12 + 8), "a short line\n");
+  EXPECT_EQ(fitted("  note: nine letters and more\n", 20), "  note: nine letters\n    and more\n");
+  EXPECT_EQ(fitted("abcdefghijklmnopqrstuvwxyz\n", 20), "abcdefghijklmnopqrst\n  uvwxyz\n") << "a word breaks too";
+  EXPECT_EQ(fitted("one two \033[31mthree\033[0m four five\n", 20), "one two \033[31mthree\033[0m four\n  five\n");
+  EXPECT_EQ(fitted("南乐南乐南乐南乐南乐南\n", 20), "南乐南乐南乐南乐南乐\n  南\n") << "letters are two columns wide";
+}
+
 TEST(FiguresText, CutsTheMiddleOutOfLongNames) {
   EXPECT_EQ(shortened("abcdefghijklmnop", 16), "abcdefghijklmnop");
   EXPECT_EQ(shortened("abcdefghijklmnopq", 16), "abcdefghi…klmnopq");
@@ -58,7 +69,7 @@ TEST(FiguresText, CutsTheMiddleOutOfLongNames) {
   EXPECT_EQ(shortened("Фаза", 4), "Фаза");
 }
 
-TEST(FiguresText, TellsTheSideOfATransformer) {
+TEST(FiguresText, NamesTheSideOfATransformer) {
   readers::Channel channel;
   EXPECT_FALSE(outputs::is_of_transformer(channel));
   channel.side = 'S';

@@ -33,6 +33,8 @@ inline analysis::Analysis nothing_found() {
   analysis.found.frequency = 50;
   analysis.found.reference_v = {230, 230, 230};
   analysis.usual_v = {230, 230, 230};
+  analysis.lowest_rms_v = {227.7, 229, 230};
+  analysis.highest_rms_v = {230, 230, 232.3};
   return analysis;
 }
 

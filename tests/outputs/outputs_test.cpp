@@ -1,4 +1,4 @@
-// The forms in which dipx analyse shows what it found, beside the whole text and the JSON document.
+// Tests the forms in which dipx analyse shows its findings, except the whole text and the JSON document.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <vector>
 
+#include "outputs/figures_text.h"
 #include "tests/command/dipx_command.h"
 #include "tests/command/synth_record.h"
 #include "tests/command/terminal.h"
@@ -28,7 +30,7 @@ synth::DipDescription two_steps() {
   return dip;
 }
 
-/// The fields of a line without quotation marks in it.
+/// Returns the fields of a line without quotation marks.
 std::vector<std::string> fields(const std::string& line) {
   std::vector<std::string> list(1);
   bool quoted = false;
@@ -91,6 +93,11 @@ TEST_F(Outputs, CsvHasARowPerSegmentWithTheFiguresOfTheJson) {
     EXPECT_EQ(field("reference"), dip["reference"]["kind"].get<std::string>());
     EXPECT_EQ(field("event_phases"), dip["phases"].get<std::string>());
     EXPECT_EQ(field("en50160_cell"), dip["en50160_cell"].get<std::string>());
+    EXPECT_EQ(field("unipede_cell"), dip["classes"]["unipede_cell"].get<std::string>());
+    EXPECT_EQ(field("ieee1159_class"), dip["classes"]["ieee_1159"].get<std::string>());
+    EXPECT_EQ(field("c4_110_type"), "II");
+    expect("dip_energy_s", dip["indices"]["energy_s"]);
+    expect("lost_v_s", dip["indices"]["lost_v_s"]);
     expect("course_start_s", course["start_s"]);
     expect("course_start_s_plus_minus", course["start_s_plus_minus"]);
     expect("course_end_s", course["end_s"]);
@@ -118,13 +125,13 @@ TEST_F(Outputs, CsvHasARowPerSegmentWithTheFiguresOfTheJson) {
   }
 }
 
-TEST_F(Outputs, CsvIsItsHeadingAloneWhereThereIsNoEvent) {
+TEST_F(Outputs, CsvHasARowIfThereIsNoEvent) {
   synth::DipDescription flat;
   flat.depths = {0};
   write_csv(flat, "record.csv");
   const auto result = dipx({"analyse", "record.csv", "--csv"});
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(lines(result.out).size(), 1U);
+  EXPECT_EQ(lines(result.out).size(), 2U);
 }
 
 TEST_F(Outputs, JsonHasThePhasorsBeforeTheDip) {
@@ -136,7 +143,7 @@ TEST_F(Outputs, JsonHasThePhasorsBeforeTheDip) {
   const auto& before = document["events"][0]["course"]["level_before"]["voltage"];
   const double degrees[] = {0, -120, 120};
   for (std::size_t phase = 0; phase < 3; phase++) {
-    EXPECT_NEAR(before[phase]["voltage_v"], 120, 0.001) << "the harmonic is no part of the fundamental";
+    EXPECT_NEAR(before[phase]["voltage_v"], 120, 0.001) << "the harmonic is not part of the fundamental";
     EXPECT_NEAR(before[phase]["degrees"], degrees[phase], 0.001);
   }
 }
@@ -148,15 +155,15 @@ TEST_F(Outputs, QuietPrintsALinePerEvent) {
   EXPECT_TRUE(result.out.starts_with("record.csv: event 1, dip   0.2")) << result.out;
   EXPECT_TRUE(
       result.out.ends_with(" ms, residual 40.0 % of the pre-event voltage, AC; segments of the level before: E "
-                           "(AC) 40.0 %, then E (AC) 70.0 %\n"))
+                           "(AC) 40.0 %, then E (AC) 70.0 %; 1 note\n"))
       << result.out;
   synth::DipDescription flat;
   flat.depths = {0};
   write_csv(flat, "record.csv");
-  EXPECT_EQ(dipx({"analyse", "record.csv", "-q"}).out, "");
+  EXPECT_TRUE(dipx({"analyse", "record.csv", "-q"}).out.starts_with("record.csv: no events   Urms(1/2) from 100.0 % "));
 }
 
-TEST_F(Outputs, TakesOneFormAtATime) {
+TEST_F(Outputs, AllowOneFormAtATime) {
   write_csv(two_steps(), "record.csv");
   for (const std::vector<std::string>& pair :
        {std::vector<std::string>{"--json", "--csv"}, {"--json", "-q"}, {"--csv", "-q"}}) {
@@ -185,7 +192,14 @@ TEST_F(Outputs, TextNamesAnInterruptionWithinItsDip) {
   ASSERT_NE(dip, std::string::npos) << text;
   ASSERT_NE(interruption, std::string::npos) << text;
   EXPECT_NE(text.find(" below 90 % of the pre-event voltage: ABC\n", dip), std::string::npos) << text;
-  EXPECT_NE(text.find("\n  below ITIC, below SEMI F47, cell X2 of EN 50160 (by the pre-event voltage)\n", dip),
+  EXPECT_NE(text.find("\n  Trips: ITIC, IEEE 1668; not covered: SEMI F47 (the curve says nothing about\n", dip),
+            std::string::npos)
+      << text;
+  EXPECT_NE(
+      text.find("IEC 61000-4-11 class 2, IEC 61000-4-11 class 3\n  (interruptions have a test of their own)\n", dip),
+      std::string::npos)
+      << text;
+  EXPECT_NE(text.find("\n  cell X2 of EN 50160, UNIPEDE 100 % for 100 to 500 ms, type III of C4.110, IEEE\n", dip),
             std::string::npos)
       << text;
   EXPECT_NE(text.find(": 0.0 % of the pre-event voltage 230.0 V\n", interruption), std::string::npos) << text;
@@ -215,7 +229,7 @@ TEST_F(Outputs, ColoursTextOnATerminalOnly) {
   }
 }
 
-TEST_F(Outputs, ColoursNothingForADumbTerminalOrWhereTheUserSaysNo) {
+TEST_F(Outputs, HaveNoColoursForADumbTerminalOrIfTheUserRefuses) {
   write_csv(two_steps(), "record.csv");
   const auto shown = [] {
     const Terminal terminal;
@@ -229,6 +243,66 @@ TEST_F(Outputs, ColoursNothingForADumbTerminalOrWhereTheUserSaysNo) {
   setenv("NO_COLOR", "1", 1);
   EXPECT_EQ(shown(), dipx({"analyse", "record.csv", "-q"}).out);
   unsetenv("NO_COLOR");
+}
+
+/// The lines that a command shows on a terminal of a width, without colours.
+std::vector<std::string> lines_on_terminal(const std::vector<std::string>& arguments, unsigned short columns) {
+  const Terminal terminal(columns);
+  EXPECT_EQ(dipx(arguments, "/dev/null", terminal.name()).status, 0);
+  std::istringstream shown(without_colours(terminal.text()));
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(shown, line);) lines.push_back(line);
+  return lines;
+}
+
+TEST_F(Outputs, HaveNoLineThatIsWiderThanTheTerminal) {
+  const std::string example = DIPX_EXAMPLES "/rte_08_volts.csv";
+  for (const unsigned short columns : std::vector<unsigned short>{54, 64, 80}) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"analyse", example}, {"analyse", example, "-q"}, {"info", example}, {"explain"}}) {
+      const auto lines = lines_on_terminal(arguments, columns);
+      EXPECT_FALSE(lines.empty());
+      for (const std::string& line : lines) EXPECT_LE(outputs::columns_of(line), columns) << line;
+    }
+  }
+}
+
+TEST_F(Outputs, AreBrokenForATerminalOnlyWhereTheyAreTooWide) {
+  const std::string example = DIPX_EXAMPLES "/rte_08_volts.csv";
+  std::string text;
+  for (const std::string& line : lines_on_terminal({"analyse", example}, 500)) text += line + '\n';
+  EXPECT_EQ(text, dipx({"analyse", example}).out);
+}
+
+TEST_F(Outputs, ListEventsInColumnsOnATerminal) {
+  write_csv(two_steps(), "record.csv");
+  const auto lines = lines_on_terminal({"analyse", "record.csv", "-q"}, 100);
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_TRUE(lines[0].starts_with("record.csv  1 event")) << lines[0];
+  EXPECT_TRUE(lines[1].starts_with("  1  dip  ")) << lines[1];
+  // The columns are those of the line for scripts.
+  const auto piped = dipx({"analyse", "record.csv", "-q"}).out;
+  std::istringstream words(lines[1]);
+  std::string number, kind, start, second, duration, unit, percent;
+  words >> number >> kind >> start >> second >> duration >> unit >> percent;
+  for (const std::string& part : {kind + "   " + start + " s", duration + ' ' + unit, "residual " + percent + " %"}) {
+    EXPECT_NE(piped.find(part), std::string::npos) << part << " in " << piped;
+  }
+}
+
+TEST_F(Outputs, HaveATableForExcel) {
+  write_csv(two_steps(), "record.csv");
+  const auto plain = dipx({"analyse", "record.csv", "--csv"}).out;
+  EXPECT_EQ(dipx({"analyse", "record.csv", "--csv", "--csv-dialect", "plain"}).out, plain);
+  const auto excel = dipx({"analyse", "record.csv", "record.csv", "--csv", "--csv-dialect", "excel"}).out;
+  EXPECT_TRUE(
+      excel.starts_with("\xEF\xBB\xBF"
+                        "file;start_time;"))
+      << excel.substr(0, 40);
+  EXPECT_EQ(excel.find("\xEF\xBB\xBF", 3), std::string::npos) << "one mark is enough";
+  const auto refused = dipx({"analyse", "record.csv", "--csv-dialect", "excel"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("--csv"), std::string::npos) << refused.err;
 }
 
 TEST_F(Outputs, ShowsNoEscapesFromAFilesName) {
@@ -259,7 +333,7 @@ TEST_F(Outputs, AreNeverTheRecordItself) {
   EXPECT_TRUE(tests::bytes_of("record.cfg") + tests::bytes_of("record.dat") == before);
 }
 
-TEST_F(Outputs, AreNeverAFileThatIsReadFromStandardInput) {
+TEST_F(Outputs, NeverOverwriteAFileThatIsReadFromStandardInput) {
   write_csv(two_steps(), "record.csv");
   const auto before = tests::bytes_of("record.csv");
   const auto result = dipx({"analyse", "-", "--svg", "record.csv"}, "record.csv");
@@ -278,7 +352,7 @@ TEST_F(Outputs, AreDifferentFilesUnlessTheyAreDevices) {
 
 // --- what is said beside the figures ---------------------------------------------------------------------------------
 
-TEST_F(Outputs, TellWhichSideOfTheTransformerTheVoltagesAreOf) {
+TEST_F(Outputs, NameTheSideOfTheTransformerOfTheVoltages) {
   ASSERT_EQ(dipx({"synth", "-o", "record.cfg"}).status, 0);
   auto cfg = tests::bytes_of("record.cfg");
   for (auto at = cfg.find(",1,1,P"); at != std::string::npos; at = cfg.find(",1,1,P", at))

@@ -105,6 +105,31 @@ def without_c(volts):
     return [volts[0], volts[1], "0"]
 
 
+def with_currents(table):
+    """A table with four currents that follow the voltages; the last one is 3I0."""
+    heading, *rows = table.decode().splitlines()
+    lines = [heading + ",Ia_A,Ib_A,Ic_A,3I0_A"]
+    for row in rows:
+        time, *volts = row.split(",")
+        lines.append(",".join([time, *volts, *volts, "0"]))
+    return "\n".join(lines).encode() + b"\n"
+
+
+def with_digital(record):
+    """A .cff record with a digital channel that changes in its hundredth row."""
+    lines = []
+    for line in record.decode().splitlines():
+        cells = line.split(",")
+        if line == "3,3A,0D":
+            line = "4,3A,1D"
+        if cells[0] == "3" and len(cells) == 13:
+            line += "\n1,breaker,,,0"
+        if len(cells) == 5 and cells[0].isdigit():
+            line += ",1" if int(cells[0]) >= 100 else ",0"
+        lines.append(line)
+    return "\n".join(lines).encode() + b"\n"
+
+
 def documents_of(dipx):
     """Documents of all kinds, each with the value that shows that it is of its kind."""
     plain = synth(dipx)
@@ -123,6 +148,9 @@ def documents_of(dipx):
     def course(document):
         return document["events"][0]["course"]
 
+    yield "currents", of(with_currents(plain)), lambda d: len(d["events"][0]["currents"]) == 4
+    digital = of(with_digital(synth(dipx, "--format", "cff")))
+    yield "digital channel", digital, lambda d: d["digital_channels"][0]["changes"][0]["sample"] == 99
     yield "no event", of(steady), lambda d: kinds(d) == []
     yield "two steps", of(two_steps), lambda d: len(course(d)["segments"]) == 2
     yield "interruption", of(synth(dipx, "--depth", "100")), lambda d: "interruption" in kinds(d)
@@ -148,11 +176,22 @@ def documents_of(dipx):
     yield "one voltage", of(plain, "--channels", "2"), lambda d: d["voltages"][1:] == [None, None]
     yield "two voltages", of(plain, "--channels", "1,2"), lambda d: course(d)["segments"][0]["type"] is None
     yield "declared voltage", of(plain, "--nominal", "230"), lambda d: d["declared_voltage"]["level_v"] == 230
+    stretch = of(plain, "--from", "0.02", "--to", "0.9")
+    yield "stretch", stretch, lambda d: kinds(d) == ["dip"]
     yield "sliding reference", of(plain, "--reference", "sliding"), lambda d: kinds(d) == ["dip"]
     yield "line to line", of(line_to_line, "--line-to-line"), lambda d: d["voltages"][0]["channel"] == 1
     yield "computed line to line", of(plain, "--line-to-line"), lambda d: d["voltages"][0]["computed_from"] == [1, 2]
     unit = of(no_unit, "--channels", "1,2,3")
     yield "assumed unit", unit, lambda d: d["voltages"][0]["unit_assumed"] == "V"
+    through = of(two_steps, "--through", "Dyn11")
+    yield "through a transformer", through, lambda d: len(d["at_load"]["phase_voltages"]["events"][0]["segments"]) == 2
+    through = of(synth(dipx, "--depth", "100"), "--through", "YNyn0,Dyn5")
+    yield "interruption of a load", through, lambda d: len(d["at_load"]["line_voltages"]["events"]) == 2
+    through = of(changed(steady, 0.4, 0.6, higher), "--through", "Dyn11")
+    yield "swell of a load", through, lambda d: d["at_load"]["phase_voltages"]["events"][0]["kind"] == "swell"
+    changing = synth(dipx, "--depth", "5", "--duration", "3", "--start", "3", "--length", "8")
+    through = of(changing, "--through", "Yd1")
+    yield "change at a load", through, lambda d: not d["at_load"]["line_voltages"]["events"][0]["dips"]
     yield "library", of(two_steps, "--library"), lambda d: len(d["library"]["dips"][0]["segments"]) == 2
     falls_at_once = synth(dipx, "--start", "0.01")
     yield "library refuses", of(falls_at_once, "--library"), lambda d: d["library"]["refusal"]

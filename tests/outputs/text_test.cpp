@@ -1,8 +1,9 @@
-// An analysis as text: what each figure is, and what it is relative to.
+// Tests an analysis as text: each figure and its reference.
 #include "outputs/text.h"
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 #include "outputs/figures_text.h"
@@ -45,7 +46,11 @@ event 1: dip   10.2900 s to 10.5300 s
                                           Ua                Ub                Uc
   lowest Urms(1/2)                   115.0 V           229.0 V           230.0 V
     of 230.0 V                        50.0 %            99.6 %           100.0 %
-  below ITIC, below SEMI F47, cell C2 of EN 50160 (by the pre-event voltage)
+  Trips: ITIC, SEMI F47, IEC 61000-4-11 class 2, IEC 61000-4-11 class 3, IEEE
+  1668; step by step: too close to tell (SEMI F47, IEC 61000-4-11 class 3, IEEE
+  1668)
+  cell C2 of EN 50160, UNIPEDE 30 to 60 % for 100 to 500 ms, type I of C4.110,
+  IEEE 1159 instantaneous sag (by the pre-event voltage)
   on the waveform: 10.3000 s ± 0.1 ms to 10.5000 s ± 0.3 ms, 200.0 ms
     The duration by the standard is 40.0 ms longer: it counts whole cycles of
     Urms(1/2), from the beginning of the first to the end of the last, and the
@@ -95,7 +100,7 @@ TEST(Text, NamesTheReferenceWithItsVoltages) {
   expect_part(text_of(a_record(), analysis), "  declared voltage 230.0 V\n");
 }
 
-TEST(Text, NamesThresholdsAndWhatRapidChangesReferTo) {
+TEST(Text, NamesThresholdsAndTheReferenceOfRapidChanges) {
   auto analysis = nothing_found();
   analysis.options.thresholds = {85, 115, 10, 1, 2.5};
   auto text = text_of(a_record(), analysis);
@@ -109,7 +114,7 @@ TEST(Text, NamesThresholdsAndWhatRapidChangesReferTo) {
   expect_part(text_of(a_record(), analysis), "  rapid voltage changes are not looked for\n");
 }
 
-TEST(Text, TellsHowTheDeclaredVoltageIsMeant) {
+TEST(Text, StatesTheKindOfTheDeclaredVoltage) {
   auto analysis = nothing_found();
   analysis.declared = analysis::DeclaredVoltage{400, true, false, false, 400 / std::sqrt(3.0)};
   expect_part(text_of(a_record(), analysis),
@@ -123,7 +128,7 @@ TEST(Text, TellsHowTheDeclaredVoltageIsMeant) {
               "  here 57.74 V\n");
 }
 
-TEST(Text, SaysWhenTheRecordBeginsLow) {
+TEST(Text, ReportsThatTheRecordBeginsLow) {
   auto analysis = nothing_found();
   expect_no(text_of(a_record(), analysis), "note:");
   analysis.found.begins_low = true;
@@ -132,7 +137,7 @@ TEST(Text, SaysWhenTheRecordBeginsLow) {
 
 // --- events ----------------------------------------------------------------------------------------------------------
 
-TEST(Text, SaysWhatLiesOutsideOfTheRecord) {
+TEST(Text, ReportsTimesOutsideOfTheRecord) {
   auto analysis = one_dip_found();
   auto& dip = analysis.found.events[0];
   dip.end_s.reset();
@@ -147,13 +152,12 @@ TEST(Text, SaysWhatLiesOutsideOfTheRecord) {
   dip.course->point_on_wave_degrees = {};
   analysis.voltages.parts = 2;
   text = text_of(a_record(), analysis);
-  expect_part(text,
-              "event 1: dip   before the beginning of the record's part to beyond the end of the record's part\n");
+  expect_part(text, "event 1: dip   before the beginning to beyond the end of the record's part\n");
   expect_part(text, "on the waveform: before the beginning of the record's part to beyond ");
   expect_part(text, "  point on wave: -, as the dip begins before the record's part\n");
 }
 
-TEST(Text, ShowsPerCentOfTheDeclaredVoltageBesideThoseOfAnotherReference) {
+TEST(Text, ShowsPerCentOfTheDeclaredVoltageInAdditionToAnotherReference) {
   auto analysis = one_dip_found();
   analysis.declared = analysis::DeclaredVoltage{200, false, false, false, 200};
   expect_part(text_of(a_record(), analysis),
@@ -179,7 +183,35 @@ TEST(Text, ShowsASwellByItsHighestVoltage) {
   expect_part(text, "  highest Urms(1/2) 276.0 V in Uc: 120.0 % of the pre-event voltage 230.0 V\n");
   expect_part(text, "  above 110 % of the pre-event voltage: C\n");
   expect_no(text, "residual");
-  expect_no(text, "ITIC");
+  expect_part(
+      text,
+      "  Too close to tell: ITIC upper\n  cell S1 of EN 50160, IEEE 1159 instantaneous swell (by the pre-event voltage)\n");
+  analysis.found.events[0].highest_v[2] = analysis.found.events[0].extreme_v = 299;
+  expect_part(text_of(a_record(), analysis), "  Trips: ITIC upper\n");
+}
+
+TEST(Text, GivesTheIndicesOfADip) {
+  auto analysis = one_dip_found();
+  expect_no(text_of(a_record(), analysis), "dip energy");
+  analysis.indices = {assess::Indices{0.125, 20.5}};
+  expect_part(text_of(a_record(), analysis), "  dip energy 125.0 ms, lost 20.50 V s, severity 1.67 by ITIC\n");
+}
+
+TEST(Text, JudgesByTheUsersCurvesFirst) {
+  auto analysis = one_dip_found();
+  analysis.indices = {assess::Indices{0.125, 20.5}};
+  analysis.own_curves = {{"press", "Press", false, 0, {{1, 40}}}};
+  const auto text = text_of(a_record(), analysis);
+  expect_part(text, "  Rides through: Press; trips: ITIC, SEMI F47,");
+  expect_part(text, "severity 0.83 by Press\n");
+}
+
+TEST(Text, GivesTheReasonOfACurveThatDoesNotCoverADip) {
+  auto analysis = one_dip_found();
+  for (auto& segment : analysis.found.events[0].course->segments) segment.type->letter = 'A';
+  const std::string text = text_of(a_record(), analysis);
+  expect_part(text, "IEEE 1668; not\n  covered: SEMI F47 (the curve says nothing about three-phase dips)");
+  expect_part(text, "type III of C4.110");
 }
 
 TEST(Text, ShowsARapidVoltageChangeByItsTwoSizes) {
@@ -209,13 +241,13 @@ TEST(Text, ListsChangesThatBelongToNoEvent) {
   expect_no(text_of(a_record(), analysis), "belong to no event");
   analysis.found.changes_without_event = {{0.5, 0.51, {false, true, false}, {230, 230, 230}, {230, 215, 230}}};
   expect_part(text_of(a_record(), analysis),
-              "\nno events\n\nchanges of the fundamental that belong to no event\n"
+              " of the pre-event voltage\n\nchanges of the fundamental that belong to no event\n"
               "  10.5000 s to 10.5100 s: Ub from 230.0 V to 215.0 V\n");
 }
 
 // --- the course ------------------------------------------------------------------------------------------------------
 
-TEST(Text, SaysWhyTheDurationsDiffer) {
+TEST(Text, ExplainsWhyTheDurationsDiffer) {
   auto analysis = one_dip_found();
   auto& dip = analysis.found.events[0];
   const std::string longer =
@@ -247,7 +279,7 @@ TEST(Text, DoubtsACourseThatExplainsLittle) {
               "  The segments explain only 62 % of the waveform between start and end; look at\n  the waveform.\n");
 }
 
-TEST(Text, ShowsADashForWhatIsNotKnown) {
+TEST(Text, ShowsADashForUnknownFigures) {
   auto analysis = one_dip_found();
   auto& segment = analysis.found.events[0].course->segments[0];
   segment.phases[0].phase_jump_degrees.reset();
@@ -270,7 +302,7 @@ TEST(Text, ShowsNoFiguresOfASegmentThatIsNotMeasured) {
   expect_no(text, "phase jump");
 }
 
-TEST(Text, SaysWhichPhaseOfASegmentIsNotMeasured) {
+TEST(Text, NamesThePhaseOfASegmentThatIsNotMeasured) {
   auto analysis = one_dip_found();
   auto& dip = *analysis.found.events[0].course;
   dip.segments.resize(1);
@@ -295,14 +327,16 @@ TEST(Text, ShowsRmsWithinASegmentWhereItIsKnown) {
   expect_no(text, "highest one-cycle RMS");
 }
 
-TEST(Text, ShowsNoAngleAndNoSlopeOfNextToNothing) {
+TEST(Text, ShowsNoAngleAndNoSlopeForTinyVoltages) {
   auto analysis = one_dip_found();
   auto& course = *analysis.found.events[0].course;
   course.segments[0].type->characteristic = std::polar(0.01, 1.0);
-  course.steepest_change_v_per_s = {5000, 1e-9, 0};
+  course.transitions[0].phases = {true, true, false};
+  course.steepest_change_v_per_s = {5000, 1e-9, 0.1};
   const auto text = text_of(a_record(), analysis);
   expect_part(text, "    characteristic voltage 1.0 %, PN factor ");
-  expect_part(text, "  steepest change of RMS          5.000 kV/s         0.000 V/s         0.000 V/s\n");
+  // The slope of a voltage that changes in no transition is noise.
+  expect_part(text, "  steepest change of RMS          5.000 kV/s             0 V/s                 -\n");
 }
 
 TEST(Text, HasNoCourseWhereTheWaveformShowsNoChange) {
@@ -341,7 +375,7 @@ TEST(Text, NamesVoltagesBetweenPhasesByTheirLetters) {
   expect_part(text, "    sequences: positive 200.0 V, negative 50.00 V\n");
 }
 
-TEST(Text, TellsAComputedVoltageFromTheRecordedOnesBesideIt) {
+TEST(Text, MarksAComputedVoltageAmongRecordedOnes) {
   auto analysis = one_dip_found();
   analysis.voltages.between_phases = true;
   analysis.voltages.channels = {0, 1, 1};
@@ -365,7 +399,27 @@ TEST(Lines, SayADipAndItsSegmentsInOneLine) {
   EXPECT_EQ(lines_of(a_record(), analysis),
             "record.cfg: event 1, dip   before the beginning, at least 240.0 ms, residual 50.0 % of the pre-event "
             "voltage, A; segments of the level before: gradual 50.0 %\n");
-  EXPECT_EQ(lines_of(a_record(), nothing_found()), "");
+}
+
+TEST(Lines, HaveOneOfARecordWithoutEvents) {
+  auto analysis = nothing_found();
+  const std::string line = "record.cfg: no events   Urms(1/2) from 99.0 % (A) to 101.0 % (C) of the pre-event voltage";
+  EXPECT_EQ(lines_of(a_record(), analysis), line + "\n");
+  expect_part(text_of(a_record(), analysis),
+              "\nno events\n  Urms(1/2) from 99.0 % (A) to 101.0 % (C) of the pre-event voltage\n");
+  analysis.found.reference_v[1] = std::numeric_limits<double>::quiet_NaN();
+  analysis.found.reference_v[2] = std::numeric_limits<double>::quiet_NaN();
+  analysis.found.reference_v[0] = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(lines_of(a_record(), analysis), "record.cfg: no events\n");
+}
+
+TEST(Lines, CountTheNotes) {
+  auto analysis = one_dip_found();
+  analysis.notes = {"One.", "Two."};
+  expect_part(lines_of(a_record(), analysis), "; 2 notes\n");
+  analysis.found.events.clear();
+  analysis.notes.pop_back();
+  expect_part(lines_of(a_record(), analysis), "of the pre-event voltage; 1 note\n");
 }
 
 // --- the embedded library --------------------------------------------------------------------------------------------
@@ -399,7 +453,7 @@ TEST(LibraryText, IsInPlaceOfTheEvents) {
   expect_no(text, "IEC 61000-4-30, in per cent");
 }
 
-TEST(LibraryText, SaysScalingOutcomesAndWhatIsUnfinished) {
+TEST(LibraryText, ReportsScalingOutcomesAndUnfinishedDips) {
   auto analysis = one_dip_found();
   analysis.library = library_results();
   analysis.library->factor = 0.25;
@@ -409,10 +463,10 @@ TEST(LibraryText, SaysScalingOutcomesAndWhatIsUnfinished) {
   expect_part(text, "  The library got the samples times 0.25; the voltages shown are the record's\n  own again.\n");
   expect_part(text, "\n2 dips\n");
   expect_part(text, "  not analysed further: too long\n");
-  expect_part(text, "\ndip 2   10.8000 s, goes on at the record's end\n");
+  expect_part(text, "\ndip 2   10.8000 s, continues past the record's end\n");
 }
 
-TEST(LibraryText, SaysWhyARecordIsNotTaken) {
+TEST(LibraryText, ReportsWhyARecordIsRefused) {
   auto analysis = one_dip_found();
   analysis.library.emplace().refusal = "it takes three voltages, and fewer were chosen";
   expect_part(text_of(a_record(), analysis),
@@ -428,7 +482,7 @@ TEST(LibraryText, IsALineForEachDipWhereLinesAreWanted) {
   EXPECT_EQ(lines_of(a_record(), analysis), first);
   analysis.library->unfinished_dip = 2560;
   EXPECT_EQ(lines_of(a_record(), analysis),
-            first + "record.cfg: library, dip 2   10.8000 s, goes on at the record's end\n");
+            first + "record.cfg: library, dip 2   10.8000 s, continues past the record's end\n");
   analysis.library->dips[0].segments.push_back({1590, 1600, {69, 138, 138}, {0, 0, 0}, 7, 9, 25});
   expect_part(lines_of(a_record(), analysis),
               "lowest 69.00 V, 30.0 % of nominal; single-phase dip, A, then three-phase");
@@ -442,7 +496,57 @@ TEST(LibraryText, IsALineForEachDipWhereLinesAreWanted) {
             "record.cfg: the library does not take this record: it takes three voltages, and fewer were chosen\n");
 }
 
+// --- figures that are not known
+// ---------------------------------------------------------------------------------------
+
+TEST(Text, SaysThatALevelIsNotKnown) {
+  auto analysis = one_dip_found();
+  analysis.found.reference_v[1] = analysis.usual_v[1] = std::numeric_limits<double>::quiet_NaN();
+  expect_part(text_of(a_record(), analysis), "  pre-event voltage: Ua 230.0 V, Ub unknown, Uc 230.0 V\n");
+  analysis.declared = analysis::DeclaredVoltage{230, false, false, false, 230};
+  expect_part(text_of(a_record(), analysis), "declared voltage: Ua 100.0 %, Ub unknown,");
+}
+
+TEST(Text, HasNoPercentagesOfAReferenceOfZero) {
+  auto analysis = one_dip_found();
+  auto& event = analysis.found.events[0];
+  event.course.reset();
+  event.kind = measure::EventKind::swell;
+  event.reference_v = 0;
+  const auto text = text_of(a_record(), analysis);
+  expect_part(text, "  highest Urms(1/2) 115.0 V in Ua: the pre-event voltage is zero\n");
+  expect_part(text, "    of 0.000 V                             -                 -                 -\n");
+  expect_part(lines_of(a_record(), analysis), "highest 115.0 V, ");
+  event.kind = measure::EventKind::rapid_voltage_change;
+  event.delta_max_v = 7;
+  event.delta_steady_v = 5;
+  expect_part(text_of(a_record(), analysis),
+              "  largest change 7.000 V, steady change 5.000 V, of the pre-event voltage");
+  expect_part(lines_of(a_record(), analysis), "largest change 7.000 V, ");
+}
+
 // --- width -----------------------------------------------------------------------------------------------------------
+
+TEST(Text, KeepsAnEventBeyondBothEndsWithinEightyColumns) {
+  auto analysis = one_dip_found();
+  analysis.voltages.parts = 2;
+  auto& event = analysis.found.events[0];
+  event.kind = measure::EventKind::interruption;
+  event.start_known = false;
+  event.end_s.reset();
+  event.course.reset();
+  expect_part(text_of(a_record(), analysis),
+              "\nevent 1: interruption\n  before the beginning to beyond the end of the record's part\n");
+}
+
+TEST(Text, WrapsTheOriginOfTheRecord) {
+  auto record = a_record();
+  record.station = "Substation North 110 kV";
+  record.device = "Recorder of feeder 17";
+  record.start_time = "31/12/1998,23:59:59.998000";
+  expect_part(text_of(record, one_dip_found()),
+              "  CSV, Substation North 110 kV, Recorder of feeder 17,\n  31/12/1998,23:59:59.998000\n");
+}
 
 TEST(Text, KeepsWithinEightyColumns) {
   auto analysis = one_dip_found();
@@ -462,3 +566,13 @@ TEST(Text, KeepsWithinEightyColumns) {
 }
 
 }  // namespace
+
+TEST(Lines, GiveTheTimeOfDayAndTheTimeFromTheTrigger) {
+  const auto analysis = one_dip_found();
+  auto record = a_record();
+  record.start_time = "14/01/2008,12:30:06.000000";
+  record.trigger = 10.0;
+  const std::string lines = lines_of(record, analysis);
+  expect_part(lines, " s (2008-01-14T12:30:16.");
+  expect_part(lines, "ms after the trigger), ");
+}

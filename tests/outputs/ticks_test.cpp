@@ -1,4 +1,4 @@
-// Ticks of an axis are round, few, and bounded whatever the axis shows.
+// Tests that the ticks of an axis are round, few, and limited in number for any range.
 #include "outputs/ticks.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ TEST(Ticks, AreRoundValuesWithinTheirBounds) {
   EXPECT_EQ(ticks.base(), 0);
 }
 
-TEST(Ticks, AreBoundedWhateverTheBoundsAre) {
+TEST(Ticks, AreLimitedInNumberForAnyBounds) {
   constexpr double huge = std::numeric_limits<double>::max();
   constexpr double infinity = std::numeric_limits<double>::infinity();
   const double bounds[] = {-infinity, -huge, -1.7e9,       -1,   -1e-300,    0,    1e-300,   1e-12,       1,
@@ -48,7 +48,7 @@ TEST(Ticks, HaveShortTextsFarFromZero) {
   for (const double tick : ticks.values()) EXPECT_EQ(ticks.text(tick).size(), 3U) << ticks.text(tick);
 }
 
-TEST(Ticks, AreNoneWhereThereIsNoSpan) {
+TEST(Ticks, DoNotExistWithoutASpan) {
   EXPECT_TRUE(Ticks(1, 1).values().empty());
   EXPECT_TRUE(Ticks(2, 1).values().empty());
 }

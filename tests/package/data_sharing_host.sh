@@ -1,5 +1,6 @@
 #!/bin/sh
-# data_sharing_host.sh PREFIX LIBDIR CC HOST.c: exported data stays one with a host linked without position independence.
+# data_sharing_host.sh PREFIX LIBDIR CC HOST.c: a host that is linked without position independence shares the library's
+# exported data.
 set -eu
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT

@@ -1,6 +1,6 @@
 #!/bin/sh
-# headers.sh PREFIX CC CXX: each installed header compiles on its own without a warning: those of the embedded library as
-# C11 and as C++ from 17 on, those of the measuring library as C++20.
+# headers.sh PREFIX CC CXX: each installed header compiles on its own without a warning: those of the embedded library
+# as C11 and as C++ from 17 on, those of the measuring library and of the readers as C++20.
 set -eu
 include=$1/include
 cd "$include"
@@ -12,9 +12,9 @@ for header in dipx_dll.h sagx/*.h; do
     count=$((count + 1))
   done
 done
-for header in measure/*.h; do
+for header in measure/*.h readers/*.h readers/voltages/*.h; do
   printf '#include <%s>\n#include <%s>\nint main() { return 0; }\n' "$header" "$header" |
     $3 -x c++ -std=c++20 -Wall -Wextra -Wshadow -Wconversion -pedantic -Werror -I"$include" -fsyntax-only -
   count=$((count + 1))
 done
-[ "$count" -ge 54 ] || { echo "only $count compilations: headers are missing"; exit 1; }
+[ "$count" -ge 63 ] || { echo "there were only $count compilations, so headers are missing"; exit 1; }

@@ -21,6 +21,9 @@ cat printed
 grep -qx 'dip 1: 88.4 ms, begins 318 degrees on the wave of phase A' printed
 grep -qx '  segment 1, 0.3259 s to 0.3714 s: category 9, 27.36 27.58 24.71 kV, unbalance 19.4 %' printed
 [ -s dipx_result.txt ]
+python3 "$examples/hosts/record_host.py" "$examples/rte_08_volts.csv" 128 900 2>printed >/dev/null
+cat printed
+[ "$(cat printed)" = '88.4 ms, lowest voltage of each segment: 24.71 kV' ]
 ./threaded_host 2>&1 >/dev/null | grep -v '^\[SAGX\]' >printed
 cat printed
 [ "$(wc -l <printed)" -eq 2 ]

@@ -58,6 +58,16 @@ TEST_F(NamedSet, IsRefusedWithTheListOfChannels) {
   EXPECT_EQ(refusal("Ua,Ub,1"), "r.cfg: 'Ua,Ub,1' names a channel twice" + list);
 }
 
+TEST_F(NamedSet, IsRefusedWithAListThatStaysShort) {
+  record.channels.assign(1000, channel(std::string(200, 'n'), std::string(200, 'u')));
+  const std::string refused = refusal("Ua");
+  EXPECT_LT(refused.size(), 10000U);
+  const std::string n = std::string(40, 'n') + "...";
+  const std::string u = std::string(40, 'u') + "...";
+  EXPECT_NE(refused.find(": 1 " + n + " [" + u + "], 2 "), std::string::npos) << refused;
+  EXPECT_TRUE(refused.ends_with(", 100 " + n + " [" + u + "] and 900 more")) << refused;
+}
+
 TEST_F(NamedSet, MayHaveOneOrTwoVoltages) {
   const auto two = named_voltage_set(record, "Ua,Uc");
   EXPECT_EQ(two.count, 2U);

@@ -47,11 +47,24 @@ TEST(ClockTime, AppendsTheZoneThatTheFileGives) {
   EXPECT_EQ(at("x"), "2014-01-08T12:30:06.000000");
 }
 
+TEST(ClockTime, LeavesOutWhatFollowsTheTime) {
+  EXPECT_EQ(readers::iso_time(record_of("CSV", "2023-12-31T23:59:58.5Z"), 0), "2023-12-31T23:59:58.500000");
+}
+
 TEST(ClockTime, IsEmptyForWhatIsNoDateAndTime) {
   for (const char* text : {"", "12:30:06", "08/01/2014", "99/99/2014,12:30:06", "08/01/2014,25:30:06", "0,0"}) {
     EXPECT_EQ(readers::iso_time(record_of("COMTRADE 1999 ASCII", text), 0), "") << text;
   }
   EXPECT_EQ(readers::iso_time(record_of("CSV", "2023-12-31 23:59:59.5"), 1e21), "");
+}
+
+TEST(ClockTime, IsEmptyForYearsOfMoreThanFourDigits) {
+  for (const char* text : {"31/12/199899999 23:59:59", "31/12/10000 23:59:59", "31/12/99999999999999999999 23:59:59"}) {
+    EXPECT_EQ(readers::iso_time(record_of("COMTRADE 1999 ASCII", text), 0), "") << text;
+  }
+  const auto last_day = record_of("COMTRADE 1999 ASCII", "31/12/9999 23:59:59");
+  EXPECT_EQ(readers::iso_time(last_day, 0), "9999-12-31T23:59:59.000000");
+  EXPECT_EQ(readers::iso_time(last_day, 1), "");
 }
 
 TEST(ClockTime, SaysWhetherDayAndMonthCouldBeExchanged) {

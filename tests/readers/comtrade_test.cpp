@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "readers/text.h"
 #include "tests/readers/scratch_folder.h"
 
 namespace readers {
@@ -361,7 +362,7 @@ TEST_F(ComtradeReader, TakesNoMemoryForClaimedRates) {
 // --- unusual but readable files --------------------------------------------------------------------------------------
 
 TEST_F(ComtradeReader, NotesALineFrequencyThatSaysNothing) {
-  for (const std::string frequency : {"0", "unknown", "", "-50"}) {
+  for (const std::string frequency : {"0", "unknown", "", "-50", "0.4", "1e9", "nan"}) {
     Cfg cfg;
     cfg.frequency = frequency;
     const Record record = read(cfg.text(), three_rows);
@@ -517,8 +518,20 @@ TEST_F(ComtradeReader, RefusesAChannelLineThatIsTooShort) {
 TEST_F(ComtradeReader, RefusesAScaleThatIsNoNumber) {
   EXPECT_EQ(refusal("S,R,1999\n1,1A,0D\n1,Ua,A,,V,one,0,0,0,0\n", three_rows),
             in_cfg("line 3: analog channel 1 of 1: the scale factor 'one' is not a number; correct the line"));
-  EXPECT_EQ(refusal("S,R,1999\n1,1A,0D\n1,Ua,A,,V,1,inf,0,0,0\n", three_rows),
-            in_cfg("line 3: analog channel 1 of 1: the offset 'inf' is not a number; correct the line"));
+  EXPECT_EQ(refusal("S,R,1999\n1,1A,0D\n1,Ua,A,,V,1,none,0,0,0\n", three_rows),
+            in_cfg("line 3: analog channel 1 of 1: the offset 'none' is not a number; correct the line"));
+}
+
+TEST_F(ComtradeReader, LeavesAChannelWithoutValuesIfItsScaleIsNotFinite) {
+  for (const std::string scale : {"inf,0", "1,nan", "1.#INF,0", "-1.#IND,0"}) {
+    const Record record = read("S,R,1999\n2,2A,0D\n1,Ua,A,,V,1,0,0,0,0\n2,X,,,A," + scale +
+                                   ",0,0,0\n50\n1\n1000,2\n01/01/2020,00:00:00\n01/01/2020,00:00:00\nASCII\n1\n",
+                               "1,0,10,1\n2,1000,20,2\n");
+    EXPECT_EQ(record.channels[0].samples, (std::vector<double>{10, 20})) << scale;
+    EXPECT_TRUE(std::isnan(record.channels[1].samples[0])) << scale;
+    ASSERT_EQ(record.notes.size(), 1U) << scale;
+    EXPECT_NE(record.notes[0].find("so the channel has no values"), std::string::npos) << record.notes[0];
+  }
 }
 
 TEST_F(ComtradeReader, RefusesOtherTypesOfData) {
@@ -559,6 +572,146 @@ TEST_F(ComtradeReader, RefusesARecordWithoutSamples) {
   Cfg cfg;
   cfg.type = "BINARY";
   EXPECT_EQ(refusal(cfg.text(), "short"), expected);
+}
+
+// --- numbers that no recorder writes ---------------------------------------------------------------------------------
+
+TEST_F(ComtradeReader, RefusesARateThatNoRecorderHas) {
+  Cfg cfg;
+  for (const std::string rate : {"100000001", "1e9", "2.5e9", "1e22", "1e300", "1.7976931348623157e308"}) {
+    cfg.rates = "1\n" + rate + ",3\n";
+    EXPECT_EQ(refusal(cfg.text(), three_rows),
+              in_cfg("line 7: sampling rate 1 of 1 is " + number_text(*parse_number(rate)) +
+                     " samples per second, more than any recorder takes (at most 1e+08); correct the line, or set the "
+                     "rate to 0 so that the time stamps decide"));
+  }
+  cfg.rates = "1\n100000000,3\n";
+  EXPECT_EQ(read(cfg.text(), three_rows).rates[0].rate, 1e8);
+}
+
+TEST_F(ComtradeReader, RefusesARateThatIsNoRate) {
+  Cfg cfg;
+  for (const std::string rate : {"nan", "inf", "-inf", "1e999", "", "x"}) {
+    cfg.rates = "1\n" + rate + ",3\n";
+    EXPECT_EQ(refusal(cfg.text(), three_rows),
+              in_cfg("line 7: sampling rate 1 of 1: '" + rate + "' is not a number; correct the line"));
+  }
+  for (const std::string rate : {"-1", "-1e300", "-1e-300"}) {
+    cfg.rates = "1\n" + rate + ",3\n";
+    EXPECT_EQ(refusal(cfg.text(), three_rows), in_cfg("line 7: sampling rate 1 of 1 is negative; correct the line"));
+  }
+}
+
+TEST_F(ComtradeReader, DerivesARateOfZeroFromTheTimeStamps) {
+  Cfg cfg;
+  cfg.rates = "1\n0,3\n";
+  EXPECT_EQ(read(cfg.text(), three_rows).rates[0].rate, 1000);
+}
+
+TEST_F(ComtradeReader, RefusesTimeStampsThatGiveARateThatNoRecorderHas) {
+  Cfg cfg;
+  cfg.rates = "1\n0,3\n";
+  cfg.tail = "0.000001\n";
+  EXPECT_EQ(refusal(cfg.text(), "1,0,1,2\n2,1,3,4\n3,2,5,6\n"),
+            in_cfg("its sampling rate would be 1e+12 samples per second, more than any recorder takes (at most 1e+08); "
+                   "state the actual rate in the .cfg file, and check its time stamp factor"));
+}
+
+TEST_F(ComtradeReader, RefusesARecordThatLastsMoreThanACentury) {
+  Cfg cfg;
+  for (const std::string rate : {"9e-10", "1e-300", "5e-324"}) {
+    cfg.rates = "1\n" + rate + ",3\n";
+    const std::string refused = refusal(cfg.text(), three_rows);
+    EXPECT_TRUE(refused.starts_with(in_cfg("the record would last "))) << rate << ": " << refused;
+    EXPECT_TRUE(
+        refused.ends_with(", more than a century; correct the sampling rate in the .cfg file, and check its "
+                          "time stamp factor"))
+        << rate << ": " << refused;
+  }
+  cfg.rates = "1\n1e-9,3\n";  // 3 samples of 1e9 s are less than a century, one more is not
+  EXPECT_EQ(read(cfg.text(), three_rows).rates[0].rate, 1e-9);
+}
+
+TEST_F(ComtradeReader, IgnoresTimeStampsThatAreMoreThanACenturyAway) {
+  const auto rows = [](std::size_t damaged, const std::string& stamp) {
+    std::string text;
+    for (std::size_t i = 0; i < 100; i++) {
+      text += fmt::format("{},{},{},5\n", i + 1, i == damaged ? stamp : std::to_string(1000 * i), i);
+    }
+    return text;
+  };
+  Cfg cfg;
+  cfg.rates = "1\n1000,100\n";
+  for (const std::size_t damaged : {0U, 1U, 40U, 98U, 99U}) {
+    for (const std::string stamp : {"1500000000000000000000", "-3155760000100000", "3155760000100000", "inf"}) {
+      const Record record = read(cfg.text(), rows(damaged, stamp));
+      ASSERT_EQ(record.rates.size(), 1U) << damaged << " " << stamp;
+      EXPECT_EQ(record.rates[0].end, 100U);
+      EXPECT_EQ(record.notes, Strings{fmt::format("1 time stamp is more than a century away from the others and was "
+                                                  "ignored; the first is that of sample {}.",
+                                                  damaged + 1)})
+          << stamp;
+    }
+  }
+}
+
+TEST_F(ComtradeReader, KeepsRecordsInPartsThatAreNearlyACenturyApart) {
+  std::string rows;
+  for (int i = 0; i < 100; i++) rows += fmt::format("{},{},1,2\n", i + 1, 1000.0 * i + (i < 50 ? 0 : 3.1e15));
+  Cfg cfg;
+  cfg.rates = "1\n1000,100\n";
+  const Record record = read(cfg.text(), rows);
+  ASSERT_EQ(record.rates.size(), 2U);
+  EXPECT_NEAR(record.rates[1].start, 3.1e9, 1);
+}
+
+TEST_F(ComtradeReader, IgnoresATimeSkewThatNoDeviceHas) {
+  for (const std::string skew : {"1000001", "-1e300", "inf"}) {
+    std::string cfg = Cfg{}.text();
+    cfg.replace(cfg.find("0.5,10,0,"), 9, "0.5,10," + skew + ",");
+    const Record record = read(cfg, three_rows);
+    EXPECT_EQ(record.channels[0].skew, 0) << skew;
+    EXPECT_EQ(record.notes, Strings{"Line 3 of the configuration file: the time skew '" + skew +
+                                    "' of analog channel 1 of 2 is not usable and was ignored."});
+  }
+}
+
+TEST_F(ComtradeReader, IgnoresATimeStampFactorThatNoProgramWrites) {
+  for (const std::string factor : {"1e-320", "1e-10", "1e10", "1e300"}) {
+    Cfg cfg;
+    cfg.tail = factor + "\n";
+    const Record record = read(cfg.text(), three_rows);
+    EXPECT_EQ(record.rates[0].rate, 1000);
+    EXPECT_EQ(record.notes, Strings{"Line 11 of the configuration file: the time stamp factor '" + factor +
+                                    "' is not usable; 1 is used."});
+  }
+}
+
+TEST_F(ComtradeReader, CutsTextsThatAreTooLong) {
+  std::string name = "Ua";
+  while (name.size() < 65536) name += "_A";
+  std::string station;
+  for (int i = 0; i < 300; i++) station += "\xC3\x84";
+  std::string cfg = Cfg{}.text();
+  cfg.replace(cfg.find("Ua,A,"), 5, name + "," + std::string(300, 'p') + ",");
+  cfg.replace(cfg.find("kV"), 2, std::string(257, 'u'));
+  cfg.replace(0, 16, station + "," + std::string(1000, 'd'));
+  const Record record = read(cfg, three_rows);
+  EXPECT_EQ(record.channels[0].name, name.substr(0, 256));
+  EXPECT_EQ(record.channels[0].phase, std::string(256, 'p'));
+  EXPECT_EQ(record.channels[0].unit, std::string(256, 'u'));
+  EXPECT_EQ(record.device, std::string(256, 'd'));
+  EXPECT_EQ(record.station, station.substr(0, 512));
+  EXPECT_EQ(record.notes,
+            Strings{"The text of the station has 300 characters and was cut to 256; 4 more texts were cut too."});
+}
+
+TEST_F(ComtradeReader, CutsATimeThatIsTooLong) {
+  std::string cfg = Cfg{}.text();
+  cfg.replace(cfg.find("31/12"), 2, std::string(300, '3'));
+  const Record record = read(cfg, three_rows);
+  EXPECT_EQ(record.start_time, std::string(256, '3'));
+  EXPECT_EQ(record.notes, Strings{"The text of the time of the first sample has 324 characters and was cut to 256."});
 }
 
 // --- the two files ---------------------------------------------------------------------------------------------------

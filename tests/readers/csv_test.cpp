@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "readers/text.h"
 #include "tests/readers/scratch_folder.h"
 
 namespace readers {
@@ -123,6 +124,26 @@ TEST(CsvReader, TakesUnitsFromNames) {
   EXPECT_EQ(units_of(record), (Strings{"V", "kV", "V", "mV", "", "A", "Hz", "furlong"}));
 }
 
+TEST(CsvReader, ReadsCellsSeparatedByBlanks) {
+  for (const char* text : {"t Ua Ub\n0 1.5 -2\n0.001 3 4e1\n", "  t   Ua   Ub \r\n  0   1.5  -2 \r\n0.001  3  40\r\n",
+                           "# exported\nt Ua Ub\n0 1,5 -2\n0,001 3 40\n"}) {
+    const Record record = read_csv("t.txt", text, {});
+    EXPECT_EQ(names_of(record), (Strings{"Ua", "Ub"})) << text;
+    ASSERT_EQ(record.channels.size(), 2U) << text;
+    EXPECT_EQ(record.channels[0].samples, (std::vector<double>{1.5, 3})) << text;
+    EXPECT_EQ(record.channels[1].samples, (std::vector<double>{-2, 40})) << text;
+    EXPECT_DOUBLE_EQ(record.rates.at(0).rate, 1000) << text;
+  }
+  // Blanks after commas and within time stamps separate nothing.
+  EXPECT_EQ(read_csv("t.csv", "t, U a, U b\n0, 1, 2\n0.001, 3, 4\n", {}).channels.size(), 2U);
+  EXPECT_EQ(read_csv("t.csv", "t,U a\n2020-01-01 12:00:00.000,1\n2020-01-01 12:00:00.001,3\n", {}).channels.size(), 1U);
+}
+
+TEST(CsvReader, TakesUnitsFromNamesOfCurrents) {
+  const Record record = read_csv("t.csv", "Ia_A,3I0_A,Line 1 IL2 (A),bay_Ib_A,V in_A\n1,2,3,4,5\n", {50});
+  EXPECT_EQ(names_of(record), (Strings{"Ia", "3I0", "Line 1 IL2", "bay_Ib", "V in_A"}));
+}
+
 TEST(CsvReader, DoesNotTakeAPhaseForAUnit) {
   const Record record = read_csv("t.csv", "U_A,U (A),v_Ug_A,U [a],Ua_SUB_A_VT2\n1,2,3,4,5\n", {50});
   EXPECT_EQ(names_of(record), (Strings{"U_A", "U (A)", "v_Ug_A", "U [a]", "Ua_SUB_A_VT2"}));
@@ -197,11 +218,10 @@ TEST(CsvReader, AsksForTheRateWithoutTimes) {
   EXPECT_EQ(refusal("Ua,Ub\n1,2\n3,4\n", -5), expected);
 }
 
-TEST(CsvReader, PrefersTheTimesToAGivenRateAndSaysSo) {
+TEST(CsvReader, PrefersAGivenRateToTheTimesAndSaysSo) {
   const Record record = read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {500});
-  EXPECT_EQ(record.rates[0].rate, 1000);
-  EXPECT_EQ(record.notes,
-            Strings{"The given rate (500 samples per second) was not used, because the times in the table give 1000."});
+  EXPECT_EQ(record.rates[0].rate, 500);
+  EXPECT_EQ(record.notes, Strings{"The given rate of 500 samples per second is used; the file gives 1000."});
   EXPECT_TRUE(read_csv("t.csv", "t,Ua\n0,1\n0.001,2\n", {1000}).notes.empty());
 }
 
@@ -209,6 +229,36 @@ TEST(CsvReader, RoundsARateNextToAWholeNumber) {
   EXPECT_EQ(read_csv("t.csv", "t,Ua\n0,1\n0.00015625,2\n0.0003125,3\n").rates[0].rate, 6400);
   EXPECT_EQ(read_csv("t.csv", "t,Ua\n0.0000,1\n0.0003,2\n0.0007,3\n0.0010,4\n").rates[0].rate, 3000);
   EXPECT_NEAR(read_csv("t.csv", "t,Ua\n0,1\n0.000999,2\n").rates[0].rate, 1001.001, 1e-3);
+}
+
+/// The start and the zone of a table whose first two rows have these stamps.
+Strings start_of(const std::string& first, const std::string& second, const std::string& heading = "time,Ua") {
+  const Record record = read_csv("t.csv", heading + "\n" + first + ",1\n" + second + ",2\n", {1000});
+  return {record.start_time, record.time_zone};
+}
+
+TEST(CsvReader, KeepsTheDateTimeAndZoneOfTheFirstRow) {
+  EXPECT_EQ(start_of("2026-11-21T10:00:00.000Z", "2026-11-21T10:00:00.001Z"),
+            (Strings{"2026-11-21 10:00:00.000", "+00:00"}));
+  EXPECT_EQ(start_of("2026-11-21 10:00:09.5+05:30", "2026-11-21 10:00:09.501+05:30"),
+            (Strings{"2026-11-21 10:00:09.5", "+05:30"}));
+  EXPECT_EQ(start_of("21.11.2026 1:00:00.000 PM", "21.11.2026 1:00:00.001 PM"),
+            (Strings{"21.11.2026 13:00:00.000", ""}));
+  EXPECT_EQ(start_of("21.11.2026,23:59:59", "22.11.2026,00:00:00", "Date,Time,Ua"),
+            (Strings{"21.11.2026 23:59:59", ""}));
+}
+
+TEST(CsvReader, HasNoStartWithoutADateOrWithoutHours) {
+  EXPECT_EQ(start_of("10:00:00.000", "10:00:00.001"), (Strings{"", ""}));
+  EXPECT_EQ(start_of("00:00.000", "00:00.001"), (Strings{"", ""}));
+  EXPECT_EQ(start_of("0", "0.001"), (Strings{"", ""}));
+}
+
+TEST(CsvReader, ReadsHoursBeforeAZoneWithMinutes) {
+  const Record record =
+      read_csv("t.csv", "time,Ua\n2026-11-21 10:00:00.000+05:30,1\n2026-11-21 10:00:00.001+05:30,2\n");
+  EXPECT_EQ(record.rates[0].rate, 1000);
+  EXPECT_TRUE(record.notes.empty()) << record.notes[0];
 }
 
 TEST(CsvReader, AllowsForTheRoundingOfWrittenTimes) {
@@ -240,6 +290,63 @@ TEST(CsvReader, TakesExponentsThatNoIntHolds) {
   for (const char* zero : {"0e-3200171434797366", "0.0e99999999999999999999"}) {
     const Record record = read_csv("t.csv", std::string("t,Ua\n") + zero + ",1\n0.001,2\n0.002,3\n");
     EXPECT_EQ(record.rates[0].rate, 1000) << zero;
+  }
+}
+
+TEST(CsvReader, CutsNamesThatAreTooLong) {
+  std::string name = "Ua";
+  while (name.size() < 32768) name += "_A";
+  const Record record = read_csv("t.csv", "t," + name + "_kV,Ub [" + std::string(300, 'u') + "]\n0,1,2\n0.001,3,4\n");
+  EXPECT_EQ(names_of(record), (Strings{name.substr(0, 256), "Ub"}));
+  EXPECT_EQ(units_of(record), (Strings{"kV", std::string(256, 'u')}));
+  EXPECT_EQ(record.notes,
+            Strings{"The text of column 2 has 32768 characters and was cut to 256; 1 more text was cut too."});
+}
+
+TEST(CsvReader, RefusesARateThatNoRecorderHas) {
+  for (const int exponent : {-9, -10, -17, -25, -300, -307}) {
+    std::string table = "t [s],Ua [V]\n";
+    for (int i = 0; i < 400; i++) table += fmt::format("{}e{},{}\n", i, exponent, i % 7);
+    const std::string refused = refusal(table);
+    EXPECT_TRUE(refused.starts_with("t.csv: the times give a sampling rate of ")) << exponent << ": " << refused;
+    EXPECT_TRUE(
+        refused.ends_with("samples per second, more than any recorder takes (at most 1e+08); check the unit of "
+                          "the column of times (s, ms or us)"))
+        << exponent << ": " << refused;
+  }
+  EXPECT_EQ(read_csv("t.csv", "t,Ua\n0e-8,1\n1e-8,2\n2e-8,3\n").rates[0].rate, 1e8);
+}
+
+TEST(CsvReader, RefusesATableThatLastsMoreThanACentury) {
+  for (const int exponent : {10, 21, 300, 307}) {
+    std::string table = "t [s],Ua [V]\n";
+    for (int i = 0; i < 9; i++) table += fmt::format("{}e{},{}\n", i, exponent, i % 7);
+    const std::string refused = refusal(table);
+    EXPECT_TRUE(refused.starts_with("t.csv: the times give a sampling rate of ")) << exponent << ": " << refused;
+    EXPECT_TRUE(
+        refused.ends_with("samples per second, at which the record lasts more than a century; check the unit of "
+                          "the column of times (s, ms or us)"))
+        << exponent << ": " << refused;
+  }
+  EXPECT_EQ(read_csv("t.csv", "t,Ua\n0,1\n1e9,2\n2e9,3\n").rates[0].rate, 1e-9);
+}
+
+TEST(CsvReader, RefusesAGivenRateThatNoRecorderHas) {
+  for (const double rate : {1.01e8, 1e22, 1e300}) {
+    EXPECT_EQ(refusal("Ua\n1\n2\n", rate),
+              fmt::format("t.csv: the given sampling rate is {} samples per second, more than any recorder takes (at "
+                          "most 1e+08); give the actual rate with --rate",
+                          number_text(rate)));
+  }
+  EXPECT_EQ(refusal("Ua\n1\n2\n", 1e-300),
+            "t.csv: the given sampling rate is 1e-300 samples per second, at which the record lasts more than a "
+            "century; give the actual rate with --rate");
+  const double nan = std::nan("");
+  for (const double none : {0.0, -1.0, -1e300, nan, HUGE_VAL}) {
+    EXPECT_EQ(refusal("Ua\n1\n2\n", none),
+              "t.csv: no column holds the time, so the sampling rate is not known; give it with --rate (samples per "
+              "second)")
+        << none;
   }
 }
 
@@ -348,7 +455,7 @@ TEST(CsvReader, PassesOverRemarksInFrontOfTheTable) {
   EXPECT_EQ(units_of(record), (Strings{"V", "V"}));
   EXPECT_EQ(record.notes, Strings{"The 2 lines before the table were skipped."});
   EXPECT_EQ(read_csv("t.csv", "Export of today\n0.000,1,2,3\n0.001,3,4,5\n").notes,
-            (Strings{"The line before the table was skipped.", "The first column is read as the time in seconds."}));
+            (Strings{"The line before the table was skipped.", "The first column is read as the time."}));
 }
 
 TEST(CsvReader, ReadsTheSeparatorThatASpreadsheetStates) {

@@ -1,4 +1,4 @@
-#include "readers/voltages/fourier.h"
+#include "readers/fourier.h"
 
 #include <gtest/gtest.h>
 

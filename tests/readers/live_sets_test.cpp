@@ -67,13 +67,92 @@ TEST(LiveSets, AlternateWithTheLineWhereOthersDo) {
   for (const char* name : {"U1a", "U1b", "U1c"}) channels.push_back(channel(name, "V", "", direct));
   Record record = record_of(channels);
   record.rates = {{1000, 400}};
-  EXPECT_TRUE(find_voltage_sets(record).front().live) << "there is no better set";
+  EXPECT_FALSE(find_voltage_sets(record).front().live);
+  EXPECT_FALSE(find_voltage_sets(record).front().alternates);
   for (const char* name : {"U2a", "U2b", "U2c"}) record.channels.push_back(channel(name, "V", "", alternating));
   const auto sets = find_voltage_sets(record);
   ASSERT_EQ(sets.size(), 2U);
   EXPECT_EQ(sets[0].channels[0], 3U);
   EXPECT_TRUE(sets[0].live);
   EXPECT_FALSE(sets[1].live);
+}
+
+TEST(LiveSets, MayHoldRmsValuesUnlessOthersAreWaveforms) {
+  std::vector<double> trend;
+  for (int i = 0; i < 200; i++) trend.push_back(i > 50 && i < 60 ? 40 : 100 + 0.1 * (i % 5));
+  Record record =
+      record_of({channel("Ua", "V", "", trend), channel("Ub", "V", "", trend), channel("Uc", "V", "", trend)});
+  for (const double rate : {0.1, 1.0, 5.0, 100.0, 120.0}) {
+    record.rates = {{rate, 200}};
+    const auto set = find_voltage_sets(record).front();
+    EXPECT_FALSE(set.alternates) << rate;
+    const bool as_instruments_record = rate >= 5;
+    EXPECT_EQ(set.rms, as_instruments_record) << rate;
+    EXPECT_EQ(set.live, as_instruments_record) << rate;
+  }
+  record.rates = {{100, 200}};
+  for (double& value : record.channels[1].samples) value -= 50;
+  EXPECT_FALSE(find_voltage_sets(record).front().rms) << "no RMS value is negative";
+}
+
+TEST(LiveSets, OfRmsValuesMayHavePhasesThatDoNotChange) {
+  std::vector<double> dip(200, 100.0);
+  dip[60] = 40;
+  const std::vector<double> steady(200, 100.0);
+  Record record =
+      record_of({channel("Ua", "V", "", dip), channel("Ub", "V", "", steady), channel("Uc", "V", "", steady)});
+  record.rates = {{100, 200}};
+  EXPECT_TRUE(find_voltage_sets(record).front().rms);
+  EXPECT_TRUE(find_voltage_sets(record).front().live);
+  for (double& value : record.channels[2].samples) value = 0;
+  EXPECT_FALSE(find_voltage_sets(record).front().live) << "a phase without voltage carries no usable signal";
+  record.channels[0].samples = record.channels[2].samples = steady;
+  EXPECT_FALSE(find_voltage_sets(record).front().live) << "nothing changes";
+  // A waveform with a phase that does not change is not usable.
+  for (std::size_t i = 0; i < 200; i++) record.channels[0].samples[i] = i % 2 == 0 ? 100 : -100;
+  EXPECT_FALSE(find_voltage_sets(record).front().live);
+  EXPECT_FALSE(find_voltage_sets(record).front().rms);
+}
+
+TEST(LiveSets, OfRmsValuesHaveTheirPhasesBehindTheWord) {
+  std::vector<double> trend(200, 230.0);
+  for (std::size_t i = 0; i < 200; i++) trend[i] += 0.1 * static_cast<double>(i % 7);
+  for (const char* name : {"Urms L1", "U1 RMS", "URMS(1/2) L1", "Urms1/2 L1", "U L1 rms"}) {
+    std::vector<Channel> channels;
+    for (const char phase : {'1', '2', '3'}) {
+      std::string own = name;
+      own[own.find_last_of('1', own.ends_with('1') ? own.npos : own.find(' ') + 2)] = phase;
+      channels.push_back(channel(own, "V", "", trend));
+    }
+    Record record = record_of(channels);
+    record.rates = {{100, 200}};
+    const auto sets = find_voltage_sets(record);
+    ASSERT_EQ(sets.size(), 1U) << name;
+    EXPECT_TRUE(sets[0].rms) << name;
+    EXPECT_EQ(sets[0].channels, (std::array<std::size_t, 3>{0, 1, 2})) << name;
+  }
+}
+
+TEST(LiveSets, MayHaveAnOffset) {
+  std::vector<Channel> channels;
+  for (int phase = 0; phase < 3; phase++) {
+    std::vector<double> wave;
+    for (int i = 0; i < 400; i++)
+      wave.push_back(500 + 100 * std::sin(2 * 3.141592653589793 * (i / 20.0 - phase / 3.0)));
+    channels.push_back(channel(std::string("U") + "abc"[phase], "V", "", wave));
+  }
+  Record record = record_of(channels);
+  record.rates = {{1000, 400}};
+  EXPECT_TRUE(find_voltage_sets(record).front().live);
+}
+
+TEST(LiveSets, HaveAPlausibleLevel) {
+  for (const double volts : {0.0037, 0.1}) {
+    const std::vector<double> samples = {volts, -volts};
+    const Record record =
+        record_of({channel("Ua", "V", "", samples), channel("Ub", "V", "", samples), channel("Uc", "V", "", samples)});
+    EXPECT_EQ(find_voltage_sets(record).front().live, volts > 0.02) << volts;
+  }
 }
 
 TEST(LiveSets, AreNotNamedAsCurrentsWhereOthersAreNot) {

@@ -56,17 +56,15 @@ TEST_F(OpenRecord, ReadsTablesUnderOtherNames) {
 
 TEST_F(OpenRecord, RefusesOtherFilesWithTheListOfWhatIsRead) {
   const std::string expected =
-      "is not a supported kind of record; supported are COMTRADE records (.cfg with .dat, or .cff) and CSV files "
-      "(.csv, .tsv, .txt); standard input (-) may be .cff or CSV";
+      "is not a supported kind of record; supported are COMTRADE records (.cfg with .dat, or .cff), PQDIF files (.pqd, "
+      ".pqdif) and CSV files (.csv, .tsv, .txt), also in zip and gzip files; standard input (-) may be .cff, PQDIF, "
+      "CSV, zip or gzip";
   EXPECT_EQ(refusal("r.bin", "a,b\0c,d"s), expected);
   EXPECT_EQ(refusal("r.doc", "no separators here\n1,2\n"), expected);
   EXPECT_EQ(refusal("empty", ""), expected);
 }
 
 TEST_F(OpenRecord, RefusesKnownKindsByName) {
-  const std::string pqdif = "PQDIF records are not supported; convert it to a COMTRADE record or a CSV table";
-  EXPECT_EQ(refusal("r.pqd", "x"), pqdif);
-  EXPECT_EQ(refusal("r.PQDIF", "x"), pqdif);
   EXPECT_EQ(refusal("r.hdr", "x"),
             "is the header file of a COMTRADE record, which holds only remarks; name the .cfg "
             "file of the record");

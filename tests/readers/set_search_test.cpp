@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -104,6 +105,27 @@ TEST(VoltageSets, SayHowTheirPhasesWereToldApart) {
   EXPECT_EQ(source(record_named({"UA left", "UB middle", "UC right"}, "V")), PhaseSource::order);
   EXPECT_EQ(source(record_of({channel("x", "V", "A"), channel("x", "V", "B"), channel("x", "V", "C")})),
             PhaseSource::phase_field);
+}
+
+// --- long names ------------------------------------------------------------------------------------------------------
+
+TEST(VoltageSets, AreFoundByLongNamesInLinearTime) {
+  // The names have a mark at every other place. If each of them took as long as the name, the search would take
+  // minutes.
+  constexpr std::size_t length = 200000;
+  for (const std::string piece : {"_A", "_1", "a", " ", "ua", "_ua", "uab_", "u1-u2"}) {
+    std::vector<std::string> names;
+    for (const char* phase : {"a", "b", "c"}) {
+      std::string name;
+      while (name.size() < length) name += piece;
+      names.push_back(name + " U" + phase);
+    }
+    const auto start = std::chrono::steady_clock::now();
+    const Record record = record_named(names, "V");
+    find_voltage_sets(record);
+    find_line_to_line_sets(record);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20)) << piece;
+  }
 }
 
 // --- line-to-line voltages -------------------------------------------------------------------------------------------

@@ -42,6 +42,21 @@ TEST(InertText, TakesTheEffectOutOfControlCharacters) {
             "turnedround");
 }
 
+TEST(InertText, HasNoCharactersThatAreInvisible) {
+  // Joiners, marks of direction, tags, variation selectors and fillers: with them, two names may look alike and differ.
+  for (const char* invisible :
+       {"\xC2\xAD",        "\xCD\x8F",     "\xD8\x9C",     "\xE1\x85\x9F",     "\xE1\x85\xA0",     "\xE1\x9E\xB4",
+        "\xE1\xA0\x8E",    "\xE2\x80\x8B", "\xE2\x80\x8C", "\xE2\x80\x8D",     "\xE2\x80\x8E",     "\xE2\x80\x8F",
+        "\xE2\x80\xAA",    "\xE2\x80\xAE", "\xE2\x81\xA0", "\xE2\x81\xA1",     "\xE2\x81\xA4",     "\xE2\x81\xA5",
+        "\xE2\x81\xA6",    "\xE2\x81\xA9", "\xE2\x81\xAF", "\xE3\x85\xA4",     "\xEF\xB8\x8F",     "\xEF\xBB\xBF",
+        "\xEF\xBE\xA0",    "\xEF\xBF\xB9", "\xEF\xBF\xBB", "\xF0\x9D\x85\xB3", "\xF3\xA0\x80\x81", "\xF3\xA0\x84\x80",
+        "\xF3\xA0\x87\xAF"}) {
+    EXPECT_EQ(inert(std::string("U") + invisible + "a"), "Ua") << testing::PrintToString(invisible);
+  }
+  const std::string neighbours = "\xE2\x80\x90\xE2\x81\x9E\xE2\x81\xB0\xD8\x9B\xD8\x9F\xEF\xBF\xBC";
+  EXPECT_EQ(inert(neighbours), neighbours);
+}
+
 TEST(CitedText, IsInertAndShort) {
   EXPECT_EQ(cited("12\x1B"
                   "A"),
@@ -54,6 +69,16 @@ TEST(CitedText, IsCutBetweenCharacters) {
   std::string forty;
   for (int i = 0; i < 40; i++) forty += "\xC2\xB5";
   EXPECT_EQ(cited(forty + forty), "'" + forty + "...'");
+}
+
+TEST(Characters, AreCountedAndCutWhole) {
+  EXPECT_EQ(count_characters(""), 0U);
+  EXPECT_EQ(count_characters("a\xC2\xB5\xE7\x94\xB5\xF0\x9F\x98\x80"), 4U);
+  EXPECT_EQ(first_characters("a\xC2\xB5\xE7\x94\xB5", 2), "a\xC2\xB5");
+  EXPECT_EQ(first_characters("ab", 3), "ab");
+  EXPECT_EQ(first_characters("ab", 0), "");
+  EXPECT_EQ(shortened(std::string(40, 'x')), std::string(40, 'x'));
+  EXPECT_EQ(shortened(std::string(41, 'x')), std::string(40, 'x') + "...");
 }
 
 TEST(FileMarks, AreTakenOffBothEnds) {

@@ -69,11 +69,12 @@ TEST(TimeStamps, ThatAreMissingDoNotDisturbAStatedRate) {
   EXPECT_EQ(table.notes, Strings{});
 }
 
-TEST(TimeStamps, ThatDisagreeWithTheStatedRateAreSaidAndLeft) {
+TEST(TimeStamps, ThatDisagreeWithTheStatedRateLeaveTheDecisionToTheCaller) {
   const TimeTable table = table_of(1000, even(50, 500));
   EXPECT_EQ(table.sections[0].rate, 1000);
-  EXPECT_EQ(table.notes, Strings{"The time stamps give a sampling rate of 2000 samples per second, but the file "
-                                 "states 1000, which is used."});
+  EXPECT_EQ(table.contradicting_rate, 2000);
+  EXPECT_EQ(table.contradicted_rate, 1000);
+  EXPECT_EQ(table.notes, Strings{});
 }
 
 // --- places where time is missing ------------------------------------------------------------------------------------

@@ -157,7 +157,7 @@ class Shared {
   Value* values_;
 };
 
-/// Returns the resident memory to the page, which statm does not.
+/// Returns the resident memory in KiB, exact to a page; the figures in statm are less exact.
 long resident_kilobytes() {
   std::ifstream file("/proc/self/smaps_rollup");
   for (std::string word; file >> word;) {

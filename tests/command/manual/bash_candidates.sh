@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# bash_candidates.sh FOLDER WORD...: what bash offers for the last WORD of a command line, one a line.
+# bash_candidates.sh FOLDER WORD...: prints the candidates that bash offers for the last WORD of a command line, one per
+# line.
 set -eu
 # shellcheck source=/dev/null
 source "$1/dipx.bash"
@@ -7,7 +8,7 @@ shift
 complete -p dipx | grep -q -- '-F _dipx' || { echo "dipx has no completion"; exit 1; }
 # Outside of a completion, bash does not let its options be changed.
 compopt() { :; }
-# Bash takes "=" for a word of its own.
+# Bash treats "=" as a separate word.
 COMP_WORDS=()
 for word; do
   if [[ $word == --*=* ]]; then

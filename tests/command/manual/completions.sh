@@ -1,6 +1,6 @@
 #!/bin/sh
-# completions.sh CANDIDATES PAGES COMMAND: what a shell offers, CANDIDATES being the script that asks it, PAGES the folder
-# of its completion and COMMAND the built command.
+# completions.sh CANDIDATES PAGES COMMAND: tests the candidates that a shell offers. CANDIDATES is the script that asks
+# the shell, PAGES the folder of its completion, and COMMAND the built command.
 set -eu
 candidates=$1
 pages=$2
@@ -37,17 +37,29 @@ offers '' dipx analyse --channels fau
 offers '' dipx synth fau
 offers 'cff cfg csv' dipx synth --format c
 offers 'cff cfg' dipx synth --format=cf
+offers '--health' dipx watch --hea
 offers 'declared pre-event sliding' dipx analyse --reference ''
 offers 'swell' dipx analyse --fail-on=s
 offers 'fault.cfg' dipx analyse --options fau
 offers '--dip-threshold' dipx analyse --dip
 offers '' dipx unknown --re
+offers 'add' dipx archive a
+offers '--jobs' dipx archive add --jo
+offers '--segments' dipx archive export --seg
+offers 'fault.cfg' dipx archive add records/fault.dat records/fault.c
+offers 'csv' dipx archive export --format=c
+offers '' dipx archive unknown --se
 
 # Everything that --help lists is offered, under its own subcommand.
 count=0
-for subcommand in $("$command" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]*\)[ ,].*/\1/p'); do
-  offered=$(timeout 30 "$candidates" "$pages" dipx "$subcommand" --)
-  for option in $("$command" "$subcommand" --help | grep -oE '^ +(-[a-z],)?--[a-z-]+' | sed 's/.*--/--/'); do
+subcommands=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\)[ ,].*/\1/p')
+of_archive=$("$command" archive --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\)[ ,].*/archive-\1/p')
+for name in $subcommands $of_archive; do
+  subcommand=$(echo "$name" | tr '-' ' ')
+  # shellcheck disable=SC2086  # one word or two
+  offered=$(timeout 30 "$candidates" "$pages" dipx $subcommand --)
+  # shellcheck disable=SC2086
+  for option in $("$command" $subcommand --help | grep -oE '^ +(-[a-z],)?--[a-z-]+' | sed 's/.*--/--/'); do
     echo "$offered" | grep -qx -e "$option" || {
       echo "dipx $subcommand $option is not offered"
       failed=1

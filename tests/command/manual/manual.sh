@@ -1,21 +1,25 @@
 #!/bin/sh
-# manual.sh PAGES COMMAND: the manual pages are sound for both formatters in use, and hold every subcommand and option of
-# --help.
+# manual.sh PAGES COMMAND: both common formatters accept the manual pages, and the pages contain every subcommand and
+# option of --help.
 set -eu
 pages=$1
 command=$2
 failed=0
 complain() { echo "$*"; failed=1; }
 
-# shown SUBCOMMAND: its page as plain text on one line.
+# shown SUBCOMMAND: its page as plain text on one line. A command within a command has a page such as dipx-archive-add.
 shown() {
-  mandoc -Tascii "$pages/dipx${1:+-$1}.1" | col -bx | tr '\n' ' ' | tr -s ' '
+  mandoc -Tascii "$pages/$(echo "dipx $1" | sed -e 's/ *$//' -e 's/ /-/g').1" | col -bx | tr '\n' ' ' | tr -s ' '
 }
 
 count=0
-subcommands=$("$command" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]*\)[ ,].*/\1/p')
-for subcommand in '' $subcommands; do
-  page=$pages/dipx${subcommand:+-$subcommand}.1
+subcommands=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\)[ ,].*/\1/p')
+of_archive=$("$command" archive --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\)[ ,].*/\1/p')
+pages_of_archive=
+for subcommand in $of_archive; do pages_of_archive="$pages_of_archive archive-$subcommand"; done
+for name in '' $subcommands $pages_of_archive; do
+  page=$pages/dipx${name:+-$name}.1
+  subcommand=$(echo "$name" | tr '-' ' ')
   mandoc -Tlint -Wwarning "$page" || complain "$page: mandoc warns"
   warnings=$(groff -man -Tutf8 -ww -z "$page" 2>&1)
   [ -z "$warnings" ] || complain "$warnings"
@@ -33,6 +37,9 @@ for subcommand in '' $subcommands; do
 done
 for subcommand in $subcommands; do
   case $(shown '') in *"dipx-$subcommand(1)"*) ;; *) complain "dipx.1 does not lead to dipx-$subcommand.1" ;; esac
+done
+for subcommand in $of_archive; do
+  case $(shown archive) in *"dipx-archive-$subcommand(1)"*) ;; *) complain "dipx-archive.1 does not lead to $subcommand" ;; esac
 done
 [ "$count" -ge 25 ] || complain "only $count options looked for"
 exit $failed

@@ -1,12 +1,13 @@
 #!/usr/bin/env zsh
-# zsh_candidates.zsh FOLDER WORD...: what zsh offers for the last WORD of a command line, one a line. Zsh completes only
-# at a prompt: one is run at a pseudo terminal, and compadd writes down what it is given.
+# zsh_candidates.zsh FOLDER WORD...: prints the candidates that zsh offers for the last WORD of a command line, one per
+# line. Zsh completes only at a prompt, so it is run on a pseudo terminal, and a replaced compadd writes its arguments
+# down.
 emulate -R zsh
 zmodload zsh/zpty
 folder=$1
 shift
 zpty prompt zsh -f -i
-# Behind the fork, which would take the trap along.
+# The trap is set after the fork, which would otherwise inherit it.
 candidates=$(mktemp)
 trap 'rm -f $candidates' EXIT
 answer() { local seen; zpty -r prompt seen "*$1*" || exit 1; }

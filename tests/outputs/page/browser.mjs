@@ -1,4 +1,4 @@
-// Drives headless Chromium over its debugging pipe: opens a page, acts on it as a user does, looks at it.
+// Drives headless Chromium over its debugging pipe: opens a page, acts on it as a user does and reads it.
 import { spawn } from "node:child_process";
 import { mkdtempSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
@@ -72,7 +72,8 @@ export class Browser {
 
   async stop() {
     const ended = new Promise((done) => this.process.once("exit", done));
-    this.process.kill();
+    // A browser that is killed leaves children that still write into its folder.
+    await this.send("Browser.close").catch(() => this.process.kill());
     await ended;
     rmSync(this.folder, { recursive: true, force: true, maxRetries: 5 });
   }
@@ -107,7 +108,7 @@ class Page {
     });
   }
 
-  /// What an expression gives, after its promise where it is one.
+  /// Returns the value of an expression; if it is a promise, its result.
   async value(expression) {
     const { result, exceptionDetails } = await this.send("Runtime.evaluate", { expression, returnByValue: true, awaitPromise: true });
     if (exceptionDetails) throw new Error(exceptionDetails.exception?.description ?? exceptionDetails.text);

@@ -1,0 +1,15 @@
+// `dipx archive export`: prints the events of a database.
+#pragma once
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace command {
+
+/// Adds the subcommand. `statuses`: the exit statuses, for its help.
+void add_archive_export(CLI::App& archive, const std::string& statuses);
+
+}  // namespace command

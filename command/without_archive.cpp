@@ -1,0 +1,30 @@
+// Replaces the subcommands that need a database in a build without SQLite: the command line stays the same, and their
+// use is refused.
+#include <CLI/CLI.hpp>
+
+#include "command/archive_command.h"
+#include "command/left_out.h"
+#include "command/watch_command.h"
+
+namespace command {
+
+namespace {
+
+void add_refused(CLI::App& app, const std::string& name, const std::string& description, const std::string& statuses) {
+  CLI::App* refused = app.add_subcommand(name, description + " (not in this build)");
+  refused->footer("This build has no databases, because SQLite (libsqlite3-dev) was missing.\n\n" + statuses);
+  refused->allow_extras();
+  refused->callback([name] { throw LeftOut("dipx " + name, "SQLite (libsqlite3-dev)"); });
+}
+
+}  // namespace
+
+void add_archive(CLI::App& app, const std::string& statuses) {
+  add_refused(app, "archive", "Keep the results of many records in a database", statuses);
+}
+
+void add_watch(CLI::App& app, const std::string& statuses) {
+  add_refused(app, "watch", "Analyse the records that arrive in a folder, as a service", statuses);
+}
+
+}  // namespace command

@@ -1,0 +1,99 @@
+"""The extension module; users need only the package dipx."""
+
+from typing import Any, Dict, List, Optional, Sequence, Tuple
+
+import numpy as np
+import numpy.typing as npt
+
+version: str
+event_dtype: np.dtype[Any]
+
+class DeclaredKind:
+    by_level: DeclaredKind
+    phase: DeclaredKind
+    line: DeclaredKind
+
+class Reference:
+    declared: Reference
+    sliding: Reference
+    pre_event: Reference
+
+class Thresholds:
+    dip: float
+    swell: float
+    interruption: float
+    hysteresis: float
+    rapid_change: float
+
+class VoltageChoice:
+    channels: str
+    set: int
+    part: int
+    line_to_line: bool
+    line_frequency: float
+
+class Options:
+    choice: VoltageChoice
+    nominal: float
+    nominal_kind: DeclaredKind
+    reference: Optional[Reference]
+    thresholds: Thresholds
+    def __init__(self) -> None: ...
+    def add_curve(self, text: str, file: str) -> None: ...
+    def set_through(self, groups: str) -> None: ...
+
+class Record:
+    @property
+    def file(self) -> str: ...
+    @property
+    def sources(self) -> List[str]: ...
+    @property
+    def format(self) -> str: ...
+    @property
+    def station(self) -> str: ...
+    @property
+    def device(self) -> str: ...
+    @property
+    def start_time(self) -> str: ...
+    @property
+    def trigger_time(self) -> str: ...
+    @property
+    def time_zone(self) -> str: ...
+    @property
+    def trigger_s(self) -> Optional[float]: ...
+    @property
+    def line_frequency(self) -> float: ...
+    @property
+    def length(self) -> int: ...
+    @property
+    def notes(self) -> List[str]: ...
+    @property
+    def stretch(self) -> Optional[Tuple[float, float]]: ...
+    def channels(self) -> List[Dict[str, Any]]: ...
+    def digitals(self) -> List[Tuple[str, bool, List[Tuple[int, float, bool]]]]: ...
+    def sections(self) -> List[Tuple[int, int, float, float]]: ...
+    def samples(self, channel: int) -> npt.NDArray[np.float64]: ...
+    def clock(self, seconds: float) -> str: ...
+
+class Analysis:
+    def json(self) -> str: ...
+    def text(self) -> str: ...
+    def svg(self, event: int) -> str: ...
+    def curves(self) -> Tuple[npt.NDArray[np.float64], npt.NDArray[np.float64]]: ...
+
+def read(
+    path: bytes,
+    rate: float,
+    charset: str,
+    from_s: Optional[float],
+    to_s: Optional[float],
+    choice: Optional[Options],
+) -> Record: ...
+def from_arrays(
+    arrays: Sequence[Tuple[str, str, str, npt.NDArray[np.float64]]], rate: float, file: str, start_time: str
+) -> Record: ...
+def measure(record: Record, options: Options) -> Analysis: ...
+def run_library(
+    va: npt.NDArray[np.float32], vb: npt.NDArray[np.float32], vc: npt.NDArray[np.float32], samples_per_cycle: int
+) -> npt.NDArray[Any]: ...
+def wait_for_abandoned() -> None: ...

@@ -1,0 +1,74 @@
+// Tests dipx analyse with several records and folders.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "tests/command/dipx_command.h"
+#include "tests/command/made_record.h"
+#include "tests/core/working_folder.h"
+
+namespace {
+
+class SeveralRecords : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::filesystem::create_directories("rec/inner");
+    for (const char* stem : {"rec/a", "rec/b", "rec/inner/c"}) {
+      tests::MadeRecord(230, 0.4, 1600).lower("A", 0.1, 0.25, 100).write_comtrade(stem);
+    }
+  }
+  static auto lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
+
+  tests::WorkingFolder folder;
+};
+
+TEST_F(SeveralRecords, HaveOneTableWithOneHeading) {
+  const auto all = tests::dipx({"analyse", "--csv", "rec"});
+  EXPECT_EQ(all.status, 0) << all.err;
+  EXPECT_EQ(all.err, "");
+  std::string joined;
+  for (const char* file : {"rec/a.cfg", "rec/b.cfg", "rec/inner/c.cfg"}) {
+    const std::string one = tests::dipx({"analyse", "--csv", file}).out;
+    joined += joined.empty() ? one : one.substr(one.find('\n') + 1);
+  }
+  EXPECT_EQ(all.out, joined);
+  EXPECT_EQ(tests::dipx({"analyse", "--csv", "rec/a.cfg", "rec/b.dat", "rec/inner"}).out, joined);
+}
+
+TEST_F(SeveralRecords, AreDocumentsInLines) {
+  const auto all = tests::dipx({"analyse", "--json-lines", "rec"});
+  EXPECT_EQ(all.status, 0) << all.err;
+  EXPECT_EQ(lines(all.out), 3);
+  const auto one = tests::dipx({"analyse", "--json-lines", "rec/a.cfg"});
+  EXPECT_EQ(lines(one.out), 1);
+  EXPECT_TRUE(all.out.starts_with(one.out));
+  EXPECT_EQ(nlohmann::json::parse(one.out), nlohmann::json::parse(tests::dipx({"analyse", "--json", "rec/a.cfg"}).out));
+  EXPECT_EQ(tests::dipx({"analyse", "--json-lines", "--csv", "rec"}).status, 1);
+}
+
+TEST_F(SeveralRecords, AreShownThoughOneOfThemCannotBeRead) {
+  std::ofstream("rec/aa.csv") << "t,Ua\n0,x\n";
+  const auto all = tests::dipx({"analyse", "-q", "rec"});
+  EXPECT_EQ(all.status, 2);
+  EXPECT_EQ(lines(all.out), 3);
+  EXPECT_TRUE(all.err.starts_with("dipx: rec/aa.csv: ")) << all.err;
+  EXPECT_TRUE(all.err.ends_with("dipx: 1 of 4 records could not be analysed; the others are shown\n")) << all.err;
+}
+
+TEST_F(SeveralRecords, AreLookedForEventsTogether) {
+  EXPECT_EQ(tests::dipx({"analyse", "-q", "rec", "--fail-on", "dip"}).status, 10);
+  EXPECT_EQ(tests::dipx({"analyse", "-q", "rec", "--fail-on", "swell"}).status, 0);
+}
+
+TEST_F(SeveralRecords, HaveNoFigure) {
+  const auto result = tests::dipx({"analyse", "rec", "--svg", "figure.svg"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "dipx: --svg, --pdf, --png, --html, --report and --certificate show one record; name a single file\n");
+  EXPECT_FALSE(std::filesystem::exists("figure.svg"));
+}
+
+}  // namespace

@@ -1,0 +1,2 @@
+# The target is made in web/dependencies.cmake.
+set(ZLIB_FOUND TRUE)
