@@ -25,10 +25,8 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || !defined(NDEBUG)
+#if defined(DIPX_SANITIZED) || !defined(NDEBUG)
 constexpr bool checked = true;
-#elif defined(__has_feature)
-constexpr bool checked = __has_feature(address_sanitizer);
 #else
 constexpr bool checked = false;
 #endif

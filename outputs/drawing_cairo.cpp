@@ -11,7 +11,7 @@
 #include "outputs/drawable.h"
 #include "readers/text.h"
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef DIPX_SANITIZED
 // The library that finds cairo's fonts keeps its memory until the process ends, which is not a leak of dipx.
 extern "C" {
 __attribute__((visibility("default"))) const char* __lsan_default_suppressions();

@@ -3,8 +3,8 @@
 # its tests: all except the soak test with the presets release and debug, only the quick ones with all others.
 set -eu
 cd "$(dirname "$0")/.."
-scripts/setup.sh chromium fish groff mandoc postgresql python3-jsonschema zsh pybind11-dev python3-dev python3-matplotlib \
-  python3-numpy python3-pandas python3-pytest python3-setuptools python3-venv python3-wheel python3-xarray
+scripts/setup.sh chromium clang-16 fish groff libclang-rt-16-dev mandoc postgresql python3-jsonschema zsh \
+  pybind11-dev python3-dev python3-matplotlib python3-numpy python3-pandas python3-pytest python3-setuptools python3-venv python3-wheel python3-xarray
 [ $# -gt 0 ] || set -- release asan
 for preset; do
   cmake --preset "$preset" -DDIPX_WARNINGS_AS_ERRORS=ON -DDIPX_BUILD_TESTS=ON -DDIPX_PAGE=ON -DDIPX_PYTHON=ON

@@ -49,7 +49,7 @@ class ArchiveFaults : public tests::Archiving {
   tests::Descriptor null_{open("/dev/null", O_RDONLY | O_CLOEXEC)};
 };
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef DIPX_SANITIZED
 constexpr int records = 60;  // The sanitizers make each record ten times as slow.
 #else
 constexpr int records = 400;
@@ -161,7 +161,7 @@ TEST_F(ArchiveFaults, WorkersEndWithTheRun) {
 }
 
 TEST_F(ArchiveFaults, ARecordThatNeedsTooMuchMemoryCostsOnlyItself) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef DIPX_SANITIZED
   GTEST_SKIP() << "sanitizers take memory of their own";
 #endif
   make_records(4);
