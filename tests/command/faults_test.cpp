@@ -130,7 +130,7 @@ class Nobody {
 };
 
 TEST_F(Faults, AFolderThatCannotBeWrittenToGetsNoFile) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef DIPX_SANITIZED
   if (getuid() == 0) GTEST_SKIP() << "LeakSanitizer cannot inspect a process that runs as the user \"nobody\"";
 #endif
   std::filesystem::create_directory("closed");

@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef DIPX_SANITIZED
 constexpr int records_of_round = 3;  // The sanitizers make each record ten times as slow.
 #else
 constexpr int records_of_round = 20;
