@@ -1,6 +1,6 @@
 #!/bin/sh
 # second_compiler.sh: builds the embedded and the measuring library with Clang, optimised as released, and runs their
-# tests, which compare every optimised kernel with its plain form. That Clang compiles all other sources without a
+# quick tests, which compare every optimised kernel with its plain form. That Clang compiles all other sources without a
 # warning is shown by the build for the sanitizers, see check.sh.
 set -eu
 cd "$(dirname "$0")/.."
@@ -11,5 +11,5 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 root=$PWD
 cd "$scratch"
-"$root/build/clang/tests/core/dipx_test" --gtest_brief=1
+"$root/build/clang/tests/core/dipx_test" --gtest_brief=1 '--gtest_filter=-AMillion*'
 "$root/build/clang/tests/measure/measure_test" --gtest_brief=1
