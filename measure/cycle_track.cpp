@@ -112,8 +112,9 @@ void CycleTrack::find_frequency() {
     looks.push_back(turning(fundamental, chunk * apart, stride * hop, hops / stride));
   }
   const std::size_t best = looks.empty() ? 0 : typical_chunk(looks) * apart;
+  std::size_t now = hop;
   for (int round = 0; round < rounds; round++) {
-    const std::size_t now = set_window();
+    if (round > 0) now = set_window();
     if (waveform_.length() < best + window_ + now) return;
     const Turning found = turning(fundamental, best, now, std::min(hops, (waveform_.length() - window_ - best) / now));
     if (!(found.level > 0) || !std::isfinite(found.hertz)) return;
@@ -194,7 +195,7 @@ std::size_t CycleTrack::cycle_at(double seconds) const {
 
 bool CycleTrack::is_missing(std::size_t cycle) const {
   for (std::size_t phase = 0; phase < waveform_.phases.size(); phase++) {
-    if (!absent_[phase] && !std::isfinite(std::abs(phasors_[cycle][phase]))) return true;
+    if (!absent_[phase] && !std::isfinite(phasors_[cycle][phase].real())) return true;
   }
   return false;
 }
@@ -204,13 +205,17 @@ void CycleTrack::find_steady() {
   constexpr double steady_drift = 0.03;   // from the stretch's first cycle
   constexpr std::size_t fewest_cycles = 2;
   const std::size_t phases = waveform_.phases.size();
+  std::vector<PerPhase> magnitudes(cycles());
+  for (std::size_t k = 0; k < cycles(); k++) {
+    for (std::size_t phase = 0; phase < phases; phase++) magnitudes[k][phase] = std::abs(phasors_[k][phase]);
+  }
   const auto magnitudes_differ = [&](std::size_t one, std::size_t other, double most) {
     double largest = 0;
     double change = 0;
     for (std::size_t phase = 0; phase < phases; phase++) {
       if (absent_[phase]) continue;
-      const double a = std::abs(phasors_[one][phase]);
-      const double b = std::abs(phasors_[other][phase]);
+      const double a = magnitudes[one][phase];
+      const double b = magnitudes[other][phase];
       largest = std::max({largest, a, b});
       change = std::max(change, std::abs(a - b));
     }
@@ -226,7 +231,7 @@ void CycleTrack::find_steady() {
       for (std::size_t phase = 0; phase < phases; phase++) {
         if (absent_[phase]) continue;
         double sum = 0;
-        for (std::size_t i = begin; i < k; i++) sum += std::abs(phasors_[i][phase]);
+        for (std::size_t i = begin; i < k; i++) sum += magnitudes[i][phase];
         stretch.level[phase] = sum / static_cast<double>(k - begin) / std::numbers::sqrt2;
       }
       steady_.push_back(stretch);

@@ -1,13 +1,13 @@
 #include "measure/half_cycle_rms.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
 #include <optional>
 
 #include "measure/cycle_track.h"
+#include "measure/lane_sums.h"
 
 namespace measure {
 
@@ -20,19 +20,6 @@ constexpr double at_crossing = 1e-4;
 /// Zero crossings are not followed if the voltage is below this share of the usual one.
 constexpr double too_little_to_follow = 0.3;
 
-/// Returns the sum of the squares of samples `first` to, not including, `end`.
-double squares(const double* samples, std::size_t first, std::size_t end) {
-  constexpr std::size_t lanes = 4;
-  std::array<double, lanes> sums{};
-  std::size_t i = first;
-  for (; i + lanes <= end; i += lanes) {
-    for (std::size_t lane = 0; lane < lanes; lane++) sums[lane] += samples[i + lane] * samples[i + lane];
-  }
-  double sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
-  for (; i < end; i++) sum += samples[i] * samples[i];
-  return sum;
-}
-
 /// Returns the integral of the squares over a time in samples; sample i covers the time from i to i + 1.
 double energy(const double* samples, double from, double to) {
   if (!(from < to)) return 0;  // at the end of the samples there is none to read
@@ -40,7 +27,8 @@ double energy(const double* samples, double from, double to) {
   const auto last = static_cast<std::size_t>(to);
   const auto square = [&](std::size_t i) { return samples[i] * samples[i]; };
   if (first == last) return (to - from) * square(first);
-  double sum = (static_cast<double>(first) + 1 - from) * square(first) + squares(samples, first + 1, last);
+  double sum =
+      (static_cast<double>(first) + 1 - from) * square(first) + sum_of_squares(samples + first + 1, last - first - 1);
   const double rest = to - static_cast<double>(last);
   if (rest > 0) sum += rest * square(last);
   return sum;
@@ -66,7 +54,7 @@ HalfCycleRms half_cycle_rms(const Waveform& waveform, std::size_t phase, const C
   // is too low to follow.
   const auto after_crossing = [&](double seconds) {
     const Phasor phasor = track.phasors(track.cycle_at(seconds))[phase];
-    if (!(std::abs(phasor) > followed)) return 0.0;
+    if (!(std::norm(phasor) > followed * followed)) return 0.0;
     const double half_turns = (omega * seconds + std::arg(phasor)) / std::numbers::pi + 0.5;
     return half_turns - std::round(half_turns);
   };

@@ -1,16 +1,10 @@
 #include "measure/window_phasor.h"
 
-#include <array>
 #include <cmath>
 
+#include "measure/lane_sums.h"
+
 namespace measure {
-
-namespace {
-
-/// The sums are split into this many partial sums, which compilers can vectorise.
-constexpr std::size_t lanes = 4;
-
-}  // namespace
 
 WindowPhasor::WindowPhasor(double radians_per_sample, std::size_t samples) {
   // Relative to the middle of the window the cosine is even and the sine is odd, so the sine is fitted separately.
@@ -43,22 +37,7 @@ WindowPhasor::WindowPhasor(double radians_per_sample, std::size_t samples) {
 }
 
 Phasor WindowPhasor::of(const double* samples) const {
-  std::array<double, lanes> re_sums{};
-  std::array<double, lanes> im_sums{};
-  const double* re = re_.data();
-  const double* im = im_.data();
-  const std::size_t whole = size() / lanes * lanes;
-  for (std::size_t k = 0; k < whole; k += lanes) {
-    for (std::size_t lane = 0; lane < lanes; lane++) re_sums[lane] += samples[k + lane] * re[k + lane];
-    for (std::size_t lane = 0; lane < lanes; lane++) im_sums[lane] += samples[k + lane] * im[k + lane];
-  }
-  double re_sum = (re_sums[0] + re_sums[1]) + (re_sums[2] + re_sums[3]);
-  double im_sum = (im_sums[0] + im_sums[1]) + (im_sums[2] + im_sums[3]);
-  for (std::size_t k = whole; k < size(); k++) {
-    re_sum += samples[k] * re[k];
-    im_sum += samples[k] * im[k];
-  }
-  return {re_sum, im_sum};
+  return sum_of_products(samples, re_.data(), im_.data(), size());
 }
 
 }  // namespace measure
