@@ -29,9 +29,11 @@ inline double rounded_hertz(double hertz) {
   return to_unit(hertz, 1e4);
 }
 
-/// Rounds voltages to six significant digits.
+/// Rounds voltages to six significant digits. What is smaller than any recorder's step is what cancelled sums leave,
+/// whose digits differ between machines; it is zero.
 inline double rounded_volts(double volts) {
-  return analysis::rounded_to_digits(volts, 6);
+  constexpr double smallest_step = 1e-9;
+  return std::abs(volts) < smallest_step ? 0 : analysis::rounded_to_digits(volts, 6);
 }
 
 }  // namespace outputs
