@@ -68,6 +68,30 @@ std::vector<ReportedEvent> events_of(Store& store, const Report& report) {
   return events;
 }
 
+/// Compares the clocks of the sites by the segments of all dips, whatever the period is.
+std::vector<ClockOffset> compared_clocks(Store& store, const Report& report) {
+  std::vector<std::string> sites;
+  std::vector<SeenDip> dips;
+  store.query(
+      "SELECT e.site, e.start_clock, e.start_s, min(s.start_s), max(s.end_s), count(*), count(s.end_s) FROM events e "
+      "JOIN segments s ON s.sha256 = e.sha256 AND s.part = e.part AND s.set_number = e.set_number "
+      "AND s.parameters = e.parameters AND s.version = e.version AND s.event = e.number "
+      "WHERE e.parameters = $1 AND e.version = $2 AND e.kind = 'dip' "
+      "GROUP BY e.site, e.start_clock, e.start_s, e.sha256, e.part, e.set_number, e.number ORDER BY e.site",
+      {report.parameters, report.version}, [&](const Row& row) {
+        const auto clock = clock_seconds(text_of(row[1]));
+        const auto start = number_of(row[2]);
+        const auto first = number_of(row[3]);
+        const auto last = number_of(row[4]);
+        const bool ends = whole_of(row[5]) == whole_of(row[6]);
+        if (!clock || !start || !first || !last || !ends) return;
+        const std::string site = text_of(row[0]);
+        if (sites.empty() || sites.back() != site) sites.push_back(site);
+        dips.push_back({sites.size() - 1, *clock - *start + *first, *clock - *start + *last});
+      });
+  return clock_offsets(std::move(dips), sites);
+}
+
 /// Keeps the events of the period. Those without a date are kept only if no period was chosen.
 void keep_period(std::vector<ReportedEvent>& events, const ReportOptions& options, Report& report) {
   const bool chosen = !options.from.empty() || !options.to.empty();
@@ -126,21 +150,27 @@ bool is_below(const std::string& code, const ReportedEvent& dip) {
   return assess::ride_through(*curve, dip.terms) == assess::Ride::below;
 }
 
-/// Combines dips of several sites that begin within the window of the first of them.
+/// Combines dips of several sites that begin within the window of the first of them, by their clocks as compared.
 void find_network_events(const std::vector<ReportedEvent>& events, Report& report) {
-  std::vector<const ReportedEvent*> dips;
+  struct TimedDip {
+    const ReportedEvent* dip;
+    double first_s;
+  };
+  std::map<std::string, double> ahead_s;
+  for (const ClockOffset& clock : report.clocks) ahead_s[clock.site] = clock.ahead_s;
+  std::vector<TimedDip> dips;
   for (const ReportedEvent& event : events) {
     if (event.kind != "dip") continue;
     report.network_dips++;
-    if (event.first_s) dips.push_back(&event);
+    if (event.first_s) dips.push_back({&event, *event.first_s - ahead_s[event.site]});
   }
   if (report.network_window_s <= 0) return;
   std::stable_sort(dips.begin(), dips.end(),
-                   [](const ReportedEvent* one, const ReportedEvent* other) { return one->first_s < other->first_s; });
+                   [](const TimedDip& one, const TimedDip& other) { return one.first_s < other.first_s; });
   for (std::size_t begin = 0, end = 0; begin < dips.size(); begin = end) {
-    NetworkEvent together{*dips[begin], {}, dips[begin]->terms.seconds};
-    for (; end < dips.size() && *dips[end]->first_s < *dips[begin]->first_s + report.network_window_s; end++) {
-      const ReportedEvent& dip = *dips[end];
+    NetworkEvent together{*dips[begin].dip, {}, dips[begin].dip->terms.seconds};
+    for (; end < dips.size() && dips[end].first_s < dips[begin].first_s + report.network_window_s; end++) {
+      const ReportedEvent& dip = *dips[end].dip;
       const auto& seconds = dip.terms.seconds;
       together.longest_s =
           seconds && together.longest_s ? std::optional(std::max(*seconds, *together.longest_s)) : std::nullopt;
@@ -278,6 +308,7 @@ Report report_of(Store& store, const ReportOptions& options) {
   }
   report.worst = worst_of("dip", events);
   report.worst_swells = worst_of("swell", events);
+  if (!options.clocks_as_recorded) report.clocks = compared_clocks(store, report);
   find_network_events(events, report);
   report.events = std::move(events);
   return report;

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "archive/clock_offsets.h"
 #include "archive/store.h"
 #include "assess/event_terms.h"
 
@@ -18,8 +19,9 @@ struct ReportOptions {
   std::string to;        ///< the last day; empty: to the last event
   double window_s = 60;  ///< events of a site that begin within this time of the first of them count as one; 0: none do
   double network_window_s =
-      1;                   ///< dips of several sites that begin within this time make one network event; 0: none do
-  std::string parameters;  ///< those of this set of parameters; empty: the set that was used last
+      1;  ///< dips of several sites that begin within this time make one network event; 0: none do
+  bool clocks_as_recorded = false;  ///< clocks that differ are not corrected when dips of several sites are combined
+  std::string parameters;           ///< those of this set of parameters; empty: the set that was used last
 };
 
 /// An event, as reports need it.
@@ -91,6 +93,7 @@ struct Report {
   double network_window_s = 0;
   std::size_t network_dips = 0;       ///< dips, each network event counted once
   std::vector<NetworkEvent> network;  ///< by time
+  std::vector<ClockOffset> clocks;    ///< those that could be compared, by site
   std::map<std::string, std::size_t> refused;
   std::vector<Refused> refusals;  ///< up to a thousand of them
 };

@@ -207,12 +207,20 @@ std::string worst_html(const char* title, const char* extreme, const std::vector
   return fmt::format("<h2>{}</h2>\n", title) + table.html();
 }
 
+std::string clocks_html(const Report& report) {
+  if (report.clocks.empty()) return {};
+  std::string html = "<p>Clocks are compared by dips that several sites have seen, and corrected for this:</p>\n<ul>\n";
+  for (const ClockOffset& clock : report.clocks) html += "<li>" + markup_text(clock_line(clock)) + "</li>\n";
+  return html + "</ul>\n";
+}
+
 std::string network_html(const Report& report, const Link& link) {
   if (report.sites.size() < 2 || report.network_window_s <= 0) return {};
   std::string html = fmt::format(
       "<h2>Dips in the network</h2>\n<p>Dips that begin within {:g} s at several sites are one in the "
       "network: {}.</p>\n",
       report.network_window_s, readers::plural(report.network_dips, "dip"));
+  html += clocks_html(report);
   if (report.network.empty()) return html;
   SortableTable table({{"Start", true}, {"Residual"}, {"Longest"}, {"Sites"}, {"Deepest at", true}, {"Record", true}});
   for (const NetworkEvent& event : deepest_of(report.network)) {

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "archive/report_text.h"
+#include "outputs/rounding.h"
 
 namespace archive {
 
@@ -62,6 +63,14 @@ Json network_json(const NetworkEvent& event) {
           {"file", event.deepest.file}};
 }
 
+Json clock_json(const ClockOffset& clock) {
+  return {{"site", clock.site},
+          {"reference_site", clock.reference},
+          {"ahead_s", outputs::to_unit(clock.ahead_s, 1e3)},
+          {"standard_deviation_s", outputs::to_unit(clock.deviation_s, 1e3)},
+          {"dips", clock.dips}};
+}
+
 }  // namespace
 
 std::string report_json(const Report& report) {
@@ -88,6 +97,8 @@ std::string report_json(const Report& report) {
   };
   Json network = Json::array();
   for (const NetworkEvent& event : report.network) network.push_back(network_json(event));
+  Json clocks = Json::array();
+  for (const ClockOffset& clock : report.clocks) clocks.push_back(clock_json(clock));
   Json refusals = Json::array();
   for (const Refused& one : report.refusals) {
     refusals.push_back({{"file", one.file}, {"reason", one.reason}, {"message", one.message}});
@@ -108,6 +119,7 @@ std::string report_json(const Report& report) {
                          {"network_window_s", report.network_window_s},
                          {"network_dips", report.network_dips},
                          {"network_events", std::move(network)},
+                         {"clocks", std::move(clocks)},
                          {"refused", counts_json(report.refused)},
                          {"refusals", std::move(refusals)}};
   return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "analysis/quantity_text.h"
 #include "archive/report_tables.h"
@@ -86,10 +87,18 @@ std::string sarfi_text(const Report& report) {
                             per_site(report.all.below_semi));
 }
 
+std::string clocks_text(const Report& report) {
+  std::string text;
+  for (const ClockOffset& clock : report.clocks) text += "  " + clock_line(clock) + "\n";
+  return text.empty() ? text
+                      : "Clocks are compared by dips that several sites have seen, and corrected for this:\n" + text;
+}
+
 std::string network_text(const Report& report) {
   if (report.sites.size() < 2 || report.network_window_s <= 0) return {};
   std::string text = fmt::format("\nDips that begin within {:g} s at several sites are one in the network: {}\n",
                                  report.network_window_s, readers::plural(report.network_dips, "dip"));
+  text += clocks_text(report);
   if (report.network.empty()) return text;
   text += fmt::format("\n{:28}{:>10}{:>12}{:>7}  {}\n", "Seen by several sites", "residual", "longest", "sites",
                       "deepest at");
@@ -117,6 +126,12 @@ std::string worst_text(const char* title, const char* extreme, const std::vector
 
 std::string site_name(const std::string& site) {
   return site.empty() ? "(without a name)" : site;
+}
+
+std::string clock_line(const ClockOffset& clock) {
+  return fmt::format("{}: {:.3f} s {} the clock of {}, by {} (standard deviation {:.3f} s)", site_name(clock.site),
+                     std::abs(clock.ahead_s), clock.ahead_s < 0 ? "behind" : "ahead of", site_name(clock.reference),
+                     readers::plural(clock.dips, "dip"), clock.deviation_s);
 }
 
 std::vector<NetworkEvent> deepest_of(std::vector<NetworkEvent> events) {

@@ -20,6 +20,9 @@ std::string report_heading(const Report& report);
 /// Returns the name of a site for people; "(without a name)" if it is empty.
 std::string site_name(const std::string& site);
 
+/// Returns by how much a clock is ahead of another one, or behind it, in a line.
+std::string clock_line(const ClockOffset& clock);
+
 /// Returns the ten network events with the lowest residual voltages.
 std::vector<NetworkEvent> deepest_of(std::vector<NetworkEvent> events);
 

@@ -115,6 +115,8 @@ void add_archive_report(CLI::App& archive, const std::string& statuses) {
                    "Count dips of several sites that begin within this time as one dip of the network (1); 0 does not")
       ->check(between(0.0, 1e6))
       ->type_name("S");
+  command->add_flag("--clocks-as-recorded", arguments->options.clocks_as_recorded,
+                    "Do not correct clocks that differ when dips of several sites are combined");
   command
       ->add_option("--parameters", arguments->options.parameters,
                    "Count the results for other options, by the hash that the database gives them")

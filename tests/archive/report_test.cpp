@@ -28,6 +28,7 @@ struct MadeEvent {
   double percent;
   double seconds;
   std::string type = {};
+  bool segment = false;  ///< whether it has a segment from its start to its end
 };
 
 /// Returns the place of a column.
@@ -48,6 +49,7 @@ class ReportTest : public testing::Test {
     unit.tables = {{&archive::parameters_table(), {{parameters, std::string("1"), std::string("options"), last_used}}}};
     archive::TableRows analyses{&archive::analyses_table(), {}};
     archive::TableRows rows{&archive::events_table(), {}};
+    archive::TableRows segments{&archive::segments_table(), {}};
     for (std::size_t i = 0; i < events.size(); i++) {
       const std::string key = fmt::format("{} {:03}", parameters, i);
       Row analysis(archive::analyses_table().columns.size());
@@ -69,6 +71,7 @@ class ReportTest : public testing::Test {
       set(event, of_events, "analysis", key);
       for (const char* number : {"part", "set_number", "number"}) set(event, of_events, number, archive::whole(1));
       set(event, of_events, "kind", events[i].kind);
+      set(event, of_events, "start_s", 1.5);
       set(event, of_events, "start_clock", archive::text(events[i].clock));
       set(event, of_events, "extreme_percent", events[i].percent);
       set(event, of_events, "duration_s", events[i].seconds);
@@ -76,9 +79,20 @@ class ReportTest : public testing::Test {
       set(event, of_events, "cycle_s", 0.02);
       set(event, of_events, "type", archive::text(events[i].type));
       rows.rows.push_back(std::move(event));
+      if (!events[i].segment) continue;
+      const auto& of_segments = archive::segments_table();
+      Row segment(of_segments.columns.size());
+      set(segment, of_segments, "analysis", key);
+      for (const char* number : {"part", "set_number", "event", "number"}) {
+        set(segment, of_segments, number, archive::whole(1));
+      }
+      set(segment, of_segments, "start_s", 1.5);
+      set(segment, of_segments, "end_s", 1.5 + events[i].seconds);
+      segments.rows.push_back(std::move(segment));
     }
     unit.tables.push_back(std::move(analyses));
     unit.tables.push_back(std::move(rows));
+    unit.tables.push_back(std::move(segments));
     store->write({unit});
   }
   static archive::Report report(const archive::ReportOptions& options = {}) {
@@ -241,6 +255,37 @@ TEST_F(ReportTest, CombinesDipsOfSeveralSitesIntoOneOfTheNetwork) {
   EXPECT_NE(text.find("Dips that begin within 1 s at several sites are one in the network: 5 dips\n"),
             std::string::npos)
       << text;
+}
+
+TEST_F(ReportTest, CorrectsClocksThatDifferBeforeItCombinesDips) {
+  // The clock of South is 5 s ahead, as three dips of equal lengths say. A fourth one has no segment.
+  fill({{"North", "dip", "2024-01-01T00:00:00.000000", 80, 0.1, "", true},
+        {"South", "dip", "2024-01-01T00:00:05.000000", 60, 0.1, "", true},
+        {"North", "dip", "2024-01-02T00:00:00.000000", 80, 0.2, "", true},
+        {"South", "dip", "2024-01-02T00:00:05.000000", 60, 0.2, "", true},
+        {"North", "dip", "2024-01-03T00:00:00.000000", 80, 0.3, "", true},
+        {"South", "dip", "2024-01-03T00:00:05.000000", 60, 0.3, "", true},
+        {"North", "dip", "2024-01-04T00:00:00.000000", 80, 0.3, ""},
+        {"South", "dip", "2024-01-04T00:00:05.500000", 60, 0.4, ""}});
+  const auto counted = report();
+  ASSERT_EQ(counted.clocks.size(), 1U);
+  EXPECT_EQ(counted.clocks[0].site, "South");
+  EXPECT_EQ(counted.network_dips, 4U);
+  EXPECT_EQ(counted.network.size(), 4U);
+  const std::string line = "South: 5.000 s ahead of the clock of North, by 3 dips (standard deviation 0.000 s)";
+  EXPECT_NE(archive::report_text(counted).find("  " + line + "\n"), std::string::npos);
+  EXPECT_NE(archive::report_html(counted, [](const std::string&) { return std::string(); }).find(line),
+            std::string::npos);
+  const auto json = nlohmann::json::parse(archive::report_json(counted));
+  EXPECT_EQ(json["clocks"][0]["ahead_s"], 5);
+  EXPECT_EQ(json["clocks"][0]["reference_site"], "North");
+  archive::ReportOptions options;
+  options.clocks_as_recorded = true;
+  EXPECT_TRUE(report(options).clocks.empty());
+  EXPECT_EQ(report(options).network_dips, 8U);
+  options.clocks_as_recorded = false;
+  options.from = "2024-01-04";  // the other days still tell of the clocks
+  EXPECT_EQ(report(options).network_dips, 1U);
 }
 
 TEST_F(ReportTest, TakesTheFirstEventOfAWindowForTheNetwork) {
