@@ -28,6 +28,12 @@ std::string times(double ratio) {
   return number_text(ratio, 1) + " times those before";
 }
 
+/// A current that was next to nothing before, as that of an open line, has no ratio that says anything.
+std::string a_current_rises(double ratio) {
+  constexpr double largest_ratio = 100;
+  return ratio > largest_ratio ? "a current rises from next to nothing" : "a current rises to " + times(ratio);
+}
+
 /// The shares of three phases of what they were before.
 PerPhase shares(const Phasors& now, const Phasors& before) {
   PerPhase result{};
@@ -115,7 +121,7 @@ class Evidence {
     if (!changes_abruptly()) return std::nullopt;
     const std::string abruptly = "the voltage changes abruptly at the beginning and at the end, and ";
     if (highest(amperes_) >= least_rise) {
-      return Cause{CauseKind::fault, abruptly + "a current rises to " + times(highest(amperes_))};
+      return Cause{CauseKind::fault, abruptly + a_current_rises(highest(amperes_))};
     }
     if (!direction || direction->agreed() != Side::upstream) return std::nullopt;
     return Cause{CauseKind::fault, abruptly + "the currents show that the cause is upstream"};

@@ -156,6 +156,25 @@ TEST(Cause, HasItsGroundsInAClause) {
   EXPECT_NE(cause->grounds.find("at once, and no current rises first"), std::string::npos);
 }
 
+TEST(Cause, GivesNoRatioToACurrentThatWasNextToNothing) {
+  std::mt19937 random(1);
+  const tests::Fault of_phase_a{"A", true, 0.02, true};
+  constexpr double start_s = 0.2;
+  BaySamples samples = tests::samples_of(tests::state_of({}, nullptr), tests::state_of({}, &of_phase_a), start_s,
+                                         start_s + 0.1, 0.002, random, 0.015);
+  const auto usual = cause_of(samples);
+  ASSERT_TRUE(usual);
+  EXPECT_NE(usual->grounds.find("a current rises to "), std::string::npos) << usual->grounds;
+  const auto before = static_cast<std::size_t>(start_s * tests::sample_rate);
+  for (auto& phase : samples.amperes) {
+    for (std::size_t i = 0; i < before; i++) phase[i] *= 1e-5;
+  }
+  const auto of_open_line = cause_of(samples);
+  ASSERT_TRUE(of_open_line);
+  EXPECT_NE(of_open_line->grounds.find("a current rises from next to nothing"), std::string::npos)
+      << of_open_line->grounds;
+}
+
 TEST(Cause, OfAFaultUpstreamNeedsTheDirection) {
   std::mt19937 random(1);
   const tests::Fault upstream{"A", true, 0.02, false};
