@@ -11,10 +11,11 @@ scripts/setup.sh $packages
 
 sources=build/web/sources
 mkdir -p "$sources/lists/partial"
-# The sources come from where this machine gets its packages, whose own list stays as it is.
+# The sources come from where this machine gets its packages, whose own list stays as it is. Of equal versions apt takes
+# the first one in the list, and the archive itself has all files, which a mirror of security updates may lack.
 keys=/usr/share/keyrings/debian-archive-keyring.gpg
 source_line="deb-src [signed-by=$keys] \$(REPO_URI) \$(RELEASE) \$(COMPONENT)"
-apt-get indextargets --format "$source_line" 'Created-By: Packages' | sort -u >"$sources/sources.list"
+apt-get indextargets --format "$source_line" 'Created-By: Packages' | LC_ALL=C sort -u -r >"$sources/sources.list"
 from_debian() {
   (cd "$sources" && apt-get -qq -o APT::Sandbox::User=root -o Dir::Etc::SourceList="$PWD/sources.list" \
     -o Dir::Etc::SourceParts=/dev/null -o Dir::State::Lists="$PWD/lists" "$@")
