@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "measure/sample_at.h"
+
 namespace measure {
 
 CycleRms::CycleRms(const Waveform& waveform, std::size_t phase, double frequency, double from_s, double to_s)
@@ -11,8 +13,8 @@ CycleRms::CycleRms(const Waveform& waveform, std::size_t phase, double frequency
       rate_(waveform.rate),
       unit_(std::abs(waveform.phases[phase].volts_per_unit)) {
   const auto length = static_cast<double>(waveform.length());
-  const auto first = static_cast<std::size_t>(std::clamp(std::ceil(from_s * rate_), 0.0, length));
-  const auto end = static_cast<std::size_t>(std::clamp(std::floor(to_s * rate_) + 1, 0.0, length));
+  const auto first = static_cast<std::size_t>(std::clamp(sample_from(from_s, rate_), 0.0, length));
+  const auto end = static_cast<std::size_t>(std::clamp(whole_samples(to_s * rate_) + 1, 0.0, length));
   squares_.push_back(0);
   missing_.push_back(0);
   for (std::size_t i = first; i < end; i++) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "measure/median.h"
+#include "measure/sample_at.h"
 #include "measure/window_phasor.h"
 
 namespace measure {
@@ -153,7 +154,8 @@ void CycleTrack::follow() {
   if (waveform_.length() < window_) return;
   const double step = 2 * std::numbers::pi / per_cycle;
   const WindowPhasor fundamental(step, window_);
-  const auto count = static_cast<std::size_t>(static_cast<double>(waveform_.length() - window_) / per_cycle) + 1;
+  const auto count =
+      static_cast<std::size_t>(static_cast<double>(waveform_.length() - window_) / per_cycle + sample_rounding) + 1;
   phasors_.resize(count);
   for (std::size_t k = 0; k < count; k++) {
     const std::size_t first = first_sample(k);
@@ -181,7 +183,7 @@ void CycleTrack::find_absent() {
 }
 
 std::size_t CycleTrack::first_sample(std::size_t cycle) const {
-  return static_cast<std::size_t>(static_cast<double>(cycle) * waveform_.rate / frequency_);
+  return static_cast<std::size_t>(whole_samples(static_cast<double>(cycle) * waveform_.rate / frequency_));
 }
 
 double CycleTrack::time_of(std::size_t cycle) const {

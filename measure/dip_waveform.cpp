@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "measure/course_items.h"
+#include "measure/sample_at.h"
 
 namespace measure {
 
@@ -59,8 +60,8 @@ Excerpt excerpt_round(const DipWaveform& wave, double reference_v) {
   if (!(peak > 0) || !std::isfinite(peak)) peak = reference_v * std::numbers::sqrt2;
   if (!(peak > 0) || !std::isfinite(peak)) peak = 1;
   return {waveform,
-          static_cast<std::size_t>(from * waveform.rate),
-          static_cast<std::size_t>(std::ceil(to * waveform.rate)),
+          static_cast<std::size_t>(whole_samples(from * waveform.rate)),
+          static_cast<std::size_t>(sample_from(to, waveform.rate)),
           peak,
           wave.frequency.hertz,
           wave.absent};

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "measure/sample_at.h"
+
 namespace measure {
 
 namespace {
@@ -26,8 +28,9 @@ constexpr std::array<double, 5> ringing = {0, 0.05, 0.1, 0.2, 0.4};
 constexpr double ringing_s = 0.8e-3;
 constexpr double ringing_lasts_s = 3e-3;
 /// Costs are twice the logarithm of a likelihood, so the 95 % interval ends 4 above the least cost. The noise of
-/// neighbouring samples is not independent, so a larger limit is used.
-constexpr double as_likely = 8;
+/// neighbouring samples is not independent, so a larger limit is used. Where samples follow either course, costs differ
+/// by multiples of `price_of_changing`, and rounding must not decide about those that meet the limit.
+constexpr double as_likely = 8 + 1e-6;
 
 /// The costs of the samples of a change, by which possible instants are compared.
 struct Costs {
@@ -99,8 +102,8 @@ std::pair<std::size_t, double> returns_at(const Costs& costs, std::size_t phases
 PerPhase left_of_samples(const Excerpt& excerpt, const PhasorFit& fit, double from_s, double to_s) {
   const double from = std::max({from_s, fit.begin_s(), excerpt.begin_s()});
   const double to = std::min({to_s, fit.end_s(), excerpt.end_s()});
-  const auto first = static_cast<std::size_t>(std::max(0.0, std::ceil(from * excerpt.rate())));
-  const auto end = static_cast<std::size_t>(std::max(0.0, std::ceil(to * excerpt.rate())));
+  const auto first = static_cast<std::size_t>(std::max(0.0, sample_from(from, excerpt.rate())));
+  const auto end = static_cast<std::size_t>(std::max(0.0, sample_from(to, excerpt.rate())));
   PerPhase squares{};
   PerPhase counts{};
   if (end <= first) return squares;
@@ -124,7 +127,7 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
                   bool ringing_matters) {
   const std::size_t phases = excerpt.phases();
   const auto sample_at = [&](double seconds) {
-    const double sample = std::ceil(seconds * excerpt.rate());
+    const double sample = sample_from(seconds, excerpt.rate());
     return static_cast<std::size_t>(
         std::clamp(sample, static_cast<double>(excerpt.first()), static_cast<double>(excerpt.end())));
   };

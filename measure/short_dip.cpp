@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "measure/sample_at.h"
 #include "measure/steady_fit.h"
 
 namespace measure {
@@ -37,7 +38,7 @@ double limit_of(const PhasorFit& fit, std::size_t phase, std::size_t block) {
 }
 
 std::size_t sample_at(const Excerpt& excerpt, double seconds) {
-  const double sample = std::ceil(std::max(0.0, seconds) * excerpt.rate());
+  const double sample = sample_from(std::max(0.0, seconds), excerpt.rate());
   return std::clamp(static_cast<std::size_t>(sample), excerpt.first(), excerpt.end());
 }
 
