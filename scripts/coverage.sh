@@ -14,7 +14,8 @@ rooms() {
   cmake --build --preset coverage --target measure_test readers_test analysis_test outputs_test command_test >/dev/null
   find build/coverage -name '*.gcda' -delete
   for tests in measure readers analysis outputs command; do
-    "build/coverage/tests/$tests/${tests}_test" --gtest_brief=1
+    # On a full disk the counters cannot be written either, so that tests of full disks fail here.
+    "build/coverage/tests/$tests/${tests}_test" --gtest_brief=1 --gtest_filter='-*FullDisk*'
   done
   for room in measure readers command; do
     echo "$room/"
