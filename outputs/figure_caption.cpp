@@ -167,8 +167,9 @@ class Caption {
     }
     if (segment.gradual) text += "gradual, at its lowest ";
     for (std::size_t phase = 0; phase < analysis_.voltages.phases; phase++) {
+      const measure::Figure& volts = segment.phases[phase].voltage_v;
       text += fmt::format("{}{}{}{}", phase == 0 ? "" : ", ", label(phase), unbroken,
-                          analysis::percent_text(view_.percent(segment.phases[phase].voltage_v.value)));
+                          rounded_percent_text({view_.percent(volts.value), view_.percent(volts.plus_minus)}));
     }
     return text;
   }

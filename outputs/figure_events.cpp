@@ -50,8 +50,7 @@ void add_label(Drawing& drawing, const EventBar& bar, double base) {
   const std::string number = number_of(bar);
   const std::string label = fits(label_of(bar), bar) ? label_of(bar) : number;
   if (fits(label, bar)) {
-    drawing.add(
-        style::words({(bar.from + bar.to) / 2, base}, label, Anchor::middle, style::small_size, "#ffffff"));
+    drawing.add(style::words({(bar.from + bar.to) / 2, base}, label, Anchor::middle, style::small_size, "#ffffff"));
   } else if (number_is_left(bar)) {
     drawing.add(style::words({bar.from - gap, base}, number, Anchor::end, style::small_size));
   } else {
@@ -79,8 +78,7 @@ void distribute(std::vector<EventBar>& bars) {
   constexpr std::size_t most_lanes = 4;
   std::vector<double> ends;  // of what each lane holds
   for (EventBar& bar : bars) {
-    const auto free =
-        std::find_if(ends.begin(), ends.end(), [&](double end) { return end + gap <= begin_of(bar); });
+    const auto free = std::find_if(ends.begin(), ends.end(), [&](double end) { return end + gap <= begin_of(bar); });
     bar.lane = static_cast<std::size_t>(free - ends.begin());
     if (free == ends.end() && ends.size() == most_lanes) {
       bar.labelled = false;

@@ -25,8 +25,8 @@ const char* colour_of(measure::EventKind kind);
 /// The height of a lane, millimetres.
 constexpr double lane_height = 2.7;
 
-/// Distributes bars, which are in order of their beginnings, over as few lanes as keep them and their labels apart. There
-/// are at most four lanes; bars beyond them share one and have no label.
+/// Distributes bars, which are in order of their beginnings, over as few lanes as keep them and their labels apart.
+/// There are at most four lanes; bars beyond them share one and have no label.
 void distribute(std::vector<EventBar>& bars);
 
 /// The number of lanes that bars take.

@@ -55,7 +55,8 @@ class Diagrams {
     double longest = view_.reference_v;
     for (std::size_t phase = 0; phase < phases(); phase++) {
       longest = std::max(longest, std::abs(course_.before[phase]));
-      for (const std::size_t i : segments) longest = std::max(longest, course_.segments[i].phases[phase].voltage_v.value);
+      for (const std::size_t i : segments)
+        longest = std::max(longest, course_.segments[i].phases[phase].voltage_v.value);
     }
     scale_ = radius / longest;
     const double room = (style::width - 4) / most_diagrams;

@@ -28,8 +28,8 @@ constexpr const char* grey = "#6e6e6e";
 constexpr std::array<const char*, 3> colours = {"#0072b2", "#d9730d", "#3d3d3d"};
 inline const std::array<std::vector<double>, 3> dashes = {{{}, {1.6, 0.6}, {0.4, 0.5}}};
 
-/// The greatest width of a column of text, as a share of the letters' size. The viewer chooses the font, and its letters
-/// may be wide.
+/// The greatest width of a column of text, as a share of the letters' size. The viewer chooses the font, and its
+/// letters may be wide.
 constexpr double column_width = 0.58;
 
 /// The same of lines of prose, whose blanks and narrow letters make up for wide ones.

@@ -31,7 +31,8 @@ std::string rms_range_text(const Analysis& analysis) {
     return voltages.letters(flags);
   };
   return fmt::format("Urms(1/2) from {} ({}) to {} ({}) of the {}", analysis::percent_text(100 * lowest), letters(low),
-                     analysis::percent_text(100 * highest), letters(high), analysis::reference_words(analysis.options.reference));
+                     analysis::percent_text(100 * highest), letters(high),
+                     analysis::reference_words(analysis.options.reference));
 }
 
 }  // namespace outputs
