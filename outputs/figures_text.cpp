@@ -160,8 +160,8 @@ std::string rounded_volts_text(const measure::Figure& volts) {
   return text.substr(0, digits) + text.substr(text.rfind(' '));
 }
 
-std::string slope_text(double volts_per_second, double level, double frequency) {
-  return analysis::volts_text_of(volts_per_second, level * frequency) + "/s";
+std::string slope_text(double volts_per_second, double level, double rate) {
+  return analysis::volts_text_of(volts_per_second, level * rate) + "/s";
 }
 
 std::string rounded_percent_text(const measure::Figure& percent) {
