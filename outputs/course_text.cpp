@@ -52,11 +52,6 @@ bool changes_in(const Course& course, std::size_t phase) {
                      [&](const measure::Transition& transition) { return transition.phases[phase]; });
 }
 
-/// Formats a slope in volts per second. One that changes the level by less than can be resolved in a cycle is zero.
-std::string slope_text(double volts_per_second, double level, double frequency) {
-  return analysis::volts_text_of(volts_per_second, level * frequency) + "/s";
-}
-
 class CourseText {
  public:
   CourseText(const readers::Record& record, const Analysis& analysis, const measure::Event& dip, const Colours& colours)
@@ -250,7 +245,7 @@ class CourseText {
         "      of level before",
         [&](std::size_t phase) {
           const auto& figures = segment.phases[phase];
-          return figures.measured ? fmt::format("{:.1f} %", 100 * figures.share_of_before) : "-";
+          return figures.measured ? rounded_percent_text(percent_of_before(figures)) : "-";
         },
         low);
     text_ += table_.line("    phase jump", [&](std::size_t phase) {
@@ -274,15 +269,27 @@ class CourseText {
     });
   }
 
+  /// Returns the uncertainty of a symmetrical component, the third of a sum of three voltages.
+  static double sequence_plus_minus(const Segment& segment) {
+    double squares = 0;
+    for (const auto& phase : segment.phases) squares += phase.voltage_v.plus_minus * phase.voltage_v.plus_minus;
+    return std::sqrt(squares) / 3;
+  }
+
   void add_sequences(const Segment& segment) {
     if (!segment.sequences) return;
     const auto& sequences = *segment.sequences;
-    const auto text = [&](double volts) { return analysis::volts_text_of(volts, dip_.reference_v); };
+    const double plus_minus = sequence_plus_minus(segment);
+    const auto text = [&](double volts) {
+      const bool none = analysis::volts_text_of(volts, dip_.reference_v) == "0 V";
+      return none ? "0 V" : rounded_volts_text({volts, plus_minus});
+    };
     std::string words =
         fmt::format("sequences: positive {}, negative {}", text(sequences.positive_v), text(sequences.negative_v));
     if (!analysis_.voltages.between_phases) words += ", zero " + text(sequences.zero_v);
     add(words, 4);
-    add(sequences.unbalance_percent
+    // Of a positive sequence that is within its uncertainty no ratio can be told.
+    add(sequences.unbalance_percent && sequences.positive_v > plus_minus
             ? fmt::format("unbalance {:.1f} % (negative of positive sequence)", *sequences.unbalance_percent)
             : "unbalance -",
         4);

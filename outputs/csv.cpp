@@ -14,6 +14,7 @@
 #include "analysis/load_voltages.h"
 #include "assess/classes.h"
 #include "outputs/dip_category_name.h"
+#include "outputs/figures_text.h"
 #include "outputs/notes.h"
 #include "outputs/rounding.h"
 #include "outputs/voltage_names.h"
@@ -72,6 +73,13 @@ bool is_number(std::string_view field) {
   return field.empty();
 }
 
+/// Decimals of the smallest unit of any figure.
+constexpr int most_decimals = 9;
+
+double as_it_is(double value) {
+  return value;
+}
+
 /// Builds one row, field by field.
 class Row {
  public:
@@ -85,10 +93,15 @@ class Row {
   Row& number(const std::optional<double>& value, Rounding rounding) {
     return value && std::isfinite(*value) ? add(fmt::format("{}", rounding(*value))) : skip(1);
   }
-  /// Half widths of intervals keep six significant digits, regardless of the rounding of the figure itself.
+  /// Writes a figure with two significant digits of its half width, and no digit of the figure beyond them.
   Row& figure(const std::optional<Figure>& figure, Rounding rounding) {
     if (!figure) return skip(2);
-    return number(figure->value, rounding).number(figure->plus_minus, rounded_volts);
+    const Figure shown = rounded_figure({rounding(figure->value), figure->plus_minus}, most_decimals);
+    return number(shown.value, as_it_is).number(shown.plus_minus, rounded_volts);
+  }
+  /// Writes only the figure of a pair.
+  Row& figure_alone(const Figure& figure, Rounding rounding) {
+    return number(rounded_figure({rounding(figure.value), figure.plus_minus}, most_decimals).value, as_it_is);
   }
   Row& skip(std::size_t fields) {
     for (std::size_t i = 0; i < fields; i++) add("");
@@ -332,7 +345,7 @@ class Table {
   void write_phases(Row& row, const Segment& segment) const {
     each_phase(row, segment, 2, [&](const SegmentPhase& phase) { row.figure(phase.voltage_v, rounded_volts); });
     each_phase(row, segment, 1,
-               [&](const SegmentPhase& phase) { row.number(100 * phase.share_of_before, rounded_percent); });
+               [&](const SegmentPhase& phase) { row.figure_alone(percent_of_before(phase), rounded_percent); });
     each_phase(row, segment, 2,
                [&](const SegmentPhase& phase) { row.figure(phase.phase_jump_degrees, rounded_degrees); });
   }

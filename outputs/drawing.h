@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -71,6 +72,11 @@ struct Drawing {
   double height = 0;
   std::string title = {};
   std::vector<Shape> shapes = {};  ///< later ones cover earlier ones
+
+  template <typename OneShape>
+  void add(OneShape&& shape) {
+    shapes.emplace_back(std::forward<OneShape>(shape));
+  }
 };
 
 }  // namespace outputs

@@ -9,10 +9,15 @@
 #include <utility>
 #include <vector>
 
+#include "analysis/quantity_text.h"
 #include "outputs/drawable.h"
 #include "outputs/figure_caption.h"
+#include "outputs/figure_curves.h"
+#include "outputs/figure_events.h"
+#include "outputs/figure_phasors.h"
+#include "outputs/figure_style.h"
 #include "outputs/figure_view.h"
-#include "outputs/figures_text.h"
+#include "outputs/label_places.h"
 #include "outputs/ticks.h"
 #include "outputs/voltage_names.h"
 
@@ -21,37 +26,36 @@ namespace outputs {
 using analysis::Analysis;
 using analysis::Curves;
 
+using namespace figure_style;
+
 namespace {
 
-// Millimetres. A column of a two-column page is 84 mm wide; text at 2.5 mm is 7 point.
-constexpr double width = 84;
-constexpr double left = 11;
-constexpr double right = width - 1.5;
-constexpr double wave_top = 8.5;
-constexpr double wave_bottom = 32;
-constexpr double rms_top = 35;
-constexpr double rms_bottom = 62;
-constexpr double list_top = 71.5;
-constexpr double line_height = 3.3;
-constexpr double text_size = 2.5;
+// Heights of the parts of a figure from above, millimetres.
+constexpr double legend_height = 6;
+constexpr double overview_height = 9;
+constexpr double numbers_height = 3;
+constexpr double band_height = 1.6;
+constexpr double wave_height = 22;
+constexpr double rms_height = 27;
+constexpr double ticks_height = 4;
+constexpr double axis_height = 8;
+constexpr double gap = 1.6;
+constexpr double line_height = 2.8;
 
-// These are the colours of the page's light scheme. Colour-blind readers can distinguish them, and the dashes help on
-// paper.
-constexpr std::array<const char*, 3> colours = {"#0072b2", "#d9730d", "#3d3d3d"};
-const std::array<std::vector<double>, 3> dashes = {{{}, {1.6, 0.6}, {0.4, 0.5}}};
-constexpr const char* red = "#b00020";
+struct Panel {
+  double top = 0;
+  double bottom = 0;
 
-/// Returns the lowest and the highest of some values; missing ones are left out.
+  [[nodiscard]] double middle() const { return (top + bottom) / 2; }
+};
+
+/// The lowest and the highest of some values; missing ones are left out.
 struct Extremes {
   double low = std::numeric_limits<double>::infinity();
   double high = -std::numeric_limits<double>::infinity();
-  std::size_t missing = 0;
 
   void take(double value) {
-    if (!std::isfinite(value)) {
-      missing++;
-      return;
-    }
+    if (!std::isfinite(value)) return;
     low = std::min(low, value);
     high = std::max(high, value);
   }
@@ -60,13 +64,16 @@ struct Extremes {
 
 class Figure {
  public:
-  Figure(const readers::Record& record, const Analysis& analysis, const Curves& curves, const measure::Event* event)
+  Figure(const readers::Record& record, const Analysis& analysis, const Curves& curves,
+         const std::optional<std::size_t>& event)
       : record_(record),
         analysis_(analysis),
         curves_(curves),
         view_(view_of(analysis, curves, event)),
-        course_(event != nullptr && event->course ? &*event->course : nullptr) {
+        course_(view_.event != nullptr && view_.event->course ? &*view_.event->course : nullptr) {
     time_ = {seconds(view_.shown.begin), seconds(view_.shown.end), left, right};
+    across_ = across_of(view_.shown);
+    lay_out();
     scale_waveform();
     scale_rms();
     for (const Scale& scale : {time_, wave_, rms_}) {
@@ -76,128 +83,250 @@ class Figure {
   }
 
   Drawing drawing() {
-    const auto lines = caption_of(record_, analysis_, view_);
+    const auto lines = caption_of(record_, analysis_, view_, width - 4, small_size);
     drawing_.width = width;
-    drawing_.height = list_top + line_height * static_cast<double>(lines.size());
+    drawing_.height = caption_top_ + line_height * static_cast<double>(lines.size()) - 1;
     drawing_.title = record_.file;
     add(Box{"", {0, 0}, drawing_.width, drawing_.height, {}, Fill{"#ffffff"}});
+    if (!view_.all_events) add_overview();
     add_segments();
     add_axes();
     add_legend();
+    add_bars(drawing_, bars_, bars_top_);
     for (std::size_t phase = 0; phase < phases(); phase++) {
-      if (dense()) {
-        envelope(phase);
-      } else {
-        curve(phase, curves_.volts[phase], 1 / unit_, wave_, {}, "wave");
-      }
+      add_wave(phase);
       add_steps(phase);
-      curve(phase, curves_.rms[phase], view_.percent(1), rms_, dashes[phase], "rms");
+      add(curve_of(curves_.rms[phase], {view_.shown, across_, rms_, view_.percent(1, phase)}, "rms",
+                   {colours[phase], 0.2, dashes[phase]}));
     }
     add_transitions();
     add_event_bounds();
     add_point_on_wave();
     add_levels();
+    if (course_ != nullptr && phasors_height_ > 0) add_phasors(drawing_, analysis_, view_, phasors_top_);
     add_lines(lines);
     return std::move(drawing_);
   }
 
  private:
-  void add(Shape shape) { drawing_.shapes.push_back(std::move(shape)); }
-
-  /// Adds a straight line.
-  void add_line(const char* kind, Point from, Point to, Stroke stroke) {
-    add(Lines{kind, {{from, to}}, std::move(stroke)});
+  template <typename OneShape>
+  void add(OneShape&& shape) {
+    drawing_.add(std::forward<OneShape>(shape));
   }
 
+  /// Adds a straight line.
+  void add_line(const char* kind, Point from, Point to, Stroke stroke) { add(line(kind, from, to, std::move(stroke))); }
+
   [[nodiscard]] std::size_t phases() const { return analysis_.voltages.phases; }
+
+  [[nodiscard]] std::size_t length() const { return curves_.volts[0].size(); }
 
   /// The record's seconds at a sample of the curves.
   [[nodiscard]] double seconds(std::size_t sample) const {
     return analysis_.voltages.record_seconds(static_cast<double>(sample) / analysis_.voltages.part.rate);
   }
 
+  static Scale across_of(const analysis::Stretch& shown) {
+    return {static_cast<double>(shown.begin), static_cast<double>(shown.end), left, right};
+  }
+
   /// Returns the horizontal position in millimetres of a time of the measured waveform, within the frame.
   [[nodiscard]] double across(double waveform_seconds) const {
-    return std::clamp(time_(analysis_.voltages.record_seconds(waveform_seconds)), left, right);
+    return std::clamp(across_(waveform_seconds * analysis_.voltages.part.rate), left, right);
   }
 
   [[nodiscard]] bool is_shown(double waveform_seconds) const {
-    const double at = time_(analysis_.voltages.record_seconds(waveform_seconds));
+    const double at = across_(waveform_seconds * analysis_.voltages.part.rate);
     return at >= left && at <= right;
   }
 
-  [[nodiscard]] Extremes extremes(const analysis::Waveform& curves) const {
-    Extremes extremes;
-    for (std::size_t phase = 0; phase < phases(); phase++) {
-      for (std::size_t i = view_.shown.begin; i < view_.shown.end; i++) {
-        extremes.take(static_cast<double>(curves[phase][i]));
-      }
+  [[nodiscard]] bool has_band() const {
+    if (course_ == nullptr) return false;
+    return !course_->segments.empty() ||
+           std::any_of(course_->transitions.begin(), course_->transitions.end(),
+                       [](const measure::Transition& transition) { return transition.gradual; });
+  }
+
+  /// Stacks the parts of the figure.
+  void lay_out() {
+    double y = legend_height;
+    const auto take = [&y](double height) {
+      const Panel panel = {y, y + height};
+      y += height;
+      return panel;
+    };
+    if (!view_.all_events) {
+      overview_bars_ = bars_within({0, length()}, all_events());
+      overview_bars_top_ = take(lane_height * static_cast<double>(lanes_of(overview_bars_))).top;
+      overview_ = take(overview_height);
+      take(ticks_height + gap);
     }
+    if (has_band()) {
+      numbers_base_ = take(numbers_height).top + numbers_height - 1;
+      band_ = take(band_height);
+      y += 0.6;
+    }
+    wave_panel_ = take(wave_height);
+    y += gap;
+    if (analysis_.found.events.size() > 1) {
+      bars_ = bars_within(view_.shown, view_.events);
+      bars_top_ = take(lane_height * static_cast<double>(lanes_of(bars_))).top;
+      y += gap / 2;
+    }
+    rms_panel_ = take(rms_height);
+    y += axis_height;
+    phasors_height_ = course_ == nullptr ? 0 : height_of_phasors(*course_);
+    phasors_top_ = take(phasors_height_).top;
+    caption_top_ = y + line_height;
+  }
+
+  [[nodiscard]] std::vector<std::size_t> all_events() const {
+    std::vector<std::size_t> events;
+    for (std::size_t i = 0; i < analysis_.found.events.size(); i++) events.push_back(i);
+    return events;
+  }
+
+  [[nodiscard]] std::vector<EventBar> bars_within(const analysis::Stretch& shown,
+                                                  const std::vector<std::size_t>& events) const {
+    const Scale scale = across_of(shown);
+    const auto at = [&](std::size_t sample) { return std::clamp(scale(static_cast<double>(sample)), left, right); };
+    std::vector<EventBar> bars;
+    for (const std::size_t i : events) {
+      const measure::Event& event = analysis_.found.events[i];
+      const analysis::Stretch taken = samples_of(event, analysis_, length());
+      bars.push_back({i + 1, event.kind, at(taken.begin), at(taken.end)});
+    }
+    std::stable_sort(bars.begin(), bars.end(), [](const auto& a, const auto& b) { return a.from < b.from; });
+    distribute(bars);
+    return bars;
+  }
+
+  static Extremes extremes(const std::vector<float>& values, const analysis::Stretch& shown) {
+    Extremes extremes;
+    for (std::size_t i = shown.begin; i < shown.end; i++) extremes.take(static_cast<double>(values[i]));
     return extremes;
   }
 
+  [[nodiscard]] Extremes extremes(const analysis::Waveform& curves, const analysis::Stretch& shown) const {
+    Extremes all;
+    for (std::size_t phase = 0; phase < phases(); phase++) {
+      const Extremes one = extremes(curves[phase], shown);
+      all.take(one.low);
+      all.take(one.high);
+    }
+    return all;
+  }
+
   void scale_waveform() {
-    const Extremes volts = extremes(curves_.volts);
+    const Extremes volts = extremes(curves_.volts, view_.shown);
     double peak = volts.any() ? std::max(std::abs(volts.low), std::abs(volts.high)) : 0;
     if (!(peak > 0)) peak = 1;
     unit_ = peak >= 1e6 ? 1e6 : peak >= 1e3 ? 1e3 : peak >= 1 ? 1 : 1e-3;
-    wave_ = {-1.05 * peak / unit_, 1.05 * peak / unit_, wave_bottom, wave_top};
+    wave_ = {-1.05 * peak / unit_, 1.05 * peak / unit_, wave_panel_.bottom, wave_panel_.top};
   }
 
   void scale_rms() {
-    Extremes volts = extremes(curves_.rms);
-    if (!volts.any()) volts.take(view_.reference_v);
     Extremes percent;
-    percent.take(view_.percent(volts.low));
-    percent.take(view_.percent(volts.high));
+    for (std::size_t phase = 0; phase < phases(); phase++) {
+      const Extremes volts = extremes(curves_.rms[phase], view_.shown);
+      percent.take(view_.percent(volts.low, phase));
+      percent.take(view_.percent(volts.high, phase));
+    }
+    if (!percent.any()) percent.take(100);
     for (const auto& level : view_.levels) percent.take(level.percent);
     if (view_.from_zero) {
-      rms_ = {0, std::max(105.0, 1.03 * percent.high), rms_bottom, rms_top};
+      rms_ = {0, std::max(105.0, 1.03 * percent.high), rms_panel_.bottom, rms_panel_.top};
       return;
     }
     // Swells and rapid changes are a small share of the voltage, so an axis from zero would flatten them.
     const double room = std::max(0.12 * (percent.high - percent.low), 0.5);
-    rms_ = {std::max(0.0, percent.low - room), percent.high + room, rms_bottom, rms_top};
+    rms_ = {std::max(0.0, percent.low - room), percent.high + room, rms_panel_.bottom, rms_panel_.top};
   }
 
-  /// Shades each segment and writes its number above it. A gradual segment is also hatched.
+  /// Draws the RMS of the whole record with all its events; the part in view is framed.
+  void add_overview() {
+    const analysis::Stretch whole = {0, length()};
+    const double highest = std::max(105.0, 1.03 * view_.percent(extremes(curves_.rms, whole).high));
+    const Scale percent = {0, drawable(highest), overview_.bottom, overview_.top};
+    const Scale scale = across_of(whole);
+    const double from = scale(static_cast<double>(view_.shown.begin));
+    const double to = scale(static_cast<double>(view_.shown.end));
+    add(Box{"window", {from, overview_.top}, std::max(to - from, 0.3), overview_height, {}, Fill{"#d6e6f2"}});
+    for (const double tick : {0.0, 100.0}) grid_line(percent(tick), fmt::format("{:g}", tick));
+    for (std::size_t phase = 0; phase < phases(); phase++) {
+      add(curve_of(curves_.rms[phase], {whole, scale, percent, view_.percent(1)}, "overview",
+                   {colours[phase], 0.15, dashes[phase]}));
+    }
+    frame("frame overview", overview_);
+    add_time_ticks({drawable(seconds(0)), drawable(seconds(length())), left, right}, overview_.bottom);
+    axis_name(overview_.middle(), "%");
+    add_bars(drawing_, overview_bars_, overview_bars_top_);
+  }
+
+  /// Draws the segments as a band with their numbers above it, and shades them. The band of a gradual one is hatched.
   void add_segments() {
     if (course_ == nullptr) return;
-    for (std::size_t i = 0; i < course_->segments.size(); i++) {
-      const measure::Segment& segment = course_->segments[i];
-      const double from = across(segment.start_s);
-      const double to = segment.end_s ? across(*segment.end_s) : right;
-      area("segment", from, to, Fill{"#f3e6c4"});
-      if (segment.gradual) area("gradual", from, to, hatched(0.6));
-      Words number = words({(from + to) / 2, wave_top - 0.8}, "", Anchor::middle);
+    for (const measure::Segment& segment : course_->segments) {
+      const auto [from, to] = extent_of(segment);
+      for (const Panel& panel : {wave_panel_, rms_panel_}) area("shade", panel, from, to, Fill{"#f8f1de"});
+      // The white edge parts segments that follow each other without a transition.
+      add(Box{"segment",
+              {from, band_.top},
+              std::max(to - from, 0.1),
+              band_height,
+              Stroke{"#ffffff", 0.15},
+              Fill{"#e3cd95"}});
+      if (segment.gradual) area("gradual", band_, from, to, hatched());
+    }
+    add_segment_numbers();
+  }
+
+  [[nodiscard]] std::pair<double, double> extent_of(const measure::Segment& segment) const {
+    return {across(segment.start_s), segment.end_s ? across(*segment.end_s) : right};
+  }
+
+  /// Writes the numbers of the segments side by side. A line leads from a number that had to move to its segment.
+  void add_segment_numbers() {
+    constexpr double room = 3;
+    std::vector<double> middles;
+    for (const measure::Segment& segment : course_->segments) {
+      const auto [from, to] = extent_of(segment);
+      middles.push_back((from + to) / 2);
+    }
+    const auto places = places_apart(middles, room, left, width);
+    for (std::size_t i = 0; i < places.size(); i++) {
+      if (places[i] + room / 2 > width) return;
+      Words number = words({places[i], numbers_base_}, "", Anchor::middle);
       number.bold_head = fmt::format("{}", i + 1);
       add(std::move(number));
+      if (std::abs(places[i] - middles[i]) < 0.3) continue;
+      add_line("leader", {places[i], numbers_base_ + 0.3}, {middles[i], band_.top}, {grey, 0.1});
     }
   }
 
-  static Fill hatched(double opacity) { return {"#b08a2e", opacity, true}; }
+  static Fill hatched() { return {"#b08a2e", 1, true}; }
 
-  static Words words(Point at, std::string text, Anchor anchor = Anchor::begin) {
-    return {at, std::move(text), {}, text_size, anchor};
+  void area(const char* kind, const Panel& panel, double from, double to, Fill fill) {
+    add(Box{kind, {from, panel.top}, std::max(to - from, 0.1), panel.bottom - panel.top, {}, fill});
   }
 
-  void area(const char* kind, double from, double to, Fill fill) {
-    add(Box{kind, {from, wave_top}, std::max(to - from, 0.1), rms_bottom - wave_top, {}, fill});
-  }
-
-  /// Draws a transition. A gradual one is hatched from its beginning to its end. An abrupt one is a line at its
-  /// beginning, and a grey strip covers the time until the last phase has changed.
+  /// Draws a transition. A gradual one is hatched in the band, from its beginning to its end. An abrupt one is a line
+  /// at its beginning, and a grey strip covers the time until the last phase has changed.
   void add_transitions() {
     if (course_ == nullptr) return;
     for (const measure::Transition& transition : course_->transitions) {
       const double from = across(transition.start_s);
       const double to = across(transition.end_s);
       if (transition.gradual) {
-        area("transition gradual", from, to, hatched(1));
+        area("transition gradual", band_, from, to, hatched());
         continue;
       }
-      if (to > from) area("settling", from, to, Fill{"#1a1a1a", 0.12});
-      add_line("transition abrupt", {from, wave_top}, {from, rms_bottom}, {"#1a1a1a", 0.15});
+      Lines begins{"transition abrupt", {}, Stroke{ink, 0.15}};
+      for (const Panel& panel : {wave_panel_, rms_panel_}) {
+        if (to > from) area("settling", panel, from, to, Fill{ink, 0.12});
+        begins.pieces.push_back({{from, panel.top}, {from, panel.bottom}});
+      }
+      add(std::move(begins));
     }
   }
 
@@ -209,33 +338,39 @@ class Figure {
     if (event->end_s && is_shown(*event->end_s)) bound(across(*event->end_s));
   }
 
-  void bound(double x) { add_line("boundary", {x, rms_top}, {x, rms_bottom}, {"#777777", 0.15, {0.8, 0.5}}); }
+  void bound(double x) {
+    add_line("boundary", {x, rms_panel_.top}, {x, rms_panel_.bottom}, {"#777777", 0.15, {0.8, 0.5}});
+  }
 
   void add_axes() {
     const Ticks volts(wave_.low, wave_.high);
     for (const double tick : volts.values()) grid_line(wave_(tick), volts.text(tick));
     const Ticks percent(rms_.low, rms_.high);
     for (const double tick : percent.values()) grid_line(rms_(tick), percent.text(tick));
-    add_time_axis();
-    for (const auto& [top, bottom] : {std::pair(wave_top, wave_bottom), {rms_top, rms_bottom}}) {
-      add(Box{"", {left, top}, right - left, bottom - top, Stroke{"#1a1a1a", 0.2}});
-    }
-    axis_name((wave_top + wave_bottom) / 2, unit_ == 1e6   ? "u (MV)"
-                                            : unit_ == 1e3 ? "u (kV)"
-                                            : unit_ == 1   ? "u (V)"
-                                                           : "u (mV)");
-    axis_name((rms_top + rms_bottom) / 2, "RMS (%)");
+    frame("frame wave", wave_panel_);
+    frame("frame rms", rms_panel_);
+    const Ticks time = add_time_ticks(time_, rms_panel_.bottom);
+    const std::string name = time.base() == 0 ? "t (s)" : fmt::format("t \u2212 {} s (s)", time.base_text());
+    add(words({(left + right) / 2, rms_panel_.bottom + 6.6}, name, Anchor::middle));
+    axis_name(wave_panel_.middle(), unit_ == 1e6   ? "u (MV)"
+                                    : unit_ == 1e3 ? "u (kV)"
+                                    : unit_ == 1   ? "u (V)"
+                                                   : "u (mV)");
+    axis_name(rms_panel_.middle(), "RMS (%)");
   }
 
-  void add_time_axis() {
-    const Ticks time(time_.low, time_.high);
+  void frame(const char* kind, const Panel& panel) {
+    add(Box{kind, {left, panel.top}, right - left, panel.bottom - panel.top, Stroke{ink, 0.2}});
+  }
+
+  Ticks add_time_ticks(const Scale& scale, double y) {
+    const Ticks time(scale.low, scale.high);
     for (const double tick : time.values()) {
-      const double x = time_(tick);
-      add_line("tick", {x, rms_bottom}, {x, rms_bottom + 0.9}, {"#1a1a1a", 0.15});
-      add(words({x, rms_bottom + 3.4}, time.text(tick), Anchor::middle));
+      const double x = scale(tick);
+      add_line("tick", {x, y}, {x, y + 0.9}, {ink, 0.15});
+      add(words({x, y + 3.4}, time.text(tick), Anchor::middle));
     }
-    const std::string name = time.base() == 0 ? "t (s)" : fmt::format("t \u2212 {} s (s)", time.base_text());
-    add(words({(left + right) / 2, rms_bottom + 6.6}, name, Anchor::middle));
+    return time;
   }
 
   void grid_line(double y, const std::string& label) {
@@ -249,19 +384,54 @@ class Figure {
     add(std::move(shown));
   }
 
+  /// Draws the thresholds and the residual voltage, whose figures stand beside the frame, kept apart from each other.
   void add_levels() {
+    std::vector<Level> levels;
     for (const auto& level : view_.levels) {
-      const double y = rms_(level.percent);
-      if (!std::isfinite(y)) continue;
-      add_line("threshold", {left, y}, {right, y}, {red, 0.2, {1.2, 0.5}});
-      // The words are below the line unless the frame is there.
-      const double base = y + 2.4 < rms_bottom ? y + 2 : y - 0.6;
-      Words shown = words({right - 0.6, base}, level.words, Anchor::end);
-      shown.size = 2;
-      shown.colour = red;
-      shown.halo = true;
-      add(std::move(shown));
+      add_level(levels, {"threshold", rms_(level.percent), left, level.label, red, {1.2, 0.5}});
     }
+    if (const auto extreme = extreme_percent()) {
+      add_level(levels, {"extreme",
+                         rms_(*extreme),
+                         across(view_.event->start_known ? view_.event->start_s : 0),
+                         analysis::percent_text(*extreme, analysis_.options.thresholds),
+                         ink,
+                         {0.2, 0.4}});
+    }
+    std::stable_sort(levels.begin(), levels.end(), [](const Level& a, const Level& b) { return a.y < b.y; });
+    std::vector<double> wanted;
+    for (const Level& level : levels) wanted.push_back(level.y);
+    const auto places = places_apart(wanted, small_size * 1.15, rms_panel_.top - 1.2, rms_panel_.bottom + 1.2);
+    for (std::size_t i = 0; i < levels.size(); i++) {
+      const Level& level = levels[i];
+      Words shown = words({right + 1, places[i] + 0.75}, level.label, Anchor::begin, small_size, level.colour);
+      shown.size = size_within(width - right - 1.2, level.label, small_size);
+      add(std::move(shown));
+      if (std::abs(places[i] - level.y) > 0.2)
+        add_line("leader", {right, level.y}, {right + 0.9, places[i]}, {grey, 0.1});
+    }
+  }
+
+  /// A horizontal line in the RMS panel with its figure.
+  struct Level {
+    const char* kind;
+    double y;
+    double from;
+    std::string label;
+    const char* colour;
+    std::vector<double> dash;
+  };
+
+  void add_level(std::vector<Level>& levels, Level level) {
+    if (!std::isfinite(level.y)) return;
+    add_line(level.kind, {level.from, level.y}, {right, level.y}, {level.colour, 0.2, level.dash});
+    levels.push_back(std::move(level));
+  }
+
+  /// The residual voltage of the event, or the highest of a swell, in per cent of the view's reference.
+  [[nodiscard]] std::optional<double> extreme_percent() const {
+    if (view_.event == nullptr || view_.event->kind == measure::EventKind::rapid_voltage_change) return std::nullopt;
+    return view_.percent(view_.event->extreme_v);
   }
 
   /// Draws a segment's voltage as a level from its beginning to its end. For a gradual segment the lowest voltage is
@@ -273,9 +443,22 @@ class Figure {
       if (!segment.measured || !std::isfinite(percent)) continue;
       Stroke stroke{colours[phase], 0.9, {}, 0.4};
       if (segment.gradual) stroke.dash = {0.6, 0.6};
-      const double end = segment.end_s ? across(*segment.end_s) : right;
-      add_line("step", {across(segment.start_s), rms_(percent)}, {end, rms_(percent)}, stroke);
+      const auto [from, to] = extent_of(segment);
+      add_line("step", {from, rms_(percent)}, {to, rms_(percent)}, stroke);
     }
+  }
+
+  /// Draws the waveform, or its envelope where cycles are so close that a phase would hide the others.
+  void add_wave(std::size_t phase) {
+    const CurveFrame frame = {view_.shown, across_, wave_, 1 / unit_};
+    if (!dense()) {
+      add(curve_of(curves_.volts[phase], frame, "wave", {colours[phase], 0.2}));
+      return;
+    }
+    Envelope envelope =
+        envelope_of(curves_.volts[phase], frame, analysis_.voltages.samples_per_cycle(), colours[phase]);
+    add(std::move(envelope.area));
+    add(std::move(envelope.edges));
   }
 
   /// Draws a ring on each phase's waveform at the beginning of the dip.
@@ -294,7 +477,7 @@ class Figure {
 
   void add_legend() {
     double x = left;
-    const double room = (right - left) / 3;
+    const double room = (width - left) / 3;
     for (std::size_t phase = 0; phase < phases(); phase++) {
       const std::string label = figure_label(record_, analysis_.voltages, phase);
       const std::string channel = shortened(voltage_name(record_, analysis_.voltages, phase), 14);
@@ -307,48 +490,6 @@ class Figure {
     }
   }
 
-  /// Draws a curve within the visible stretch, with breaks at missing values. If samples are closer than a printer's
-  /// dots, the curve connects the lowest and the highest sample of each step.
-  void curve(std::size_t phase, const std::vector<float>& values, double factor, const Scale& scale,
-             const std::vector<double>& dash, const char* kind) {
-    constexpr double dot = 0.1;
-    const auto most = static_cast<std::size_t>((right - left) / dot);
-    const std::size_t count = view_.shown.length();
-    Lines lines{kind, {}, Stroke{colours[phase], 0.2, dash}};
-    bool broken = true;
-    const auto point = [&](std::size_t i) {
-      if (broken) lines.pieces.emplace_back();
-      broken = false;
-      lines.pieces.back().push_back({time_(seconds(i)), scale(factor * static_cast<double>(values[i]))});
-    };
-    const std::size_t step = count <= 2 * most ? 1 : (count + most - 1) / most;
-    for (std::size_t i = view_.shown.begin; i < view_.shown.end; i += step) {
-      const auto ends = extreme_samples(values, i, std::min(i + step, view_.shown.end));
-      if (!ends) {
-        broken = true;
-        continue;
-      }
-      point(ends->first);
-      if (ends->first != ends->second) point(ends->second);
-    }
-    add(std::move(lines));
-  }
-
-  /// Returns the positions of the lowest and the highest value of a curve in order of time; empty if all values are
-  /// missing.
-  static std::optional<std::pair<std::size_t, std::size_t>> extreme_samples(const std::vector<float>& values,
-                                                                            std::size_t begin, std::size_t end) {
-    std::optional<std::size_t> low;
-    std::optional<std::size_t> high;
-    for (std::size_t i = begin; i < end; i++) {
-      if (!std::isfinite(values[i])) continue;
-      if (!low || values[i] < values[*low]) low = i;
-      if (!high || values[i] > values[*high]) high = i;
-    }
-    if (!low) return std::nullopt;
-    return std::minmax(*low, *high);
-  }
-
   /// Returns whether cycles are so close that a phase's waveform would hide the others.
   [[nodiscard]] bool dense() const {
     constexpr double narrowest_cycle = 1;
@@ -356,73 +497,11 @@ class Figure {
     return (right - left) < narrowest_cycle * cycles;
   }
 
-  /// One piece of an envelope, both edges from left to right.
-  struct Outline {
-    std::vector<Point> above;
-    std::vector<Point> below;
-    void add(double x, double above_y, double below_y) {
-      above.push_back({x, above_y});
-      below.push_back({x, below_y});
-    }
-  };
-
-  /// Returns the highest and lowest value of each cycle. There is a break at a cycle in which so many values are
-  /// missing that its peaks may be among them.
-  void envelope(std::size_t phase) {
-    const auto most = static_cast<std::size_t>((right - left) / 0.2);
-    const auto& shown = view_.shown;
-    const std::size_t step =
-        std::max(static_cast<std::size_t>(analysis_.voltages.samples_per_cycle()), shown.length() / most);
-    std::vector<Outline> outlines(1);
-    for (std::size_t i = shown.begin; i < shown.end; i += step) {
-      const std::size_t end = std::min(i + step, shown.end);
-      // If the last piece were shorter than the others, its peaks could be missing.
-      const std::size_t begin = end - std::min(step, end - shown.begin);
-      const Extremes volts = extremes_of(curves_.volts[phase], begin, end);
-      if (!volts.any() || 4 * volts.missing > end - begin) {
-        if (!outlines.back().above.empty()) outlines.emplace_back();
-        continue;
-      }
-      const double above = wave_(volts.high / unit_);
-      const double below = wave_(volts.low / unit_);
-      const double middle = time_((seconds(begin) + seconds(end)) / 2);
-      Outline& outline = outlines.back();
-      if (outline.above.empty()) outline.add(time_(seconds(begin)), above, below);
-      outline.add(middle, above, below);
-      if (end == shown.end) outline.add(right, above, below);
-    }
-    Lines area{"", {}, {}, Fill{colours[phase], 0.12}, true};
-    Lines edges{"wave", {}, Stroke{colours[phase], 0.25}};
-    for (Outline& outline : outlines) {
-      if (outline.above.empty()) continue;
-      area.pieces.push_back(outline.above);
-      area.pieces.back().insert(area.pieces.back().end(), outline.below.rbegin(), outline.below.rend());
-      edges.pieces.push_back(std::move(outline.above));
-      edges.pieces.push_back(std::move(outline.below));
-    }
-    add(std::move(area));
-    add(std::move(edges));
-  }
-
-  static Extremes extremes_of(const std::vector<float>& values, std::size_t begin, std::size_t end) {
-    Extremes extremes;
-    for (std::size_t i = begin; i < end; i++) extremes.take(static_cast<double>(values[i]));
-    return extremes;
-  }
-
-  /// Returns a font size so small that the text fits its space, because the viewer may choose a font with wide letters.
-  static double size_within(double room, const std::string& text) {
-    constexpr double column = 0.58;  // of the size
-    return std::min(text_size, room / (column * static_cast<double>(std::max<std::size_t>(columns_of(text), 1))));
-  }
-
   void add_lines(const std::vector<CaptionLine>& lines) {
-    double y = list_top;
+    double y = caption_top_;
     for (const CaptionLine& line : lines) {
-      const double size = size_within(width - 4, line.head + line.text);
-      Words shown = words({2, y}, line.text);
+      Words shown = words({2, y}, line.text, Anchor::begin, small_size);
       shown.bold_head = line.head;
-      shown.size = size;
       add(std::move(shown));
       y += line_height;
     }
@@ -434,17 +513,30 @@ class Figure {
   FigureView view_;
   const measure::Course* course_;
   Scale time_{};
+  Scale across_{};
   Scale wave_{};
   Scale rms_{};
   double unit_ = 1;
+  std::vector<EventBar> overview_bars_;
+  double overview_bars_top_ = 0;
+  Panel overview_;
+  double numbers_base_ = 0;
+  Panel band_;
+  Panel wave_panel_;
+  std::vector<EventBar> bars_;
+  double bars_top_ = 0;
+  Panel rms_panel_;
+  double phasors_top_ = 0;
+  double phasors_height_ = 0;
+  double caption_top_ = 0;
   Drawing drawing_;
 };
 
 }  // namespace
 
 Drawing figure_of(const readers::Record& record, const Analysis& analysis, const Curves& curves, std::size_t event) {
-  const auto& events = analysis.found.events;
-  return Figure(record, analysis, curves, events.empty() ? nullptr : &events.at(event)).drawing();
+  const bool any = !analysis.found.events.empty();
+  return Figure(record, analysis, curves, any ? std::optional(event) : std::nullopt).drawing();
 }
 
 }  // namespace outputs

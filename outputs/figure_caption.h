@@ -1,4 +1,4 @@
-// Writes the lines below a figure: the event and the figures of its segments.
+// Writes the lines below a figure: its event with the figures of its segments, and the other events of the record.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 namespace outputs {
 
 struct CaptionLine {
-  std::string head;  ///< in bold: "Dip", or a segment's number; may be empty
+  std::string head;  ///< in bold: "Dip", or a segment's number; empty in a line that continues another
   std::string text;  ///< what follows it, as plain text
 };
 
@@ -20,7 +20,8 @@ struct CaptionLine {
 /// analysed, because their phases are not known.
 std::string figure_label(const readers::Record& record, const analysis::AnalysedVoltages& voltages, std::size_t phase);
 
+/// Returns the lines, broken so that letters of a size fit a width even if the viewer's font is wide (millimetres).
 std::vector<CaptionLine> caption_of(const readers::Record& record, const analysis::Analysis& analysis,
-                                    const FigureView& view);
+                                    const FigureView& view, double width, double text_size);
 
 }  // namespace outputs

@@ -25,14 +25,12 @@ std::size_t sample_at(double seconds, const Analysis& analysis, std::size_t leng
 
 /// Returns the time of the event together with its course, within the limits of the record.
 analysis::Stretch stretch_of(const measure::Event& event, const Analysis& analysis, std::size_t length) {
-  const double record_end_s = static_cast<double>(length) / analysis.voltages.part.rate;
-  double from_s = event.start_known ? event.start_s : 0;
-  double to_s = event.end_s.value_or(record_end_s);
-  if (event.course) {
-    if (event.course->start_s) from_s = std::min(from_s, event.course->start_s->value);
-    if (event.course->end_s) to_s = std::max(to_s, event.course->end_s->value);
-  }
-  return {sample_at(from_s, analysis, length), sample_at(to_s, analysis, length)};
+  analysis::Stretch stretch = samples_of(event, analysis, length);
+  if (!event.course) return stretch;
+  const auto sample = [&](const measure::Figure& time_s) { return sample_at(time_s.value, analysis, length); };
+  if (event.course->start_s) stretch.begin = std::min(stretch.begin, sample(*event.course->start_s));
+  if (event.course->end_s) stretch.end = std::max(stretch.end, sample(*event.course->end_s));
+  return stretch;
 }
 
 /// Adds a fifth of the event to either side, but at least some cycles.
@@ -79,31 +77,45 @@ std::optional<double> steady_before(const measure::Event& change, const Analysis
   return level;
 }
 
-void add_level(FigureView& view, const char* name, double percent) {
-  view.levels.push_back({percent, fmt::format("{} {:g} % of the {}", name, percent, view.reference_words)});
+void add_level(FigureView& view, EventKind kind, double percent) {
+  view.levels.push_back(
+      {percent, fmt::format("{:g} %", percent), fmt::format("{} {:g} %", analysis::kind_words(kind), percent)});
 }
 
-void add_levels(FigureView& view, const Analysis& analysis, const Curves& curves) {
-  const measure::Thresholds& thresholds = analysis.options.thresholds;
-  switch (view.event == nullptr ? EventKind::dip : view.event->kind) {
-    case EventKind::dip:
-      add_level(view, "dip", thresholds.dip);
-      return;
-    case EventKind::interruption:
-      add_level(view, "interruption", thresholds.interruption);
-      return;
-    case EventKind::swell:
-      add_level(view, "swell", thresholds.swell);
-      return;
-    case EventKind::rapid_voltage_change:
-      break;
-  }
+/// Adds the thresholds of a rapid change on either side of the steady voltage before it.
+void add_change_levels(FigureView& view, const Analysis& analysis, const Curves& curves) {
   const auto before = steady_before(*view.event, analysis, curves);
   if (!before) return;
+  const double change = analysis.options.thresholds.rapid_change;
+  const std::string meaning = fmt::format("rapid voltage change {:g} %", change);
   for (const double sign : {1.0, -1.0}) {
-    view.levels.push_back({view.percent(*before) + sign * thresholds.rapid_change,
-                           fmt::format("{}{:g} % of the {} from the steady voltage before", sign > 0 ? "+" : "\u2212",
-                                       thresholds.rapid_change, view.reference_words)});
+    view.levels.push_back(
+        {view.percent(*before) + sign * change, fmt::format("{}{:g} %", sign > 0 ? "+" : "\u2212", change), meaning});
+  }
+}
+
+/// Adds the thresholds of all kinds of events in view; that of dips where there is no event. A rapid change that
+/// belongs to another event has none, because it has a steady voltage of its own.
+void add_levels(FigureView& view, const Analysis& analysis, const Curves& curves) {
+  const measure::Thresholds& thresholds = analysis.options.thresholds;
+  const auto in_view = [&](EventKind kind) {
+    return std::any_of(view.events.begin(), view.events.end(),
+                       [&](std::size_t index) { return analysis.found.events[index].kind == kind; });
+  };
+  if (view.event != nullptr && view.event->kind == EventKind::rapid_voltage_change) {
+    add_change_levels(view, analysis, curves);
+  }
+  if (in_view(EventKind::swell)) add_level(view, EventKind::swell, thresholds.swell);
+  if (view.event == nullptr || in_view(EventKind::dip)) add_level(view, EventKind::dip, thresholds.dip);
+  if (in_view(EventKind::interruption)) add_level(view, EventKind::interruption, thresholds.interruption);
+}
+
+/// Notes which events are in view, if only in part.
+void add_events(FigureView& view, const Analysis& analysis, std::size_t length) {
+  for (std::size_t i = 0; i < analysis.found.events.size(); i++) {
+    const analysis::Stretch taken = samples_of(analysis.found.events[i], analysis, length);
+    if (taken.begin < view.shown.begin || taken.end > view.shown.end) view.all_events = false;
+    if (taken.begin < view.shown.end && taken.end >= view.shown.begin) view.events.push_back(i);
   }
 }
 
@@ -117,11 +129,25 @@ double record_reference(const Analysis& analysis) {
   return highest;
 }
 
+/// Lets each voltage refer to its own level before, by which it would be judged. An event has one reference.
+void take_own_references(FigureView& view, const Analysis& analysis) {
+  for (std::size_t phase = 0; phase < analysis.voltages.phases; phase++) {
+    const double volts = analysis.found.reference_v[phase];
+    if (std::isfinite(volts) && volts > 0) view.own_reference_v[phase] = volts;
+  }
+}
+
 }  // namespace
 
-FigureView view_of(const Analysis& analysis, const Curves& curves, const measure::Event* event) {
+analysis::Stretch samples_of(const measure::Event& event, const Analysis& analysis, std::size_t length) {
+  return {event.start_known ? sample_at(event.start_s, analysis, length) : 0,
+          event.end_s ? sample_at(*event.end_s, analysis, length) : length};
+}
+
+FigureView view_of(const Analysis& analysis, const Curves& curves, const std::optional<std::size_t>& index) {
   FigureView view;
   const std::size_t length = curves.volts[0].size();
+  const measure::Event* event = index ? &analysis.found.events.at(*index) : nullptr;
   view.event = event;
   view.shown = {0, length};
   double reference = 0;
@@ -132,10 +158,13 @@ FigureView view_of(const Analysis& analysis, const Curves& curves, const measure
   }
   if (!(reference > 0) || !std::isfinite(reference)) reference = record_reference(analysis);
   view.reference_v = reference > 0 ? reference : 1;
+  view.own_reference_v.fill(view.reference_v);
+  if (event == nullptr) take_own_references(view, analysis);
   const bool of_declared =
       event != nullptr && event->kind == EventKind::rapid_voltage_change && analysis.options.declared_v > 0;
   view.reference_words =
       analysis::reference_words(of_declared ? measure::Reference::declared : analysis.options.reference);
+  add_events(view, analysis, length);
   add_levels(view, analysis, curves);
   return view;
 }

@@ -7,7 +7,8 @@
 #include <cmath>
 #include <string_view>
 
-#include "analysis/decimal.h"
+#include "analysis/quantity_text.h"
+#include "outputs/rounding.h"
 
 namespace outputs {
 
@@ -21,15 +22,33 @@ std::size_t columns_begun_by(char first) {
   return byte > 0xE2 ? 2 : 1;
 }
 
-/// Rounds up to a number of decimals, but at least to one unit of the last decimal.
-double rounded_up(double plus_minus, int decimals) {
-  constexpr double digits_of_a_double = 1e-9;
-  const double units = analysis::power_of_ten(decimals);
-  return std::max(1.0, std::ceil(plus_minus * units * (1 - digits_of_a_double))) / units;
+/// Returns the number of decimals, from 0 to `most`, that an uncertainty allows.
+int decimals_for(double plus_minus, int most) {
+  return std::max(decimals_of(plus_minus, most), 0);
 }
 
-std::string degrees_plus_minus(double plus_minus) {
-  return fmt::format(" ± {:.1f}°", rounded_up(plus_minus, 1));
+/// Formats a number without a sign if its digits are all zero.
+std::string digits_of(double value, int decimals) {
+  const std::string digits = fmt::format("{:.{}f}", value, decimals);
+  const bool zero = digits.find_first_not_of("-0.") == std::string::npos;
+  return zero && digits[0] == '-' ? digits.substr(1) : digits;
+}
+
+constexpr int angle_decimals = 1;
+
+std::string angle_digits(double degrees, int decimals) {
+  const std::string digits = digits_of(degrees, decimals);
+  return (digits == digits_of(360, decimals) ? digits_of(0, decimals) : digits) + "°";
+}
+
+std::string turn_digits(double degrees, int decimals) {
+  const std::string digits = digits_of(degrees, decimals);
+  const bool positive = degrees > 0 && digits != digits_of(0, decimals);
+  return (positive ? "+" : "") + digits + "°";
+}
+
+std::string degrees_plus_minus(double plus_minus, int decimals) {
+  return fmt::format(" ± {:.{}f}°", rounded_up(plus_minus, decimals), decimals);
 }
 
 struct Prefix {
@@ -112,36 +131,57 @@ std::string fitted_line(std::string_view line, std::size_t columns) {
 }
 
 /// Decimals that make four significant digits of a value of at most some thousands.
-int decimals_of(double value) {
+int four_digit_decimals(double value) {
   return value >= 1000 ? 0 : value >= 100 ? 1 : value >= 10 ? 2 : 3;
 }
 
 }  // namespace
 
 std::string angle_text(double degrees) {
-  const std::string digits = fmt::format("{:.1f}", degrees);
-  return (digits == "360.0" ? "0.0" : digits) + "°";
+  return angle_digits(degrees, angle_decimals);
 }
 
 std::string turn_text(double degrees) {
-  const std::string digits = fmt::format("{:+.1f}", degrees);
-  return (digits.substr(1) == "0.0" ? "0.0" : digits) + "°";
+  return turn_digits(degrees, angle_decimals);
 }
 
 std::string volts_text(const measure::Figure& volts) {
   const double size = std::max(std::abs(volts.value), volts.plus_minus);
   const Prefix prefix = prefix_for(size);
-  const int decimals = decimals_of(size / prefix.volts);
-  return fmt::format("{:.{}f} ± {:.{}f} {}", volts.value / prefix.volts, decimals,
-                     rounded_up(volts.plus_minus / prefix.volts, decimals), decimals, prefix.unit);
+  const double plus_minus = volts.plus_minus / prefix.volts;
+  const int decimals = decimals_for(plus_minus, four_digit_decimals(size / prefix.volts));
+  return fmt::format("{} ± {:.{}f} {}", digits_of(volts.value / prefix.volts, decimals),
+                     rounded_up(plus_minus, decimals), decimals, prefix.unit);
+}
+
+std::string rounded_volts_text(const measure::Figure& volts) {
+  const std::string text = volts_text(volts);
+  const std::size_t digits = text.find(" ± ");
+  return text.substr(0, digits) + text.substr(text.rfind(' '));
+}
+
+std::string slope_text(double volts_per_second, double level, double rate) {
+  return analysis::volts_text_of(volts_per_second, level * rate) + "/s";
+}
+
+std::string rounded_percent_text(const measure::Figure& percent) {
+  return digits_of(percent.value, decimals_for(percent.plus_minus, 1)) + " %";
+}
+
+std::string percent_text(const measure::Figure& percent) {
+  const int decimals = decimals_for(percent.plus_minus, 1);
+  return fmt::format("{} ± {:.{}f} %", digits_of(percent.value, decimals), rounded_up(percent.plus_minus, decimals),
+                     decimals);
 }
 
 std::string angle_text(const measure::Figure& degrees) {
-  return angle_text(degrees.value) + degrees_plus_minus(degrees.plus_minus);
+  const int decimals = decimals_for(degrees.plus_minus, angle_decimals);
+  return angle_digits(degrees.value, decimals) + degrees_plus_minus(degrees.plus_minus, decimals);
 }
 
 std::string turn_text(const measure::Figure& degrees) {
-  return turn_text(degrees.value) + degrees_plus_minus(degrees.plus_minus);
+  const int decimals = decimals_for(degrees.plus_minus, angle_decimals);
+  return turn_digits(degrees.value, decimals) + degrees_plus_minus(degrees.plus_minus, decimals);
 }
 
 std::string instant_text(double record_seconds) {
@@ -149,7 +189,15 @@ std::string instant_text(double record_seconds) {
 }
 
 std::string instant_text(double record_seconds, double plus_minus) {
-  return fmt::format("{} ± {:.1f} ms", instant_text(record_seconds), rounded_up(plus_minus * 1e3, 1));
+  const int decimals = decimals_for(plus_minus * 1e3, 1);
+  return fmt::format("{:.{}f} s ± {:.{}f} ms", record_seconds, 3 + decimals, rounded_up(plus_minus * 1e3, decimals),
+                     decimals);
+}
+
+measure::Figure percent_of_before(const measure::SegmentPhase& figures) {
+  const double percent = 100 * figures.share_of_before;
+  if (!(figures.voltage_v.value > 0)) return {percent, 0};
+  return {percent, percent * figures.voltage_v.plus_minus / figures.voltage_v.value};
 }
 
 std::string wrapped(const std::string& words, std::size_t width, std::size_t indent) {

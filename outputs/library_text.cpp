@@ -115,8 +115,11 @@ class LibraryText {
     text_ += table_.names([&](std::size_t phase) { return voltage_name(record_, analysis_.voltages, phase); });
     text_ +=
         table_.line("  point on wave", [&](std::size_t phase) { return angle_text(dip.point_on_wave_degrees[phase]); });
-    text_ += table_.line("  fastest change",
-                         [&](std::size_t phase) { return volts_text(dip.fastest_change_v_per_s[phase]) + "/s"; });
+    // The library takes the slope from one sample to the next, at 50 cycles per second.
+    const double rate = 50 * analysis_.voltages.samples_per_cycle();
+    text_ += table_.line("  fastest change", [&](std::size_t phase) {
+      return slope_text(dip.fastest_change_v_per_s[phase], results_.nominal_v, rate);
+    });
     for (std::size_t i = 0; i < dip.segments.size(); i++) add_segment(i + 1, dip.segments[i]);
   }
 

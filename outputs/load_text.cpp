@@ -101,10 +101,8 @@ class Voltages {
 
   /// "66.7 ± 0.1 %"; an uncertainty is rounded up.
   static std::string share_text(const measure::SegmentPhase& figures) {
-    const double percent = 100 * figures.share_of_before;
-    if (!(figures.voltage_v.value > 0)) return fmt::format("{:.1f} %", percent);
-    const double plus_minus = percent * figures.voltage_v.plus_minus / figures.voltage_v.value;
-    return fmt::format("{:.1f} ± {:.1f} %", percent, std::max(0.1, std::ceil(10 * plus_minus) / 10));
+    const measure::Figure percent = percent_of_before(figures);
+    return percent.plus_minus > 0 ? percent_text(percent) : rounded_percent_text(percent);
   }
 
   const readers::Record& record_;

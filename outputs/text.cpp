@@ -14,6 +14,7 @@
 #include "outputs/library_text.h"
 #include "outputs/load_text.h"
 #include "outputs/notes.h"
+#include "outputs/rms_range.h"
 #include "outputs/voltage_names.h"
 #include "readers/text.h"
 
@@ -225,33 +226,9 @@ std::string number_of_events(const Analysis& analysis) {
          (analysis.line ? " of the phase voltages\n" : "\n");
 }
 
-/// "Urms(1/2) from 99.2 % (A) to 100.4 % (C) of the pre-event voltage": what a record without events shows instead.
-std::string range_words(const Analysis& analysis) {
-  const auto& voltages = analysis.voltages;
-  std::size_t low = 0;
-  std::size_t high = 0;
-  const auto share = [&](const measure::PerPhase& volts, std::size_t phase) {
-    return volts[phase] / analysis.found.reference_v[phase];
-  };
-  for (std::size_t phase = 1; phase < voltages.phases; phase++) {
-    if (share(analysis.lowest_rms_v, phase) < share(analysis.lowest_rms_v, low)) low = phase;
-    if (share(analysis.highest_rms_v, phase) > share(analysis.highest_rms_v, high)) high = phase;
-  }
-  const double lowest = share(analysis.lowest_rms_v, low);
-  const double highest = share(analysis.highest_rms_v, high);
-  if (!std::isfinite(lowest) || !std::isfinite(highest)) return "";
-  const auto letters = [&](std::size_t phase) {
-    measure::PhaseFlags flags{};
-    flags[phase] = true;
-    return voltages.letters(flags);
-  };
-  return fmt::format("Urms(1/2) from {} ({}) to {} ({}) of the {}", analysis::percent_text(100 * lowest), letters(low),
-                     analysis::percent_text(100 * highest), letters(high), reference_words(analysis.options.reference));
-}
-
 /// The line of a record without events: "record.cfg: no events   Urms(1/2) from 99.2 % (A) to 100.4 % (C) of ...".
 std::string line_without_events(const readers::Record& record, const Analysis& analysis) {
-  const std::string range = range_words(analysis);
+  const std::string range = rms_range_text(analysis);
   return readers::inert(record.file) + ": no events" + (range.empty() ? "" : "   " + range);
 }
 
@@ -316,7 +293,7 @@ std::string text_of(const readers::Record& record, const Analysis& analysis, con
   if (analysis.library) return text + library_text(record, analysis, colours);
   if (analysis.line) text += line_voltages_text(record, analysis, colours.width());
   text += '\n' + number_of_events(analysis);
-  if (const auto range = range_words(analysis); analysis.found.events.empty() && !range.empty()) {
+  if (const auto range = rms_range_text(analysis); analysis.found.events.empty() && !range.empty()) {
     text += wrapped(range, colours.width(), 2);
   }
   for (std::size_t i = 0; i < analysis.found.events.size(); i++) text += event_text(record, analysis, i, colours);

@@ -90,7 +90,7 @@ std::vector<Stretch> detailed_stretches(const Analysis& analysis, const Curves& 
   for (const std::size_t index : ranked) {
     for (const double seconds : changes_of(events[index])) detail.add(round_time(seconds, analysis));
   }
-  for (const std::size_t index : ranked) detail.add(view_of(analysis, curves, &events[index]).shown);
+  for (const std::size_t index : ranked) detail.add(view_of(analysis, curves, index).shown);
   return std::move(detail).in_order();
 }
 

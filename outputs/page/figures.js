@@ -16,8 +16,33 @@ function fixed(value, decimals) {
   return Number(digits) === 0 ? digits.replace("-", "") : digits.replace("-", "−");
 }
 
-function volts(given) {
-  return withPrefix(given, "V");
+/// Returns the number of decimals, from 0 to `most`, with which a half width has two significant digits; more say
+/// nothing.
+function decimalsFor(plusMinus, most) {
+  if (!(plusMinus > 0)) return most;
+  const exponent = Number(plusMinus.toExponential().split("e")[1]);
+  const decimals = 1 - exponent;
+  if (decimals > most) return most;
+  const grows = Math.ceil(plusMinus * 10 ** decimals - 1e-6) >= 100;
+  return Math.max(decimals - (grows ? 1 : 0), 0);
+}
+
+function volts(given, plusMinus) {
+  return plusMinus === undefined ? withPrefix(given, "V") : voltsOf(given, plusMinus).join(space);
+}
+
+/// Returns the digits of a voltage with an uncertainty and their unit, which suits the larger of both.
+function voltsOf(value, plusMinus) {
+  const [factor, unit, digits] = voltScale(value, plusMinus);
+  return [fixed(value / factor, digits), unit];
+}
+
+/// Returns the factor, the unit and the decimals of a voltage with an uncertainty.
+function voltScale(value, plusMinus) {
+  const size = Math.max(Math.abs(value), plusMinus);
+  const [factor, unit] = size >= 1e6 ? [1e6, "MV"] : size >= 1e3 ? [1e3, "kV"] : size >= 1 || size === 0 ? [1, "V"] : [1e-3, "mV"];
+  const scaled = size / factor;
+  return [factor, unit, decimalsFor(plusMinus / factor, scaled >= 1000 ? 0 : scaled >= 100 ? 1 : scaled >= 10 ? 2 : 3)];
 }
 
 function amperes(given) {
@@ -37,22 +62,23 @@ function withPrefix(given, base) {
   return `${(digits.includes("e") ? digits : rounded(scaled, decimals)).replace("-", "−")}${space}${prefix}${base}`;
 }
 
-function percent(value) {
-  return `${fixed(value, 1)}${space}%`;
+function percent(value, plusMinus) {
+  return `${fixed(value, decimalsFor(plusMinus, 1))}${space}%`;
 }
 
-function degrees(value) {
-  const digits = fixed(value, 1);
-  return `${digits === "360.0" ? "0.0" : digits}°`;
+function degrees(value, plusMinus) {
+  const decimals = decimalsFor(plusMinus, 1);
+  const digits = fixed(value, decimals);
+  return `${Number(digits) === 360 ? fixed(0, decimals) : digits}°`;
 }
 
-function turn(value) {
-  const digits = fixed(value, 1);
-  return `${value > 0 && digits !== "0.0" ? "+" : ""}${digits}°`;
+function turn(value, plusMinus) {
+  const digits = fixed(value, decimalsFor(plusMinus, 1));
+  return `${value > 0 && Number(digits) !== 0 ? "+" : ""}${digits}°`;
 }
 
-function time(value) {
-  return `${fixed(value, 4)}${space}s`;
+function time(value, plusMinus) {
+  return `${fixed(value, 3 + decimalsFor(plusMinus * 1e3, 1))}${space}s`;
 }
 
 function duration(seconds) {
@@ -68,17 +94,16 @@ function upwards(value, decimals) {
 
 /// The half width of a voltage's interval, with the digits and the unit in which the voltage is shown.
 function voltsWithin(plusMinus, value) {
-  const [digits, unit] = volts(value).split(space);
-  const factor = { MV: 1e6, kV: 1e3, V: 1, mV: 1e-3 }[unit];
-  return `${upwards(plusMinus / factor, digits.split(".")[1]?.length ?? 0)}${space}${unit}`;
+  const [factor, unit, decimals] = voltScale(value, plusMinus);
+  return `${upwards(plusMinus / factor, decimals)}${space}${unit}`;
 }
 
 function degreesWithin(plusMinus) {
-  return `${upwards(plusMinus, 1)}°`;
+  return `${upwards(plusMinus, decimalsFor(plusMinus, 1))}°`;
 }
 
 function timeWithin(plusMinus) {
-  return `${upwards(plusMinus * 1e3, 1)}${space}ms`;
+  return `${upwards(plusMinus * 1e3, decimalsFor(plusMinus * 1e3, 1))}${space}ms`;
 }
 
 const referenceNames = { declared: "declared voltage", sliding: "sliding reference", "pre-event": "pre-event voltage" };

@@ -147,8 +147,8 @@ std::vector<std::size_t> from_the_worst(const Analysis& analysis) {
 /// Returns the range of the record's seconds in which each event is shown.
 Json views_of(const Analysis& analysis, const Curves& curves) {
   Json views = Json::array();
-  for (const measure::Event& event : analysis.found.events) {
-    const auto shown = view_of(analysis, curves, &event).shown;
+  for (std::size_t i = 0; i < analysis.found.events.size(); i++) {
+    const auto shown = view_of(analysis, curves, i).shown;
     const auto seconds = [&](std::size_t sample) {
       return analysis.voltages.record_seconds(static_cast<double>(sample) / analysis.voltages.part.rate);
     };

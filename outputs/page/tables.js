@@ -103,9 +103,11 @@ function levelWords(path, { voltage_v, percent: share, percent_of_declared }) {
 function within(path, member, figures, words, halfWords) {
   if (figures[member] === null) return ["–"];
   const plusMinus = `${member}_plus_minus`;
-  return [piece(`${path}.${member}`, words(figures[member])), " ± ",
+  return [piece(`${path}.${member}`, words(figures[member], figures[plusMinus])), " ± ",
     piece(`${path}.${plusMinus}`, halfWords(figures[plusMinus], figures[member]))];
 }
+/// The half width of a voltage's share of its level before, per cent; zero where none is known.
+const shareWithin = (entry) => (entry.voltage_v > 0 ? (entry.percent_of_before * entry.voltage_v_plus_minus) / entry.voltage_v : 0);
 const angleWithin = (path, figures, words) => within(path, "degrees", figures, words, degreesWithin);
 
 /// A table of an event: a row for each value, a column for each phase.
@@ -264,7 +266,7 @@ function segmentValues(table, at, segment) {
   const low = (_, i) => segment.voltage[i].percent_of_before < 90;
   table.each(segment.gradual ? "lowest voltage" : "voltage", `${at}.voltage`, segment.voltage, (path, entry) => [
     ...within(path, "voltage_v", entry, volts, voltsWithin), " ",
-    piece(`${path}.percent_of_before`, percent(entry.percent_of_before), { class: "percent" })], low);
+    piece(`${path}.percent_of_before`, percent(entry.percent_of_before, shareWithin(entry)), { class: "percent" })], low);
   const rmsRow = (name, member) => {
     if (!segment.voltage.some((entry) => entry !== null && entry[member] !== null)) return;
     table.each(name, `${at}.voltage`, segment.voltage, (path, entry) => (entry[member] === null ? ["–"] : [piece(`${path}.${member}`, volts(entry[member]))]));

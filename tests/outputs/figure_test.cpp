@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <iomanip>
 #include <limits>
@@ -12,6 +11,7 @@
 #include <numbers>
 #include <sstream>
 
+#include "outputs/figures_text.h"
 #include "tests/command/dipx_command.h"
 #include "tests/command/synth_record.h"
 #include "tests/core/working_folder.h"
@@ -50,8 +50,7 @@ std::vector<Point> path(const std::string& svg, const std::string& kind, std::si
 
 // The frame, in millimetres.
 constexpr double frame_left = 11;
-constexpr double frame_right = 82.5;
-constexpr double rms_bottom = 62;
+constexpr double frame_right = 74.2;
 constexpr double rms_height = 27;
 
 /// Returns the seconds that a figure shows: an event and its course, with a fifth of it or a number of cycles on either
@@ -80,22 +79,35 @@ Shown shown_of(const json& document, double margin_cycles = 3) {
   return {from - margin, to + margin};
 }
 
-/// The millimetres of a level in the RMS panel that begins at zero.
-double up(double percent, double highest_percent) {
-  return rms_bottom - percent / highest_percent * rms_height;
-}
-
-/// Whether the figures within the paths and shapes are all finite.
-void expect_finite(const std::string& svg) {
-  for (const char* odd : {"nan", "inf", "NaN", "Infinity"}) EXPECT_EQ(svg.find(odd), std::string::npos) << odd;
-}
-
 /// Returns the value of an attribute of the n-th element of a class.
 double attribute(const std::string& svg, const std::string& element, const std::string& name, std::size_t n = 0) {
   std::size_t at = 0;
   for (std::size_t i = 0; i <= n; i++) at = svg.find(element, at + 1);
   const std::size_t begin = svg.find(" " + name + "=\"", at) + name.size() + 3;
   return std::stod(svg.substr(begin));
+}
+
+/// The frame of a panel from above, millimetres.
+struct Panel {
+  double top;
+  double bottom;
+};
+
+Panel panel(const std::string& svg, const std::string& name) {
+  const std::string frame = "<rect class=\"frame " + name + "\"";
+  const double top = attribute(svg, frame, "y");
+  return {top, top + attribute(svg, frame, "height")};
+}
+
+/// The millimetres of a level in the RMS panel that begins at zero.
+double up(const std::string& svg, double percent, double highest_percent) {
+  const auto [top, bottom] = panel(svg, "rms");
+  return bottom - percent / highest_percent * (bottom - top);
+}
+
+/// Whether the figures within the paths and shapes are all finite.
+void expect_finite(const std::string& svg) {
+  for (const char* odd : {"nan", "inf", "NaN", "Infinity"}) EXPECT_EQ(svg.find(odd), std::string::npos) << odd;
 }
 
 class Figure : public testing::Test {
@@ -154,10 +166,8 @@ void write_record(const std::string& file, double length_s, std::size_t phases, 
 }
 
 TEST_F(Figure, IsOneColumnWide) {
-  // The dip, its point on wave, its segment and the reference have one line each.
-  EXPECT_TRUE(
-      figure(one_dip()).starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" height=\"84.7mm\" "
-                                    "viewBox=\"0 0 84 84.7\" "));
+  const auto svg = figure(one_dip());
+  EXPECT_TRUE(svg.starts_with("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"84mm\" ")) << svg.substr(0, 200);
 }
 
 TEST_F(Figure, DrawsCurvesStepsTransitionsAndTheThreshold) {
@@ -165,7 +175,8 @@ TEST_F(Figure, DrawsCurvesStepsTransitionsAndTheThreshold) {
   EXPECT_EQ(count(svg, "<path class=\"wave\""), 3U);
   EXPECT_EQ(count(svg, "<path class=\"rms\""), 3U);
   EXPECT_EQ(count(svg, "<path class=\"threshold\""), 1U);
-  EXPECT_EQ(count(svg, ">dip 90 % of the pre-event voltage<"), 1U);
+  EXPECT_EQ(count(svg, ">90 %<"), 1U);
+  EXPECT_EQ(count(svg, ">Thresholds</tspan>: dip 90 %<"), 1U);
   EXPECT_EQ(count(svg, "<path class=\"boundary\""), 2U);
   EXPECT_EQ(count(svg, "<rect class=\"segment\""), 1U);
   EXPECT_EQ(count(svg, "<path class=\"step\""), 3U);
@@ -189,10 +200,10 @@ void expect_one_time_axis(const std::string& svg, const json& document) {
   EXPECT_NEAR(attribute(svg, "<circle class=\"point-on-wave\"", "cx"), shown.across(course["start_s"]), near);
   // B's step is at 40 % from the segment's beginning to its end.
   EXPECT_NEAR(path(svg, "step", 1)[0].x, shown.across(segment["start_s"]), near);
-  EXPECT_NEAR(path(svg, "step", 1)[0].y, up(40, 105), 0.02);
+  EXPECT_NEAR(path(svg, "step", 1)[0].y, up(svg, 40, 105), 0.02);
   // B's one-cycle RMS passes the threshold within the cycle after the course begins, and after it ends.
   const auto rms = path(svg, "rms", 1);
-  const auto below = [&](const Point& point) { return point.y > up(90, 105); };
+  const auto below = [&](const Point& point) { return point.y > up(svg, 90, 105); };
   const auto first = std::find_if(rms.begin(), rms.end(), below);
   const auto last = std::find_if(rms.rbegin(), rms.rend(), below);
   ASSERT_NE(first, rms.end());
@@ -201,7 +212,7 @@ void expect_one_time_axis(const std::string& svg, const json& document) {
   EXPECT_GT(last->x, shown.across(course["end_s"]));
   EXPECT_LT(last->x, shown.across(course["end_s"].get<double>() + 0.02));
   const auto lowest = std::max_element(rms.begin(), rms.end(), [](auto a, auto b) { return a.y < b.y; });
-  EXPECT_NEAR(lowest->y, up(40, 105), 0.02);
+  EXPECT_NEAR(lowest->y, up(svg, 40, 105), 0.02);
   // The curve begins and ends at the frame.
   EXPECT_NEAR(rms.front().x, frame_left, 0.01);
   EXPECT_NEAR(rms.back().x, frame_right, 0.2);
@@ -244,20 +255,20 @@ TEST_F(Figure, ShowsPerCentOfTheReference) {
   const auto svg = figure(one_dip(), {"--nominal", "220"});
   EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (41.8 %), "), std::string::npos);
   EXPECT_NE(svg.find(">% of the declared voltage, 220.0 V<"), std::string::npos);
-  EXPECT_NE(svg.find(">dip 90 % of the declared voltage<"), std::string::npos);
+  EXPECT_NE(svg.find(">Thresholds</tspan>: dip 90 %<"), std::string::npos);
   // The panel reaches 3 % further than the highest voltage, 230 V.
-  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(90, 1.03 * 230 / 2.2), 0.05);
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(svg, 90, 1.03 * 230 / 2.2), 0.05);
 }
 
 TEST_F(Figure, ShowsPerCentOfTheDeclaredVoltageInAdditionToAnotherReference) {
   const auto svg = figure(one_dip(), {"--nominal", "200", "--reference", "pre-event"});
-  EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (40.0 %, 46.0 % of declared), "), std::string::npos);
+  EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (40.0 %, 46.0 % of declared),"), std::string::npos);
 }
 
 TEST_F(Figure, DrawsTheThresholdThatWasGiven) {
   const auto svg = figure(one_dip(), {"--dip-threshold", "80"});
-  EXPECT_NE(svg.find(">dip 80 % of the pre-event voltage<"), std::string::npos);
-  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(80, 105), 0.02);
+  EXPECT_NE(svg.find(">Thresholds</tspan>: dip 80 %<"), std::string::npos);
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(svg, 80, 105), 0.02);
 }
 
 TEST_F(Figure, StatesThatVoltagesAreBetweenPhases) {
@@ -278,8 +289,10 @@ TEST_F(Figure, ListsTheDipAndItsSegments) {
   const auto svg = figure(dip);
   EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (40.0 %), 1.0"), std::string::npos)
       << svg.substr(svg.size() - 600);
-  EXPECT_NE(svg.find(">1</tspan>\u2003type B (B): A 100.0 %, B 40.0 %, C 100.0 %<"), std::string::npos);
-  EXPECT_NE(svg.find(">2</tspan>\u2003type B (B): A 100.0 %, B 70.0 %, C 100.0 %<"), std::string::npos);
+  EXPECT_NE(svg.find(">Segment 1</tspan>: type B (B): A\u00A0100.0 %, B\u00A040.0 %, C\u00A0100.0 %<"),
+            std::string::npos);
+  EXPECT_NE(svg.find(">Segment 2</tspan>: type B (B): A\u00A0100.0 %, B\u00A070.0 %, C\u00A0100.0 %<"),
+            std::string::npos);
 }
 
 TEST_F(Figure, NamesThePointOnWave) {
@@ -289,11 +302,8 @@ TEST_F(Figure, NamesThePointOnWave) {
   // C lags A by 240 degrees, B by 120.
   const auto& angles = document["events"][0]["course"]["point_on_wave"];
   EXPECT_NEAR(angles[0]["degrees"], 30, angles[0]["degrees_plus_minus"]);
-  const auto at = svg.find(">Point on wave</tspan>: A ");
-  ASSERT_NE(at, std::string::npos);
-  double degrees = 0;
-  ASSERT_EQ(std::sscanf(svg.c_str() + at, ">Point on wave</tspan>: A %lf", &degrees), 1);
-  EXPECT_NEAR(degrees, angles[0]["degrees"].get<double>(), 0.051);
+  const auto shown = outputs::angle_text(measure::Figure{angles[0]["degrees"], angles[0]["degrees_plus_minus"]});
+  EXPECT_NE(svg.find(">Point on wave</tspan>: A\u00A0" + shown + ", "), std::string::npos) << shown;
 }
 
 TEST_F(Figure, HatchesGradualSegmentsAndTransitions) {
@@ -313,18 +323,20 @@ TEST_F(Figure, HatchesGradualSegmentsAndTransitions) {
                                                    [](const json& transition) { return !transition["gradual"]; })));
 }
 
-TEST_F(Figure, WritesLongLinesSmallerSoThatAWideFontFits) {
+TEST_F(Figure, BreaksLinesBelowItThatAreWiderThanTheColumn) {
   const auto svg = figure(one_dip(), {"--nominal", "200", "--reference", "pre-event"});
-  const auto at = svg.find("><tspan font-weight=\"bold\">Dip<");
-  ASSERT_NE(at, std::string::npos);
-  const auto size_at = svg.rfind("font-size=\"", at) + 11;
-  const auto end = svg.find("</text>", at);
-  std::string line = svg.substr(at + 27, end - at - 27);
-  line.erase(line.find("</tspan>"), 8);
-  // A letter may be 0.58 of its size wide; 80 mm are there.
-  EXPECT_GT(line.size(), 60U) << line;
-  EXPECT_NEAR(std::stod(svg.substr(size_at)), 80 / (0.58 * static_cast<double>(line.size())), 0.005) << line;
-  EXPECT_NE(svg.find("font-size=\"2.50\">% of the"), std::string::npos);
+  EXPECT_NE(svg.find(">Dip</tspan> of B: residual voltage 92.00 V (40.0 %, 46.0 % of declared),"), std::string::npos);
+  std::size_t lines = 0;
+  for (auto at = svg.find("font-size=\"2.10\">"); at != svg.npos; at = svg.find("font-size=\"2.10\">", at + 1)) {
+    std::string line = svg.substr(at + 17, svg.find("</text>", at) - at - 17);
+    for (const std::string tag : {"<tspan font-weight=\"bold\">", "</tspan>"}) {
+      if (const auto found = line.find(tag); found != line.npos) line.erase(found, tag.size());
+    }
+    // A letter is 0.55 of its size wide; 80 mm are there.
+    EXPECT_LE(static_cast<double>(outputs::columns_of(line)) * 0.55 * 2.1, 80) << line;
+    lines++;
+  }
+  EXPECT_GE(lines, 6U);
 }
 
 TEST_F(Figure, DrawsAnEnvelopeWhereCyclesLieTooClose) {
@@ -333,10 +345,11 @@ TEST_F(Figure, DrawsAnEnvelopeWhereCyclesLieTooClose) {
   dip.rate = 3200;
   const auto svg = figure(dip);
   EXPECT_LT(svg.size(), 150000U);
-  // From 0 V in the middle of the panel, 20.25 mm, the peaks reach out by 1/1.05 of 11.75 mm, and B's by 40 % of that.
+  // From 0 V in the middle of the panel, the peaks reach out by 1/1.05 of its half, and B's by 40 % of that.
+  const auto [top, bottom] = panel(svg, "wave");
   const auto wave = path(svg, "wave", 1);
   const auto middle = wave[wave.size() / 4];
-  EXPECT_NEAR(middle.y, 20.25 - 0.4 * 11.75 / 1.05, 0.1);
+  EXPECT_NEAR(middle.y, (top + bottom) / 2 - 0.4 * (bottom - top) / 2 / 1.05, 0.1);
 }
 
 TEST_F(Figure, ShowsASwellWithItsThreshold) {
@@ -345,7 +358,7 @@ TEST_F(Figure, ShowsASwellWithItsThreshold) {
   const auto svg = figure_of_file("swell.csv");
   EXPECT_EQ(document["events"][0]["kind"], "swell");
   EXPECT_NE(svg.find(">Swell</tspan> of A: highest voltage 276.0 V (120.0 %), "), std::string::npos);
-  EXPECT_EQ(count(svg, ">swell 110 % of the pre-event voltage<"), 1U);
+  EXPECT_EQ(count(svg, ">Thresholds</tspan>: swell 110 %<"), 1U);
   EXPECT_EQ(count(svg, "<rect class=\"segment\""), 0U);
   const Shown shown = shown_of(document);
   EXPECT_NEAR(path(svg, "boundary", 0)[0].x, shown.across(document["events"][0]["start"]["time_s"]), 0.03);
@@ -365,9 +378,10 @@ TEST_F(Figure, ShowsAnInterruptionWithItsThreshold) {
       std::find_if(events.begin(), events.end(), [](const json& event) { return event["kind"] == "interruption"; });
   ASSERT_NE(at, events.end());
   const auto svg = figure_of_file("out.csv", {"--event", std::to_string(at - events.begin() + 1)});
-  EXPECT_NE(svg.find(">Interruption</tspan> of ABC: residual voltage 2.300 V (1.0 %), "), std::string::npos);
-  EXPECT_EQ(count(svg, ">interruption 5 % of the pre-event voltage<"), 1U);
-  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(5, 105), 0.02);
+  EXPECT_NE(svg.find(" interruption</tspan> of ABC: residual voltage 2.300 V (1.0 %),"), std::string::npos);
+  EXPECT_EQ(count(svg, ">Thresholds</tspan>: dip 90 %, interruption 5 %<"), 1U);
+  EXPECT_NEAR(path(svg, "threshold", 0)[0].y, up(svg, 90, 105), 0.02);
+  EXPECT_NEAR(path(svg, "threshold", 1)[0].y, up(svg, 5, 105), 0.02);
 }
 
 TEST_F(Figure, ShowsARapidChangeBetweenItsThresholds) {
@@ -375,7 +389,7 @@ TEST_F(Figure, ShowsARapidChangeBetweenItsThresholds) {
   const auto svg = figure_of_file("rapid.csv");
   EXPECT_EQ(document["events"][0]["kind"], "rapid_voltage_change");
   EXPECT_EQ(count(svg, "<path class=\"threshold\""), 2U);
-  EXPECT_NE(svg.find(">+3 % of the pre-event voltage from the steady voltage before<"), std::string::npos);
+  EXPECT_NE(svg.find(">+3 %<"), std::string::npos);
   // The lines are 3 % above and below the voltage before, and the voltage after is 4.5 % below it.
   const auto rms = path(svg, "rms", 0);
   const double before = rms.front().y;
@@ -420,6 +434,103 @@ TEST_F(Figure, BreaksCurvesWhereSamplesAreMissing) {
     EXPECT_EQ(pieces("rms", 0), 2U) << dip_end;
     EXPECT_EQ(pieces("rms", 1), 1U) << dip_end;
   }
+}
+
+/// The left and right ends of all bars of events, millimetres.
+std::vector<std::pair<double, double>> bars(const std::string& svg) {
+  std::vector<std::pair<double, double>> ends;
+  const std::string bar = "<rect class=\"event\"";
+  for (std::size_t n = 0; n < count(svg, bar); n++) {
+    const double left = attribute(svg, bar, "x", n);
+    ends.emplace_back(left, left + attribute(svg, bar, "width", n));
+  }
+  return ends;
+}
+
+TEST_F(Figure, ShowsEventsAtTheSameTimeWithTheirBarsThresholdsAndLines) {
+  write_record("both.csv", 1.5, 3, [](std::size_t phase, double t) {
+    if (t < 0.5 || t > 0.8) return 1.0;
+    return phase == 0 ? 0.5 : phase == 1 ? 1.2 : 1.0;
+  });
+  const auto svg = figure_of_file("both.csv");
+  ASSERT_EQ(document["events"].size(), 2U);
+  const Shown shown = shown_of(document);
+  const auto found = bars(svg);
+  ASSERT_EQ(found.size(), 2U);
+  for (std::size_t i = 0; i < 2; i++) {
+    EXPECT_NEAR(found[i].first, shown.across(document["events"][i]["start"]["time_s"]), 0.03) << i;
+    EXPECT_NEAR(found[i].second, shown.across(document["events"][i]["end"]["time_s"]), 0.03) << i;
+  }
+  EXPECT_NE(attribute(svg, "<rect class=\"event\"", "y", 0), attribute(svg, "<rect class=\"event\"", "y", 1));
+  EXPECT_EQ(count(svg, "<path class=\"threshold\""), 2U);
+  EXPECT_EQ(count(svg, ">Thresholds</tspan>: swell 110 %, dip 90 %<"), 1U);
+  EXPECT_EQ(count(svg, ">Event 1, dip</tspan> of A: residual voltage 115.0 V (50.0 %), "), 1U);
+  EXPECT_EQ(count(svg, ">Event 2, swell</tspan> of B: highest voltage 276.0 V (120.0 %), "), 1U);
+  EXPECT_EQ(count(svg, "<path class=\"overview\""), 0U) << "all events are in view";
+}
+
+TEST_F(Figure, ShowsEventsAwayFromTheOneInViewAboveIt) {
+  write_record("two.csv", 4, 3, [](std::size_t phase, double t) {
+    return phase == 0 && ((t > 0.5 && t < 0.6) || (t > 3 && t < 3.2)) ? 0.5 : 1.0;
+  });
+  const auto svg = figure_of_file("two.csv");
+  ASSERT_EQ(document["events"].size(), 2U);
+  EXPECT_EQ(count(svg, "<path class=\"overview\""), 3U);
+  // The overview shows four seconds, and the window in it those of the first event.
+  const Shown whole = {0, 4};
+  const Shown shown = shown_of(document);
+  EXPECT_NEAR(attribute(svg, "<rect class=\"window\"", "x"), whole.across(shown.from), 0.03);
+  EXPECT_NEAR(attribute(svg, "<rect class=\"window\"", "width"), whole.across(shown.to) - whole.across(shown.from),
+              0.05);
+  // The bar in view comes first in the drawing order of panels, after the two of the overview.
+  const auto found = bars(svg);
+  ASSERT_EQ(found.size(), 3U);
+  for (std::size_t i = 0; i < 2; i++) {
+    EXPECT_NEAR(found[i].first, whole.across(document["events"][i]["start"]["time_s"]), 0.03) << i;
+    EXPECT_NEAR(found[i].second, whole.across(document["events"][i]["end"]["time_s"]), 0.03) << i;
+  }
+  EXPECT_NEAR(found[2].first, shown.across(document["events"][0]["start"]["time_s"]), 0.03);
+}
+
+TEST_F(Figure, MarksTheResidualVoltageOnlyAtTheLowestUrms) {
+  const auto svg = figure(one_dip());
+  EXPECT_EQ(count(svg, "residual voltage"), 1U);
+  EXPECT_EQ(count(svg, "Residual voltage"), 1U) << "what it is";
+  ASSERT_EQ(count(svg, "<path class=\"extreme\""), 1U);
+  EXPECT_NEAR(path(svg, "extreme", 0)[0].y, up(svg, 40, 105), 0.02);
+  EXPECT_EQ(count(svg, ">40.0 %<"), 1U) << "beside the frame";
+}
+
+TEST_F(Figure, RefersEachVoltageToItsOwnLevelWithoutAnEvent) {
+  write_record("steady.csv", 1, 3, [](std::size_t phase, double) { return phase == 0 ? 1.0 : 0.8; });
+  const auto svg = figure_of_file("steady.csv");
+  ASSERT_TRUE(document["events"].empty());
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    for (const Point& point : path(svg, "rms", phase)) ASSERT_NEAR(point.y, up(svg, 100, 105), 0.02) << phase;
+  }
+  EXPECT_NE(svg.find(">% of the pre-event voltage: A\u00A0230.0 V, B\u00A0184.0 V, C\u00A0184.0 V<"),
+            std::string::npos);
+}
+
+TEST_F(Figure, DrawsThePhasorsOfEachSegment) {
+  synth::DipDescription dip = one_dip();
+  dip.depths = {60, 30};
+  const auto svg = figure(dip);
+  EXPECT_EQ(count(svg, "<path class=\"phasor\""), 6U);
+  EXPECT_EQ(count(svg, "<path class=\"phasor before\""), 6U);
+  // A points to the right and is not changed; B lags by 120 degrees, which is downwards to the left, at 40 and 70 %.
+  const auto a = path(svg, "phasor", 0);
+  ASSERT_EQ(a.size(), 2U);
+  const double full = a[1].x - a[0].x;
+  EXPECT_GT(full, 5);
+  EXPECT_NEAR(a[1].y, a[0].y, 0.02);
+  for (const auto& [n, share] : {std::pair(1, 0.4), {4, 0.7}}) {
+    const auto b = path(svg, "phasor", static_cast<std::size_t>(n));
+    EXPECT_NEAR(b[1].x - b[0].x, -share * full / 2, 0.05) << n;
+    EXPECT_NEAR(b[1].y - b[0].y, share * full * std::numbers::sqrt3 / 2, 0.05) << n;
+  }
+  EXPECT_EQ(count(svg, ">segment 1<"), 1U);
+  EXPECT_EQ(count(svg, ">segment 2<"), 1U);
 }
 
 TEST_F(Figure, ShowsTheEventThatIsNamed) {

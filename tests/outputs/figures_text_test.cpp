@@ -32,13 +32,42 @@ TEST(FiguresText, RoundsAnUncertaintyUp) {
   EXPECT_EQ(volts_text(Figure{115, 0.2}), "115.0 ± 0.2 V") << "what is a whole number of units stays";
   EXPECT_EQ(volts_text(Figure{63360, 20}), "63.36 ± 0.02 kV");
   EXPECT_EQ(volts_text(Figure{2.5, 0.0101}), "2.500 ± 0.011 V");
-  EXPECT_EQ(volts_text(Figure{0.5, 0.02}), "500.0 ± 20.0 mV");
-  EXPECT_EQ(volts_text(Figure{0.5, 20}), "0.50 ± 20.00 V") << "both have one unit";
+  EXPECT_EQ(volts_text(Figure{0.5, 0.02}), "500 ± 20 mV");
+  EXPECT_EQ(volts_text(Figure{1.2, 20}), "1 ± 20 V") << "both have one unit";
   EXPECT_EQ(volts_text(Figure{0, 0}), "0.000 ± 0.001 V");
   EXPECT_EQ(angle_text(Figure{96.3, 0.31}), "96.3° ± 0.4°");
   EXPECT_EQ(turn_text(Figure{-19.4, 0.01}), "-19.4° ± 0.1°");
   EXPECT_EQ(outputs::instant_text(0.305), "0.3050 s");
   EXPECT_EQ(outputs::instant_text(0.305, 0.00021), "0.3050 s ± 0.3 ms");
+}
+
+TEST(FiguresText, HasTheDigitsThatAnUncertaintyAllows) {
+  using measure::Figure;
+  EXPECT_EQ(volts_text(Figure{82670.6, 1637.4}), "82.7 ± 1.7 kV");
+  EXPECT_EQ(volts_text(Figure{82670.6, 9999}), "83 ± 10 kV") << "rounded up to three digits, it has two";
+  EXPECT_EQ(volts_text(Figure{297, 5170}), "0.3 ± 5.2 kV");
+  EXPECT_EQ(volts_text(Figure{500, 99.5}), "500 ± 100 V");
+  EXPECT_EQ(outputs::rounded_volts_text(Figure{82670.6, 1637.4}), "82.7 kV");
+  EXPECT_EQ(outputs::rounded_volts_text(Figure{115, 0.0001}), "115.0 V");
+  EXPECT_EQ(angle_text(Figure{96.3, 9.84}), "96.3° ± 9.9°");
+  EXPECT_EQ(angle_text(Figure{96.3, 9.94}), "96° ± 10°");
+  EXPECT_EQ(angle_text(Figure{359.6, 81.1}), "0° ± 82°") << "no angle of a full turn";
+  EXPECT_EQ(turn_text(Figure{-19.4, 12.7}), "-19° ± 13°");
+  EXPECT_EQ(turn_text(Figure{-0.4, 12.7}), "0° ± 13°");
+  EXPECT_EQ(turn_text(Figure{7.6, 12.7}), "+8° ± 13°");
+  EXPECT_EQ(outputs::instant_text(0.3051, 0.0075), "0.3051 s ± 7.5 ms");
+  EXPECT_EQ(outputs::instant_text(0.3051, 0.0121), "0.305 s ± 13 ms");
+  EXPECT_EQ(outputs::percent_text(Figure{66.66, 0.01}), "66.7 ± 0.1 %");
+  EXPECT_EQ(outputs::percent_text(Figure{66.66, 12}), "67 ± 12 %");
+  EXPECT_EQ(outputs::rounded_percent_text(Figure{66.66, 3.5}), "66.7 %");
+  EXPECT_EQ(outputs::rounded_percent_text(Figure{66.66, 35}), "67 %");
+}
+
+TEST(FiguresText, HasNoSlopeBelowTheResolutionOfALevel) {
+  // 10^-5 of 230 V in a cycle of 20 ms are 115 mV/s.
+  EXPECT_EQ(outputs::slope_text(0.0976, 230, 50), "0 V/s");
+  EXPECT_EQ(outputs::slope_text(0.1151, 230, 50), "115.1 mV/s");
+  EXPECT_EQ(outputs::slope_text(2.789e6, 62500, 50), "2.789 MV/s");
 }
 
 TEST(FiguresText, BreaksLinesBetweenWordsButNotBeforeUnits) {

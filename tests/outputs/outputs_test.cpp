@@ -3,6 +3,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -98,9 +99,16 @@ TEST_F(Outputs, CsvHasARowPerSegmentWithTheFiguresOfTheJson) {
     EXPECT_EQ(field("c4_110_type"), "II");
     expect("dip_energy_s", dip["indices"]["energy_s"]);
     expect("lost_v_s", dip["indices"]["lost_v_s"]);
-    expect("course_start_s", course["start_s"]);
-    expect("course_start_s_plus_minus", course["start_s_plus_minus"]);
-    expect("course_end_s", course["end_s"]);
+    // The table has two significant digits of an uncertainty, rounded up, and as many of its figure.
+    const auto expect_pair = [&](const std::string& name, const json& figure, const json& plus_minus) {
+      const double unit = std::pow(10, std::floor(std::log10(plus_minus.get<double>())) - 1);
+      EXPECT_NEAR(std::stod(field(name)), std::round(figure.get<double>() / unit) * unit, 1e-6 * unit) << name;
+      EXPECT_NEAR(std::stod(field(name + "_plus_minus")), std::ceil(plus_minus.get<double>() / unit - 1e-6) * unit,
+                  1e-6 * unit)
+          << name;
+    };
+    expect_pair("course_start_s", course["start_s"], course["start_s_plus_minus"]);
+    expect_pair("course_end_s", course["end_s"], course["end_s_plus_minus"]);
     expect("explained_percent", course["explained_percent"]);
     EXPECT_EQ(field("segment"), std::to_string(s + 1));
     expect("segment_start_s", segment["start_s"]);
@@ -115,12 +123,16 @@ TEST_F(Outputs, CsvHasARowPerSegmentWithTheFiguresOfTheJson) {
     expect("unbalance_percent", segment["unbalance_percent"]);
     for (std::size_t phase = 0; phase < 3; phase++) {
       const std::string letter(1, "abc"[phase]);
-      expect("point_on_wave_" + letter + "_deg", course["point_on_wave"][phase]["degrees"]);
-      expect("voltage_" + letter + "_v", segment["voltage"][phase]["voltage_v"]);
-      expect("voltage_" + letter + "_v_plus_minus", segment["voltage"][phase]["voltage_v_plus_minus"]);
-      expect("voltage_" + letter + "_percent_of_before", segment["voltage"][phase]["percent_of_before"]);
-      expect("phase_jump_" + letter + "_deg", segment["phase_jump"][phase]["degrees"]);
-      expect("phase_jump_" + letter + "_deg_plus_minus", segment["phase_jump"][phase]["degrees_plus_minus"]);
+      const auto& angle = course["point_on_wave"][phase];
+      expect_pair("point_on_wave_" + letter + "_deg", angle["degrees"], angle["degrees_plus_minus"]);
+      const auto& voltage = segment["voltage"][phase];
+      expect_pair("voltage_" + letter + "_v", voltage["voltage_v"], voltage["voltage_v_plus_minus"]);
+      // The share has the digits of the voltage.
+      EXPECT_NEAR(std::stod(field("voltage_" + letter + "_percent_of_before")), voltage["percent_of_before"],
+                  voltage["voltage_v_plus_minus"].get<double>() / voltage["voltage_v"].get<double>() * 5)
+          << letter;
+      const auto& jump = segment["phase_jump"][phase];
+      expect_pair("phase_jump_" + letter + "_deg", jump["degrees"], jump["degrees_plus_minus"]);
     }
   }
 }

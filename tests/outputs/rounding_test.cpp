@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace outputs {
 namespace {
@@ -26,4 +27,19 @@ TEST(RoundedVolts, StayWhatTheyAreIfTheyAreNotFinite) {
 }
 
 }  // namespace
+TEST(RoundedFigure, HasTwoDigitsOfItsUncertainty) {
+  const auto rounded = [](double value, double plus_minus) {
+    const auto figure = outputs::rounded_figure({value, plus_minus}, 9);
+    return std::pair(figure.value, figure.plus_minus);
+  };
+  EXPECT_EQ(rounded(20455.4, 230.249), std::pair(20460.0, 240.0));
+  EXPECT_EQ(rounded(0.275547, 0.000234375), std::pair(0.27555, 0.00024));
+  EXPECT_EQ(rounded(97.63, 4.21894), std::pair(97.6, 4.3));
+  EXPECT_EQ(rounded(97.63, 9.94), std::pair(98.0, 10.0)) << "rounded up it has a digit more";
+  EXPECT_EQ(rounded(97.63, 9.9), std::pair(97.6, 9.9)) << "what is a whole number of units stays";
+  EXPECT_EQ(rounded(-3.75, 81), std::pair(-4.0, 81.0));
+  EXPECT_EQ(rounded(5, 1e-12), std::pair(5.0, 1e-9)) << "no more decimals than there may be";
+  EXPECT_EQ(rounded(5.123, 0), std::pair(5.123, 0.0)) << "none is known";
+}
+
 }  // namespace outputs
