@@ -14,8 +14,9 @@ rooms() {
   cmake --build --preset coverage --target measure_test readers_test analysis_test outputs_test command_test >/dev/null
   find build/coverage -name '*.gcda' -delete
   for tests in measure readers analysis outputs command; do
-    # On a full disk the counters cannot be written either, so that tests of full disks fail here.
-    "build/coverage/tests/$tests/${tests}_test" --gtest_brief=1 --gtest_filter='-*FullDisk*'
+    # Counters cannot be written to a full disk or by another user, and take the time of tests that wait for signals.
+    "build/coverage/tests/$tests/${tests}_test" --gtest_brief=1 ||
+      echo "coverage.sh: the tests of $tests that failed are counted up to their failure"
   done
   for room in measure readers command; do
     echo "$room/"
