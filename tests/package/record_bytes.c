@@ -7,6 +7,11 @@
 #include <stdlib.h>
 #include <string.h>
 
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
+
 static dipx_data_struct record;
 
 static int read_record(const char* name) {
@@ -28,6 +33,9 @@ static int read_record(const char* name) {
 
 int main(int argc, char** argv) {
   if (argc < 4) return 1;
+#if defined(_WIN32)
+  _setmode(_fileno(stdout), _O_BINARY); /* the lines of the library are compared as well */
+#endif
   FILE* output = fopen(argv[1], "wb");
   if (output == NULL) return 1;
   for (int i = 3; i < argc; i++) {
