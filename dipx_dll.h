@@ -32,8 +32,13 @@
 #include <stddef.h>
 
 /** @def DIPX_API
- * Marks what the shared object exports; all other symbols in it are hidden. */
-#if defined(__GNUC__)
+ * Marks what the shared object exports; all other symbols in it are hidden. On Windows, hosts import it, unless they
+ * are linked with the static library and define DIPX_STATIC. */
+#if defined(_WIN32) && defined(DIPX_EXPORTS)
+#define DIPX_API __declspec(dllexport)
+#elif defined(_WIN32) && !defined(DIPX_STATIC)
+#define DIPX_API __declspec(dllimport)
+#elif defined(__GNUC__)
 #define DIPX_API __attribute__((visibility("default")))
 #else
 #define DIPX_API

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "platform/default_environment.h"
+#include "platform/sine.h"
 #include "sagx/lvbo.h"
 
 namespace {
@@ -41,8 +42,8 @@ Rotation rotation_at(float t, float f) {
   Rotation rotation;
   int phase = 0;
   for (const double at : {angle, angle - third_of_turn, angle + third_of_turn}) {
-    rotation.d[phase] = scaled(static_cast<float>(std::cos(at)));
-    rotation.q[phase] = scaled(-static_cast<float>(std::sin(at)));
+    rotation.d[phase] = scaled(static_cast<float>(platform::cosine(at)));
+    rotation.q[phase] = scaled(-static_cast<float>(platform::sine(at)));
     phase++;
   }
   return rotation;
@@ -126,8 +127,8 @@ void dq_delay(float* Va, float* t, int Samplepoint, int n, float f, float* ua, f
     const int delay = delay_of(Samplepoint);
     const float share = static_cast<float>(delay) / static_cast<float>(Samplepoint);
     const double delay_angle = pi * static_cast<double>(share + share);
-    const double cosine = std::cos(delay_angle);
-    const double sine = std::sin(delay_angle);
+    const double cosine = platform::cosine(delay_angle);
+    const double sine = platform::sine(delay_angle);
     const Rotation* rotation = rotations.of(t, n, f);
     for (int i = delay; i < n; i++) {
       const auto now = static_cast<double>(Va[i]);

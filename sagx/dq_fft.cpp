@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/default_environment.h"
+#include "platform/sine.h"
 
 namespace {
 
@@ -19,7 +20,8 @@ std::array<vec_struct, most_points> make_twiddles() {
   std::array<vec_struct, most_points> table;
   for (int i = 0; i < most_points; i++) {
     const double angle = i * 6.283185307179586 / 4096.0;
-    table[static_cast<std::size_t>(i)] = {static_cast<float>(std::cos(angle)), -static_cast<float>(std::sin(angle))};
+    table[static_cast<std::size_t>(i)] = {static_cast<float>(platform::cosine(angle)),
+                                          -static_cast<float>(platform::sine(angle))};
   }
   return table;
 }

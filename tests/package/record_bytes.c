@@ -1,13 +1,22 @@
 /* Analyses each CSV file that is named after the output file and the samples per cycle, and writes the results of all
  * of them to the output file as they are in memory, so that builds for different machines can be compared byte by byte.
+ * After these it writes a transform that consists of the values of sine and cosine, because those that are almost zero
+ * do not show in the results of a record.
  *
  *   record_bytes OUTPUT SAMPLES_PER_CYCLE FILE.csv... */
 #include <dipx_dll.h>
+#include <sagx/dq_fft.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
+
 static dipx_data_struct record;
+static vec_struct transform[4096];
 
 static int read_record(const char* name) {
   FILE* file = fopen(name, "r");
@@ -28,6 +37,9 @@ static int read_record(const char* name) {
 
 int main(int argc, char** argv) {
   if (argc < 4) return 1;
+#if defined(_WIN32)
+  _setmode(_fileno(stdout), _O_BINARY); /* the lines of the library are compared as well */
+#endif
   FILE* output = fopen(argv[1], "wb");
   if (output == NULL) return 1;
   for (int i = 3; i < argc; i++) {
@@ -38,5 +50,8 @@ int main(int argc, char** argv) {
     fwrite(&record.evt_num, sizeof record.evt_num, 1, output);
     fwrite(record.evt_buf, sizeof record.evt_buf, 1, output);
   }
+  transform[1].r = 1;
+  DQ_FFT(transform, sizeof transform / sizeof *transform, 0, 0);
+  fwrite(transform, sizeof transform, 1, output);
   return fclose(output) == 0 ? 0 : 1;
 }
