@@ -21,7 +21,7 @@ rooms() {
   for room in measure readers command; do
     echo "$room/"
     gcovr --root . --filter "$room/" --exclude-throw-branches --exclude-unreachable-branches --print-summary \
-      --output /dev/null build/coverage
+      build/coverage | sed -n '/^lines:/,$p'
   done
 }
 if [ "${1-}" = --rooms ]; then
