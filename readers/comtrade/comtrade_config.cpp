@@ -136,6 +136,14 @@ class ConfigParser {
     return 0;
   }
 
+  /// Returns the number of one side of a transformer's ratio; 1 for a field that gives none.
+  double ratio_in(std::string_view field, std::string_view side, const std::string& what) {
+    const double number = parse_number(field).value_or(1);
+    if (std::isfinite(number)) return number;
+    note(fmt::format("the {} ratio {} of {} is not finite and was ignored.", side, cited(field), what));
+    return 1;
+  }
+
   void read_analog_channel(const std::string& what) {
     Fields fields = next_fields(what);
     drop_empty_field(fields);
@@ -156,8 +164,8 @@ class ConfigParser {
     channel.beyond_99999 =
         parse_number(fields[8]).value_or(0) < -missing_mark || parse_number(fields[9]).value_or(0) > missing_mark;
     if (fields.size() >= 13) {
-      channel.description.primary = parse_number(fields[10]).value_or(1);
-      channel.description.secondary = parse_number(fields[11]).value_or(1);
+      channel.description.primary = ratio_in(fields[10], "primary", what);
+      channel.description.secondary = ratio_in(fields[11], "secondary", what);
       const std::string side = lower_case(fields[12]);
       if (side == "p") channel.description.side = 'P';
       if (side == "s") channel.description.side = 'S';

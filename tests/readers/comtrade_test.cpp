@@ -676,6 +676,20 @@ TEST_F(ComtradeReader, IgnoresATimeSkewThatNoDeviceHas) {
   }
 }
 
+TEST_F(ComtradeReader, IgnoresARatioThatIsNotFinite) {
+  for (const std::string ratio : {"inf", "-inf", "nan"}) {
+    std::string cfg = Cfg{}.text();
+    const std::string usual = ",110,0.1,P";
+    ASSERT_NE(cfg.find(usual), cfg.npos);
+    cfg.replace(cfg.find(usual), usual.size(), "," + ratio + ",0.1,P");
+    const Record record = read(cfg, three_rows);
+    EXPECT_EQ(record.channels[0].primary, 1) << ratio;
+    EXPECT_EQ(record.channels[0].secondary, 0.1) << ratio;
+    EXPECT_EQ(record.notes, Strings{"Line 3 of the configuration file: the primary ratio '" + ratio +
+                                    "' of analog channel 1 of 2 is not finite and was ignored."});
+  }
+}
+
 TEST_F(ComtradeReader, IgnoresATimeStampFactorThatNoProgramWrites) {
   for (const std::string factor : {"1e-320", "1e-10", "1e10", "1e300"}) {
     Cfg cfg;
