@@ -14,6 +14,9 @@ namespace measure {
 
 namespace {
 
+/// Standard deviation of a network's frequency from its nominal value, hertz.
+constexpr double usual_deviation = 0.1;
+
 const Phasor not_a_voltage(std::numeric_limits<double>::quiet_NaN(), 0);
 
 bool is_voltage(const Phasor& phasor) {
@@ -45,7 +48,8 @@ double usual_of(const std::vector<double>& angles) {
 
 }  // namespace
 
-CycleTrack::CycleTrack(const Waveform& waveform) : waveform_(waveform), frequency_(waveform.line_frequency) {
+CycleTrack::CycleTrack(const Waveform& waveform)
+    : waveform_(waveform), frequency_(waveform.line_frequency), frequency_error_(usual_deviation) {
   find_frequency();
   follow();
   find_absent();
@@ -54,34 +58,50 @@ CycleTrack::CycleTrack(const Waveform& waveform) : waveform_(waveform), frequenc
 
 /// Describes how the fundamentals turn over a few cycles.
 struct CycleTrack::Turning {
-  double hertz = 0;     ///< frequency minus the one for which the phasors were computed
-  double level = 0;     ///< sum of the phases' lowest magnitudes; it is high if the voltage is high throughout
-  double restless = 0;  ///< variance of the angles from step to step, radians squared
+  double hertz = 0;           ///< frequency minus the one for which the phasors were computed
+  double level = 0;           ///< sum of the phases' lowest magnitudes; it is high if the voltage is high throughout
+  double restless = 0;        ///< variance of the angles from step to step, radians squared
+  double standard_error = 0;  ///< of the frequency, hertz, as if the steps were independent
 };
 
 CycleTrack::Turning CycleTrack::turning(const WindowPhasor& fundamental, std::size_t first, std::size_t hop,
                                         std::size_t hops) const {
+  constexpr double steady_share = 0.8;  // of its highest magnitude
   Turning result;
-  std::vector<Phasor> turns(hops);
+  std::vector<Phasor> of_all(hops);
+  std::vector<Phasor> of_steady(hops);
+  bool any_steady = false;
   for (const Phase& phase : waveform_.phases) {
     double lowest = std::numeric_limits<double>::infinity();
+    double highest = 0;
     std::vector<Phasor> now(hops + 1);
     for (std::size_t k = 0; k <= hops; k++) {
       now[k] = fundamental.of(phase.samples.data() + first + k * hop) * phase.volts_per_unit;
       const double magnitude = std::abs(now[k]);
       lowest = magnitude < largest_volts ? std::min(lowest, magnitude) : 0;
+      highest = std::max(highest, magnitude);
     }
     if (!(lowest > 0)) continue;
-    for (std::size_t k = 0; k < hops; k++) turns[k] += now[k + 1] * std::conj(now[k]);
+    const bool steady = lowest >= steady_share * highest;
+    any_steady = any_steady || steady;
+    for (std::size_t k = 0; k < hops; k++) {
+      const Phasor turn = now[k + 1] * std::conj(now[k]);
+      of_all[k] += turn;
+      if (steady) of_steady[k] += turn;
+    }
     result.level += lowest;
   }
+  // The angle of a phase that a fault affects says little about the frequency.
+  const std::vector<Phasor>& turns = any_steady ? of_steady : of_all;
   const double expected = 2 * std::numbers::pi * static_cast<double>(hop) * frequency_ / waveform_.rate;
   std::vector<double> angles(hops);
   for (std::size_t k = 0; k < hops; k++) angles[k] = std::arg(turns[k] * std::polar(1.0, -expected));
-  result.hertz = usual_of(angles) / (2 * std::numbers::pi) * waveform_.rate / static_cast<double>(hop);
+  const double hertz_per_radian = waveform_.rate / static_cast<double>(hop) / (2 * std::numbers::pi);
+  result.hertz = usual_of(angles) * hertz_per_radian;
   for (const double angle : angles) result.restless += angle * angle;
   const double mean = std::accumulate(angles.begin(), angles.end(), 0.0) / static_cast<double>(hops);
   result.restless = std::max(0.0, result.restless / static_cast<double>(hops) - mean * mean);
+  result.standard_error = std::sqrt(result.restless / static_cast<double>(hops)) * hertz_per_radian;
   return result;
 }
 
@@ -92,6 +112,8 @@ void CycleTrack::find_frequency() {
   constexpr std::size_t most_chunks = 32;
   constexpr std::size_t looks_per_chunk = 12;
   constexpr int rounds = 3;
+  // A voltage without a steady turn has no frequency to be measured. The line frequency is the better guess then.
+  constexpr double most_uncertain = 0.5;  // hertz
   const double nominal = waveform_.line_frequency;
   WindowPhasor fundamental;
   const auto set_window = [&] {
@@ -119,7 +141,9 @@ void CycleTrack::find_frequency() {
     if (waveform_.length() < best + window_ + now) return;
     const Turning found = turning(fundamental, best, now, std::min(hops, (waveform_.length() - window_ - best) / now));
     if (!(found.level > 0) || !std::isfinite(found.hertz)) return;
+    if (!(found.standard_error <= most_uncertain)) return;
     frequency_ = std::clamp(frequency_ + found.hertz, 0.8 * nominal, 1.2 * nominal);
+    frequency_error_ = found.standard_error;
   }
 }
 

@@ -20,6 +20,8 @@ class CycleTrack {
   explicit CycleTrack(const Waveform& waveform);
 
   [[nodiscard]] double frequency() const { return frequency_; }
+  /// Standard error of the frequency in hertz.
+  [[nodiscard]] double frequency_error() const { return frequency_error_; }
   [[nodiscard]] std::size_t cycles() const { return phasors_.size(); }
   [[nodiscard]] const Phasors& phasors(std::size_t cycle) const { return phasors_[cycle]; }
   /// Returns whether samples of a phase are missing. A phase that is missing throughout does not count.
@@ -56,6 +58,7 @@ class CycleTrack {
 
   const Waveform& waveform_;
   double frequency_;
+  double frequency_error_;
   std::size_t window_ = 0;
   std::vector<Phasors> phasors_;
   PhaseFlags absent_{};

@@ -129,5 +129,27 @@ TEST(CycleTrack, UsesTheFrequencyOfTheSteadiestTime) {
   EXPECT_NEAR(CycleTrack(made.waveform()).frequency(), 50, 2e-3);
 }
 
+TEST(CycleTrack, UsesTheFrequencyOfThePhasesThatAreSteady) {
+  // The voltage of phase A, which a broken conductor has left, swings up and down at a frequency of its own.
+  MadeWaveform made(6400, 1, 50, 3);
+  made.add(0,
+           [](double t) { return (200 + 120 * std::cos(2 * tests::pi * 9 * t)) * std::cos(2 * tests::pi * 44 * t); });
+  for (const std::size_t phase : {1U, 2U}) {
+    const double turn = static_cast<double>(phase) * 2 * tests::pi / 3;
+    made.add(phase, [turn](double t) { return 325 * std::cos(2 * tests::pi * 50.1 * t - turn); });
+  }
+  const CycleTrack track(made.waveform());
+  EXPECT_NEAR(track.frequency(), 50.1, 1e-3);
+  EXPECT_LT(track.frequency_error(), 1e-3);
+}
+
+TEST(CycleTrack, OfNoiseHasTheLineFrequency) {
+  MadeWaveform made(6400, 1, 50, 3);
+  made.add_noise(325);
+  const CycleTrack track(made.waveform());
+  EXPECT_EQ(track.frequency(), 50);
+  EXPECT_EQ(track.frequency_error(), 0.1) << "as far as a network's frequency usually is from its nominal value";
+}
+
 }  // namespace
 }  // namespace measure
