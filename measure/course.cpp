@@ -57,7 +57,7 @@ class CourseFinder {
   /// Finds the runs and chooses those of the dip. If the voltage before the dip is already low, arcs or ringing have
   /// hidden the dip's first change, and the search is repeated with closer scrutiny.
   bool find_runs() {
-    constexpr double closest_scrutiny = 4;
+    constexpr double closest_scrutiny = 16;
     Excerpt quiet = excerpt_;
     remove_harmonics(quiet, supply_.track, earliest_start_s_ - 0.1 * excerpt_.cycle());
     for (double scrutiny = 1;; scrutiny *= 2) {
@@ -476,6 +476,8 @@ class CourseFinder {
     }
     found_.items.clear();
     for (const Item& item : joined) add_borne_out(item);
+    // A segment may have been found to be shorter.
+    fill_gaps();
     if (!dip_.end_s && !found_.items.empty() && found_.items.back().end_s >= excerpt_.end_s() - 2 / excerpt_.rate()) {
       found_.items.back().goes_on = true;
     }
