@@ -114,9 +114,10 @@ TEST(PqdifNotes, CountThoseBeyondTwenty) {
     second.scalar(tag::definition_index, physical::unsigned4, i < 2 ? 100 : 100 + i)
         .collection(tag::series_instances, series);
     PqdifCollection body;
-    body.time_stamp(tag::time_start, 36312, i).collection(
-        tag::channel_instances,
-        PqdifCollection().collection(tag::channel_instance, first).collection(tag::channel_instance, second));
+    body.time_stamp(tag::time_start, 36312, i)
+        .collection(
+            tag::channel_instances,
+            PqdifCollection().collection(tag::channel_instance, first).collection(tag::channel_instance, second));
     observations.push_back(body);
   }
   const Record record = read(file_with(channels, observations));
@@ -180,8 +181,9 @@ TEST(PqdifNames, MayBeInSixteenBitCharacters) {
     return read(file.bytes()).channels.at(0).name;
   };
   EXPECT_EQ(named(physical::char1, {'U', 'a', 0, 'x'}), "Ua") << "a name ends at the first zero";
-  EXPECT_EQ(named(physical::char2, {0x041D, 'a', 0, 'x'}), "\xD0\x9D"
-                                                           "a");
+  EXPECT_EQ(named(physical::char2, {0x041D, 'a', 0, 'x'}),
+            "\xD0\x9D"
+            "a");
   EXPECT_EQ(named(physical::char2, {0x041D, 0x4E2D}), "\xD0\x9D\xE4\xB8\xAD") << "a name may have no zero";
   EXPECT_EQ(named(physical::unsigned4, {65, 66}), "Voltage AN") << "numbers are no name";
 }
@@ -192,7 +194,8 @@ TEST(PqdifNames, ComeFromQuantityAndPhaseWhereChannelsHaveNone) {
   Input other = voltage("", 0, {1, -1});
   other.quantity = 3;
   other.series[1].definition = PqdifCollection();
-  other.series[1].definition.identifier(tag::value_type, pqdif::value_type::value)
+  other.series[1]
+      .definition.identifier(tag::value_type, pqdif::value_type::value)
       .scalar(tag::units, physical::unsigned4, pqdif::unit::none)
       .scalar(tag::storage_method, physical::unsigned4, pqdif::storage::values);
   const Record record = read(file_of({voltage("", 2, {1, -1}), current, other}).bytes());
