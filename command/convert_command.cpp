@@ -184,9 +184,6 @@ void run(Arguments arguments) {
   check_output(source, arguments.output);
   apply_stretch(source, arguments.stretch);
   const auto record = record_to_write(source, arguments);
-  if (record.length() == 0) {
-    throw analysis::Refusal(source.file, "nothing of it is left to write", "choose another stretch");
-  }
   if (extension == ".csv") {
     write_table(record, arguments);
   } else {

@@ -59,8 +59,9 @@ void expect_samples(const readers::Channel& written, const readers::Channel& rea
     if (std::isnan(after)) continue;
     const bool equal = before == after || std::abs(before - after) <= tolerance;
     if (!equal) {
-      expect_that(false, "a sample comes back",
-                  fmt::format("sample {} of '{}': {} became {} (tolerance {})", i, written.name, before, after, tolerance));
+      expect_that(
+          false, "a sample comes back",
+          fmt::format("sample {} of '{}': {} became {} (tolerance {})", i, written.name, before, after, tolerance));
     }
   }
   expect_that(missing == lost, "the values that are missing were announced",
@@ -134,9 +135,26 @@ std::string text_of(const outputs::Certificate& certificate, bool page) {
 
 /// Replaces the value of a member, or removes or doubles its line. Members are on lines of their own.
 void damage_member(Bytes& input, std::string& text) {
-  constexpr std::string_view values[] = {"null", "0",     "1",    "-1",   "1e-300", "1e300", "99",      "1.5",
-                                         "true", "false", "\"\"", "\"x\"", "[]",     "{}",    "[[[[1]]]]", "\"\\u001b[31m\\u202e\"",
-                                         "1e999", "\"Dyn11,Yd1\"", "\"Ua,Ub,Uc\"", "\"UTF-16\""};
+  constexpr std::string_view values[] = {"null",
+                                         "0",
+                                         "1",
+                                         "-1",
+                                         "1e-300",
+                                         "1e300",
+                                         "99",
+                                         "1.5",
+                                         "true",
+                                         "false",
+                                         "\"\"",
+                                         "\"x\"",
+                                         "[]",
+                                         "{}",
+                                         "[[[[1]]]]",
+                                         "\"\\u001b[31m\\u202e\"",
+                                         "1e999",
+                                         "\"Dyn11,Yd1\"",
+                                         "\"Ua,Ub,Uc\"",
+                                         "\"UTF-16\""};
   std::vector<std::size_t> members;
   for (std::size_t at = text.find("\": "); at != text.npos; at = text.find("\": ", at + 1)) members.push_back(at + 3);
   if (members.empty()) return;

@@ -180,6 +180,36 @@ TEST_F(Convert, RefusesWhatItCannotWrite) {
   EXPECT_EQ(status_of({"convert", "r.cfg", "-o", "x.csv", "--from", "2"}), 1);
 }
 
+TEST_F(Convert, RefusesRecordsThatTheFormatCannotHold) {
+  const auto refused = [](const std::vector<std::string>& arguments, int status, const std::string& complaint) {
+    std::vector<std::string> all = {"convert"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    const auto result = dipx(all);
+    EXPECT_EQ(result.status, status);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "dipx: " + complaint + "\n");
+  };
+  write_whole_numbers("ASCII", "1,,10,-7,0\n2,,-20,9,1\n");
+  std::string config = tests::bytes_of("r.cfg");
+  config.replace(config.find("1\n1000,4"), 8, "0\n0,4");
+  std::ofstream("r.cfg") << config;
+  for (const char* output : {"x.cfg", "x.csv"}) {
+    refused({"r.cfg", "-o", output}, 3,
+            "r.cfg: neither it nor its time stamps give the sampling rate; give it with --rate");
+    EXPECT_FALSE(std::ifstream(output)) << output;
+  }
+  config.replace(config.find("0\n0,4"), 5, "2\n1000,2\n2000,4");
+  std::ofstream("r.cfg") << config;
+  std::ofstream("r.dat") << "1,,10,-7,0\n2,,-20,9,1\n3,,10,-7,0\n4,,-20,9,1\n";
+  refused({"r.cfg", "-o", "x.csv"}, 3,
+          "r.cfg: it has 2 parts with their own rates or times, but a table has one rate; choose one part with --from "
+          "and --to (dipx info lists them), or write COMTRADE");
+  converted({"r.cfg", "-o", "x.cff"});
+  const auto copy = readers::open_record("x.cff");
+  ASSERT_EQ(copy.rates.size(), 2U);
+  EXPECT_EQ(copy.rates[1].rate, 2000);
+}
+
 // --- stretches -------------------------------------------------------------------------------------------------------
 
 TEST_F(Convert, StretchesLimitTheAnalysisAndKeepTheTimes) {
