@@ -24,6 +24,7 @@
 #include "files/whole_file.h"
 #include "readers/file_access.h"
 #include "readers/open_record.h"
+#include "readers/plausible.h"
 #include "readers/text.h"
 #include "readers/voltages/channel_choice.h"
 #include "writers/converted.h"
@@ -103,15 +104,28 @@ readers::Record record_to_write(const readers::Record& source, const Arguments& 
   }
 }
 
-/// Says that nothing was rounded.
-const char* equality(const Arguments& arguments) {
-  return arguments.through.empty() ? "all values are equal to those of the source"
-                                   : "all values are equal to those that were computed";
+/// Says that nothing was rounded. `which` are the values that are stored.
+std::string equality(const Arguments& arguments, const char* which = "all values") {
+  return fmt::format("{} are equal to those {}", which,
+                     arguments.through.empty() ? "of the source" : "that were computed");
+}
+
+/// Says which channels have values that the type of the data cannot hold.
+std::string loss(const readers::Record& record, const writers::Converted& converted) {
+  std::string lines;
+  for (std::size_t i = 0; i < converted.lost.size(); i++) {
+    if (converted.lost[i] == 0) continue;
+    lines +=
+        fmt::format("note: {} of {} {} too large for {} and missing in the file; a table (.csv) holds all values.\n",
+                    readers::plural(converted.lost[i], "value"), readers::cited(record.channels[i].name),
+                    converted.lost[i] == 1 ? "is" : "are", writers::name_of(converted.file.type));
+  }
+  return lines;
 }
 
 /// Says how exactly the values of the channels come back.
-std::string exactness(const readers::Record& record, const Arguments& arguments,
-                      const std::vector<double>& half_steps) {
+std::string exactness(const readers::Record& record, const Arguments& arguments, const writers::Converted& converted) {
+  const std::vector<double>& half_steps = converted.half_steps;
   std::string inexact;
   for (std::size_t i = 0; i < half_steps.size(); i++) {
     if (half_steps[i] == 0) continue;
@@ -119,16 +133,19 @@ std::string exactness(const readers::Record& record, const Arguments& arguments,
     inexact += fmt::format("\n  {} within {:.2g}{}{}", channel.name, half_steps[i], channel.unit.empty() ? "" : " ",
                            channel.unit);
   }
-  return inexact.empty() ? equality(arguments) : "values differ by at most half a step:" + inexact;
+  if (!inexact.empty()) return "values differ by at most half a step:" + inexact;
+  const bool all =
+      std::all_of(converted.lost.begin(), converted.lost.end(), [](std::size_t lost) { return lost == 0; });
+  return equality(arguments, all ? "all values" : "all values that are stored");
 }
 
-void say(const readers::Record& record, const Arguments& arguments, const std::string& format,
-         const std::string& exact) {
+void say(const readers::Record& record, const Arguments& arguments, const std::string& format, const std::string& exact,
+         const std::string& more_notes = {}) {
   std::string text =
       fmt::format("{}: {}, {} of {}, {}\n", arguments.output, format, readers::plural(record.length(), "sample"),
                   readers::plural(record.channels.size(), "channel"), exact);
   for (const auto& note : record.notes) text += "note: " + note + '\n';
-  write_standard_output(text);
+  write_standard_output(text + more_notes);
 }
 
 void write_table(const readers::Record& record, const Arguments& arguments) {
@@ -152,7 +169,7 @@ void write_comtrade(const readers::Record& source, const readers::Record& record
     files::write_whole({{samples, writers::data_of(converted.file)}, {output, writers::config_of(converted.file)}});
   }
   say(record, arguments, std::string("COMTRADE 2013 ") + writers::name_of(converted.file.type),
-      exactness(record, arguments, converted.half_steps));
+      exactness(record, arguments, converted), loss(record, converted));
 }
 
 void run(Arguments arguments) {
@@ -167,9 +184,6 @@ void run(Arguments arguments) {
   check_output(source, arguments.output);
   apply_stretch(source, arguments.stretch);
   const auto record = record_to_write(source, arguments);
-  if (record.length() == 0) {
-    throw analysis::Refusal(source.file, "nothing of it is left to write", "choose another stretch");
-  }
   if (extension == ".csv") {
     write_table(record, arguments);
   } else {
@@ -205,7 +219,7 @@ void add_convert(CLI::App& app, const std::string& statuses) {
   convert
       ->add_option("--rate", arguments->open.sampling_rate,
                    "Samples per second; overrides the file and its time stamps")
-      ->check(between(1.0, 1e9))
+      ->check(between(1.0, readers::highest_rate))
       ->type_name("HZ");
   convert->add_option("--charset", arguments->open.charset, "Character set of the file's names, if the guess is wrong")
       ->check(known_charset())

@@ -135,7 +135,11 @@ Announcement EventCommand::run(const archive::PendingEvent& event) const {
   }
   close(ended);
   const int status = status_of(*process);
-  if (killed) return complain(event, fmt::format("took longer than {:g} s", limit_s), Announcement::postponed);
+  if (killed) {
+    const std::string cause =
+        stopped ? "was still running when the watch was ended" : fmt::format("took longer than {:g} s", limit_s);
+    return complain(event, cause, Announcement::postponed);
+  }
   if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return Announcement::done;
   const std::string cause = WIFSIGNALED(status) ? fmt::format("ended by signal {}", WTERMSIG(status))
                                                 : fmt::format("ended with status {}", WEXITSTATUS(status));

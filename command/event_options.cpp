@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analysis/own_curve.h"
+#include "analysis/threshold_rules.h"
 #include "assess/transformer.h"
 #include "command/option_range.h"
 #include "command/short_file.h"
@@ -58,27 +59,6 @@ void take_through(const std::string& text, analysis::AnalysisOptions& options) {
     options.through = assess::connections_of(text);
   } catch (const assess::NotAConnection& error) {
     throw UnusableOptions(fmt::format("--through: {}", error.what()));
-  }
-}
-
-void check_thresholds(const measure::Thresholds& thresholds) {
-  const auto refuse = [](const std::string& cause) { throw UnusableOptions(cause); };
-  if (thresholds.dip >= thresholds.swell) {
-    refuse(
-        fmt::format("--dip-threshold {:g} is not below --swell-threshold {:g}; nearly every voltage would be an event",
-                    thresholds.dip, thresholds.swell));
-  }
-  if (thresholds.interruption >= thresholds.dip) {
-    refuse(
-        fmt::format("--interruption-threshold {:g} is not below --dip-threshold {:g}; an interruption lies within a "
-                    "dip",
-                    thresholds.interruption, thresholds.dip));
-  }
-  if (thresholds.dip + thresholds.hysteresis > 100 || thresholds.swell - thresholds.hysteresis < 100) {
-    refuse(
-        fmt::format("--hysteresis {:g} reaches past 100 % from a threshold, so that an event would not end at the "
-                    "reference voltage; use at most {:g}",
-                    thresholds.hysteresis, std::min(100 - thresholds.dip, thresholds.swell - 100)));
   }
 }
 
@@ -139,7 +119,8 @@ void take_event_options(const EventOptions& given, analysis::AnalysisOptions& op
   if (options.reference == measure::Reference::declared && given.nominal.empty()) {
     throw UnusableOptions("--reference declared needs a declared voltage; give it with --nominal");
   }
-  check_thresholds(options.thresholds);
+  const std::string fault = analysis::fault_of(options.thresholds);
+  if (!fault.empty()) throw UnusableOptions(fault);
   options.own_curves.clear();
   for (const std::string& file : given.curves) take_curve(file, options);
   if (!given.through.empty()) take_through(given.through, options);

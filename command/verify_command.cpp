@@ -8,19 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "analysis/analyse.h"
-#include "analysis/choice/chosen_set.h"
-#include "analysis/choice/record_voltages.h"
 #include "command/event_options.h"
 #include "command/standard_output.h"
-#include "command/stretch_options.h"
-#include "files/whole_file.h"
+#include "outputs/certificate/certified_again.h"
 #include "outputs/certificate/comparison.h"
 #include "readers/file_access.h"
-#include "readers/open_record.h"
-#include "readers/record_hashes.h"
 #include "readers/text.h"
-#include "readers/voltages/bay_currents.h"
 
 namespace command {
 
@@ -40,27 +33,10 @@ outputs::Certificate read_certificate(const std::string& path) {
   }
 }
 
-/// Analyses the record by the parameters of the certificate.
-outputs::Certificate analysed_again(const std::string& path, const outputs::CertifiedRun& run) {
-  readers::OpenOptions open;
-  open.sampling_rate = run.sampling_rate;
-  open.charset = run.charset;
-  open.wanted = [&run](const readers::Record& record) {
-    std::vector<bool> wanted = analysis::channels_to_read(record, run.options.choice);
-    readers::want_currents(record, wanted);
-    return wanted;
-  };
-  auto record = readers::open_record(path, open);
-  apply_stretch(record, run.stretch);
-  analysis::RecordVoltages voltages(record, run.options.choice);
-  const analysis::Analysis analysis = analysis::analyse(voltages, run.options);
-  return certificate_of(record, analysis, run, readers::content_hashes(path, record));
-}
-
 bool differs_from_record(const Arguments& arguments) {
   const outputs::Certificate certificate = read_certificate(arguments.certificate);
   if (arguments.record == "-") throw UnusableOptions("RECORD must be a file, because its bytes are read twice");
-  const outputs::Certificate again = analysed_again(arguments.record, certificate.run);
+  const outputs::Certificate again = certified_again(arguments.record, certificate.run);
   write_standard_output(verification_text(arguments.certificate, certificate, again));
   return differences_of(certificate, again).any();
 }

@@ -1,6 +1,7 @@
 // Does with a record file all that the command does: reads it, chooses the voltages, measures them and makes every
-// output. The input gives the options and describes the file (made_file.h). A run that takes too much time or memory is
-// a finding.
+// output. Then it certifies the analysis and verifies the certificate, whole or damaged, or converts the record, or
+// shows every set of voltages. The input gives the options and describes the file (made_file.h). A run that takes too
+// much time or memory is a finding.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "analysis/analyse.h"
 #include "analysis/choice/chosen_set.h"
@@ -20,8 +22,10 @@
 #include "fuzz/expect.h"
 #include "fuzz/made_file.h"
 #include "fuzz/shown_analysis.h"
+#include "fuzz/written_record.h"
 #include "readers/open_record.h"
 #include "readers/text.h"
+#include "readers/voltages/bay_currents.h"
 
 namespace {
 
@@ -111,11 +115,51 @@ void write(const std::vector<fuzz::NamedContent>& files) {
   }
 }
 
-/// Shows the set and part that are chosen, or those with the worst event.
-void analyse(const readers::Record& record, const Options& options) {
+/// What is done with a record besides showing it. Inputs that end before this choice get the first one.
+enum class Further { certify, certify_damaged, convert, all_sets };
+
+/// Reads the file once more with all channels, as dipx convert does.
+void convert(fuzz::Bytes& input, const std::string& path, const Options& options) {
+  readers::OpenOptions open = options.open;
+  open.wanted = {};
+  open.digitals = true;
+  auto record = readers::open_record(path, open);
+  analysis::keep_stretch(record, options.stretch);
+  fuzz::expect_converted(input, record);
+}
+
+/// Shows the first sets and parts, as --set all and --part all do.
+void show_all(analysis::RecordVoltages& voltages, const Options& options) {
+  constexpr std::size_t most = 6;
+  std::size_t shown = 0;
+  for (const auto& [set, part] : analysis::all_of(voltages, options.analysis.choice, true, true)) {
+    if (shown++ == most) return;
+    analysis::AnalysisOptions one = options.analysis;
+    one.choice.set = set;
+    one.choice.part = part;
+    try {
+      fuzz::expect_shown(voltages.record(), analysis::analyse(voltages, one));
+    } catch (const analysis::Refusal& error) {
+      fuzz::expect_inert_lines(error.what());
+    }
+  }
+}
+
+/// Shows the set and part that are chosen, or those with the worst event, and does something further.
+void analyse(fuzz::Bytes& input, const std::string& path, const readers::Record& record, const Options& options) {
+  const auto further = static_cast<Further>(input.below(4));
+  if (further == Further::convert) return convert(input, path, options);
   analysis::RecordVoltages voltages(record, options.analysis.choice);
+  if (further == Further::all_sets) return show_all(voltages, options);
   const auto found = analysis::analyse(voltages, options.analysis);
   fuzz::expect_shown(record, found);
+  if (options.analysis.library) return;  // no certificate covers the library's results
+  const outputs::CertifiedRun run{options.open.sampling_rate, options.open.charset, options.stretch, options.analysis};
+  if (further == Further::certify) {
+    fuzz::expect_certified(input, path, record, found, run);
+  } else {
+    fuzz::expect_damaged_certificate(input, path, record, found, run);
+  }
 }
 
 void run(fuzz::Bytes& input) {
@@ -125,13 +169,15 @@ void run(fuzz::Bytes& input) {
   auto& choice = options.analysis.choice;
   options.open.wanted = [&](const readers::Record& record) {
     choice.channels = named_channels(options.channels, record);
-    return analysis::channels_to_read(record, choice);
+    std::vector<bool> wanted = analysis::channels_to_read(record, choice);
+    readers::want_currents(record, wanted);
+    return wanted;
   };
   try {
     readers::Record record = readers::open_record(files.front().name, options.open);
     analysis::keep_stretch(record, options.stretch);
     fuzz::expect_shown_record(record);
-    analyse(record, options);
+    analyse(input, files.front().name, record, options);
   } catch (const readers::ReadError& error) {
     fuzz::expect_inert_lines(error.what());
   } catch (const analysis::Refusal& error) {

@@ -11,11 +11,11 @@ scripts/setup.sh gcovr
 cmake --preset coverage >/dev/null
 
 rooms() {
-  cmake --build --preset coverage --target measure_test readers_test analysis_test outputs_test command_test >/dev/null
+  cmake --build --preset coverage --target measure_test readers_test analysis_test outputs_test command_test watch_test >/dev/null
   find build/coverage -name '*.gcda' -delete
-  for tests in measure readers analysis outputs command; do
+  for tests in measure/measure readers/readers analysis/analysis outputs/outputs command/command command/watch; do
     # Counters cannot be written to a full disk or by another user, and take the time of tests that wait for signals.
-    "build/coverage/tests/$tests/${tests}_test" --gtest_brief=1 ||
+    "build/coverage/tests/${tests}_test" --gtest_brief=1 ||
       echo "coverage.sh: the tests of $tests that failed are counted up to their failure"
   done
   for room in measure readers command; do

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 
@@ -40,17 +41,52 @@ double largest_of(const std::vector<double>& values) {
   return largest;
 }
 
-/// Stores samples as multiples of a step that uses all of 32 bits.
-void store_in_steps(const std::vector<double>& samples, StoredChannel& channel) {
+/// What became of a channel's values.
+struct Outcome {
+  double half_step = 0;  ///< the largest difference from the source; 0 if there is none
+  std::size_t lost = 0;  ///< values that cannot be stored
+};
+
+/// Stores samples as multiples of a step that uses all of 32 bits. The step is a normal number, because the smaller
+/// ones are coarse, and 0 would lose all values.
+Outcome store_in_steps(const std::vector<double>& samples, StoredChannel& channel) {
+  Outcome outcome;
   const double peak = largest_of(samples);
-  channel.scale = peak > 0 ? peak / (most_stored - 1) : 1;
+  if (peak > 0) {
+    channel.scale = std::max(peak / (most_stored - 1), std::numeric_limits<double>::min());
+    outcome.half_step = channel.scale / 2;
+  }
   for (const double sample : samples) {
     channel.values.push_back(std::isfinite(sample) ? std::round(sample / channel.scale) : readers::no_value);
+    if (std::isinf(sample)) outcome.lost++;
   }
+  return outcome;
 }
 
-/// Stores a channel and returns its half step.
-double store(const readers::Channel& source, StoredAs type, StoredChannel& channel) {
+/// Stores samples as floats, of which the largest one marks missing values.
+Outcome store_as_floats(const std::vector<double>& samples, StoredChannel& channel) {
+  constexpr float marks_missing = std::numeric_limits<float>::max();
+  Outcome outcome;
+  bool equal = true;
+  double largest = 0;
+  for (const double sample : samples) {
+    const bool stored = readers::fits_float(sample) && std::abs(static_cast<float>(sample)) < marks_missing;
+    channel.values.push_back(stored ? sample : readers::no_value);
+    if (stored) {
+      equal = equal && static_cast<double>(static_cast<float>(sample)) == sample;
+      largest = std::max(largest, std::abs(sample));
+    } else if (!std::isnan(sample)) {
+      outcome.lost++;
+    }
+  }
+  // Floats below their normal range have a constant step.
+  constexpr auto smallest_step = static_cast<double>(std::numeric_limits<float>::denorm_min());
+  const double largest_step = largest * static_cast<double>(std::numeric_limits<float>::epsilon());
+  if (!equal) outcome.half_step = std::max(largest_step, smallest_step) / 2;
+  return outcome;
+}
+
+Outcome store(const readers::Channel& source, StoredAs type, StoredChannel& channel) {
   channel.about = source;
   channel.about.samples.clear();
   const bool floating = type == StoredAs::float32;
@@ -61,19 +97,9 @@ double store(const readers::Channel& source, StoredAs type, StoredChannel& chann
     channel.scale = source.stored_scale;
     channel.offset = source.stored_offset;
     channel.values = *std::move(numbers);
-    return 0;
+    return {};
   }
-  if (!floating) {
-    store_in_steps(source.samples, channel);
-    return channel.scale / 2;
-  }
-  bool equal = true;
-  for (const double sample : source.samples) {
-    const bool stored = readers::fits_float(sample);
-    channel.values.push_back(stored ? sample : readers::no_value);
-    equal = equal && (!stored || static_cast<double>(static_cast<float>(sample)) == sample);
-  }
-  return equal ? 0 : largest_of(source.samples) * static_cast<double>(std::numeric_limits<float>::epsilon()) / 2;
+  return floating ? store_as_floats(source.samples, channel) : store_in_steps(source.samples, channel);
 }
 
 /// Returns a time of the record as configurations write it; midnight of a day without meaning if it has no clock.
@@ -172,7 +198,9 @@ Converted converted(const readers::Record& record, std::optional<StoredAs> type)
   file.time_quality = "F,3";  // the quality of the clock is not known
   file.digitals = record.digitals;
   for (const auto& channel : record.channels) {
-    result.half_steps.push_back(store(channel, *type, file.channels.emplace_back()));
+    const Outcome outcome = store(channel, *type, file.channels.emplace_back());
+    result.half_steps.push_back(outcome.half_step);
+    result.lost.push_back(outcome.lost);
   }
   return result;
 }

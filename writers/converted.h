@@ -18,8 +18,10 @@ readers::Record excerpt_of(const readers::Record& record, const std::vector<std:
 struct Converted {
   ComtradeFile file;
   /// Half the step in which the values of each channel are stored, in its unit: the largest difference from the source.
-  /// 0 if all values are equal to those of the source.
+  /// 0 if all that are stored are equal to those of the source.
   std::vector<double> half_steps;
+  /// Number of values of each channel that the type cannot hold. They are missing in the file.
+  std::vector<std::size_t> lost;
 };
 
 /// Returns the record as a COMTRADE file of revision 2013. Without a type it is BINARY32 if the source stores whole

@@ -4,10 +4,13 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 #include "analysis/event_terms.h"
+#include "analysis/threshold_rules.h"
 #include "assess/transformer.h"
+#include "readers/charset.h"
 #include "readers/plausible.h"
 
 namespace outputs {
@@ -67,18 +70,44 @@ std::vector<assess::Curve> curves_in(const Members& parameters) {
   return curves;
 }
 
+/// Returns a number of a range, or 0, which stands for none.
+double number_or_zero(const Members& parameters, const char* name, double lowest, double highest) {
+  const double number = parameters.number(name, 0, highest);
+  if (number > 0 && number < lowest) throw BadCertificate(parameters.place_of(name), "is not a possible number");
+  return number;
+}
+
+std::string charset_in(const Members& parameters) {
+  const std::string charset = parameters.text("charset");
+  try {
+    readers::to_utf8("", charset);
+  } catch (const std::invalid_argument& error) {
+    throw BadCertificate(parameters.place_of("charset"), error.what());
+  }
+  return charset;
+}
+
+analysis::StretchChoice stretch_in(const Members& parameters) {
+  constexpr double farthest = 1e9;
+  analysis::StretchChoice stretch;
+  stretch.from = parameters.number_or_null("from_s", 0, farthest);
+  stretch.to = parameters.number_or_null("to_s", 0, farthest);
+  if (stretch.from && stretch.to && !(*stretch.from < *stretch.to)) {
+    throw BadCertificate(parameters.place_of("to_s"), "is not after from_s");
+  }
+  return stretch;
+}
+
 void take_voltages(const Members& parameters, CertifiedRun& run) {
   analysis::VoltageChoice& choice = run.options.choice;
   choice.channels = parameters.text("channels");
   choice.set = parameters.count("set");
   choice.part = parameters.count("part");
   choice.line_to_line = parameters.flag("line_to_line");
-  choice.line_frequency = parameters.number("line_frequency_hz", 0, 100);
-  run.sampling_rate = parameters.number("sampling_rate_hz", 0, readers::highest_rate);
-  run.charset = parameters.text("charset");
-  constexpr double farthest = 1e12;
-  run.stretch.from = parameters.number_or_null("from_s", -farthest, farthest);
-  run.stretch.to = parameters.number_or_null("to_s", -farthest, farthest);
+  choice.line_frequency = number_or_zero(parameters, "line_frequency_hz", readers::lowest_line_frequency, 100);
+  run.sampling_rate = number_or_zero(parameters, "sampling_rate_hz", 1, readers::highest_rate);
+  run.charset = charset_in(parameters);
+  run.stretch = stretch_in(parameters);
 }
 
 void take_rules(const Members& parameters, analysis::AnalysisOptions& options) {
@@ -102,12 +131,17 @@ void take_rules(const Members& parameters, analysis::AnalysisOptions& options) {
       throw BadCertificate(parameters.place_of("reference"), "'" + reference + "' is not a reference");
     }
   }
+  if (options.reference == measure::Reference::declared && options.nominal == 0) {
+    throw BadCertificate(parameters.place_of("reference"), "is the declared voltage, but nominal_v is 0");
+  }
   measure::Thresholds& thresholds = options.thresholds;
   thresholds.dip = parameters.number("dip_threshold_percent", 1, 100);
   thresholds.swell = parameters.number("swell_threshold_percent", 100, 300);
   thresholds.interruption = parameters.number("interruption_threshold_percent", 0, 99);
   thresholds.hysteresis = parameters.number("hysteresis_percent", 0, 50);
   thresholds.rapid_change = parameters.number("rvc_threshold_percent", 0, 50);
+  const std::string fault = analysis::fault_of(thresholds);
+  if (!fault.empty()) throw BadCertificate("parameters", fault);
 }
 
 }  // namespace

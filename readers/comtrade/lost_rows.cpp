@@ -201,7 +201,9 @@ class Repair {
     if (dropped_ > 0) {
       data_.notes.push_back(fmt::format("Row {} of the data repeats the row before it and was left out{}.",
                                         first(false)->row + 1,
-                                        dropped_ == 1 ? "" : fmt::format(", and so were {} others", dropped_ - 1)));
+                                        dropped_ == 1   ? ""
+                                        : dropped_ == 2 ? ", and so was 1 other"
+                                                        : fmt::format(", and so were {} others", dropped_ - 1)));
     }
   }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "readers/plausible.h"
 #include "readers/pqdif/names.h"
 #include "readers/pqdif/tags.h"
 #include "readers/text.h"
@@ -249,12 +250,29 @@ class ObservationReader {
       fault = fmt::format("its first time is {} s after the start of the observation", base.first);
       return base;
     }
+    fault = fault_of_sections(base.sections);
+    if (!fault.empty()) return base;
     const std::size_t times = base.length();
     if (times + 1 < length || times > length + 1) {
       note_once(fmt::format("its channel {} has {} values but {} times", channel + 1, length, times));
     }
     fit_to(base.sections, length);
     return base;
+  }
+
+  /// Returns why times are none that a recorder takes; empty if they are.
+  static std::string fault_of_sections(const std::vector<RateSection>& sections) {
+    std::size_t begin = 0;
+    for (const RateSection& section : sections) {
+      if (section.rate > highest_rate) {
+        return fmt::format("its times give {} samples per second, more than any recorder takes (at most {})",
+                           number_text(section.rate), number_text(highest_rate));
+      }
+      const double seconds = section.rate > 0 ? static_cast<double>(section.end - begin) / section.rate : 0;
+      if (!(section.start + seconds <= longest_time)) return "its times last more than a century";
+      begin = section.end;
+    }
+    return {};
   }
 
   /// Reads a series of times, or returns what was read before when other channels share it.

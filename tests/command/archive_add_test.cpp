@@ -237,4 +237,40 @@ TEST_F(ArchiveAdd, AnalysesAllPartsWhenAsked) {
   EXPECT_NE(archive::text_of(options[0][0]).find(" part=all "), std::string::npos);
 }
 
+TEST_F(ArchiveAdd, RefusesOptionsThatCannotWork) {
+  make_records(1);
+  const auto refused = [](const std::vector<std::string>& arguments, const std::string& complaint) {
+    const auto result = archive(arguments);
+    EXPECT_EQ(result.status, 1) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err.find(complaint), std::string::npos) << result.err;
+    EXPECT_FALSE(std::filesystem::exists("new.db")) << testing::PrintToString(arguments);
+  };
+  for (const char* shard : {"1", "0/3", "4/3", "x/3", "1/x", "1/2000000", "/", "1/0"}) {
+    refused({"add", "new.db", "rec", "--shard", shard},
+            std::string("'") + shard + "' is not a shard; use a form such as 2/3, the second of three");
+  }
+  for (const char* jobs : {"0", "-1", "x", "2.5", "2000000000"}) {
+    refused({"add", "new.db", "rec", std::string("--jobs=") + jobs},
+            std::string("'") + jobs + "' is not a whole number from 1 to 1000000000");
+  }
+  refused({"add", "new.db"}, "dipx: there is no PATH to add; name files or folders, or a list of them with -@");
+}
+
+TEST_F(ArchiveAdd, MergesNothingIntoItself) {
+  make_records(1);
+  add("a.db", {"rec"});
+  std::filesystem::create_symlink("a.db", "link.db");
+  for (const char* name : {"a.db", "./a.db", "link.db"}) {
+    const auto result = archive({"merge", "a.db", name});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              std::string("dipx: ") + name + " is the database into which others are merged; name other databases\n");
+  }
+  const auto missing = archive({"merge", "a.db", "missing.db"});
+  EXPECT_EQ(missing.status, 4);
+  EXPECT_EQ(missing.err, "dipx: missing.db: does not exist; check the path, or fill a store with dipx archive add\n");
+  EXPECT_EQ(count("a.db", "records"), 1);
+}
+
 }  // namespace

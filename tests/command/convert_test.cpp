@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -109,6 +110,50 @@ TEST_F(Convert, PrintsHalfAStepForOtherValues) {
   }
 }
 
+TEST_F(Convert, SaysWhichValuesDoNotFitTheType) {
+  std::ofstream("r.csv") << "t_s,Ua [V],I [A]\n0,1,1e300\n0.001,-2,5\n0.002,3,-3.4028234663852886e38\n0.003,4,inf\n";
+  EXPECT_EQ(
+      converted({"r.csv", "-o", "a.cff", "--data", "float32"}),
+      "a.cff: COMTRADE 2013 FLOAT32, 4 samples of 2 channels, all values that are stored are equal to those of "
+      "the source\n"
+      "note: 3 values of 'I' are too large for FLOAT32 and missing in the file; a table (.csv) holds all values.\n");
+  const auto floats = readers::open_record("a.cff");
+  EXPECT_EQ(floats.channels[1].samples[1], 5);
+  for (const std::size_t row : {0U, 2U, 3U}) EXPECT_TRUE(std::isnan(floats.channels[1].samples[row])) << row;
+  const std::string steps = converted({"r.csv", "-o", "b.cff", "--data", "binary32"});
+  EXPECT_NE(steps.find("note: 1 value of 'I' is too large for BINARY32 and missing in the file; "), std::string::npos)
+      << steps;
+  EXPECT_NEAR(readers::open_record("b.cff").channels[1].samples[0], 1e300, 1e291);
+  EXPECT_EQ(converted({"r.csv", "-o", "c.csv"}),
+            "c.csv: CSV, 4 samples of 2 channels, all values are equal to those of the source\n");
+}
+
+TEST_F(Convert, KeepsTheSmallestValuesWithinTheHalfStepThatItPrints) {
+  // A step of the peak divided by 2^31 would be zero, and floats end at 1.4e-45.
+  std::ofstream("r.csv") << "t_s,Ua [V],Z [V]\n0,1e-305,0\n0.001,-4e-306,0\n0.002,1e-300,0\n0.003,0,0\n";
+  for (const std::string data : {"float32", "binary32", "ascii"}) {
+    const std::string out = converted({"r.csv", "-o", "x.cff", "--data", data});
+    const std::size_t at = out.find("Ua within ");
+    ASSERT_NE(at, std::string::npos) << out;
+    EXPECT_EQ(out.find("Z within"), std::string::npos) << "zeros are stored exactly";
+    const double said = std::strtod(out.c_str() + at + 10, nullptr);
+    EXPECT_EQ(said, data == "float32" ? 7e-46 : 1.1e-308);
+    const auto copy = readers::open_record("x.cff");
+    const std::vector<double> source = {1e-305, -4e-306, 1e-300, 0};
+    for (std::size_t i = 0; i < source.size(); i++) {
+      EXPECT_NEAR(copy.channels[0].samples[i], source[i], 1.06 * said) << data << " " << i;
+      EXPECT_EQ(copy.channels[1].samples[i], 0) << data;
+    }
+  }
+}
+
+TEST_F(Convert, AcceptsTheRatesThatCanBeRead) {
+  write_whole_numbers("ASCII", rows);
+  const auto result = dipx({"convert", "r.cfg", "-o", "x.cfg", "--rate", "2e8"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("'2e8' is not a number from 1 to 100000000"), std::string::npos) << result.err;
+}
+
 TEST_F(Convert, WritesChosenChannelsOfAStretch) {
   write_whole_numbers("ASCII", rows);
   converted({"r.cfg", "-o", "a.cfg", "--channels", "2", "--from", "0.001", "--to", "0.003"});
@@ -133,6 +178,36 @@ TEST_F(Convert, RefusesWhatItCannotWrite) {
   EXPECT_EQ(status_of({"convert", "r.cfg", "-o", "x.csv", "--data", "ascii"}), 1);
   EXPECT_EQ(status_of({"convert", "r.cfg", "-o", "x.csv", "--channels", "Ux"}), 1);
   EXPECT_EQ(status_of({"convert", "r.cfg", "-o", "x.csv", "--from", "2"}), 1);
+}
+
+TEST_F(Convert, RefusesRecordsThatTheFormatCannotHold) {
+  const auto refused = [](const std::vector<std::string>& arguments, int status, const std::string& complaint) {
+    std::vector<std::string> all = {"convert"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    const auto result = dipx(all);
+    EXPECT_EQ(result.status, status);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "dipx: " + complaint + "\n");
+  };
+  write_whole_numbers("ASCII", "1,,10,-7,0\n2,,-20,9,1\n");
+  std::string config = tests::bytes_of("r.cfg");
+  config.replace(config.find("1\n1000,4"), 8, "0\n0,4");
+  std::ofstream("r.cfg") << config;
+  for (const char* output : {"x.cfg", "x.csv"}) {
+    refused({"r.cfg", "-o", output}, 3,
+            "r.cfg: neither it nor its time stamps give the sampling rate; give it with --rate");
+    EXPECT_FALSE(std::ifstream(output)) << output;
+  }
+  config.replace(config.find("0\n0,4"), 5, "2\n1000,2\n2000,4");
+  std::ofstream("r.cfg") << config;
+  std::ofstream("r.dat") << "1,,10,-7,0\n2,,-20,9,1\n3,,10,-7,0\n4,,-20,9,1\n";
+  refused({"r.cfg", "-o", "x.csv"}, 3,
+          "r.cfg: it has 2 parts with their own rates or times, but a table has one rate; choose one part with --from "
+          "and --to (dipx info lists them), or write COMTRADE");
+  converted({"r.cfg", "-o", "x.cff"});
+  const auto copy = readers::open_record("x.cff");
+  ASSERT_EQ(copy.rates.size(), 2U);
+  EXPECT_EQ(copy.rates[1].rate, 2000);
 }
 
 // --- stretches -------------------------------------------------------------------------------------------------------

@@ -128,4 +128,20 @@ TEST_F(OptionsFile, ThatIsNotThereIsNamed) {
   expect_refused({"--options"}, 1, "--options: 1 required FILE missing\nRun with --help for more information.");
 }
 
+TEST_F(OptionsFile, IsAShortFile) {
+  Record(230, 0.4).write_csv("record.csv");
+  std::filesystem::create_directory("folder");
+  std::ofstream("long.txt") << std::string((std::size_t{1} << 20U) + 1, '\n');
+  expect_refused({"--options", "folder"}, 1, "dipx: folder: is a folder; name a file with one option in a line");
+  expect_refused({"--options=long.txt"}, 1,
+                 "dipx: long.txt: is longer than 1048576 bytes; name a file with one option in a line");
+  expect_refused({"--curve", "folder"}, 1,
+                 "dipx: --curve folder: is a folder; name a file with a voltage-tolerance curve");
+  std::ofstream("dips.txt") << "dip-threshold 85\n";
+  std::ofstream("more.txt") << "--nominal=230\nfail-on=dip # of any depth\n";
+  const auto document = analysed({"--options", "dips.txt", "--options=more.txt"});
+  EXPECT_EQ(document["parameters"]["dip_threshold_percent"], 85);
+  EXPECT_EQ(document["parameters"]["reference"], "declared") << "as the nominal voltage of the second file implies";
+}
+
 }  // namespace

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -56,6 +58,60 @@ TEST_F(SeveralRecords, AreShownThoughOneOfThemCannotBeRead) {
   EXPECT_EQ(lines(all.out), 3);
   EXPECT_TRUE(all.err.starts_with("dipx: rec/aa.csv: ")) << all.err;
   EXPECT_TRUE(all.err.ends_with("dipx: 1 of 4 records could not be analysed; the others are shown\n")) << all.err;
+}
+
+TEST_F(SeveralRecords, MayBeInArchives) {
+  ASSERT_EQ(
+      std::system("python3 -c \"import zipfile\n"
+                  "with zipfile.ZipFile('all.zip', 'w') as z:\n"
+                  "  for n in ['rec/a.cfg', 'rec/a.dat', 'rec/b.cfg', 'rec/b.dat', 'rec/a.txt']: z.write(n) if n != "
+                  "'rec/a.txt' else z.writestr(n, 'a note')\n\""),
+      0);
+  const auto all = tests::dipx({"analyse", "-q", "all.zip", "rec/inner"});
+  EXPECT_EQ(all.status, 0) << all.err;
+  EXPECT_EQ(all.err, "");
+  const std::string archived = all.out.substr(0, all.out.find("rec/inner"));
+  EXPECT_EQ(lines(archived), 2) << all.out;
+  EXPECT_TRUE(archived.starts_with("all.zip:rec/a.cfg: event 1, dip ")) << archived;
+  EXPECT_NE(archived.find("\nall.zip:rec/b.cfg: event 1, dip "), std::string::npos) << archived;
+}
+
+TEST_F(SeveralRecords, ThatCanBeReadButNotAnalysedGiveAStatusOfTheirOwn) {
+  std::ofstream("rec/aa.csv") << "t,Ua\n0,1\n0.001,-1\n0.002,1\n";
+  const auto refused = tests::dipx({"analyse", "-q", "rec"});
+  EXPECT_EQ(refused.status, 3);
+  EXPECT_EQ(lines(refused.out), 3);
+  EXPECT_TRUE(refused.err.starts_with("dipx: rec/aa.csv: ")) << refused.err;
+  std::ofstream("rec/ab.csv") << "t,Ua\n0,x\n";
+  const auto unreadable = tests::dipx({"analyse", "-q", "rec"});
+  EXPECT_EQ(unreadable.status, 2) << "one of the two cannot be read";
+  EXPECT_EQ(lines(unreadable.out), 3);
+  EXPECT_TRUE(unreadable.err.ends_with("dipx: 2 of 5 records could not be analysed; the others are shown\n"))
+      << unreadable.err;
+}
+
+TEST_F(SeveralRecords, MayHaveSetsThatCannotBeAnalysed) {
+  std::ofstream out("r.csv");
+  out << "t_s,Ua [V],Ub [V],Uc [V],Va [V],Vb [V],Vc [V]\n";
+  for (int i = 0; i < 640; i++) {
+    out << i / 1600.0;
+    for (int phase = 0; phase < 6; phase++) {
+      out << ',';
+      const double angle = 2 * 3.14159265358979 * (i / 32.0 - phase % 3 / 3.0);
+      // The voltages of the second set end after a cycle.
+      if (phase < 3 || i < 32) out << 325 * std::sin(angle);
+    }
+    out << '\n';
+  }
+  out.close();
+  const auto all = tests::dipx({"analyse", "-q", "r.csv", "--set", "all"});
+  EXPECT_EQ(all.status, 0) << all.err;
+  EXPECT_EQ(lines(all.out), 1) << all.out;
+  EXPECT_TRUE(all.err.starts_with("dipx: set 2: r.csv: ")) << all.err;
+  EXPECT_EQ(lines(all.err), 1) << all.err;
+  const auto second = tests::dipx({"analyse", "-q", "r.csv", "--set", "2"});
+  EXPECT_EQ(second.status, 3);
+  EXPECT_EQ("dipx: set 2: " + second.err.substr(6), all.err);
 }
 
 TEST_F(SeveralRecords, AreLookedForEventsTogether) {

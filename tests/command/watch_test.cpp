@@ -270,4 +270,46 @@ TEST_F(Watch, ContinuesWhileTheFolderIsAway) {
   EXPECT_EQ(err_.text(), "dipx: inbox: does not exist; check the path\n");
 }
 
+TEST_F(Watch, LeavesACommandThatIsRunningWhenItEndsToTheNextWatch) {
+  make_records(1, "inbox");
+  const pid_t watch = start("events.db", {"--on-event", "touch started; sleep 1000"});
+  EXPECT_TRUE(soon([] { return fs::exists("started"); })) << err_.text();
+  EXPECT_EQ(ended(watch), 0);
+  EXPECT_EQ(err_.text(),
+            "dipx: inbox/r1.cfg: the command for its event was still running when the watch was ended; it will be "
+            "repeated\ndipx: 1 event could not be announced; they are tried again later\n");
+  const pid_t next = start("events.db", {"--on-event", "echo $DIPX_KIND >>seen"});
+  EXPECT_TRUE(soon([] { return !lines_of("seen").empty(); })) << err_.text();
+  EXPECT_EQ(ended(next), 0);
+  EXPECT_EQ(lines_of("seen"), (std::vector<std::string>{"dip"}));
+}
+
+TEST_F(Watch, SaysWhyACommandHasFailed) {
+  make_records(1, "inbox");
+  const pid_t watch = start("events.db", {"--on-event", "touch started; kill -SEGV $$"});
+  EXPECT_TRUE(soon([&] { return err_.text().find("ended by signal 11; it will be repeated") != std::string::npos; }))
+      << err_.text();
+  EXPECT_EQ(ended(watch), 0);
+  // The kernel starts no command with an argument of more than 128 KB; a file of options can hold one.
+  std::ofstream("options") << "on-event = true " << std::string(200000, 'x') << "\n";
+  const pid_t other = start("events.db", {"--options", "options"});
+  EXPECT_TRUE(soon([&] { return err_.text().find("cannot be started: Argument list too long") != std::string::npos; }))
+      << err_.text();
+  EXPECT_EQ(ended(other), 0);
+}
+
+TEST_F(Watch, NeedsAHealthFileThatCanBeWrittenAtItsStartOnly) {
+  const auto refused = tests::dipx({"watch", "inbox", "events.db", "--health", "missing/h"});
+  EXPECT_EQ(refused.status, 4);
+  EXPECT_NE(refused.err.find("missing/h"), std::string::npos) << refused.err;
+  fs::create_directory("state");
+  const pid_t watch = start("events.db", {"--health", "state/h", "--rescan", "0.3"});
+  EXPECT_TRUE(soon([] { return fs::exists("state/h"); })) << err_.text();
+  fs::remove_all("state");
+  make_records(1, "inbox");
+  EXPECT_TRUE(holds("events.db", "records", 1)) << "records are analysed although nobody can be told of it";
+  pause(1500);
+  EXPECT_EQ(ended(watch), 0);
+}
+
 }  // namespace

@@ -195,6 +195,36 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"Parameters", [](json& d) { d["parameters"] = nullptr; }, "parameters: is not an object"},
         Damage{"Threshold", [](json& d) { d["parameters"]["dip_threshold_percent"] = 1000; },
                "parameters.dip_threshold_percent: is not a possible number"},
+        Damage{"Frequency", [](json& d) { d["parameters"]["line_frequency_hz"] = 1e-300; },
+               "parameters.line_frequency_hz: is not a possible number"},
+        Damage{"Rate", [](json& d) { d["parameters"]["sampling_rate_hz"] = 0.5; },
+               "parameters.sampling_rate_hz: is not a possible number"},
+        Damage{"RateAsText", [](json& d) { d["parameters"]["sampling_rate_hz"] = "6400"; },
+               "parameters.sampling_rate_hz: is not a number"},
+        Damage{"Charset", [](json& d) { d["parameters"]["charset"] = "XYZZY"; },
+               "parameters.charset: the character set 'XYZZY' is not known"},
+        Damage{"Stretch", [](json& d) { d["parameters"]["to_s"] = 0.125; }, "parameters.to_s: is not after from_s"},
+        Damage{"Channels", [](json& d) { d["parameters"]["channels"] = 1; }, "parameters.channels: is not a text"},
+        Damage{"LineToLine", [](json& d) { d["parameters"]["line_to_line"] = 0; },
+               "parameters.line_to_line: is neither true nor false"},
+        Damage{"NominalKind", [](json& d) { d["parameters"]["nominal_kind"] = "x"; },
+               "parameters.nominal_kind: 'x' is not a kind of voltage"},
+        Damage{"DeclaredReference",
+               [](json& d) {
+                 d["parameters"]["nominal_v"] = 0;
+                 d["parameters"]["reference"] = "declared";
+               },
+               "parameters.reference: is the declared voltage, but nominal_v is 0"},
+        Damage{"Interruption", [](json& d) { d["parameters"]["interruption_threshold_percent"] = 90; },
+               "parameters: --interruption-threshold 90 is not below --dip-threshold 85; an interruption lies within a "
+               "dip"},
+        Damage{"NoSteps", [](json& d) { d["parameters"]["own_curves"][0]["steps"] = json::array(); },
+               "parameters.own_curves.steps: is empty"},
+        Damage{
+            "Transformer", [](json& d) { d["parameters"]["through"] = "Dyn"; },
+            "parameters.through: 'Dyn' does not end in a clock number from 0 to 11; use a vector group such as Dyn11, "
+            "Yd1, YNyn0 or Yzn5, with the winding on the monitor's side first"},
+        Damage{"NoFigures", [](json& d) { d["figures"] = json::array(); }, "figures: is empty"},
         Damage{"Part", [](json& d) { d["parameters"]["part"] = 1.5; }, "parameters.part: is not a whole number"},
         Damage{"Reference", [](json& d) { d["parameters"]["reference"] = "x"; },
                "parameters.reference: 'x' is not a reference"},

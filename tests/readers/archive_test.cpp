@@ -5,6 +5,8 @@
 #include <zip.h>
 #include <zlib.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -153,6 +155,59 @@ TEST_F(Archives, ThatGrowUnreasonablyAreRefused) {
   }
 }
 
+TEST_F(Archives, WithDamagedContentAreRefused) {
+  const std::string path = zip("r.zip", {{"t.csv", std::string(3000, '7') + "\n" + table}});
+  std::ifstream in(path, std::ios::binary);
+  const std::string whole{std::istreambuf_iterator<char>(in), {}};
+  // Behind the local header of 30 bytes and the name begin the compressed bytes, whose checksum is no longer right.
+  std::string damaged = whole;
+  damaged[30 + 5 + 6] = static_cast<char>(damaged[30 + 5 + 6] ^ 0x10);
+  const std::string text = refusal(folder_.write("damaged.zip", damaged));
+  EXPECT_NE(text.find("damaged.zip:t.csv: cannot be read from the archive: "), std::string::npos) << text;
+  EXPECT_NE(text.find("; copy the archive again in binary mode, or extract it with another program"), std::string::npos)
+      << text;
+  // The method of compression is in the local header and in the directory; none has the number 77.
+  std::string unknown = whole;
+  unknown[8] = 77;
+  unknown[whole.find("PK\x01\x02") + 10] = 77;
+  const std::string other = refusal(folder_.write("unknown.zip", unknown));
+  EXPECT_NE(other.find("unknown.zip:t.csv: cannot be read from the archive: "), std::string::npos) << other;
+}
+
+TEST_F(Archives, WithinArchivesAreRefused) {
+  const std::string inner_path = zip("inner.zip", {{"t.csv", table}});
+  std::ifstream in(inner_path, std::ios::binary);
+  const std::string inner{std::istreambuf_iterator<char>(in), {}};
+  EXPECT_EQ(refusal(gzip("r.zip.gz", inner)),
+            "r.zip.gz: holds another archive; extract it once, and name the archive in it");
+  EXPECT_EQ(
+      refusal(zip("outer.zip", {{"inner.zip", inner}})),
+      "outer.zip: holds no record, only inner.zip; a record in an archive is a .cfg with its .dat, a .cff, a PQDIF "
+      "file (.pqd, .pqdif), or a table (.csv, .tsv, .txt)");
+}
+
+TEST_F(Archives, AreTheOnlyFilesWithFilesInThem) {
+  const std::string path = folder_.write("t.csv", table);
+  EXPECT_EQ(refusal(path + ":a.csv"), "t.csv:a.csv: does not exist, and t.csv is not a zip file; check the path");
+}
+
+TEST_F(Archives, MayBeGzipFilesOfSeveralMembers) {
+  const std::string one = gzip("one.gz", "t,Ua\n0,1\n0.001,2\n");
+  const std::string two = gzip("two.gz", "0.002,3\n");
+  std::ofstream both(folder_.path("t.csv.gz"), std::ios::binary);
+  both << std::ifstream(one, std::ios::binary).rdbuf() << std::ifstream(two, std::ios::binary).rdbuf();
+  both.close();
+  EXPECT_EQ(open_record(folder_.path("t.csv.gz")).channels.at(0).samples, (std::vector<double>{1, 2, 3}));
+}
+
+TEST_F(Archives, WithManyRecordsAreListedInShort) {
+  std::vector<Member> members;
+  for (char c = 'a'; c <= 'z'; c++) members.push_back({std::string(1, c) + ".csv", table});
+  const std::string text = refusal(zip("r.zip", members));
+  EXPECT_EQ(text.find("r.zip: holds 26 records: a.csv, b.csv, "), 0U) << text;
+  EXPECT_NE(text.find(" more; choose one, as in r.zip:a.csv"), std::string::npos) << text;
+}
+
 // --- names by IEEE C37.232 -------------------------------------------------------------------------------------------
 
 TEST_F(Archives, MayGiveStationDeviceAndTimeByTheirNames) {
@@ -166,6 +221,16 @@ TEST_F(Archives, MayGiveStationDeviceAndTimeByTheirNames) {
   EXPECT_EQ(zipped.start_time, "2014-01-08 12:30:06");
 }
 
+TEST_F(Archives, MayGiveTheYearInFourDigitsAndNothingElse) {
+  const Record last_century = open_record(folder_.write("990108,123006,-5t,,,x.csv", table));
+  EXPECT_EQ(last_century.start_time, "1999-01-08 12:30:06");
+  EXPECT_EQ(last_century.time_zone, "-5");
+  EXPECT_EQ(last_century.notes.back(), "The name of the file gives start, time zone of the record.");
+  const Record plain = open_record(folder_.write("20690108,235960123456,0z,N,,x.csv", table));
+  EXPECT_EQ(plain.start_time, "2069-01-08 23:59:60.123456");
+  EXPECT_EQ(plain.notes.back(), "The name of the file gives station, start, time zone of the record.");
+}
+
 TEST_F(Archives, DoNotReplaceWhatTheRecordStatesByTheirNames) {
   folder_.write("140108,123006250,0,North,Feeder,Grid.dat", data);
   const Record record = open_record(folder_.write("140108,123006250,0,North,Feeder,Grid.cfg", config));
@@ -177,7 +242,11 @@ TEST_F(Archives, DoNotReplaceWhatTheRecordStatesByTheirNames) {
 
 TEST_F(Archives, DoNotGiveAnythingByOtherNames) {
   for (const char* name :
-       {"a,b,c,d,e.csv", "140108,123006.csv", "149908,123006,0,a,b.csv", "140108,993006,0,a,b.csv"}) {
+       {"a,b,c,d,e.csv", "140108,123006.csv", "149908,123006,0,a,b.csv", "140108,993006,0,a,b.csv",
+        "140008,123006,0,a,b.csv", "140100,123006,0,a,b.csv", "140132,123006,0,a,b.csv", "1401081,123006,0,a,b.csv",
+        "14010x,123006,0,a,b.csv", "140108,12300,0,a,b.csv", "140108,1230060000000,0,a,b.csv",
+        "140108,126006,0,a,b.csv", "140108,123061,0,a,b.csv", "140108,12300x,0,a,b.csv", "140108,123006,,a,b.csv",
+        "140108,123006,zone,a,b.csv", "140108,123006,+1234567h,a,b.csv", "140108,123006,t,a,b.csv"}) {
     const Record record = open_record(folder_.write(name, table));
     EXPECT_EQ(record.station + record.device + record.start_time, "") << name;
   }

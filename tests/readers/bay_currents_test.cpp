@@ -99,6 +99,36 @@ TEST(BayCurrents, HaveNoTrendsAmongThem) {
   EXPECT_FALSE(of_set(record, 1));
 }
 
+TEST(BayCurrents, HaveNamesWithoutTheQuantityInCommon) {
+  // The quantity is written as a word of its own, before the phase, or after it.
+  expect_currents(bays({"North U Ua", "North U Ub", "North U Uc", "North I Ia", "North I Ib", "North I Ic",
+                        "South I Ia", "South I Ib", "South I Ic"}),
+                  1, {3, 4, 5}, std::nullopt, BaySource::name);
+  expect_currents(bays({"Feeder1-ULa", "Feeder1-ULb", "Feeder1-ULc", "Feeder1-ILa", "Feeder1-ILb", "Feeder1-ILc",
+                        "Feeder2-ILa", "Feeder2-ILb", "Feeder2-ILc"}),
+                  1, {3, 4, 5}, std::nullopt, BaySource::name);
+  expect_currents(bays({"Zone7 VAN", "Zone7 VBN", "Zone7 VCN", "Zone7 IA", "Zone7 IB", "Zone7 IC", "Zone8 IA",
+                        "Zone8 IB", "Zone8 IC"}),
+                  1, {3, 4, 5}, std::nullopt, BaySource::name);
+}
+
+TEST(BayCurrents, HaveResidualsInManyWaysOfNaming) {
+  for (const char* residual : {"3I0", "I0", "IN", "IG", "IE", "Io", "Ires", "I_N", "3I_0"}) {
+    expect_currents(bays({"UA", "UB", "UC", "IA", "IB", "IC", residual}), 1, {3, 4, 5}, 6, BaySource::name);
+  }
+  for (const char* other : {"Input", "IX", "Main", "Inverse"}) {
+    expect_currents(bays({"UA", "UB", "UC", "IA", "IB", "IC", other}), 1, {3, 4, 5}, std::nullopt, BaySource::name);
+  }
+}
+
+TEST(BayCurrents, AreNotThoseOfAnotherSetOfVoltages) {
+  // The only currents bear the name of the other bay.
+  const Record record =
+      bays({"east UA", "east UB", "east UC", "west UA", "west UB", "west UC", "west IA", "west IB", "west IC"});
+  EXPECT_FALSE(of_set(record, 1));
+  expect_currents(record, 2, {6, 7, 8}, std::nullopt, BaySource::name);
+}
+
 TEST(BayCurrents, HaveUnitsOfCurrent) {
   for (const auto& [unit, amperes] : {std::pair<std::string, double>{"A", 1},
                                       {"kA", 1000},

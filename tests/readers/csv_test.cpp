@@ -139,6 +139,51 @@ TEST(CsvReader, ReadsCellsSeparatedByBlanks) {
   EXPECT_EQ(read_csv("t.csv", "t,U a\n2020-01-01 12:00:00.000,1\n2020-01-01 12:00:00.001,3\n", {}).channels.size(), 1U);
 }
 
+TEST(CsvReader, KnowsUnitsInAllLettersAndPlaces) {
+  const std::vector<std::pair<std::string, std::string>> headings = {{"U (kV)", "kV"},
+                                                                     {"U_mv", "mv"},
+                                                                     {"U [volts]", "volts"},
+                                                                     {"U/Volt", "Volt"},
+                                                                     {"I (kA)", "kA"},
+                                                                     {"I_ma", "ma"},
+                                                                     {"I [amps]", "amps"},
+                                                                     {"I/ampere", "ampere"},
+                                                                     {"U [В]", "В"},
+                                                                     {"U (кВ)", "кВ"},
+                                                                     {"I [А]", "А"},
+                                                                     {"P (kW)", "kW"},
+                                                                     {"f_Hz", "Hz"},
+                                                                     {"load [%]", "%"},
+                                                                     {"Current_A", "A"},
+                                                                     {"U [ V ]", "V"},
+                                                                     {"U (V", ""},
+                                                                     {"U V]", ""},
+                                                                     {"[V]", ""},
+                                                                     {"U []", ""},
+                                                                     {"phase (A)", ""},
+                                                                     {"U_x", ""},
+                                                                     {"U/", ""},
+                                                                     {"_V", ""}};
+  for (const auto& [heading, unit] : headings) {
+    const Record record = read_csv("t.csv", "Ub_V," + heading + "\n1,2\n", {50});
+    ASSERT_EQ(record.channels.size(), 2U) << heading;
+    EXPECT_EQ(record.channels[1].unit, unit) << heading;
+    if (!unit.empty()) continue;
+    EXPECT_EQ(record.channels[1].name, heading) << "the whole heading is the name";
+  }
+}
+
+TEST(CsvReader, TakesARowForUnitsOnlyIfAllItsCellsAreSome) {
+  const auto names_with = [](const std::string& row) {
+    return names_of(read_csv("t.csv", "Time,Ua,Ub\n" + row + "\n0,1,2\n0.001,3,4\n"));
+  };
+  const Strings above = {"Ua", "Ub"};
+  EXPECT_EQ(names_with("s,V,V"), above);
+  EXPECT_EQ(names_with("s,(V),"), above) << "a channel may have no unit";
+  EXPECT_EQ(names_of(read_csv("t.csv", "Time,Ua,Ub\nhh:mm:ss.sss,V,-\n10:00:00.000,1,2\n10:00:00.001,3,4\n")), above);
+  EXPECT_EQ(names_with("t,V,north"), (Strings{"V", "north"})) << "other words are names";
+}
+
 TEST(CsvReader, TakesUnitsFromNamesOfCurrents) {
   const Record record = read_csv("t.csv", "Ia_A,3I0_A,Line 1 IL2 (A),bay_Ib_A,V in_A\n1,2,3,4,5\n", {50});
   EXPECT_EQ(names_of(record), (Strings{"Ia", "3I0", "Line 1 IL2", "bay_Ib", "V in_A"}));
@@ -396,6 +441,34 @@ TEST(CsvReader, RefusesARowWithAnotherNumberOfCells) {
   EXPECT_EQ(refusal("Ua,Ub\n1,2\n3,4,5\n6,7\n", 50),
             "t.csv: line 3: the row has 3 cells instead of 2; correct or remove the row");
   EXPECT_EQ(refusal("Ua,Ub\n1,2\n3", 50), "t.csv: line 3: the row has 1 cells instead of 2; correct or remove the row");
+}
+
+TEST(CsvReader, LeavesOutColumnsOfTextAndSaysSo) {
+  const Record record = read_csv("t.csv", "t,Ua,state\n0,1,closed\n0.001,2,open\n0.002,3,\n");
+  EXPECT_EQ(names_of(record), Strings{"Ua"});
+  EXPECT_EQ(record.notes, Strings{"Column 3 'state' holds text and was left out."});
+  EXPECT_EQ(refusal("t,Ua,state\n0,1,closed2\n", 50),
+            "t.csv: line 2: 'closed2' in column 3 is not a number; correct the cell or leave it empty");
+}
+
+TEST(CsvReader, NeedsColumnsOfSamples) {
+  EXPECT_EQ(refusal("t_s\n0\n0.001\n"), "t.csv: has no column of samples; choose a table with a column per channel");
+  EXPECT_EQ(refusal("Ua,Ub\n"), "t.csv: has no rows of numbers; choose a table of samples");
+  EXPECT_EQ(refusal(""), "t.csv: has no rows of numbers; choose a table of samples");
+}
+
+TEST(CsvReader, RefusesMoreThanTwoHundredRemarksInFront) {
+  std::string remarks;
+  for (int i = 0; i < 300; i++) remarks += "a remark,of the instrument\n";
+  EXPECT_EQ(refusal(remarks + "t,Ua\n0,1\n0.001,2\n"), "t.csv: has no rows of numbers; choose a table of samples");
+}
+
+TEST(CsvReader, UsesAGivenRateWhateverTheTimesAre) {
+  for (const char* table : {"t,Ua\n0,1\n", "t,Ua\n0,1\n0,2\n", "t,Ua\n0,1\n0.001,2\n0.002,3\n0.009,4\n0.010,5\n"}) {
+    const Record record = read_csv("t.csv", table, {4000});
+    ASSERT_EQ(record.rates.size(), 1U) << table;
+    EXPECT_EQ(record.rates[0].rate, 4000) << table;
+  }
 }
 
 TEST(CsvReader, RefusesACellThatIsNoNumber) {

@@ -39,6 +39,25 @@ TEST(GuessedSets, MayBeNumbered) {
   EXPECT_TRUE(find_voltage_sets(record_named({"N1", "N2", "N3", "N4"}, "kV")).empty());
 }
 
+TEST(GuessedSets, NeedOneChannelForEachPhase) {
+  for (const auto& names : {std::vector<std::string>{"L1", "L2", "L2"}, {"L1", "L2", "L4"}, {"L1", "L1", "L2", "L3"}}) {
+    EXPECT_TRUE(find_voltage_sets(record_named(names, "")).empty()) << names[0] << names[1] << names[2];
+  }
+  EXPECT_TRUE(find_voltage_sets(record_named({"N1", "N2", "N3", "N1"}, "kV")).empty()) << "two channels are number 1";
+  EXPECT_TRUE(find_voltage_sets(record_named({"1", "2", "3", "4"}, "kV")).empty()) << "a number alone is no name";
+}
+
+TEST(GuessedSets, AreNotMadeOfNamesThatOnlyCountAmongOthers) {
+  for (const char* word : {"CH", "Kanal ", "analog_", "AI", "in.", "Input #"}) {
+    const std::string name = word;
+    EXPECT_EQ(only_set(record_named({name + "1", name + "2", name + "3"}, "")).source, PhaseSource::only_three) << word;
+    EXPECT_TRUE(find_voltage_sets(record_named({name + "1", name + "2", name + "3", name + "4"}, "")).empty()) << word;
+  }
+  EXPECT_TRUE(find_voltage_sets(record_named({"pump 1", "pump 2", "pump 3"}, "")).empty());
+  const std::string longer(40, '1');
+  EXPECT_TRUE(find_voltage_sets(record_named({longer, longer + "2", longer + "3"}, "")).empty());
+}
+
 TEST(GuessedSets, MayBeTheOnlyThreeVoltages) {
   Record record = record_named({"north", "south", "west"}, "V");
   record.channels.insert(record.channels.begin() + 1, channel("load", "A"));

@@ -279,5 +279,49 @@ TEST_F(LostRows, AreNotWhatAClockShowsThatIsOff) {
   }
 }
 
+TEST_F(LostRows, InSeveralPlacesAreCounted) {
+  Rows rows;
+  rows.kept.clear();
+  for (std::size_t row = 1; row <= 100; row++) {
+    if (row != 20 && row != 50 && row != 51) rows.kept.push_back(row);
+  }
+  const Record record = read(rows);
+  ASSERT_EQ(record.length(), 100U);
+  for (std::size_t row = 1; row <= 100; row++) {
+    const bool lost = row == 20 || row == 50 || row == 51;
+    EXPECT_EQ(std::isnan(record.channels[0].samples[row - 1]), lost) << row;
+  }
+  EXPECT_EQ(record.notes.back(),
+            "According to the time stamps, 3 rows are missing in the data in 2 places, the first at sample 20; these "
+            "samples have no values.");
+}
+
+TEST_F(LostRows, MoveTheDigitalChannelsWithThem) {
+  Rows rows = Rows().without(41, 43);
+  std::string config = rows.config();
+  config.replace(config.find("1,1A,0D"), 7, "2,1A,1D");
+  config.insert(config.find("50\n"), "1,Breaker,,,0\n");
+  std::string data;
+  for (const std::size_t row : rows.kept)
+    data += fmt::format("{},{},{},{}\n", row, 1000 * (row - 1), row, row >= 60 ? 1 : 0);
+  folder.write("r.dat", data);
+  OpenOptions options;
+  options.digitals = true;
+  const Record record = read_comtrade(folder.write("r.cfg", config), options);
+  ASSERT_EQ(record.length(), 100U);
+  ASSERT_EQ(record.digitals.size(), 1U);
+  ASSERT_EQ(record.digitals[0].changes.size(), 1U);
+  EXPECT_EQ(record.digitals[0].changes[0].row, 59U) << "the row numbered 60, although 56 rows of the file precede it";
+  EXPECT_NEAR(record.digitals[0].changes[0].time, 0.059, 1e-9);
+}
+
+TEST_F(LostRows, ThatAreWrittenTwiceAreLeftOutOrKept) {
+  Rows rows;
+  rows.kept.insert(rows.kept.begin() + 30, {30, 30});
+  const Record twice = read(rows);
+  EXPECT_EQ(twice.length(), 100U);
+  EXPECT_EQ(twice.notes.back(), "Row 31 of the data repeats the row before it and was left out, and so was 1 other.");
+}
+
 }  // namespace
 }  // namespace readers

@@ -163,6 +163,34 @@ TEST_F(TimeBase, IsTheGivenOneInAnyCase) {
   EXPECT_EQ(comtrade(locked_rows(12800), 0, false, "1", options).rates[0].rate, 7000);
 }
 
+TEST(TimeBaseOfSections, IsNotTheGivenOneIfTheyHaveTheirOwn) {
+  const ScratchFolder folder;
+  const auto read = [&](const std::string& rates, double given) {
+    std::string data;
+    for (int i = 1; i <= 8; i++) data += fmt::format("{},,{}\n", i, i % 2);
+    folder.write("r.dat", data);
+    OpenOptions options;
+    options.sampling_rate = given;
+    return read_comtrade(
+        folder.write("r.cfg", "S,D,1999\n1,1A,0D\n1,Ua,A,,V,1,0,0,-32767,32767,1,1,P\n50\n" + rates +
+                                  "01/01/2020,00:00:00.000000\n01/01/2020,00:00:00.000000\nASCII\n1\n"),
+        options);
+  };
+  const Record several = read("2\n1000,4\n4000,8\n", 2000);
+  ASSERT_EQ(several.rates.size(), 2U);
+  EXPECT_EQ(several.rates[0].rate, 1000);
+  EXPECT_EQ(several.rates[1].rate, 4000);
+  EXPECT_EQ(several.notes.back(),
+            "The given rate (2000 samples per second) was not used, because the record consists of 2 sections of their "
+            "own rates and times.");
+  // Sections that follow one another at the same rate are one.
+  const Record alike = read("2\n1000,4\n1000,8\n", 2000);
+  ASSERT_EQ(alike.rates.size(), 1U);
+  EXPECT_EQ(alike.rates[0].rate, 2000);
+  EXPECT_EQ(alike.rates[0].end, 8U);
+  EXPECT_EQ(alike.notes.back(), "The given rate of 2000 samples per second is used; the file gives 1000.");
+}
+
 TEST_F(TimeBase, HasTheUnitWithWhichTheLineShows) {
   const Record record = comtrade(even_rows(6400, 6400, 50), 0, false, "1000");
   EXPECT_EQ(record.rates[0].rate, 6400);
