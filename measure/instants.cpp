@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "measure/sample_at.h"
+#include "measure/step_instant.h"
 
 namespace measure {
 
@@ -31,6 +32,11 @@ constexpr double ringing_lasts_s = 3e-3;
 /// neighbouring samples is not independent, so a larger limit is used. Where samples follow either course, costs differ
 /// by multiples of `price_of_changing`, and rounding must not decide about those that meet the limit.
 constexpr double as_likely = 8 + 1e-6;
+/// With fewer samples per cycle than this, half a sample is two degrees of the fundamental or more. The shape of the
+/// samples' edge then tells the point on wave better than the first sample that differs.
+constexpr double fine_sampling = 100;
+/// An edge is looked for in this many samples before the first that differs, and in as many from this one on.
+constexpr std::size_t edge_samples = 5;
 
 /// The costs of the samples of a change, by which possible instants are compared.
 struct Costs {
@@ -249,6 +255,22 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const auto time = [&](std::size_t k) { return excerpt.time_of_sample(static_cast<double>(first + k) - 0.5); };
   Instants instants{time(std::min(begins, last)), time(last), first_spread / excerpt.rate(),
                     last_spread / excerpt.rate(), time(last), last_spread / excerpt.rate()};
+  if (excerpt.rate() * cycle < fine_sampling && begins == start && begins <= last) {
+    const std::size_t low = begins - std::min(begins, edge_samples);
+    std::vector<StepSample> samples;
+    for (std::size_t k = low; k < std::min(begins + edge_samples, count - 1); k++) {
+      samples.push_back({{}, all_before[k], all_after[k]});
+      for (std::size_t phase = 0; phase < phases; phase++) {
+        samples.back().voltage[phase] = excerpt.value(phase, first + k);
+      }
+    }
+    const double near = static_cast<double>(begins - low) - 0.5;
+    if (const auto step = step_instant(samples, near, variance_before, variance_after, tells)) {
+      instants.first_s = excerpt.time_of_sample(static_cast<double>(first + low) + step->at);
+      instants.first_plus_minus = step->plus_minus / excerpt.rate();
+      instants.last_s = std::max(instants.last_s, instants.first_s);
+    }
+  }
   // The change may be over earlier than the ringing after it is, unless the gap that it lies in hides this.
   if (!ringing_matters || last != found_last) return instants;
   const auto [back, back_spread] = returns_at(costs, phases, std::min(start, last), last, excerpt.rate());
