@@ -31,6 +31,13 @@ constexpr double level_cycles = 25;
 constexpr double steady_change = 0.035;
 /// Steady runs of fewer cycles between gradual runs become part of these.
 constexpr double short_cycles = 5;
+/// A voltage swings if it falls into this many parts, each of which changes gradually or lasts fewer cycles than this,
+/// and if at least half of the changes between them are no switching. Such a change takes more cycles than a switching,
+/// or is small beside what the voltage changes before and after it.
+constexpr std::size_t fewest_parts = 4;
+constexpr double fragment_cycles = 3;
+constexpr double longest_switching_cycles = 0.5;
+constexpr double least_switching_share = 0.35;
 
 class CourseFinder {
  public:
@@ -344,7 +351,7 @@ class CourseFinder {
       return;
     add_gradual(GradualCourse(excerpt_, found_.start_s, *found_.end_s, false), found_.start_s, *found_.end_s);
     Item& item = found_.items.back();
-    item.recovery = true;
+    item.is_whole = true;
     // A fit over the whole time would smooth the turning point, but fits over its two parts do not.
     for (std::size_t k = first_; k < runs_end_; k++) {
       const Phasors lowest = followed(runs_[k], runs_[k].end_s).lowest();
@@ -373,9 +380,39 @@ class CourseFinder {
     }
   }
 
+  /// Returns whether the change between a run and the next one is no switching.
+  [[nodiscard]] bool is_part_of_swing(std::size_t k) const {
+    const Run& one = runs_[k];
+    const Run& next = runs_[k + 1];
+    if (cycles(next.begin_s - one.end_s) > longest_switching_cycles) return true;
+    if (one.stretches.empty() || next.stretches.empty()) return false;
+    const auto first = [](const Run& run) { return run.stretches.front().fit.phasors(run.begin_s); };
+    const auto last = [](const Run& run) { return run.stretches.back().fit.phasors(run.end_s); };
+    const double beside = std::min(distance(first(one), last(one)), distance(first(next), last(next)));
+    return distance(last(one), first(next)) < least_switching_share * beside;
+  }
+
+  /// Returns the run after those that begin with run `k` and are parts of a swinging voltage, such as that of an open
+  /// conductor beside live ones; `k` if it is none of them.
+  [[nodiscard]] std::size_t end_of_swing(std::size_t k) const {
+    std::size_t end = k;
+    while (end < runs_end_ && (runs_[end].gradual || cycles(runs_[end].length_s()) < fragment_cycles)) end++;
+    if (end < k + fewest_parts || !is_part_of_swing(k)) return k;
+    while (!is_part_of_swing(end - 2)) end--;
+    std::size_t swinging = 0;
+    for (std::size_t run = k; run + 1 < end; run++) swinging += is_part_of_swing(run) ? 1 : 0;
+    return end - k >= fewest_parts && 2 * swinging >= end - k - 1 ? end : k;
+  }
+
   /// Adds one segment or transition that begins with run `k`; returns the run after it.
   std::size_t take_runs(std::size_t k) {
     const Run& run = runs_[k];
+    if (const std::size_t end = end_of_swing(k); end > k) {
+      const double end_s = runs_[end - 1].end_s;
+      add_gradual(GradualCourse(excerpt_, run.begin_s, end_s, true), run.begin_s, end_s);
+      found_.items.back().is_whole = true;
+      return end;
+    }
     // These runs follow each other without a sudden change.
     std::size_t to = k + 1;
     while (to < runs_end_ && !runs_[to].begins_abruptly) to++;
@@ -388,7 +425,7 @@ class CourseFinder {
       found_.gradual_end = true;
       if (*found_.end_s > run.begin_s) {
         add_gradual(recovery, run.begin_s, *found_.end_s);
-        found_.items.back().recovery = true;
+        found_.items.back().is_whole = true;
       }
       return to;
     }
@@ -538,7 +575,7 @@ class CourseFinder {
   /// was found to be. A gradual segment that ends at its first voltage is divided into two.
   void add_borne_out(Item item) {
     const double length = (item.end_s - item.start_s) / excerpt_.cycle();
-    if (item.recovery) {
+    if (item.is_whole) {
       found_.items.push_back(item);
       return;
     }
@@ -577,7 +614,14 @@ class CourseFinder {
         return;
       }
     }
+    const double from = item.start_s;
+    const double to = item.end_s;
     if (!is_dead(item, found_.before, found_.dead, phases_)) take_steadiest(excerpt_, item);
+    if (length > 2 * fragment_cycles && cycles(item.end_s - item.start_s) < fragment_cycles) {
+      // The voltage swings, and the steadiest part of it is no level of its own.
+      add_gradual(GradualCourse(excerpt_, from, to, true), from, to);
+      return;
+    }
     found_.items.push_back(item);
   }
 

@@ -26,7 +26,7 @@ struct Item {
   double end_s = 0;
   bool gradual = false;
   bool goes_on = false;   ///< it continues past the record's end
-  bool recovery = false;  ///< gradual, and the voltage is back at its end
+  bool is_whole = false;  ///< gradual, and known to be one segment
   Phasors phasors{};
   PerPhase error{};  ///< standard error of each component of a phasor
   PhasorFit fit;     ///< of a steady one

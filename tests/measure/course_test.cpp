@@ -556,6 +556,34 @@ TEST(Course, IsAsUnsureOfAnEndAsItsGapIsLong) {
   EXPECT_GE(course.end_s->plus_minus, 0.009);
 }
 
+/// A breaker disconnects phase A. The live phases beside it and machines that slow down both drive its voltage, which
+/// swings at the difference of their frequencies until the breaker closes again.
+void expect_swing(double volts, double hertz) {
+  const Phasors healthy = balanced(230);
+  Phasors dead = healthy;
+  dead[0] = 0;
+  auto made = staged({{0, healthy}, {0.3, dead}, {1.1, healthy}}, 1.5);
+  made.add(0, [&](double t) {
+    if (t < 0.4 || t >= 1.1) return 0.0;
+    const double since = t - 0.4;
+    return volts * (std::cos(2 * tests::pi * hertz * since) - std::cos(2 * tests::pi * 50 * since));
+  });
+  SCOPED_TRACE(::testing::Message() << volts << " V at " << hertz << " Hz");
+  const Course course = course_in(made);
+  ASSERT_EQ(course.segments.size(), 2U);
+  EXPECT_FALSE(course.segments[0].gradual);
+  EXPECT_NEAR(course.segments[0].end_s.value_or(0), 0.4, 0.02);
+  EXPECT_TRUE(course.segments[1].gradual);
+  EXPECT_NEAR(course.segments[1].end_s.value_or(0), 1.1, 0.01);
+  EXPECT_NEAR(course.segments[1].phases[1].phase_jump_degrees->value, 0, 0.5);
+}
+
+TEST(Course, HasOneSegmentOfAVoltageThatSwings) {
+  for (const double volts : {40, 80, 120}) {
+    for (const double hertz : {38, 40, 42, 44, 46}) expect_swing(volts, hertz);
+  }
+}
+
 TEST(Course, MayBeginInTheRecordsFirstCycle) {
   const Course course = course_in(staged({{0, balanced(230)}, {0.015, balanced(115)}, {0.3, balanced(230)}}, 1.4));
   ASSERT_EQ(course.segments.size(), 1U);
