@@ -41,8 +41,13 @@ constexpr double least_switching_share = 0.35;
 
 class CourseFinder {
  public:
-  CourseFinder(const Supply& supply, const Event& dip)
-      : supply_(supply), dip_(dip), wave_(supply, dip), phases_(wave_.phases), excerpt_(wave_.excerpt) {}
+  CourseFinder(const Supply& supply, const Event& dip, double free_from_s)
+      : supply_(supply),
+        dip_(dip),
+        free_from_s_(free_from_s),
+        wave_(supply, dip),
+        phases_(wave_.phases),
+        excerpt_(wave_.excerpt) {}
 
   Course course() {
     earliest_start_s_ = earliest_start_s();
@@ -286,9 +291,16 @@ class CourseFinder {
 
   /// Keeps start and end near the detected dip, and the segments between them and in order.
   void keep_within_dip() {
+    if (found_.end_s && *found_.end_s <= free_from_s_) {
+      found_.start.reset();
+      found_.end.reset();
+      found_.end_s.reset();
+      found_.items.clear();
+      return;
+    }
     constexpr double farthest_cycles = 2;
     const double reach = farthest_cycles * excerpt_.cycle();
-    const double low = std::max(excerpt_.begin_s(), earliest_start_s_ - reach);
+    const double low = std::max({excerpt_.begin_s(), earliest_start_s_ - reach, free_from_s_});
     const double high = std::max(low, std::min(excerpt_.end_s(), wave_.dip_end_s + reach));
     found_.start_s = std::clamp(found_.start_s, low, high);
     if (found_.start) found_.start->value = found_.start_s;
@@ -670,6 +682,7 @@ class CourseFinder {
 
   const Supply& supply_;
   const Event& dip_;
+  double free_from_s_;
   DipWaveform wave_;
   std::size_t phases_;
   const Excerpt& excerpt_;
@@ -682,8 +695,8 @@ class CourseFinder {
 
 }  // namespace
 
-Course measure_course(const Supply& supply, const Event& dip) {
-  return CourseFinder(supply, dip).course();
+Course measure_course(const Supply& supply, const Event& dip, double free_from_s) {
+  return CourseFinder(supply, dip, free_from_s).course();
 }
 
 }  // namespace measure

@@ -259,8 +259,11 @@ struct Measuring {
     findings.events = events(findings.reference_v);
     if (parts.waveform.holds_rms) return findings;
     const Supply measured = supply();
+    double free_from_s = 0;
     for (Event& event : findings.events) {
-      if (event.kind == EventKind::dip) event.course = measure_course(measured, event);
+      if (event.kind != EventKind::dip) continue;
+      event.course = measure_course(measured, event, free_from_s);
+      if (event.course->end_s) free_from_s = event.course->end_s->value;
     }
     findings.changes_without_event = changes_without_event(measured, findings.events);
     return findings;
