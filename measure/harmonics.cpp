@@ -9,19 +9,64 @@
 
 namespace measure {
 
+namespace {
+
+constexpr double cycles_fitted = 10;
+
+struct Span {
+  double from_s;
+  double to_s;
+};
+
+/// Returns the ten cycles before a time. If the voltage changes during them, because another dip lies just before, the
+/// last ten cycles of the longest time without a change are returned instead.
+Span fitted_span(const Excerpt& excerpt, const CycleTrack& track, double until_s) {
+  constexpr double much = 0.1;  // usual peaks, from one cycle to the next
+  const double cycle = excerpt.cycle();
+  const Span nearest{until_s - cycles_fitted * cycle, until_s};
+  const auto changes = [&](std::size_t k) {
+    for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
+      const double change = std::abs(track.phasors(k)[phase]) - std::abs(track.phasors(k - 1)[phase]);
+      if (std::abs(change) > much * excerpt.peak()) return true;
+    }
+    return false;
+  };
+  const auto end_of = [&](std::size_t k) { return track.time_of(k) + cycle / 2; };
+  Span longest = nearest;
+  double most = 0;
+  double from = excerpt.begin_s();
+  bool any = false;
+  const auto take = [&](double to) {
+    if (to - from > most) {
+      most = to - from;
+      longest = {std::max(from, to - cycles_fitted * cycle), to};
+    }
+  };
+  for (std::size_t k = track.cycle_at(excerpt.begin_s()) + 2; k < track.cycles() && end_of(k) <= until_s; k++) {
+    if (!changes(k)) continue;
+    any = any || end_of(k) > nearest.from_s;
+    take(end_of(k - 2));
+    from = end_of(k);
+  }
+  take(until_s);
+  return any ? longest : nearest;
+}
+
+}  // namespace
+
 void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s) {
-  constexpr double cycles_fitted = 10;
   constexpr double fewest_cycles = 1.2;
   /// The effect of a raised fundamental on the harmonics is not known, so they are not assumed to be much larger.
   constexpr double largest_share = 1.2;
   const double cycle = excerpt.cycle();
-  const std::size_t end = excerpt.index_at(until_s);
-  const std::size_t begin = excerpt.index_at(until_s - cycles_fitted * cycle);
+  const Span span = fitted_span(excerpt, track, until_s);
+  const std::size_t end = excerpt.index_at(span.to_s);
+  const std::size_t begin = excerpt.index_at(span.from_s);
   if (static_cast<double>(end - begin) < fewest_cycles * excerpt.averages_per_cycle()) return;
   FitForm form;
   form.harmonics = {3, 5, 7};
   const PhasorFit fit(excerpt, begin, end, form);
-  const Phasors level = fit.phasors(until_s);
+  const Phasors level = fit.phasors(span.to_s);
 
   // The magnitudes in the middles of two cycles, in units of the level; a straight line leads from one to the other.
   std::size_t k = 0;

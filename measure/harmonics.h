@@ -6,7 +6,7 @@
 
 namespace measure {
 
-/// Measures the harmonics of the steady voltage up to `until_s` and subtracts them from the whole excerpt, in
+/// Measures the harmonics of the steady voltage before `until_s` and subtracts them from the whole excerpt, in
 /// proportion to each phase's fundamental at the time.
 void remove_harmonics(Excerpt& excerpt, const CycleTrack& track, double until_s);
 

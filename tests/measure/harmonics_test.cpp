@@ -52,6 +52,16 @@ TEST(Harmonics, ShrinkWithTheFundamental) {
   EXPECT_LT(left(made, pure, 0.29, 0.33, 0.6), 1e-3);
 }
 
+TEST(Harmonics, AreThoseOfTheTimeBeforeAnotherDip) {
+  // The arc of a dip that ends two cycles before the next one has harmonics of its own.
+  const auto pure = staged({{0, balanced(230)}, {0.4, balanced(115)}, {0.5, balanced(230)}}, 0.8);
+  auto made = staged({{0, balanced(230)}, {0.4, balanced(115)}, {0.5, balanced(230)}}, 0.8);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [](double t) { return t < 0.4 || t >= 0.5 ? turning(20, 250, t) : turning(40, 150, t); });
+  }
+  EXPECT_LT(left(made, pure, 0.54, 0.54, 0.8), 1e-3);
+}
+
 TEST(Harmonics, LeaveOtherComponentsUnchanged) {
   auto pure = staged({{0, balanced(230)}, {0.3, balanced(115, 20)}}, 0.6);
   pure.add(0, [](double t) { return t < 0.3 ? 20 : 80 * std::exp(-(t - 0.3) / 0.02); });
