@@ -46,13 +46,17 @@ void join_dead(const Excerpt& excerpt, const Phasors& before, const PhaseFlags& 
 
 void drop_fragile(const Excerpt& excerpt, std::vector<Item>& items) {
   const auto cycles = [&](double seconds) { return seconds / excerpt.cycle(); };
+  constexpr double fleeting_cycles = 0.85;
   constexpr double fragile_cycles = 1.2;
   constexpr double long_change_cycles = 0.35;
+  const auto lasts = [&](const Item& item) { return cycles(item.end_s - item.start_s) >= fleeting_cycles; };
+  const bool any_lasts = std::any_of(items.begin(), items.end(), lasts);
   std::vector<Item> kept;
   for (std::size_t k = 0; k < items.size(); k++) {
     const Item& item = items[k];
     const double gap_before = k == 0 ? 0 : cycles(item.start_s - items[k - 1].end_s);
     const double gap_after = k + 1 == items.size() ? 0 : cycles(items[k + 1].start_s - item.end_s);
+    if (any_lasts && !item.gradual && !lasts(item)) continue;
     const bool fragile = cycles(item.end_s - item.start_s) < fragile_cycles;
     if (!fragile || (gap_before < long_change_cycles && gap_after < long_change_cycles)) kept.push_back(item);
   }

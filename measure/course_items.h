@@ -39,7 +39,8 @@ bool is_dead(const Item& item, const Phasors& before, const PhaseFlags& dead, st
 /// like short pieces of voltage.
 void join_dead(const Excerpt& excerpt, const Phasors& before, const PhaseFlags& dead, std::vector<Item>& items);
 
-/// Removes an item of about a cycle between changes that last nearly as long, because it is part of an unsteady course.
+/// Removes an item of about a cycle between changes that last nearly as long, because it is part of an unsteady course,
+/// and steady items of less than that beside others, because they are part of a change.
 void drop_fragile(const Excerpt& excerpt, std::vector<Item>& items);
 
 /// Shortens a steady segment whose fit is disturbed by arcs or ringing to the longest time in which the one-cycle

@@ -556,6 +556,21 @@ TEST(Course, IsAsUnsureOfAnEndAsItsGapIsLong) {
   EXPECT_GE(course.end_s->plus_minus, 0.009);
 }
 
+TEST(Course, HasNoSegmentOfLessThanACycleBesideOthers) {
+  // Two thirds of a cycle pass between a fault of one phase and that of all three; they are part of the change.
+  const Phasors healthy = balanced(230);
+  Phasors one = healthy;
+  Phasors two = healthy;
+  one[0] *= 0.4;
+  two[0] *= 0.3;
+  two[1] *= 0.5;
+  const auto made = staged({{0, healthy}, {0.5, one}, {0.6, two}, {0.6133, balanced(46)}, {0.7, healthy}}, 1.2);
+  const Course course = course_in(made);
+  ASSERT_EQ(course.segments.size(), 2U);
+  EXPECT_NEAR(*course.segments[0].end_s, 0.6, 2 * sample_s);
+  EXPECT_NEAR(course.segments[1].start_s, 0.6133, 2 * sample_s);
+}
+
 /// A breaker disconnects phase A. The live phases beside it and machines that slow down both drive its voltage, which
 /// swings at the difference of their frequencies until the breaker closes again.
 void expect_swing(double volts, double hertz) {
