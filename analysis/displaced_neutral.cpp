@@ -52,7 +52,7 @@ bool neutral_is_displaced(const Analysis& analysis) {
                      [](const measure::Event& event) { return event.course && displaces_neutral(*event.course); });
 }
 
-LineVoltages line_voltages_of(const Analysis& analysis) {
+std::optional<LineVoltages> line_voltages_of(const Analysis& analysis) {
   MeasuredWaveform between;
   between.waveform = analysis.measured.waveform;
   make_line_voltages(between);
@@ -65,6 +65,10 @@ LineVoltages line_voltages_of(const Analysis& analysis) {
   line.lowest_v = screening.lowest_rms_v();
   line.reference_v = screening.usual_rms_v();
   if (options.reference == measure::Reference::declared) line.reference_v.fill(options.declared_v);
+  for (std::size_t pair = 0; pair < measure::most_phases; pair++) {
+    if (!(line.reference_v[pair] > 0 && std::isfinite(line.lowest_v[pair] / line.reference_v[pair])))
+      return std::nullopt;
+  }
   return line;
 }
 
