@@ -269,13 +269,6 @@ class CourseText {
     });
   }
 
-  /// Returns the uncertainty of a symmetrical component, the third of a sum of three voltages.
-  static double sequence_plus_minus(const Segment& segment) {
-    double squares = 0;
-    for (const auto& phase : segment.phases) squares += phase.voltage_v.plus_minus * phase.voltage_v.plus_minus;
-    return std::sqrt(squares) / 3;
-  }
-
   void add_sequences(const Segment& segment) {
     if (!segment.sequences) return;
     const auto& sequences = *segment.sequences;
@@ -288,10 +281,9 @@ class CourseText {
         fmt::format("sequences: positive {}, negative {}", text(sequences.positive_v), text(sequences.negative_v));
     if (!analysis_.voltages.between_phases) words += ", zero " + text(sequences.zero_v);
     add(words, 4);
-    // Of a positive sequence that is within its uncertainty no ratio can be told.
-    add(sequences.unbalance_percent && sequences.positive_v > plus_minus
-            ? fmt::format("unbalance {:.1f} % (negative of positive sequence)", *sequences.unbalance_percent)
-            : "unbalance -",
+    const auto unbalance = unbalance_percent(segment);
+    add(unbalance ? fmt::format("unbalance {} (negative of positive sequence)", rounded_percent_text(*unbalance))
+                  : "unbalance -",
         4);
   }
 

@@ -100,8 +100,9 @@ class Row {
     return number(shown.value, as_it_is).number(shown.plus_minus, rounded_volts);
   }
   /// Writes only the figure of a pair.
-  Row& figure_alone(const Figure& figure, Rounding rounding) {
-    return number(rounded_figure({rounding(figure.value), figure.plus_minus}, most_decimals).value, as_it_is);
+  Row& figure_alone(const std::optional<Figure>& figure, Rounding rounding) {
+    if (!figure) return skip(1);
+    return number(rounded_figure({rounding(figure->value), figure->plus_minus}, most_decimals).value, as_it_is);
   }
   Row& skip(std::size_t fields) {
     for (std::size_t i = 0; i < fields; i++) add("");
@@ -356,9 +357,11 @@ class Table {
       return;
     }
     const auto& sequences = *segment.sequences;
-    const auto zero_v = voltages_.between_phases ? std::nullopt : std::optional(sequences.zero_v);
-    row.number(sequences.positive_v, rounded_volts).number(sequences.negative_v, rounded_volts);
-    row.number(zero_v, rounded_volts).number(sequences.unbalance_percent, rounded_percent);
+    const double plus_minus = sequence_plus_minus(segment);
+    row.figure_alone(Figure{sequences.positive_v, plus_minus}, rounded_volts);
+    row.figure_alone(Figure{sequences.negative_v, plus_minus}, rounded_volts);
+    const auto zero = voltages_.between_phases ? std::nullopt : std::optional(Figure{sequences.zero_v, plus_minus});
+    row.figure_alone(zero, rounded_volts).figure_alone(unbalance_percent(segment), rounded_percent);
   }
 
   const readers::Record& record_;

@@ -71,9 +71,11 @@ class Canvas {
     cairo_set_source_rgba(it(), part(16), part(8), part(0), opacity);
   }
 
-  /// Draws lines at 45 degrees within the current path.
+  /// Draws lines at 45 degrees within the current path, where the pattern of the SVG figure has them. Of the lines of
+  /// that pattern only the half shows that lies within its tile.
   void hatch(const char* colour, double opacity) {
-    constexpr double distance = 1.2 * std::numbers::sqrt2;  // along the edge
+    constexpr double distance = 1.2;
+    constexpr double line_width = 0.15;
     double left = 0;
     double top = 0;
     double right = 0;
@@ -82,12 +84,15 @@ class Canvas {
     cairo_save(it());
     cairo_clip_preserve(it());
     cairo_new_path(it());
-    for (double x = left - (bottom - top); x < right; x += distance) {
-      cairo_move_to(it(), x, top);
-      cairo_line_to(it(), x + bottom - top, bottom);
+    // All points of a line have the same sum of their coordinates.
+    const double first = std::floor((left + top) / std::numbers::sqrt2 / distance) * distance + line_width / 2;
+    for (double middle = first; (middle - line_width) * std::numbers::sqrt2 < right + bottom; middle += distance) {
+      const double sum = middle * std::numbers::sqrt2;
+      cairo_move_to(it(), sum - top, top);
+      cairo_line_to(it(), sum - bottom, bottom);
     }
     set(colour, opacity);
-    cairo_set_line_width(it(), 0.3);
+    cairo_set_line_width(it(), line_width);
     cairo_set_dash(it(), nullptr, 0, 0);
     cairo_stroke(it());
     cairo_restore(it());

@@ -287,7 +287,8 @@ class Figure {
 
   /// Writes the numbers of the segments side by side. A line leads from a number that had to move to its segment.
   void add_segment_numbers() {
-    constexpr double room = 3;
+    constexpr std::size_t most_of_one_digit = 9;
+    const double room = course_->segments.size() > most_of_one_digit ? 4 : 3;
     std::vector<double> middles;
     for (const measure::Segment& segment : course_->segments) {
       const auto [from, to] = extent_of(segment);

@@ -200,6 +200,21 @@ measure::Figure percent_of_before(const measure::SegmentPhase& figures) {
   return {percent, percent * figures.voltage_v.plus_minus / figures.voltage_v.value};
 }
 
+double sequence_plus_minus(const measure::Segment& segment) {
+  double squares = 0;
+  for (const auto& phase : segment.phases) squares += phase.voltage_v.plus_minus * phase.voltage_v.plus_minus;
+  return std::sqrt(squares) / 3;
+}
+
+std::optional<measure::Figure> unbalance_percent(const measure::Segment& segment) {
+  if (!segment.sequences || !segment.sequences->unbalance_percent) return {};
+  const double plus_minus = sequence_plus_minus(segment);
+  const double positive = segment.sequences->positive_v;
+  if (!(positive > plus_minus)) return {};
+  const double percent = *segment.sequences->unbalance_percent;
+  return measure::Figure{percent, (100 + percent) * plus_minus / positive};
+}
+
 std::string wrapped(const std::string& words, std::size_t width, std::size_t indent) {
   const std::string margin(indent, ' ');
   std::string text;

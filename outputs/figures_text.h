@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "measure/findings.h"
@@ -37,6 +38,14 @@ std::string rounded_percent_text(const measure::Figure& percent);
 
 /// The voltage of a segment in per cent of its own level before. An uncertainty of 0 means that none is known.
 measure::Figure percent_of_before(const measure::SegmentPhase& figures);
+
+/// Returns the uncertainty of each symmetrical component of a segment. A component is the third of a sum of the three
+/// voltages, each of them turned.
+double sequence_plus_minus(const measure::Segment& segment);
+
+/// Returns the unbalance of a segment in per cent, with the largest error that those of the two sequences can make
+/// together. Of a positive sequence that is within its uncertainty no ratio can be told.
+std::optional<measure::Figure> unbalance_percent(const measure::Segment& segment);
 
 /// An angle in [0, 360) with its uncertainty: "96.3° ± 0.4°", "359° ± 82°".
 std::string angle_text(const measure::Figure& degrees);

@@ -108,6 +108,10 @@ function within(path, member, figures, words, halfWords) {
 }
 /// The half width of a voltage's share of its level before, per cent; zero where none is known.
 const shareWithin = (entry) => (entry.voltage_v > 0 ? (entry.percent_of_before * entry.voltage_v_plus_minus) / entry.voltage_v : 0);
+/// The half width of each symmetrical component: it is the third of a sum of the three voltages, each of them turned.
+const sequenceWithin = (segment) => Math.hypot(...segment.voltage.map((entry) => entry.voltage_v_plus_minus)) / 3;
+/// The largest error of the unbalance, per cent, that those of the two sequences can make together.
+const unbalanceWithin = (segment) => ((100 + segment.unbalance_percent) * sequenceWithin(segment)) / segment.sequences.positive_v;
 const angleWithin = (path, figures, words) => within(path, "degrees", figures, words, degreesWithin);
 
 /// A table of an event: a row for each value, a column for each phase.
@@ -286,9 +290,10 @@ function segmentValues(table, at, segment) {
   }
   if (segment.sequences) {
     const path = `${at}.sequences`;
-    for (const name of ["positive", "negative", "zero"]) table.whole(`${name} sequence`, `${path}.${name}_v`, segment.sequences[`${name}_v`], volts);
+    const words = (value) => volts(value, sequenceWithin(segment));
+    for (const name of ["positive", "negative", "zero"]) table.whole(`${name} sequence`, `${path}.${name}_v`, segment.sequences[`${name}_v`], words);
   }
-  table.whole("unbalance", `${at}.unbalance_percent`, segment.unbalance_percent, percent);
+  table.whole("unbalance", `${at}.unbalance_percent`, segment.unbalance_percent, (value) => percent(value, unbalanceWithin(segment)));
 }
 
 /// If there are more events than this, their tables are folded.

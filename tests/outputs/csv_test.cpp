@@ -286,6 +286,25 @@ TEST(Csv, RoundsFiguresToTheirUsefulDigits) {
   expect_fields(row, {{"extreme_v", "115.123"}, {"event_end_s", "10.53"}, {"phase_jump_a_deg", "-20.12"}});
 }
 
+TEST(Csv, RoundsSequencesByTheUncertaintyOfTheirVoltages) {
+  auto analysis = one_dip_found();
+  auto& segments = analysis.found.events[0].course->segments;
+  for (auto& segment : segments) {
+    segment.phases[0].voltage_v.plus_minus = 9;
+    segment.phases[1].voltage_v.plus_minus = 12;
+    segment.phases[2].voltage_v.plus_minus = 36;  // together 39 V, of which a sequence has a third
+  }
+  segments[0].sequences = measure::Sequences{204.56, 51.24, 12.62, 25.049};
+  segments[1].sequences = measure::Sequences{12.56, 3.14, 12.62, 25};
+  const auto rows = rows_of(csv_of(a_record(), analysis));
+  ASSERT_EQ(rows.size(), 2U);
+  expect_fields(rows[0], {{"positive_sequence_v", "205"},
+                          {"negative_sequence_v", "51"},
+                          {"zero_sequence_v", "13"},
+                          {"unbalance_percent", "25"}});
+  expect_fields(rows[1], {{"positive_sequence_v", "13"}, {"unbalance_percent", ""}});
+}
+
 TEST(Csv, HasNoFieldThatASpreadsheetWouldCalculate) {
   EXPECT_EQ(csv_field("=1+1"), "'=1+1");
   EXPECT_EQ(csv_field("+1"), "'+1");

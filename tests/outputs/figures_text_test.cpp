@@ -90,6 +90,37 @@ TEST(FiguresText, FitsEachLineIntoATerminal) {
   EXPECT_EQ(fitted("南乐南乐南乐南乐南乐南\n", 20), "南乐南乐南乐南乐南乐\n  南\n") << "letters are two columns wide";
 }
 
+/// A segment whose voltages have the half widths 9, 12 and 36 V, so that each sequence has 39 V / 3.
+measure::Segment segment_within_13_volts(double positive_v, double negative_v) {
+  measure::Segment segment;
+  segment.phases[0].voltage_v.plus_minus = 9;
+  segment.phases[1].voltage_v.plus_minus = 12;
+  segment.phases[2].voltage_v.plus_minus = 36;
+  segment.sequences = measure::Sequences{positive_v, negative_v, 0, 100 * negative_v / positive_v};
+  return segment;
+}
+
+TEST(FiguresText, GivesSequencesAThirdOfTheVoltagesJointUncertainty) {
+  EXPECT_DOUBLE_EQ(outputs::sequence_plus_minus(segment_within_13_volts(130, 13)), 13);
+}
+
+TEST(FiguresText, GivesTheUnbalanceTheErrorsOfBothSequences) {
+  const auto unbalance = outputs::unbalance_percent(segment_within_13_volts(130, 13));
+  ASSERT_TRUE(unbalance);
+  EXPECT_DOUBLE_EQ(unbalance->value, 10);
+  EXPECT_DOUBLE_EQ(unbalance->plus_minus, 11) << "10 % by the negative sequence and 10 % of 10 % by the positive one";
+}
+
+TEST(FiguresText, HasNoUnbalanceOfAPositiveSequenceWithinItsUncertainty) {
+  EXPECT_TRUE(outputs::unbalance_percent(segment_within_13_volts(13.1, 5)));
+  EXPECT_FALSE(outputs::unbalance_percent(segment_within_13_volts(13, 5)));
+  auto segment = segment_within_13_volts(130, 13);
+  segment.sequences->unbalance_percent.reset();
+  EXPECT_FALSE(outputs::unbalance_percent(segment));
+  segment.sequences.reset();
+  EXPECT_FALSE(outputs::unbalance_percent(segment));
+}
+
 TEST(FiguresText, CutsTheMiddleOutOfLongNames) {
   EXPECT_EQ(shortened("abcdefghijklmnop", 16), "abcdefghijklmnop");
   EXPECT_EQ(shortened("abcdefghijklmnopq", 16), "abcdefghi…klmnopq");

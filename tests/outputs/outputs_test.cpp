@@ -117,10 +117,21 @@ TEST_F(Outputs, CsvHasARowPerSegmentWithTheFiguresOfTheJson) {
     EXPECT_EQ(field("category_code"), "7");
     EXPECT_EQ(field("category"), "two-phase dip with zero sequence, C and A");
     EXPECT_EQ(field("phases_below_90_percent_of_before"), "AC");
-    expect("positive_sequence_v", segment["sequences"]["positive_v"]);
-    expect("negative_sequence_v", segment["sequences"]["negative_v"]);
-    expect("zero_sequence_v", segment["sequences"]["zero_v"]);
-    expect("unbalance_percent", segment["unbalance_percent"]);
+    // Sequences have the digits of a third of the voltages' joint uncertainty.
+    double squares = 0;
+    for (const auto& voltage : segment["voltage"])
+      squares += std::pow(voltage["voltage_v_plus_minus"].get<double>(), 2);
+    const double sequence_plus_minus = std::sqrt(squares) / 3;
+    const auto expect_within = [&](const std::string& name, const json& figure, double plus_minus) {
+      const double unit = std::pow(10, std::floor(std::log10(plus_minus)) - 1);
+      EXPECT_NEAR(std::stod(field(name)), std::round(figure.get<double>() / unit) * unit, 1e-6 * unit) << name;
+    };
+    expect_within("positive_sequence_v", segment["sequences"]["positive_v"], sequence_plus_minus);
+    expect_within("negative_sequence_v", segment["sequences"]["negative_v"], sequence_plus_minus);
+    expect_within("zero_sequence_v", segment["sequences"]["zero_v"], sequence_plus_minus);
+    const double unbalance = segment["unbalance_percent"];
+    expect_within("unbalance_percent", unbalance,
+                  (100 + unbalance) * sequence_plus_minus / segment["sequences"]["positive_v"].get<double>());
     for (std::size_t phase = 0; phase < 3; phase++) {
       const std::string letter(1, "abc"[phase]);
       const auto& angle = course["point_on_wave"][phase];

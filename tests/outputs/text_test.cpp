@@ -292,6 +292,20 @@ TEST(Text, ShowsADashForUnknownFigures) {
   expect_part(text, "  frequency before 50.010 Hz, after -\n");
 }
 
+TEST(Text, ShowsNoDigitsOfTheUnbalanceBeyondItsUncertainty) {
+  auto analysis = one_dip_found();
+  // A sequence has a third of 39 V, so that the unbalance has (100 + 25) % of 13 V / 200 V, which is 8.1 %.
+  auto& segment = analysis.found.events[0].course->segments[0];
+  segment.phases[0].voltage_v.plus_minus = 9;
+  segment.phases[1].voltage_v.plus_minus = 12;
+  segment.phases[2].voltage_v.plus_minus = 36;
+  segment.sequences->unbalance_percent = 25.04;
+  expect_part(text_of(a_record(), analysis),
+              "    sequences: positive 200 V, negative 50 V, zero 12 V\n    unbalance 25.0 %");
+  for (auto& phase : segment.phases) phase.voltage_v.plus_minus *= 2;
+  expect_part(text_of(a_record(), analysis), "    unbalance 25 % (negative of positive sequence)\n");
+}
+
 TEST(Text, ShowsNoFiguresOfASegmentThatIsNotMeasured) {
   auto analysis = one_dip_found();
   analysis.found.events[0].course->segments.resize(1);

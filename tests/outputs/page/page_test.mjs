@@ -967,6 +967,22 @@ test("figures right between two are rounded as the text rounds them", () =>
     for (const [call, digits] of figures) assert.equal(await page.value(call), digits, call);
   }));
 
+for (const name of ["example", "load"]) {
+  test(`the sequences and the unbalance in the page of '${name}' have the digits of the text`, () =>
+    opened(name, {}, async (page) => {
+      const text = execFileSync(dipx, ["analyse", records[name], ...(options[name] ?? [])], { encoding: "utf8" }).split(/^At the load/m)[0];
+      const inText = [...text.matchAll(/sequences: positive (.*), negative (.*), zero (.*)\n +unbalance (\S+ %)/g)].map(([, ...figures]) => figures);
+      const { segments } = documents[name].events[0].course;
+      assert.equal(inText.length, segments.length);
+      for (const [i, figures] of inText.entries()) {
+        const members = ["sequences.positive_v", "sequences.negative_v", "sequences.zero_v", "unbalance_percent"];
+        const cells = members.map((member) => `[data-of="events.0.course.segments.${i}.${member}"]`);
+        const inPage = await page.value(`${JSON.stringify(cells)}.map((cell) => document.querySelector(cell).textContent)`);
+        assert.deepEqual(inPage.map((words) => words.replaceAll("\u00a0", " ")), figures);
+      }
+    }));
+}
+
 test("the table shows the duration of a dip that continues past the record's end", () =>
   opened("lasting", {}, async (page) => {
     const { events: [dip], record } = documents.lasting;
