@@ -120,6 +120,13 @@ FoundFiles find_files(const std::vector<std::string>& paths) {
   return std::move(search.found);
 }
 
+bool names_several(const std::string& path) {
+  std::error_code ignored;
+  const fs::file_status status = fs::status(platform::utf8_path(path), ignored);
+  if (fs::exists(status)) return fs::is_directory(status);
+  return path.find_first_of("*?") != path.npos && !matches_of(path).empty();
+}
+
 std::string stored_path(const FoundFile& file) {
   std::error_code error;
   const auto absolute = fs::absolute(platform::utf8_path(file.path), error);

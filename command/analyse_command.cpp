@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -26,7 +25,6 @@
 #include "command/record_options.h"
 #include "command/records_failed.h"
 #include "command/stretch_options.h"
-#include "platform/utf8_path.h"
 #include "readers/open_record.h"
 #include "readers/text.h"
 #include "readers/voltages/bay_currents.h"
@@ -210,8 +208,7 @@ bool run(Arguments arguments) {
     return wanted;
   };
   const std::string& first = arguments.records.front();
-  std::error_code ignored;
-  if (arguments.records.size() > 1 || std::filesystem::is_directory(platform::utf8_path(first), ignored)) {
+  if (arguments.records.size() > 1 || archive::names_several(first)) {
     return SeveralRecords(arguments, all).analyse();
   }
   Progress progress(!arguments.options.trace);
