@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "assess/known_curves.h"
+#include "platform/utf8_path.h"
 #include "readers/table/headings.h"
 #include "readers/text.h"
 
@@ -38,7 +39,7 @@ std::string code_of(const std::string& name) {
 class Reading {
  public:
   Reading(std::string_view text, const std::string& file) : lines_(readers::without_file_marks(text)), file_(file) {
-    curve_.name = std::filesystem::path(file).stem().string();
+    curve_.name = platform::utf8_path(file).stem().string();
   }
 
   assess::Curve curve() {

@@ -1,15 +1,13 @@
 #include "archive/found_files.h"
 
-#include <fmt/format.h>
-#include <glob.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <map>
 #include <set>
 #include <system_error>
 
+#include "archive/named_files.h"
+#include "platform/utf8_path.h"
 #include "readers/archive.h"
 #include "readers/file_access.h"
 #include "readers/text.h"
@@ -20,19 +18,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> matches_of(const std::string& pattern) {
-  glob_t found{};
-  std::vector<std::string> paths;
-  if (glob(pattern.c_str(), 0, nullptr, &found) == 0) paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
-  globfree(&found);
-  return paths;
-}
-
 class Search {
  public:
   void add(const std::string& path) {
     std::error_code error;
-    const fs::file_status status = fs::status(path, error);
+    const fs::file_status status = fs::status(platform::utf8_path(path), error);
     if (fs::is_directory(status)) {
       add_folder(path, path);
     } else if (fs::exists(status)) {
@@ -72,7 +62,7 @@ class Search {
     found.folders.push_back(folder);
     std::error_code error;
     std::vector<fs::directory_entry> entries;
-    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+    for (fs::directory_iterator entry(platform::utf8_path(folder), error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
       if (!entry->path().filename().string().starts_with('.')) entries.push_back(*entry);
     }
@@ -114,19 +104,13 @@ class Search {
   /// Chooses the .dat file that is spelled most like the .cfg file, as the readers do.
   static std::string best_of(const std::vector<std::string>& data_files, const fs::path& config) {
     for (const std::string& data : data_files) {
-      if (fs::path(data).stem() == config.stem()) return data;
+      if (platform::utf8_path(data).stem() == config.stem()) return data;
     }
     return data_files.front();
   }
 
   std::set<std::string> seen_;
 };
-
-std::string stamp_of_one(const std::string& path) {
-  struct stat about {};
-  if (stat(path.c_str(), &about) != 0) return {};
-  return fmt::format("{}@{}.{:09}", about.st_size, about.st_mtim.tv_sec, about.st_mtim.tv_nsec);
-}
 
 }  // namespace
 
@@ -136,9 +120,16 @@ FoundFiles find_files(const std::vector<std::string>& paths) {
   return std::move(search.found);
 }
 
+bool names_several(const std::string& path) {
+  std::error_code ignored;
+  const fs::file_status status = fs::status(platform::utf8_path(path), ignored);
+  if (fs::exists(status)) return fs::is_directory(status);
+  return path.find_first_of("*?") != path.npos && !matches_of(path).empty();
+}
+
 std::string stored_path(const FoundFile& file) {
   std::error_code error;
-  const auto absolute = fs::absolute(file.path, error);
+  const auto absolute = fs::absolute(platform::utf8_path(file.path), error);
   return error ? file.path : absolute.lexically_normal().string();
 }
 

@@ -30,6 +30,10 @@ struct FoundFiles {
 /// pipes in folders are left out. Throws readers::ReadError if a path names nothing.
 FoundFiles find_files(const std::vector<std::string>& paths);
 
+/// Returns whether a path may name more than one file: a folder, or a pattern that files match and none has as its
+/// name.
+bool names_several(const std::string& path);
+
 /// Returns the path under which a store keeps a file, whatever the current folder is.
 std::string stored_path(const FoundFile& file);
 

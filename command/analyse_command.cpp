@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -209,8 +208,7 @@ bool run(Arguments arguments) {
     return wanted;
   };
   const std::string& first = arguments.records.front();
-  std::error_code ignored;
-  if (arguments.records.size() > 1 || std::filesystem::is_directory(first, ignored)) {
+  if (arguments.records.size() > 1 || archive::names_several(first)) {
     return SeveralRecords(arguments, all).analyse();
   }
   Progress progress(!arguments.options.trace);

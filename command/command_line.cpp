@@ -54,6 +54,8 @@ CommandEnd show(const CLI::App& app, const CLI::ParseError& error) {
 
 void add_command_line(CLI::App& app, Answers& answers) {
   app.name("dipx");
+  // On Windows the parser would take paths such as /data/record.cfg for options.
+  app.allow_windows_style_options(false);
   app.description("Voltage dip analysis of three-phase waveform records");
   app.set_version_flag("--version", version, "Show the version and the instruction set that the analysis runs with");
   app.footer(exit_statuses);
@@ -69,11 +71,11 @@ void add_command_line(CLI::App& app, Answers& answers) {
   add_selftest(app, exit_statuses);
 }
 
-CommandEnd run_command_line(int argc, char** argv) {
+CommandEnd run_command_line(const std::vector<std::string>& given) {
   CLI::App app;
   Answers answers;
   add_command_line(app, answers);
-  const auto meant = with_meant_words({argv, argv + argc}, app);
+  const auto meant = with_meant_words(given, app);
   std::vector<std::string> arguments = meant;
   std::vector<const CLI::App*> with_options = {app.get_subcommand("analyse"), app.get_subcommand("watch")};
   // A build without databases has no subcommand of this name.

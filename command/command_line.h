@@ -2,6 +2,9 @@
 // it.
 #pragma once
 
+#include <string>
+#include <vector>
+
 namespace CLI {
 class App;
 }
@@ -24,6 +27,7 @@ enum class CommandEnd {
   differs,  ///< a certificate and its record do not agree
   usage     ///< the command line is wrong, and the user has got a message
 };
-CommandEnd run_command_line(int argc, char** argv);
+/// `given`: the arguments in UTF-8, with the name of the program first.
+CommandEnd run_command_line(const std::vector<std::string>& given);
 
 }  // namespace command

@@ -22,6 +22,7 @@
 #include "command/standard_output.h"
 #include "command/stretch_options.h"
 #include "files/whole_file.h"
+#include "platform/utf8_path.h"
 #include "readers/file_access.h"
 #include "readers/open_record.h"
 #include "readers/plausible.h"
@@ -68,7 +69,7 @@ std::vector<std::size_t> chosen_channels(const readers::Record& record, const st
 /// Throws OutputClash if an output is one of the record's own files.
 void check_output(const readers::Record& record, const std::filesystem::path& output) {
   for (const auto& source : record.sources) {
-    if (!files::is_same_file(output, source)) continue;
+    if (!files::is_same_file(output, platform::utf8_path(source))) continue;
     throw OutputClash(fmt::format("--output: {} is the record itself; name another file", output.string()));
   }
 }
@@ -151,7 +152,7 @@ void say(const readers::Record& record, const Arguments& arguments, const std::s
 void write_table(const readers::Record& record, const Arguments& arguments) {
   if (!arguments.data.empty()) throw UnusableOptions("--data is for COMTRADE; leave it out for a table");
   check_rates(record, true);
-  files::write_whole(arguments.output, writers::table_of(record, 0));
+  files::write_whole(platform::utf8_path(arguments.output), writers::table_of(record, 0));
   say(record, arguments, "CSV", equality(arguments));
 }
 
@@ -159,7 +160,7 @@ void write_comtrade(const readers::Record& source, const readers::Record& record
                     bool single) {
   check_rates(record, false);
   const writers::Converted converted = writers::converted(record, type_of(arguments.data));
-  const std::filesystem::path output = arguments.output;
+  const std::filesystem::path output = platform::utf8_path(arguments.output);
   if (single) {
     files::write_whole(output, writers::single_file_of(converted.file));
   } else {
@@ -181,7 +182,7 @@ void run(Arguments arguments) {
   }
   arguments.open.digitals = true;
   auto source = readers::open_record(arguments.record, arguments.open);
-  check_output(source, arguments.output);
+  check_output(source, platform::utf8_path(arguments.output));
   apply_stretch(source, arguments.stretch);
   const auto record = record_to_write(source, arguments);
   if (extension == ".csv") {

@@ -7,6 +7,7 @@
 #include "analysis/choice/voltage_choice.h"
 #include "analysis/refusal.h"
 #include "archive/store_error.h"
+#include "command/arguments.h"
 #include "command/command_line.h"
 #include "command/event_options.h"
 #include "command/left_out.h"
@@ -39,9 +40,9 @@ int complain(const std::string& line, ExitStatus status) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  command::open_closed_streams();
+  command::prepare_standard_streams();
   try {
-    switch (command::run_command_line(argc, argv)) {
+    switch (command::run_command_line(command::utf8_arguments(argc, argv))) {
       case command::CommandEnd::done:
         return success;
       case command::CommandEnd::found:

@@ -31,6 +31,7 @@
 #include "outputs/page/page_html.h"
 #endif
 #include "outputs/text.h"
+#include "platform/utf8_path.h"
 #include "readers/file_access.h"
 #include "readers/record_hashes.h"
 
@@ -73,10 +74,10 @@ std::string standard_output_of(const readers::Record& record, const analysis::An
 }
 
 void add_figures(const outputs::Drawing& figure, const Outputs& outputs, std::vector<files::NamedBytes>& files) {
-  if (!outputs.svg.empty()) files.push_back({outputs.svg, outputs::svg_of(figure)});
+  if (!outputs.svg.empty()) files.push_back({platform::utf8_path(outputs.svg), outputs::svg_of(figure)});
 #ifdef DIPX_HAS_CAIRO
-  if (!outputs.pdf.empty()) files.push_back({outputs.pdf, outputs::pdf_of(figure)});
-  if (!outputs.png.empty()) files.push_back({outputs.png, outputs::png_of(figure)});
+  if (!outputs.pdf.empty()) files.push_back({platform::utf8_path(outputs.pdf), outputs::pdf_of(figure)});
+  if (!outputs.png.empty()) files.push_back({platform::utf8_path(outputs.png), outputs::png_of(figure)});
 #endif
 }
 
@@ -147,11 +148,12 @@ void check_files(const readers::Record& record, const Outputs& outputs) {
     const auto& [option, file] = *one;
     if (file.empty()) continue;
     for (const auto& source : record.sources) {
-      if (!files::is_same_file(file, source)) continue;
+      if (!files::is_same_file(platform::utf8_path(file), platform::utf8_path(source))) continue;
       throw OutputClash(fmt::format("{}: {} is the record itself; name another file", option, file));
     }
     for (auto other = std::begin(written); other != one; other++) {
-      if (other->second.empty() || !files::is_same_file(file, other->second)) continue;
+      if (other->second.empty() || !files::is_same_file(platform::utf8_path(file), platform::utf8_path(other->second)))
+        continue;
       throw OutputClash(fmt::format("{} and {} name the same file, {}", other->first, option, file));
     }
   }
@@ -175,7 +177,7 @@ void check_certificate(const Outputs& outputs, const std::string& path, bool lib
 void show(const readers::Record& record, const analysis::Analysis& analysis, const Outputs& outputs,
           const outputs::CertifiedRun& run, const std::string& path, Progress& progress) {
   std::vector<files::NamedBytes> files;
-  if (!outputs.report.empty()) files.push_back({outputs.report, analysis.report});
+  if (!outputs.report.empty()) files.push_back({platform::utf8_path(outputs.report), analysis.report});
   const std::size_t events = analysis.found.events.size();
   if (outputs.figure() && outputs.event > events && outputs.event > 1) {
     throw UnknownEvent(fmt::format("there is no event {} to draw; the record holds {}", outputs.event, events));
@@ -185,12 +187,14 @@ void show(const readers::Record& record, const analysis::Analysis& analysis, con
     const analysis::Curves curves = analysis::curves_of(analysis);
     if (outputs.figure()) add_figures(outputs::figure_of(record, analysis, curves, outputs.event - 1), outputs, files);
 #ifdef DIPX_HAS_PAGE
-    if (!outputs.html.empty()) files.push_back({outputs.html, outputs::page_of(record, analysis, curves)});
+    if (!outputs.html.empty())
+      files.push_back({platform::utf8_path(outputs.html), outputs::page_of(record, analysis, curves)});
 #endif
   }
   if (!outputs.certificate.empty()) {
     progress.stage("certifying");
-    files.push_back({outputs.certificate, certificate_bytes(record, analysis, outputs, run, path)});
+    files.push_back(
+        {platform::utf8_path(outputs.certificate), certificate_bytes(record, analysis, outputs, run, path)});
   }
   progress.stage("writing");
   progress.finish();

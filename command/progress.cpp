@@ -1,10 +1,9 @@
 #include "command/progress.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/descriptors.h"
 #include "readers/text.h"
 
 namespace command {
@@ -14,22 +13,17 @@ namespace {
 constexpr auto patience = std::chrono::seconds(1);
 constexpr auto pause = std::chrono::milliseconds(200);
 
-bool is_pipe(int descriptor) {
-  struct stat about {};
-  return fstat(descriptor, &about) == 0 && S_ISFIFO(about.st_mode);
-}
-
 /// Errors are ignored here, because a line of progress is not important enough for a message.
 void write_line(int terminal, const std::string& text) {
   const std::string line = "\r\033[K" + text;
-  [[maybe_unused]] const auto written = write(terminal, line.data(), line.size());
+  [[maybe_unused]] const auto written = write(terminal, line.data(), static_cast<unsigned>(line.size()));
 }
 
 }  // namespace
 
 Progress::Progress(bool wanted) : start_(std::chrono::steady_clock::now()) {
-  if (!wanted || isatty(STDERR_FILENO) == 0 || is_pipe(STDOUT_FILENO)) return;
-  terminal_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+  if (!wanted || !platform::is_terminal(STDERR_FILENO) || platform::is_pipe(STDOUT_FILENO)) return;
+  terminal_ = platform::kept_copy(STDERR_FILENO);
   if (terminal_ >= 0) thread_ = std::thread([this] { run(); });
 }
 

@@ -5,15 +5,17 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/utf8_path.h"
+
 namespace command {
 
 std::string content_of_short_file(const std::string& file, const char* wanted) {
   constexpr std::size_t most = std::size_t{1} << 20;
   std::error_code ignored;
-  if (std::filesystem::is_directory(file, ignored)) {
+  if (std::filesystem::is_directory(platform::utf8_path(file), ignored)) {
     throw ShortFileError(fmt::format("{}: is a folder; name a file with {}", file, wanted));
   }
-  std::ifstream in(file, std::ios::binary);
+  std::ifstream in(platform::utf8_path(file), std::ios::binary);
   if (!in) {
     throw ShortFileError(fmt::format("{}: cannot be opened; check the path and its read permission", file));
   }

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "outputs/near_words.h"
+#include "platform/utf8_path.h"
 
 namespace command {
 
@@ -15,7 +16,7 @@ namespace {
 
 bool is_file(const std::string& word) {
   std::error_code ignored;
-  return std::filesystem::exists(word, ignored);
+  return std::filesystem::exists(platform::utf8_path(word), ignored);
 }
 
 bool is_command(const std::string& word, const CLI::App& app) {

@@ -1,11 +1,12 @@
-// Makes sure that the standard streams are open.
+// Prepares the standard streams.
 #pragma once
 
 namespace command {
 
-/// Opens /dev/null in place of each standard stream that is closed, as schedulers and daemons may start a program. A
-/// file that is opened later would otherwise become standard output and receive the messages. Must be called before
-/// any file is opened.
-void open_closed_streams();
+/// Opens the device that takes everything in place of each standard stream that is closed, as schedulers and daemons
+/// may start a program. A file that is opened later would otherwise become standard output and receive the messages.
+/// Must be called before any file is opened. On Windows the streams also become those of bytes, and a console shows
+/// UTF-8.
+void prepare_standard_streams();
 
 }  // namespace command

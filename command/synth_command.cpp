@@ -11,6 +11,7 @@
 #include "command/progress.h"
 #include "command/standard_output.h"
 #include "command/written_files.h"
+#include "platform/utf8_path.h"
 #include "readers/file_access.h"
 #include "readers/text.h"
 #include "synth/dip_description.h"
@@ -58,7 +59,7 @@ std::string format_of(const Arguments& arguments) {
 
 /// The data file of a pair.
 std::filesystem::path data_file_of(const std::string& config) {
-  return std::filesystem::path(config).replace_extension(".dat");
+  return platform::utf8_path(config).replace_extension(".dat");
 }
 
 void write(const Arguments& arguments, const std::string& bytes, Progress& progress) {
@@ -66,7 +67,7 @@ void write(const Arguments& arguments, const std::string& bytes, Progress& progr
   if (arguments.output == "-") {
     write_standard_output(bytes);
   } else {
-    write_files({{arguments.output, bytes}}, arguments.no_clobber);
+    write_files({{platform::utf8_path(arguments.output), bytes}}, arguments.no_clobber);
   }
 }
 
@@ -105,7 +106,8 @@ void run(Arguments arguments) {
   } else {
     auto pair = synth::comtrade_of(record, data);
     progress.finish();
-    write_files({{data_file_of(arguments.output), std::move(pair.data)}, {arguments.output, std::move(pair.config)}},
+    write_files({{data_file_of(arguments.output), std::move(pair.data)},
+                 {platform::utf8_path(arguments.output), std::move(pair.config)}},
                 arguments.no_clobber);
   }
 }

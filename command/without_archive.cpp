@@ -1,5 +1,5 @@
-// Replaces the subcommands that need a database in a build without SQLite: the command line stays the same, and their
-// use is refused.
+// Replaces the subcommands that need a database in a build without a database: the command line stays the same, and
+// their use is refused.
 #include <CLI/CLI.hpp>
 
 #include "command/archive_command.h"
@@ -12,9 +12,10 @@ namespace {
 
 void add_refused(CLI::App& app, const std::string& name, const std::string& description, const std::string& statuses) {
   CLI::App* refused = app.add_subcommand(name, description + " (not in this build)");
-  refused->footer("This build has no databases, because SQLite (libsqlite3-dev) was missing.\n\n" + statuses);
+  const LeftOut complaint("dipx " + name, "SQLite (libsqlite3-dev)");
+  refused->footer(std::string(complaint.what()) + ".\n\n" + statuses);
   refused->allow_extras();
-  refused->callback([name] { throw LeftOut("dipx " + name, "SQLite (libsqlite3-dev)"); });
+  refused->callback([complaint] { throw complaint; });
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <system_error>
 
+#include "platform/descriptors.h"
+#include "platform/utf8_path.h"
 #include "readers/text.h"
 
 namespace command {
@@ -26,7 +28,7 @@ CLI::Option* add_no_clobber(CLI::App& app, bool& no_clobber) {
 void check_clobbering(const std::vector<std::string>& files, bool no_clobber) {
   if (!no_clobber) return;
   for (const std::string& file : files) {
-    if (!file.empty() && files::would_replace(file)) keep(file);
+    if (!file.empty() && files::would_replace(platform::utf8_path(file))) keep(file);
   }
 }
 
@@ -42,7 +44,7 @@ void write_files(const std::vector<files::NamedBytes>& files, bool no_clobber) {
     }
     throw;
   }
-  if (isatty(STDERR_FILENO) == 0) return;
+  if (!platform::is_terminal(STDERR_FILENO)) return;
   for (const auto& file : replaced) {
     std::fprintf(stderr, "dipx: %s was overwritten\n", readers::inert(file.string()).c_str());
   }

@@ -12,9 +12,10 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 # The sources of a folder may include those of the listed folders, and no others.
 ARROWS = {
-    "command": {"archive", "outputs", "analysis", "assess", "measure", "readers", "synth", "files", "writers"},
+    "command": {"archive", "outputs", "analysis", "assess", "measure", "readers", "synth", "files", "writers",
+                "platform"},
     "python": {"outputs", "analysis", "assess", "measure", "readers"},
-    "archive": {"outputs", "analysis", "assess", "measure", "readers"},
+    "archive": {"outputs", "analysis", "assess", "measure", "readers", "platform"},
     "outputs": {"analysis", "assess", "measure", "readers", "synth"},
     "analysis": {"assess", "measure", "readers", "files", "sagx", "platform"},
     "assess": {"measure"},
@@ -22,7 +23,7 @@ ARROWS = {
     "synth": {"readers", "writers"},
     "writers": {"readers"},
     "readers": {"platform"},
-    "files": set(),
+    "files": {"platform"},
     "sagx": {"platform"},
     "platform": set(),
 }

@@ -1,17 +1,14 @@
 #include "files/temporary_folder.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <string>
 #include <system_error>
+
+#include "files/new_folder.h"
 
 namespace files {
 
 TemporaryFolder::TemporaryFolder() : before_(std::filesystem::current_path()) {
   const SignalsHeld held;
-  std::string name = std::filesystem::temp_directory_path() / "dipx-XXXXXX";
-  if (mkdtemp(name.data()) == nullptr) throw std::system_error(errno, std::generic_category(), name);
-  path_ = name;
+  path_ = new_folder(std::filesystem::temp_directory_path() / "dipx-");
   unfinished_.emplace(path_);
   unfinished_report_.emplace(path_ / "dipx_result.txt");
   std::filesystem::current_path(path_);

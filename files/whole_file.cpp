@@ -1,35 +1,27 @@
 #include "files/whole_file.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <system_error>
 
 #include "files/unfinished.h"
+#include "platform/opened_file.h"
 
 namespace files {
 
 namespace {
 
-/// Renames a file unless there is one of that name already, even one that has just been made.
-bool rename_beside(const char* name, const char* target) {
-  if (renameat2(AT_FDCWD, name, AT_FDCWD, target, RENAME_NOREPLACE) == 0) return true;
-  if (errno != EINVAL && errno != ENOSYS) return false;
-  return link(name, target) == 0 && unlink(name) == 0;  // for file systems that cannot do it in one step
-}
-
 /// A temporary file that is removed again unless it was renamed.
 class Draft {
  public:
-  explicit Draft(const std::filesystem::path& target) : name_(target.string() + ".XXXXXX") {
+  explicit Draft(const std::filesystem::path& target) : name_(target) {
     const SignalsHeld held;
-    descriptor_ = mkostemp(name_.data(), O_CLOEXEC);
+    descriptor_ = new_file(name_);
     if (descriptor_ >= 0) unfinished_.emplace(name_);
   }
   Draft(const Draft&) = delete;
@@ -37,28 +29,27 @@ class Draft {
   ~Draft() {
     const SignalsHeld held;
     if (descriptor_ >= 0) {
+      std::error_code ignored;
       close(descriptor_);
-      unlink(name_.c_str());
+      std::filesystem::remove(name_, ignored);
     }
     unfinished_.reset();
   }
 
   bool write(const std::string& bytes) const {
     if (descriptor_ < 0) return false;
+    constexpr std::size_t most = std::size_t{1} << 30;
     for (std::size_t done = 0; done < bytes.size();) {
-      const ssize_t count = ::write(descriptor_, bytes.data() + done, bytes.size() - done);
+      const auto piece = static_cast<unsigned>(std::min(bytes.size() - done, most));
+      const auto count = ::write(descriptor_, bytes.data() + done, piece);
       if (count < 0 && errno != EINTR) return false;
       if (count > 0) done += static_cast<std::size_t>(count);
     }
-    const mode_t mask = umask(0);
-    umask(mask);
-    return fchmod(descriptor_, 0666 & ~mask) == 0 && fsync(descriptor_) == 0;
+    return finish(descriptor_);
   }
 
   bool rename_to(const std::filesystem::path& target, Existing existing) {
-    const bool renamed = existing == Existing::kept ? rename_beside(name_.c_str(), target.c_str())
-                                                    : std::rename(name_.c_str(), target.c_str()) == 0;
-    if (!renamed) return false;
+    if (!rename_file(name_, target, existing)) return false;
     close(descriptor_);
     descriptor_ = -1;
     unfinished_.reset();
@@ -66,7 +57,7 @@ class Draft {
   }
 
  private:
-  std::string name_;
+  std::filesystem::path name_;
   int descriptor_;
   std::optional<Unfinished> unfinished_;
 };
@@ -75,16 +66,8 @@ class Draft {
   throw std::system_error(errno, std::generic_category(), file.string());
 }
 
-/// Returns whether the file is a device or pipe. These are written in place, because a rename would replace them by a
-/// file.
-bool is_written_in_place(const std::filesystem::path& file) {
-  std::error_code ignored;
-  return std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored) &&
-         !std::filesystem::is_directory(file, ignored);
-}
-
 void write_in_place(const std::filesystem::path& file, const std::string& bytes) {
-  std::FILE* stream = std::fopen(file.c_str(), "wb");
+  std::FILE* stream = platform::opened_file(file, "wb");
   const bool opened = stream != nullptr;
   const bool written = opened && std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
   if (!(opened && std::fclose(stream) == 0 && written)) fail(file);

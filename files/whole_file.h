@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace files {
+#include "files/new_files.h"
 
-/// What becomes of a file that exists already under the name of one that is written.
-enum class Existing { replaced, kept };
+namespace files {
 
 /// Writes `bytes` to `file` and replaces its previous content. The bytes are first written under a temporary name in
 /// the same folder. A name that is a link, whether or not its target exists, is written through. Throws

@@ -73,7 +73,7 @@ class Document {
   void draw(const Ring& ring) {
     text_ += "<circle";
     add_kind(ring.kind);
-    add(" cx=\"{:.2f}\" cy=\"{:.2f}\" r=\"{}\"", drawable(ring.middle.x), drawable(ring.middle.y), ring.radius);
+    add(" cx=\"{:.2f}\" cy=\"{:.2f}\" r=\"{:.4g}\"", drawable(ring.middle.x), drawable(ring.middle.y), ring.radius);
     add_paint(std::nullopt, ring.stroke);
     text_ += "/>\n";
   }

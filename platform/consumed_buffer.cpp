@@ -1,23 +1,13 @@
 #include "platform/consumed_buffer.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
 
+#include "platform/pages.h"
+
 namespace platform {
-
-namespace {
-
-std::size_t page_size() {
-  static const auto size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  return size;
-}
-
-}  // namespace
 
 ConsumedBuffer::ConsumedBuffer(std::size_t capacity) {
   resize(capacity);
@@ -30,28 +20,15 @@ ConsumedBuffer::ConsumedBuffer(ConsumedBuffer&& other) noexcept
       given_back_(std::exchange(other.given_back_, 0)) {}
 
 ConsumedBuffer::~ConsumedBuffer() {
-  if (begin_ != nullptr && given_back_ < capacity_) munmap(begin_ + given_back_, capacity_ - given_back_);
+  if (begin_ != nullptr) release_pages(begin_, given_back_, capacity_);
 }
 
 void ConsumedBuffer::resize(std::size_t capacity) {
-  const std::size_t pages = std::max<std::size_t>(1, (capacity + page_size() - 1) / page_size());
-  void* const room = moved_to(pages * page_size());
-  if (room == MAP_FAILED) throw std::bad_alloc();
-  begin_ = static_cast<char*>(room);
-  capacity_ = pages * page_size();
-}
-
-void* ConsumedBuffer::moved_to(std::size_t capacity) {
-#if defined(__linux__)
-  // The pages keep their content under other addresses, so the bytes are never held twice.
-  if (begin_ != nullptr) return mremap(begin_, capacity_, capacity, MREMAP_MAYMOVE);
-#endif
-  void* const room = mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (room != MAP_FAILED && begin_ != nullptr) {
-    std::memcpy(room, begin_, size_);
-    munmap(begin_, capacity_);
-  }
-  return room;
+  const std::size_t bytes = std::max<std::size_t>(1, (capacity + page_size() - 1) / page_size()) * page_size();
+  char* const room = begin_ == nullptr ? new_pages(bytes) : larger_pages(begin_, capacity_, size_, bytes);
+  if (room == nullptr) throw std::bad_alloc();
+  begin_ = room;
+  capacity_ = bytes;
 }
 
 void ConsumedBuffer::append(std::string_view bytes) {
@@ -66,7 +43,7 @@ void ConsumedBuffer::give_back_before(const char* address) {
   const auto consumed = static_cast<std::size_t>(address - begin_);
   if (consumed < given_back_ + at_once) return;
   const std::size_t end = consumed / page_size() * page_size();
-  if (munmap(begin_ + given_back_, end - given_back_) == 0) given_back_ = end;
+  if (give_back_pages(begin_, given_back_, end)) given_back_ = end;
 }
 
 }  // namespace platform

@@ -1,7 +1,4 @@
 // Memory that is filled once, read from its beginning to its end, and given back meanwhile.
-//
-// What is portable: POSIX has mmap and munmap, also of parts, and all its systems have anonymous memory. What is not:
-// only Linux can enlarge the memory without copying it.
 #pragma once
 
 #include <cstddef>
@@ -30,7 +27,6 @@ class ConsumedBuffer {
 
  private:
   void resize(std::size_t capacity);
-  void* moved_to(std::size_t capacity);
 
   char* begin_ = nullptr;
   std::size_t size_ = 0;

@@ -12,6 +12,7 @@
 #include <memory>
 #include <system_error>
 
+#include "platform/utf8_path.h"
 #include "readers/comtrade/comtrade.h"
 #include "readers/file_access.h"
 #include "readers/pqdif/pqdif.h"
@@ -99,10 +100,11 @@ std::string gunzipped(const std::string& file, std::string_view content) {
 
 ArchivePath split_archive_path(const std::string& path) {
   std::error_code ignored;
-  if (std::filesystem::exists(path, ignored)) return {path, ""};
+  if (std::filesystem::exists(platform::utf8_path(path), ignored)) return {path, ""};
   for (std::size_t colon = path.find(':'); colon != path.npos; colon = path.find(':', colon + 1)) {
     const std::string archive = path.substr(0, colon);
-    if (std::filesystem::is_regular_file(archive, ignored)) return {archive, path.substr(colon + 1)};
+    if (std::filesystem::is_regular_file(platform::utf8_path(archive), ignored))
+      return {archive, path.substr(colon + 1)};
   }
   return {path, ""};
 }
@@ -170,8 +172,8 @@ std::string ZipFile::content(std::size_t index) const {
 }
 
 std::optional<std::size_t> ZipFile::beside(std::size_t index, std::string_view extension) const {
-  const std::filesystem::path named(names_[index]);
-  const std::string wanted = lower_case((named.parent_path() / named.stem()).string()) + std::string(extension);
+  const std::filesystem::path named = platform::utf8_path(names_[index]);
+  const std::string wanted = lower_case((named.parent_path() / named.stem()).generic_string()) + std::string(extension);
   for (std::size_t i = 0; i < names_.size(); i++) {
     if (lower_case(names_[i]) == wanted) return i;
   }

@@ -1,51 +1,12 @@
 #include "readers/charset.h"
 
-#include <iconv.h>
-
-#include <array>
-#include <cerrno>
 #include <cstddef>
-#include <stdexcept>
 
+#include "readers/charset_converter.h"
 #include "readers/text.h"
 
 namespace readers {
 namespace {
-
-class Converter {
- public:
-  explicit Converter(const std::string& charset) : handle_(iconv_open("UTF-8", charset.c_str())) {
-    // iconv defines its error value only as a number that is cast to the handle type.
-    if (handle_ == reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr)
-      throw std::invalid_argument("the character set " + cited(charset) + " is not known");
-    }
-  }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-  ~Converter() { iconv_close(handle_); }
-
-  std::string convert(std::string_view bytes) {
-    std::string text;
-    std::array<char, 4096> block;
-    char* in = const_cast<char*>(bytes.data());  // iconv only reads these bytes
-    std::size_t left = bytes.size();
-    while (left > 0) {
-      char* out = block.data();
-      std::size_t room = block.size();
-      const bool failed = iconv(handle_, &in, &left, &out, &room) == static_cast<std::size_t>(-1);
-      const int error = errno;
-      text.append(block.data(), block.size() - room);
-      if (!failed || error == E2BIG) continue;
-      text += replacement_character;
-      in++;
-      left--;
-    }
-    return text;
-  }
-
- private:
-  iconv_t handle_;
-};
 
 bool in(unsigned byte, unsigned first, unsigned last) {
   return byte >= first && byte <= last;
@@ -109,9 +70,9 @@ const char* guess(std::string_view bytes) {
   return "Windows-1251";
 }
 
-/// Returns the name under which iconv knows a guessed character set; for some it is that of a larger set that contains
+/// Returns the name under which a guessed character set is converted; for some it is that of a larger set that contains
 /// it.
-std::string iconv_name(const std::string& charset) {
+std::string converted_name(const std::string& charset) {
   if (charset == "GBK") return "GB18030";
   if (charset == "Latin-1") return "WINDOWS-1252";
   return charset;
@@ -120,12 +81,12 @@ std::string iconv_name(const std::string& charset) {
 }  // namespace
 
 Utf8Text to_utf8(std::string_view bytes, const std::string& charset) {
-  if (!charset.empty()) return {Converter(iconv_name(charset)).convert(bytes), charset, false};
-  if (bytes.starts_with("\xFF\xFE")) return {Converter("UTF-16LE").convert(bytes.substr(2)), "UTF-16", false};
-  if (bytes.starts_with("\xFE\xFF")) return {Converter("UTF-16BE").convert(bytes.substr(2)), "UTF-16", false};
+  if (!charset.empty()) return {CharsetConverter(converted_name(charset)).convert(bytes), charset, false};
+  if (bytes.starts_with("\xFF\xFE")) return {CharsetConverter("UTF-16LE").convert(bytes.substr(2)), "UTF-16", false};
+  if (bytes.starts_with("\xFE\xFF")) return {CharsetConverter("UTF-16BE").convert(bytes.substr(2)), "UTF-16", false};
   if (is_utf8(bytes)) return {std::string(bytes), "UTF-8", false};
   const std::string guessed = guess(bytes);
-  return {Converter(iconv_name(guessed)).convert(bytes), guessed, true};
+  return {CharsetConverter(converted_name(guessed)).convert(bytes), guessed, true};
 }
 
 bool is_utf8_already(std::string_view bytes, const std::string& charset) {

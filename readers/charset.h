@@ -13,10 +13,10 @@ struct Utf8Text {
   bool guessed = false;
 };
 
-/// Converts `bytes` to UTF-8. If `charset` is given, it is a name that iconv knows, and the bytes are read as that. If
-/// it is empty, the text is UTF-16 if it has such a byte order mark, UTF-8 if the bytes are valid UTF-8, and otherwise
-/// the likeliest of GBK, Windows-1251, CP866 and Latin-1. Throws std::invalid_argument for a name that iconv does not
-/// know.
+/// Converts `bytes` to UTF-8. If `charset` is given, it is a name that the system knows, and the bytes are read as
+/// that. If it is empty, the text is UTF-16 if it has such a byte order mark, UTF-8 if the bytes are valid UTF-8, and
+/// otherwise the likeliest of GBK, Windows-1251, CP866 and Latin-1. Throws std::invalid_argument for a name that the
+/// system does not know.
 Utf8Text to_utf8(std::string_view bytes, const std::string& charset = {});
 
 /// Returns whether to_utf8 leaves the bytes as they are.

@@ -1,14 +1,14 @@
 #include "readers/file_access.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <tuple>
 
+#include "platform/descriptors.h"
+#include "platform/opened_file.h"
+#include "platform/utf8_path.h"
 #include "readers/record.h"
 #include "readers/text.h"
 
@@ -28,14 +28,6 @@ std::error_code last_error() {
   return {errno, std::generic_category()};
 }
 
-/// Returns whether a file is a device that is not a terminal.
-bool is_device(std::FILE* file) {
-  struct stat about {};
-  const int descriptor = fileno(file);
-  if (fstat(descriptor, &about) != 0) return false;
-  return S_ISBLK(about.st_mode) || (S_ISCHR(about.st_mode) && isatty(descriptor) == 0);
-}
-
 /// Refuses what a device gives. A device that gives nothing, as /dev/null does, is an empty file.
 void check_device(const std::string& name, bool device, std::size_t bytes) {
   if (!device || bytes == 0) return;
@@ -45,17 +37,18 @@ void check_device(const std::string& name, bool device, std::size_t bytes) {
 }  // namespace
 
 FileStream::FileStream(const std::string& path) : path_(path), piece_(new char[piece_size]) {
+  const fs::path file = platform::utf8_path(path);
   std::error_code ignored;
-  if (fs::is_directory(path, ignored)) {
+  if (fs::is_directory(file, ignored)) {
     throw ReadError(inert(path), "", "is a folder, not a record", "name a file in it");
   }
-  file_.reset(std::fopen(path.c_str(), "rb"));
+  file_.reset(platform::opened_file(file, "rb"));
   if (!file_) refuse_unreadable(path, last_error());
   std::setvbuf(file_.get(), nullptr, _IONBF, 0);
   std::error_code unknown;
-  const auto size = fs::is_regular_file(path, unknown) ? fs::file_size(path, unknown) : 0;
+  const auto size = fs::is_regular_file(file, unknown) ? fs::file_size(file, unknown) : 0;
   if (!unknown) stated_size_ = static_cast<std::size_t>(size);
-  device_ = is_device(file_.get());
+  device_ = platform::is_device(fileno(file_.get()));
 }
 
 std::string_view FileStream::next() {
@@ -72,7 +65,7 @@ FileText::FileText(FileStream& stream) : content_(stream.stated_size()) {
 FileText::FileText(const std::string& path) : FileText(*std::make_unique<FileStream>(path)) {}
 
 FileText FileText::of_standard_input() {
-  const bool device = is_device(stdin);
+  const bool device = platform::is_device(fileno(stdin));
   FileText text;
   const std::unique_ptr<char[]> block(new char[piece_size]);
   while (const std::size_t count = std::fread(block.get(), 1, piece_size, stdin)) {
@@ -84,7 +77,7 @@ FileText FileText::of_standard_input() {
 }
 
 std::optional<std::string> find_beside(const std::string& path, const std::string& extension) {
-  const fs::path named(path);
+  const fs::path named = platform::utf8_path(path);
   const std::string stem = named.stem().string();
   const std::string wanted = lower_case(stem) + extension;
 
@@ -104,11 +97,11 @@ std::optional<std::string> find_beside(const std::string& path, const std::strin
   }
   if (error) refuse_unreadable(folder.string(), error);
   if (!best) return std::nullopt;
-  return (named.parent_path() / std::get<2>(*best)).string();
+  return (named.parent_path() / platform::utf8_path(std::get<2>(*best))).string();
 }
 
 std::string extension_of(const std::string& path) {
-  return lower_case(fs::path(path).extension().string());
+  return lower_case(platform::utf8_path(path).extension().string());
 }
 
 }  // namespace readers

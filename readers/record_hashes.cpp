@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/utf8_path.h"
 #include "readers/archive.h"
 #include "readers/content_hash.h"
 #include "readers/file_access.h"
@@ -15,7 +16,7 @@ namespace {
 
 /// Returns a name without folders that is text in any case.
 std::string plain_name(const std::string& path) {
-  return inert(std::filesystem::path(path).filename().string());
+  return inert(platform::utf8_path(path).filename().string());
 }
 
 ContentHash hash_of(const std::string& name, std::string_view content) {
@@ -58,7 +59,7 @@ std::vector<ContentHash> content_hashes(const std::string& path, const Record& r
     const std::string_view content = text.view();
     if (is_zip(content)) return hashes_in_zip(named.archive, content, named.inner);
     if (is_gzip(content)) {
-      const std::filesystem::path file(named.archive);
+      const std::filesystem::path file = platform::utf8_path(named.archive);
       const bool gz = extension_of(named.archive) == ".gz";
       return {hash_of(gz ? file.stem().string() : named.archive, gunzipped(named.archive, content))};
     }

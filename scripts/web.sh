@@ -9,27 +9,7 @@ command -v node >/dev/null || packages="$packages nodejs"
 # shellcheck disable=SC2086  # a list of words
 scripts/setup.sh $packages
 
-sources=build/web/sources
-mkdir -p "$sources/lists/partial"
-# The sources come from where this machine gets its packages, whose own list stays as it is. Of equal versions apt takes
-# the first one in the list, and the archive itself has all files, which a mirror of security updates may lack.
-keys=/usr/share/keyrings/debian-archive-keyring.gpg
-source_line="deb-src [signed-by=$keys] \$(REPO_URI) \$(RELEASE) \$(COMPONENT)"
-apt-get indextargets --format "$source_line" 'Created-By: Packages' | LC_ALL=C sort -u -r >"$sources/sources.list"
-from_debian() {
-  (cd "$sources" && apt-get -qq -o APT::Sandbox::User=root -o Dir::Etc::SourceList="$PWD/sources.list" \
-    -o Dir::Etc::SourceParts=/dev/null -o Dir::State::Lists="$PWD/lists" "$@")
-}
-if [ ! -d "$sources/zlib" ] || [ ! -d "$sources/libzip" ] || [ ! -d "$sources/libcsv" ]; then
-  echo "Fetching the sources of zlib, libzip and libcsv"
-  from_debian update
-  from_debian source --download-only zlib libzip libcsv
-  for name in zlib libzip libcsv; do
-    rm -rf "${sources:?}/$name"
-    dpkg-source --no-check -x "$sources/${name}"_*.dsc "$sources/$name" >/dev/null
-  done
-fi
-
+scripts/debian_sources.sh build/web/sources zlib libzip libcsv
 cmake --preset web -DDIPX_PAGE=ON
 cmake --build --preset web --target dipx_web
 

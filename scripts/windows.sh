@@ -1,21 +1,23 @@
 #!/bin/sh
-# windows.sh: builds the library for 64-bit Windows, runs hosts with it under Wine, and checks that they get the same
-# bytes as from the build for this machine: records, reports and printed lines of the dips of made records. Then it
-# makes build/windows/dipx-VERSION-windows-x86_64.zip with the library and its headers.
+# windows.sh: builds the command and the library for 64-bit Windows, runs the command and hosts of the library under Wine,
+# and checks that they get the same bytes as from the build for this machine: outputs of the command, records, reports
+# and printed lines of the dips of made records. Then it makes build/windows/dipx-VERSION-windows-x86_64.zip with the
+# command, the library and its headers.
 set -eu
 cd "$(dirname "$0")/.."
-scripts/setup.sh gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix wine64
+scripts/setup.sh gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev
+scripts/debian_sources.sh build/windows/sources libzip libcsv
 for preset in release windows; do
-  cmake --preset "$preset" >/dev/null
+  cmake --preset "$preset" -DDIPX_PAGE=ON >/dev/null
 done
 cmake --build --preset release --target dipx dipx_command >/dev/null
-cmake --build --preset windows --target dipx >/dev/null
+cmake --build --preset windows --target dipx dipx_command >/dev/null
 root=$PWD
 prefix=x86_64-w64-mingw32
 scratch=$(mktemp -d)
 # Wine keeps its own small Windows in a folder and runs a server for it, which ends with the last program.
 export WINEPREFIX="$scratch/wine" WINEDEBUG=-all LC_ALL=C.UTF-8
-trap 'WINEPREFIX="$scratch/wine" /usr/lib/wine/wineserver64 -w; rm -rf "$scratch"' EXIT
+trap '/usr/lib/wine/wineserver64 -k || true; /usr/lib/wine/wineserver64 -w; rm -rf "$scratch"' EXIT
 windows() { /usr/lib/wine/wine64 "$@"; }
 fail() { echo "windows.sh: $*" >&2 && exit 1; }
 
@@ -28,8 +30,12 @@ $prefix-objdump -p "$content/dipx.dll" >"$scratch/tables"
 sed -n '/Ordinal\/Name Pointer/,/^$/p' "$scratch/tables" | awk 'NR > 1 && NF { print $NF }' | sort >"$scratch/exported"
 awk '{ print $2 }' tests/package/exported_symbols.txt | sort | diff - "$scratch/exported" ||
   fail "dipx.dll exports other names than tests/package/exported_symbols.txt lists"
-needed=$(sed -n 's/.*DLL Name: //p' "$scratch/tables" | grep -v -i -x -E '(ADVAPI32|KERNEL32|msvcrt)\.dll' || true)
-[ -z "$needed" ] || fail "dipx.dll needs more than Windows has: $needed"
+for file in dipx.dll dipx.exe; do
+  $prefix-objdump -p "$content/$file" | sed -n 's/.*DLL Name: //p' >"$scratch/needed"
+  grep -q -i -x 'KERNEL32\.dll' "$scratch/needed" || fail "$file has no list of what it needs"
+  needed=$(grep -v -i -x -E '(ADVAPI32|bcrypt|KERNEL32|msvcrt|SHELL32)\.dll' "$scratch/needed" || true)
+  [ -z "$needed" ] || fail "$file needs more than Windows has: $needed"
+done
 # Wide vectors on the stack are not aligned on Windows, so no move of one may need it.
 $prefix-objdump -d --no-show-raw-insn "$content/dipx.dll" >"$scratch/code"
 grep -q -E 'vmovup[sd].*\(.*%[yz]mm' "$scratch/code" || fail "dipx.dll has no kernels with wide vectors"
@@ -100,6 +106,10 @@ for rate in 32 128; do
     done
   done
 done
+
+# --- the command -----------------------------------------------------------------------------------------------------
+
+"$root/tests/command/on_windows.sh" "$root/build/release/command/dipx" "$content/dipx.exe" "$root/examples"
 
 # --- zip file --------------------------------------------------------------------------------------------------------
 

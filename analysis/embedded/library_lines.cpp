@@ -1,11 +1,12 @@
 #include "analysis/embedded/library_lines.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
+
+#include "platform/descriptors.h"
 
 namespace analysis::embedded {
 
@@ -19,13 +20,13 @@ int checked(int result) {
 }  // namespace
 
 LibraryLines::LibraryLines(bool show)
-    : saved_out_((std::fflush(nullptr), checked(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)))),
-      saved_err_(checked(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3))) {
+    : saved_out_((std::fflush(nullptr), checked(platform::kept_copy(STDOUT_FILENO)))),
+      saved_err_(checked(platform::kept_copy(STDERR_FILENO))) {
   if (show) {
     checked(dup2(STDERR_FILENO, STDOUT_FILENO));
     return;
   }
-  const int nowhere = checked(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  const int nowhere = checked(platform::open_nowhere());
   checked(dup2(nowhere, STDOUT_FILENO));
   checked(dup2(nowhere, STDERR_FILENO));
   close(nowhere);

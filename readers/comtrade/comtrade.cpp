@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/utf8_path.h"
 #include "readers/comtrade/comtrade_config.h"
 #include "readers/comtrade/comtrade_data.h"
 #include "readers/comtrade/lost_rows.h"
@@ -24,7 +25,7 @@ namespace {
 
 std::string partner_of(const std::string& path, const std::string& extension) {
   if (auto partner = find_beside(path, extension)) return *std::move(partner);
-  const std::string wanted = std::filesystem::path(path).replace_extension(extension).string();
+  const std::string wanted = platform::utf8_path(path).replace_extension(extension).string();
   throw ReadError(inert(wanted), "",
                   "there is no such file next to " + inert(path) + " (in upper or lower case), and a record needs both",
                   "copy the record's " + extension + " file there");

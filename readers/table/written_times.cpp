@@ -13,12 +13,14 @@ namespace readers {
 
 namespace {
 
-/// The powers are tabulated because std::pow is slow and this is called for each row.
+/// The powers are tabulated because this is called for each row. They are read from text, which gives the nearest
+/// number on all systems, unlike std::pow.
 double power_of_ten(int exponent) {
   constexpr int largest = 40;
   static const auto powers = [] {
     std::array<double, 2 * largest + 1> list;
-    for (int i = -largest; i <= largest; i++) list[static_cast<std::size_t>(i + largest)] = std::pow(10.0, i);
+    for (int i = -largest; i <= largest; i++)
+      list[static_cast<std::size_t>(i + largest)] = parse_number(fmt::format("1e{}", i)).value();
     return list;
   }();
   return powers[static_cast<std::size_t>(std::clamp(exponent, -largest, largest) + largest)];

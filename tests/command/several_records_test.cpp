@@ -40,6 +40,18 @@ TEST_F(SeveralRecords, HaveOneTableWithOneHeading) {
   EXPECT_EQ(tests::dipx({"analyse", "--csv", "rec/a.cfg", "rec/b.dat", "rec/inner"}).out, joined);
 }
 
+TEST_F(SeveralRecords, AreFoundByASinglePattern) {
+  const auto all = tests::dipx({"analyse", "--csv", "rec/*.cfg"});
+  EXPECT_EQ(all.status, 0) << all.err;
+  EXPECT_EQ(all.out, tests::dipx({"analyse", "--csv", "rec/a.cfg", "rec/b.cfg"}).out);
+}
+
+TEST_F(SeveralRecords, AreNotLookedForIfAFileHasThePatternAsItsName) {
+  std::filesystem::copy("rec/a.cfg", "rec/?.cfg");
+  std::filesystem::copy("rec/a.dat", "rec/?.dat");
+  EXPECT_EQ(lines(tests::dipx({"analyse", "-q", "rec/?.cfg"}).out), 1);
+}
+
 TEST_F(SeveralRecords, AreDocumentsInLines) {
   const auto all = tests::dipx({"analyse", "--json-lines", "rec"});
   EXPECT_EQ(all.status, 0) << all.err;

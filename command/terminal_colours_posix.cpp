@@ -1,10 +1,10 @@
-#include "command/terminal_colours.h"
-
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+
+#include "command/terminal_colours.h"
 
 namespace command {
 

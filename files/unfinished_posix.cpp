@@ -1,9 +1,10 @@
-#include "files/unfinished.h"
-
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <utility>
+
+#include "files/unfinished.h"
 
 namespace files {
 
@@ -15,6 +16,10 @@ constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr int slots = 16;
 std::atomic<const char*> names[slots];
 static_assert(std::atomic<const char*>::is_always_lock_free);
+
+/// Each thread has its own mask of signals.
+thread_local int holders = 0;
+thread_local sigset_t signals_before;
 
 void remove_and_end(int signal) {
   for (int i = slots - 1; i >= 0; i--) {
@@ -46,15 +51,16 @@ sigset_t set_of_ending_signals() {
 }  // namespace
 
 SignalsHeld::SignalsHeld() {
+  if (holders++ > 0) return;
   const sigset_t set = set_of_ending_signals();
-  sigprocmask(SIG_BLOCK, &set, &before_);
+  sigprocmask(SIG_BLOCK, &set, &signals_before);
 }
 
 SignalsHeld::~SignalsHeld() {
-  sigprocmask(SIG_SETMASK, &before_, nullptr);
+  if (--holders == 0) sigprocmask(SIG_SETMASK, &signals_before, nullptr);
 }
 
-Unfinished::Unfinished(std::string path) : path_(std::move(path)), slot_(0) {
+Unfinished::Unfinished(std::filesystem::path path) : path_(std::move(path)), slot_(0) {
   handle_signals();
   while (slot_ < slots && names[slot_] != nullptr) slot_++;
   if (slot_ < slots) names[slot_] = path_.c_str();

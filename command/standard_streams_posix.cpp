@@ -1,5 +1,3 @@
-#include "command/standard_streams.h"
-
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -7,9 +5,11 @@
 #include <cstdlib>
 #include <initializer_list>
 
+#include "command/standard_streams.h"
+
 namespace command {
 
-void open_closed_streams() {
+void prepare_standard_streams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(stream, F_GETFD) != -1 || errno != EBADF) continue;
     // The lowest free descriptor is opened, which is this one because those before it are open.
