@@ -1,8 +1,8 @@
 #!/bin/sh
-# windows.sh: builds the command and the library for 64-bit Windows, runs the command and hosts of the library under Wine,
-# and checks that they get the same bytes as from the build for this machine: outputs of the command, records, reports
-# and printed lines of the dips of made records. Then it makes build/windows/dipx-VERSION-windows-x86_64.zip with the
-# command, the library and its headers.
+# windows.sh: builds the command and the library for 64-bit Windows, runs the command and hosts of the library under
+# Wine, and checks that they get the same bytes as from the build for this machine: outputs of the command, records,
+# reports and printed lines of the dips of made records. Then it makes build/windows/dipx-VERSION-windows-x86_64.zip with
+# the command, the library and its headers.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev

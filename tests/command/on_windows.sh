@@ -91,6 +91,10 @@ done
 same 0 analyse gbk.csv --charset GB18030 --json
 same 0 analyse windows_1251.csv --charset cp1251 --json
 same 0 analyse 'r*.c?g' -q
+# The short name of this file on Windows ends in .CFG.
+cp rte_00.cfg "$scratch/here/rte_00.cfg_old"
+cp rte_00.cfg "$scratch/there/rte_00.cfg_old"
+same 0 analyse '*.cfg' -q
 same 10 analyse steps.csv -q --fail-on dip
 same 0 convert rte_00.cfg -o converted.csv
 same 0 convert rte_00.cfg -o converted.cff
