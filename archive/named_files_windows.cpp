@@ -37,7 +37,8 @@ std::vector<std::string> matches_of(const std::string& pattern) {
   do {
     // Files whose names begin with a point are hidden, as on other systems, and two such names are those of folders.
     const bool hidden = found.cFileName[0] == L'.';
-    if (!hidden && matches(found.cFileName, asked.filename().native())) paths.push_back((asked.parent_path() / found.cFileName).string());
+    if (!hidden && matches(found.cFileName, asked.filename().native()))
+      paths.push_back((asked.parent_path() / found.cFileName).string());
   } while (FindNextFileW(search, &found) != 0);
   FindClose(search);
   std::sort(paths.begin(), paths.end());
