@@ -130,7 +130,7 @@ PerPhase left_of_samples(const Excerpt& excerpt, const PhasorFit& fit, double fr
 }  // namespace
 
 Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
-                  bool ringing_matters) {
+                  bool closely) {
   const std::size_t phases = excerpt.phases();
   const auto sample_at = [&](double seconds) {
     const double sample = sample_from(seconds, excerpt.rate());
@@ -255,6 +255,7 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const auto time = [&](std::size_t k) { return excerpt.time_of_sample(static_cast<double>(first + k) - 0.5); };
   Instants instants{time(std::min(begins, last)), time(last), first_spread / excerpt.rate(),
                     last_spread / excerpt.rate(), time(last), last_spread / excerpt.rate()};
+  if (!closely) return instants;
   if (excerpt.rate() * cycle < fine_sampling && begins == start && begins <= last) {
     const std::size_t low = begins - std::min(begins, edge_samples);
     std::vector<StepSample> samples;
@@ -272,7 +273,7 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
     }
   }
   // The change may be over earlier than the ringing after it is, unless the gap that it lies in hides this.
-  if (!ringing_matters || last != found_last) return instants;
+  if (last != found_last) return instants;
   const auto [back, back_spread] = returns_at(costs, phases, std::min(start, last), last, excerpt.rate());
   const double earliest = std::min(time(back) - back_spread / excerpt.rate(), time(last));
   const double latest = time(last) + last_spread / excerpt.rate();
