@@ -23,7 +23,8 @@ struct Instants {
 
 /// Looks for the change among the samples from `from_s` to `to_s`. Before the change the voltage follows one sinusoid,
 /// after it the other; within it a phase may follow either, or neither at an additional cost. The division with the
-/// least cost is chosen. `closely`: look also for changes that ringing may hide, and between samples that are far apart.
+/// least cost is chosen. `closely`: look also for changes that ringing may hide, and between samples that are far
+/// apart.
 Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
                   bool closely);
 
