@@ -6,8 +6,9 @@ set -eu
 cd "$(dirname "$0")/.."
 scripts/setup.sh --least debootstrap git
 root=$(mktemp -d)
+chmod 755 "$root" # apt downloads as a user of its own
 finish() {
-  umount "$root/proc" "$root/dev" 2>/dev/null || true
+  umount "$root/proc" "$root/dev/pts" "$root/dev" 2>/dev/null || true
   rm -rf --one-file-system "$root"
 }
 trap finish EXIT
@@ -20,6 +21,7 @@ mkdir "$root/dipx"
 git ls-files -z | xargs -0 tar cf - | tar xf - -C "$root/dipx"
 mount -t proc proc "$root/proc"
 mount --bind /dev "$root/dev"
+mount --bind /dev/pts "$root/dev/pts"
 
 # Each block of commands follows a line that names its page.
 for page in README.md docs/tutorial.md docs/hosts.md; do
@@ -29,9 +31,15 @@ for page in README.md docs/tutorial.md docs/hosts.md; do
     within && $0 !~ /scripts\/check\.sh/ { print }' "$page"
 done >"$root/dipx/first_steps"
 blocks=$(grep -c '^echo "=== ' "$root/dipx/first_steps")
+# npm uses the registry that this machine uses, and trusts whom it trusts, as behind the proxy of a company.
 registry=
 ! command -v npm >/dev/null || registry=NPM_CONFIG_REGISTRY=$(npm config get registry)
+trusted=
+if [ -r /etc/ssl/certs/ca-certificates.crt ]; then
+  cp /etc/ssl/certs/ca-certificates.crt "$root/trusted.crt"
+  trusted=NODE_EXTRA_CA_CERTS=/trusted.crt
+fi
 # shellcheck disable=SC2086  # one word or none
-chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 $registry \
+chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 $registry $trusted \
   sh -c 'cd /dipx && sh -eu first_steps'
 echo "first_steps.sh: $blocks blocks of commands run"
