@@ -9,7 +9,7 @@ case ${1:-} in
   *) record= ;;
 esac
 cd "$(dirname "$0")/.."
-echo "The finding follows in about four minutes on two processors: one for missing packages, three for the build."
+echo "The finding follows in about three minutes on two processors: one for missing packages, two for the build."
 scripts/setup.sh --least
 configured=$(cmake --preset try) || {
   echo "$configured"
