@@ -14,6 +14,7 @@
 #include "outputs/figures_text.h"
 #include "outputs/record_json.h"
 #include "readers/clock_time.h"
+#include "readers/text.h"
 #include "readers/voltages/bay_currents.h"
 #include "readers/voltages/parts.h"
 #include "readers/voltages/set_search.h"
@@ -130,7 +131,8 @@ class Summary {
       if (record_.trigger) fmt::format_to(out(), ", trigger {:.4f} s later", *record_.trigger);
       text_ += '\n';
     }
-    fmt::format_to(out(), "  {} samples of {} channels, line frequency {}\n", record_.length(), record_.channels.size(),
+    fmt::format_to(out(), "  {} of {}, line frequency {}\n", readers::plural(record_.length(), "sample"),
+                   readers::plural(record_.channels.size(), "channel"),
                    record_.line_frequency > 0 ? fmt::format("{:g} Hz", record_.line_frequency) : "not stated");
   }
 

@@ -25,6 +25,11 @@ class Info : public testing::Test {
   tests::WorkingFolder folder;
 };
 
+TEST_F(Info, CountsASingleChannelAsOne) {
+  std::ofstream("one.csv") << "time,u\n0,1\n0.001,2\n0.002,3\n";
+  EXPECT_NE(of("one.csv").find("\n  3 samples of 1 channel, line"), std::string::npos) << of("one.csv");
+}
+
 TEST_F(Info, ListsPartsSetsAndChannels) {
   std::ofstream("r.cfg") << "Station,Recorder,1999\n7,7A,0D\n"
                             "1,Ua,A,,V,1,0,0,-9,9,1,1,P\n2,Ub,B,,V,1,0,0,-9,9,1,1,P\n3,Uc,C,,V,1,0,0,-9,9,1,1,P\n"
