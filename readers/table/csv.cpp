@@ -388,7 +388,7 @@ class TableReader {
     if (times.values.size() < 2) {
       if (!needed) return std::nullopt;
       throw ReadError(file_, line_place(row_lines_.front()), "the sampling rate cannot be derived from a single row",
-                      "choose a table with more rows");
+                      "give it with --rate (samples per second)");
     }
     const auto jump = first_jump(times);
     const bool uneven = jump && follow_the_line(times);

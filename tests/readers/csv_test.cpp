@@ -432,7 +432,8 @@ TEST(CsvReader, RefusesATimeInOtherUnits) {
 
 TEST(CsvReader, RefusesASingleTime) {
   EXPECT_EQ(refusal("t,Ua\n0,1\n"),
-            "t.csv: line 2: the sampling rate cannot be derived from a single row; choose a table with more rows");
+            "t.csv: line 2: the sampling rate cannot be derived from a single row; give it with --rate "
+            "(samples per second)");
 }
 
 // --- refusals --------------------------------------------------------------------------------------------------------
