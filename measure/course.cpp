@@ -38,6 +38,8 @@ constexpr std::size_t fewest_parts = 4;
 constexpr double fragment_cycles = 3;
 constexpr double longest_switching_cycles = 0.5;
 constexpr double least_switching_share = 0.35;
+/// The search for changes is repeated with scrutiny up to this.
+constexpr double closest_scrutiny = 16;
 
 class CourseFinder {
  public:
@@ -49,9 +51,27 @@ class CourseFinder {
         phases_(wave_.phases),
         excerpt_(wave_.excerpt) {}
 
+  /// If no segment can be found at first, or the waveform contradicts one, the search is repeated with closer scrutiny,
+  /// and the course with the least contradictions is returned.
   Course course() {
     earliest_start_s_ = earliest_start_s();
-    if (find_runs()) {
+    find_course(1);
+    FoundCourse best = found_;
+    double least = contradicted_cycles();
+    for (double scrutiny = 2; scrutiny <= closest_scrutiny && least > 0; scrutiny *= 2) {
+      find_course(scrutiny);
+      const double contradicted = contradicted_cycles();
+      if (contradicted >= least) continue;
+      best = found_;
+      least = contradicted;
+    }
+    return figures_of(wave_, best);
+  }
+
+ private:
+  void find_course(double scrutiny) {
+    found_ = {};
+    if (find_runs(scrutiny)) {
       find_level_before();
       set_dead_phases_aside();
       collect_items();
@@ -62,17 +82,32 @@ class CourseFinder {
       follow_slowly();
     }
     keep_within_dip();
-    return figures_of(wave_, found_);
   }
 
- private:
+  /// Returns the length of the gradual segments whose voltage does not change, or of a dip without segments. A dip of
+  /// about a cycle has none if no fundamental fits into it. Steady segments are not judged, because noise and decaying
+  /// offsets can make any of them differ from its windows.
+  [[nodiscard]] double contradicted_cycles() const {
+    constexpr double shortest_with_segments = 2.5;
+    if (found_.items.empty()) {
+      const double length =
+          cycles(std::min(wave_.dip_end_s, excerpt_.end_s()) - std::max(wave_.dip_start_s, excerpt_.begin_s()));
+      return length < shortest_with_segments ? 0 : length;
+    }
+    double sum = 0;
+    for (const Item& item : found_.items) {
+      const bool holds = !item.gradual || changes(excerpt_, item.start_s, item.end_s, found_.before);
+      if (!holds) sum += cycles(item.end_s - item.start_s);
+    }
+    return sum;
+  }
+
   /// Finds the runs and chooses those of the dip. If the voltage before the dip is already low, arcs or ringing have
   /// hidden the dip's first change, and the search is repeated with closer scrutiny.
-  bool find_runs() {
-    constexpr double closest_scrutiny = 16;
+  bool find_runs(double scrutiny) {
     Excerpt quiet = excerpt_;
     remove_harmonics(quiet, supply_.track, earliest_start_s_ - 0.1 * excerpt_.cycle());
-    for (double scrutiny = 1;; scrutiny *= 2) {
+    for (;; scrutiny *= 2) {
       runs_ = runs_of(excerpt_, partition(quiet, scrutiny));
       if (!choose_runs()) return false;
       if (!hides_first_change() || scrutiny >= closest_scrutiny) return true;
@@ -527,6 +562,7 @@ class CourseFinder {
     for (const Item& item : joined) add_borne_out(item);
     // A segment may have been found to be shorter.
     fill_gaps();
+    drop_tail();
     if (!dip_.end_s && !found_.items.empty() && found_.items.back().end_s >= excerpt_.end_s() - 2 / excerpt_.rate()) {
       found_.items.back().goes_on = true;
     }
@@ -568,14 +604,15 @@ class CourseFinder {
     }
   }
 
-  /// Removes a short last segment in which no phase is low any more, because it is the tail of the return.
+  /// Removes a short last segment in which no phase is clearly low any more, because it is the tail of the return.
   void drop_tail() {
     constexpr double short_tail_cycles = 3;
+    constexpr double clearly = 0.01;
     if (!dip_.end_s || found_.items.empty() || (found_.items.size() == 1 && !has_before())) return;
     const Item& last = found_.items.back();
     if (cycles(last.end_s - last.start_s) >= short_tail_cycles) return;
     for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (std::abs(last.phasors[phase]) < threshold * std::abs(found_.before[phase])) return;
+      if (std::abs(last.phasors[phase]) < (threshold - clearly) * std::abs(found_.before[phase])) return;
     }
     if (found_.items.size() == 1) return;
     found_.end_s = last.start_s;

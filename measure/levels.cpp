@@ -24,14 +24,46 @@ constexpr double dead = 0.01;
 /// With fewer steady cycles, a voltage may be a transient on a dead line.
 constexpr std::size_t fewest_live = 5;
 
-/// Returns the median of a phase's magnitudes over the record's first cycles, in volts RMS.
-double first_level(const CycleTrack& track, std::size_t phase) {
+/// Returns a phase's magnitudes in the record's first cycles, in volts RMS.
+std::vector<double> first_magnitudes(const CycleTrack& track, std::size_t phase) {
   std::vector<double> levels;
   for (std::size_t k = 0; k < std::min(first_cycles, track.cycles()); k++) {
     const double level = std::abs(track.phasors(k)[phase]);
     if (std::isfinite(level)) levels.push_back(level / std::numbers::sqrt2);
   }
-  return levels.empty() ? 0 : median(std::move(levels));
+  return levels;
+}
+
+/// Returns whether an event begins in the second cycle: some phase leaves its level there, and leaves it further in the
+/// third cycle. In a record that begins with a transient, the second cycle is as high as the third one.
+bool begins_in_second_cycle(const CycleTrack& track, std::size_t phases) {
+  constexpr double changed = 0.05;
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    const std::vector<double> levels = first_magnitudes(track, phase);
+    if (levels.size() < 3) continue;
+    const double least = changed * levels[0];
+    const double one = levels[1] - levels[0];
+    const double other = levels[2] - levels[1];
+    if (std::abs(one + other) > 2 * least && std::abs(other) > least && one * other > 0) return true;
+  }
+  return false;
+}
+
+/// The level of each phase at the record's beginning, in volts RMS, and the number of cycles in which it was measured.
+struct FirstLevels {
+  PerPhase volts{};
+  std::size_t cycles = 0;
+};
+
+FirstLevels first_levels(const CycleTrack& track, std::size_t phases) {
+  const std::size_t cycles = begins_in_second_cycle(track, phases) ? 1 : std::min(first_cycles, track.cycles());
+  FirstLevels first{{}, cycles};
+  for (std::size_t phase = 0; phase < phases; phase++) {
+    std::vector<double> levels = first_magnitudes(track, phase);
+    if (levels.empty()) continue;
+    first.volts[phase] = cycles == 1 ? levels[0] : median(std::move(levels));
+  }
+  return first;
 }
 
 /// Returns the steady stretch to which the voltages settle, as those of a recorder do whose filters start with the
@@ -77,11 +109,14 @@ UsualLevels usual_levels(const CycleTrack& track, std::size_t phases) {
     usual.from_s = track.time_of(stretch.begin) - 0.5 / track.frequency();
     usual.to_s = track.time_of(stretch.end - 1) + 0.5 / track.frequency();
   };
-  PerPhase first{};
-  for (std::size_t phase = 0; phase < phases; phase++) first[phase] = first_level(track, phase);
+  const FirstLevels first = first_levels(track, phases);
+  const auto take_first = [&] {
+    usual.fundamental_v = first.volts;
+    usual.from_s = 0;
+    usual.to_s = static_cast<double>(first.cycles) / track.frequency();
+  };
   if (track.steady().empty()) {
-    usual.fundamental_v = first;
-    usual.to_s = static_cast<double>(std::min(first_cycles, track.cycles())) / track.frequency();
+    take_first();
     return usual;
   }
 
@@ -118,22 +153,17 @@ UsualLevels usual_levels(const CycleTrack& track, std::size_t phases) {
       other_cycles += stretch.length();
     }
   }
-  if (higher_cycles > other_cycles && lowest_share(first, higher->level) < much_lower) {
+  if (higher_cycles > other_cycles && lowest_share(first.volts, higher->level) < much_lower) {
     take(*higher);
     usual.begins_low = true;
     return usual;
   }
-  if (const auto* settled = settled_stretch(track, first, phases)) {
+  if (const auto* settled = settled_stretch(track, first.volts, phases)) {
     take(*settled);
     return usual;
   }
-  for (std::size_t phase = 0; phase < phases; phase++) {
-    const bool has_sunk = steady.begin > 0 && usual.fundamental_v[phase] < sunk * first[phase];
-    if (!has_sunk) continue;
-    usual.fundamental_v[phase] = first[phase];
-    usual.from_s = 0;
-    usual.to_s = static_cast<double>(std::min(first_cycles, track.cycles())) / track.frequency();
-  }
+  // An event that lowers one phase may raise others.
+  if (steady.begin > 0 && lowest_share(steady.level, first.volts) < sunk) take_first();
   return usual;
 }
 

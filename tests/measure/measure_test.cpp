@@ -59,6 +59,22 @@ TEST(Measure, LeavesAPhaseWithoutVoltageAside) {
   EXPECT_GT(dip.course->explained_share.value(), 0.9);
 }
 
+TEST(Measure, FindsTheSegmentOfAShortDipInStrongNoise) {
+  const Phasors low = {tests::phasor(172.5, 0), tests::phasor(230, -120), tests::phasor(230, 120)};
+  for (int shift = 0; shift < 16; shift++) {
+    const double from_s = 0.08 + shift * 0.00125;
+    auto made = staged({{0, balanced(230)}, {from_s, low}, {from_s + 0.06, balanced(230)}}, 0.4, {800, 50});
+    made.add_noise(28);  // its standard deviation is 5 % of the peak
+    const Findings findings = measure(made.waveform(), {});
+    ASSERT_EQ(findings.events.size(), 1U) << "from " << from_s << " s";
+    const Course& course = *findings.events[0].course;
+    ASSERT_TRUE(course.start_s);
+    EXPECT_NEAR(course.start_s->value, from_s, 0.01);
+    ASSERT_EQ(course.segments.size(), 1U) << "from " << from_s << " s";
+    EXPECT_NEAR(course.segments[0].phases[0].voltage_v.value, 172.5, 10);
+  }
+}
+
 TEST(Measure, JudgesAPhaseWithoutVoltageByTheDeclaredOne) {
   Phasors voltages = balanced(230);
   voltages[2] = 0;
