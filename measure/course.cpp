@@ -38,8 +38,6 @@ constexpr std::size_t fewest_parts = 4;
 constexpr double fragment_cycles = 3;
 constexpr double longest_switching_cycles = 0.5;
 constexpr double least_switching_share = 0.35;
-/// The search for changes is repeated with scrutiny up to this.
-constexpr double closest_scrutiny = 16;
 
 class CourseFinder {
  public:
@@ -54,6 +52,7 @@ class CourseFinder {
   /// If no segment can be found at first, or the waveform contradicts one, the search is repeated with closer scrutiny,
   /// and the course with the least contradictions is returned.
   Course course() {
+    constexpr double closest_scrutiny = 4;
     earliest_start_s_ = earliest_start_s();
     find_course(1);
     FoundCourse best = found_;
@@ -105,6 +104,7 @@ class CourseFinder {
   /// Finds the runs and chooses those of the dip. If the voltage before the dip is already low, arcs or ringing have
   /// hidden the dip's first change, and the search is repeated with closer scrutiny.
   bool find_runs(double scrutiny) {
+    constexpr double closest_scrutiny = 16;
     Excerpt quiet = excerpt_;
     remove_harmonics(quiet, supply_.track, earliest_start_s_ - 0.1 * excerpt_.cycle());
     for (;; scrutiny *= 2) {
