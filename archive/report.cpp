@@ -14,12 +14,18 @@
 #include "assess/classes.h"
 #include "assess/known_curves.h"
 #include "assess/verdict.h"
+#include "readers/text.h"
 
 namespace archive {
 
 namespace {
 
 constexpr const char* outside = "outside";
+
+/// Returns the text of a value as it can be shown: databases come from elsewhere, as records do.
+std::string shown(const Value& value) {
+  return readers::inert(text_of(value));
+}
 
 std::string day_of(const std::string& clock) {
   return clock.substr(0, 10);
@@ -32,9 +38,9 @@ void choose_parameters(Store& store, const ReportOptions& options, Report& repor
               [&](const Row& row) {
                 sets++;
                 if (!options.parameters.empty() && text_of(row[0]) != options.parameters) return;
-                report.parameters = text_of(row[0]);
-                report.version = text_of(row[1]);
-                report.options = text_of(row[2]);
+                report.parameters = shown(row[0]);
+                report.version = shown(row[1]);
+                report.options = shown(row[2]);
               });
   if (report.parameters.empty() && !options.parameters.empty()) {
     throw StoreError(store.name(), "has no results for the parameters " + options.parameters,
@@ -51,12 +57,12 @@ std::vector<ReportedEvent> events_of(Store& store, const Report& report) {
       "ORDER BY sha256, part, set_number, number",
       {report.parameters, report.version}, [&](const Row& row) {
         ReportedEvent event;
-        event.sha256 = text_of(row[0]);
-        event.file = text_of(row[1]);
-        event.site = text_of(row[2]);
-        event.kind = text_of(row[3]);
-        event.clock = text_of(row[4]);
-        event.type = text_of(row[5]);
+        event.sha256 = shown(row[0]);
+        event.file = shown(row[1]);
+        event.site = shown(row[2]);
+        event.kind = shown(row[3]);
+        event.clock = shown(row[4]);
+        event.type = shown(row[5]);
         event.terms.percent = number_of(row[6]).value_or(100);
         event.terms.depth_percent = 100 - event.terms.percent;
         event.terms.seconds = number_of(row[7]);
@@ -85,7 +91,7 @@ std::vector<ClockOffset> compared_clocks(Store& store, const Report& report) {
         const auto last = number_of(row[4]);
         const bool ends = whole_of(row[5]) == whole_of(row[6]);
         if (!clock || !start || !first || !last || !ends) return;
-        const std::string site = text_of(row[0]);
+        const std::string site = shown(row[0]);
         if (sites.empty() || sites.back() != site) sites.push_back(site);
         dips.push_back({sites.size() - 1, *clock - *start + *first, *clock - *start + *last});
       });
@@ -229,7 +235,7 @@ void count_records(Store& store, const ReportOptions& options, Report& report,
   store.query("SELECT site, count(*) FROM records WHERE parameters = $1 AND version = $2 AND outcome = 'analysed'" +
                   period + " GROUP BY site",
               values, [&](const Row& row) {
-                SiteReport& site = sites[text_of(row[0])];
+                SiteReport& site = sites[shown(row[0])];
                 site.records = static_cast<std::size_t>(whole_of(row[1]));
                 report.all.records += site.records;
               });
@@ -238,12 +244,12 @@ void count_records(Store& store, const ReportOptions& options, Report& report,
       "SELECT reason, count(*) FROM refusals WHERE (parameters = $1 AND version = $2) OR parameters IS NULL "
       "GROUP BY reason",
       {report.parameters, report.version},
-      [&](const Row& row) { report.refused[text_of(row[0])] = static_cast<std::size_t>(whole_of(row[1])); });
+      [&](const Row& row) { report.refused[shown(row[0])] = static_cast<std::size_t>(whole_of(row[1])); });
   store.query(
       "SELECT file, reason, message FROM refusals WHERE (parameters = $1 AND version = $2) OR parameters IS NULL "
       "ORDER BY reason, file, part, set_number LIMIT 1000",
       {report.parameters, report.version}, [&](const Row& row) {
-        report.refusals.push_back({text_of(row[0]), text_of(row[1]), text_of(row[2])});
+        report.refusals.push_back({shown(row[0]), shown(row[1]), shown(row[2])});
       });
 }
 
