@@ -16,6 +16,8 @@
 #include "measure/harmonics.h"
 #include "measure/moving_phasors.h"
 #include "measure/partition.h"
+#include "measure/phasor_distance.h"
+#include "measure/refined_items.h"
 #include "measure/runs.h"
 #include "measure/short_dip.h"
 #include "measure/slow_course.h"
@@ -27,15 +29,12 @@ namespace {
 
 /// The level before a dip is measured over this many cycles of the steady voltage before it.
 constexpr double level_cycles = 25;
-/// A gradual run that changes by less than this counts as steady.
-constexpr double steady_change = 0.035;
 /// Steady runs of fewer cycles between gradual runs become part of these.
 constexpr double short_cycles = 5;
-/// A voltage swings if it falls into this many parts, each of which changes gradually or lasts fewer cycles than this,
-/// and if at least half of the changes between them are no switching. Such a change takes more cycles than a switching,
-/// or is small beside what the voltage changes before and after it.
+/// A voltage swings if it falls into this many parts, each of which changes gradually or is a fragment, and if at least
+/// half of the changes between them are no switching. Such a change takes more cycles than a switching, or is small
+/// beside what the voltage changes before and after it.
 constexpr std::size_t fewest_parts = 4;
-constexpr double fragment_cycles = 3;
 constexpr double longest_switching_cycles = 0.5;
 constexpr double least_switching_share = 0.35;
 
@@ -74,7 +73,7 @@ class CourseFinder {
       find_level_before();
       set_dead_phases_aside();
       collect_items();
-      refine_items();
+      refine_items(wave_, dip_, {has_before(), runs_[0].end_plus_minus}, found_);
       if (has_before()) found_.start = Figure{found_.start_s, start_plus_minus()};
       if (found_.end_s) found_.end = Figure{*found_.end_s, end_plus_minus()};
     } else if (!take_short_dip()) {
@@ -435,8 +434,9 @@ class CourseFinder {
     if (one.stretches.empty() || next.stretches.empty()) return false;
     const auto first = [](const Run& run) { return run.stretches.front().fit.phasors(run.begin_s); };
     const auto last = [](const Run& run) { return run.stretches.back().fit.phasors(run.end_s); };
-    const double beside = std::min(distance(first(one), last(one)), distance(first(next), last(next)));
-    return distance(last(one), first(next)) < least_switching_share * beside;
+    const double beside =
+        std::min(distance(first(one), last(one), phases_), distance(first(next), last(next), phases_));
+    return distance(last(one), first(next), phases_) < least_switching_share * beside;
   }
 
   /// Returns the run after those that begin with run `k` and are parts of a swinging voltage, such as that of an open
@@ -480,7 +480,7 @@ class CourseFinder {
       const bool restless = k + 1 < to && k > first_ && runs_[k - 1].gradual && !run.begins_abruptly &&
                             run.length_s() < short_cycles * excerpt_.cycle();
       if (!restless) {
-        add_steady(run);
+        add_steady(run, run.end_s);
         return k + 1;
       }
     }
@@ -502,177 +502,22 @@ class CourseFinder {
     const double end = runs_[last].end_s;
     const GradualCourse course(excerpt_, run.begin_s, end, run.begins_abruptly);
     if (course.spread() < steady_change / 2) {
-      Run steady = run;
-      steady.end_s = end;
-      add_steady(steady);
+      add_steady(run, end);
     } else {
       add_gradual(course, run.begin_s, end);
     }
     return last + 1;
   }
 
-  void add_steady(const Run& run) {
-    Item item;
-    item.start_s = run.begin_s;
-    item.end_s = run.end_s;
-    const PhasorFit fit = steady_fit(excerpt_, run.begin_s, run.end_s, run.begins_abruptly);
-    item.phasors = fit.phasors(run.begin_s);
-    item.error = fit.standard_error(run.begin_s);
-    item.fit = fit;
-    found_.items.push_back(item);
+  void add_steady(const Run& run, double end_s) {
+    found_.items.push_back(steady_item(excerpt_, run.begin_s, end_s, run.begins_abruptly));
   }
 
   void add_gradual(const GradualCourse& course, double start_s, double end_s) {
-    Item item;
-    item.start_s = start_s;
-    item.end_s = end_s;
-    item.gradual = true;
-    item.phasors = course.lowest();
-    item.error = course.standard_error();
-    found_.items.push_back(item);
-  }
-
-  [[nodiscard]] double distance(const Phasors& one, const Phasors& other) const {
-    double farthest = 0;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (std::abs(one[phase]) < next_to_nothing && std::abs(other[phase]) < next_to_nothing) continue;
-      farthest = std::max(farthest, std::abs(one[phase] - other[phase]));
-    }
-    return farthest;
-  }
-
-  /// Joins items that are one segment, and examines steady segments that do not agree with the waveform.
-  void refine_items() {
-    join_dead(excerpt_, found_.before, found_.dead, found_.items);
-    drop_before();
-    drop_fragile(excerpt_, found_.items);
-    fill_gaps();
-    drop_tail();
-    std::vector<Item> joined;
-    for (const Item& item : found_.items) {
-      const bool same = !joined.empty() && !joined.back().gradual && !item.gradual &&
-                        distance(joined.back().phasors, item.phasors) < same_voltage;
-      if (same) {
-        joined.back().end_s = item.end_s;
-      } else {
-        joined.push_back(item);
-      }
-    }
-    found_.items.clear();
-    for (const Item& item : joined) add_borne_out(item);
-    // A segment may have been found to be shorter.
-    fill_gaps();
-    drop_tail();
-    if (!dip_.end_s && !found_.items.empty() && found_.items.back().end_s >= excerpt_.end_s() - 2 / excerpt_.rate()) {
-      found_.items.back().goes_on = true;
-    }
+    found_.items.push_back(gradual_item(course, start_s, end_s));
   }
 
   [[nodiscard]] double cycles(double seconds) const { return seconds / excerpt_.cycle(); }
-
-  /// Drops the first segment if it is the voltage before the dip. This happens if the record begins less than a window
-  /// before the dip.
-  void drop_before() {
-    if (dip_.start_known || found_.items.size() < 2) return;
-    const Item& first = found_.items.front();
-    if (first.gradual || cycles(first.end_s - first.start_s) > 1.5) return;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (!found_.dead[phase] && std::abs(first.phasors[phase]) < threshold * std::abs(found_.before[phase])) return;
-    }
-    const double start = first.end_s;
-    found_.items.erase(found_.items.begin());
-    found_.start_s = start;
-    found_.start = Figure{start, std::max(wave_.sharpest(), runs_[0].end_plus_minus)};
-  }
-
-  /// Turns a long time between two segments in which no voltage is steady into a gradual segment.
-  void fill_gaps() {
-    constexpr double longest_change_cycles = 2.5;
-    const std::vector<Item> found = std::move(found_.items);
-    found_.items.clear();
-    for (const Item& item : found) {
-      const double from = found_.items.empty() ? item.start_s : found_.items.back().end_s;
-      if (cycles(item.start_s - from) > longest_change_cycles) {
-        add_gradual(GradualCourse(excerpt_, from, item.start_s, true), from, item.start_s);
-      }
-      found_.items.push_back(item);
-    }
-    if (found.empty() || found_.gradual_end || !found_.end_s) return;
-    const double from = found_.items.back().end_s;
-    if (cycles(*found_.end_s - from) > longest_change_cycles) {
-      add_gradual(GradualCourse(excerpt_, from, *found_.end_s, true), from, *found_.end_s);
-    }
-  }
-
-  /// Removes a short last segment in which no phase is clearly low any more, because it is the tail of the return.
-  void drop_tail() {
-    constexpr double short_tail_cycles = 3;
-    constexpr double clearly = 0.01;
-    if (!dip_.end_s || found_.items.empty() || (found_.items.size() == 1 && !has_before())) return;
-    const Item& last = found_.items.back();
-    if (cycles(last.end_s - last.start_s) >= short_tail_cycles) return;
-    for (std::size_t phase = 0; phase < phases_; phase++) {
-      if (std::abs(last.phasors[phase]) < (threshold - clearly) * std::abs(found_.before[phase])) return;
-    }
-    if (found_.items.size() == 1) return;
-    found_.end_s = last.start_s;
-    found_.gradual_end = false;
-    found_.items.pop_back();
-  }
-
-  /// If the one-cycle windows of a steady segment differ from it, the segment is in fact gradual, or shorter than it
-  /// was found to be. A gradual segment that ends at its first voltage is divided into two.
-  void add_borne_out(Item item) {
-    const double length = (item.end_s - item.start_s) / excerpt_.cycle();
-    if (item.is_whole) {
-      found_.items.push_back(item);
-      return;
-    }
-    if (item.gradual) {
-      const GradualCourse course(excerpt_, item.start_s, item.end_s, false);
-      if (!changes(excerpt_, item.start_s, item.end_s, found_.before) && course.spread() < steady_change) {
-        Run run;
-        run.begin_s = item.start_s;
-        run.end_s = item.end_s;
-        run.begins_abruptly = true;
-        add_steady(run);
-        return;
-      }
-      if (length > 4 && course.change() < same_voltage && course.spread() > steady_change / 2) {
-        const double turn = std::clamp(course.turning_point(), item.start_s + 1.5 * excerpt_.cycle(),
-                                       item.end_s - 1.5 * excerpt_.cycle());
-        add_gradual(GradualCourse(excerpt_, item.start_s, turn, false), item.start_s, turn);
-        add_gradual(GradualCourse(excerpt_, turn, item.end_s, false), turn, item.end_s);
-      } else {
-        found_.items.push_back(item);
-      }
-      return;
-    }
-    Segment segment;
-    segment.start_s = item.start_s;
-    segment.end_s = item.end_s;
-    segment.phasors = item.phasors;
-    if (is_borne_out(excerpt_, segment, item.fit, found_.before)) {
-      found_.items.push_back(item);
-      return;
-    }
-    if (length > 3) {
-      const GradualCourse course(excerpt_, item.start_s, item.end_s, true);
-      if (course.change() > same_voltage) {
-        add_gradual(course, item.start_s, item.end_s);
-        return;
-      }
-    }
-    const double from = item.start_s;
-    const double to = item.end_s;
-    if (!is_dead(item, found_.before, found_.dead, phases_)) take_steadiest(excerpt_, item);
-    if (length > 2 * fragment_cycles && cycles(item.end_s - item.start_s) < fragment_cycles) {
-      // The voltage swings, and the steadiest part of it is no level of its own.
-      add_gradual(GradualCourse(excerpt_, from, to, true), from, to);
-      return;
-    }
-    found_.items.push_back(item);
-  }
 
   // --- how well the ends are known
 

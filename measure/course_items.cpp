@@ -5,8 +5,29 @@
 #include <utility>
 
 #include "measure/moving_phasors.h"
+#include "measure/steady_fit.h"
 
 namespace measure {
+
+Item steady_item(const Excerpt& excerpt, double start_s, double end_s, bool after_change) {
+  Item item;
+  item.start_s = start_s;
+  item.end_s = end_s;
+  item.fit = steady_fit(excerpt, start_s, end_s, after_change);
+  item.phasors = item.fit.phasors(start_s);
+  item.error = item.fit.standard_error(start_s);
+  return item;
+}
+
+Item gradual_item(const GradualCourse& course, double start_s, double end_s) {
+  Item item;
+  item.start_s = start_s;
+  item.end_s = end_s;
+  item.gradual = true;
+  item.phasors = course.lowest();
+  item.error = course.standard_error();
+  return item;
+}
 
 bool is_dead(const Item& item, const Phasors& before, const PhaseFlags& dead, std::size_t phases) {
   for (std::size_t phase = 0; phase < phases; phase++) {

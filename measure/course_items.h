@@ -6,12 +6,11 @@
 
 #include "measure/excerpt.h"
 #include "measure/findings.h"
+#include "measure/gradual_course.h"
+#include "measure/phasor_distance.h"
 #include "measure/phasor_fit.h"
 
 namespace measure {
-
-/// Below this share of its level before, a phase has almost no voltage: it has no angle, and nothing is divided by it.
-inline constexpr double next_to_nothing = 0.05;
 
 /// A phase is low below this share of its own level before.
 inline constexpr double threshold = 0.9;
@@ -19,6 +18,12 @@ inline constexpr double threshold = 0.9;
 /// Neighbouring segments whose phasors differ by less than this are one segment. All voltages within a course are in
 /// usual peaks.
 inline constexpr double same_voltage = 0.025;
+
+/// A gradual run that changes by less than this counts as steady.
+inline constexpr double steady_change = 0.035;
+
+/// A steady time of fewer cycles than this may be a fragment of a voltage that swings.
+inline constexpr double fragment_cycles = 3;
 
 /// A segment with the data that its figures need.
 struct Item {
@@ -31,6 +36,12 @@ struct Item {
   PerPhase error{};  ///< standard error of each component of a phasor
   PhasorFit fit;     ///< of a steady one
 };
+
+/// Fits a steady segment. `after_change`: it begins with a sudden change, after which offsets may decay.
+Item steady_item(const Excerpt& excerpt, double start_s, double end_s, bool after_change);
+
+/// Returns a gradual segment with the lowest voltages of a course.
+Item gradual_item(const GradualCourse& course, double start_s, double end_s);
 
 /// Returns whether no phase has a voltage. Phases that had none `before` are marked as `dead` and do not count.
 bool is_dead(const Item& item, const Phasors& before, const PhaseFlags& dead, std::size_t phases);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "measure/instants.h"
+#include "measure/phasor_distance.h"
 #include "measure/ramp.h"
 
 namespace measure {
@@ -19,8 +20,6 @@ constexpr double shortest_outer_stretch_cycles = 0.6;
 /// Two phasors agree if they differ by less than this, so no abrupt change lies between them. In usual peaks; the limit
 /// is larger next to short stretches.
 constexpr double meeting_distance = 0.025;
-/// Below this a phase has almost no voltage, and the movement of its phasor means nothing.
-constexpr double next_to_nothing = 0.05;
 /// Next to a stretch of fewer cycles, an apparent sudden change may be a decaying offset.
 constexpr double doubtful_cycles = 3.2;
 
@@ -109,12 +108,7 @@ class RunFinder {
   }
 
   [[nodiscard]] double distance(const Phasors& one, const Phasors& other) const {
-    double farthest = 0;
-    for (std::size_t phase = 0; phase < excerpt_.phases(); phase++) {
-      if (std::abs(one[phase]) < next_to_nothing && std::abs(other[phase]) < next_to_nothing) continue;
-      farthest = std::max(farthest, std::abs(one[phase] - other[phase]));
-    }
-    return farthest;
+    return measure::distance(one, other, excerpt_.phases());
   }
 
   void tell_changes() {
