@@ -11,7 +11,9 @@
 #include "analysis/choice/part_volts.h"
 #include "analysis/choice/start_up.h"
 #include "analysis/choice/voltages_between_phases.h"
+#include "analysis/quantity_text.h"
 #include "analysis/refusal.h"
+#include "readers/voltages/live_sets.h"
 
 namespace analysis {
 
@@ -33,6 +35,18 @@ void check_rate(const readers::Record& record, double rate, double line_frequenc
                               rate, samples, line_frequency),
                   fmt::format("use a record with at least {:g}", readers::fewest_samples_per_cycle));
   }
+}
+
+/// Throws Refusal if a part of a record holds only the noise of a dead line. A record of one part was examined when its
+/// sets were found.
+void check_noise(const readers::Record& record, const readers::VoltageSet& set, const AnalysedVoltages& voltages,
+                 const PartVolts& volts) {
+  if (voltages.parts < 2 || volts.unit_assumed[0]) return;
+  const auto noise = readers::noise_in(record, set, voltages.part, volts.per_unit);
+  if (!noise) return;
+  throw Refusal(record.file,
+                fmt::format("its voltages are noise of {} in part {}", volts_text(*noise), voltages.part_number),
+                "choose another part with --part; dipx info lists them");
 }
 
 /// Throws Refusal for what RMS values do not give.
@@ -118,6 +132,7 @@ PickedVoltages pick_voltages(const readers::Record& record, const VoltageSource&
 
   const PartVolts volts = noted(volts_of(record, set, voltages.part));
   voltages.unit_assumed = volts.unit_assumed;
+  if (!set.rms) check_noise(record, set, voltages, volts);
   note(notes_on_missing(record, set, voltages.part));
   picked.measured.waveform = waveform_of(record, set, voltages.part, volts, voltages.line_frequency);
   if (!record.stretch) note(leave_out_start_up(picked));

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <optional>
+#include <span>
 #include <utility>
 
 #include "readers/fourier.h"
@@ -13,12 +13,15 @@ namespace readers {
 
 namespace {
 
+constexpr double least_volts = 0.02;  // even sensors of low power give a hundred times as much
+constexpr double doubtful_volts = 1;  // as much may be noise, unless it shows the line frequency
+
 /// Returns the root mean square of the existing values, in volts, or in the channel's unit if that is not a unit of
 /// voltage.
-double rms_volts(const Channel& channel, double volts_per_unit) {
+double rms_volts(std::span<const double> samples, double volts_per_unit) {
   double sum = 0;
   std::size_t count = 0;
-  for (const double value : channel.samples) {
+  for (const double value : samples) {
     if (!std::isfinite(value)) continue;
     sum += value * value;
     count++;
@@ -134,6 +137,12 @@ bool shows_line_frequency(const Record& record, const std::vector<Part>& parts, 
   return !measured;  // a set that cannot be measured is not rejected
 }
 
+/// Returns whether voltages of which the largest has so many volts RMS are more than noise.
+bool is_plausible(const Record& record, const std::vector<Part>& parts, const VoltageSet& set, double volts) {
+  if (volts >= doubtful_volts) return true;
+  return (volts >= least_volts && shows_line_frequency(record, parts, set)) || is_pure(record, parts, set);
+}
+
 /// Returns whether a set that does not alternate has values as instruments record RMS: none is negative, and there are
 /// up to four in a cycle but no averages over a longer time.
 bool holds_rms(const Record& record, const std::vector<Part>& parts, const VoltageSet& set) {
@@ -161,7 +170,6 @@ void prefer(std::vector<VoltageSet>& sets, Test passes) {
 
 void mark_live(const Record& record, const NamedChannels& channels, std::vector<VoltageSet>& sets) {
   constexpr double noise = 0.01;
-  constexpr double least_volts = 0.02;  // even sensors of low power give a hundred times as much
   if (sets.empty()) return;
   const std::vector<Part> parts = parts_of(record);
   std::vector<std::pair<double, double>> smallest_and_largest;
@@ -170,11 +178,11 @@ void mark_live(const Record& record, const NamedChannels& channels, std::vector<
   for (const VoltageSet& set : sets) {
     const auto rms = [&](std::size_t phase) {
       const Channel& channel = record.channels[set.channels[phase]];
-      return is_flat(channel) ? 0 : rms_volts(channel, channels[set.channels[phase]].volts.value_or(1));
+      return is_flat(channel) ? 0 : rms_volts(channel.samples, channels[set.channels[phase]].volts.value_or(1));
     };
     const auto rms_even_if_flat = [&](std::size_t phase) {
       const std::size_t channel = set.channels[phase];
-      return rms_volts(record.channels[channel], channels[channel].volts.value_or(1));
+      return rms_volts(record.channels[channel].samples, channels[channel].volts.value_or(1));
     };
     smallest_and_largest.push_back(std::minmax({rms(0), rms(1), rms(2)}));
     smallest_with_flat.push_back(std::min({rms_even_if_flat(0), rms_even_if_flat(1), rms_even_if_flat(2)}));
@@ -183,7 +191,7 @@ void mark_live(const Record& record, const NamedChannels& channels, std::vector<
   for (std::size_t i = 0; i < sets.size(); i++) {
     const auto [low, high] = smallest_and_largest[i];
     const bool in_volts = channels[sets[i].channels[0]].has_unit && channels[sets[i].channels[0]].volts;
-    const bool plausible = !in_volts || high >= least_volts || is_pure(record, parts, sets[i]);
+    const bool plausible = !in_volts || is_plausible(record, parts, sets[i], high);
     // RMS values of a phase may well be equal throughout, as those of a phase without an event are after rounding.
     const bool comparable = smallest_with_flat[i] > 0 && high > 0;
     sets[i].alternates = !comparable || alternates(record, sets[i]);
@@ -203,6 +211,16 @@ void mark_live(const Record& record, const NamedChannels& channels, std::vector<
     return std::none_of(set.channels.begin(), set.channels.end(),
                         [&](std::size_t channel) { return channels[channel].sounds_like_current; });
   });
+}
+
+std::optional<double> noise_in(const Record& record, const VoltageSet& set, const Part& part,
+                               const std::array<double, 3>& volts_per_unit) {
+  double high = 0;
+  for (std::size_t phase = 0; phase < set.count; phase++) {
+    const std::span<const double> samples(record.channels[set.channels[phase]].samples);
+    high = std::max(high, rms_volts(samples.subspan(part.begin, part.length()), volts_per_unit[phase]));
+  }
+  return is_plausible(record, {part}, set, high) ? std::nullopt : std::optional(high);
 }
 
 void put_live_first(const Record& record, const NamedChannels& channels, std::vector<VoltageSet>& sets) {

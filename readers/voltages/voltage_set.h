@@ -23,8 +23,9 @@ struct VoltageSet {
   std::array<std::size_t, 3> channels{};  ///< indices into Record::channels
   /// All three channels carry a voltage worth analysing: none is constant throughout, they alternate, and the largest
   /// RMS (over the whole record, in volts) is at least 1 % of the largest among all sets of the record, and at least
-  /// 20 mV unless the voltages are pure sines. If some sets show the line frequency, the others (such as direct
-  /// voltages) are not live; nor are sets that are named as currents if there are others.
+  /// 20 mV unless the voltages are pure sines; below 1 V they show the line frequency. If some sets show the line
+  /// frequency, the others (such as direct voltages) are not live; nor are sets that are named as currents if there are
+  /// others.
   bool live = false;
   /// The values change their sign or show the line frequency. Otherwise they are not a waveform but a trend of RMS
   /// values, or a direct voltage.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 #include <vector>
 
 #include "tests/readers/voltage_records.h"
@@ -153,6 +154,46 @@ TEST(LiveSets, HaveAPlausibleLevel) {
         record_of({channel("Ua", "V", "", samples), channel("Ub", "V", "", samples), channel("Uc", "V", "", samples)});
     EXPECT_EQ(find_voltage_sets(record).front().live, volts > 0.02) << volts;
   }
+}
+
+TEST(LiveSets, BelowAVoltShowTheLineFrequency) {
+  std::mt19937 random(1);
+  for (const double volts : {0.1, 10.0}) {
+    std::vector<double> noise(400);
+    std::vector<double> line(400);
+    for (std::size_t i = 0; i < 400; i++) {
+      noise[i] = random() % 2 == 0 ? volts : -volts;
+      line[i] = volts * std::sin(2 * 3.141592653589793 * static_cast<double>(i) / 20) + 0.5 * noise[i];
+    }
+    for (const auto& samples : {noise, line}) {
+      Record record = record_of(
+          {channel("Ua", "V", "", samples), channel("Ub", "V", "", samples), channel("Uc", "V", "", samples)});
+      record.rates = {{1000, 400}};
+      EXPECT_EQ(find_voltage_sets(record).front().live, volts > 1 || samples == line) << volts;
+    }
+  }
+}
+
+TEST(LiveSets, MayBeNoiseInAPartOfTheRecord) {
+  std::mt19937 random(1);
+  std::vector<double> samples(800);
+  for (std::size_t i = 0; i < 800; i++) {
+    const double line = 100 * std::sin(2 * 3.141592653589793 * static_cast<double>(i) / 20);
+    samples[i] = i < 400 ? (random() % 2 == 0 ? 0.01 : -0.01) : line;
+  }
+  Record record =
+      record_of({channel("Ua", "V", "", samples), channel("Ub", "V", "", samples), channel("Uc", "V", "", samples)});
+  record.rates = {{1000, 800}};
+  const VoltageSet set = find_voltage_sets(record).front();
+  EXPECT_TRUE(set.live);
+  Part part;
+  part.rate = 1000;
+  part.end = 400;
+  EXPECT_NEAR(noise_in(record, set, part, {1, 1, 1}).value_or(0), 0.01, 1e-9);
+  EXPECT_FALSE(noise_in(record, set, part, {1000, 1000, 1000})) << "10 V may be anything";
+  part.begin = 400;
+  part.end = 800;
+  EXPECT_FALSE(noise_in(record, set, part, {1, 1, 1}));
 }
 
 TEST(LiveSets, AreNotNamedAsCurrentsWhereOthersAreNot) {
