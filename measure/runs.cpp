@@ -475,6 +475,8 @@ class RunFinder {
       Run& run = runs[r];
       Run& after = runs[r + 1];
       if (!run.gradual || run.ramp || before.gradual || after.gradual) continue;
+      // The meeting points of its linear courses may be in the wrong order.
+      if (!(run.length_s() > 0)) continue;
       if (run.begins_abruptly && !is_small_step(before, run, run)) continue;
       if (run.ends_abruptly && !is_small_step(run, after, run)) continue;
       const double cycle = excerpt_.cycle();
