@@ -242,6 +242,13 @@ Analysis analyse(const readers::Record& record, const AnalysisOptions& options) 
   return analyse(voltages, options);
 }
 
+std::string name_of(const SetAndPart& place) {
+  std::string name;
+  if (place.set > 0) name = fmt::format("set {}", place.set);
+  if (place.part > 0) name += fmt::format("{}part {}", name.empty() ? "" : ", ", place.part);
+  return name;
+}
+
 std::vector<SetAndPart> all_of(RecordVoltages& voltages, const VoltageChoice& choice, bool all_sets, bool all_parts) {
   std::vector<std::size_t> sets = {choice.set};
   if (all_sets) sets = voltages.live_sets();

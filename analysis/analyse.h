@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include "analysis/analysis_options.h"
@@ -21,11 +22,14 @@ Analysis analyse(RecordVoltages& voltages, const AnalysisOptions& options);
 /// Analyses a record once.
 Analysis analyse(const readers::Record& record, const AnalysisOptions& options);
 
-/// Sets and parts of a record.
+/// A set and a part of a record by their numbers.
 struct SetAndPart {
   std::size_t set = 0;
   std::size_t part = 0;
 };
+
+/// Names a set and a part: "set 2", "part 3" or "set 2, part 3". A number of 0 is not named.
+std::string name_of(const SetAndPart& place);
 
 /// Lists the sets and parts to analyse when all sets, or all parts, are requested. Throws as `analyse` does.
 std::vector<SetAndPart> all_of(RecordVoltages& voltages, const VoltageChoice& choice, bool all_sets, bool all_parts);

@@ -14,6 +14,7 @@
 
 #include "assess/known_curves.h"
 #include "platform/utf8_path.h"
+#include "readers/charset.h"
 #include "readers/table/headings.h"
 #include "readers/text.h"
 
@@ -161,7 +162,8 @@ class Reading {
 }  // namespace
 
 assess::Curve own_curve(std::string_view text, const std::string& file) {
-  return Reading(text, file).curve();
+  const std::string utf8 = readers::to_utf8(text, "").text;
+  return Reading(utf8, file).curve();
 }
 
 void add_own_curve(std::vector<assess::Curve>& curves, std::string_view text, const std::string& file) {

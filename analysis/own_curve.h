@@ -21,7 +21,8 @@ class CurveError : public std::runtime_error {
 /// voltage that last up to the duration. Durations rise from row to row, voltages lie between 0 and 100 and do not
 /// fall. The last duration may be "inf". Columns are separated by commas, semicolons or tabs; with the latter two,
 /// numbers may have a decimal comma. Lines that begin with # are comments, and "# name: Press line 3" names the curve;
-/// otherwise the name is the file's, without folder and extension. The code is the name in lower case with underscores.
+/// otherwise the name is the file's, without folder and extension. Text that is not UTF-8 is read in the character set
+/// that its bytes look like. The code is the name in lower case with underscores.
 /// Throws CurveError; `file` is the name for messages.
 assess::Curve own_curve(std::string_view text, const std::string& file);
 

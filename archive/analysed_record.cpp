@@ -20,7 +20,7 @@ class OneRecord {
   void analyse(readers::RecordContents contents) {
     readers::OpenOptions open = how_.open;
     open.wanted = [this](const readers::Record& record) {
-      return analysis::channels_to_read(record, how_.options.choice);
+      return analysis::voltages_to_read(record, how_.options.choice);
     };
     readers::Record record = readers::open_contents(std::move(contents), open);
     analysis::keep_stretch(record, how_.stretch);

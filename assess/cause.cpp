@@ -1,8 +1,9 @@
 #include "assess/cause.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 
 namespace assess {
 
@@ -11,21 +12,12 @@ namespace {
 using measure::PerPhase;
 using measure::Phasors;
 
-std::string number_text(double value, int decimals) {
-  std::ostringstream text;
-  text.imbue(std::locale::classic());
-  text << std::fixed;
-  text.precision(decimals);
-  text << value;
-  return text.str();
-}
-
 std::string percent(double share) {
-  return number_text(100 * share, 0) + " %";
+  return fmt::format("{:.0f} %", 100 * share);
 }
 
 std::string times(double ratio) {
-  return number_text(ratio, 1) + " times those before";
+  return fmt::format("{:.1f} times those before", ratio);
 }
 
 /// A current that was next to nothing before, as that of an open line, has no ratio that says anything.

@@ -1,9 +1,10 @@
 #include "assess/verdict.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <sstream>
 
 namespace assess {
 
@@ -11,10 +12,7 @@ namespace {
 
 /// Formats a number without needless digits: "0.5".
 std::string digits(double value) {
-  std::ostringstream text;
-  text.imbue(std::locale::classic());
-  text << value;
-  return text.str();
+  return fmt::format("{:g}", value);
 }
 
 std::string milliseconds(double seconds) {

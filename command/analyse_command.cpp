@@ -27,7 +27,6 @@
 #include "command/stretch_options.h"
 #include "readers/open_record.h"
 #include "readers/text.h"
-#include "readers/voltages/bay_currents.h"
 
 namespace command {
 
@@ -75,14 +74,6 @@ bool analyse_one(analysis::RecordVoltages& voltages, const Arguments& arguments,
   return fails(arguments.fail_on, analysis);
 }
 
-/// Names a requested set or part: "set 2", "part 3" or "set 2, part 3". A number of 0 means that it was not requested.
-std::string name_of(std::size_t set, std::size_t part) {
-  std::string name;
-  if (set > 0) name = fmt::format("set {}", set);
-  if (part > 0) name += fmt::format("{}part {}", name.empty() ? "" : ", ", part);
-  return name;
-}
-
 /// Analyses all sets or parts, one after another. A set or part that cannot be analysed is reported on standard error,
 /// and the others are still shown. If none can be analysed, the first error is thrown.
 bool analyse_all(analysis::RecordVoltages& voltages, Arguments& arguments, bool all_sets, bool all_parts,
@@ -107,7 +98,7 @@ bool analyse_all(analysis::RecordVoltages& voltages, Arguments& arguments, bool 
       shown = true;
     } catch (const analysis::Refusal& refusal) {
       progress.finish();
-      const std::string which = name_of(all_sets ? set : 0, all_parts ? part : 0);
+      const std::string which = analysis::name_of({all_sets ? set : 0, all_parts ? part : 0});
       std::fprintf(stderr, "dipx: %s: %s\n", which.c_str(), readers::inert(refusal.what()).c_str());
       if (!first_complaint) first_complaint = std::current_exception();
     }
@@ -203,9 +194,7 @@ bool run(Arguments arguments) {
   open.digitals = shown.json || !shown.html.empty();
   const bool currents = open.digitals || !(shown.quiet || shown.csv) || !shown.certificate.empty();
   open.wanted = [&choice = arguments.options.choice, currents](const readers::Record& record) {
-    std::vector<bool> wanted = analysis::channels_to_read(record, choice);
-    if (currents) readers::want_currents(record, wanted);
-    return wanted;
+    return currents ? analysis::channels_to_read(record, choice) : analysis::voltages_to_read(record, choice);
   };
   const std::string& first = arguments.records.front();
   if (arguments.records.size() > 1 || archive::names_several(first)) {

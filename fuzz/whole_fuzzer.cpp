@@ -25,7 +25,6 @@
 #include "fuzz/written_record.h"
 #include "readers/open_record.h"
 #include "readers/text.h"
-#include "readers/voltages/bay_currents.h"
 
 namespace {
 
@@ -169,9 +168,7 @@ void run(fuzz::Bytes& input) {
   auto& choice = options.analysis.choice;
   options.open.wanted = [&](const readers::Record& record) {
     choice.channels = named_channels(options.channels, record);
-    std::vector<bool> wanted = analysis::channels_to_read(record, choice);
-    readers::want_currents(record, wanted);
-    return wanted;
+    return analysis::channels_to_read(record, choice);
   };
   try {
     readers::Record record = readers::open_record(files.front().name, options.open);

@@ -15,7 +15,6 @@
 #include "python/options_binding.h"
 #include "readers/clock_time.h"
 #include "readers/open_record.h"
-#include "readers/voltages/bay_currents.h"
 
 namespace py = pybind11;
 
@@ -101,9 +100,7 @@ RecordHandle read(const std::string& path, double rate, const std::string& chars
     options.wanted = [&](const readers::Record& described) {
       if (*cancelled) throw Abandoned();
       if (!choice) return std::vector<bool>(described.channels.size(), true);
-      std::vector<bool> wanted = analysis::channels_to_read(described, choice->choice);
-      readers::want_currents(described, wanted);
-      return wanted;
+      return analysis::channels_to_read(described, choice->choice);
     };
     *record = readers::open_record(path, options);
     analysis::keep_stretch(*record, {.from = from_s, .to = to_s});

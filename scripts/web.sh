@@ -4,14 +4,16 @@
 # which it fetches into the build tree, and the dipx command, which it builds if there is none.
 set -eu
 cd "$(dirname "$0")/.."
-packages="emscripten libfast-float-dev dpkg-dev"
+packages="emscripten libfast-float-dev dpkg-dev xz-utils"
 command -v node >/dev/null || packages="$packages nodejs"
 # shellcheck disable=SC2086  # a list of words
 scripts/setup.sh $packages
 
 scripts/debian_sources.sh build/web/sources zlib libzip libcsv
 cmake --preset web -DDIPX_PAGE=ON
-cmake --build --preset web --target dipx_web
+# em++ is a script that stays the same with another compiler, so ccache is told the versions that make the objects.
+versions=$(dpkg-query -W -f '${Package} ${Version} ' emscripten clang-14)
+CCACHE_COMPILERCHECK="string:$versions" cmake --build --preset web --target dipx_web
 
 dipx=build/release/command/dipx
 if [ ! -x "$dipx" ]; then

@@ -1,6 +1,8 @@
 # What the sources need besides emscripten's own libraries, made by scripts/web.sh.
 include(${PROJECT_SOURCE_DIR}/cmake/foreign_dependencies.cmake)
 reach_headers(scripts/web.sh fmt nlohmann fast_float)
+# No output follows a locale, and without those of the standard library the module is smaller.
+target_compile_definitions(dipx_foreign_fmt INTERFACE "FMT_STATIC_THOUSANDS_SEPARATOR=','")
 reach_sources(scripts/web.sh zlib libzip libcsv)
 
 add_library(dipx_web_zlib STATIC

@@ -8,6 +8,7 @@
 
 #include "analysis/analysed_voltages.h"
 #include "readers/text.h"
+#include "readers/voltages/bay_currents.h"
 #include "readers/voltages/channel_choice.h"
 #include "readers/voltages/set_search.h"
 
@@ -144,6 +145,12 @@ void note_how_found(const readers::Record& record, const readers::VoltageSet& se
 }  // namespace
 
 std::vector<bool> channels_to_read(const readers::Record& record, const VoltageChoice& choice) {
+  std::vector<bool> wanted = voltages_to_read(record, choice);
+  readers::want_currents(record, wanted);
+  return wanted;
+}
+
+std::vector<bool> voltages_to_read(const readers::Record& record, const VoltageChoice& choice) {
   std::vector<bool> wanted(record.channels.size(), false);
   const auto want = [&](const readers::VoltageSet& set) {
     for (const std::size_t channel : set.channels) wanted[channel] = true;

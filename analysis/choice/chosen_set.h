@@ -11,8 +11,12 @@
 
 namespace analysis {
 
-/// Returns the channels of a record that have to be read for a choice; for readers::OpenOptions.
+/// Returns the channels of a record whose samples an analysis of a choice needs, voltages and currents; for
+/// readers::OpenOptions.
 std::vector<bool> channels_to_read(const readers::Record& record, const VoltageChoice& choice);
+
+/// Returns the voltages among them, for an analysis that shows nothing of the currents.
+std::vector<bool> voltages_to_read(const readers::Record& record, const VoltageChoice& choice);
 
 struct ChosenSet {
   readers::VoltageSet set;

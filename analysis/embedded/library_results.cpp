@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <new>
 #include <numbers>
@@ -13,6 +11,7 @@
 
 #include "dipx_dll.h"
 #include "files/temporary_folder.h"
+#include "readers/file_access.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dipx_outcome.h"
 #include "sagx/dq_dipx.h"
@@ -198,8 +197,8 @@ std::string report_of(Waveform waveform, double samples_per_cycle) {
   host->smp_len = static_cast<int>(waveform[0].size());
   const files::TemporaryFolder folder;
   dipx_fun(host.get());
-  std::ifstream file("dipx_result.txt", std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  const readers::FileText file("dipx_result.txt");
+  std::string bytes(file.view());
   if (!is_whole_report(bytes, *host)) {
     throw std::runtime_error("the library could not write its report into the temporary folder");
   }

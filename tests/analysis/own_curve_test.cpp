@@ -35,6 +35,15 @@ TEST(OwnCurve, TakesItsNameFromAComment) {
   EXPECT_EQ(curve.code, "extruder_7");
 }
 
+TEST(OwnCurve, HasANameInUtf8WhateverItsFileIsIn) {
+  EXPECT_EQ(own_curve("# name: Stra\xDF"
+                      "e\nduration_s,voltage\n1,80\n",
+                      "a.csv")
+                .name,
+            "Straße");
+  EXPECT_EQ(own_curve("# name: Straße\nduration_s,voltage\n1,80\n", "a.csv").name, "Straße");
+}
+
 TEST(OwnCurve, HasDurationsInMilliseconds) {
   EXPECT_EQ(steps_of(own_curve("Voltage (%),Duration [ms]\n50,250\n", "a.csv")), (Steps{{0.25, 50}}));
   EXPECT_EQ(steps_of(own_curve("time ms,voltage\n500,50\n", "a.csv")), (Steps{{0.5, 50}}));

@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "analysis/analyse.h"
+#include "analysis/choice/chosen_set.h"
 #include "synth/record_file.h"
 #include "synth/waveform.h"
 
@@ -68,6 +70,30 @@ TEST(RecordVoltages, ServeAllPartsOfARecord) {
     EXPECT_EQ(one.found.events.size(), 1U);
     EXPECT_EQ(one.voltages.part.start, 3600.0 * static_cast<double>(place.part - 1));
   }
+}
+
+TEST(ChannelsToRead, AreTheVoltagesOfTheChoiceAndTheCurrents) {
+  readers::Record record;
+  for (const auto& [name, unit] :
+       {std::pair("Ua", "V"), {"Ub", "V"}, {"Uc", "V"}, {"Ia", "A"}, {"Ib", "A"}, {"Ic", "A"}, {"temperature", "K"}}) {
+    readers::Channel& channel = record.channels.emplace_back();
+    channel.name = name;
+    channel.unit = unit;
+  }
+  using Wanted = std::vector<bool>;
+  EXPECT_EQ(analysis::voltages_to_read(record, {}), (Wanted{true, true, true, false, false, false, false}));
+  EXPECT_EQ(analysis::channels_to_read(record, {}), (Wanted{true, true, true, true, true, true, false}));
+  analysis::VoltageChoice choice;
+  choice.channels = "Ub,7";
+  EXPECT_EQ(analysis::voltages_to_read(record, choice), (Wanted{false, true, false, false, false, false, true}));
+  EXPECT_EQ(analysis::channels_to_read(record, choice), (Wanted{false, true, false, true, true, true, true}));
+}
+
+TEST(SetsAndParts, AreNamedByTheNumbersThatAreAskedFor) {
+  EXPECT_EQ(analysis::name_of({2, 0}), "set 2");
+  EXPECT_EQ(analysis::name_of({0, 3}), "part 3");
+  EXPECT_EQ(analysis::name_of({2, 3}), "set 2, part 3");
+  EXPECT_EQ(analysis::name_of({0, 0}), "");
 }
 
 }  // namespace

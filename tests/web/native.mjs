@@ -4,8 +4,10 @@ import { readFileSync } from "node:fs";
 import { basename, dirname, join } from "node:path";
 import { runInThisContext } from "node:vm";
 
-const source = join(import.meta.dirname, "../../web/page/module.js");
-runInThisContext(readFileSync(source, "utf8"), { filename: source });
+for (const name of ["charset.js", "module.js"]) {
+  const source = join(import.meta.dirname, "../../web/page", name);
+  runInThisContext(readFileSync(source, "utf8"), { filename: source });
+}
 
 /// Returns an analyser as the page's worker has it.
 export async function startedAnalyser(wasm) {
@@ -23,7 +25,25 @@ export function inCommand(dipx, file, options = []) {
   const run = spawnSync(dipx, ["analyse", basename(file), ...options], {
     cwd: dirname(file), encoding: "utf8", maxBuffer: 2 ** 30,
   });
-  return { status: run.status, message: run.stderr.trim().replace(/^dipx: /, ""), output: run.stdout };
+  return { status: run.status, message: run.stderr.trim().replace(/^dipx: /gm, ""), output: run.stdout };
+}
+
+/// Returns a table of the voltages of two such tables with the same times, as two sets.
+export function twoSets(one, other) {
+  const rows = (table) => table.trim().split("\n").map((line) => line.split(","));
+  const second = rows(other);
+  const numbered = (cells, row, set) => (row > 0 ? cells : cells.map((cell) => cell.replace("U", `U${set}`)));
+  const joined = rows(one).map(([time, ...cells], row) => [time, ...numbered(cells, row, 1), ...numbered(second[row].slice(1), row, 2)]);
+  return joined.map((cells) => `${cells.join(",")}\n`).join("");
+}
+
+/// Returns a table without the voltages between two times in seconds, which makes two parts of it.
+export function withGap(table, from, to) {
+  const blank = (line, row) => {
+    const [time, ...cells] = line.split(",");
+    return row > 0 && Number(time) >= from && Number(time) < to ? [time, ...cells.map(() => "")].join(",") : line;
+  };
+  return table.trim().split("\n").map(blank).map((line) => `${line}\n`).join("");
 }
 
 /// Returns the first places at which two documents differ, as "path: one, other".

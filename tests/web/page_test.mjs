@@ -1,12 +1,13 @@
 // Opens the browser page in headless Chromium and chooses files as a user does:
 //   PAGE=dipx.html CHROMIUM=chromium DIPX=dipx SOURCE=ROOT node --test page_test.mjs
 import assert from "node:assert/strict";
-import { mkdtempSync, rmSync, writeFileSync } from "node:fs";
+import { execFileSync } from "node:child_process";
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { Browser } from "../outputs/page/browser.mjs";
-import { inCommand } from "./native.mjs";
+import { inCommand, twoSets } from "./native.mjs";
 
 const [html, chromium, dipx, source] = ["PAGE", "CHROMIUM", "DIPX", "SOURCE"].map((name) => process.env[name]);
 const folder = mkdtempSync(join(tmpdir(), "dipx-web-"));
@@ -24,10 +25,36 @@ after(async () => {
   rmSync(folder, { recursive: true });
 });
 
-async function choose(...files) {
+async function fillFiles(selector, files) {
   const { root } = await page.send("DOM.getDocument");
-  const { nodeId } = await page.send("DOM.querySelector", { nodeId: root.nodeId, selector: "#files" });
+  const { nodeId } = await page.send("DOM.querySelector", { nodeId: root.nodeId, selector });
   await page.send("DOM.setFileInputFiles", { nodeId, files });
+}
+
+async function choose(...files) {
+  await page.value("document.getElementById('files').value = ''"); // the same files would be no change
+  await fillFiles("#files", files);
+}
+
+/// Sets controls by their names; those that are not named become empty.
+async function setOptions(values) {
+  await page.value(`document.getElementById("form").reset(), undefined`);
+  for (const [name, value] of Object.entries(values)) {
+    await page.value(`document.querySelector("[name=${name}]").value = ${JSON.stringify(String(value))}`);
+  }
+}
+
+async function submit() {
+  await page.value("document.querySelector('#form button').click()");
+}
+
+/// Returns the complaint about options once there is one that the expression accepts.
+async function complaintAfter(values, expected) {
+  const files = await page.value("chosen.length");
+  await setOptions(values);
+  await submit();
+  assert.match(await until("document.getElementById('complaints').innerText"), expected);
+  assert.ok(files > 0);
 }
 
 /// Waits until an expression has a true value and returns it.
@@ -104,6 +131,52 @@ test("uses the options", async () => {
   await page.value("document.querySelector('[name=nominal]').value = ''");
 });
 
+test("uses thresholds, a stretch and a tolerance curve", async () => {
+  const record = example("rte_08_volts.csv");
+  const curve = join(folder, "press.csv");
+  writeFileSync(curve, "duration_ms,voltage_percent\n50,0\n400,60\n");
+  await choose(record);
+  await until("!document.getElementById('result').hidden");
+  await setOptions({ dip_threshold: 70, from: 0.01, to: 2 });
+  await fillFiles("#curves", [curve]);
+  await page.value("document.getElementById('status').textContent = ''");
+  await submit();
+  await until("/was analysed/.test(document.getElementById('status').innerText)");
+  const { output } = inCommand(dipx, record, ["--json", "--dip-threshold", "70", "--from", "0.01", "--to", "2", "--curve", curve]);
+  assert.deepEqual(JSON.parse(await untilInFrame("document.getElementById('document').textContent")), JSON.parse(output));
+});
+
+test("says what is wrong with options", async () => {
+  await choose(example("rte_08_volts.csv"));
+  await until("!document.getElementById('result').hidden");
+  await complaintAfter({ set: "two" }, /^Voltage set: 'two' is neither a whole number from 1 on nor 'all'/);
+  await complaintAfter({ part: "0" }, /^Part of the record: '0' is neither/);
+  await complaintAfter({ set: "all", channels: "1,2,3" }, /^Voltage set: it cannot be chosen together with named voltages; /);
+  await complaintAfter({ from: 2, to: 1 }, /^Use from: this time is not before/);
+  await complaintAfter({ reference: "declared" }, /^Thresholds refer to: the declared voltage is not given; /);
+  await complaintAfter({ dip_threshold: 101 }, /^A dip is below, %: /);
+  await complaintAfter({ dip_threshold: 4 }, /^--interruption-threshold 5 is not below --dip-threshold 4; /);
+  await setOptions({});
+});
+
+test("shows all sets of a record as a table, from which one can be opened", async () => {
+  const tables = [["--depth", "40"], ["--depth", "60", "--phases", "A"]];
+  const [one, other] = tables.map((options) => execFileSync(dipx, ["synth", "--rate", "1600", "--noise", "0.5", ...options], { encoding: "utf8" }));
+  const record = join(folder, "two_sets.csv");
+  writeFileSync(record, twoSets(one, other));
+  await setOptions({ set: "all" });
+  await choose(record);
+  await until("document.querySelectorAll('#records tbody tr').length === 2 && document.getElementById('save-all')");
+  const names = await page.value("[...document.querySelectorAll('#records button')].map((button) => button.innerText)");
+  assert.deepEqual(names, ["two_sets.csv, set 1", "two_sets.csv, set 2"]);
+  await page.value("document.querySelectorAll('#records button')[1].click()");
+  await until("!document.getElementById('result').hidden");
+  const { output } = inCommand(dipx, record, ["--json", "--set", "2"]);
+  assert.deepEqual(JSON.parse(await untilInFrame("document.getElementById('document').textContent")), JSON.parse(output));
+  assert.equal(await page.value("stemOf(document.getElementById('shown').innerText)"), "two_sets_set_2");
+  await setOptions({});
+});
+
 test("says what is wrong with a file, where, and what helps", async () => {
   await choose(example("rte_00.cfg"));
   assert.match(await until("document.getElementById('complaints').innerText"), /^rte_00\.cfg: is only one of the two files.*; choose its \.dat file/);
@@ -114,6 +187,22 @@ test("says what is wrong with a file, where, and what helps", async () => {
   assert.equal(await page.value("document.getElementById('complaints').innerText.trim()"), message);
   await choose(example("rte_08_volts.csv"));
   await until("!document.getElementById('result').hidden");
+});
+
+test("says so if the browser cannot run the analysis", async () => {
+  const broken = join(folder, "broken.html");
+  const whole = readFileSync(html, "utf8");
+  const without = whole.replace(/(<script id="module"[^>]*>)[^<]+/, "$1AAAA");
+  assert.ok(without.length < whole.length / 2);
+  writeFileSync(broken, without);
+  const usual = page;
+  try {
+    page = await browser.open(broken);
+    await choose(example("rte_08_volts.csv"));
+    assert.match(await until("document.getElementById('complaints').innerText"), /^This browser is too old .*\. Use a current one, or the dipx command\./);
+  } finally {
+    page = usual;
+  }
 });
 
 test("neither complains nor asks for anything from elsewhere", () => {

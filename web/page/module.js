@@ -13,6 +13,7 @@ const notThere = 52; // the error number of a function that a system does not ha
 function importsOf(compiled, memory) {
   const view = () => new DataView(memory().buffer);
   const known = {
+    ...charsetImports(memory),
     clock_time_get(_clock, _precision, result) {
       view().setBigUint64(result, BigInt(Math.round(performance.now() * 1e6)), true);
       return 0;
@@ -43,6 +44,27 @@ function importsOf(compiled, memory) {
   return imports;
 }
 
+/// Returns a request as the module reads it: for each value its name, a blank, its number of bytes, a line feed and its
+/// bytes. A list has one value for each entry; what is not given or false has none.
+function requestBytes(request) {
+  const encoder = new TextEncoder();
+  const pieces = [];
+  for (const [name, given] of Object.entries(request)) {
+    for (const value of [given].flat()) {
+      if (value === undefined || value === false) continue;
+      const bytes = value instanceof Uint8Array ? value : encoder.encode(String(value));
+      pieces.push(encoder.encode(`${name} ${bytes.length}\n`), bytes);
+    }
+  }
+  const all = new Uint8Array(pieces.reduce((length, piece) => length + piece.length, 0));
+  let at = 0;
+  for (const piece of pieces) {
+    all.set(piece, at);
+    at += piece.length;
+  }
+  return all;
+}
+
 /// The analysis. A module that stopped at a fault or has taken much memory is replaced by a new one.
 class Analyser {
   constructor(compiled) {
@@ -71,7 +93,7 @@ class Analyser {
     const mostKept = 256 * 2 ** 20; // bytes
     try {
       if (this.exports === null || this.exports.memory.buffer.byteLength > mostKept) this.start();
-      this.write(inputs.request, new TextEncoder().encode(JSON.stringify(request)));
+      this.write(inputs.request, requestBytes(request));
       this.write(inputs.bytes, bytes);
       this.write(inputs.data, data);
       const result = { status: this.exports[work]() };

@@ -15,12 +15,11 @@ function element(name, attributes = {}, ...content) {
 const worker = {
   jobs: new Map(),
   last: 0,
+  thread: null,
 
-  /// Unpacks the module and starts the worker. Throws if the browser lacks what this needs.
-  async start() {
+  /// Starts the worker, which unpacks the module.
+  start() {
     const packed = Uint8Array.from(atob(byId("module").textContent), (letter) => letter.charCodeAt(0));
-    const unpacked = new Blob([packed]).stream().pipeThrough(new DecompressionStream("gzip"));
-    const module_ = await new Response(unpacked).arrayBuffer();
     const address = URL.createObjectURL(new Blob([byId("worker").textContent], { type: "text/javascript" }));
     this.thread = new Worker(address);
     this.thread.onmessage = ({ data }) => {
@@ -28,11 +27,11 @@ const worker = {
       this.jobs.delete(data.id);
     };
     this.thread.onerror = (event) => complain(`The analysis cannot run in this browser: ${event.message}`);
-    this.thread.postMessage({ module: module_ }, [module_]);
+    this.thread.postMessage({ packed }, [packed.buffer]);
   },
 
-  async run(work, request, bytes, data) {
-    await (this.started ??= this.start());
+  run(work, request, bytes, data) {
+    if (this.thread === null) this.start();
     const id = ++this.last;
     return new Promise((done) => {
       this.jobs.set(id, done);
@@ -84,8 +83,40 @@ function voltsIn(words) {
   return volts;
 }
 
+/// Returns "all" or the digits of a whole number. Throws an Error for any other text.
+function numberOrAll(label, words) {
+  if (/^all$/i.test(words)) return "all";
+  if (/^[1-9][0-9]{0,8}$/.test(words)) return words;
+  throw new Error(`${label}: '${words}' is neither a whole number from 1 on nor 'all'.`);
+}
+
+/// Returns the files of tolerance curves as the module reads them. Throws an Error for a file that is too long.
+async function curvesGiven() {
+  const most = 2 ** 20; // bytes, as the command reads them
+  const given = { curve_file: [], curve: [] };
+  for (const file of byId("curves").files) {
+    if (file.size > most) throw new Error(`${file.name}: is longer than ${most} bytes; choose a file with a voltage-tolerance curve`);
+    given.curve_file.push(file.name);
+    given.curve.push(new Uint8Array(await file.arrayBuffer()));
+  }
+  return given;
+}
+
+/// Throws an Error for options that do not go together.
+function checkTogether(given) {
+  if (given.set !== undefined && given.channels !== undefined) {
+    throw new Error("Voltage set: it cannot be chosen together with named voltages; leave one of the two empty.");
+  }
+  if (given.from !== undefined && given.to !== undefined && !(given.from < given.to)) {
+    throw new Error("Use from: this time is not before that of 'Use up to'; choose an earlier one.");
+  }
+  if (given.reference === "declared" && given.nominal === undefined) {
+    throw new Error("Thresholds refer to: the declared voltage is not given; state it, or choose another reference.");
+  }
+}
+
 /// Returns the options as the module reads them. Throws an Error for one that it would not accept.
-function optionsGiven() {
+async function optionsGiven() {
   const form = byId("form");
   const given = {};
   for (const field of form.elements) {
@@ -97,7 +128,10 @@ function optionsGiven() {
     }
   }
   if (given.nominal) given.nominal = voltsIn(given.nominal);
-  return given;
+  if (given.set) given.set = numberOrAll("Voltage set", given.set);
+  if (given.part) given.part = numberOrAll("Part of the record", given.part);
+  checkTogether(given);
+  return { ...given, ...(await curvesGiven()) };
 }
 
 async function analysed(record, options) {
@@ -116,7 +150,7 @@ async function withMembers(record) {
   const head = new Uint8Array(await record.file.slice(0, 2).arrayBuffer());
   if (head[0] !== 0x50 || head[1] !== 0x4b) return [record];
   const { status, members } = await worker.run("dipx_members", { name: record.name }, await record.file.arrayBuffer());
-  const names = status === 0 ? JSON.parse(members) : [];
+  const names = status === 0 ? members.split("\0").slice(0, -1) : [];
   return names.length > 1 ? names.map((member) => ({ ...record, member })) : [record];
 }
 
@@ -137,11 +171,17 @@ function download(name, content, type) {
   setTimeout(() => URL.revokeObjectURL(link.href), 10000);
 }
 
-/// Shows the page of a record, with buttons that save it and the other outputs.
-function showResult(record, result) {
-  const stem = titleOf(record).split(/[/\\:]/).at(-1).replace(/\.[^.]*$/, "") || "record";
+/// Returns a name for files without an ending: "fault_set_2" for "archive.zip:fault.cfg, set 2".
+function stemOf(title) {
+  const [, file, which] = title.split(/[/\\:]/).at(-1).match(/^(.*?)((?:, set \d+)?(?:, part \d+)?)$/);
+  return (file.replace(/\.[^.]*$/, "") || "record") + which.replace(/[, ]+/g, "_");
+}
+
+/// Shows the page of an analysis, with buttons that save it and the other outputs.
+function showResult(title, result) {
+  const stem = stemOf(title);
   const saving = byId("saving");
-  byId("shown").textContent = titleOf(record);
+  byId("shown").textContent = title;
   for (const button of saving.querySelectorAll("button")) button.remove();
   const offer = (label, ending, content, type) => {
     if (!content) return;
@@ -164,10 +204,8 @@ function worstOf(events) {
   return dips.reduce((worst, dip) => (dip.extreme.percent < worst.extreme.percent ? dip : worst), dips[0]) ?? events[0];
 }
 
-/// Returns the cells of a record's row after its name.
-function cellsOf(result) {
-  if (result.status !== 0) return [element("td", { class: "bad", colspan: "5" }, result.message)];
-  const { events } = JSON.parse(result.document);
+/// Returns the cells of a row after the name, for a document.
+function cellsOf({ events }) {
   if (!events) return [element("td", { colspan: "5" }, "results of the embedded library")];
   const cell = (words) => element("td", {}, words);
   if (events.length === 0) return [cell("0"), cell("none"), cell(""), cell(""), cell("")];
@@ -193,6 +231,48 @@ function saveTables(tables) {
   byId("several").append(button);
 }
 
+/// All sets or all parts of each record are asked for.
+function wantsAll({ set, part }) {
+  return set === "all" || part === "all";
+}
+
+/// Returns what an analysis says: why it failed, or for all sets or parts a line for each that has no analysis.
+function messagesOf(result) {
+  return result.status === 0 ? result.message.split("\n").filter((line) => line !== "") : [result.message];
+}
+
+/// Returns the analyses in a result: { title, document, record, options }, whose options give that analysis alone.
+function analysesOf(record, options, result) {
+  if (!wantsAll(options)) return [{ title: titleOf(record), document: JSON.parse(result.document), record, options }];
+  return result.document.split("\n").filter((line) => line !== "").map((line) => {
+    const document_ = JSON.parse(line);
+    const { set, part } = document_.record;
+    const own = { ...options };
+    let title = titleOf(record);
+    if (options.set === "all") {
+      own.set = set?.number;
+      if (set !== null) title += `, set ${set.number}`;
+    }
+    if (options.part === "all") {
+      own.part = part.number;
+      title += `, part ${part.number}`;
+    }
+    return { title, document: document_, record, options: own };
+  });
+}
+
+/// Returns the row of an analysis, whose name shows its page.
+function rowOf({ title, document: document_, record, options }, body, mine) {
+  const name = element("button", { type: "button" }, title);
+  const row = element("tr", {}, element("td", {}, name), ...cellsOf(document_));
+  name.addEventListener("click", async () => {
+    for (const other of body.rows) other.removeAttribute("aria-current");
+    row.setAttribute("aria-current", "true");
+    await showOne(record, options, mine, title);
+  });
+  return row;
+}
+
 async function showSeveral(records, options, mine) {
   const table = byId("records");
   const headings = ["Record", "Events", "Worst event", "Begins at", "Lasts", "Residual or highest voltage"];
@@ -200,28 +280,27 @@ async function showSeveral(records, options, mine) {
   table.replaceChildren(element("thead", {}, element("tr", {}, ...headings.map((words) => element("th", { scope: "col" }, words)))), body);
   byId("several").hidden = false;
   const tables = [];
+  let analysedRecords = 0;
   for (const [i, record] of records.entries()) {
     byId("status").textContent = `Analysing ${titleOf(record)} (${i + 1} of ${records.length}) …`;
     const result = await analysed(record, options);
     if (!mine()) return;
-    const name = element("button", { type: "button" }, titleOf(record));
-    const row = element("tr", {}, element("td", {}, result.status === 0 ? name : titleOf(record)), ...cellsOf(result));
-    name.addEventListener("click", async () => {
-      for (const other of body.rows) other.removeAttribute("aria-current");
-      row.setAttribute("aria-current", "true");
-      await showOne(record, options, mine);
-    });
-    body.append(row);
+    for (const message of messagesOf(result)) {
+      body.append(element("tr", {}, element("td", {}, titleOf(record)), element("td", { class: "bad", colspan: "5" }, message)));
+    }
+    if (result.status !== 0) continue;
+    analysedRecords++;
+    for (const part of analysesOf(record, options, result)) body.append(rowOf(part, body, mine));
     if (result.table) tables.push(result.table);
   }
   saveTables(tables);
-  const shown = [...body.rows].filter((row) => row.querySelector("button")).length;
-  byId("status").textContent = `${shown} of ${records.length} records were analysed. A click on a name shows the record.`;
+  const counted = `${analysedRecords} of ${records.length} records ${analysedRecords === 1 ? "was" : "were"} analysed.`;
+  byId("status").textContent = `${counted} A click on a name shows ${wantsAll(options) ? "its page" : "the record"}.`;
 }
 
-async function showOne(record, options, mine) {
+async function showOne(record, options, mine, title = titleOf(record)) {
   const began = performance.now();
-  byId("status").textContent = `Analysing ${titleOf(record)} …`;
+  byId("status").textContent = `Analysing ${title} …`;
   const result = await analysed(record, { ...options, page: true });
   if (!mine()) return;
   if (result.status !== 0) {
@@ -229,8 +308,8 @@ async function showOne(record, options, mine) {
     complain(result.message);
     return;
   }
-  byId("status").textContent = `${titleOf(record)} was analysed in ${((performance.now() - began) / 1000).toFixed(1)} s.`;
-  showResult(record, result);
+  byId("status").textContent = `${title} was analysed in ${((performance.now() - began) / 1000).toFixed(1)} s.`;
+  showResult(title, result);
 }
 
 // --- what the user does ------------------------------------------------------------------------------------------------
@@ -247,15 +326,16 @@ async function analyseChosen() {
   if (chosen.length === 0) return;
   document.body.classList.add("analysed");
   try {
-    const options = optionsGiven();
+    const options = await optionsGiven();
+    if (!mine()) return;
     const { records, complaints } = recordsIn(chosen);
     complaints.forEach(complain);
     byId("status").textContent = "Starting …";
     const all = (await Promise.all(records.map(withMembers))).flat();
     if (!mine()) return;
     byId("status").textContent = "";
-    if (all.length === 1) await showOne(all[0], options, mine);
-    else if (all.length > 1) await showSeveral(all, options, mine);
+    if (all.length === 1 && !wantsAll(options)) await showOne(all[0], options, mine);
+    else if (all.length > 0) await showSeveral(all, options, mine);
   } catch (fault) {
     byId("status").textContent = "";
     complain(fault.message);
@@ -282,6 +362,6 @@ addEventListener("drop", (event) => {
   analyseChosen();
 });
 
-if (typeof DecompressionStream === "undefined" || typeof WebAssembly === "undefined") {
-  complain("This browser is too old for the page: it lacks WebAssembly or DecompressionStream. Use a current one, or the dipx command.");
+if (typeof WebAssembly === "undefined") {
+  complain("This browser is too old for the page: it lacks WebAssembly. Use a current one, or the dipx command.");
 }
