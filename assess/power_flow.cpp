@@ -33,9 +33,10 @@ PowerFlow::PowerFlow(const measure::Waveform& voltages, const measure::Waveform&
   if (!three || voltages.length() != currents.length() || voltages.rate != currents.rate) {
     throw std::invalid_argument("a bay has three voltages and three currents of one length and rate");
   }
-  constexpr double fewest_samples = 8;
+  // The second harmonic has to be below half the sampling rate.
+  constexpr double fewest_samples = 5;
   if (!(frequency > 0) || voltages.rate / frequency < fewest_samples) {
-    throw std::invalid_argument("a cycle has at least 8 samples");
+    throw std::invalid_argument("a cycle has at least 5 samples");
   }
   order_.reversed = monitor.wiring.reversed;
   fundamental_ = window_of(voltages, frequency, 1);
