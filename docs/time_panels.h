@@ -1,5 +1,5 @@
-// Draws several panels, one below the other, that show the same stretch of time, for the programs that draw the pictures
-// of the pages.
+// Draws several panels, one below the other, that show the same stretch of time, for the programs that draw the
+// pictures of the pages.
 #pragma once
 
 #include <fmt/format.h>
