@@ -1,6 +1,7 @@
 #include "archive/clock_seconds.h"
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 
 namespace archive {
@@ -16,7 +17,7 @@ std::optional<double> clock_seconds(const std::string& clock) {
   const int fields =
       std::sscanf(clock.c_str(), "%4d-%2u-%2uT%2d:%2d:%9lf%n", &year, &month, &day, &hour, &minute, &second, &used);
   const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
-  if (fields != 6 || !date.ok()) return std::nullopt;
+  if (fields != 6 || !date.ok() || !std::isfinite(second)) return std::nullopt;
   const auto days = std::chrono::sys_days(date).time_since_epoch().count();
   double seconds = static_cast<double>(days) * 86400 + hour * 3600 + minute * 60 + second;
   char sign = 0;

@@ -31,13 +31,15 @@ std::string day_of(const std::string& clock) {
   return clock.substr(0, 10);
 }
 
-/// Chooses the set of parameters that is reported.
-void choose_parameters(Store& store, const ReportOptions& options, Report& report) {
+/// Chooses the set of parameters that is reported. Returns its hash and its version as the store has them.
+Row choose_parameters(Store& store, const ReportOptions& options, Report& report) {
   std::size_t sets = 0;
+  Row chosen = {std::string(), std::string()};
   store.query("SELECT parameters, version, options FROM parameter_sets ORDER BY last_used, parameters, version", {},
               [&](const Row& row) {
                 sets++;
                 if (!options.parameters.empty() && text_of(row[0]) != options.parameters) return;
+                chosen = {row[0], row[1]};
                 report.parameters = shown(row[0]);
                 report.version = shown(row[1]);
                 report.options = shown(row[2]);
@@ -47,15 +49,16 @@ void choose_parameters(Store& store, const ReportOptions& options, Report& repor
                      "use a hash from the column parameters of its table parameter_sets");
   }
   report.others = sets > 0 ? sets - 1 : 0;
+  return chosen;
 }
 
-std::vector<ReportedEvent> events_of(Store& store, const Report& report) {
+std::vector<ReportedEvent> events_of(Store& store, const Row& parameters) {
   std::vector<ReportedEvent> events;
   store.query(
       "SELECT sha256, file, site, kind, start_clock, type, extreme_percent, duration_s, recorded_s, cycle_s FROM events "
       "WHERE parameters = $1 AND version = $2 AND kind IN ('dip', 'swell', 'interruption') "
       "ORDER BY sha256, part, set_number, number",
-      {report.parameters, report.version}, [&](const Row& row) {
+      parameters, [&](const Row& row) {
         ReportedEvent event;
         event.sha256 = shown(row[0]);
         event.file = shown(row[1]);
@@ -75,7 +78,7 @@ std::vector<ReportedEvent> events_of(Store& store, const Report& report) {
 }
 
 /// Compares the clocks of the sites by the segments of all dips, whatever the period is.
-std::vector<ClockOffset> compared_clocks(Store& store, const Report& report) {
+std::vector<ClockOffset> compared_clocks(Store& store, const Row& parameters) {
   std::vector<std::string> sites;
   std::vector<SeenDip> dips;
   store.query(
@@ -84,7 +87,7 @@ std::vector<ClockOffset> compared_clocks(Store& store, const Report& report) {
       "AND s.parameters = e.parameters AND s.version = e.version AND s.event = e.number "
       "WHERE e.parameters = $1 AND e.version = $2 AND e.kind = 'dip' "
       "GROUP BY e.site, e.start_clock, e.start_s, e.sha256, e.part, e.set_number, e.number ORDER BY e.site",
-      {report.parameters, report.version}, [&](const Row& row) {
+      parameters, [&](const Row& row) {
         const auto clock = clock_seconds(text_of(row[1]));
         const auto start = number_of(row[2]);
         const auto first = number_of(row[3]);
@@ -228,9 +231,9 @@ std::string period_condition(const ReportOptions& options, Row& values) {
   return condition;
 }
 
-void count_records(Store& store, const ReportOptions& options, Report& report,
+void count_records(Store& store, const ReportOptions& options, const Row& parameters, Report& report,
                    std::map<std::string, SiteReport>& sites) {
-  Row values = {report.parameters, report.version};
+  Row values = parameters;
   const std::string period = period_condition(options, values);
   store.query("SELECT site, count(*) FROM records WHERE parameters = $1 AND version = $2 AND outcome = 'analysed'" +
                   period + " GROUP BY site",
@@ -243,12 +246,11 @@ void count_records(Store& store, const ReportOptions& options, Report& report,
   store.query(
       "SELECT reason, count(*) FROM refusals WHERE (parameters = $1 AND version = $2) OR parameters IS NULL "
       "GROUP BY reason",
-      {report.parameters, report.version},
-      [&](const Row& row) { report.refused[shown(row[0])] = static_cast<std::size_t>(whole_of(row[1])); });
+      parameters, [&](const Row& row) { report.refused[shown(row[0])] = static_cast<std::size_t>(whole_of(row[1])); });
   store.query(
       "SELECT file, reason, message FROM refusals WHERE (parameters = $1 AND version = $2) OR parameters IS NULL "
       "ORDER BY reason, file, part, set_number LIMIT 1000",
-      {report.parameters, report.version}, [&](const Row& row) {
+      parameters, [&](const Row& row) {
         report.refusals.push_back({shown(row[0]), shown(row[1]), shown(row[2])});
       });
 }
@@ -298,12 +300,12 @@ Report report_of(Store& store, const ReportOptions& options) {
   Report report;
   report.window_s = options.window_s;
   report.network_window_s = options.network_window_s;
-  choose_parameters(store, options, report);
-  std::vector<ReportedEvent> events = events_of(store, report);
+  const Row parameters = choose_parameters(store, options, report);
+  std::vector<ReportedEvent> events = events_of(store, parameters);
   keep_period(events, options, report);
   events = aggregated(std::move(events), options.window_s);
   std::map<std::string, SiteReport> sites;
-  count_records(store, options, report, sites);
+  count_records(store, options, parameters, report, sites);
   for (const ReportedEvent& event : events) {
     count_event(event, sites[event.site]);
     count_event(event, report.all);
@@ -314,7 +316,7 @@ Report report_of(Store& store, const ReportOptions& options) {
   }
   report.worst = worst_of("dip", events);
   report.worst_swells = worst_of("swell", events);
-  if (!options.clocks_as_recorded) report.clocks = compared_clocks(store, report);
+  if (!options.clocks_as_recorded) report.clocks = compared_clocks(store, parameters);
   find_network_events(events, report);
   report.events = std::move(events);
   return report;

@@ -14,8 +14,17 @@ namespace {
 /// So long a connection waits while others write.
 constexpr auto patience = std::chrono::seconds(60);
 
+/// What a user can do about a file that SQLite would have to write to.
+const char* cure_of_unwritable(int code, Sqlite::Use use) {
+  if (use == Sqlite::Use::write) return "check the permission to write the file and its folder";
+  if (code == SQLITE_READONLY_ROLLBACK || code == SQLITE_READONLY_RECOVERY) {
+    return "run dipx archive add with it once, which undoes what an interrupted program has left unfinished";
+  }
+  return "copy it to a folder to which you can write, because SQLite keeps a file beside it while it is read";
+}
+
 /// What a user can do about an error of SQLite.
-const char* cure_of(int code) {
+const char* cure_of(int code, Sqlite::Use use) {
   switch (code & 0xFF) {
     case SQLITE_FULL:
       return "free some space and run the command again; everything stored so far is kept";
@@ -24,15 +33,16 @@ const char* cure_of(int code) {
     case SQLITE_READONLY:
     case SQLITE_PERM:
     case SQLITE_AUTH:
-      return "check the permission to write the file and its folder";
+      return cure_of_unwritable(code, use);
     case SQLITE_CANTOPEN:
       return "check the path and the permission to read and write the file and its folder";
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       return "another program is writing to it; run the command again later";
     case SQLITE_NOTADB:
-      return "name a file that dipx archive add has made, or a new one";
+      return cure_of_other_file;
     case SQLITE_CORRUPT:
+    case SQLITE_ERROR:  // The statements are right, so the tables and views are not.
       return "restore it from a backup, or add the records to a new file";
     default:
       return "check the file and its folder";
@@ -96,7 +106,7 @@ void Sqlite::Close::operator()(sqlite3* handle) const {
   sqlite3_close(handle);
 }
 
-Sqlite::Sqlite(const std::string& file, Use use) : file_(file) {
+Sqlite::Sqlite(const std::string& file, Use use) : file_(file), use_(use) {
   sqlite3* handle = nullptr;
   const int flags = use == Use::read ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
   const int code = sqlite3_open_v2(file.c_str(), &handle, flags, nullptr);
@@ -108,7 +118,7 @@ Sqlite::Sqlite(const std::string& file, Use use) : file_(file) {
 }
 
 void Sqlite::fail(int code) const {
-  throw StoreError(file_, sqlite3_errmsg(handle_.get()), cure_of(code));
+  throw StoreError(file_, sqlite3_errmsg(handle_.get()), cure_of(code, use_));
 }
 
 SqliteStatement Sqlite::prepare(const std::string& sql) {

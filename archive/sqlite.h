@@ -13,6 +13,9 @@ struct sqlite3_stmt;
 
 namespace archive {
 
+/// What a user can do about a file that is not a store.
+inline constexpr const char* cure_of_other_file = "name a file that dipx archive add has made, or a new one";
+
 /// A prepared statement. It must not outlive its database.
 class SqliteStatement {
  public:
@@ -62,6 +65,7 @@ class Sqlite {
   [[noreturn]] void fail(int code) const;
 
   std::string file_;
+  Use use_;
   std::unique_ptr<sqlite3, Close> handle_;
 };
 

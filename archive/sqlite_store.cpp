@@ -27,8 +27,7 @@ int version_of(Sqlite& database) {
   database.run("RELEASE version");
   if (id == 0 && version == 0 && objects == 0) return 0;
   if (id != application_id) {
-    throw StoreError(database.file(), "is a database of another program",
-                     "name a file that dipx archive add has made, or a new one");
+    throw StoreError(database.file(), "is a database of another program", cure_of_other_file);
   }
   check_schema(database.file(), version);
   return static_cast<int>(version);
@@ -114,6 +113,7 @@ class SqliteStore : public Store {
 
 std::unique_ptr<Store> open_sqlite_store(const std::string& file, StoreUse use) {
   std::error_code ignored;
+  if (std::filesystem::is_directory(file, ignored)) throw StoreError(file, "is a folder", cure_of_other_file);
   if (use == StoreUse::read && !std::filesystem::exists(file, ignored)) {
     throw StoreError(file, "does not exist", "check the path, or fill a store with dipx archive add");
   }

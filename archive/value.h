@@ -42,9 +42,10 @@ inline std::int64_t whole_of(const Value& value) {
   return held == nullptr ? 0 : *held;
 }
 
-/// Returns the number of a value, whether it is whole or not; nothing for other values.
+/// Returns the number of a value, whether it is whole or not; nothing for other values and numbers that are not finite,
+/// which only a damaged store has.
 inline std::optional<double> number_of(const Value& value) {
-  if (const auto* held = std::get_if<double>(&value)) return *held;
+  if (const auto* held = std::get_if<double>(&value)) return std::isfinite(*held) ? std::optional(*held) : std::nullopt;
   if (const auto* held = std::get_if<std::int64_t>(&value)) return static_cast<double>(*held);
   return std::nullopt;
 }

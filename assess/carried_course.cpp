@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "measure/dip_type.h"
+#include "measure/low_voltage.h"
 
 namespace assess {
 
@@ -16,10 +17,6 @@ using measure::Figure;
 using measure::PerPhase;
 using measure::Phasors;
 using measure::Segment;
-
-/// A voltage below this share of its level before has no reliable angle, as in the measurement itself.
-constexpr double next_to_nothing = 0.05;
-constexpr double dip_threshold = 0.9;
 
 /// Returns the half widths of the load's voltages from those of the measured ones, which are independent.
 PerPhase carried_uncertainty(const Segment& segment, const VoltageMap& map) {
@@ -51,8 +48,8 @@ measure::SegmentPhase figures_of(const measure::Phasor& voltage, const measure::
   measure::SegmentPhase figures;
   figures.voltage_v = {std::abs(voltage), plus_minus};
   figures.share_of_before = std::abs(voltage / before);
-  figures.below_threshold = figures.share_of_before < dip_threshold;
-  if (figures.share_of_before < next_to_nothing) return figures;
+  figures.below_threshold = figures.share_of_before < measure::threshold;
+  if (figures.share_of_before < measure::next_to_nothing) return figures;
   figures.phase_jump_degrees = Figure{std::arg(voltage / before) * degrees,
                                       std::hypot(plus_minus / std::abs(voltage) * degrees, jump_plus_minus)};
   return figures;

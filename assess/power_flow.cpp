@@ -4,6 +4,8 @@
 #include <numbers>
 #include <stdexcept>
 
+#include "measure/dip_type.h"
+
 namespace assess {
 
 namespace {
@@ -14,10 +16,6 @@ using measure::Phasors;
 measure::WindowPhasor window_of(const measure::Waveform& waveform, double frequency, int order) {
   const double radians = 2 * std::numbers::pi * frequency * order / waveform.rate;
   return {radians, static_cast<std::size_t>(std::lround(waveform.rate / frequency))};
-}
-
-Phasor sequence(const Phasors& phasors, const Phasors& turns) {
-  return (phasors[0] * turns[0] + phasors[1] * turns[1] + phasors[2] * turns[2]) / 3.0;
 }
 
 }  // namespace
@@ -35,9 +33,10 @@ PowerFlow::PowerFlow(const measure::Waveform& voltages, const measure::Waveform&
   if (!three || voltages.length() != currents.length() || voltages.rate != currents.rate) {
     throw std::invalid_argument("a bay has three voltages and three currents of one length and rate");
   }
-  constexpr double fewest_samples = 8;
+  // The second harmonic has to be below half the sampling rate.
+  constexpr double fewest_samples = 5;
   if (!(frequency > 0) || voltages.rate / frequency < fewest_samples) {
-    throw std::invalid_argument("a cycle has at least 8 samples");
+    throw std::invalid_argument("a cycle has at least 5 samples");
   }
   order_.reversed = monitor.wiring.reversed;
   fundamental_ = window_of(voltages, frequency, 1);
@@ -83,11 +82,11 @@ std::optional<measure::PerPhase> PowerFlow::second_harmonic(double begin_s) cons
 }
 
 Phasor PowerFlow::positive(const Phasors& phasors) const {
-  return sequence(phasors, order_.to_positive());
+  return measure::components_of(phasors, order_).positive;
 }
 
 Phasor PowerFlow::negative(const Phasors& phasors) const {
-  return sequence(phasors, order_.to_negative());
+  return measure::components_of(phasors, order_).negative;
 }
 
 }  // namespace assess

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <initializer_list>
 
@@ -10,6 +11,7 @@
 namespace command {
 
 void prepare_standard_streams() {
+  std::signal(SIGXFSZ, SIG_IGN);
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(stream, F_GETFD) != -1 || errno != EBADF) continue;
     // The lowest free descriptor is opened, which is this one because those before it are open.

@@ -7,13 +7,13 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <numbers>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "docs/time_panels.h"
 #include "measure/course.h"
 #include "measure/detector.h"
 #include "measure/half_cycle_rms.h"
@@ -26,76 +26,48 @@
 
 namespace {
 
+using docs::phase_colours;
+using docs::red;
+using docs::yellow;
 using Points = std::vector<std::pair<double, double>>;  // seconds and value
 
 constexpr std::size_t phases = 3;
-constexpr std::array<const char*, phases> colours = {"#0072b2", "#d9730d", "#3d3d3d"};
 constexpr std::array<const char*, phases> names = {"A", "B", "C"};
-constexpr const char* red = "#b00020";
-constexpr const char* grey = "#dddddd";
-constexpr const char* yellow = "#f3e6c4";
 constexpr const char* blue = "#cfe3f1";
 
-// Millimetres.
-constexpr double width = 150;
-constexpr double left = 14;
-constexpr double right = width - 3;
-constexpr double panel_height = 26;
-constexpr double gap = 7;
-
-/// Several panels, one below the other, that show the same stretch of time.
-class Picture {
+/// Panels of curves by time in seconds.
+class Picture : public docs::TimePanels {
  public:
   Picture(double from_s, double to_s) : from_s_(from_s), to_s_(to_s) {}
 
   void panel(const std::string& title, double low, double high, double step) {
-    top_ = bottom_ + gap;
-    bottom_ = top_ + panel_height;
-    low_ = low;
-    high_ = high;
-    legend_ = right;
-    add("<text x=\"{}\" y=\"{:.1f}\" font-weight=\"bold\">{}</text>\n", left, top_ - 1.2, title);
-    add("<rect x=\"{}\" y=\"{:.1f}\" width=\"{}\" height=\"{}\" fill=\"none\" stroke=\"#1a1a1a\" "
-        "stroke-width=\"0.2\"/>\n",
-        left, top_, right - left, panel_height);
-    for (double tick = std::ceil(low / step) * step; tick <= high; tick += step) {
-      level(tick, grey, "none");
-      add("<text x=\"{}\" y=\"{:.2f}\" text-anchor=\"end\">{:g}</text>\n", left - 1, y(tick) + 0.9, tick);
-    }
-    add("<text transform=\"translate(3.4 {:.1f}) rotate(-90)\" text-anchor=\"middle\">%</text>\n",
-        (top_ + bottom_) / 2);
-  }
-
-  void level(double value, const char* colour, const char* dash = "1.2 0.6") {
-    add("<path d=\"M{} {:.2f}H{}\" stroke=\"{}\" stroke-width=\"0.2\" stroke-dasharray=\"{}\"/>\n", left, y(value),
-        right, colour, dash);
+    begin_panel(title, low, high, step, "%", "none");
   }
 
   void mark(double seconds, const std::string& name, const char* colour) {
     if (seconds < from_s_ || seconds > to_s_) return;
     add("<path d=\"M{0:.2f} {1:.1f}V{2:.1f}\" stroke=\"{3}\" stroke-width=\"0.3\" stroke-dasharray=\"0.8 0.5\"/>\n",
-        x(seconds), top_, bottom_, colour);
-    add("<text x=\"{:.2f}\" y=\"{:.1f}\" fill=\"{}\">{}</text>\n", x(seconds) + 0.6, bottom_ - 1, colour, name);
+        x(seconds), top(), bottom(), colour);
+    add("<text x=\"{:.2f}\" y=\"{:.1f}\" fill=\"{}\">{}</text>\n", x(seconds) + 0.6, bottom() - 1, colour, name);
   }
 
   void stretch(double from_s, double to_s, const char* colour, const std::string& name) {
     add("<rect x=\"{:.2f}\" y=\"{:.1f}\" width=\"{:.2f}\" height=\"{}\" fill=\"{}\" fill-opacity=\"0.8\"/>\n",
-        x(from_s), top_, x(to_s) - x(from_s), panel_height, colour);
+        x(from_s), top(), x(to_s) - x(from_s), panel_height, colour);
     if (x(to_s) - x(from_s) < 2) return;
     add("<text x=\"{:.2f}\" y=\"{:.1f}\" text-anchor=\"middle\" font-weight=\"bold\">{}</text>\n",
-        (x(from_s) + x(to_s)) / 2, top_ + 3, name);
+        (x(from_s) + x(to_s)) / 2, top() + 3, name);
   }
 
   void curve(const Points& points, const char* colour, const std::string& name, double thickness = 0.25) {
-    add("<path fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" stroke-linejoin=\"round\" d=\"", colour, thickness);
+    begin_curve(colour, thickness);
     char command = 'M';
     for (const auto& [seconds, value] : points) {
       if (seconds < from_s_ || seconds > to_s_) continue;
       add("{}{:.2f} {:.2f}", command, x(seconds), y(value));
       command = 'L';
     }
-    text_ += "\"/>\n";
-    legend(name, colour);
+    end_curve(name, colour);
   }
 
   void dots(const Points& points, const char* colour, const std::string& name) {
@@ -110,48 +82,16 @@ class Picture {
     const double shown = to_s_ - from_s_;
     const double step = shown > 0.25 ? 0.05 : shown > 0.06 ? 0.01 : 0.005;
     for (double t = std::ceil(from_s_ / step) * step; t <= to_s_; t += step) {
-      add("<path d=\"M{:.2f} {:.1f}v1\" stroke=\"#1a1a1a\" stroke-width=\"0.2\"/>\n", x(t), bottom_);
-      add("<text x=\"{:.2f}\" y=\"{:.1f}\" text-anchor=\"middle\">{:g}</text>\n", x(t), bottom_ + 4,
-          std::round(t * 1000) / 1000);
+      time_tick(x(t), fmt::format("{:g}", std::round(t * 1000) / 1000));
     }
-    add("<text x=\"{:.1f}\" y=\"{:.1f}\" text-anchor=\"middle\">t (s)</text>\n", (left + right) / 2, bottom_ + 7);
-    const double height = bottom_ + 9;
-    std::ofstream out(file);
-    out << fmt::format(
-               "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0}mm\" height=\"{1}mm\" viewBox=\"0 0 {0} {1}\" "
-               "font-family=\"Helvetica, Arial, sans-serif\" font-size=\"2.7\" fill=\"#1a1a1a\">\n<rect width=\"{0}\" "
-               "height=\"{1}\" fill=\"#ffffff\"/>\n",
-               width, height)
-        << text_ << "</svg>\n";
-    if (!out.flush()) throw std::runtime_error("cannot write " + file);
+    write(file);
   }
 
  private:
-  template <typename... Arguments>
-  void add(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-    fmt::format_to(std::back_inserter(text_), format, std::forward<Arguments>(arguments)...);
-  }
-  [[nodiscard]] double x(double seconds) const {
-    return left + (right - left) * std::clamp((seconds - from_s_) / (to_s_ - from_s_), 0.0, 1.0);
-  }
-  [[nodiscard]] double y(double value) const {
-    return bottom_ - (std::clamp(value, low_, high_) - low_) / (high_ - low_) * panel_height;
-  }
-  void legend(const std::string& name, const char* colour) {
-    if (name.empty()) return;
-    add("<text x=\"{:.1f}\" y=\"{:.1f}\" text-anchor=\"end\" fill=\"{}\">{}</text>\n", legend_, top_ - 1.2, colour,
-        name);
-    legend_ -= 1.5 * static_cast<double>(name.size()) + 3;
-  }
+  [[nodiscard]] double x(double seconds) const { return x_of((seconds - from_s_) / (to_s_ - from_s_)); }
 
   double from_s_;
   double to_s_;
-  std::string text_;
-  double top_ = 0;
-  double bottom_ = 1;
-  double low_ = 0;
-  double high_ = 1;
-  double legend_ = right;
 };
 
 /// The first dip of a record's first three channels, with all intermediate results.
@@ -185,11 +125,11 @@ class FirstDip {
     picture.panel("Samples, in per cent of the usual peak, and the pieces: steady yellow, linear blue", -160, 160, 80);
     shade(picture, excerpt, found);
     for (std::size_t phase = 0; phase < phases; phase++)
-      picture.curve(samples(excerpt, phase), colours[phase], "", 0.2);
+      picture.curve(samples(excerpt, phase), phase_colours[phase], "", 0.2);
     picture.panel("Fundamental of the cycle round each time", 0, 140, 20);
     shade(picture, excerpt, found);
     for (std::size_t phase = phases; phase-- > 0;)
-      picture.curve(magnitudes(excerpt, phase), colours[phase], names[phase]);
+      picture.curve(magnitudes(excerpt, phase), phase_colours[phase], names[phase]);
     picture.save(file);
   }
 
@@ -217,7 +157,7 @@ class FirstDip {
           const double expected = course == nullptr ? 0 : course->voltage(seconds)[phase];
           points.emplace_back(seconds, 100 * (excerpt.value(phase, i) - expected));
         }
-        picture.curve(points, colours[phase], names[phase]);
+        picture.curve(points, phase_colours[phase], names[phase]);
       }
       picture.mark(pinned.first_s, "instant", red);
     };
@@ -237,11 +177,11 @@ class FirstDip {
     }
     picture.level(90, red);
     for (std::size_t phase = phases; phase-- > 0;) {
-      picture.dots(half_cycle_values(phase), colours[phase], names[phase]);
+      picture.dots(half_cycle_values(phase), phase_colours[phase], names[phase]);
       for (const auto& segment : course_.segments) {
         const double percent = 100 * segment.phases[phase].share_of_before;
-        picture.curve({{segment.start_s, percent}, {segment.end_s.value_or(end_s()), percent}}, colours[phase], "",
-                      0.5);
+        picture.curve({{segment.start_s, percent}, {segment.end_s.value_or(end_s()), percent}}, phase_colours[phase],
+                      "", 0.5);
       }
     }
     picture.mark(start_s(), "start", red);
@@ -255,14 +195,14 @@ class FirstDip {
     Picture picture(start_s() - 4 * cycle(), end_s() + 8 * cycle());
     picture.panel("Samples, in per cent of the usual peak", -120, 120, 60);
     for (std::size_t phase = 0; phase < phases; phase++)
-      picture.curve(samples(excerpt, phase), colours[phase], "", 0.2);
+      picture.curve(samples(excerpt, phase), phase_colours[phase], "", 0.2);
     picture.panel("Urms(1/2) in the middle of each window, and the gradual segment", 40, 110, 10);
     for (const auto& segment : course_.segments) {
       if (segment.gradual) picture.stretch(segment.start_s, segment.end_s.value_or(end_s()), yellow, "gradual");
     }
     picture.level(90, red);
     for (std::size_t phase = phases; phase-- > 0;) {
-      picture.dots(half_cycle_values(phase), colours[phase], names[phase]);
+      picture.dots(half_cycle_values(phase), phase_colours[phase], names[phase]);
     }
     picture.mark(start_s(), "start", red);
     picture.mark(end_s(), "end: 90 %", red);

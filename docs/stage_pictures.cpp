@@ -4,23 +4,26 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
 
 #include "analysis/analyse.h"
 #include "analysis/waveform.h"
+#include "docs/time_panels.h"
 #include "readers/open_record.h"
 #include "sagx/dipx_lib.h"
 #include "sagx/dq_dipx.h"
 #include "sagx/signal_acquisition.h"
 
 namespace {
+
+using docs::phase_colours;
+using docs::red;
+using docs::yellow;
 
 /// The whole record as the library has left it.
 const dq_dipx_rms& searched() {
@@ -34,75 +37,45 @@ dq_data& window() {
 
 using Curve = std::function<double(int)>;
 
-constexpr std::array<const char*, 3> phase_colours = {"#0072b2", "#d9730d", "#3d3d3d"};
-constexpr const char* red = "#b00020";
 constexpr const char* green = "#1b7837";
-constexpr const char* shade = "#f3e6c4";
-constexpr const char* grey = "#dddddd";
 
-// Millimetres.
-constexpr double width = 150;
-constexpr double left = 14;
-constexpr double right = width - 3;
-constexpr double panel_height = 26;
-constexpr double gap = 7;
-
-/// Several panels, one below the other, that show the same stretch of samples.
-class Picture {
+/// Panels of curves by the number of a sample.
+class Picture : public docs::TimePanels {
  public:
   /// Shows the samples from `from` to `to`; `seconds_at` gives the time of a sample.
   Picture(int from, int to, std::function<double(int)> seconds_at)
       : from_(from), to_(to), seconds_at_(std::move(seconds_at)) {}
 
   void panel(const std::string& title, double low, double high, const std::string& unit) {
-    top_ = bottom_ + gap;
-    bottom_ = top_ + panel_height;
-    low_ = low;
-    high_ = high;
-    add("<text x=\"{}\" y=\"{:.1f}\" font-weight=\"bold\">{}</text>\n", left, top_ - 1.2, title);
-    legend_ = right;
     last_mark_ = -width;
     name_row_ = 0;
-    add("<rect x=\"{}\" y=\"{:.1f}\" width=\"{}\" height=\"{}\" fill=\"#ffffff\" stroke=\"#1a1a1a\" "
-        "stroke-width=\"0.2\"/>\n",
-        left, top_, right - left, panel_height);
     const double step = high - low > 200 ? 100 : high - low > 90 ? 50 : high - low > 40 ? 20 : high - low > 12 ? 5 : 2;
-    for (double tick = std::ceil(low / step) * step; tick <= high; tick += step) {
-      level(tick, grey, "none");
-      add("<text x=\"{}\" y=\"{:.2f}\" text-anchor=\"end\">{:g}</text>\n", left - 1, y(tick) + 0.9, tick);
-    }
-    add("<text transform=\"translate(3.4 {:.1f}) rotate(-90)\" text-anchor=\"middle\">{}</text>\n",
-        (top_ + bottom_) / 2, unit);
-  }
-
-  void level(double value, const char* colour, const char* dash = "1.2 0.6") {
-    add("<path d=\"M{} {:.2f}H{}\" stroke=\"{}\" stroke-width=\"0.2\" stroke-dasharray=\"{}\"/>\n", left, y(value),
-        right, colour, dash);
+    begin_panel(title, low, high, step, unit, "#ffffff");
   }
 
   /// Marks a sample with a line over the whole height of the panel.
   void mark(int sample, const std::string& name, const char* colour = "#1a1a1a") {
     add("<path d=\"M{0:.2f} {1:.1f}V{2:.1f}\" stroke=\"{3}\" stroke-width=\"0.25\" stroke-dasharray=\"0.8 0.5\"/>\n",
-        x(sample), top_, bottom_, colour);
+        x(sample), top(), bottom(), colour);
     // The names of close neighbours are placed one above the other.
     name_row_ = x(sample) - last_mark_ < 12 ? name_row_ + 1 : 0;
     last_mark_ = x(sample);
-    add("<text x=\"{:.2f}\" y=\"{:.1f}\" fill=\"{}\">{}</text>\n", x(sample) + 0.6, bottom_ - 1 - 3 * name_row_, colour,
-        name);
+    add("<text x=\"{:.2f}\" y=\"{:.1f}\" fill=\"{}\">{}</text>\n", x(sample) + 0.6, bottom() - 1 - 3 * name_row_,
+        colour, name);
   }
 
   void stretch(int begin, int end, const char* colour, const std::string& name = "") {
     add("<rect x=\"{:.2f}\" y=\"{:.1f}\" width=\"{:.2f}\" height=\"{}\" fill=\"{}\" fill-opacity=\"0.7\"/>\n", x(begin),
-        top_, x(end) - x(begin), panel_height, colour);
+        top(), x(end) - x(begin), panel_height, colour);
     add("<text x=\"{:.2f}\" y=\"{:.1f}\" text-anchor=\"middle\" font-weight=\"bold\">{}</text>\n",
-        (x(begin) + x(end)) / 2, top_ + 3, name);
+        (x(begin) + x(end)) / 2, top() + 3, name);
   }
 
   /// Draws a curve. If samples lie closer together than a printer's dots, only the lowest and the highest value of each
   /// step are drawn.
   void curve(const Curve& value, const char* colour, const std::string& name, double thickness = 0.25) {
     const int step = std::max(1, static_cast<int>((to_ - from_) / ((right - left) / 0.15)));
-    add("<path fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" stroke-linejoin=\"round\" d=\"", colour, thickness);
+    begin_curve(colour, thickness);
     char command = 'M';
     for (int i = from_; i < to_; i += step) {
       double lowest = value(i);
@@ -115,8 +88,7 @@ class Picture {
       command = 'L';
       if (highest > lowest) add("L{:.2f} {:.2f}", x(i), y(highest));
     }
-    text_ += "\"/>\n";
-    legend(name, colour);
+    end_curve(name, colour);
   }
 
   void dot(int sample, double value, const char* colour) {
@@ -128,49 +100,17 @@ class Picture {
     const double step = shown > 5 ? 2 : shown > 0.25 ? 0.05 : 0.01;
     for (double t = std::ceil(seconds_at_(from_) / step) * step; t <= seconds_at_(to_); t += step) {
       const double share = (t - seconds_at_(from_)) / (seconds_at_(to_) - seconds_at_(from_));
-      const double at = left + share * (right - left);
-      add("<path d=\"M{:.2f} {:.1f}v1\" stroke=\"#1a1a1a\" stroke-width=\"0.2\"/>\n", at, bottom_);
-      add("<text x=\"{:.2f}\" y=\"{:.1f}\" text-anchor=\"middle\">{:.2f}</text>\n", at, bottom_ + 4, t);
+      time_tick(left + share * (right - left), fmt::format("{:.2f}", t));
     }
-    add("<text x=\"{:.1f}\" y=\"{:.1f}\" text-anchor=\"middle\">t (s)</text>\n", (left + right) / 2, bottom_ + 7);
-    const double height = bottom_ + 9;
-    std::ofstream out(file);
-    out << fmt::format(
-               "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0}mm\" height=\"{1}mm\" viewBox=\"0 0 {0} {1}\" "
-               "font-family=\"Helvetica, Arial, sans-serif\" font-size=\"2.7\" fill=\"#1a1a1a\">\n<rect width=\"{0}\" "
-               "height=\"{1}\" fill=\"#ffffff\"/>\n",
-               width, height)
-        << text_ << "</svg>\n";
-    if (!out.flush()) throw std::runtime_error("cannot write " + file);
+    write(file);
   }
 
  private:
-  template <typename... Arguments>
-  void add(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-    fmt::format_to(std::back_inserter(text_), format, std::forward<Arguments>(arguments)...);
-  }
-  [[nodiscard]] double x(int sample) const {
-    return left + (right - left) * std::clamp(static_cast<double>(sample - from_) / (to_ - from_), 0.0, 1.0);
-  }
-  [[nodiscard]] double y(double value) const {
-    return bottom_ - (std::clamp(value, low_, high_) - low_) / (high_ - low_) * panel_height;
-  }
-  void legend(const std::string& name, const char* colour) {
-    if (name.empty()) return;
-    add("<text x=\"{:.1f}\" y=\"{:.1f}\" text-anchor=\"end\" fill=\"{}\">{}</text>\n", legend_, top_ - 1.2, colour,
-        name);
-    legend_ -= 1.5 * static_cast<double>(name.size()) + 3;
-  }
+  [[nodiscard]] double x(int sample) const { return x_of(static_cast<double>(sample - from_) / (to_ - from_)); }
 
   int from_;
   int to_;
   std::function<double(int)> seconds_at_;
-  std::string text_;
-  double top_ = 0;
-  double bottom_ = 1;
-  double low_ = 0;
-  double high_ = 1;
-  double legend_ = right;
   double last_mark_ = -width;  // position of the latest mark in this panel; the next line is the row of its name
   int name_row_ = 0;
 };
@@ -225,7 +165,7 @@ class StagePictures {
     picture.curve([&](int i) { return percent(record.vb[i]); }, phase_colours[1], "B", 0.15);
     picture.curve([&](int i) { return percent(record.vc[i]); }, phase_colours[2], "C", 0.15);
     picture.panel("RMS over the cycle that ends at each sample", 0, 160, "%");
-    picture.stretch(window_, window_ + samples(), shade, "window");
+    picture.stretch(window_, window_ + samples(), yellow, "window");
     picture.level(90, red);
     picture.mark(record.T[0], "fall", red);
     picture.mark(record.T[1], "recovery", red);
@@ -301,7 +241,7 @@ class StagePictures {
     picture.curve(zero, phase_colours[0], "zero");
     picture.panel("Category of each sample", 0, 10, "code");
     for (int s = 0; s < dip().u_min_num; s++) {
-      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, shade,
+      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, yellow,
                       fmt::format("segment {}: {}", s + 1, dip().dipx_cata_seg[s]));
     }
     picture.curve([&](int i) { return in_segment(i) ? dip().dipx_cata[i] : 0; }, green, "");
@@ -335,7 +275,7 @@ class StagePictures {
     Picture picture(0, window, window_time());
     picture.panel("RMS, its boundaries (Trms) and those of the waveform (T)", 0, 160, "%");
     for (int s = 0; s < dip().min_num; s++) {
-      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, shade, fmt::format("{}", s + 1));
+      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, yellow, fmt::format("{}", s + 1));
     }
     picture.curve([&](int i) { return percent(data.rms_ua[i]); }, phase_colours[0], "A");
     picture.curve([&](int i) { return percent(data.rms_ub[i]); }, phase_colours[1], "B");
@@ -372,7 +312,7 @@ class StagePictures {
 
   void shade_segments(Picture& picture) const {
     for (int s = 0; s < dip().u_min_num; s++) {
-      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, shade, fmt::format("{}", s + 1));
+      picture.stretch(dip().T[2 * s + 1] - window_, dip().T[2 * s + 2] - window_, yellow, fmt::format("{}", s + 1));
     }
   }
 

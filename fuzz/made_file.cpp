@@ -101,6 +101,7 @@ struct Shape {
   double volts = 230;
   std::size_t length = 0;
   std::size_t channels = 3;
+  bool currents = false;  ///< the channels after the third one are the currents of the same bay
 };
 
 Shape shape_of(Bytes& input) {
@@ -117,7 +118,9 @@ Shape shape_of(Bytes& input) {
   const double cycles = 1 + input.below(most_cycles);
   shape.length = static_cast<std::size_t>(cycles * samples_per_cycle);
   constexpr std::size_t counts[] = {3, 3, 3, 3, 1, 2, 4, 6};
-  shape.channels = one_of(input, counts);
+  const unsigned kind = input.number<std::uint8_t>();
+  shape.channels = counts[kind % std::size(counts)];
+  shape.currents = (kind & 0x80U) != 0;
   return shape;
 }
 
@@ -188,6 +191,10 @@ readers::Record record_of(Bytes& input) {
     channel.name = name_of(input, k);
     channel.phase = k < 3 && input.below(2) == 0 ? std::string(1, "ABC"[k]) : "";
     channel.unit = unit;
+    if (shape.currents && k >= 3) {
+      channel.name = std::string("I") + "ABC"[k % 3];
+      channel.unit = "A";
+    }
     if (input.below(16) == 0) {
       channel.primary = input.number<std::int16_t>();
       channel.secondary = input.number<std::int16_t>() / 100.0;

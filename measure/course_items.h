@@ -7,13 +7,11 @@
 #include "measure/excerpt.h"
 #include "measure/findings.h"
 #include "measure/gradual_course.h"
+#include "measure/low_voltage.h"
 #include "measure/phasor_distance.h"
 #include "measure/phasor_fit.h"
 
 namespace measure {
-
-/// A phase is low below this share of its own level before.
-inline constexpr double threshold = 0.9;
 
 /// Neighbouring segments whose phasors differ by less than this are one segment. All voltages within a course are in
 /// usual peaks.

@@ -8,18 +8,8 @@ namespace measure {
 
 namespace {
 
-struct Components {
-  Phasor positive;
-  Phasor negative;
-  Phasor zero;
-};
-
-Phasor sum(const Phasors& voltages, const Phasors& turns) {
-  return (voltages[0] * turns[0] + voltages[1] * turns[1] + voltages[2] * turns[2]) / 3.0;
-}
-
-Components components(const Phasors& voltages, const Wiring& wiring) {
-  return {sum(voltages, wiring.to_positive()), sum(voltages, wiring.to_negative()), sum(voltages, wiring.to_zero())};
+Phasor sequence(const Phasors& phasors, const Phasors& turns) {
+  return (phasors[0] * turns[0] + phasors[1] * turns[1] + phasors[2] * turns[2]) / 3.0;
 }
 
 /// If the negative sequence is below these shares of the positive sequence before and of its loss, the three phases
@@ -58,8 +48,13 @@ bool zero_dominates(const Components& parts, const Phasor& loss) {
 
 }  // namespace
 
+Components components_of(const Phasors& phasors, const Wiring& wiring) {
+  return {sequence(phasors, wiring.to_positive()), sequence(phasors, wiring.to_negative()),
+          sequence(phasors, wiring.to_zero())};
+}
+
 Sequences sequences_of(const Phasors& voltages, const Wiring& wiring) {
-  const Components parts = components(voltages, wiring);
+  const Components parts = components_of(voltages, wiring);
   Sequences result{std::abs(parts.positive), std::abs(parts.negative), std::abs(parts.zero), {}};
   if (result.positive_v > 0) result.unbalance_percent = 100 * result.negative_v / result.positive_v;
   return result;
@@ -72,7 +67,7 @@ DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wi
   const Phasors turns = wiring.to_positive();
   for (std::size_t phase = 0; phase < 3; phase++) relative[phase] = voltages[phase] / before[phase] / turns[phase];
   // `relative` follows the rotation of the wiring.
-  const Components parts = components(relative, wiring);
+  const Components parts = components_of(relative, wiring);
   const Phasor loss = 1.0 - parts.positive;
 
   DipType type;

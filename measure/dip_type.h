@@ -8,6 +8,15 @@
 
 namespace measure {
 
+/// Symmetrical components of three phasors.
+struct Components {
+  Phasor positive;
+  Phasor negative;
+  Phasor zero;
+};
+
+Components components_of(const Phasors& phasors, const Wiring& wiring);
+
 /// Returns the components of three voltages in volts RMS. `between_phases`: the voltages are between phases and have no
 /// zero sequence.
 Sequences sequences_of(const Phasors& voltages, const Wiring& wiring);

@@ -6,12 +6,9 @@
 #include <cstddef>
 
 #include "measure/findings.h"
+#include "measure/low_voltage.h"
 
 namespace measure {
-
-/// Below this, in usual peaks, a phase has almost no voltage: the movement of its phasor means nothing, and nothing is
-/// divided by it.
-inline constexpr double next_to_nothing = 0.05;
 
 /// Returns the largest distance between the phasors of a phase. Phases that have almost no voltage on both sides do not
 /// count.

@@ -154,7 +154,7 @@ std::string ZipFile::content(std::size_t index) const {
   const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> opened(zip_fopen_index(handle_->zip, entries_[index], 0),
                                                                  zip_fclose);
   const auto refuse = [&](zip_error_t* error) {
-    throw ReadError(name, "", "cannot be read from the archive: " + error_text(zip_error_code_zip(error)),
+    throw ReadError(name, "", "cannot be read from the archive: " + inert(zip_error_strerror(error)),
                     "copy the archive again in binary mode, or extract it with another program");
   };
   if (!opened) refuse(zip_get_error(handle_->zip));

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "analysis/analyse.h"
 #include "outputs/origin_text.h"
@@ -62,6 +63,23 @@ TEST(EventOrigin, IsTheSameByVoltagesBetweenPhases) {
   ASSERT_FALSE(analysis.origins.empty());
   ASSERT_TRUE(analysis.origins[0].direction);
   EXPECT_EQ(analysis.origins[0].direction->opinions[3].side, assess::Side::downstream) << "of the positive sequence";
+}
+
+TEST(EventOrigin, IsFoundAtAFrequencyThatLeavesACycleFewerThanEightSamples) {
+  auto record = faulted_record();
+  constexpr std::size_t step = 17;  // 7.5 samples of a cycle at 50 Hz, but 8 of one at 47 Hz
+  for (auto& channel : record.channels) {
+    std::vector<double> kept;
+    for (std::size_t i = 0; i < channel.samples.size(); i += step) kept.push_back(channel.samples[i]);
+    channel.samples = kept;
+  }
+  record.line_frequency = 47;
+  record.rates = {{tests::sample_rate / step, record.channels[0].samples.size()}};
+  const Analysis analysis = analysis::analyse(record, {});
+  ASSERT_NEAR(analysis.found.frequency, 50, 0.1);
+  ASSERT_FALSE(analysis.origins.empty());
+  ASSERT_TRUE(analysis.origins[0].direction);
+  EXPECT_EQ(analysis.origins[0].direction->agreed(), assess::Side::downstream);
 }
 
 TEST(EventOrigin, IsNotGivenWithoutCurrents) {

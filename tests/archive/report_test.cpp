@@ -166,6 +166,8 @@ TEST_F(ReportTest, ComparesTimesOfDifferentZones) {
   EXPECT_EQ(archive::clock_seconds("2024-01-01T00:00:00-01:00"), *archive::clock_seconds("2024-01-01T01:00:00"));
   EXPECT_EQ(archive::clock_seconds("2023-02-29T00:00:00"), std::nullopt);
   EXPECT_EQ(archive::clock_seconds(""), std::nullopt);
+  EXPECT_EQ(archive::clock_seconds("2024-01-01T00:00:nan"), std::nullopt);
+  EXPECT_EQ(archive::clock_seconds("2024-01-01T00:00:inf"), std::nullopt);
 }
 
 TEST_F(ReportTest, KeepsToThePeriod) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -12,6 +13,7 @@
 
 #include "measure/dip_type.h"
 #include "measure/measure.h"
+#include "tests/assess/circuit.h"
 
 namespace {
 
@@ -21,6 +23,7 @@ using measure::Course;
 using measure::Phasor;
 using measure::Phasors;
 using measure::Segment;
+using Samples = std::array<std::vector<double>, 3>;
 
 constexpr double pi = std::numbers::pi;
 const double root3 = std::numbers::sqrt3;
@@ -162,13 +165,6 @@ TEST(CarriedCourse, NeedsThePhasorsOfAllVoltages) {
 
 // --- waveforms -------------------------------------------------------------------------------------------------------
 
-struct Samples {
-  std::vector<double> phases[3];
-  [[nodiscard]] measure::Waveform waveform() const {
-    return {.phases = {{phases[0]}, {phases[1]}, {phases[2]}}, .rate = 6400, .line_frequency = 50};
-  }
-};
-
 /// A second at 50 Hz and 230 V with a dip from 0.4 s to 0.6 s.
 Samples samples_of(const Phasors& during) {
   Samples samples;
@@ -177,7 +173,7 @@ Samples samples_of(const Phasors& during) {
     const bool in_dip = t >= 0.4 && t < 0.6;
     const Phasor turn = 230 * std::numbers::sqrt2 * std::polar(1.0, 2 * pi * 50 * t);
     for (std::size_t k = 0; k < 3; k++) {
-      samples.phases[k].push_back(std::real((in_dip ? during[k] : balanced[k]) * turn));
+      samples[k].push_back(std::real((in_dip ? during[k] : balanced[k]) * turn));
     }
   }
   return samples;
@@ -187,8 +183,8 @@ Samples samples_of(const Phasors& during) {
 Samples beyond_dyn11(const Samples& samples) {
   Samples result;
   for (std::size_t k = 0; k < 3; k++) {
-    for (std::size_t i = 0; i < samples.phases[k].size(); i++) {
-      result.phases[k].push_back((samples.phases[k][i] - samples.phases[(k + 1) % 3][i]) / root3);
+    for (std::size_t i = 0; i < samples[k].size(); i++) {
+      result[k].push_back((samples[k][i] - samples[(k + 1) % 3][i]) / root3);
     }
   }
   return result;
@@ -196,7 +192,7 @@ Samples beyond_dyn11(const Samples& samples) {
 
 /// Returns the course of the only dip.
 Course measured(const Samples& samples) {
-  const measure::Waveform waveform = samples.waveform();
+  const measure::Waveform waveform = tests::BaySamples::waveform_of(samples);
   for (const measure::Event& event : measure::measure(waveform, {}).events) {
     if (event.kind == measure::EventKind::dip && event.course) return *event.course;
   }

@@ -20,6 +20,7 @@ using assess::CauseKind;
 using assess::PowerFlow;
 using tests::BaySamples;
 using tests::Circuit;
+using tests::within;
 
 /// The likely cause of the first dip.
 std::optional<Cause> cause_of(const BaySamples& samples) {
@@ -33,11 +34,6 @@ std::optional<Cause> cause_of(const BaySamples& samples) {
     return likely_cause(flow, course, direction_of(flow, {course.start_s->value, end_s}));
   }
   return std::nullopt;
-}
-
-/// A number in a range, the same on every machine.
-double within(std::mt19937& random, double lowest, double highest) {
-  return lowest + (highest - lowest) * static_cast<double>(random()) / 4294967295.0;
 }
 
 /// Voltages of a source behind a resistance and an inductance, from which a load and another current flow.

@@ -103,6 +103,11 @@ inline State state_of(const Circuit& circuit, const Fault* fault) {
   return state;
 }
 
+/// A number in a range, the same on every machine.
+inline double within(std::mt19937& random, double lowest, double highest) {
+  return lowest + (highest - lowest) * static_cast<double>(random()) / 4294967295.0;
+}
+
 /// Samples of a bay at 6400 Hz.
 struct BaySamples {
   std::array<std::vector<double>, 3> volts;

@@ -20,6 +20,7 @@ using assess::Side;
 using tests::BaySamples;
 using tests::Circuit;
 using tests::Fault;
+using tests::within;
 
 /// The methods' answers for a dip from 0.2 s to 0.35 s; nothing if the voltage does not dip.
 std::optional<Direction> answer(const BaySamples& samples) {
@@ -120,11 +121,6 @@ TEST(PowerFlow, HasTheWattsOfTheCircuit) {
 }
 
 // --- shares right ----------------------------------------------------------------------------------------------------
-
-/// A number in a range, the same on every machine.
-double within(std::mt19937& random, double lowest, double highest) {
-  return lowest + (highest - lowest) * static_cast<double>(random()) / 4294967295.0;
-}
 
 Circuit any_circuit(std::mt19937& random) {
   const auto impedance = [&](double lowest, double highest, double least_ratio, double most_ratio) {

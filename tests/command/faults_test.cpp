@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "tests/command/dipx_command.h"
+#include "tests/command/nobody.h"
 #include "tests/core/full_folder.h"
 #include "tests/core/working_folder.h"
 
@@ -115,20 +116,6 @@ TEST_F(Faults, AReportThatIsCutShortInTheTemporaryFolderIsRejected) {
   }
 }
 
-/// Root may write anywhere, so during its lifetime a process of root runs as the user "nobody".
-class Nobody {
- public:
-  Nobody() { became_ = getuid() == 0 && seteuid(65534) == 0; }
-  Nobody(const Nobody&) = delete;
-  Nobody& operator=(const Nobody&) = delete;
-  ~Nobody() {
-    if (became_ && seteuid(0) != 0) std::abort();
-  }
-
- private:
-  bool became_ = false;
-};
-
 TEST_F(Faults, AFolderThatCannotBeWrittenToGetsNoFile) {
 #ifdef DIPX_SANITIZED
   if (getuid() == 0) GTEST_SKIP() << "LeakSanitizer cannot inspect a process that runs as the user \"nobody\"";
@@ -136,7 +123,7 @@ TEST_F(Faults, AFolderThatCannotBeWrittenToGetsNoFile) {
   std::filesystem::create_directory("closed");
   std::filesystem::permissions("closed", std::filesystem::perms(0555));
   std::filesystem::permissions(".", std::filesystem::perms(0755));
-  const Nobody nobody;
+  const tests::Nobody nobody;
   if (faccessat(AT_FDCWD, DIPX_COMMAND, X_OK, AT_EACCESS) != 0 || faccessat(AT_FDCWD, example, R_OK, AT_EACCESS) != 0) {
     GTEST_SKIP() << "the user \"nobody\" may not run " DIPX_COMMAND;
   }

@@ -164,6 +164,7 @@ TEST_F(Archives, WithDamagedContentAreRefused) {
   damaged[30 + 5 + 6] = static_cast<char>(damaged[30 + 5 + 6] ^ 0x10);
   const std::string text = refusal(folder_.write("damaged.zip", damaged));
   EXPECT_NE(text.find("damaged.zip:t.csv: cannot be read from the archive: "), std::string::npos) << text;
+  EXPECT_EQ(text.find(": ;"), std::string::npos) << "the cause is missing: " << text;
   EXPECT_NE(text.find("; copy the archive again in binary mode, or extract it with another program"), std::string::npos)
       << text;
   // The method of compression is in the local header and in the directory; none has the number 77.
