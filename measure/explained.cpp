@@ -139,4 +139,20 @@ bool is_borne_out(const Excerpt& excerpt, const Segment& segment, const PhasorFi
   return judged == 0 || static_cast<double>(explained) >= nearly_all * static_cast<double>(judged);
 }
 
+double settled_s(const Excerpt& excerpt, const Segment& segment, double latest_s, const Phasors& before) {
+  constexpr double stays_cycles = 0.5;
+  const MovingPhasors moving(excerpt);
+  const double last_begin_s =
+      std::min(latest_s + stays_cycles * excerpt.cycle(), segment.end_s.value_or(excerpt.end_s()) - excerpt.cycle());
+  // The average that the segment begins in may contain samples of the change.
+  const std::size_t first = excerpt.index_at(segment.start_s) + 1;
+  std::size_t settled = first;
+  for (std::size_t begin = first; excerpt.start_of(begin) <= last_begin_s; begin++) {
+    const auto phasors = moving.at(begin);
+    if (phasors && !agree(*phasors, segment.phasors, before, excerpt.phases())) settled = begin + 1;
+  }
+  const double settled_s = excerpt.start_of(settled);
+  return settled > first && settled_s <= std::min(latest_s, last_begin_s) ? settled_s : segment.start_s;
+}
+
 }  // namespace measure

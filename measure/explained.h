@@ -26,4 +26,8 @@ bool changes(const Excerpt& excerpt, double start_s, double end_s, const Phasors
 /// voltage, or are explained by the segment's fit, which includes decaying offsets.
 bool is_borne_out(const Excerpt& excerpt, const Segment& segment, const PhasorFit& fit, const Phasors& before);
 
+/// Returns the time in a steady segment from which its one-cycle windows agree with it and stay so for half a cycle;
+/// the segment's start if that is later than `latest_s`.
+double settled_s(const Excerpt& excerpt, const Segment& segment, double latest_s, const Phasors& before);
+
 }  // namespace measure

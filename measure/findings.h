@@ -73,7 +73,8 @@ struct Segment {
 /// A change of the network's state, from the first phase that changes to the last one.
 struct Transition {
   double start_s = 0;    ///< when the first phase begins to change
-  double end_s = 0;      ///< when the last phase has changed
+  double end_s = 0;      ///< when the last phase has changed, and transients that decay within 0.4 cycles no longer
+                         ///< hide the voltage of a steady segment
   bool gradual = false;  ///< the change takes so long that its course can be measured
   PhaseFlags phases{};   ///< those that change
 };

@@ -28,6 +28,7 @@ class Refiner {
     // A segment may have been found to be shorter.
     fill_gaps();
     drop_tail();
+    let_transients_decay();
     if (!dip_.end_s && !found_.items.empty() && found_.items.back().end_s >= excerpt_.end_s() - 2 / excerpt_.rate()) {
       found_.items.back().goes_on = true;
     }
@@ -129,11 +130,7 @@ class Refiner {
       }
       return;
     }
-    Segment segment;
-    segment.start_s = item.start_s;
-    segment.end_s = item.end_s;
-    segment.phasors = item.phasors;
-    if (is_borne_out(excerpt_, segment, item.fit, found_.before)) {
+    if (is_borne_out(excerpt_, as_segment(item), item.fit, found_.before)) {
       found_.items.push_back(item);
       return;
     }
@@ -153,6 +150,27 @@ class Refiner {
       return;
     }
     found_.items.push_back(item);
+  }
+
+  /// Lets each steady segment after an abrupt change begin when the switching transients have decayed so far that a
+  /// cycle of the waveform shows its voltage. Slower decays belong to the segment.
+  void let_transients_decay() {
+    constexpr double longest_cycles = 0.4;
+    for (std::size_t k = 0; k < found_.items.size(); k++) {
+      Item& item = found_.items[k];
+      const bool after_change = k > 0 ? !found_.items[k - 1].gradual : around_.has_before && !found_.gradual_start;
+      if (item.gradual || !after_change) continue;
+      const double change_s = k > 0 ? found_.items[k - 1].end_s : found_.start_s;
+      item.start_s = settled_s(excerpt_, as_segment(item), change_s + longest_cycles * excerpt_.cycle(), found_.before);
+    }
+  }
+
+  [[nodiscard]] static Segment as_segment(const Item& item) {
+    Segment segment;
+    segment.start_s = item.start_s;
+    segment.end_s = item.end_s;
+    segment.phasors = item.phasors;
+    return segment;
   }
 
   const DipWaveform& wave_;

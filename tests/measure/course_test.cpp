@@ -183,6 +183,43 @@ TEST(Course, HasATransitionThatLastsAsLongAsTheChange) {
   EXPECT_NEAR(course.transitions[0].end_s - course.transitions[0].start_s, 0.002, 3 * sample_s);
 }
 
+/// Returns the start of the only segment of a dip to half the voltage, after whose start an offset of phase A decays.
+/// `offset`: its initial voltage, relative to the peak before the dip.
+double start_before_a_decay(double from_s, double offset, double decay_s) {
+  auto made = staged({{0, balanced(230)}, {from_s, balanced(115)}, {0.7, balanced(230)}}, 1.4);
+  made.add(0, [&](double t) {
+    const double peak = 230 * std::numbers::sqrt2;
+    return t < from_s || t >= 0.7 ? 0 : offset * peak * std::exp(-(t - from_s) / decay_s);
+  });
+  const Course course = course_in(made);
+  EXPECT_NEAR(course.start_s->value, from_s, 2 * sample_s);
+  EXPECT_EQ(course.segments.size(), 1U);
+  expect_voltages(course.segments[0], balanced(115), balanced(230), 3, 0.5);
+  EXPECT_DOUBLE_EQ(course.transitions[0].end_s, course.segments[0].start_s);
+  return course.segments[0].start_s;
+}
+
+TEST(Course, HasATransitionThatLastsUntilASwitchingTransientHasDecayed) {
+  // To the fundamental of the cycle that begins at a time t, the offset adds what a Fourier integral gives. The segment
+  // begins when that changes the voltage by 2 % of the voltage before.
+  constexpr double from = 0.505;
+  constexpr double offset = 0.3;
+  constexpr double decay_s = 0.005;
+  const auto added = [&](double t) {
+    const Phasor pole(1 / decay_s, 2 * tests::pi * 50);
+    return 2 * 50 * offset * std::exp(-(t - from) / decay_s) * (1 - std::exp(-0.02 / decay_s)) / pole *
+           std::polar(1.0, -2 * tests::pi * 50 * t);
+  };
+  double decayed = from;
+  while (std::abs(std::abs(0.5 + added(decayed)) - 0.5) > 0.02) decayed += 1e-5;
+  ASSERT_GT(decayed, from + 0.004);
+  EXPECT_NEAR(start_before_a_decay(from, offset, decay_s), decayed, 0.0007) << "the length of an average";
+}
+
+TEST(Course, CountsASlowDecayToTheSegment) {
+  EXPECT_NEAR(start_before_a_decay(0.505, 0.3, 0.045), 0.505, sample_s);
+}
+
 TEST(Course, OfADipIsNotMixedWithTheNextOne) {
   const auto made = staged(
       {{0, balanced(230)}, {0.5, balanced(115)}, {0.6, balanced(230)}, {0.66, balanced(161)}, {0.8, balanced(230)}},
