@@ -63,6 +63,13 @@ class CourseFinder {
       best = found_;
       least = contradicted;
     }
+    if (least > 0 && best.items.empty()) {
+      // A voltage that swings without a switching may have no piece that a fundamental explains.
+      found_ = {};
+      follow_slowly();
+      keep_within_dip();
+      if (!found_.items.empty()) best = found_;
+    }
     return figures_of(wave_, best);
   }
 
@@ -86,11 +93,11 @@ class CourseFinder {
   /// about a cycle has none if no fundamental fits into it. Steady segments are not judged, because noise and decaying
   /// offsets can make any of them differ from its windows.
   [[nodiscard]] double contradicted_cycles() const {
-    constexpr double shortest_with_segments = 2.5;
     if (found_.items.empty()) {
+      constexpr double shortest_with_segments = 2.5;
       const double length =
           cycles(std::min(wave_.dip_end_s, excerpt_.end_s()) - std::max(wave_.dip_start_s, excerpt_.begin_s()));
-      return length < shortest_with_segments ? 0 : length;
+      return length < shortest_with_segments && !misses_dip() ? 0 : length;
     }
     double sum = 0;
     for (const Item& item : found_.items) {
@@ -98,6 +105,15 @@ class CourseFinder {
       if (!holds) sum += cycles(item.end_s - item.start_s);
     }
     return sum;
+  }
+
+  /// Returns whether the changes found are only those by which the previous dip ends, are over before this one, or are
+  /// too short to bring the RMS of a cycle below the threshold.
+  [[nodiscard]] bool misses_dip() const {
+    constexpr double shortest_dip_cycles = 0.05;
+    if (!dip_.start_known || !dip_.end_s) return false;
+    return !found_.start || !found_.end_s || found_.start_s <= free_from_s_ || *found_.end_s < wave_.dip_start_s ||
+           cycles(*found_.end_s - found_.start_s) < shortest_dip_cycles;
   }
 
   /// Finds the runs and chooses those of the dip. If the voltage before the dip is already low, arcs or ringing have
@@ -155,6 +171,7 @@ class CourseFinder {
         if (change_end > earliest_start_s_ - 0.6 * cycle) first_ = k;
       }
       if (first_ == runs_.size()) return false;
+      if (begins_after_return()) first_++;
       const double change_begin = is_fall(first_) ? runs_[first_].begin_s : runs_[first_ - 1].end_s;
       if (change_begin > wave_.dip_end_s - latest_return * cycle) return false;
     }
@@ -171,6 +188,16 @@ class CourseFinder {
     // A slow return that continues past the excerpt's end is the last run of the dip.
     if (runs_end_ + 1 == runs_.size() && runs_end_ > first_ && is_fall(runs_end_)) runs_end_ = runs_.size();
     return true;
+  }
+
+  /// Returns whether the first run is the usual voltage after an earlier dip, and the next change lies in the first
+  /// window of this one.
+  [[nodiscard]] bool begins_after_return() const {
+    if (first_ + 1 >= runs_.size() || is_fall(first_) || runs_[first_].stretches.empty()) return false;
+    const Run& run = runs_[first_];
+    return run.begin_s < wave_.dip_start_s && run.end_s < wave_.dip_start_s + excerpt_.cycle() &&
+           is_usual(run.stretches.front().fit.phasors(run.begin_s)) &&
+           is_usual(run.stretches.back().fit.phasors(run.end_s));
   }
 
   /// Returns whether the voltage is above the threshold at the beginning or the end of a run.
@@ -303,7 +330,7 @@ class CourseFinder {
     for (std::size_t phase = 0; phase < phases_; phase++) found_.before[phase] = level ? (*level)[phase] : usual;
     if (!dip_.start_known) scale_to_declared();
     set_dead_phases_aside();
-    found_.start_s = std::max(excerpt_.begin_s(), wave_.dip_start_s - cycle);
+    found_.start_s = std::max({excerpt_.begin_s(), wave_.dip_start_s - cycle, free_from_s_});
     const double to = std::min(excerpt_.end_s(), wave_.dip_end_s + cycle);
     const auto slow = slow_course(excerpt_, found_.before, threshold, found_.start_s, to);
     if (!slow) return;

@@ -234,6 +234,45 @@ TEST(Course, OfADipIsNotMixedWithTheNextOne) {
   expect_voltages(courses[1].segments[0], balanced(161), balanced(230));
 }
 
+TEST(Course, BeginsAfterTheReturnOfAnEarlierDip) {
+  // Between the dips the voltage is usual for little more than a cycle, so the windows of the second dip begin near the
+  // end of the first one.
+  for (const double second_s : {0.5607, 0.5612, 0.5625}) {
+    const auto made = staged({{0, balanced(230)},
+                              {0.5, balanced(115)},
+                              {0.54, balanced(230)},
+                              {second_s, balanced(138)},
+                              {0.65, balanced(230)}},
+                             1.4);
+    const auto courses = courses_in(made);
+    ASSERT_EQ(courses.size(), 2U) << second_s;
+    expect_start_and_end(courses[0], 0.5, 0.54);
+    expect_start_and_end(courses[1], second_s, 0.65);
+    ASSERT_EQ(courses[1].segments.size(), 1U) << second_s;
+    expect_voltages(courses[1].segments[0], balanced(138), balanced(230));
+  }
+}
+
+TEST(Course, OfASwingAfterADipIsNotTheEndOfThatDip) {
+  // The voltage returns at 0.6 s. That of a displaced neutral swings beside it at 30 Hz, so the RMS of a cycle falls
+  // below 90 % again without any switching.
+  for (const double degrees : {45, 90, 135, 180, 270}) {
+    auto made = staged({{0, balanced(230)}, {0.5, balanced(115)}, {0.6, balanced(230)}}, 1.4);
+    made.add(0, [&](double t) {
+      const Phasor neutral = phasor(90, degrees - 90) * std::exp(-(t - 0.6) / 0.1);
+      return t < 0.6 ? 0 : tests::turning(neutral, 30, t - 0.6);
+    });
+    const auto courses = courses_in(made);
+    ASSERT_GE(courses.size(), 2U) << degrees;
+    expect_start_and_end(courses[0], 0.5, 0.6);
+    for (std::size_t k = 1; k < courses.size(); k++) {
+      if (!courses[k].start_s) continue;
+      EXPECT_GE(courses[k].start_s->value, 0.6 - sample_s) << degrees;
+      EXPECT_GT(courses[k].end_s->value - courses[k].start_s->value, 0.001) << degrees;
+    }
+  }
+}
+
 // --- gradual changes -------------------------------------------------------------------------------------------------
 
 TEST(Course, EndsWhereAGradualRecoveryPasses90PerCent) {
