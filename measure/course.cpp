@@ -48,29 +48,32 @@ class CourseFinder {
         phases_(wave_.phases),
         excerpt_(wave_.excerpt) {}
 
-  /// If no segment can be found at first, or the waveform contradicts one, the search is repeated with closer scrutiny,
-  /// and the course with the least contradictions is returned.
+  /// If no segment can be found at first, or the waveform contradicts one, the search is repeated with closer scrutiny.
+  /// The course with the least contradictions is returned, unless it explains clearly less of the waveform.
   Course course() {
     constexpr double closest_scrutiny = 4;
+    constexpr double clearly_less = 0.05;
     earliest_start_s_ = earliest_start_s();
     find_course(1);
-    FoundCourse best = found_;
+    Course best = figures_of(wave_, found_);
     double least = contradicted_cycles();
     for (double scrutiny = 2; scrutiny <= closest_scrutiny && least > 0; scrutiny *= 2) {
       find_course(scrutiny);
       const double contradicted = contradicted_cycles();
       if (contradicted >= least) continue;
-      best = found_;
+      Course other = figures_of(wave_, found_);
+      if (other.explained_share.value_or(1) < best.explained_share.value_or(0) - clearly_less) continue;
+      best = std::move(other);
       least = contradicted;
     }
-    if (least > 0 && best.items.empty()) {
+    if (least > 0 && best.segments.empty()) {
       // A voltage that swings without a switching may have no piece that a fundamental explains.
       found_ = {};
       follow_slowly();
       keep_within_dip();
-      if (!found_.items.empty()) best = found_;
+      if (!found_.items.empty()) best = figures_of(wave_, found_);
     }
-    return figures_of(wave_, best);
+    return best;
   }
 
  private:
@@ -101,7 +104,8 @@ class CourseFinder {
     }
     double sum = 0;
     for (const Item& item : found_.items) {
-      const bool holds = !item.gradual || changes(excerpt_, item.start_s, item.end_s, found_.before);
+      const bool holds = (!item.gradual || changes(excerpt_, item.start_s, item.end_s, found_.before)) &&
+                         !hides_step(excerpt_, item.start_s, item.end_s);
       if (!holds) sum += cycles(item.end_s - item.start_s);
     }
     return sum;

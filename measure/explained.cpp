@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "measure/moving_phasors.h"
 
@@ -68,6 +69,32 @@ bool changes(const Excerpt& excerpt, double start_s, double end_s, const Phasors
     last = phasors;
   });
   return first && !agree(*first, last, before, excerpt.phases());
+}
+
+bool hides_step(const Excerpt& excerpt, double start_s, double end_s) {
+  constexpr double shortest_cycles = 3;
+  constexpr double most_of_change = 0.85;
+  constexpr double notable = 0.1;  // of the usual peak
+  if (end_s - start_s < shortest_cycles * excerpt.cycle()) return false;
+  const Windows windows(excerpt);
+  std::vector<Phasors> all;
+  windows.each(start_s, end_s, [&](double middle, const Phasors& phasors) {
+    if (middle - windows.half_s() >= start_s && middle + windows.half_s() <= end_s) all.push_back(phasors);
+  });
+  const auto cycle = static_cast<std::size_t>(windows_per_cycle);
+  for (std::size_t phase = 0; phase < excerpt.phases(); phase++) {
+    double lowest = std::numeric_limits<double>::infinity();
+    double highest = 0;
+    double sudden = 0;
+    for (std::size_t k = 0; k < all.size(); k++) {
+      const double magnitude = std::abs(all[k][phase]);
+      lowest = std::min(lowest, magnitude);
+      highest = std::max(highest, magnitude);
+      if (k >= cycle) sudden = std::max(sudden, std::abs(magnitude - std::abs(all[k - cycle][phase])));
+    }
+    if (highest - lowest > notable && sudden > most_of_change * (highest - lowest)) return true;
+  }
+  return false;
 }
 
 std::optional<double> explained_share(const Excerpt& excerpt, const std::vector<Segment>& segments,

@@ -22,6 +22,10 @@ std::optional<double> explained_share(const Excerpt& excerpt, const std::vector<
 /// Returns whether the one-cycle windows at the beginning and at the end of a time differ by more than 2 %.
 bool changes(const Excerpt& excerpt, double start_s, double end_s, const Phasors& before);
 
+/// Returns whether a voltage changes by a tenth or more of its usual peak within a time of at least 3 cycles, and does
+/// so almost wholly within one cycle.
+bool hides_step(const Excerpt& excerpt, double start_s, double end_s);
+
 /// Returns whether the waveform agrees with a steady segment: all but a few of its one-cycle windows have the segment's
 /// voltage, or are explained by the segment's fit, which includes decaying offsets.
 bool is_borne_out(const Excerpt& excerpt, const Segment& segment, const PhasorFit& fit, const Phasors& before);

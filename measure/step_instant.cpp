@@ -75,36 +75,37 @@ struct Tries {
   }
 };
 
-/// The samples of some phases.
+/// The samples of some phases, as far as they are not missing.
 class Edge {
  public:
-  Edge(const std::vector<StepSample>& samples, const PerPhase& before, const PerPhase& after, const PhaseFlags& chosen)
-      : samples_(samples), chosen_(chosen), before_(before), after_(after) {
-    for (std::size_t phase = 0; phase < most_phases; phase++) {
-      if (!chosen[phase]) continue;
-      log_before_[phase] = std::log(before[phase]);
-      log_after_[phase] = std::log(after[phase]);
+  Edge(const std::vector<StepSample>& samples, const PerPhase& before, const PerPhase& after,
+       const PhaseFlags& chosen) {
+    for (std::size_t i = 0; i < samples.size(); i++) {
+      for (std::size_t phase = 0; phase < most_phases; phase++) {
+        const StepSample& sample = samples[i];
+        if (!chosen[phase] || !std::isfinite(sample.voltage[phase])) continue;
+        values_.push_back({i,
+                           sample.voltage[phase] - sample.before[phase],
+                           sample.after[phase] - sample.before[phase],
+                           {1 / before[phase], std::log(before[phase])},
+                           {1 / after[phase], std::log(after[phase])}});
+      }
     }
+    done_.resize(samples.size());
   }
 
   /// Tries a step at each instant with edges of a half width.
-  void try_width(double half_width, Tries& tries) const {
+  void try_width(double half_width, Tries& tries) {
     for (std::size_t k = 0; k < tries.costs.size(); k++) {
+      for (std::size_t i = 0; i < done_.size(); i++)
+        done_[i] = done_at(static_cast<double>(i) - tries.at(k), half_width);
       double squares = 0;
       double logarithms = 0;
-      for (std::size_t i = 0; i < samples_.size(); i++) {
-        const double since = static_cast<double>(i) - tries.at(k);
-        const double done = done_at(since, half_width);
-        const PerPhase& variances = since < 0 ? before_ : after_;
-        const PerPhase& log_variances = since < 0 ? log_before_ : log_after_;
-        const StepSample& sample = samples_[i];
-        for (std::size_t phase = 0; phase < most_phases; phase++) {
-          if (!chosen_[phase] || !std::isfinite(sample.voltage[phase])) continue;
-          const double whole = sample.after[phase] - sample.before[phase];
-          const double off = sample.voltage[phase] - sample.before[phase] - done * whole;
-          squares += off * off / variances[phase];
-          logarithms += log_variances[phase];
-        }
+      for (const Value& value : values_) {
+        const Noise& noise = static_cast<double>(value.sample) < tries.at(k) ? value.before : value.after;
+        const double off = value.since_before - done_[value.sample] * value.step;
+        squares += off * off * noise.inverse;
+        logarithms += noise.logarithm;
       }
       if (squares + logarithms >= tries.costs[k]) continue;
       tries.costs[k] = squares + logarithms;
@@ -114,25 +115,28 @@ class Edge {
 
   /// Returns whether a sum of squares, in variances, is that of noise.
   [[nodiscard]] bool is_explained(double squares) const {
-    double count = 0;
-    for (const StepSample& sample : samples_) {
-      for (std::size_t phase = 0; phase < most_phases; phase++) {
-        if (chosen_[phase] && std::isfinite(sample.voltage[phase])) count++;
-      }
-    }
-    return squares <= well_explained * count;
+    return squares <= well_explained * static_cast<double>(values_.size());
   }
 
  private:
-  const std::vector<StepSample>& samples_;
-  const PhaseFlags& chosen_;
-  const PerPhase& before_;
-  const PerPhase& after_;
-  PerPhase log_before_{};
-  PerPhase log_after_{};
+  /// Of a variance.
+  struct Noise {
+    double inverse = 0;
+    double logarithm = 0;
+  };
+  struct Value {
+    std::size_t sample = 0;
+    double since_before = 0;  ///< distance from the course before
+    double step = 0;          ///< distance of the course after from it
+    Noise before;
+    Noise after;
+  };
+
+  std::vector<Value> values_;
+  std::vector<double> done_;  ///< share of the step that is done at each sample, at the instant that is tried
 };
 
-std::optional<StepInstant> found_by(const Edge& edge, double near) {
+std::optional<StepInstant> found_by(Edge edge, double near) {
   Tries sharp(near - reach, 1, 2 * reach + 1);
   edge.try_width(0, sharp);
   Tries spread(near - reach, 1.0 / tries_per_sample, 2 * reach * tries_per_sample + 1);

@@ -92,5 +92,27 @@ TEST(Explained, BearsOutASegmentWhoseDecayingOffsetIsKnown) {
   EXPECT_FALSE(is_borne_out(excerpt, segment(0.3, 0.42, balanced(115)), without, balanced(1)));
 }
 
+TEST(Explained, FindsAStepThatASegmentHides) {
+  const auto step = staged({{0, balanced(230)}, {0.3, balanced(115)}, {0.5, balanced(161)}}, 0.9);
+  EXPECT_TRUE(hides_step(all_of(step), 0.31, 0.7));
+  EXPECT_FALSE(hides_step(all_of(step), 0.51, 0.7)) << "the voltage is steady";
+  const auto small = staged({{0, balanced(230)}, {0.3, balanced(115)}, {0.5, balanced(133)}}, 0.9);
+  EXPECT_FALSE(hides_step(all_of(small), 0.31, 0.7)) << "a step of 8 %";
+  // The voltage of a ramp of 10 cycles changes by a tenth in each of them.
+  EXPECT_FALSE(hides_step(all_of(ramped(balanced(115), balanced(230), 0.3, 0.5, 0.9)), 0.3, 0.5));
+}
+
+TEST(Explained, FindsWhenATransientHasDecayed) {
+  // For 4 ms the voltage is higher than that of the segment, by 10 % of the level before. In one of the phases this is
+  // more than 2 % of the fundamental of a cycle that contains all of that time, but no longer when half of it is past.
+  const auto made = staged({{0, balanced(230)}, {0.3, balanced(138)}, {0.304, balanced(115)}}, 0.6);
+  const double settled = settled_s(all_of(made), segment(0.3, 0.5, balanced(115)), 0.306, balanced(1));
+  EXPECT_GT(settled, 0.3);
+  EXPECT_LT(settled, 0.305);
+  EXPECT_EQ(settled_s(all_of(made), segment(0.3, 0.5, balanced(115)), 0.3005, balanced(1)), 0.3)
+      << "it takes longer than that";
+  EXPECT_EQ(settled_s(all_of(made), segment(0.31, 0.5, balanced(115)), 0.316, balanced(1)), 0.31);
+}
+
 }  // namespace
 }  // namespace measure
