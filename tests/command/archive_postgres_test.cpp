@@ -152,7 +152,8 @@ TEST_F(ArchivePostgres, LosesAndDoublesNothingWhenRunsAreKilled) {
   for (int round = 0; round < 6; round++) {
     const pid_t one = start({url, "rec", "--jobs", "1"});
     const pid_t other = start({url, "rec", "--jobs", "1"});
-    std::this_thread::sleep_for(std::chrono::milliseconds(generator() % 700));
+    // The first runs are killed early, before they can have finished.
+    std::this_thread::sleep_for(std::chrono::milliseconds(generator() % (50U << round)));
     for (const pid_t run : {one, other}) {
       kill(run, SIGKILL);
       killed += tests::status_of(run) == -1 ? 1 : 0;
