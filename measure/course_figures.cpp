@@ -128,6 +128,13 @@ class CourseFigures {
     return segment;
   }
 
+  /// Returns the share by which the low pass of a recorder, which is made for the sampling rate, may have changed the
+  /// fundamental. One of second order that halves the power at 0.4 of that rate takes half as much away.
+  [[nodiscard]] double unknown_gain() const {
+    constexpr double corner = 0.4;
+    return std::pow(1 / (corner * excerpt_.rate() * excerpt_.cycle()), 4);
+  }
+
   void write_phase(const Item& item, std::size_t phase, SegmentPhase& figures) const {
     if (wave_.absent[phase]) {
       // Nothing is known of this voltage except that it is one of this supply.
@@ -139,7 +146,8 @@ class CourseFigures {
     constexpr double flicker_cycles = 6;
     const double sway = found_.flicker * (item.gradual ? 1 : std::min(1.0, flicker_cycles / length));
     const double magnitude = std::abs(item.phasors[phase]);
-    figures.voltage_v = {wave_.volts(magnitude), 2 * wave_.volts(std::hypot(item.error[phase], sway * magnitude))};
+    figures.voltage_v = {wave_.volts(magnitude), wave_.volts(std::hypot(2 * item.error[phase], 2 * sway * magnitude,
+                                                                        unknown_gain() * magnitude))};
     const CycleRms rms(supply_.waveform, phase, wave_.frequency.hertz, item.start_s, item.end_s);
     if (const auto range = rms.range()) {
       figures.lowest_rms_v = range->lowest_v;
