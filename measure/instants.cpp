@@ -23,6 +23,10 @@ constexpr double price_of_changing = 2;
 /// The error of the models grows with the change. Their deviation is assumed to be at least this share of the change.
 constexpr double unmodelled_before = 0.02;
 constexpr double unmodelled_after = 0.05;
+/// If less is assumed, the first small deviations of a change are noticed, such as those of a phase that crosses zero
+/// then. So is what a filter without delay shows of a step before it happens, which has this many samples at most.
+constexpr double unmodelled_at_first = 0.005;
+constexpr double shown_ahead_samples = 2.5;
 /// The initial amplitudes of ringing after a switching that are tried, as shares of the change, and its time constant
 /// in seconds. Ringing of lines and cables has some hundred hertz to a few kilohertz and decays within milliseconds.
 constexpr std::array<double, 5> ringing = {0, 0.05, 0.1, 0.2, 0.4};
@@ -127,10 +131,9 @@ PerPhase left_of_samples(const Excerpt& excerpt, const PhasorFit& fit, double fr
   return squares;
 }
 
-}  // namespace
-
-Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
-                  bool closely) {
+/// As `pin_down`. `share_before`: the least deviation of the course before that is assumed, as a share of the change.
+Instants pinned(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
+                bool closely, double share_before) {
   const std::size_t phases = excerpt.phases();
   const auto sample_at = [&](double seconds) {
     const double sample = sample_from(seconds, excerpt.rate());
@@ -165,7 +168,7 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   PerPhase log_after{};
   PhaseFlags tells{};
   for (std::size_t phase = 0; phase < phases; phase++) {
-    variance_before[phase] = variance(before, phase, left_before[phase], unmodelled_before);
+    variance_before[phase] = variance(before, phase, left_before[phase], share_before);
     variance_after[phase] = variance(after, phase, left_after[phase], unmodelled_after);
     log_before[phase] = std::log(variance_before[phase]);
     log_after[phase] = std::log(variance_after[phase]);
@@ -279,6 +282,21 @@ Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorF
   const double latest = time(last) + last_spread / excerpt.rate();
   instants.back_s = (earliest + latest) / 2;
   instants.back_plus_minus = (latest - earliest) / 2;
+  return instants;
+}
+
+}  // namespace
+
+Instants pin_down(const Excerpt& excerpt, const PhasorFit& before, const PhasorFit& after, double from_s, double to_s,
+                  bool closely) {
+  Instants instants = pinned(excerpt, before, after, from_s, to_s, closely, unmodelled_before);
+  if (!closely) return instants;
+  const Instants at_first = pinned(excerpt, before, after, from_s, to_s, false, unmodelled_at_first);
+  if ((instants.first_s - at_first.first_s) * excerpt.rate() > shown_ahead_samples) {
+    // About half of what a filter may show ahead is taken off.
+    instants.first_s = at_first.first_s + 1 / excerpt.rate();
+    instants.first_plus_minus = at_first.first_plus_minus + 1 / excerpt.rate();
+  }
   return instants;
 }
 

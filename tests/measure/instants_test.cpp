@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "tests/measure/made_waveform.h"
 
 namespace measure {
@@ -15,12 +17,12 @@ using tests::staged;
 const double peak = 230 * std::numbers::sqrt2;
 
 /// Pins a change down with the courses from 0.1 s to 0.19 s and from 0.22 s to 0.3 s.
-Instants pinned(const MadeWaveform& made) {
+Instants pinned(const MadeWaveform& made, bool closely = false) {
   const Excerpt excerpt(made.waveform(), 0, made.waveform().length(), peak, 50);
   const auto fit = [&](double from_s, double to_s) {
     return PhasorFit(excerpt, excerpt.index_at(from_s), excerpt.index_at(to_s), {});
   };
-  return pin_down(excerpt, fit(0.1, 0.19), fit(0.22, 0.3), 0.18, 0.23, false);
+  return pin_down(excerpt, fit(0.1, 0.19), fit(0.22, 0.3), 0.18, 0.23, closely);
 }
 
 TEST(Instants, LieBetweenTheLastSampleBeforeAndTheFirstAfter) {
@@ -52,6 +54,38 @@ TEST(Instants, LeavePhasesAsideThatDoNotChange) {
   const Instants instants = pinned(made);
   EXPECT_NEAR(instants.first_s, 0.2, 1.0 / 6400);
   EXPECT_NEAR(instants.last_s, 0.2, 1.0 / 6400);
+}
+
+TEST(Instants, LieWhereTheFirstSmallDeviationBegins) {
+  // A breaker opens phase A 0.2 ms before its voltage crosses zero, when it has 6 % of its peak, and the other phases
+  // 2 ms later. The next three samples of A deviate by less.
+  constexpr double opens_s = 0.2;
+  const double degrees = 90 - 0.0002 * 50 * 360;
+  MadeWaveform made(6400, 0.4, 50, 3);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    const Phasor rms = balanced(230, degrees)[phase];
+    const double end = phase == 0 ? opens_s : opens_s + 0.002;
+    made.add(phase, [&](double t) { return t < end ? tests::turning(rms, 50, t - opens_s) : 0; });
+  }
+  const Instants instants = pinned(made, true);
+  EXPECT_NEAR(instants.first_s, opens_s, 1.0 / 6400);
+  EXPECT_NEAR(instants.first_s, opens_s, instants.first_plus_minus);
+}
+
+TEST(Instants, DoNotLieWhereAFilterShowsAStepAhead) {
+  // The samples are those of a low pass with a symmetrical response of six samples.
+  constexpr double step_s = 0.2;
+  constexpr std::array<double, 6> response = {0.025, -0.05, 0.525, 0.525, -0.05, 0.025};
+  MadeWaveform made(6400, 0.4, 50, 1);
+  made.add(0, [&](double t) {
+    double value = 0;
+    for (std::size_t k = 0; k < response.size(); k++) {
+      const double seconds = t + (static_cast<double>(k) - 2.5) / 6400;
+      value += response[k] * tests::turning(phasor(seconds < step_s ? 230 : 46, 30), 50, seconds);
+    }
+    return value;
+  });
+  EXPECT_NEAR(pinned(made, true).first_s, step_s, 1.0 / 6400);
 }
 
 TEST(Instants, AreLessSureTheSmallerTheChange) {
