@@ -132,7 +132,7 @@ UsualLevels usual_levels(const CycleTrack& track, std::size_t phases) {
   };
   const auto is_dead_beside = [&](const PerPhase& level) {
     for (std::size_t phase = 0; phase < phases; phase++) {
-      if (!track.absent()[phase] && steady.level[phase] > dead * level[phase]) return false;
+      if (!track.absent()[phase] && steady.level[phase] >= dead * level[phase]) return false;
     }
     return true;
   };

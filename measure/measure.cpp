@@ -20,6 +20,8 @@ namespace measure {
 namespace {
 
 constexpr double fewest_cycles = 2;
+/// No recorder resolves as little, and ratios of much smaller voltages are not finite.
+constexpr double least_volts = 1e-9;
 
 const Waveform& checked_rms(const Waveform& waveform) {
   if (waveform.rate < fewest_rms_per_second * (1 - 1e-9)) throw TooLittle("fewer than 4 RMS values per second");
@@ -126,10 +128,12 @@ Screening::Parts::Parts(const Waveform& source) : waveform(checked(source)) {
     }
     lowest_v[phase] = std::isfinite(lowest) ? lowest : 0;
     usual_v[phase] = usual_of(of_phase, phase);
+    if (usual_v[phase] < least_volts) usual_v[phase] = 0;
     highest = std::max(highest, highest_v[phase]);
     series.push_back(std::move(of_phase));
   }
   if (!(highest > 0)) throw TooLittle("not one cycle of voltage without missing samples");
+  if (highest < least_volts) throw TooLittle("no voltage of as much as 1 nV");
 }
 
 Screening::Screening(const Waveform& waveform)

@@ -42,8 +42,8 @@ class TooLittle : public std::runtime_error {
 class Screening {
  public:
   /// Throws TooLittle for a rate below 8 samples per cycle (of RMS values: 4 per second), less than two cycles, or no
-  /// voltage at all;
-  /// std::invalid_argument for a waveform without voltages, with more than three, or with ones of unequal length.
+  /// voltage of at least 1 nV; std::invalid_argument for a waveform without voltages, with more than three, or with
+  /// ones of unequal length.
   explicit Screening(const Waveform& waveform);
   Screening(Screening&&) noexcept;             ///< takes the results of another one, which is then empty
   Screening& operator=(Screening&&) noexcept;  ///< the same

@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "command/command_line.h"
+#include "tests/core/working_folder.h"
 
 namespace {
 
@@ -19,15 +19,9 @@ using Words = std::vector<std::string>;
 /// A folder of its own with the file r.csv, in which the test runs.
 class Slips : public testing::Test {
  protected:
-  Slips() : before_(std::filesystem::current_path()), folder_(testing::TempDir() + "slips") {
-    std::filesystem::create_directories(folder_);
-    std::filesystem::current_path(folder_);
+  Slips() {
     std::ofstream("r.csv") << "t,a\n";
     command::add_command_line(app_, answers_);
-  }
-  ~Slips() override {
-    std::filesystem::current_path(before_);
-    std::filesystem::remove_all(folder_);
   }
 
   Words meant(const Words& words) { return with_meant_words(words, app_); }
@@ -45,8 +39,7 @@ class Slips : public testing::Test {
   CLI::App app_;
 
  private:
-  std::filesystem::path before_;
-  std::filesystem::path folder_;
+  tests::WorkingFolder folder_;  // tests of this fixture run at the same time, so that each has its own
   command::Answers answers_;
 };
 

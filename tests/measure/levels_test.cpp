@@ -80,12 +80,14 @@ TEST(UsualLevels, AreNotThoseOfADipThatFollowsAnUnsteadyBeginning) {
 }
 
 TEST(UsualLevels, AreNotThoseOfADeadLine) {
-  // 3.7 mV become 57 V for only a quarter of the record.
-  const auto made = staged({{0, balanced(0.0037)}, {0.75, balanced(57)}}, 1);
-  const UsualLevels levels = levels_of(made);
-  EXPECT_TRUE(levels.begins_low);
-  for (std::size_t phase = 0; phase < 3; phase++) EXPECT_NEAR(levels.fundamental_v[phase], 57, 0.01);
-  EXPECT_NEAR(levels.from_s, 0.75, 0.021);
+  // Next to nothing, or nothing at all, becomes 57 V for only a quarter of the record.
+  for (const double dead_v : {0.0037, 0.0}) {
+    const auto made = staged({{0, balanced(dead_v)}, {0.75, balanced(57)}}, 1);
+    const UsualLevels levels = levels_of(made);
+    EXPECT_TRUE(levels.begins_low);
+    for (std::size_t phase = 0; phase < 3; phase++) EXPECT_NEAR(levels.fundamental_v[phase], 57, 0.01);
+    EXPECT_NEAR(levels.from_s, 0.75, 0.021);
+  }
 }
 
 TEST(UsualLevels, OfTooShortARecordAreThoseOfItsFirstCycles) {

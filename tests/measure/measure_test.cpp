@@ -140,6 +140,15 @@ TEST(Measure, HasNumbersForAnySamples) {
   }
 }
 
+TEST(Measure, RefusesVoltagesThatNoRecorderResolves) {
+  for (const double volts : {1e-317, 1e-30, 1e-10}) {
+    const auto dip = staged({{0, balanced(volts)}, {0.5, balanced(0.5 * volts)}, {0.8, balanced(volts)}}, 1.4);
+    EXPECT_THROW(static_cast<void>(measure(dip.waveform(), {})), TooLittle);
+  }
+  const auto per_unit = staged({{0, balanced(1)}, {0.5, balanced(0.5)}, {0.8, balanced(1)}}, 1.4);
+  EXPECT_EQ(measure(per_unit.waveform(), {}).events.size(), 1U);
+}
+
 TEST(Measure, HasNumbersWhereverSamplesAreMissing) {
   for (const double from_s : {0.0, 0.48, 0.5, 0.51, 0.6, 0.77, 0.79}) {
     for (const double length_s : {0.003, 0.02, 0.05, 0.25}) {
