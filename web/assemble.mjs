@@ -12,7 +12,7 @@ const text = (name) => readFileSync(join(page, name), "utf8");
 /// Returns a file as LZMA. unpack.js wants to know the size of the content, which xz leaves open. The three numbers are
 /// those that made the module smallest.
 function packed(file) {
-  const bytes = execFileSync("xz", ["--format=lzma", "--lzma1=preset=9e,lc=1,lp=0,pb=0", "--stdout", file], { maxBuffer: 2 ** 30 });
+  const bytes = execFileSync("xz", ["--format=lzma", "--lzma1=preset=9e,lc=3,lp=0,pb=0", "--stdout", file], { maxBuffer: 2 ** 30 });
   bytes.writeUInt32LE(statSync(file).size, 5);
   bytes.writeUInt32LE(0, 9);
   return bytes;

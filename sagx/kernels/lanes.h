@@ -178,7 +178,11 @@ SAGX_INLINE void store(Floats value, float* to) {
 
 // --- lanes: two registers, so that one is processed while the other waits for its division --------------------------
 
+#if defined(SAGX_SMALL)
+constexpr int registers = 1;  // half as much code
+#else
 constexpr int registers = 2;
+#endif
 constexpr int lanes = registers * register_lanes;
 
 /// A float in each lane.

@@ -1,7 +1,7 @@
 // Compares the WebAssembly module with the dipx command, output by output, on the examples and on made records:
 //   MODULE=dipx_module.wasm DIPX=dipx SOURCE=ROOT node --test module_test.mjs
 import assert from "node:assert/strict";
-import { execFileSync } from "node:child_process";
+import { execFileSync, spawnSync } from "node:child_process";
 import { copyFileSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
@@ -226,6 +226,19 @@ test("a file that cannot be used gives the command's message with file, place an
   writeFileSync(path("short.dat"), readFileSync(path("rte_00.dat")).subarray(0, 0));
   copyFileSync(path("rte_00.cfg"), path("short.cfg"));
   assert.notEqual(expectSame(path("short.cfg"), {}, [], path("short.dat")).status, 0);
+});
+
+test("the module needs no vectors, which some browsers and processors lack", { skip: process.arch !== "x64" }, () => {
+  const compiledWithout = (file) => {
+    const program = "WebAssembly.compile(require('fs').readFileSync(process.argv[1])).catch(() => process.exit(1))";
+    return spawnSync(process.execPath, ["--no-enable-sse4-1", "-e", program, file]).status === 0;
+  };
+  // One function: i32.const 0, i8x16.splat, drop.
+  const vectors = [0, 0x61, 0x73, 0x6d, 1, 0, 0, 0, 1, 4, 1, 0x60, 0, 0, 3, 2, 1, 0, 10, 9, 1, 7, 0, 0x41, 0, 0xfd, 15, 0x1a, 11];
+  writeFileSync(path("vectors.wasm"), new Uint8Array(vectors));
+  assert.ok(WebAssembly.validate(readFileSync(path("vectors.wasm"))));
+  assert.ok(!compiledWithout(path("vectors.wasm")));
+  assert.ok(compiledWithout(wasm));
 });
 
 test("a request that is damaged gives a message", () => {

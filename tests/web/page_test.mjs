@@ -6,6 +6,7 @@ import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
+import { gzipSync } from "node:zlib";
 import { Browser } from "../outputs/page/browser.mjs";
 import { inCommand, twoSets } from "./native.mjs";
 
@@ -187,6 +188,10 @@ test("says what is wrong with a file, where, and what helps", async () => {
   assert.equal(await page.value("document.getElementById('complaints').innerText.trim()"), message);
   await choose(example("rte_08_volts.csv"));
   await until("!document.getElementById('result').hidden");
+});
+
+test("has less than 500 kB when a server compresses it", () => {
+  assert.ok(gzipSync(readFileSync(html), { level: 9 }).length < 500e3);
 });
 
 test("says so if the browser cannot run the analysis", async () => {
