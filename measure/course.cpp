@@ -238,11 +238,21 @@ class CourseFinder {
     return true;
   }
 
+  /// Returns whether the last run before the dip is the slow recovery of an earlier one and has come near the usual
+  /// level.
+  [[nodiscard]] bool follows_recovery() const {
+    const Run& last = runs_[first_ - 1];
+    return last.gradual && !last.stretches.empty() && last.end_s > free_from_s_ && free_from_s_ > excerpt_.begin_s() &&
+           is_usual(last.stretches.back().fit.phasors(last.end_s));
+  }
+
   /// Returns the last steady run before the dip at about the usual level. Runs at other levels are stages of the same
-  /// disturbance.
+  /// disturbance. If the voltage was not steady since an earlier dip, the level is the one that its recovery has
+  /// reached, whose angle the earlier dip may have changed.
   [[nodiscard]] std::size_t run_before() const {
     for (std::size_t k = first_; k-- > 0;) {
       const Run& run = runs_[k];
+      if (run.end_s < free_from_s_ && follows_recovery()) return first_ - 1;
       if (run.gradual || run.length_s() < excerpt_.cycle()) continue;
       if (is_usual(run.stretches.front().fit.phasors(run.begin_s)) &&
           is_usual(run.stretches.back().fit.phasors(run.end_s))) {
@@ -252,15 +262,24 @@ class CourseFinder {
     return first_ - 1;
   }
 
+  /// Takes the level before from a fit at one time; it was measured about another.
+  void take_level(const PhasorFit& fit, double at_s, double measured_s) {
+    found_.before = fit.phasors(at_s);
+    found_.before_error = fit.standard_error(at_s);
+    found_.before_s = measured_s;
+  }
+
   void find_level_before() {
     const double cycle = excerpt_.cycle();
     if (has_before()) {
       const Run& run = runs_[run_before()];
+      if (run.gradual && follows_recovery()) {
+        take_level(run.stretches.back().fit, run.end_s, run.end_s);
+        return;
+      }
       const double from = std::max(run.begin_s, run.end_s - level_cycles * cycle);
       const PhasorFit fit = steady_fit(excerpt_, from, run.end_s, run.begins_abruptly && from == run.begin_s);
-      found_.before = fit.phasors(run.end_s);
-      found_.before_error = fit.standard_error(run.end_s);
-      found_.before_s = (from + run.end_s) / 2;
+      take_level(fit, run.end_s, (from + run.end_s) / 2);
       find_flicker(from, run.end_s);
       return;
     }
@@ -270,9 +289,7 @@ class CourseFinder {
       const Run& run = runs_[runs_end_];
       const PhasorFit fit =
           steady_fit(excerpt_, run.begin_s, std::min(run.end_s, run.begin_s + level_cycles * cycle), true);
-      found_.before = fit.phasors(run.begin_s);
-      found_.before_error = fit.standard_error(run.begin_s);
-      found_.before_s = run.begin_s;
+      take_level(fit, run.begin_s, run.begin_s);
     } else {
       found_.angles_known = false;
       const double usual = dip_.reference_v * std::numbers::sqrt2 / excerpt_.peak();

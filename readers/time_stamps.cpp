@@ -230,13 +230,21 @@ class TableMaker {
   }
 
   /// Returns the time missing between the previous section and this one in stamp units; 0 when this section follows
-  /// directly or the stamps are not conclusive.
+  /// directly or the stamps are not conclusive. A section whose stamps jump back, as where sections of two rates share
+  /// their times, follows the one before it; the next gap is shorter by as much, so that what comes after it is again
+  /// where its stamps are.
   double gap_before(std::size_t begin, double step, bool agreed) {
     if (begin == 0 || !agreed || !agreed_before_) return 0;
     const RateSection& before = table_.sections.back();
     const double longest = std::max(step, 1 / (before.rate * unit_));
     const double jump = step_of(stamps_[begin - 1], stamps_[begin], longest) - longest;
-    return note_jump(begin, jump, longest) ? jump : 0;
+    if (!note_jump(begin, jump, longest)) {
+      late_ += std::max(-jump, 0.0);
+      return 0;
+    }
+    const double missing = std::max(jump - late_, 0.0);
+    late_ = std::max(late_ - jump, 0.0);
+    return missing;
   }
 
   /// Returns whether time is missing before a sample, which is so if the stamps jump forward. No time is missing where
@@ -283,6 +291,7 @@ class TableMaker {
   const std::vector<double>& stamps_;
   double unit_;
   double given_rate_;
+  double late_ = 0;  // stamp units by which the last section is later than its stamps
   bool agreed_before_ = false;
   bool rate_noted_ = false;
   bool shift_noted_ = false;

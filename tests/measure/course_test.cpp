@@ -37,9 +37,11 @@ std::vector<Course> courses_in(const MadeWaveform& made, std::optional<double> d
   const std::size_t usual = track.cycle_at((levels.from_s + levels.to_s) / 2);
   const Wiring wiring = wiring_of(track.phasors(usual), phases);
   std::vector<Course> courses;
+  double free_from_s = 0;
   for (const Event& event : detect(series, references, {})) {
     if (event.kind != EventKind::dip) continue;
-    courses.push_back(measure_course({waveform, track, levels, wiring, declared_v}, event));
+    courses.push_back(measure_course({waveform, track, levels, wiring, declared_v}, event, free_from_s));
+    if (courses.back().end_s) free_from_s = courses.back().end_s->value;
   }
   return courses;
 }
@@ -251,6 +253,26 @@ TEST(Course, BeginsAfterTheReturnOfAnEarlierDip) {
     ASSERT_EQ(courses[1].segments.size(), 1U) << second_s;
     expect_voltages(courses[1].segments[0], balanced(138), balanced(230));
   }
+}
+
+TEST(Course, IsRelativeToTheRecoveryOfAnEarlierDip) {
+  // The voltage comes back turned by 25 degrees and rises from 80 to 96 per cent, when the second dip turns it by 25
+  // degrees more.
+  MadeWaveform made(6400, 1.4, 50, 3);
+  for (std::size_t phase = 0; phase < 3; phase++) {
+    made.add(phase, [&](double t) {
+      const bool returned = t >= 0.4 && t < 0.58;
+      const double rise = 0.8 + 0.16 * (t - 0.4) / 0.18;
+      const double share = t < 0.3 ? 1 : t < 0.4 ? 0.05 : returned ? rise : t < 0.65 ? 0.77 : 1;
+      const double degrees = t < 0.4 || t >= 0.65 ? 0 : returned ? -25 : -50;
+      return tests::turning(share * balanced(230, degrees)[phase], 50, t);
+    });
+  }
+  const auto courses = courses_in(made);
+  ASSERT_EQ(courses.size(), 2U);
+  ASSERT_EQ(courses[1].segments.size(), 1U);
+  expect_start_and_end(courses[1], 0.58, 0.65);
+  expect_voltages(courses[1].segments[0], balanced(0.77 * 230, -50), balanced(0.96 * 230, -25));
 }
 
 TEST(Course, OfASwingAfterADipIsNotTheEndOfThatDip) {

@@ -134,6 +134,22 @@ TEST(TimeStamps, TellWhetherSectionsFollowEachOther) {
   EXPECT_NEAR(table.sections[2].start, 1, 0.002);
 }
 
+TEST(TimeStamps, PlaceASectionAfterOthersThatShareTheirTimes) {
+  // Two rates over the same 50 ms, twice, 10 s apart.
+  Stamps stamps;
+  for (const double first : {0.0, 1e7}) {
+    const Stamps fast = even(100, 500, first);
+    const Stamps slow = even(50, 1000, first);
+    stamps.insert(stamps.end(), fast.begin(), fast.end());
+    stamps.insert(stamps.end(), slow.begin(), slow.end());
+  }
+  const TimeTable table =
+      read_time_stamps({{2000, 100}, {1000, 150}, {2000, 250}, {1000, 300}}, stamps, microseconds, 0);
+  ASSERT_EQ(table.sections.size(), 4U);
+  EXPECT_NEAR(table.sections[1].start, 0.05, 1e-9);
+  EXPECT_NEAR(table.sections[2].start, 10, 0.002);
+}
+
 // --- written times ---------------------------------------------------------------------------------------------------
 
 TEST(WrittenTimes, AreReadToTheNanosecond) {
