@@ -66,6 +66,18 @@ FirstLevels first_levels(const CycleTrack& track, std::size_t phases) {
   return first;
 }
 
+/// Returns whether three voltages that differ much become nearly equal while the lowest of them rises. A fault that
+/// lowers one phase may raise the others, so that some voltages fall when it ends.
+bool becomes_balanced(const PerPhase& level, const PerPhase& later, const PhaseFlags& absent, std::size_t phases) {
+  constexpr double unequal = 0.93;
+  constexpr double nearly_equal = 0.96;
+  constexpr double risen = 1.05;
+  if (phases < most_phases || std::find(absent.begin(), absent.end(), true) != absent.end()) return false;
+  const auto [lowest, highest] = std::minmax_element(level.begin(), level.end());
+  const auto [low, high] = std::minmax_element(later.begin(), later.end());
+  return *lowest<unequal* * highest&& * low> nearly_equal * *high && *low > risen * *lowest;
+}
+
 /// Returns the steady stretch to which the voltages settle, as those of a recorder do whose filters start with the
 /// record: from the first cycle on and over three cycles or more all of them fall by equal shares and ever more slowly,
 /// and none returns later. A dip takes one cycle between its levels. Returns null if they do not settle so.
@@ -145,15 +157,23 @@ UsualLevels usual_levels(const CycleTrack& track, std::size_t phases) {
   std::size_t higher_cycles = 0;
   std::size_t other_cycles = 0;
   const CycleTrack::SteadyStretch* higher = nullptr;
+  // What the record begins with may be a dip: some phase is much lower than in a later stretch and none is higher, or
+  // the phases differ as they do only in faults.
+  const auto begins_below = [&](const PerPhase& level, const PerPhase& later) {
+    return (lowest_share(level, later) < much_lower && lowest_share(later, level) > sunk) ||
+           becomes_balanced(level, later, track.absent(), phases);
+  };
   for (const auto& stretch : track.steady()) {
-    if (lowest_share(steady.level, stretch.level) < much_lower && lowest_share(stretch.level, steady.level) > sunk) {
+    if (begins_below(steady.level, stretch.level)) {
       higher_cycles += stretch.length();
-      if (higher == nullptr) higher = &stretch;
+      // Of a dip of several stages, the later ones may be higher than the first.
+      if (higher == nullptr || begins_below(higher->level, stretch.level)) higher = &stretch;
     } else {
       other_cycles += stretch.length();
     }
   }
-  if (higher_cycles > other_cycles && lowest_share(first.volts, higher->level) < much_lower) {
+  if (higher_cycles > other_cycles && (lowest_share(first.volts, higher->level) < much_lower ||
+                                       becomes_balanced(first.volts, higher->level, track.absent(), phases))) {
     take(*higher);
     usual.begins_low = true;
     return usual;

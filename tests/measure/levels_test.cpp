@@ -37,6 +37,24 @@ TEST(UsualLevels, AreTheLaterOnesWhereTheRecordBeginsLow) {
   EXPECT_NEAR(levels.to_s, 1, 0.001);
 }
 
+TEST(UsualLevels, AreTheLaterOnesWhereAFaultRaisesPhases) {
+  // An earth fault of two phases becomes one of one phase before it ends.
+  const Phasors two = {phasor(75, 0), phasor(75, -120), phasor(300, 120)};
+  const Phasors one = {phasor(75, 0), phasor(290, -120), phasor(290, 120)};
+  const auto made = staged({{0, two}, {0.2, one}, {0.4, balanced(230)}}, 1);
+  const UsualLevels levels = levels_of(made);
+  EXPECT_TRUE(levels.begins_low);
+  for (std::size_t phase = 0; phase < 3; phase++) EXPECT_NEAR(levels.fundamental_v[phase], 230, 0.01);
+}
+
+TEST(UsualLevels, AreTheFirstOnesBeforeASwell) {
+  const Phasors unequal = {phasor(226, 0), phasor(230, -120), phasor(233, 120)};
+  const auto made = staged({{0, unequal}, {0.2, balanced(276)}}, 1);
+  const UsualLevels levels = levels_of(made);
+  EXPECT_FALSE(levels.begins_low);
+  EXPECT_NEAR(levels.fundamental_v[0], 226, 0.01);
+}
+
 TEST(UsualLevels, AreTheFirstOnesWhereTheRecordIsLowMostOfTheTime) {
   const auto made = staged({{0, balanced(115)}, {0.7, balanced(230)}}, 1);
   const UsualLevels levels = levels_of(made);
