@@ -168,8 +168,20 @@ class RunFinder {
       together += both.residual()[phase];
       apart += (one.residual()[phase] * n_one + other.residual()[phase] * n_other) / (n_one + n_other);
     }
+    if (loses_steady_side(before, one, both) || loses_steady_side(after, other, both)) return false;
     constexpr double unexplained = 0.006;
     return together < 1.5 * apart + static_cast<double>(excerpt_.phases()) * unexplained * unexplained;
+  }
+
+  /// Returns whether a fundamental that explains a stretch well no longer does when it has to explain the next one,
+  /// too, as where a steady voltage collapses within a cycle. Then even two poor fits are not alike.
+  [[nodiscard]] bool loses_steady_side(const Stretch& stretch, const PhasorFit& own, const PhasorFit& both) const {
+    constexpr double shortest_cycles = 3;
+    constexpr double well_explained = 0.02;  // root mean square of what is left in a phase, in usual peaks
+    constexpr double not_explained = 0.1;
+    const auto phases = static_cast<double>(excerpt_.phases());
+    return cycles(stretch) >= shortest_cycles && total(own.residual()) < phases * well_explained * well_explained &&
+           total(both.residual()) > phases * not_explained * not_explained;
   }
 
   void pin_down_changes() {

@@ -90,6 +90,34 @@ TEST(Runs, DoNotChangeWithADecayingOffset) {
   EXPECT_NEAR(runs[1].end_s, 0.5, sample_s);
 }
 
+TEST(Runs, AreSteadyUntilACollapseThatNoPieceExplains) {
+  // A fault of four cycles, and a voltage that ends within the next piece and rings.
+  const Phasors fault = {phasor(150, 3), phasor(270, -125), phasor(228, 125)};
+  for (const double rings_for_s : {0.004, 0.008, 0.012}) {
+    auto made = staged({{0, balanced(230)}, {0.3, fault}, {0.394, balanced(0)}}, 0.8);
+    for (std::size_t phase = 1; phase < 3; phase++) {
+      made.add(phase, [&](double t) {
+        return t < 0.394 ? 0 : tests::turning(phasor(300, 0), 270, t) * std::exp(-(t - 0.394) / rings_for_s);
+      });
+    }
+    const Excerpt excerpt(made.waveform(), 0, made.waveform().length(), peak, 50);
+    std::vector<Piece> pieces;
+    std::size_t begin = 0;
+    for (const auto& [end_s, linear] :
+         {std::pair(0.3, false), {0.38, false}, {0.405, true}, {0.43, false}, {0.8, false}}) {
+      const std::size_t end = std::min(excerpt.index_at(end_s), excerpt.length());
+      pieces.push_back({begin, end, linear});
+      begin = end;
+    }
+    const auto runs = runs_of(excerpt, pieces);
+    ASSERT_EQ(runs.size(), 3U) << rings_for_s;
+    EXPECT_FALSE(runs[1].gradual) << rings_for_s;
+    EXPECT_NEAR(runs[1].begin_s, 0.3, 0.001) << rings_for_s;
+    EXPECT_NEAR(runs[1].end_s, 0.387, 0.01) << rings_for_s;
+    EXPECT_FALSE(runs[2].gradual) << rings_for_s;
+  }
+}
+
 TEST(Runs, OfNoPiecesDoNotExist) {
   auto made = staged({{0, balanced(230)}}, 0.2);
   made.lose(0, 0, 0.2);
