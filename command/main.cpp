@@ -3,12 +3,14 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <system_error>
 
 #include "analysis/choice/voltage_choice.h"
 #include "analysis/refusal.h"
 #include "archive/store_error.h"
 #include "command/arguments.h"
 #include "command/command_line.h"
+#include "command/cure_of_error.h"
 #include "command/event_options.h"
 #include "command/left_out.h"
 #include "command/options_file.h"
@@ -79,6 +81,8 @@ int main(int argc, char** argv) {
     return complain(error.what(), faulty);
   } catch (const std::bad_alloc&) {
     return complain("not enough memory", failed);
+  } catch (const std::system_error& error) {
+    return complain(std::string(error.what()) + command::cure_of(error.code()), failed);
   } catch (const std::exception& error) {
     return complain(error.what(), failed);
   }

@@ -194,8 +194,9 @@ class CourseText {
   void add_transition(const measure::Transition& transition) {
     const std::string from = instant(transition.start_s);
     const std::string to = instant(transition.end_s);
-    add(fmt::format("transition {}: {}, changes {}", from == to ? "at " + from : from + " to " + to,
-                    pace_of(transition), names(transition.phases)),
+    const bool any = std::find(transition.phases.begin(), transition.phases.end(), true) != transition.phases.end();
+    add(fmt::format("transition {}: {}, {}", from == to ? "at " + from : from + " to " + to, pace_of(transition),
+                    any ? "changes " + names(transition.phases) : "changes every voltage only slightly"),
         2);
   }
 

@@ -59,7 +59,8 @@ TEST_F(Faults, AFullFolderGetsNoFileAndTheCommandReportsIt) {
       const auto result = dipx({"synth", "-o", file});
       EXPECT_EQ(result.status, 4);
       EXPECT_EQ(result.out, "");
-      EXPECT_EQ(result.err, std::string("dipx: ") + file + ": No space left on device\n");
+      EXPECT_EQ(result.err, std::string("dipx: ") + file +
+                                ": No space left on device; free some space, or name a file on another disk\n");
       EXPECT_TRUE(full.is_untouched()) << file << " " << room;
     }
     // Of the pair, only the configuration would fit.
@@ -76,7 +77,8 @@ TEST_F(Faults, AFullFolderGetsNoReport) {
   const auto result = dipx({"analyse", example, "--report", "full/report.txt"});
   EXPECT_EQ(result.status, 4);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "dipx: full/report.txt: No space left on device\n");
+  EXPECT_EQ(result.err,
+            "dipx: full/report.txt: No space left on device; free some space, or name a file on another disk\n");
   EXPECT_TRUE(full.is_untouched());
 }
 
@@ -90,7 +92,9 @@ TEST_F(Faults, AFullFolderGetsNoFigureAndNoPage) {
       const auto result = dipx({"analyse", example, option, "full/drawn"});
       EXPECT_EQ(result.status, 4) << option << " " << room;
       EXPECT_EQ(result.out, "") << option << " " << room;
-      EXPECT_EQ(result.err, "dipx: full/drawn: No space left on device\n") << option << " " << room;
+      EXPECT_EQ(result.err,
+                "dipx: full/drawn: No space left on device; free some space, or name a file on another disk\n")
+          << option << " " << room;
       EXPECT_TRUE(full.is_untouched()) << option << " " << room;
     }
   }
@@ -129,10 +133,10 @@ TEST_F(Faults, AFolderThatCannotBeWrittenToGetsNoFile) {
   }
   const auto table = dipx({"synth", "-o", "closed/dip.csv"});
   EXPECT_EQ(table.status, 4);
-  EXPECT_EQ(table.err, "dipx: closed/dip.csv: Permission denied\n");
+  EXPECT_EQ(table.err, "dipx: closed/dip.csv: Permission denied; name a folder that you may write to\n");
   const auto report = dipx({"analyse", example, "--report", "closed/report.txt"});
   EXPECT_EQ(report.status, 4);
-  EXPECT_EQ(report.err, "dipx: closed/report.txt: Permission denied\n");
+  EXPECT_EQ(report.err, "dipx: closed/report.txt: Permission denied; name a folder that you may write to\n");
   EXPECT_EQ(names_in("closed"), Names{});
 }
 

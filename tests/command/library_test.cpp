@@ -163,7 +163,8 @@ TEST_F(Library, SaysWhenTheReportCannotBeWritten) {
   const auto result = dipx({"analyse", example, "--report", "no-such-folder/report.txt"});
   EXPECT_EQ(result.status, 4);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "dipx: no-such-folder/report.txt: No such file or directory\n");
+  EXPECT_EQ(result.err,
+            "dipx: no-such-folder/report.txt: No such file or directory; make its folder first, or name another one\n");
   std::filesystem::create_directory("report.txt");
   EXPECT_EQ(dipx({"analyse", example, "--report", "report.txt"}).status, 4);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "no draft remains";

@@ -134,7 +134,8 @@ TEST_F(Status, WritesNoFileUnlessRequested) {
 TEST_F(Status, SaysWhenItsOutputCannotBeWritten) {
   const auto result = dipx({"analyse", example}, "/dev/null", "/dev/full");
   EXPECT_EQ(result.status, 4);
-  EXPECT_EQ(result.err, "dipx: standard output: No space left on device\n");
+  EXPECT_EQ(result.err,
+            "dipx: standard output: No space left on device; free some space, or name a file on another disk\n");
 }
 
 TEST_F(Status, IsOneForAnEventThatIsNotThere) {

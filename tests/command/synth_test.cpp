@@ -405,10 +405,12 @@ TEST_F(Synth, SaysWhenItsFileCannotBeWritten) {
   const auto result = dipx({"synth", "-o", "no-such-folder/dip.csv"});
   EXPECT_EQ(result.status, 4);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "dipx: no-such-folder/dip.csv: No such file or directory\n");
+  EXPECT_EQ(result.err,
+            "dipx: no-such-folder/dip.csv: No such file or directory; make its folder first, or name another one\n");
   EXPECT_EQ(dipx({"synth", "-o", "no-such-folder/dip.cfg"}).status, 4);
   EXPECT_EQ(files(), std::set<std::string>{});
-  EXPECT_EQ(dipx({"synth", "-o", "/dev/full", "--format", "csv"}).err, "dipx: /dev/full: No space left on device\n");
+  EXPECT_EQ(dipx({"synth", "-o", "/dev/full", "--format", "csv"}).err,
+            "dipx: /dev/full: No space left on device; free some space, or name a file on another disk\n");
 }
 
 class HalfAPair : public Synth, public testing::WithParamInterface<const char*> {};
@@ -417,7 +419,7 @@ TEST_P(HalfAPair, IsNotWrittenWhereAFolderHasTheOthersName) {
   std::filesystem::create_directory(GetParam());
   const auto result = dipx({"synth", "-o", "dip.cfg"});
   EXPECT_EQ(result.status, 4);
-  EXPECT_EQ(result.err, std::string("dipx: ") + GetParam() + ": Is a directory\n");
+  EXPECT_EQ(result.err, std::string("dipx: ") + GetParam() + ": Is a directory; name a file in it\n");
   EXPECT_EQ(files(), std::set<std::string>{GetParam()});
 }
 
@@ -426,7 +428,8 @@ INSTANTIATE_TEST_SUITE_P(Names, HalfAPair, testing::Values("dip.cfg", "dip.dat")
 TEST_F(Synth, SaysWhenItsOutputCannotBeWritten) {
   const auto result = dipx({"synth"}, "/dev/null", "/dev/full");
   EXPECT_EQ(result.status, 4);
-  EXPECT_EQ(result.err, "dipx: standard output: No space left on device\n");
+  EXPECT_EQ(result.err,
+            "dipx: standard output: No space left on device; free some space, or name a file on another disk\n");
 }
 
 // --- help ------------------------------------------------------------------------------------------------------------

@@ -70,7 +70,7 @@ TEST_F(WrittenFiles, AreDevicesEvenWithNoClobber) {
   EXPECT_EQ(dipx({"analyse", "record.csv", "--svg", "/dev/null", "--no-clobber"}).status, 0);
   const auto piped = dipx({"synth", "-o", "/dev/stdout", "--format", "csv", "--no-clobber"}, "/dev/null", "/dev/full");
   EXPECT_EQ(piped.status, 4);
-  EXPECT_EQ(piped.err, "dipx: /dev/stdout: No space left on device\n");
+  EXPECT_EQ(piped.err, "dipx: /dev/stdout: No space left on device; free some space, or name a file on another disk\n");
 }
 
 TEST_F(WrittenFiles, AreMentionedOnATerminalWhenTheyReplaceOthers) {
@@ -104,7 +104,7 @@ TEST_F(WrittenFiles, AreNotWrittenWhereLinksLeadNowhere) {
   std::filesystem::create_symlink("no_folder/figure.svg", "link.svg");
   const auto nowhere = dipx({"analyse", "record.csv", "--svg", "link.svg"});
   EXPECT_EQ(nowhere.status, 4);
-  EXPECT_EQ(nowhere.err, "dipx: link.svg: No such file or directory\n");
+  EXPECT_EQ(nowhere.err, "dipx: link.svg: No such file or directory; make its folder first, or name another one\n");
   std::filesystem::create_symlink("b.svg", "a.svg");
   std::filesystem::create_symlink("a.svg", "b.svg");
   const auto circle = dipx({"analyse", "record.csv", "--svg", "a.svg"});

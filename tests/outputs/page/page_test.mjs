@@ -876,7 +876,7 @@ test("a page is written whole or not at all", () => {
   for (const more of [["--report", path("no-such-folder/report.txt")], ["--svg", path("no-such-folder/figure.svg")]]) {
     const run = spawnSync(dipx, ["analyse", example, "--html", kept, ...more], { encoding: "utf8" });
     assert.equal(run.status, 4);
-    assert.match(run.stderr, /^dipx: .*no-such-folder.*: No such file or directory\n$/);
+    assert.match(run.stderr, /^dipx: .*no-such-folder.*: No such file or directory; make its folder first, or name another one\n$/);
     assert.equal(readFileSync(kept, "utf8"), "old");
   }
   assert.deepEqual(readdirSync(folder).filter((name) => name.startsWith("kept")), ["kept.html"]);
