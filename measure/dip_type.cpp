@@ -24,6 +24,10 @@ constexpr double notable_zero_of_negative = 0.25;
 /// alone determines the phases that fall.
 constexpr double dominant_zero = 3;
 
+/// Every fault between phases or to ground takes about as much positive sequence as it gives negative sequence. If the
+/// loss is a smaller share of the negative sequence, other phases have risen, and its angle says nothing.
+constexpr double least_loss = 0.25;
+
 /// The one or two phases that make a type symmetrical, by sectors of 60 degrees: even sectors for two phases, odd ones
 /// for one.
 constexpr std::array<PhaseFlags, 6> phases_of_sector = {{{false, true, true},
@@ -80,7 +84,8 @@ DipType type_of(const Phasors& voltages, const Phasors& before, const Wiring& wi
 
   // The zero sequence of a fault of one phase points away from that phase's voltage, and of a fault of two phases along
   // the third one's.
-  int sector = sector_of(by_zero ? std::conj(parts.zero) : parts.negative / loss);
+  const Phasor lost = std::abs(loss) < least_loss * std::abs(parts.negative) ? 1.0 : loss;
+  int sector = sector_of(by_zero ? std::conj(parts.zero) : parts.negative / lost);
   const Phasor turned = parts.negative * std::pow(std::polar(1.0, -std::numbers::pi / 3), sector);
   type.characteristic = parts.positive - turned;
   type.pn_factor = parts.positive + turned;

@@ -176,6 +176,17 @@ TEST(DipType, OfAMovedNeutralDoesNotHangOnALossOfPositiveSequence) {
   expect_type(type_of(state, before, {}), 'B', 0, "zero sequence 0.7, loss 0.3, negative sequence 0.1");
 }
 
+TEST(DipType, IsThatOfThePhaseThatFallsWhileOthersRise) {
+  // The positive sequence hardly changes, so that the angle of its loss means nothing.
+  for (const double risen : {1.44, 1.47, 1.5}) {
+    Phasors now = balanced(risen);
+    now[0] *= 0.05 / risen;
+    const DipType type = type_of(now, balanced(1), {});
+    EXPECT_EQ(type.letter, 'B') << risen;
+    EXPECT_EQ(type.phases, (PhaseFlags{true, false, false})) << risen;
+  }
+}
+
 TEST(DipType, OfThreePhasesThatFallIsANextToALittleZeroSequence) {
   const Phasors before = balanced(230);
   Phasors state{};
