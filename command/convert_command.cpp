@@ -86,7 +86,8 @@ void check_rates(const readers::Record& record, bool table) {
     throw analysis::Refusal(
         record.file,
         fmt::format("it has {} parts with their own rates or times, but a table has one rate", record.rates.size()),
-        "choose one part with --from and --to (dipx info lists them), or write COMTRADE");
+        "choose one part with --from and --to (dipx info lists them) and channels of one rate with --channels, or write "
+        "COMTRADE");
   }
 }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 
 #include "readers/clock_time.h"
@@ -144,6 +145,23 @@ readers::DigitalChannel excerpt_of(const readers::DigitalChannel& source, const 
   return result;
 }
 
+/// Returns the parts of a record in which some of the channels have values. Recorders of several rates store the others
+/// in parts of their own. Digital channels have states in every part.
+std::vector<readers::Part> parts_with_values(const readers::Record& record, const std::vector<std::size_t>& channels) {
+  const auto parts = readers::parts_of(record);
+  if (!record.digitals.empty()) return parts;
+  const auto has_values = [&](const readers::Part& part) {
+    return std::any_of(channels.begin(), channels.end(), [&](std::size_t channel) {
+      const auto begin = record.channels[channel].samples.begin();
+      return std::any_of(begin + static_cast<std::ptrdiff_t>(part.begin), begin + static_cast<std::ptrdiff_t>(part.end),
+                         [](double value) { return !std::isnan(value); });
+    });
+  };
+  std::vector<readers::Part> kept;
+  std::copy_if(parts.begin(), parts.end(), std::back_inserter(kept), has_values);
+  return kept.empty() ? parts : kept;
+}
+
 }  // namespace
 
 readers::Record excerpt_of(const readers::Record& record, const std::vector<std::size_t>& channels) {
@@ -152,7 +170,7 @@ readers::Record excerpt_of(const readers::Record& record, const std::vector<std:
   excerpt.digitals.clear();
   excerpt.rates.clear();
   excerpt.stretch.reset();
-  const auto parts = readers::parts_of(record);
+  const auto parts = parts_with_values(record, channels);
   const double start = parts.empty() ? 0 : parts.front().start;
   std::size_t length = 0;
   double end = start;

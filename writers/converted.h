@@ -12,7 +12,7 @@
 namespace writers {
 
 /// Returns a record that holds only these channels of another, by index, and only its samples within the stretch, if
-/// there is one. Times begin with its first sample.
+/// there is one, without the parts in which none of these channels has a value. Times begin with its first sample.
 readers::Record excerpt_of(const readers::Record& record, const std::vector<std::size_t>& channels);
 
 struct Converted {

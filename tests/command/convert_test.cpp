@@ -1,12 +1,14 @@
 // dipx convert, and the stretch of a record that --from and --to choose.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "readers/open_record.h"
@@ -203,11 +205,25 @@ TEST_F(Convert, RefusesRecordsThatTheFormatCannotHold) {
   std::ofstream("r.dat") << "1,,10,-7,0\n2,,-20,9,1\n3,,10,-7,0\n4,,-20,9,1\n";
   refused({"r.cfg", "-o", "x.csv"}, 3,
           "r.cfg: it has 2 parts with their own rates or times, but a table has one rate; choose one part with --from "
-          "and --to (dipx info lists them), or write COMTRADE");
+          "and --to (dipx info lists them) and channels of one rate with --channels, or write COMTRADE");
   converted({"r.cfg", "-o", "x.cff"});
   const auto copy = readers::open_record("x.cff");
   ASSERT_EQ(copy.rates.size(), 2U);
   EXPECT_EQ(copy.rates[1].rate, 2000);
+}
+
+TEST_F(Convert, ATableNeedsOnlyThePartsThatItsChannelsHave) {
+  // Recorders that store voltages and currents at different rates leave the others empty.
+  std::ofstream("r.cff") << "--- file type: CFG ---\nS,D,2013\n2,2A,0D\n1,UA,,,V,1,0,0,-9,9,1,1,P\n"
+                            "2,IA,,,A,1,0,0,-9,9,1,1,P\n50\n2\n1000,2\n500,4\n01/01/2020,00:00:00.000000\n"
+                            "01/01/2020,00:00:00.000000\nASCII\n1\n--- file type: DAT ASCII ---\n"
+                            "1,0,3,\n2,1000,4,\n3,2000,,5\n4,4000,,6\n";
+  for (const auto& [channel, values] : {std::pair("UA", std::array{3.0, 4.0}), {"IA", {5, 6}}}) {
+    converted({"r.cff", "-o", "x.csv", "--channels", channel});
+    const auto copy = readers::open_record("x.csv");
+    ASSERT_EQ(copy.channels.size(), 1U) << channel;
+    EXPECT_EQ(copy.channels[0].samples, std::vector(values.begin(), values.end())) << channel;
+  }
 }
 
 // --- stretches -------------------------------------------------------------------------------------------------------
