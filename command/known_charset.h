@@ -15,7 +15,7 @@ inline CLI::Validator known_charset() {
       readers::to_utf8("", name);
       return {};
     } catch (const std::invalid_argument& error) {
-      return std::string(error.what()) + "; use a name such as UTF-8, GBK or Windows-1251";
+      return error.what();
     }
   };
   return CLI::Validator(complaint, "", "charset");

@@ -1,6 +1,7 @@
 #include "readers/charset.h"
 
 #include <cstddef>
+#include <stdexcept>
 
 #include "readers/charset_converter.h"
 #include "readers/text.h"
@@ -87,6 +88,11 @@ Utf8Text to_utf8(std::string_view bytes, const std::string& charset) {
   if (is_utf8(bytes)) return {std::string(bytes), "UTF-8", false};
   const std::string guessed = guess(bytes);
   return {CharsetConverter(converted_name(guessed)).convert(bytes), guessed, true};
+}
+
+std::invalid_argument unknown_charset(const std::string& charset) {
+  return std::invalid_argument("the character set " + cited(charset) +
+                               " is not known; use a name such as UTF-8, GBK or Windows-1251");
 }
 
 bool is_utf8_already(std::string_view bytes, const std::string& charset) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -22,5 +23,8 @@ class CharsetConverter {
   struct System;
   std::unique_ptr<System> system_;
 };
+
+/// Returns the error that names a character set which the system does not know, and what to use in its place.
+std::invalid_argument unknown_charset(const std::string& charset);
 
 }  // namespace readers

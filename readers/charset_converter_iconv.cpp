@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <stdexcept>
 
 #include "readers/charset_converter.h"
 #include "readers/text.h"
@@ -14,7 +13,7 @@ struct CharsetConverter::System {
   explicit System(const std::string& charset) : handle(iconv_open("UTF-8", charset.c_str())) {
     // iconv defines its error value only as a number that is cast to the handle type.
     if (handle == reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr)
-      throw std::invalid_argument("the character set " + cited(charset) + " is not known");
+      throw unknown_charset(charset);
     }
   }
   System(const System&) = delete;

@@ -1,8 +1,6 @@
 #include <cstddef>
-#include <stdexcept>
 
 #include "readers/charset_converter.h"
-#include "readers/text.h"
 
 // The page decodes text with what the browser has for it (web/page/charset.js), because tables of characters of our own
 // would be a fifth of the module.
@@ -24,7 +22,7 @@ struct CharsetConverter::System {
 
 CharsetConverter::CharsetConverter(const std::string& charset) : system_(std::make_unique<System>(System{charset})) {
   if (!dipx_knows_charset(charset.data(), charset.size())) {
-    throw std::invalid_argument("the character set " + cited(charset) + " is not known");
+    throw unknown_charset(charset);
   }
 }
 

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <map>
 #include <optional>
-#include <stdexcept>
 
 #include "readers/charset_converter.h"
 #include "readers/text.h"
@@ -115,7 +114,7 @@ CharsetConverter::CharsetConverter(const std::string& charset)
   if (page == gb18030 && !wide(page, "a")) page = gbk;
   // A page that does not tell which bytes are no characters does not convert this letter.
   if (page == utf16_little || page == utf16_big || (page != 0 && wide(page, "a"))) return;
-  throw std::invalid_argument("the character set " + cited(charset) + " is not known");
+  throw unknown_charset(charset);
 }
 
 CharsetConverter::~CharsetConverter() = default;
