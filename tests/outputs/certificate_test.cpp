@@ -201,8 +201,9 @@ INSTANTIATE_TEST_SUITE_P(
                "parameters.sampling_rate_hz: is not a possible number"},
         Damage{"RateAsText", [](json& d) { d["parameters"]["sampling_rate_hz"] = "6400"; },
                "parameters.sampling_rate_hz: is not a number"},
-        Damage{"Charset", [](json& d) { d["parameters"]["charset"] = "XYZZY"; },
-               "parameters.charset: the character set 'XYZZY' is not known"},
+        Damage{
+            "Charset", [](json& d) { d["parameters"]["charset"] = "XYZZY"; },
+            "parameters.charset: the character set 'XYZZY' is not known; use a name such as UTF-8, GBK or Windows-1251"},
         Damage{"Stretch", [](json& d) { d["parameters"]["to_s"] = 0.125; }, "parameters.to_s: is not after from_s"},
         Damage{"Channels", [](json& d) { d["parameters"]["channels"] = 1; }, "parameters.channels: is not a text"},
         Damage{"LineToLine", [](json& d) { d["parameters"]["line_to_line"] = 0; },
